@@ -1,0 +1,542 @@
+/// The HbbTV application manager's public interface: entry functions, the integrator's events,
+/// notifications with their answers, the platform's hooks and the natives behind the OIPF objects.
+///
+/// Threads: vesta_hbbtv_send_event() may be called from any thread once vesta_hbbtv_init() has
+/// returned; everything else belongs to the browser thread. Enumerations that cross this boundary
+/// have the fixed underlying type `int`: values outside the lists are well defined.
+#ifndef VESTA_HBBTV_APPMAN_H
+#define VESTA_HBBTV_APPMAN_H
+
+#include <cstddef>
+#include <cstdint>
+#include <pthread.h>
+
+#include "vesta_browser.h"
+
+// An executable built with hidden visibility that includes this header would otherwise hide its
+// own definitions of the hooks, and silently lose to the library's defaults.
+#pragma GCC visibility push(default)
+
+namespace VestaHbbTV {
+
+// ------------------------------------------------------------------------------------------------
+// Integrator events: what vesta_hbbtv_send_event() carries.
+// ------------------------------------------------------------------------------------------------
+
+enum HBBTV_EventType : int {
+    E_AIT_SECTION = 0,
+    E_CHANNEL_CHANGE = 1,
+    E_START_APPLICATION = 2,
+    E_START_BROADCAST_INDEPENDENT_APPLICATION = 3,
+    E_TERMINATE_APPLICATION = 4,
+    E_DSMCC_FILE_READY = 5,
+    E_DSMCC_FILE_ERROR = 6,
+    E_HTTP_AVAILABLE = 7,
+    E_HTTP_UNAVAILABLE = 8,
+    E_DSMCC_STREAM_EVENT = 9,
+    E_LOW_MEMORY = 10,
+    E_USER_AGENT_INFO = 11,
+    E_SUPPORTED_PROFILES = 12
+};
+
+/// Type 0: one section of an application information table (ETSI TS 102 809, 5.3.4).
+struct HBBTV_AITSectionEventData {
+    unsigned char* section;  ///< malloc'ed whole section, table_id to CRC_32, freed; may be null
+    uint32_t reserved;       ///< not read
+    unsigned short original_network_id;  ///< of the service that carries the table
+    unsigned short transport_stream_id;
+    unsigned short service_id;
+    uintptr_t keepApplication;  ///< only read when section is null: 0 means the table went away
+    void* channelHandle;        ///< the integrator's channel reference, kept in the table
+};
+
+/// Type 2: start an application of the table in force.
+struct HBBTV_StartApplicationEventData {
+    void* window;       ///< window handle of the library
+    uint32_t reserved;  ///< not read
+    uint32_t organisationId;
+    unsigned short applicationId;
+};
+
+/// Type 3: start an application by its URL alone.
+struct HBBTV_StartURLEventData {
+    void* window;  ///< window handle of the library
+    char* url;     ///< malloc'ed, freed; null starts nothing
+};
+
+/// Type 4: stop the running application of a window.
+struct HBBTV_WindowEventData {
+    void* window;  ///< window handle of the library
+};
+
+/// Types 5 and 6: the platform finished, or gave up, a file that dsmcc_get_file() left pending.
+struct HBBTV_DownloadEventData {
+    void* downloadId;  ///< the id that dsmcc_get_file() was given
+};
+
+/// The listener that a stream-event subscription handed to the platform; gets string1, value1,
+/// string2, string3, string4, value2 of the event's record. Strings are valid for the call.
+typedef void (*HBBTV_StreamEventCallback)(const char* string1, uint32_t value1, const char* string2,
+                                          const char* string3, const char* string4,
+                                          uint32_t value2);
+
+/// Type 9: a DSM-CC stream event for a subscribed listener.
+struct HBBTV_StreamEventData {
+    uint32_t reserved;                   ///< not read
+    HBBTV_StreamEventCallback callback;  ///< may be null
+    uint32_t value1;
+    char* string1;  ///< each string malloc'ed, freed; may be null
+    char* string2;
+    char* string3;
+    char* string4;
+    uint32_t value2;
+};
+
+/// Type 11: what the terminal says of itself in its user-agent string (ETSI TS 102 796, 7.3.2.4).
+struct HBBTV_UserAgentEventData {
+    unsigned short versionSelector;  ///< 1: HbbTV/1.1.1, anything else: HbbTV/1.2.1
+    char* capabilities;              ///< each string malloc'ed, freed; null counts as empty
+    char* vendorName;
+    char* modelName;
+    char* softwareVersion;
+    char* hardwareVersion;
+    char* reserved;
+};
+
+/// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1).
+struct HBBTV_ProfilesEventData {
+    unsigned short supportedProfiles;
+};
+
+/// One event's record. An integrator may allocate just the member that its event uses: the
+/// library never touches a byte beyond it.
+union HBBTV_EventData {
+    HBBTV_AITSectionEventData ait;
+    HBBTV_StartApplicationEventData start;
+    HBBTV_StartURLEventData url;
+    HBBTV_WindowEventData window;
+    HBBTV_DownloadEventData download;
+    HBBTV_StreamEventData streamEvent;
+    HBBTV_UserAgentEventData userAgent;
+    HBBTV_ProfilesEventData profiles;
+};
+
+// ------------------------------------------------------------------------------------------------
+// Notifications: what the library tells and asks its listeners.
+// ------------------------------------------------------------------------------------------------
+
+enum HBBTV_NotificationType : int {
+    HBBTV_NOTIFICATION_START_APPLICATION = 0,
+    HBBTV_NOTIFICATION_STOP_APPLICATION = 1,
+    HBBTV_NOTIFICATION_REJECT_APPLICATION = 2,
+    HBBTV_NOTIFICATION_AIT_UPDATE = 3,
+    HBBTV_NOTIFICATION_TRUSTED = 4,
+    HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE = 5,
+    HBBTV_NOTIFICATION_XHR = 6,
+    HBBTV_NOTIFICATION_REQUEST_WINDOW = 7,
+    HBBTV_NOTIFICATION_RELEASE_WINDOW = 8,
+    HBBTV_NOTIFICATION_SHOW_WINDOW = 9,
+    HBBTV_NOTIFICATION_HIDE_WINDOW = 10,
+    HBBTV_NOTIFICATION_KEYSET_CHANGED = 11,
+    HBBTV_NOTIFICATION_GET_FREE_MEMORY = 12
+};
+
+/// A listener's answer to a start request; any other value counts as START.
+enum HBBTV_ApplicationActionType : int {
+    HBBTV_APPLICATION_ACTION_START = 0,           ///< let it start (the default)
+    HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL = 1,  ///< do not start it, stop the running one
+    HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP = 2   ///< do not start it, leave the running one
+};
+
+/// A listener's answer to an XMLHttpRequest inside the application's boundaries.
+enum HBBTV_XHR_Permission : int {
+    HBBTV_XHR_ALLOW = 0,  ///< the default
+    HBBTV_XHR_DENY = 1,
+    HBBTV_XHR_CORE_DECIDES = 2  ///< the browser applies its own same-origin rules
+};
+
+/// What a listener returns. The library ignores it: a listener cannot stop a broadcast.
+enum HBBTV_STATUS : int { HBBTV_STATUS_OK = 0, HBBTV_STATUS_ERROR = 1 };
+
+/// Start, stop, reject, trusted and broadcast-related-change notifications.
+struct HBBTV_ApplicationNotificationData {
+    void* window;          ///< the library's window handle
+    int broadcastRelated;  ///< 1: signalled in a broadcast table
+    int serviceBound;      ///< start only: service_bound_flag
+    int trusted;           ///< trusted: in/out verdict; broadcast-related change: always 1
+    int autostart;         ///< start, reject: AUTOSTART; trusted, change: was started as such
+    unsigned long organisationId;
+    unsigned short applicationId;
+    char* url;                ///< full URL, valid for the call; empty when there is none
+    int* reactivateAIT;       ///< stop only: the listener may overwrite the value; null otherwise
+    unsigned char usageType;  ///< application usage type, 1 is digital teletext
+    HBBTV_ApplicationActionType action;  ///< start only: the answer
+};
+
+/// One application of a new table.
+struct HBBTV_AITApplicationInfo {
+    char* name;
+    unsigned long organisationId;
+    unsigned short applicationId;
+    unsigned int numUrls;  ///< number of transports, modulo 256
+    char** urls;  ///< one per transport, the preferred one in the LAST slot; slots may be null
+    int usageType;
+    int controlCode;  ///< 0 without an application descriptor
+    unsigned char hasHttpTransport;
+    unsigned char hasOCTransport;
+};
+
+/// A new table was taken in.
+struct HBBTV_AITNotificationData {
+    void* window;  ///< the library's window handle
+    int isXML;     ///< 1: built from an XML AIT
+    int numApplications;
+    HBBTV_AITApplicationInfo* applications;  ///< in the table's order; null when there are none
+    int reserved;
+};
+
+/// An XMLHttpRequest inside the application's boundaries wants permission.
+struct HBBTV_XHRNotificationData {
+    char* documentUrl;
+    char* requestUrl;
+    HBBTV_XHR_Permission permission;  ///< the answer
+};
+
+/// Request, release, show and hide of a browser window.
+struct HBBTV_WindowNotificationData {
+    TAVO_VestaWindow** tavoWindow;  ///< the application's browser-window slot in the library
+    int success;                    ///< request and release: the answer
+    void* window;                   ///< request only: the library's window handle
+};
+
+/// An application changed its key set.
+struct HBBTV_KeysetNotificationData {
+    TAVO_VestaWindow* tavoWindow;
+    int keysetValue;  ///< OIPF key-set mask
+};
+
+/// A script asks for the free memory.
+struct HBBTV_MemoryNotificationData {
+    long* freeMemory;  ///< the answer; -1 stays when nobody gives one
+};
+
+/// A notification's record: owned by the library and gone when the broadcast ends; a listener
+/// copies what it keeps.
+union HBBTV_NotificationData {
+    HBBTV_ApplicationNotificationData application;
+    HBBTV_AITNotificationData ait;
+    HBBTV_XHRNotificationData xhr;
+    HBBTV_WindowNotificationData window;
+    HBBTV_KeysetNotificationData keyset;
+    HBBTV_MemoryNotificationData memory;
+};
+
+/// A listener. Runs on the browser thread, synchronously; it may call back into the library, add
+/// and remove listeners, and release the very window that the library is working on.
+/// @param data may be null (AIT update without a table)
+typedef HBBTV_STATUS (*HBBTV_NotificationListener)(HBBTV_NotificationType type,
+                                                   HBBTV_NotificationData* data);
+
+#if UINTPTR_MAX == 0xFFFFFFFFu
+// The binary interface of the 32-bit receiver.
+#define VESTA_CHECK_FIELD(record, field, offset)                                                   \
+    static_assert(offsetof(record, field) == (offset), #record "." #field)
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, section, 0);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, reserved, 4);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, original_network_id, 8);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, transport_stream_id, 10);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, service_id, 12);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, keepApplication, 16);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, channelHandle, 20);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, window, 0);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, reserved, 4);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, organisationId, 8);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, applicationId, 12);
+VESTA_CHECK_FIELD(HBBTV_StartURLEventData, window, 0);
+VESTA_CHECK_FIELD(HBBTV_StartURLEventData, url, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowEventData, window, 0);
+VESTA_CHECK_FIELD(HBBTV_DownloadEventData, downloadId, 0);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, reserved, 0);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, callback, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, value1, 8);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string1, 12);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string2, 16);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string3, 20);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string4, 24);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, value2, 28);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, versionSelector, 0);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, capabilities, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, vendorName, 8);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, modelName, 12);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, softwareVersion, 16);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, hardwareVersion, 20);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, reserved, 24);
+VESTA_CHECK_FIELD(HBBTV_ProfilesEventData, supportedProfiles, 0);
+static_assert(sizeof(HBBTV_AITSectionEventData) == 24, "HBBTV_AITSectionEventData");
+static_assert(sizeof(HBBTV_StartApplicationEventData) == 16, "HBBTV_StartApplicationEventData");
+static_assert(sizeof(HBBTV_StartURLEventData) == 8, "HBBTV_StartURLEventData");
+static_assert(sizeof(HBBTV_WindowEventData) == 4, "HBBTV_WindowEventData");
+static_assert(sizeof(HBBTV_DownloadEventData) == 4, "HBBTV_DownloadEventData");
+static_assert(sizeof(HBBTV_StreamEventData) == 32, "HBBTV_StreamEventData");
+static_assert(sizeof(HBBTV_UserAgentEventData) == 28, "HBBTV_UserAgentEventData");
+static_assert(sizeof(HBBTV_ProfilesEventData) == 2, "HBBTV_ProfilesEventData");
+static_assert(sizeof(HBBTV_EventData) == 32, "HBBTV_EventData");
+
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, window, 0);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, broadcastRelated, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, serviceBound, 8);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, trusted, 12);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, autostart, 16);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, organisationId, 20);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, applicationId, 24);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, url, 28);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, reactivateAIT, 32);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, usageType, 36);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, action, 40);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, name, 0);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, organisationId, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, applicationId, 8);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, numUrls, 12);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, urls, 16);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, usageType, 20);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, controlCode, 24);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasHttpTransport, 28);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasOCTransport, 29);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, window, 0);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, isXML, 4);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, numApplications, 8);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, applications, 12);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, reserved, 16);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, documentUrl, 0);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, requestUrl, 4);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, permission, 8);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, tavoWindow, 0);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, success, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, window, 8);
+VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, tavoWindow, 0);
+VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, keysetValue, 4);
+VESTA_CHECK_FIELD(HBBTV_MemoryNotificationData, freeMemory, 0);
+static_assert(sizeof(HBBTV_ApplicationNotificationData) == 44, "application record");
+static_assert(sizeof(HBBTV_AITApplicationInfo) == 32, "HBBTV_AITApplicationInfo");
+static_assert(sizeof(HBBTV_AITNotificationData) == 20, "HBBTV_AITNotificationData");
+static_assert(sizeof(HBBTV_XHRNotificationData) == 12, "HBBTV_XHRNotificationData");
+static_assert(sizeof(HBBTV_WindowNotificationData) == 12, "HBBTV_WindowNotificationData");
+static_assert(sizeof(HBBTV_KeysetNotificationData) == 8, "HBBTV_KeysetNotificationData");
+static_assert(sizeof(HBBTV_MemoryNotificationData) == 4, "HBBTV_MemoryNotificationData");
+static_assert(sizeof(HBBTV_NotificationData) == 44, "HBBTV_NotificationData");
+#undef VESTA_CHECK_FIELD
+#endif
+
+// ------------------------------------------------------------------------------------------------
+// Entry functions. A window handle (`void*`) is the library's own; it may be null, stale or
+// foreign unless said otherwise.
+// ------------------------------------------------------------------------------------------------
+
+/// Starts the library. Must return before any other thread calls in. A second call without a
+/// shutdown replaces the event queue and the download manager and deletes what they held.
+/// @param browser passed to every call into the browser; stored as given, may be null
+void vesta_hbbtv_init(TAVO_Vesta* browser);
+
+/// Stops every application, releases every window, forgets every listener and frees everything.
+/// Events still queued are deleted unexecuted. May be called from inside a listener.
+void vesta_hbbtv_shutdown();
+
+/// Runs at most one queued event. @return false when none ran
+bool vesta_hbbtv_tick();
+
+/// Queues a record for the browser thread and wakes it. Callable from any thread.
+/// @param type any value; one that is not listed only frees the record
+/// @param data malloc'ed like every buffer in it; may be null. The library frees it, except while
+///        no queue exists (before init, after shutdown): then it is neither queued nor freed.
+void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data);
+
+/// Registers what vesta_hbbtv_send_event() signals. The library locks the mutex around
+/// pthread_cond_signal() and does nothing else with either. Call it before other threads send.
+/// @param condition, mutex stay the integrator's; null for either switches the wake-up off
+void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mutex_t* mutex);
+
+/// Registers a listener; one that is registered twice is called twice.
+/// @return false for a null listener
+bool vesta_hbbtv_add_notification_listener(HBBTV_NotificationListener listener);
+
+/// Creates a window that can hold applications. @return its handle, owned by the library
+void* vesta_hbbtv_create_window();
+
+/// Stops the window's applications and destroys it. A handle that is not held is ignored.
+void vesta_hbbtv_release_window(void* window);
+
+/// The window that holds a browser window; null if none does.
+void* vesta_hbbtv_get_window_identifier(TAVO_VestaWindow* tavoWindow);
+
+/// Makes a window the one that shows the broadcast service; an unknown handle changes nothing.
+void vesta_hbbtv_set_broadcast_window(void* window);
+
+/// The window that shows the broadcast service; null if none does.
+void* vesta_hbbtv_get_broadcast_window();
+
+/// The browser window of a window; null for a null or unknown handle, or when it has none.
+TAVO_VestaWindow* vesta_hbbtv_get_tavo_window(void* window);
+
+/// Whether a URL lies inside the boundaries of the window's running application
+/// (ETSI TS 102 796, 6.3).
+/// @param window deliberately not checked: it must be null or live
+/// @return false for null arguments or without a running application
+bool vesta_hbbtv_is_within_boundaries(void* window, const char* url);
+
+/// Tells that the service of a window is shown time-shifted (nonzero) or live (zero). A running
+/// application that is not signalled as time-shift aware is stopped.
+/// @return 0 when this changed something, 1 for an unknown handle or an unchanged value
+unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted);
+
+/// Whether some window of the library holds this browser window; false for null.
+bool vesta_hbbtv_is_hbbtv_window(TAVO_VestaWindow* tavoWindow);
+
+/// Hands a browser event to the library. Call it for every event, before acting on it.
+/// @param data the event's record; for an XMLHttpRequest its `request_id` receives the
+///        HBBTV_XHR_Permission; null answers 0
+/// @param result receives 0 (success) or -3 (failure) for events that say so; may be null
+/// @return 1 when the library consumed the event, 0 when it is to be handled as usual
+unsigned int vesta_hbbtv_handle_notification(TAVO_Vesta* browser, TAVO_VestaWindow* tavoWindow,
+                                             TAVO_VESTA_EVENT event, TavoVestaEventData* data,
+                                             int* result);
+
+/// Offers a key event of a browser window to its application, which gets it when its key set
+/// admits the key.
+/// @return 1 when the library dealt with the event, 0 when it is not meant for an application
+int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event);
+
+}  // namespace VestaHbbTV
+
+extern "C" {
+
+// ------------------------------------------------------------------------------------------------
+// Platform hooks. The library exports weak defaults; definitions of the same names by the platform
+// take their place. All are called on the browser thread.
+// ------------------------------------------------------------------------------------------------
+
+/// Results of the dsmcc_* hooks.
+enum DSMCC_RESULT : unsigned int {
+    DSMCC_OK = 0,         ///< success; dsmcc_get_file(): the file can be read now
+    DSMCC_ERROR = 1,      ///< failure
+    DSMCC_PENDING = 2,    ///< dsmcc_get_file() only: a file-ready or file-error event follows
+    DSMCC_UNKNOWN_ID = 3  ///< the platform does not know the id
+};
+
+/// The terminal's OIPF key-set groups (OIPF DAE, KeySet). Default: every group, 0x3FF.
+int hbbtv_keyset_get_supported_values(void);
+
+void dsmcc_start(void);
+void dsmcc_stop(void);
+
+/// Asks for a carousel file.
+/// @param path "onid.tsid.sid.tag/path" (ids in hexadecimal), valid for the call
+/// @param id identifies the file until dsmcc_close_file() @return a DSMCC_RESULT
+unsigned int dsmcc_get_file(const char* path, void* id);
+
+/// @param mimeType receives a malloc'ed string that the library frees; may stay null
+unsigned int dsmcc_get_mime_type(void* id, char** mimeType);
+
+/// Reads on. @param buffer receives the platform's buffer, valid until its next call
+/// @param length receives the number of bytes; 0 ends the file
+unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length);
+
+unsigned int dsmcc_close_file(void* id);
+unsigned int dsmcc_clear_cache(void);
+
+/// Pass-through values are those of the plugin that called the native of the same purpose.
+unsigned int dsmcc_stream_event_subscribe(const char* path, void* p1, void* p2, void* p3, void* p4);
+unsigned int dsmcc_xml_stream_event_subscribe(void* x1, void* x2, unsigned short d1,
+                                              unsigned short serviceId, unsigned short d2, void* x3,
+                                              void* x4, void* x5);
+unsigned int dsmcc_stream_event_unsubscribe(const char* target, void* p1, void* p2, void* p3,
+                                            void* p4, long windowId);
+unsigned int dsmcc_stream_event_unsubscribe_all(void* p1, long windowId);
+
+/// Whether two carousel references name the same carousel. Default: leaves the answer untouched.
+unsigned int dsmcc_same_carousel(const char* first, const char* second, bool* same);
+
+void hbbtv_ait_start(void);
+void hbbtv_ait_stop(void);
+
+/// The service changed: tables of the former service are void.
+void hbbtv_ait_invalidate(void);
+
+/// A complete table is being applied. @param version its version_number
+void hbbtv_ait_completed(unsigned char version);
+
+// ------------------------------------------------------------------------------------------------
+// Natives: what the browser's OIPF object plugin calls for the scripts. An application id is a
+// number carried in a pointer, 0 means none; a window id is the browser's own number. Null strings
+// count as empty; a function whose result pointer is null answers 4 and does nothing else.
+// ------------------------------------------------------------------------------------------------
+
+enum VEIF_RETURN : int {
+    VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
+    VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
+    VEIF_RETURN_ERROR = 4,         ///< bad id, no window, no manager
+    VEIF_RETURN_NOT_PERMITTED = 7  ///< permission queries: no
+};
+
+/// @param event 0 low memory (appId null), 3 the application's initial page failed to load
+typedef void (*VEIF_ApplicationManagerListener)(int event, void* appId);
+typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
+
+/// The plugin's listeners; null until set.
+extern VEIF_ApplicationManagerListener veif_applicationManagerListener;
+extern VEIF_ApplicationDestroyedListener veif_applicationDestroyedListener;
+
+int native_ApplicationManagerSetListener(VEIF_ApplicationManagerListener listener);
+int native_ApplicationManagerSetAppDestroyedListener(VEIF_ApplicationDestroyedListener listener);
+
+/// @param freeMemory receives the answer of the integrator's listeners, -1 without one
+int native_AppPrivateDataGetFreeMem(long windowId, double* freeMemory);
+
+/// @param maximum receives the terminal's key-set mask
+int native_KeySetGetMaximumValue(long windowId, double* maximum);
+
+/// Asks for key groups. @param granted receives the mask that the terminal can grant
+int native_KeySetSetValue(void* appId, double value, double* granted);
+int native_KeySetGetValue(void* appId, double* value);
+
+/// Whether the window's application is broadcast-related and the URL inside its boundaries.
+int native_PermissionsIsBroadcastRelated(long windowId, const char* url);
+
+/// Whether the URL is a page of a trusted application (ETSI TS 102 796, 11.1); listeners decide.
+int native_PermissionsIsTrusted(long windowId, const char* url);
+
+/// The script changed the channel of its video/broadcast object.
+/// @param channel the integrator's channel reference; null: no channel
+int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
+
+/// @param windowId receives the browser's number of the application's window
+int native_AppManGetWindowOfApplication(void* appId, long* windowId);
+
+/// @param channel receives the channel reference of a broadcast-related application, else null
+int native_AppPrivateDataGetCurrentChannel(void* appId, void** channel);
+
+int native_ApplicationDestroyApplication(void* appId);
+int native_ApplicationHide(void* appId);
+int native_ApplicationShow(void* appId);
+
+/// @param appId receives the id of the window's application
+int native_AppManGetApplicationId(long windowId, void* reserved, void** appId);
+
+/// Starts an application, by URL or as "dvb://current.ait/<organisation>.<application>".
+/// @param createChild not used @param appId receives the new application's id, null if none
+int native_ApplicationCreateApplication(const char* url, int createChild, void* parentAppId,
+                                        void** appId);
+
+/// Subscribes to DSM-CC stream events; p1..p4 are passed on to the platform unchanged.
+int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p2, void* p3,
+                                           void* p4, long windowId);
+int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, double d2, void* x3,
+                                              void* x4, void* x5, long windowId);
+int native_BroadcastRemoveStreamEventListener(const char* target, void* p1, void* p2, void* p3,
+                                              void* p4, long windowId);
+int native_BroadcastRemoveAllStreamEventListeners(void* p1, long windowId);
+
+}  // extern "C"
+
+#pragma GCC visibility pop
+
+#endif
