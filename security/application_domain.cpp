@@ -1,0 +1,151 @@
+#include "security/application_domain.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "foundation/logging.h"
+#include "signalling/byte_reader.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+struct Scheme {
+    int protocol;
+    std::string_view text;
+};
+
+constexpr int dvbProtocol = 3;
+constexpr Scheme noScheme = {0, ""};
+constexpr Scheme schemes[] = {{1, "http://"}, {2, "https://"}, {dvbProtocol, "dvb://"}};
+constexpr std::string_view dvbPrefix = "dvb:";
+constexpr size_t descriptorHeaderSize = 2;  // tag and length
+
+bool startsWith(std::string_view text, std::string_view prefix)
+{
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+// Deliberate: a scheme counts wherever it stands, and the order of the schemes decides.
+const Scheme& schemeOf(std::string_view url)
+{
+    const auto found = std::find_if(std::begin(schemes), std::end(schemes), [url](const Scheme& s) {
+        return url.find(s.text) != std::string_view::npos;
+    });
+    return found == std::end(schemes) ? noScheme : *found;
+}
+
+// Deliberate: the host starts where it would if the scheme stood at the front. A URL in which a
+// scheme occurs is at least as long as the scheme, so the start is never past the end.
+std::string_view hostOf(std::string_view url, const Scheme& scheme)
+{
+    url.remove_prefix(scheme.text.size());
+    const std::string_view hostAndPort = url.substr(0, url.find('/'));
+    return hostAndPort.substr(0, hostAndPort.find(':'));
+}
+
+/// How many characters of the URL its origin has.
+size_t originLength(std::string_view url)
+{
+    const Scheme& scheme = schemeOf(url);
+    if (scheme.protocol == noScheme.protocol)
+        return url.size();
+    return std::min(url.find('/', scheme.text.size()), url.size());
+}
+
+bool isOfHostOrDVB(std::string_view entry, std::string_view host)
+{
+    const Scheme& scheme = schemeOf(entry);
+    return hostOf(entry, scheme) == host || scheme.protocol == dvbProtocol;
+}
+
+}  // namespace
+
+// The published signature takes the URL by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+bool ApplicationDomain::isWithinBoundaries(std::string url) const
+{
+    return std::any_of(entries_.begin(), entries_.end(),
+                       [&url](const std::string& entry) { return startsWith(url, entry); });
+}
+
+int ApplicationDomain::extractProtocol(std::string& url) const
+{
+    return schemeOf(url).protocol;
+}
+
+std::string ApplicationDomain::extractHostName(std::string& url) const
+{
+    return std::string(hostOf(url, schemeOf(url)));
+}
+
+std::string ApplicationDomain::removePath(std::string& url) const
+{
+    return url.substr(0, originLength(url));
+}
+
+bool ApplicationDomain::addBoundaryExtension(std::string url)
+{
+    if (!startsWith(url, dvbPrefix)) {
+        const std::string_view host = hostOf(url, schemeOf(url));
+        for (const std::string& entry : entries_) {
+            if (!isOfHostOrDVB(entry, host))
+                return false;
+        }
+    }
+    url.resize(originLength(url));
+    entries_.push_back(std::move(url));
+    return true;
+}
+
+bool ApplicationDomain::extendDomain(ApplicationDomain& other)
+{
+    if (&other == this)
+        return false;
+    bool extended = false;
+    for (const std::string& entry : other.entries_) {
+        log(DEBUG, "HBBTV", "Trying to extend with domain: ", entry);
+        if (!addBoundaryExtension(entry))
+            continue;
+        log(DEBUG, "HBBTV", " - Extended with domain: ", entry);
+        extended = true;
+    }
+    return extended;
+}
+
+void ApplicationDomain::parseSimpleApplicationBoundaryExtensionDescriptor(
+    const unsigned char* descriptor)
+{
+    if (descriptor)
+        parseSimpleApplicationBoundaryExtensionDescriptor(descriptor,
+                                                          descriptorHeaderSize + descriptor[1]);
+}
+
+// simple_application_boundary_descriptor(): ETSI TS 102 809, 5.3.8.
+void ApplicationDomain::parseSimpleApplicationBoundaryExtensionDescriptor(
+    const unsigned char* descriptor, size_t available)
+{
+    if (!descriptor || available < descriptorHeaderSize)
+        return;
+    // Deliberate: an extension may end on the byte just past the descriptor.
+    const size_t readable = std::min<size_t>(available, descriptorHeaderSize + descriptor[1] + 1);
+    ByteReader reader(descriptor, readable);
+    reader.skip(descriptorHeaderSize);
+    const uint8_t count = reader.u8();
+    // Deliberate: the message stays although all extensions are read.
+    if (count > 1)
+        log(WARN, "ApplicationDomain",
+            "Boundary extension descriptor contains more than one extension. We'll just read the "
+            "first one.");
+    for (unsigned n = count; n > 0; --n) {
+        const uint8_t length = reader.u8();
+        std::string extension = reader.text(length);
+        if (!reader.ok())
+            return;
+        addBoundaryExtension(std::move(extension));
+    }
+}
+
+}  // namespace VestaHbbTV
