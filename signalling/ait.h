@@ -1,0 +1,149 @@
+/// The Application Information Table of a service: which applications there are.
+#ifndef VESTA_SIGNALLING_AIT_H
+#define VESTA_SIGNALLING_AIT_H
+
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "foundation/ref_ptr.h"
+#include "signalling/ait_application.h"
+#include "signalling/ait_application_transport.h"
+#include "signalling/byte_reader.h"
+
+namespace VestaHbbTV {
+
+/// A table, filled section by section or by hand. Owns its applications, which stand in the order
+/// of their priorities, highest first, and equal ones in the order of their insertion.
+class AIT : public RefCounted<AIT> {
+public:
+    /// A table for the sections of this service.
+    /// @param channelHandle the integrator's, passed through to every application; may be null
+    AIT(unsigned short originalNetworkId, unsigned short transportStreamId,
+        unsigned short serviceId, void* channelHandle);
+
+    /// A complete table that does not come from sections (an XML AIT): ids 0, no channel handle.
+    AIT();
+
+    ~AIT() override;
+
+    /// Takes in one section. No byte behind the section's own end (3 + section_length) is read.
+    ///
+    /// A section that is refused leaves what was read before the fault: its number counts as
+    /// received (unless it is too short to have one), and its transports and applications before
+    /// the fault stay in the table.
+    /// @param section a whole section from table_id on, borrowed for the call; may be null
+    /// @return true for an accepted section and for the repetition of one while sections are
+    ///         missing; false for null, another table, another version, a section with a length
+    ///         that leaves its loop, and every section once the table is complete
+    bool parse(const unsigned char* section);
+
+    /// Takes in the transports of a common descriptor loop and skips its other descriptors.
+    /// @return false when a descriptor leaves the loop; the ones before it are kept
+    bool parseCommonDescriptorsLoop(const unsigned char* data, unsigned short length);
+
+    /// Puts the application behind all that have its priority or a higher one. An application that
+    /// was made for another table becomes one of this table, but keeps its channel handle.
+    /// @param application ownership passes to the table; null is ignored
+    void insertAITApplication(AITApplication* application);
+
+    /// @name Applications
+    /// All results are borrowed while the table lives, and null when there is no such application.
+    /// @{
+
+    /// @param index place in the table's order, from 0
+    AITApplication* getAITApplication(unsigned int index) const;
+
+    /// The first application with both ids.
+    AITApplication* getAITApplication(unsigned long organisationId,
+                                      unsigned short applicationId) const;
+
+    /// The first application that is signalled with the code and has an available transport.
+    /// @param httpAvailable whether HTTP transports count
+    AITApplication* getAITApplication(AITApplication::ControlCode code, bool httpAvailable) const;
+
+    /// The next such application behind `after`; null also when `after` is not in this table.
+    AITApplication* getNextAITApplication(const AITApplication* after,
+                                          AITApplication::ControlCode code,
+                                          bool httpAvailable) const;
+
+    AITApplication*
+    getFirstAITApplicationOfUsageType(AITApplication::ApplicationUsageType type) const;
+
+    AITApplication* getFirstDigitalTeletextAITApplication() const;
+    /// @}
+
+    /// Whether this very object is in the table. `application` may be any pointer.
+    bool isHandledAITApplication(const AITApplication* application) const;
+
+    unsigned int getNumApplications() const
+    {
+        return static_cast<unsigned int>(applications_.size());
+    }
+
+    /// The transport of this label in the common descriptor loops; null when there is none.
+    AITApplicationTransport* getCommonTransport(uint8_t label) const;
+
+    /// Releases the common transports. Applications keep those that they use.
+    void clearCommonTransports();
+
+    /// Writes the table and its applications to the log.
+    void printAIT() const;
+
+    uint16_t getOriginalNetworkId() const { return originalNetworkId_; }
+    uint16_t getTransportStreamId() const { return transportStreamId_; }
+    uint16_t getServiceId() const { return serviceId_; }
+    void* getChannelHandle() const { return channelHandle_; }
+
+    /// Whether the table was not built from broadcast sections.
+    bool isXMLBased() const { return xmlBased_; }
+
+    /// Whether as many different sections arrived as the last one said there are.
+    bool isComplete() const { return complete_; }
+
+    /// Whether its window has let go of the table.
+    bool isStale() const { return stale_; }
+    void setStale(bool stale = true) { stale_ = stale; }
+
+    /// The version of the first section, which all others share; 0 before.
+    uint8_t getVersion() const { return version_; }
+
+    /// @name For tables that do not come from sections
+    /// @{
+
+    /// Makes a transport common to all applications that sections add from now on. The first one of
+    /// a label stays.
+    /// @param transport null is ignored
+    void insertCommonTransport(ref_ptr<AITApplicationTransport> transport);
+    /// @}
+
+private:
+    using Applications = std::vector<std::unique_ptr<AITApplication>>;
+
+    bool parseHeader(ByteReader& section);
+    bool parseBody(ByteReader section);
+    bool parseCommonDescriptorsLoop(ByteReader loop);
+    bool parseApplications(ByteReader section, size_t loopLength);
+    AITApplication* findSignalled(size_t from, AITApplication::ControlCode code,
+                                  bool httpAvailable) const;
+
+    Applications applications_;
+    /// One for each label; a table has few.
+    std::vector<ref_ptr<AITApplicationTransport>> commonTransports_;
+    void* channelHandle_ = nullptr;
+    uint16_t originalNetworkId_ = 0;
+    uint16_t transportStreamId_ = 0;
+    uint16_t serviceId_ = 0;
+    uint8_t lastSectionNumber_ = 0;
+    uint8_t version_ = 0;
+    bool xmlBased_ = false;
+    bool complete_ = false;
+    bool stale_ = false;
+    std::bitset<256> receivedSections_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

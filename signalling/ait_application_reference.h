@@ -1,0 +1,60 @@
+/// A pointer to an application of an AIT that never dangles.
+#ifndef VESTA_SIGNALLING_AIT_APPLICATION_REFERENCE_H
+#define VESTA_SIGNALLING_AIT_APPLICATION_REFERENCE_H
+
+#include "foundation/ref_ptr.h"
+#include "signalling/ait.h"
+#include "signalling/ait_application.h"
+
+namespace VestaHbbTV {
+
+/// Points at an application of a table, or at none.
+///
+/// Where the table was counted when the reference was set, the reference holds a count of its own,
+/// so that table and application live on. Where nobody counted it, the reference never deletes it.
+/// In either case the reference becomes null when the application dies first. Not synchronised: of
+/// the browser thread, like the tables.
+class AITApplicationReference {
+public:
+    AITApplicationReference() = default;
+
+    /// @param application may be null
+    explicit AITApplicationReference(AITApplication* application) { reset(application); }
+
+    AITApplicationReference(const AITApplicationReference& other) { reset(other.application_); }
+
+    /// A moved-from reference is null.
+    AITApplicationReference(AITApplicationReference&& other) noexcept;
+
+    AITApplicationReference& operator=(const AITApplicationReference& other);
+    AITApplicationReference& operator=(AITApplicationReference&& other) noexcept;
+    ~AITApplicationReference() { reset(); }
+
+    /// Points at another application, or at none. The table that was held may die in this call,
+    /// but only after the reference has changed.
+    void reset(AITApplication* application = nullptr);
+
+    /// Borrowed while the reference points there; null when there is none (any more).
+    AITApplication* get() const { return application_; }
+    AITApplication* operator->() const { return application_; }
+    AITApplication& operator*() const { return *application_; }
+    explicit operator bool() const { return application_ != nullptr; }
+
+private:
+    friend class AITApplication;
+
+    /// Makes every reference to a dying application null.
+    static void forget(AITApplication& dying);
+
+    void link(AITApplication* application);
+    void unlink();
+
+    AITApplication* application_ = nullptr;
+    AITApplicationReference* next_ = nullptr;
+    AITApplicationReference* previous_ = nullptr;
+    ref_ptr<AIT> table_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,88 @@
+/// One way to reach an application's files: the object carousel of a service, or HTTP.
+#ifndef VESTA_SIGNALLING_AIT_APPLICATION_TRANSPORT_H
+#define VESTA_SIGNALLING_AIT_APPLICATION_TRANSPORT_H
+
+#include <cstdint>
+#include <string>
+
+#include "foundation/ref_ptr.h"
+#include "signalling/byte_reader.h"
+
+namespace VestaHbbTV {
+
+/// A transport protocol descriptor of an AIT. Shared by reference count between a table's common
+/// transports, its applications and whoever loads through it.
+class AITApplicationTransport : public RefCounted<AITApplicationTransport> {
+public:
+    /// The protocol_id of the descriptor. 0 stands for every protocol other than these two.
+    enum ProtocolId : int { OBJECT_CAROUSEL = 1, HTTP = 3 };
+
+    /// An empty transport: no protocol, label 0, no URL base.
+    AITApplicationTransport() = default;
+
+    /// @param descriptor points at the tag of a transport protocol descriptor, whose own length
+    /// byte
+    ///        bounds what is read; null gives an empty transport
+    explicit AITApplicationTransport(const unsigned char* descriptor);
+
+    /// @param payload the descriptor without its tag and length
+    explicit AITApplicationTransport(ByteReader payload);
+
+    ~AITApplicationTransport() override = default;
+
+    /// Reads a descriptor into this transport. Never fails: what does not fit into the descriptor's
+    /// own length stays as it was, which is 0 or empty in a new transport.
+    /// @param descriptor points at the tag; null changes nothing
+    void parseTransportDescriptor(const unsigned char* descriptor);
+
+    /// @return the address of an initial page on this transport: the URL base followed by the
+    ///         location, or a `dvb:` URL; empty for an unknown protocol
+    /// @param location path of the page; nothing is added to it nor removed from it
+    std::string getURL(std::string location) const;
+
+    /// @return the carousel's four identifiers as they stand in the host part of its `dvb:` URLs;
+    ///         empty for every other protocol
+    std::string getHostname() const;
+
+    ProtocolId getProtocol() const { return protocol_; }
+    uint8_t getLabel() const { return label_; }
+    const std::string& getURLBase() const { return urlBase_; }
+
+    /// Whether the carousel is in another service than the one that carries the table.
+    bool isRemote() const { return remote_; }
+
+    uint16_t getOriginalNetworkId() const { return originalNetworkId_; }
+    uint16_t getTransportStreamId() const { return transportStreamId_; }
+    uint16_t getServiceId() const { return serviceId_; }
+    uint8_t getComponentTag() const { return componentTag_; }
+
+    /// The service whose carousel or application this is: its own where the descriptor names none.
+    void setService(uint16_t originalNetworkId, uint16_t transportStreamId, uint16_t serviceId);
+
+    /// @name For tables that do not come from sections
+    /// @{
+    void setProtocol(ProtocolId protocol) { protocol_ = protocol; }
+    void setLabel(uint8_t label) { label_ = label; }
+    void setURLBase(std::string urlBase);
+    void setRemote(bool remote) { remote_ = remote; }
+    void setComponentTag(uint8_t componentTag) { componentTag_ = componentTag; }
+    /// @}
+
+private:
+    void parsePayload(ByteReader payload);
+    void parseObjectCarousel(ByteReader selector);
+    void parseHTTP(ByteReader selector);
+
+    ProtocolId protocol_ = ProtocolId(0);
+    std::string urlBase_;
+    uint16_t originalNetworkId_ = 0;
+    uint16_t transportStreamId_ = 0;
+    uint16_t serviceId_ = 0;
+    uint8_t label_ = 0;
+    uint8_t componentTag_ = 0;
+    bool remote_ = false;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,25 @@
+/// What all descriptors of a table have in common: a tag, a length of one byte, a payload.
+#ifndef VESTA_SIGNALLING_DESCRIPTOR_H
+#define VESTA_SIGNALLING_DESCRIPTOR_H
+
+#include <cstddef>
+
+#include "signalling/byte_reader.h"
+
+namespace VestaHbbTV {
+
+/// Bytes that stand before a descriptor's payload: its tag and its length.
+constexpr size_t descriptorHeaderSize = 2;
+
+/// The payload of a descriptor of which only the start is known: its own length byte is trusted.
+/// @param descriptor points at the tag; null gives an empty payload
+inline ByteReader descriptorPayload(const unsigned char* descriptor)
+{
+    if (!descriptor)
+        return ByteReader();
+    return ByteReader(descriptor + descriptorHeaderSize, descriptor[1]);
+}
+
+}  // namespace VestaHbbTV
+
+#endif
