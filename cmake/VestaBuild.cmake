@@ -1,0 +1,21 @@
+# How the project's own code is compiled and linked.
+
+if(VESTA_32BIT)
+  add_compile_options(-m32)
+  add_link_options(-m32)
+  # Where the 32-bit headers of the kernel are not installed, those of the 64-bit side serve.
+  if(EXISTS "/usr/include/x86_64-linux-gnu/asm")
+    add_compile_options("SHELL:-isystem /usr/include/x86_64-linux-gnu")
+  endif()
+endif()
+
+if(VESTA_SANITIZE)
+  add_compile_options("-fsanitize=${VESTA_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options("-fsanitize=${VESTA_SANITIZE}")
+endif()
+
+# The warnings that our own code is held to; they are errors.
+function(vesta_own_code target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror)
+endfunction()

@@ -1,0 +1,71 @@
+/// What the whole library shares: the browser, the event queue, the downloads and the terminal's
+/// capabilities.
+#ifndef VESTA_FOUNDATION_CONFIGURATION_MANAGER_H
+#define VESTA_FOUNDATION_CONFIGURATION_MANAGER_H
+
+#include <cstdint>
+#include <memory>
+
+#include "vesta_browser.h"
+
+namespace VestaHbbTV {
+
+class OCDownloadManager;
+class ThreadsafeEventQueue;
+
+/// Singleton of the browser thread; only its event queue is shared with other threads.
+class ConfigurationManager {
+public:
+    /// The one instance, created without a queue on first use (without a lock).
+    static ConfigurationManager* getInstance();
+
+    /// The queue of the existing instance; null before init and after shutdown. Creates nothing.
+    static ThreadsafeEventQueue* getCurrentQueue();
+
+    ConfigurationManager(const ConfigurationManager&) = delete;
+    ConfigurationManager& operator=(const ConfigurationManager&) = delete;
+
+    /// Deletes the downloads, then the queue with every event in it, unexecuted.
+    ~ConfigurationManager();
+
+    /// Makes a fresh download manager and queue and asks the integrator for the key sets. What an
+    /// earlier call made is deleted.
+    void init(TAVO_Vesta* browser);
+
+    TAVO_Vesta* getBrowser() const { return browser_; }
+    /// Null before init(). Owned by this object.
+    ThreadsafeEventQueue* getEventQueue() const { return eventQueue_.get(); }
+    /// Null before init(). Owned by this object.
+    OCDownloadManager* getOCDownloadManager() const { return ocDownloadManager_.get(); }
+
+    /// The HbbTV version that the terminal claims; 1.2.1 unless set.
+    unsigned char getHbbTVVersionMajor() const { return hbbtvVersionMajor_; }
+    unsigned char getHbbTVVersionMinor() const { return hbbtvVersionMinor_; }
+    unsigned char getHbbTVVersionMicro() const { return hbbtvVersionMicro_; }
+    void setHbbTVVersion(unsigned char major, unsigned char minor, unsigned char micro);
+
+    /// The terminal's application profile mask (ETSI TS 102 809, 5.2.5.1); 0 unless set.
+    unsigned short getSupportedProfiles() const { return supportedProfiles_; }
+    void setSupportedProfiles(unsigned short profiles) { supportedProfiles_ = profiles; }
+
+    /// The OIPF key-set groups that the terminal can deliver, asked at init().
+    int getSupportedKeySetValues() const { return supportedKeySetValues_; }
+
+    static ConfigurationManager* instance;
+
+private:
+    ConfigurationManager();
+
+    TAVO_Vesta* browser_ = nullptr;
+    std::unique_ptr<ThreadsafeEventQueue> eventQueue_;
+    std::unique_ptr<OCDownloadManager> ocDownloadManager_;
+    uint8_t hbbtvVersionMajor_ = 1;
+    uint8_t hbbtvVersionMinor_ = 2;
+    uint8_t hbbtvVersionMicro_ = 1;
+    uint16_t supportedProfiles_ = 0;
+    int32_t supportedKeySetValues_ = 0;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,139 @@
+/// The process-wide log: lines are built as LogEntry and handed to the sinks that the integrator
+/// registered. Without a sink a line of the library costs one load and a branch.
+#ifndef VESTA_FOUNDATION_LOGGING_H
+#define VESTA_FOUNDATION_LOGGING_H
+
+#include <atomic>
+#include <fstream>
+#include <memory>
+#include <pthread.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace VestaHbbTV {
+
+/// Severities; higher is more severe.
+enum LogLevel : int { DEBUG = 1, LOG = 2, WARN = 3, ERR = 4 };
+
+/// One log line under construction; belongs to the thread that builds it.
+///
+/// `LogEntry(LOG, "Window") << "text";` writes a line: it is dispatched when the entry dies.
+class LogEntry {
+public:
+    /// Writes the line's prefix: local date and time, level tag and module.
+    /// @param level a value outside the list loses only its tag
+    /// @param module right-aligned in twelve columns; may be empty
+    LogEntry(LogLevel level, std::string module);
+    LogEntry(const LogEntry&) = delete;
+    LogEntry& operator=(const LogEntry&) = delete;
+    ~LogEntry();
+
+    /// The line so far: prefix and text.
+    std::ostringstream& stream() { return text_; }
+
+    template <typename Value>
+    LogEntry& operator<<(const Value& value)
+    {
+        text_ << value;
+        return *this;
+    }
+
+    /// Ends the line and hands it to every sink; does nothing the second time.
+    void output();
+
+    LogLevel getLevel() const { return level_; }
+    const std::string& getModule() const { return module_; }
+
+private:
+    LogLevel level_;
+    std::string module_;
+    std::ostringstream text_;
+    bool isOutput_ = false;
+};
+
+/// A sink. It gets every entry and judges the level itself. output() runs on the logging thread
+/// under the log's mutex and must not log.
+class LoggingOutput {
+public:
+    /// @param minimumLevel lines below it are to be dropped
+    explicit LoggingOutput(LogLevel minimumLevel);
+    LoggingOutput(const LoggingOutput&) = delete;
+    LoggingOutput& operator=(const LoggingOutput&) = delete;
+    virtual ~LoggingOutput();
+
+    virtual void output(LogEntry& entry) = 0;
+
+protected:
+    bool accepts(const LogEntry& entry) const { return entry.getLevel() >= minimumLevel_; }
+
+private:
+    LogLevel minimumLevel_;
+};
+
+/// Writes to standard output, flushing every line.
+class LoggingOutputStdout : public LoggingOutput {
+public:
+    explicit LoggingOutputStdout(LogLevel minimumLevel);
+    void output(LogEntry& entry) override;
+};
+
+/// Appends to a file, flushing every line. Lines are lost while no file is open.
+class LoggingOutputFile : public LoggingOutput {
+public:
+    explicit LoggingOutputFile(LogLevel minimumLevel);
+
+    /// Opens a file for appending in place of the one open before. @return whether it is open
+    bool openFile(const char* path);
+    void output(LogEntry& entry) override;
+
+private:
+    std::unique_ptr<std::ofstream> file_;
+};
+
+/// The dispatcher. Any thread may log once the first getInstance() has returned.
+class Logging {
+public:
+    /// The one instance, created on first use (without a lock).
+    static Logging* getInstance();
+
+    Logging(const Logging&) = delete;
+    Logging& operator=(const Logging&) = delete;
+
+    /// Deletes the registered sinks; a later getInstance() starts anew.
+    ~Logging();
+
+    /// Appends a sink. @param output ownership passes to the log; null is skipped at output
+    void addOutput(LoggingOutput* output);
+
+    /// Hands an entry to every sink in order of addition, one entry at a time.
+    void output(LogEntry& entry);
+
+    /// Whether any sink is registered. Callable from any thread.
+    static bool hasOutputs() { return outputCount.load(std::memory_order_relaxed) != 0; }
+
+    static Logging* instance;
+
+private:
+    Logging();
+
+    static std::atomic<unsigned> outputCount;
+
+    std::vector<LoggingOutput*> outputs_;
+    pthread_mutex_t mutex_;
+    bool hasMutex_ = false;
+};
+
+/// Writes one line of the library's own, made of the parts in their order.
+template <typename... Parts>
+void log(LogLevel level, const char* module, const Parts&... parts)
+{
+    if (!Logging::hasOutputs())
+        return;
+    LogEntry entry(level, module);
+    (entry.stream() << ... << parts);
+}
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,55 @@
+/// Carries work from any thread onto the browser thread.
+#ifndef VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
+#define VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
+
+#include <deque>
+#include <mutex>
+
+namespace VestaHbbTV {
+
+/// First in, first out. Adding is for any thread; everything else is the browser thread's.
+class ThreadsafeEventQueue {
+public:
+    /// Something to be done on the browser thread. Created with `new` by whoever queues it,
+    /// deleted by the queue after it ran or when it is discarded.
+    class Event {
+    public:
+        Event() = default;
+        Event(const Event&) = delete;
+        Event& operator=(const Event&) = delete;
+        virtual ~Event();
+
+        /// Runs with the queue's mutex released: it may queue further events, which run on later
+        /// ticks, and it may even end the library.
+        virtual void execute() = 0;
+    };
+
+    ThreadsafeEventQueue() = default;
+    ThreadsafeEventQueue(const ThreadsafeEventQueue&) = delete;
+    ThreadsafeEventQueue& operator=(const ThreadsafeEventQueue&) = delete;
+
+    /// Deletes what is still queued, without executing it.
+    ~ThreadsafeEventQueue();
+
+    /// Appends an event. @param event ownership passes to the queue; null is ignored
+    void add(Event* event);
+
+    /// Takes the front event out. @return owned by the caller; null when the queue is empty
+    Event* getFirst();
+
+    /// Takes the front event out, runs it and deletes it. @return false when the queue is empty
+    bool executeFirst();
+
+    /// Deletes every queued event without executing it. Events that their destructors queue stay.
+    void clear();
+
+private:
+    bool isEmpty();
+
+    std::deque<Event*> events_;
+    std::mutex mutex_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif
