@@ -122,10 +122,12 @@ public:
 private:
     using Applications = std::vector<std::unique_ptr<AITApplication>>;
 
-    bool parseHeader(ByteReader& section);
+    bool acceptsVersion(uint8_t version);
+    void recordSection(uint8_t number, uint8_t lastNumber);
     bool parseBody(ByteReader section);
     bool parseCommonDescriptorsLoop(ByteReader loop);
     bool parseApplications(ByteReader section, size_t loopLength);
+    size_t placeOf(const AITApplication* application) const;
     AITApplication* findSignalled(size_t from, AITApplication::ControlCode code,
                                   bool httpAvailable) const;
 

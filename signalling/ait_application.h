@@ -128,7 +128,7 @@ public:
     ApplicationUsageType getUsageType() const { return usageType_; }
 
     /// Whether the application id is one of a signed application (0x4000 to 0x7FFF).
-    bool isInSignedRange() const { return inSignedRange_; }
+    bool isInSignedRange() const { return applicationId_ >= 0x4000 && applicationId_ <= 0x7FFF; }
 
     /// Borrowed while the application lives; null when none was signalled.
     const ApplicationDescriptor* getApplicationDescriptor() const
@@ -159,7 +159,7 @@ public:
     /// @{
     void setControlCode(ControlCode code) { controlCode_ = code; }
     void setOrganisationId(uint32_t id) { organisationId_ = id; }
-    void setApplicationId(uint16_t id);
+    void setApplicationId(uint16_t id) { applicationId_ = id; }
     void setApplicationName(std::string name);
     void setApplicationLocation(std::string location);
     void setUsageType(ApplicationUsageType type) { usageType_ = type; }
@@ -178,10 +178,9 @@ private:
     friend class AIT;
     friend class AITApplicationReference;
 
-    bool parseDescriptors(ByteReader loop, ByteReader section, Transports& ownTransports);
-    bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader restOfLoop,
-                         Transports& ownTransports);
-    bool parseName(ByteReader restOfLoop);
+    bool parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports);
+    bool parseDescriptor(ByteReader toLoopEnd, size_t behindLoop, Transports& ownTransports);
+    bool parseName(ByteReader toLoopEnd);
     void parseTransport(ByteReader payload, Transports& ownTransports) const;
     void chooseTransports(Transports& ownTransports);
     void printTransport(size_t index) const;
@@ -200,7 +199,6 @@ private:
     ApplicationUsageType usageType_ = ApplicationUsageType(0);
     uint32_t organisationId_ = 0;
     uint16_t applicationId_ = 0;
-    bool inSignedRange_ = false;
 };
 
 }  // namespace VestaHbbTV

@@ -1,0 +1,234 @@
+#include "signalling/ait.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/logging.h"
+#include "signalling/descriptor.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+constexpr uint8_t applicationInformationTableId = 0x74;
+constexpr uint8_t transportProtocolTag = 0x02;
+
+/// Bytes of table_id and section_length.
+constexpr size_t sectionHeaderSize = 3;
+
+}  // namespace
+
+AIT::AIT(unsigned short originalNetworkId, unsigned short transportStreamId,
+         unsigned short serviceId, void* channelHandle)
+    : channelHandle_(channelHandle), originalNetworkId_(originalNetworkId),
+      transportStreamId_(transportStreamId), serviceId_(serviceId)
+{
+}
+
+AIT::AIT() : xmlBased_(true), complete_(true)
+{
+}
+
+AIT::~AIT() = default;
+
+// application_information_section(): ETSI TS 102 809, 5.3.4.6. The end includes the CRC, which the
+// demultiplexer has verified.
+bool AIT::parse(const unsigned char* section)
+{
+    if (!section || section[0] != applicationInformationTableId)
+        return false;
+    const uint16_t length = ByteReader(section + 1, 2).length12();
+    ByteReader reader(section + sectionHeaderSize, length);
+    reader.skip(2);  // test_application_flag and application_type: any type is taken
+    const uint8_t version = (reader.u8() >> 1) & 0x1F;
+    const uint8_t number = reader.u8();
+    const uint8_t lastNumber = reader.u8();
+    if (!reader.ok() || !acceptsVersion(version))
+        return false;
+    if (receivedSections_.test(number))
+        return true;
+    recordSection(number, lastNumber);
+    return parseBody(reader);
+}
+
+/// The first section decides on the version. Once all sections have arrived, no more are taken: not
+/// even repetitions.
+bool AIT::acceptsVersion(uint8_t version)
+{
+    if (receivedSections_.any())
+        return version == version_ && !complete_;
+    version_ = version;
+    return true;
+}
+
+/// Deliberate: a section counts as received before its body is read, so also if that fails.
+void AIT::recordSection(uint8_t number, uint8_t lastNumber)
+{
+    receivedSections_.set(number);
+    lastSectionNumber_ = lastNumber;
+    if (receivedSections_.count() == lastSectionNumber_ + size_t{1})
+        complete_ = true;
+}
+
+bool AIT::parseBody(ByteReader section)
+{
+    const uint16_t commonLength = section.length12();
+    const ByteReader commonLoop = section.take(commonLength);
+    if (!section.ok() || !parseCommonDescriptorsLoop(commonLoop))
+        return false;
+    const uint16_t loopLength = section.length12();
+    if (!section.ok() || loopLength > section.remaining())
+        return false;
+    return parseApplications(section, loopLength);
+}
+
+bool AIT::parseCommonDescriptorsLoop(const unsigned char* data, unsigned short length)
+{
+    return parseCommonDescriptorsLoop(ByteReader(data, data ? length : size_t{0}));
+}
+
+bool AIT::parseCommonDescriptorsLoop(ByteReader loop)
+{
+    while (!loop.empty()) {
+        const uint8_t tag = loop.u8();
+        const uint8_t length = loop.u8();
+        const ByteReader payload = loop.take(length);
+        if (!loop.ok())
+            return false;
+        if (tag != transportProtocolTag)
+            continue;
+        ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
+        if (!transport->isRemote())
+            transport->setService(originalNetworkId_, transportStreamId_, serviceId_);
+        insertCommonTransport(std::move(transport));
+    }
+    return true;
+}
+
+/// @param section begins with the application loop, which is known to end within it
+bool AIT::parseApplications(ByteReader section, size_t loopLength)
+{
+    const size_t behindLoop = section.remaining() - loopLength;
+    // Deliberate: an entry is bounded by the section. One that begins in the loop may leave it.
+    while (section.remaining() > behindLoop) {
+        auto application = std::make_unique<AITApplication>(this);
+        if (!application->parse(section))
+            return false;
+        insertAITApplication(application.release());
+    }
+    return true;
+}
+
+void AIT::insertAITApplication(AITApplication* application)
+{
+    if (!application || isHandledAITApplication(application))
+        return;
+    std::unique_ptr<AITApplication> owned(application);
+    // The table that it was made for may die before this one.
+    if (owned->parent_)
+        owned->parent_ = this;
+    const unsigned char priority = owned->getApplicationPriority();
+    const auto place =
+        std::find_if(applications_.begin(), applications_.end(), [priority](const auto& other) {
+            return other->getApplicationPriority() < priority;
+        });
+    applications_.insert(place, std::move(owned));
+}
+
+AITApplication* AIT::getAITApplication(unsigned int index) const
+{
+    return index < applications_.size() ? applications_[index].get() : nullptr;
+}
+
+AITApplication* AIT::getAITApplication(unsigned long organisationId,
+                                       unsigned short applicationId) const
+{
+    for (const auto& application : applications_)
+        if (application->getApplicationId() == applicationId &&
+            application->getOrganisationId() == organisationId)
+            return application.get();
+    return nullptr;
+}
+
+AITApplication* AIT::getAITApplication(AITApplication::ControlCode code, bool httpAvailable) const
+{
+    return findSignalled(0, code, httpAvailable);
+}
+
+AITApplication* AIT::getNextAITApplication(const AITApplication* after,
+                                           AITApplication::ControlCode code,
+                                           bool httpAvailable) const
+{
+    return findSignalled(placeOf(after) + 1, code, httpAvailable);
+}
+
+AITApplication* AIT::findSignalled(size_t from, AITApplication::ControlCode code,
+                                   bool httpAvailable) const
+{
+    for (size_t i = from; i < applications_.size(); ++i) {
+        AITApplication* const application = applications_[i].get();
+        if (application->isSignalledWith(code) &&
+            application->getFirstAvailableTransport(httpAvailable))
+            return application;
+    }
+    return nullptr;
+}
+
+bool AIT::isHandledAITApplication(const AITApplication* application) const
+{
+    return placeOf(application) < applications_.size();
+}
+
+/// The number of applications for one that is not in the list.
+size_t AIT::placeOf(const AITApplication* application) const
+{
+    size_t place = 0;
+    while (place < applications_.size() && applications_[place].get() != application)
+        ++place;
+    return place;
+}
+
+AITApplication*
+AIT::getFirstAITApplicationOfUsageType(AITApplication::ApplicationUsageType type) const
+{
+    for (const auto& application : applications_)
+        if (application->getUsageType() == type)
+            return application.get();
+    return nullptr;
+}
+
+AITApplication* AIT::getFirstDigitalTeletextAITApplication() const
+{
+    return getFirstAITApplicationOfUsageType(AITApplication::DIGITAL_TELETEXT);
+}
+
+AITApplicationTransport* AIT::getCommonTransport(uint8_t label) const
+{
+    for (const auto& transport : commonTransports_)
+        if (transport->getLabel() == label)
+            return transport.get();
+    return nullptr;
+}
+
+void AIT::insertCommonTransport(ref_ptr<AITApplicationTransport> transport)
+{
+    if (transport && !getCommonTransport(transport->getLabel()))
+        commonTransports_.push_back(std::move(transport));
+}
+
+void AIT::clearCommonTransports()
+{
+    commonTransports_.clear();
+}
+
+void AIT::printAIT() const
+{
+    log(DEBUG, "AIT", "--- Outputing AIT ---");
+    for (size_t i = 0; i < applications_.size(); ++i) {
+        log(DEBUG, "AIT", "--- [", i, "] ");
+        applications_[i]->printAITApplication();
+    }
+    log(DEBUG, "AIT", "--- Done ---");
+}
+
+}  // namespace VestaHbbTV

@@ -1,0 +1,346 @@
+#include "signalling/ait_application.h"
+
+#include <algorithm>
+#include <ios>
+#include <iterator>
+#include <utility>
+
+#include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
+#include "signalling/ait.h"
+#include "signalling/ait_application_reference.h"
+#include "signalling/descriptor.h"
+#include "signalling/hbbtv_url.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+/// organisation_id, application_id, application_control_code, application_descriptors_loop_length.
+constexpr size_t entryHeaderSize = 9;
+constexpr size_t loopLengthOffset = 7;
+
+enum DescriptorTag : uint8_t {
+    applicationTag = 0x00,
+    applicationNameTag = 0x01,
+    transportProtocolTag = 0x02,
+    applicationRecordingTag = 0x06,
+    simpleApplicationLocationTag = 0x15,
+    applicationUsageTag = 0x16,
+    simpleApplicationBoundaryTag = 0x17
+};
+
+using Transports = AITApplication::Transports;
+
+Transports::iterator findLabel(Transports& transports, uint8_t label)
+{
+    return std::find_if(transports.begin(), transports.end(),
+                        [label](const auto& transport) { return transport->getLabel() == label; });
+}
+
+void append(std::string& text, ByteReader bytes)
+{
+    if (!bytes.empty())
+        text.append(reinterpret_cast<const char*>(bytes.data()), bytes.remaining());
+}
+
+AITApplicationTransport* findAvailable(Transports::const_iterator from,
+                                       Transports::const_iterator end, bool httpAvailable)
+{
+    const auto found = std::find_if(from, end, [httpAvailable](const auto& transport) {
+        return httpAvailable || transport->getProtocol() != AITApplicationTransport::HTTP;
+    });
+    return found == end ? nullptr : found->get();
+}
+
+template <typename... Values>
+void print(const char* label, const Values&... values)
+{
+    log(DEBUG, "AITApplication", label, values...);
+}
+
+const char* asText(bool flag)
+{
+    return flag ? "true" : "false";
+}
+
+}  // namespace
+
+AITApplication::AITApplication(AIT* parent)
+    : parent_(parent), channelHandle_(parent ? parent->getChannelHandle() : nullptr)
+{
+}
+
+AITApplication::~AITApplication()
+{
+    AITApplicationReference::forget(*this);
+}
+
+bool AITApplication::parse(const unsigned char* entry)
+{
+    if (!entry)
+        return false;
+    const size_t loopLength = ByteReader(entry + loopLengthOffset, 2).length12();
+    ByteReader reader(entry, entryHeaderSize + loopLength);
+    return parse(reader);
+}
+
+// An entry of the application loop: ETSI TS 102 809, 5.3.4.6.
+bool AITApplication::parse(ByteReader& section)
+{
+    organisationId_ = section.u32();
+    applicationId_ = section.u16();
+    controlCode_ = static_cast<ControlCode>(section.u8());
+    const uint16_t loopLength = section.length12();
+    const ByteReader loop = section.take(loopLength);
+    Transports ownTransports;
+    if (!section.ok() || !parseDescriptors(loop, section.remaining(), ownTransports))
+        return false;
+    chooseTransports(ownTransports);
+    return true;
+}
+
+/// @param behindLoop bytes of the section that follow the loop
+bool AITApplication::parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports)
+{
+    while (!loop.empty()) {
+        const ByteReader toLoopEnd = loop;
+        loop.skip(1);
+        const uint8_t length = loop.u8();
+        loop.skip(length);
+        // Deliberate: a descriptor without payload fails the entry, whatever its tag.
+        if (length == 0 || !loop.ok() || !parseDescriptor(toLoopEnd, behindLoop, ownTransports))
+            return false;
+    }
+    return true;
+}
+
+/// @param toLoopEnd begins with a descriptor that is known to end within the loop
+bool AITApplication::parseDescriptor(ByteReader toLoopEnd, size_t behindLoop,
+                                     Transports& ownTransports)
+{
+    ByteReader payload = descriptorPayload(toLoopEnd.data());
+    switch (toLoopEnd.peek()) {
+    case applicationTag:
+        if (!applicationDescriptor_)
+            applicationDescriptor_.emplace(payload);
+        return true;
+    case applicationNameTag:
+        return parseName(toLoopEnd);
+    case transportProtocolTag:
+        parseTransport(payload, ownTransports);
+        return true;
+    case applicationRecordingTag:
+        if (!recordingDescriptor_)
+            recordingDescriptor_.emplace(payload);
+        return true;
+    case simpleApplicationLocationTag:
+        append(applicationLocation_, payload);
+        return true;
+    case applicationUsageTag:
+        usageType_ = static_cast<ApplicationUsageType>(payload.u8());
+        return true;
+    case simpleApplicationBoundaryTag:
+        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(
+            toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
+        return true;
+    default:
+        return true;
+    }
+}
+
+// application_name_descriptor(): ETSI TS 102 809, 5.3.5.6.1. Only the first language is read.
+// Deliberate: the name is bounded by the loop, not by its descriptor, and the names of several
+// descriptors concatenate.
+bool AITApplication::parseName(ByteReader toLoopEnd)
+{
+    constexpr size_t languageCodeSize = 3;
+    toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
+    const uint8_t length = toLoopEnd.u8();
+    const ByteReader name = toLoopEnd.take(length);
+    append(applicationName_, name);
+    return toLoopEnd.ok();
+}
+
+void AITApplication::parseTransport(ByteReader payload, Transports& ownTransports) const
+{
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
+    // Deliberate: HTTP transports carry the ids of the current service, too.
+    const bool isLocal = transport->getProtocol() == AITApplicationTransport::HTTP ||
+                         (transport->getProtocol() == AITApplicationTransport::OBJECT_CAROUSEL &&
+                          !transport->isRemote());
+    if (isLocal && parent_)
+        transport->setService(parent_->getOriginalNetworkId(), parent_->getTransportStreamId(),
+                              parent_->getServiceId());
+    if (findLabel(ownTransports, transport->getLabel()) == ownTransports.end())
+        ownTransports.push_back(std::move(transport));
+}
+
+/// Resolves the labels of the application descriptor: an own transport is preferred to a common one
+/// and serves one label, a common one serves any number.
+void AITApplication::chooseTransports(Transports& ownTransports)
+{
+    transports_.clear();
+    if (!applicationDescriptor_)
+        return;
+    transports_.reserve(applicationDescriptor_->getTransportProtocolLabels().size());
+    for (const uint8_t label : applicationDescriptor_->getTransportProtocolLabels()) {
+        const auto own = findLabel(ownTransports, label);
+        if (own != ownTransports.end()) {
+            transports_.push_back(std::move(*own));
+            ownTransports.erase(own);
+        } else if (parent_) {
+            addTransport(ref_ptr<AITApplicationTransport>(parent_->getCommonTransport(label)));
+        }
+    }
+}
+
+bool AITApplication::isXMLAITbased() const
+{
+    return parent_ && parent_->isXMLBased();
+}
+
+bool AITApplication::hasValidAppId() const
+{
+    return isXMLAITbased() || (applicationId_ > 0 && applicationId_ < 0x8000);
+}
+
+bool AITApplication::sameAITApplication(const AITApplication* other) const
+{
+    return other && other->applicationId_ == applicationId_ &&
+           other->organisationId_ == organisationId_;
+}
+
+bool AITApplication::isPlatformProfileSupported() const
+{
+    if (!applicationDescriptor_)
+        return false;
+    const ConfigurationManager& terminal = *ConfigurationManager::getInstance();
+    const auto& profiles = applicationDescriptor_->getPlatformProfiles();
+    return std::any_of(profiles.begin(), profiles.end(), [&terminal](const auto& profile) {
+        return profile.isCompatible(
+            terminal.getSupportedProfiles(), terminal.getHbbTVVersionMajor(),
+            terminal.getHbbTVVersionMinor(), terminal.getHbbTVVersionMicro());
+    });
+}
+
+bool AITApplication::isPreferredTransportProtocol(
+    AITApplicationTransport::ProtocolId protocol) const
+{
+    return !transports_.empty() && transports_.front()->getProtocol() == protocol;
+}
+
+bool AITApplication::getPreferredTransportProtocol(
+    AITApplicationTransport::ProtocolId& protocol) const
+{
+    for (const auto& transport : transports_) {
+        const auto candidate = transport->getProtocol();
+        if (candidate == AITApplicationTransport::OBJECT_CAROUSEL ||
+            candidate == AITApplicationTransport::HTTP) {
+            protocol = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
+AITApplicationTransport* AITApplication::getFirstAvailableTransport(bool httpAvailable) const
+{
+    return findAvailable(transports_.begin(), transports_.end(), httpAvailable);
+}
+
+AITApplicationTransport*
+AITApplication::getNextAvailableTransport(const AITApplicationTransport* current,
+                                          bool httpAvailable) const
+{
+    const auto place =
+        std::find_if(transports_.begin(), transports_.end(),
+                     [current](const auto& transport) { return transport.get() == current; });
+    if (place == transports_.end())
+        return nullptr;
+    return findAvailable(std::next(place), transports_.end(), httpAvailable);
+}
+
+bool AITApplication::isTransportedOverProtocol(AITApplicationTransport::ProtocolId protocol) const
+{
+    return std::any_of(transports_.begin(), transports_.end(), [protocol](const auto& transport) {
+        return transport->getProtocol() == protocol;
+    });
+}
+
+AITApplicationTransport* AITApplication::getTransportMatchingURL(const HbbTVURL& url) const
+{
+    for (const auto& transport : transports_)
+        if (HbbTVURL(transport->getURL(applicationLocation_)).getURL() == url.getURL())
+            return transport.get();
+    return nullptr;
+}
+
+void AITApplication::printAITApplication() const
+{
+    if (!Logging::hasOutputs())
+        return;
+    const ApplicationDescriptor none;
+    const ApplicationDescriptor& descriptor =
+        applicationDescriptor_ ? *applicationDescriptor_ : none;
+    // clang-format off
+    print("--------------------------------------------------------------------------");
+    print("AITApplication.application_name                            = ", applicationName_);
+    print("AITApplication.organisation_identifier                     = ", std::hex, organisationId_);
+    print("AITApplication.application_identifier                      = ", std::hex, applicationId_);
+    print("AITApplication.application_descriptor.control_code         = ", int{controlCode_});
+    print("AITApplication.application_descriptor.visibility           = ", descriptor.getVisibility());
+    print("AITApplication.application_descriptor.application_priority = ", unsigned{descriptor.getApplicationPriority()});
+    print("AITApplication.application_descriptor.service_bound_flag   = ", asText(descriptor.isServiceBound()));
+    print("AITApplication.application_location                        = ", applicationLocation_);
+    print("AITApplication.channel_handle                              = ", channelHandle_);
+    print("AITApplication.getNumTransports()                          = ", transports_.size());
+    // clang-format on
+    for (size_t i = 0; i < transports_.size(); ++i)
+        printTransport(i);
+}
+
+void AITApplication::printTransport(size_t index) const
+{
+    const AITApplicationTransport& transport = *transports_[index];
+    const auto printField = [index](const char* label, const auto&... values) {
+        print(".. application_transports[", index, label, values...);
+    };
+    // Deliberate: label and component tag are written as the characters that they are.
+    printField("].protocol            = ", int{transport.getProtocol()}, " (1=DSM-CC, 3=HTTP)");
+    printField("].label               = ", transport.getLabel());
+    printField("].base_url            = ", transport.getURLBase());
+    printField("].remote              = ", transport.isRemote());
+    printField("].original_network_id = ", transport.getOriginalNetworkId());
+    printField("].transport_stream_id = ", transport.getTransportStreamId());
+    printField("].service_id          = ", transport.getServiceId());
+    printField("].component_tag       = ", transport.getComponentTag());
+}
+
+void AITApplication::setApplicationName(std::string name)
+{
+    applicationName_ = std::move(name);
+}
+
+void AITApplication::setApplicationLocation(std::string location)
+{
+    applicationLocation_ = std::move(location);
+}
+
+void AITApplication::setApplicationDescriptor(ApplicationDescriptor descriptor)
+{
+    applicationDescriptor_ = std::move(descriptor);
+}
+
+void AITApplication::setApplicationRecordingDescriptor(ApplicationRecordingDescriptor descriptor)
+{
+    recordingDescriptor_ = std::move(descriptor);
+}
+
+void AITApplication::addTransport(ref_ptr<AITApplicationTransport> transport)
+{
+    if (transport)
+        transports_.push_back(std::move(transport));
+}
+
+}  // namespace VestaHbbTV
