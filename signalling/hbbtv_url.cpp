@@ -1,5 +1,6 @@
 #include "signalling/hbbtv_url.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <limits>
@@ -18,6 +19,7 @@ constexpr std::string_view absoluteDVBPrefix = "dvb://";
 constexpr std::string_view currentAITPrefix = "dvb://current.ait/";
 constexpr std::string_view hostPrefixes[] = {"http://", "https://", absoluteDVBPrefix};
 constexpr size_t escapedDigits = 2;
+constexpr int noByte = -1;
 
 bool startsWith(std::string_view text, std::string_view prefix)
 {
@@ -36,47 +38,39 @@ constexpr int hexadecimalDigit(char c)
     return -1;
 }
 
-/// Everything that is not two plain digits: sscanf() itself decides what it means.
-void appendOddEscape(std::string& decoded, std::string_view digits)
-{
-    char text[escapedDigits + 1] = {};
-    digits.copy(text, escapedDigits);
-    unsigned value = 0;
-    if (std::sscanf(text, "%x", &value) == 1)
-        decoded.push_back(static_cast<char>(value & 0xFF));
-}
-
+/// The byte that an escape stands for, or noByte. Two plain digits need no further look; for
+/// everything else sscanf() itself decides what it means.
 /// @param digits what follows the "%", at most two characters
-void appendEscape(std::string& decoded, std::string_view digits)
+int escapedByte(std::string_view digits)
 {
     if (digits.size() == escapedDigits) {
         const int high = hexadecimalDigit(digits[0]);
         const int low = hexadecimalDigit(digits[1]);
-        if (high >= 0 && low >= 0) {
-            decoded.push_back(static_cast<char>(high * 16 + low));
-            return;
-        }
+        if (high >= 0 && low >= 0)
+            return high * 16 + low;
     }
-    appendOddEscape(decoded, digits);
+    char text[escapedDigits + 1] = {};
+    digits.copy(text, escapedDigits);
+    unsigned value = 0;
+    return std::sscanf(text, "%x", &value) == 1 ? static_cast<int>(value & 0xFF) : noByte;
 }
 
 void assignDecoded(std::string& decoded, std::string_view text)
 {
-    size_t escape = text.find('%');
-    if (escape == std::string_view::npos) {
-        decoded.assign(text);
-        return;
+    decoded.assign(text);
+    size_t end = std::min(text.find('%'), text.size());  // of what is decoded already
+    for (size_t at = end; at < text.size(); ++at) {
+        if (text[at] != '%') {
+            decoded[end++] = text[at];
+            continue;
+        }
+        const std::string_view digits = text.substr(at + 1, escapedDigits);
+        const int byte = escapedByte(digits);
+        if (byte != noByte)
+            decoded[end++] = static_cast<char>(byte);
+        at += digits.size();
     }
-    decoded.reserve(text.size());  // decoding only shortens
-    do {
-        decoded.append(text.substr(0, escape));
-        text.remove_prefix(escape + 1);
-        const std::string_view digits = text.substr(0, escapedDigits);
-        appendEscape(decoded, digits);
-        text.remove_prefix(digits.size());
-        escape = text.find('%');
-    } while (escape != std::string_view::npos);
-    decoded.append(text);
+    decoded.resize(end);
 }
 
 /// Reads hexadecimal digits, and nothing else, into an id; beyond 32 bits the largest one.
@@ -146,9 +140,10 @@ std::string HbbTVURL::getHostName() const
 
 void HbbTVURL::addParameters(const std::string& params)
 {
-    if (!parameters_.empty() && !params.empty())
-        parameters_.push_back('&');
-    parameters_.append(params);
+    if (parameters_.empty())
+        parameters_ = params;
+    else if (!params.empty())
+        parameters_ = parameters_ + '&' + params;  // in one go: both may be the same string
 }
 
 void HbbTVURL::addAnchor(const std::string& anchor, bool overwrite)
