@@ -1,0 +1,104 @@
+/// Steps of the lifecycle that must not run inside the call that decides them: each is queued and
+/// runs on a later tick.
+#ifndef VESTA_INTEGRATION_APPLICATION_EVENTS_H
+#define VESTA_INTEGRATION_APPLICATION_EVENTS_H
+
+#include <cstdint>
+
+#include "vesta_browser.h"
+
+#include "foundation/ref_ptr.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "signalling/ait.h"
+
+namespace VestaHbbTV {
+
+class Application;
+class Window;
+
+/// Names an application of a window without relying on either to live: a window or an application
+/// that was created later at the same address is another one.
+class ApplicationTarget {
+public:
+    /// @param window, application any pointers; what is not known by now is never found
+    ApplicationTarget(Window* window, Application* application);
+
+    /// @return null when the window has gone
+    Window* findWindow() const;
+
+    /// @param window as found @return null when the application has ended
+    Application* findApplication(const Window& window) const;
+
+    unsigned long getApplicationId() const { return applicationId_; }
+
+private:
+    Window* window_;
+    unsigned long windowSerial_;
+    unsigned long applicationId_;
+};
+
+/// Ends an application.
+class StopApplicationEvent : public ThreadsafeEventQueue::Event {
+public:
+    /// @param reactivate, notify as Window::shutdownApplication() takes them
+    StopApplicationEvent(Window* window, Application* application, bool reactivate, bool notify);
+    void execute() override;
+
+private:
+    ApplicationTarget target_;
+    bool reactivate_;
+    bool notify_;
+};
+
+/// Starts the pending application of a window. Deleted unexecuted, it ends an application that has
+/// been superseded as pending.
+class StartApplicationEvent : public ThreadsafeEventQueue::Event {
+public:
+    StartApplicationEvent(Window* window, Application* application);
+    ~StartApplicationEvent() override;
+    void execute() override;
+
+private:
+    ApplicationTarget target_;
+    bool executed_ = false;
+};
+
+/// The browser loaded a page.
+class LoadSuccessEvent : public ThreadsafeEventQueue::Event {
+public:
+    explicit LoadSuccessEvent(TAVO_VestaWindow* tavoWindow);
+    void execute() override;
+
+private:
+    TAVO_VestaWindow* tavoWindow_;
+};
+
+/// Hides an application when its countdown has run out, one queueing a step.
+class HideApplicationEvent : public ThreadsafeEventQueue::Event {
+public:
+    /// @param applicationId as Application::getID() gives it
+    /// @param countdown how often the event queues itself again, behind everything queued meanwhile
+    HideApplicationEvent(unsigned long applicationId, int countdown);
+    void execute() override;
+
+private:
+    unsigned long applicationId_;
+    int32_t countdown_;
+};
+
+/// Puts a table in force that the integration built itself, from an XML AIT for example.
+class TAVOAITEvent : public ThreadsafeEventQueue::Event {
+public:
+    /// @param window one that the window manager does not hold by then is left alone
+    /// @param table the event holds a reference; null is announced as such
+    TAVOAITEvent(Window* window, const ref_ptr<AIT>& table);
+    void execute() override;
+
+private:
+    Window* window_;
+    ref_ptr<AIT> table_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,240 @@
+// What the browser reports of its windows, and the keys that it offers.
+
+#include <string>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/application_events.h"
+#include "integration/key_set.h"
+#include "integration/oc_download_manager.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "oipf/notification_manager.h"
+#include "oipf/notifications.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+const char module[] = "vesta_hbbtv";
+
+const unsigned int notConsumed = 0;
+const unsigned int consumed = 1;
+const int success = 0;
+const int failure = -3;
+const int statusNotFound = 404;
+
+/// One browser event of a window, with the places where its answers go.
+struct BrowserEvent {
+    TAVO_VestaWindow* tavoWindow;
+    TavoVestaEventData* data;
+    int* result;
+
+    unsigned int consume(int value) const
+    {
+        if (result)
+            *result = value;
+        return consumed;
+    }
+
+    HbbTVURL url() const { return HbbTVURL(data->url ? data->url : ""); }
+    HbbTVURL secondURL() const { return HbbTVURL(data->second_url ? data->second_url : ""); }
+};
+
+Window* windowOf(const BrowserEvent& event)
+{
+    return WindowManager::getInstance()->getWindow(event.tavoWindow);
+}
+
+Application* applicationOf(const BrowserEvent& event)
+{
+    Window* const window = windowOf(event);
+    return window ? window->getApplication(event.tavoWindow) : nullptr;
+}
+
+OCDownloadManager* downloads()
+{
+    return ConfigurationManager::getInstance()->getOCDownloadManager();
+}
+
+unsigned int handleWindowClose(const BrowserEvent& event)
+{
+    log(DEBUG, module, "TAVO_VESTA_EVT_WINDOW_CLOSE");
+    windowOf(event)->terminateRunningApplication(false);
+    return consumed;
+}
+
+unsigned int handleURLChanged(const BrowserEvent& event)
+{
+    if (Application* const application = applicationOf(event))
+        application->setCurrentURL(event.url());
+    return event.consume(success);
+}
+
+unsigned int reportLoadFailed(const BrowserEvent& event)
+{
+    return event.consume(windowOf(event)->reportLoadFailed(event.tavoWindow) ? success : failure);
+}
+
+unsigned int handleLoadingFinished(const BrowserEvent& event)
+{
+    log(DEBUG, module, "TAVO_VESTA_EVT_LOADING_FINISHED");
+    // Deliberate: an error page that the server sent is a failed load.
+    if (event.data->load_status == TAVO_LOAD_CONNECTION_FAILED ||
+        event.data->http_status == statusNotFound) {
+        log(ERR, module, "TAVO_LOAD_CONNECTION_FAILED");
+        return reportLoadFailed(event);
+    }
+    if (ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue())
+        queue->add(new LoadSuccessEvent(event.tavoWindow));
+    return event.consume(success);
+}
+
+unsigned int handleLoadingFailed(const BrowserEvent& event)
+{
+    log(DEBUG, module, "TAVO_VESTA_EVT_LOADING_FAILED");
+    return reportLoadFailed(event);
+}
+
+unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
+{
+    const std::string text = event.data->url ? event.data->url : "";
+    const size_t schemeLength = 6;  // "dvb://"
+    log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_START");
+    log(DEBUG, module, text.size() > schemeLength ? text.c_str() + schemeLength : "");
+    log(DEBUG, module, text);
+
+    if (HbbTVURL::getURLType(text) != HbbTVURL::dvbURL) {
+        log(WARN, module, "Unsupported url protocol");
+        return event.consume(failure);
+    }
+    if (!downloads())
+        return notConsumed;
+    Application* const application = applicationOf(event);
+    if (!application || !application->isBroadcastRelated()) {
+        ve_protocol_failed(event.data->request_id, statusNotFound);
+        return event.consume(success);
+    }
+    HbbTVDVBURL url(text);
+    url.resolveRelativeUrl(application->getCurrentURL());
+    const unsigned int downloadFailed = 2;
+    if (downloads()->startDownload(&url, event.data->request_id) == downloadFailed)
+        log(ERR, module, "Failed to load dvb url.");
+    return event.consume(success);
+}
+
+unsigned int handleProtocolLoadingStop(const BrowserEvent& event)
+{
+    log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP");
+    if (!downloads())
+        return notConsumed;
+    if (downloads()->stopDownload(event.data->request_id))
+        return event.consume(success);
+    log(ERR, module, "Unrecognized id, releasing to platform");
+    return notConsumed;
+}
+
+unsigned int handleXMLParseFailed(const BrowserEvent& event)
+{
+    windowOf(event)->reportXMLParseFailure(event.tavoWindow);
+    return consumed;
+}
+
+HBBTV_XHR_Permission askForPermission(const HbbTVURL& page, const HbbTVURL& target)
+{
+    HBBTV_XHR_Permission permission = HBBTV_XHR_ALLOW;
+    NotificationManager::broadcastIfAny(
+        new XHRNotification(page.getFullUrl().c_str(), target.getFullUrl().c_str(), &permission));
+    return permission;
+}
+
+HBBTV_XHR_Permission decideOnRequest(const Application& application, const HbbTVURL& page,
+                                     const HbbTVURL& target)
+{
+    if (application.isWithinApplicationBoundaries(target))
+        return askForPermission(page, target);
+    if (target.getFullUrl().compare(0, 4, "dvb:") != 0) {
+        log(DEBUG, module, "Letting core decide on an out of bound http(s) XHR request.");
+        return HBBTV_XHR_CORE_DECIDES;
+    }
+    log(DEBUG, module, "Denying out of bound dvb XHR request.");
+    return HBBTV_XHR_DENY;
+}
+
+unsigned int handleXHRPermission(const BrowserEvent& event)
+{
+    const HbbTVURL page = event.url();
+    HbbTVURL target = event.secondURL();
+    const char* const targetText = event.data->second_url ? event.data->second_url : "";
+    if (HbbTVURL::getURLType(targetText) == HbbTVURL::dvbURL)
+        target.resolveRelativeUrl(page);
+
+    const Application* const application = applicationOf(event);
+    if (!application) {
+        log(WARN, module,
+            "XHR request received when no running application. Rejecting as invalid.");
+        return event.consume(failure);
+    }
+    const HBBTV_XHR_Permission answer = decideOnRequest(*application, page, target);
+    event.data->request_id = reinterpret_cast<void*>(static_cast<uintptr_t>(answer));
+    return event.consume(success);
+}
+
+}  // namespace
+
+unsigned int vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
+                                             TAVO_VESTA_EVENT type, TavoVestaEventData* data,
+                                             int* result)
+{
+    if (!data)
+        return notConsumed;
+    const BrowserEvent event = {tavoWindow, data, result};
+    if (type == TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP)
+        return handleProtocolLoadingStop(event);
+    if (!vesta_hbbtv_is_hbbtv_window(tavoWindow))
+        return notConsumed;
+    const Window::Hold hold(windowOf(event));
+    switch (type) {
+    case TAVO_VESTA_EVT_WINDOW_CLOSE:
+        return handleWindowClose(event);
+    case TAVO_VESTA_EVT_URL_CHANGED:
+        return handleURLChanged(event);
+    case TAVO_VESTA_EVT_LOADING_FINISHED:
+        return handleLoadingFinished(event);
+    case TAVO_VESTA_EVT_LOADING_FAILED:
+        return handleLoadingFailed(event);
+    case TAVO_VESTA_EVT_PROTOCOL_LOADING_START:
+        return handleProtocolLoadingStart(event);
+    case TAVO_VESTA_EVT_XML_PARSE_FAILED:
+        return handleXMLParseFailed(event);
+    case TAVO_VESTA_EVT_XHR_PERMISSION:
+        return handleXHRPermission(event);
+    default:
+        return notConsumed;
+    }
+}
+
+int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event)
+{
+    const int meantForNobody = 0;
+    const int dealtWith = 1;
+    Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
+    Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
+    if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
+        return meantForNobody;
+    if (event->type == TAVO_KEY_DOWN) {
+        application->getKeys().insert(event->key_code);
+        tavo_keyboard_evt(event);
+    } else if (event->type == TAVO_KEY_UP) {
+        // An application never gets the end of a key press whose beginning it did not get.
+        if (application->getKeys().erase(event->key_code) != 0)
+            tavo_keyboard_evt(event);
+    }
+    return dealtWith;
+}
+
+}  // namespace VestaHbbTV

@@ -1,0 +1,273 @@
+#include "integration/external_event.h"
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
+#include "integration/oc_download_manager.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "oipf/application_natives.h"
+#include "oipf/notification_manager.h"
+#include "oipf/notifications.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+const char module[] = "ExternalEvent";
+
+/// Frees a record with the strings and buffers that belong to it by its type.
+void releaseRecord(HBBTV_EventType type, HBBTV_EventData* data)
+{
+    if (!data)
+        return;
+    switch (type) {
+    case E_AIT_SECTION:
+        std::free(data->ait.section);
+        break;
+    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
+        std::free(data->url.url);
+        break;
+    case E_DSMCC_STREAM_EVENT:
+        std::free(data->streamEvent.string1);
+        std::free(data->streamEvent.string2);
+        std::free(data->streamEvent.string3);
+        std::free(data->streamEvent.string4);
+        break;
+    case E_USER_AGENT_INFO:
+        std::free(data->userAgent.capabilities);
+        std::free(data->userAgent.vendorName);
+        std::free(data->userAgent.modelName);
+        std::free(data->userAgent.softwareVersion);
+        std::free(data->userAgent.hardwareVersion);
+        std::free(data->userAgent.reserved);
+        break;
+    default:
+        break;
+    }
+    std::free(data);
+}
+
+/// Keeps a record for the time of its execution.
+class Record {
+public:
+    Record(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data) {}
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+    ~Record() { releaseRecord(type_, data_); }
+
+    explicit operator bool() const { return data_ != nullptr; }
+    const HBBTV_EventData* operator->() const { return data_; }
+
+private:
+    HBBTV_EventType type_;
+    HBBTV_EventData* data_;
+};
+
+/// The window of a handle that came from outside; null for whatever is not a window of ours.
+Window* knownWindow(void* handle)
+{
+    Window* const window = static_cast<Window*>(handle);
+    return WindowManager::getInstance()->windowExists(window) ? window : nullptr;
+}
+
+/// The service's table went away: its application goes with it.
+void stopBroadcastRelatedApplication(Window& window)
+{
+    Application* const running = window.getRunningApplication();
+    if (running && running->isBroadcastRelated())
+        window.terminateRunningApplication(true);
+}
+
+/// Announces a complete table and puts it in force.
+void applyTable(Window& window, const ref_ptr<AIT>& table)
+{
+    window.setAssemblyAIT(nullptr);
+    NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    hbbtv_ait_completed(table->getVersion());
+    if (!window.isReleased()) {
+        window.setAIT(table);
+        window.activateAIT();
+    }
+    table->printAIT();
+}
+
+void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
+{
+    const ref_ptr<AIT> current(window.getAIT());
+    if (!window.getAssemblyAIT())
+        window.setAssemblyAIT(new AIT(record.original_network_id, record.transport_stream_id,
+                                      record.service_id, record.channelHandle));
+    const ref_ptr<AIT> table(window.getAssemblyAIT());
+    if (!table->parse(record.section))
+        return;
+    // Deliberate: a table of the version in force is dropped at its first section.
+    if (current && !current->isStale() && current->getVersion() == table->getVersion()) {
+        window.setAssemblyAIT(nullptr);
+        return;
+    }
+    if (table->isComplete())
+        applyTable(window, table);
+}
+
+void executeAITSection(const Record& record)
+{
+    if (!record)
+        return;
+    log(DEBUG, module, "Retrieving AIT...");
+    Window* const window = WindowManager::getInstance()->getBroadcastWindow();
+    if (!window || !NotificationManager::instance)
+        return;
+    const Window::Hold hold(window);
+    if (!record->ait.section && record->ait.keepApplication == 0)
+        stopBroadcastRelatedApplication(*window);
+    else
+        takeSection(*window, record->ait);
+}
+
+void executeChannelChange()
+{
+    dsmcc_clear_cache();
+    hbbtv_ait_invalidate();
+    if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
+        window->setAIT(ref_ptr<AIT>());
+        window->setAssemblyAIT(nullptr);
+    }
+}
+
+void executeStartApplication(const Record& record)
+{
+    Window* const window = record ? knownWindow(record->start.window) : nullptr;
+    if (window)
+        window->startApplication(record->start.organisationId, record->start.applicationId,
+                                 HbbTVURL(""));
+}
+
+void executeStartURL(const Record& record)
+{
+    Window* const window = record ? knownWindow(record->url.window) : nullptr;
+    if (!window || !record->url.url)
+        return;
+    Application* const application =
+        window->startBroadcastIndependentApplication(HbbTVURL(record->url.url));
+    if (application)
+        application->setStartedOnRequest(true);
+}
+
+void executeTerminate(const Record& record)
+{
+    Window* const window = record ? knownWindow(record->window.window) : nullptr;
+    if (!window)
+        return;
+    log(LOG, module, "Terminate app!");
+    window->terminateRunningApplication(true);
+}
+
+OCDownloadManager* downloads()
+{
+    return ConfigurationManager::getInstance()->getOCDownloadManager();
+}
+
+void executeFileReady(const Record& record)
+{
+    log(DEBUG, module, "E_DSMCC_FILE_READY");
+    if (record && downloads())
+        downloads()->reportDownloadSucceeded(record->download.downloadId);
+}
+
+void executeFileError(const Record& record)
+{
+    log(DEBUG, module, "E_DSMCC_FILE_ERROR");
+    if (record && downloads())
+        downloads()->reportDownloadFailed(record->download.downloadId);
+}
+
+void executeStreamEvent(const Record& record)
+{
+    log(DEBUG, module, "E_DSMCC_STREAM_EVENT");
+    if (!record || !record->streamEvent.callback)
+        return;
+    const HBBTV_StreamEventData& event = record->streamEvent;
+    event.callback(event.string1, event.value1, event.string2, event.string3, event.string4,
+                   event.value2);
+}
+
+/// ETSI TS 102 796, 7.3.2.4: the HbbTV part of the user-agent string.
+void executeUserAgentInfo(const Record& record)
+{
+    if (!record)
+        return;
+    const HBBTV_UserAgentEventData& info = record->userAgent;
+    ConfigurationManager* const configuration = ConfigurationManager::getInstance();
+    const bool isFirstVersion = info.versionSelector == 1;
+    configuration->setHbbTVVersion(1, isFirstVersion ? 1 : 2, 1);
+
+    std::string text = isFirstVersion ? "HbbTV/1.1.1 (" : "HbbTV/1.2.1 (";
+    const char* separator = "";
+    for (const char* field : {info.capabilities, info.vendorName, info.modelName,
+                              info.softwareVersion, info.hardwareVersion, info.reserved}) {
+        text += separator;
+        text += field ? field : "";
+        separator = "; ";
+    }
+    text += ")";
+    ve_set_uastring_extension(configuration->getBrowser(), text.c_str());
+}
+
+void executeSupportedProfiles(const Record& record)
+{
+    if (record)
+        ConfigurationManager::getInstance()->setSupportedProfiles(
+            record->profiles.supportedProfiles);
+}
+
+}  // namespace
+
+ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data)
+{
+}
+
+ExternalEvent::~ExternalEvent()
+{
+    releaseRecord(type_, data_);
+}
+
+void ExternalEvent::execute()
+{
+    const Record record(type_, std::exchange(data_, nullptr));
+    switch (type_) {
+    case E_AIT_SECTION:
+        return executeAITSection(record);
+    case E_CHANNEL_CHANGE:
+        return executeChannelChange();
+    case E_START_APPLICATION:
+        return executeStartApplication(record);
+    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
+        return executeStartURL(record);
+    case E_TERMINATE_APPLICATION:
+        return executeTerminate(record);
+    case E_DSMCC_FILE_READY:
+        return executeFileReady(record);
+    case E_DSMCC_FILE_ERROR:
+        return executeFileError(record);
+    case E_HTTP_AVAILABLE:
+        return WindowManager::getInstance()->setHttpAvailable(true);
+    case E_HTTP_UNAVAILABLE:
+        return WindowManager::getInstance()->setHttpAvailable(false);
+    case E_DSMCC_STREAM_EVENT:
+        return executeStreamEvent(record);
+    case E_LOW_MEMORY:
+        return call_low_memory_listener();
+    case E_USER_AGENT_INFO:
+        return executeUserAgentInfo(record);
+    case E_SUPPORTED_PROFILES:
+        return executeSupportedProfiles(record);
+    }
+    // Any other type only frees its record.
+}
+
+}  // namespace VestaHbbTV

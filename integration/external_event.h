@@ -1,0 +1,27 @@
+/// An event of the integrator on its way to the browser thread.
+#ifndef VESTA_INTEGRATION_EXTERNAL_EVENT_H
+#define VESTA_INTEGRATION_EXTERNAL_EVENT_H
+
+#include "vesta_hbbtv_appman.h"
+
+#include "foundation/threadsafe_event_queue.h"
+
+namespace VestaHbbTV {
+
+/// Owns its record and everything that the record's type says is freed, whether it is executed or
+/// deleted unexecuted.
+class ExternalEvent : public ThreadsafeEventQueue::Event {
+public:
+    /// @param data malloc'ed like every buffer in it; may be null
+    ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data);
+    ~ExternalEvent() override;
+    void execute() override;
+
+private:
+    HBBTV_EventType type_;
+    HBBTV_EventData* data_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,47 @@
+/// Serves `dvb:` loads of the browser from the object carousel.
+#ifndef VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
+#define VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
+
+#include <set>
+
+namespace VestaHbbTV {
+
+class HbbTVDVBURL;
+
+/// Knows the loads in progress by their ids: the browser's handle of the protocol load, which also
+/// names the file towards the platform. Browser thread only; survives its own destruction by
+/// whatever the platform and the browser do when they are called.
+class OCDownloadManager {
+public:
+    void addDownload(void* id);
+    bool downloadExists(void* id) const;
+    void removeDownload(void* id);
+
+    /// Asks the platform for a file and streams it to the browser, now or when the platform says
+    /// that it is ready.
+    /// @param url an absolute `dvb:` URL @param id the load
+    /// @return 0 the file is pending, 1 it was delivered, 2 it failed
+    unsigned int startDownload(HbbTVDVBURL* url, void* id);
+
+    /// The browser cancelled a load; the platform is not told. @return false for an unknown id
+    bool stopDownload(void* id);
+
+    /// The platform has the file. @return whether it was delivered; false for an unknown id
+    bool reportDownloadSucceeded(void* id);
+
+    /// The platform gave the file up. @return false for an unknown id
+    bool reportDownloadFailed(void* id);
+
+    /// Reads a file from the platform and streams it to the browser. @return whether it succeeded
+    bool handleDownloaded(void* id);
+
+    /// Answers the load with a failure and closes the file.
+    void handleDownloadFailed(void* id);
+
+private:
+    std::set<void*> downloads_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,158 @@
+/// One started HbbTV application.
+#ifndef VESTA_LIFECYCLE_APPLICATION_H
+#define VESTA_LIFECYCLE_APPLICATION_H
+
+#include <memory>
+#include <set>
+
+#include "vesta_browser.h"
+
+#include "foundation/ref_ptr.h"
+#include "signalling/ait_application_reference.h"
+#include "signalling/ait_application_transport.h"
+#include "signalling/hbbtv_url.h"
+
+namespace VestaHbbTV {
+
+class ApplicationDomain;
+class KeySet;
+class Window;
+
+/// The page that it was started with, the table's entry that it runs for, the browser window that
+/// shows it, its boundaries, its key set and its place behind or in front of another application.
+///
+/// Created by a Window, which owns it; browser thread only. It talks to the integrator through
+/// notifications and to the browser through the browser's functions.
+class Application {
+public:
+    /// Takes the next id and tells listeners when the application is broadcast-related.
+    /// @param window the window that starts it; null only outside a lifecycle
+    /// @param url the start URL
+    /// @param entry null for an application started by its URL alone; not owned. While the
+    ///        application points at it, the entry's table stays alive if anybody counts it.
+    Application(Window* window, HbbTVURL url, AITApplication* entry);
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Releases the browser window, if that has not happened yet.
+    virtual ~Application();
+
+    /// Unique in this process, never reused; 0 is never an id.
+    virtual unsigned long getID();
+
+    /// Null once the window, or the application, has ended.
+    virtual Window* getWindow();
+    virtual void setTavoWindow(TAVO_VestaWindow* tavoWindow);
+
+    /// The browser window that shows it; null until a listener supplied one.
+    virtual TAVO_VestaWindow* getTavoWindow();
+
+    /// Asks the listeners for a browser window. @return false without one, or if there is one
+    bool init();
+
+    /// Opens the start URL as the browser window's first page.
+    void loadInitialPage();
+
+    /// Wants to be seen. A child whose initial page has not loaded stays behind its parent.
+    void show();
+    void hide();
+
+    /// Stores the value and tells listeners when it changed.
+    void setBroadcastRelated(bool broadcastRelated);
+    bool isBroadcastRelated() const { return broadcastRelated_; }
+
+    /// Marks the initial page as loaded; ends the mark of a requested start.
+    void setInitialPageLoaded();
+    bool isInitialPageLoaded() const { return initialPageLoaded_; }
+
+    /// Whether the URL lies inside the application's own domain (ETSI TS 102 796, 6.3).
+    bool isWithinApplicationBoundaries(const HbbTVURL& url) const;
+    /// @param url null counts as empty
+    bool isWithinApplicationBoundaries(const char* url) const;
+
+    /// The domain made of the start URL's origin and the boundary of the entry. Never null.
+    ApplicationDomain* getApplicationDomain() const { return domain_.get(); }
+
+    AITApplication* getAITApplication() const { return entry_.get(); }
+    void setAITApplication(AITApplication* entry) { entry_.reset(entry); }
+
+    /// The transport that it was started on; null for a start by URL.
+    AITApplicationTransport* getTransport() const { return transport_.get(); }
+    void setTransport(AITApplicationTransport* transport) { transport_.reset(transport); }
+
+    const HbbTVURL& getURL() const { return url_; }
+    /// The page that the browser last said to show; the start URL until then.
+    const HbbTVURL& getCurrentURL() const { return *currentUrl_; }
+    void setCurrentURL(const HbbTVURL& url);
+
+    /// The ids of the entry that it was started with; 0 without one.
+    unsigned long getOrganisationId() const { return organisationId_; }
+    unsigned short getApplicationId() const { return applicationId_; }
+
+    /// Never null.
+    KeySet* getKeySet() const { return keySet_.get(); }
+    /// The keys that are held down and were delivered.
+    std::set<TAVO_VIRTUAL_KEY>& getKeys() { return keys_; }
+
+    bool isAutostarted() const { return autostarted_; }
+    void setAutostarted(bool autostarted) { autostarted_ = autostarted; }
+    bool isStartedOnRequest() const { return startedOnRequest_; }
+    void setStartedOnRequest(bool startedOnRequest) { startedOnRequest_ = startedOnRequest; }
+    bool isVisible() const { return visible_; }
+    bool isTerminateOnLoad() const { return terminateOnLoad_; }
+    void setTerminateOnLoad(bool terminateOnLoad) { terminateOnLoad_ = terminateOnLoad; }
+
+    /// The application that this one replaces once its initial page has loaded. Null when there is
+    /// none, and as soon as that one ends.
+    Application* getParent() const { return parent_; }
+    void setParent(Application* parent) { parent_ = parent; }
+
+    /// Leaves the window's books and releases the browser window. Whoever still holds a pointer
+    /// sees an application without window. Does nothing the second time.
+    void end();
+
+    /// Whether its window is already ending it.
+    bool isEnding() const { return ending_; }
+    void setEnding() { ending_ = true; }
+
+    /// Whether its window frees it: from the moment on when it became pending or was registered.
+    bool isOwnedByWindow() const { return ownedByWindow_; }
+    void setOwnedByWindow() { ownedByWindow_ = true; }
+
+    /// The window died and left this application to the window manager.
+    void loseWindow();
+
+    static unsigned long next_id;
+
+private:
+    void extendDomainFromAITApplication();
+    void releaseTavoWindow();
+
+    const unsigned long id_;
+    Window* window_;
+    TAVO_VestaWindow* tavoWindow_ = nullptr;
+    const HbbTVURL url_;
+    std::unique_ptr<HbbTVURL> currentUrl_;
+    AITApplicationReference entry_;
+    ref_ptr<AITApplicationTransport> transport_;
+    bool trusted_ = true;  // what a broadcast-related change says of it
+    bool initialPageLoaded_ = false;
+    bool autostarted_ = false;
+    bool broadcastRelated_ = false;
+    bool startedOnRequest_ = false;
+    bool visible_ = false;
+    bool terminateOnLoad_ = false;
+    bool ending_ = false;
+    bool ended_ = false;
+    bool ownedByWindow_ = false;
+    unsigned long organisationId_ = 0;
+    unsigned short applicationId_ = 0;
+    std::unique_ptr<ApplicationDomain> domain_;
+    std::unique_ptr<KeySet> keySet_;
+    Application* parent_ = nullptr;
+    std::set<TAVO_VIRTUAL_KEY> keys_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

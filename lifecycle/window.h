@@ -1,0 +1,250 @@
+/// One window: the table in force for it, and the state machine that decides which application
+/// runs in it.
+///
+/// The sources are split by concern: window.cpp (books and lifetime), window_activation.cpp (what a
+/// new table means), window_starting.cpp (from an entry or URL to a running application),
+/// window_load_results.cpp (what the browser reports) and window_shutdown.cpp.
+#ifndef VESTA_LIFECYCLE_WINDOW_H
+#define VESTA_LIFECYCLE_WINDOW_H
+
+#include <map>
+#include <vector>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "foundation/ref_ptr.h"
+#include "lifecycle/call_scope.h"
+#include "signalling/ait.h"
+#include "signalling/hbbtv_url.h"
+
+namespace VestaHbbTV {
+
+class Application;
+class ApplicationDomain;
+class WindowManager;
+
+/// Browser thread only. Created by the WindowManager, which owns it. Applications belong to their
+/// window. Every function that calls listeners, the browser or scripts survives whatever they do in
+/// return, the release of this very window included.
+class Window {
+public:
+    enum State : int {
+        IDLE = 0,     ///< no running application
+        RUNNING = 1,  ///< an application runs
+        TEARDOWN = 2  ///< a new table forbids the running application; it awaits its successor
+    };
+
+    /// While one of these lives, a window that is removed stays in memory, marked as released; the
+    /// outermost one destroys it. Whoever works on a window across a call out holds one.
+    class Hold {
+    public:
+        /// @param window may be null
+        explicit Hold(Window* window);
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+        ~Hold();
+
+    private:
+        const CallScope scope_;
+        Window* const window_;
+    };
+
+    explicit Window(WindowManager* manager);
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    /// Ends the running and the pending application. Others that are left over go to the window
+    /// manager.
+    virtual ~Window();
+
+    /// Puts a table in force. Starts and stops nothing.
+    /// @param ait a null table marks the one in force as stale
+    /// @return false for a null table
+    virtual bool setAIT(const ref_ptr<AIT>& ait);
+
+    /// Acts on the table in force: keeps, adopts or replaces the running application, or starts
+    /// the first AUTOSTART application. @return false when there was nothing to act on
+    virtual bool activateAIT();
+
+    /// Asks the listeners, creates the application and queues its start.
+    /// @param url resolved against the running application's start URL
+    /// @param entry null for a start by URL
+    /// @return the pending application, owned by this window; null when blocked or not possible
+    virtual Application* createApplication(HbbTVURL url, AITApplication* entry);
+
+    /// Starts an application of the table in force. @return as startApplication() below
+    virtual Application* startApplication(unsigned long organisationId,
+                                          unsigned short applicationId, HbbTVURL url);
+
+    /// Makes the pending application the running one and opens its page.
+    /// @param application one that is not pending (any more) is destroyed; null does nothing
+    virtual void startPendingApplication(Application* application);
+
+    /// Ends an application of this window's map.
+    /// @param destroyNow false queues the end, so that none ends inside a browser callback
+    /// @param reactivate whether the service's table may be activated again when nothing is left
+    /// @param notify whether listeners hear of the stop
+    /// @return false when the application is not one of this window's
+    virtual bool shutdownApplication(Application* application, bool destroyNow, bool reactivate,
+                                     bool notify);
+
+    virtual Application* getRunningApplication();
+
+    /// The application shown in a browser window; null when there is none.
+    virtual Application* getApplication(TAVO_VestaWindow* tavoWindow);
+
+    /// Starts the application of an entry, if everything that is signalled about it allows.
+    /// @param entry null starts nothing
+    /// @param url only its parameters and anchor are used, added to the page's
+    /// @param transport null takes the first that is available
+    /// @return the pending application, owned by this window; null when it did not start
+    Application* startApplication(AITApplication* entry, HbbTVURL url,
+                                  AITApplicationTransport* transport);
+
+    /// Starts an application by its URL alone. @return as above; null for an empty URL
+    Application* startBroadcastIndependentApplication(HbbTVURL url);
+
+    /// Starts the first AUTOSTART application behind an entry that can be started.
+    Application* startNextAutostartApplication(AITApplication* after);
+
+    /// Activates the table in force at once.
+    /// @param restoreBroadcastAIT whether the service's own table comes back in force before
+    void scheduleReactivateAIT(bool restoreBroadcastAIT);
+
+    /// @return false when the value does not change
+    bool setTimeShifted(bool timeShifted);
+
+    /// The browser loaded a page of an application.
+    void reportLoadSuccess(TAVO_VestaWindow* tavoWindow);
+
+    /// The browser could not load a page. @return whether the failure was handled
+    bool reportLoadFailed(TAVO_VestaWindow* tavoWindow);
+
+    /// A page was not well-formed; decides what the next load result means.
+    void reportXMLParseFailure(TAVO_VestaWindow* tavoWindow);
+
+    /// @return whether the application was started again on a transport behind its current one
+    bool restartApplicationOnNextTransport(Application* application);
+
+    /// Whether the page that the running application is loading lies in the domain.
+    bool isLoadedUrlWithinBoundaries(ApplicationDomain* domain);
+
+    /// Makes the parent of an application that failed to load the running one again.
+    bool tryRestoreParentApplication(Application* application);
+
+    /// Deliberate: the argument decides between an immediate and a queued end; nothing is
+    /// reactivated in either case.
+    void terminateRunningApplication(bool destroyNow);
+
+    void setRunningApplication(Application* application);
+    void setPendingApplication(Application* application);
+    void unsetPendingApplication() { pendingApplication_ = nullptr; }
+    void destroyPendingApplication();
+    bool isPendingApplication(const Application* application) const;
+    Application* getPendingApplication() const { return pendingApplication_; }
+
+    /// Puts an application into the map, under its browser window.
+    void registerApplication(Application* application);
+    void unregisterApplication(Application* application);
+    /// Whether the map holds the application. Any pointer may be asked for.
+    bool applicationExists(const Application* application) const;
+
+    State getState() const { return state_; }
+    bool isTimeShifted() const { return timeShifted_; }
+    WindowManager* getManager() const { return manager_; }
+
+    AIT* getAIT() const { return ait_.get(); }
+    AIT* getPreviousAIT() const { return previousAIT_.get(); }
+    AIT* getBroadcastAIT() const { return broadcastAIT_.get(); }
+    /// The table whose sections are still being collected; null when there is none.
+    AIT* getAssemblyAIT() const { return assemblyAIT_.get(); }
+    void setAssemblyAIT(AIT* ait) { assemblyAIT_.reset(ait); }
+
+    /// Unique in this process, never reused, never 0.
+    unsigned long getSerial() const { return serial_; }
+
+    /// Whether the window was removed and only awaits the end of a call into it.
+    bool isReleased() const { return released_; }
+
+    /// The manager let go of the window: it is destroyed now, or when nobody holds it any more.
+    void release();
+
+    /// The manager dies before this window.
+    void loseManager() { manager_ = nullptr; }
+
+    /// Every application that was created for this window and has not ended, in creation order.
+    const std::vector<Application*>& getApplications() const { return members_; }
+
+    /// The id of one of these applications; 0 for any other pointer, which is not followed.
+    unsigned long getApplicationId(const Application* application) const;
+
+    /// The one of these applications that has the id; null when there is none.
+    Application* findApplication(unsigned long id) const;
+
+    /// The start that was queued for an application will not run. One that another has superseded
+    /// as pending is destroyed.
+    void abandonStart(unsigned long id);
+
+    /// An application was created for this window. It belongs to itself until the window takes it
+    /// as pending or into its map.
+    void adopt(Application* application);
+
+    /// An application ends: nothing in this window leads to it any longer.
+    void forget(Application* application);
+
+    /// An application gives its browser window back: it leads to this window no longer, unless
+    /// another application was given the same one meanwhile.
+    void releaseTavoWindow(Application* application);
+
+private:
+    bool activateForRunningApplication();
+    bool isServiceBoundToFormerService(const AITApplication* entry) const;
+    bool adoptRunningApplication(Application* running, AITApplication* entry, AITApplication* app);
+    bool becomeBroadcastRelated(Application* running, const AITApplication* entry,
+                                AITApplication* app, ref_ptr<AITApplicationTransport>& transport);
+    AITApplicationTransport* findTransportOfXMLStart(Application* running, AITApplication* app);
+    bool tearDownRunningApplication();
+    bool activateWithoutRunningApplication();
+    bool startFirstAutostartApplication(AITApplication* first);
+    void endTeardown();
+
+    bool mayStart(const AITApplication* entry);
+    bool survivesTimeShift(const AITApplication* entry) const;
+    HBBTV_ApplicationActionType askForStart(const HbbTVURL& url, const AITApplication* entry);
+    void refuseStart(HBBTV_ApplicationActionType answer);
+    Application* makePending(const HbbTVURL& url, AITApplication* entry);
+    void settleRunningApplication(Application* successor);
+    void abortStart(Application* application);
+    void run(Application* application);
+
+    bool handleFailedStart(Application* application);
+    void showLoadedApplication(Application* application);
+    bool queueShutdown(Application* application, bool reactivate, bool notify);
+    void endNow(Application* application, bool reactivate, bool notify);
+    bool notifyStop(Application* application, bool reactivateNow);
+
+    void destroyApplication(Application* application);
+    void leaveApplicationsBehind();
+    bool isMember(const Application* application) const;
+    bool isHttpAvailable() const;
+
+    std::map<TAVO_VestaWindow*, Application*> applications_;
+    WindowManager* manager_;
+    ref_ptr<AIT> ait_;
+    ref_ptr<AIT> previousAIT_;
+    ref_ptr<AIT> assemblyAIT_;
+    ref_ptr<AIT> broadcastAIT_;
+    Application* runningApplication_ = nullptr;
+    Application* pendingApplication_ = nullptr;
+    State state_ = IDLE;
+    bool timeShifted_ = false;
+
+    const unsigned long serial_;
+    unsigned holds_ = 0;
+    bool released_ = false;
+    std::vector<Application*> members_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,239 @@
+// What a table means for the application that runs in a window.
+
+#include "foundation/logging.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "security/application_domain.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+const char module[] = "Window";
+
+}  // namespace
+
+bool Window::setAIT(const ref_ptr<AIT>& ait)
+{
+    if (!ait) {
+        if (ait_)
+            ait_->setStale(true);
+        return false;
+    }
+    const ref_ptr<AIT> table(ait);  // the argument may be one of the references replaced here
+    previousAIT_ = ait_;
+    ait_ = table;
+    if (!table->isXMLBased())
+        broadcastAIT_ = table;
+    return true;
+}
+
+void Window::scheduleReactivateAIT(bool restoreBroadcastAIT)
+{
+    if (restoreBroadcastAIT)
+        ait_ = broadcastAIT_;
+    activateAIT();
+}
+
+bool Window::activateAIT()
+{
+    const Hold hold(this);
+    switch (state_) {
+    case RUNNING:
+        return activateForRunningApplication();
+    case IDLE:
+    case TEARDOWN:
+        return activateWithoutRunningApplication();
+    }
+    return false;
+}
+
+bool Window::activateForRunningApplication()
+{
+    Application* const running = runningApplication_;
+    if (!running) {
+        log(WARN, module,
+            "When activating AIT the manager state was RUNNING, but no running application was "
+            "found.");
+        state_ = IDLE;
+        return activateAIT();
+    }
+    AITApplication* const entry = running->getAITApplication();
+    if (!entry || !ait_ || isServiceBoundToFormerService(entry))
+        return tearDownRunningApplication();
+
+    AITApplication* const successor =
+        ait_->getAITApplication(entry->getOrganisationId(), entry->getApplicationId());
+    if (!successor || successor->isSignalledWith(AITApplication::KILL))
+        return tearDownRunningApplication();
+    return adoptRunningApplication(running, entry, successor);
+}
+
+bool Window::isServiceBoundToFormerService(const AITApplication* entry) const
+{
+    const auto* const descriptor = entry->getApplicationDescriptor();
+    return descriptor && descriptor->isServiceBound() && (!previousAIT_ || previousAIT_->isStale());
+}
+
+bool Window::adoptRunningApplication(Application* running, AITApplication* entry,
+                                     AITApplication* successor)
+{
+    // Listeners are told of the transfer, and both tables must outlive whatever they do.
+    const AITApplicationReference formerEntry(entry);
+    const AITApplicationReference newEntry(successor);
+    const ref_ptr<AIT> table(ait_);
+    ref_ptr<AITApplicationTransport> transport;
+
+    if (!running->isBroadcastRelated()) {
+        if (!becomeBroadcastRelated(running, entry, successor, transport))
+            return tearDownRunningApplication();
+        if (running != runningApplication_ || table != ait_ || released_)
+            return true;  // a listener ended it, or put another table in force
+    }
+
+    log(LOG, module, "Allowing running application to continue at new AIT load.");
+    running->setAITApplication(successor);
+    if (!transport)
+        transport.reset(successor->getFirstAvailableTransport(isHttpAvailable()));
+    if (!transport) {
+        // Deliberate: the application goes on, and already runs for the new entry.
+        log(ERR, module,
+            "Something really funky is going on! No transport found for the application in newly "
+            "loaded AIT!");
+        return false;
+    }
+    running->setTransport(transport.get());
+    return true;
+}
+
+bool Window::becomeBroadcastRelated(Application* running, const AITApplication* entry,
+                                    AITApplication* successor,
+                                    ref_ptr<AITApplicationTransport>& transport)
+{
+    if (ait_->isXMLBased() || !(successor->isSignalledWith(AITApplication::AUTOSTART) ||
+                                successor->isSignalledWith(AITApplication::PRESENT)))
+        return false;
+
+    if (entry->isXMLAITbased()) {
+        transport.reset(findTransportOfXMLStart(running, successor));
+        if (!transport)
+            return false;
+        log(LOG, module,
+            "Transferring state of running application from broadcast independent to broadcast "
+            "related at new AIT load");
+    } else {
+        log(LOG, module,
+            "Transferring state of running application from broadcast independent (transitioned "
+            "earlier from broadcast related) to broadcast related at new AIT load.");
+    }
+    running->setBroadcastRelated(true);
+    return true;
+}
+
+AITApplicationTransport* Window::findTransportOfXMLStart(Application* running,
+                                                         AITApplication* successor)
+{
+    AITApplicationTransport* const transport =
+        successor->getTransportMatchingURL(running->getURL());
+    if (!transport || transport->getProtocol() != AITApplicationTransport::HTTP)
+        return nullptr;
+    ApplicationDomain* const domain = successor->getApplicationDomain();
+    domain->addBoundaryExtension(running->getURL().getFullUrl());
+    return isLoadedUrlWithinBoundaries(domain) ? transport : nullptr;
+}
+
+bool Window::tearDownRunningApplication()
+{
+    log(LOG, module, "Tearing down running application at new AIT load");
+    state_ = TEARDOWN;
+    scheduleReactivateAIT(false);
+    return true;
+}
+
+bool Window::activateWithoutRunningApplication()
+{
+    if (!ait_ || ait_->isStale()) {
+        endTeardown();
+        return false;
+    }
+    AITApplication* const first =
+        ait_->getAITApplication(AITApplication::AUTOSTART, isHttpAvailable());
+    if (!first)
+        endTeardown();
+    else if (!startFirstAutostartApplication(first))
+        endTeardown();
+    return true;
+}
+
+/// @return whether an application was started, or runs after all
+bool Window::startFirstAutostartApplication(AITApplication* first)
+{
+    const AITApplicationReference keepsTable(first);
+    const bool isXML = ait_->isXMLBased();
+    if (Application* const started = startApplication(first, HbbTVURL(""), nullptr)) {
+        started->setAutostarted(true);
+        if (isXML && runningApplication_ && runningApplication_->getParent()) {
+            started->setParent(runningApplication_->getParent());
+            runningApplication_->setParent(nullptr);
+        }
+        return true;
+    }
+    if (state_ == RUNNING)
+        return true;
+    if (startNextAutostartApplication(first)) {
+        log(LOG, module,
+            "First AUTOSTART application failed to start, started lower prio one instead.");
+        return true;
+    }
+    log(WARN, module, "AUTOSTART application failed to start.");
+    return false;
+}
+
+void Window::endTeardown()
+{
+    if (state_ == TEARDOWN && runningApplication_)
+        shutdownApplication(runningApplication_, true, false, true);
+}
+
+Application* Window::startNextAutostartApplication(AITApplication* after)
+{
+    const Hold hold(this);
+    const ref_ptr<AIT> table(ait_);
+    if (!after || !table)
+        return nullptr;
+    const AITApplicationReference keepsTable(after);
+    AITApplication* candidate = after;
+    while (!released_) {
+        candidate =
+            table->getNextAITApplication(candidate, AITApplication::AUTOSTART, isHttpAvailable());
+        if (!candidate)
+            return nullptr;
+        if (Application* const started = startApplication(candidate, HbbTVURL(""), nullptr)) {
+            started->setAutostarted(true);
+            return started;
+        }
+    }
+    return nullptr;
+}
+
+bool Window::setTimeShifted(bool timeShifted)
+{
+    const Hold hold(this);
+    if (timeShifted == timeShifted_)
+        return false;
+    timeShifted_ = timeShifted;
+    if (!timeShifted_ || state_ != RUNNING)
+        return true;
+    Application* const running = getRunningApplication();
+    if (running && !survivesTimeShift(running->getAITApplication()))
+        shutdownApplication(running, true, true, true);
+    return true;
+}
+
+bool Window::survivesTimeShift(const AITApplication* entry) const
+{
+    const auto* const recording = entry ? entry->getApplicationRecordingDescriptor() : nullptr;
+    return recording && recording->isTrickModeAware() && recording->isTimeShift();
+}
+
+}  // namespace VestaHbbTV

@@ -1,0 +1,187 @@
+#include "lifecycle/window_manager.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "foundation/logging.h"
+#include "lifecycle/application.h"
+#include "lifecycle/application_policy.h"
+#include "lifecycle/call_scope.h"
+#include "lifecycle/window.h"
+#include "oipf/application_natives.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+const char module[] = "WindowManager";
+
+}  // namespace
+
+WindowManager* WindowManager::instance = nullptr;
+
+WindowManager* WindowManager::getInstance()
+{
+    if (!instance)
+        instance = new WindowManager;
+    return instance;
+}
+
+WindowManager::WindowManager() : policy_(std::make_unique<ApplicationPolicyHbbTV>())
+{
+}
+
+WindowManager::~WindowManager()
+{
+    if (instance == this)
+        instance = nullptr;
+    removeAllWindows();
+    // Windows that are still being worked on end later, on their own.
+    for (Window* window : departing_)
+        window->loseManager();
+}
+
+Application* WindowManager::getApplication(unsigned long id)
+{
+    const auto found = applications_.find(id);
+    return found == applications_.end() ? nullptr : found->second;
+}
+
+Window* WindowManager::createWindow()
+{
+    log(LOG, module, "WindowManager::createWindow()");
+    if (!policy_->requestNewWindow())
+        return nullptr;
+    windows_.push_back(new Window(this));
+    return windows_.back();
+}
+
+bool WindowManager::removeWindow(Window* window)
+{
+    log(LOG, module, "WindowManager::removeWindow()");
+    if (!windowExists(window))
+        return false;
+    policy_->releaseWindow();
+    windows_.remove(window);
+    destroyWindow(window);
+    return true;
+}
+
+void WindowManager::removeAllWindows()
+{
+    // Listeners hear of ending applications here and may create or release windows.
+    while (!windows_.empty()) {
+        Window* const window = windows_.front();
+        policy_->releaseWindow();
+        windows_.pop_front();
+        destroyWindow(window);
+    }
+    freeOrphans();
+}
+
+void WindowManager::destroyWindow(Window* window)
+{
+    if (broadcastWindow_ == window)
+        broadcastWindow_ = nullptr;
+    departing_.push_back(window);
+    window->release();
+}
+
+void WindowManager::freeOrphans()
+{
+    const CallScope scope;
+    while (!orphans_.empty()) {
+        Application* const application = orphans_.back();
+        orphans_.pop_back();
+        unregisterApplication(application);
+        CallScope::retire(application);
+    }
+}
+
+bool WindowManager::windowExists(const Window* window) const
+{
+    return window && std::find(windows_.begin(), windows_.end(), window) != windows_.end();
+}
+
+unsigned long WindowManager::getSerial(const Window* window) const
+{
+    return windowExists(window) ? window->getSerial() : 0;
+}
+
+Window* WindowManager::getWindow(unsigned int index) const
+{
+    if (index >= windows_.size())
+        return nullptr;
+    return *std::next(windows_.begin(), static_cast<std::ptrdiff_t>(index));
+}
+
+bool WindowManager::setBroadcastWindow(Window* window)
+{
+    if (!windowExists(window))
+        return false;
+    broadcastWindow_ = window;
+    return true;
+}
+
+TAVO_VestaWindow* WindowManager::getTavoWindow(const Window* window) const
+{
+    for (const auto& [tavoWindow, owner] : tavoWindows_) {
+        if (owner == window)
+            return tavoWindow;
+    }
+    return nullptr;
+}
+
+Window* WindowManager::getWindow(TAVO_VestaWindow* tavoWindow) const
+{
+    const auto found = tavoWindows_.find(tavoWindow);
+    return found == tavoWindows_.end() ? nullptr : found->second;
+}
+
+void WindowManager::registerTavoWindow(TAVO_VestaWindow* tavoWindow, Window* window)
+{
+    tavoWindows_[tavoWindow] = window;
+}
+
+void WindowManager::unregisterTavoWindow(TAVO_VestaWindow* tavoWindow)
+{
+    tavoWindows_.erase(tavoWindow);
+}
+
+bool WindowManager::registerApplication(Application* application)
+{
+    if (!application)
+        return false;
+    applications_[application->getID()] = application;
+    return true;
+}
+
+bool WindowManager::unregisterApplication(Application* application)
+{
+    if (!application)
+        return false;
+    applications_.erase(application->getID());
+    call_application_destroyed_listener(application);
+    return true;
+}
+
+void WindowManager::forgetApplication(Application* application)
+{
+    const auto found = applications_.find(application->getID());
+    if (found != applications_.end() && found->second == application)
+        applications_.erase(found);
+}
+
+void WindowManager::adoptOrphan(Application* application)
+{
+    orphans_.push_back(application);
+}
+
+void WindowManager::forgetWindow(Window* window)
+{
+    for (auto entry = tavoWindows_.begin(); entry != tavoWindows_.end();)
+        entry = entry->second == window ? tavoWindows_.erase(entry) : std::next(entry);
+    departing_.erase(std::remove(departing_.begin(), departing_.end(), window), departing_.end());
+}
+
+}  // namespace VestaHbbTV
