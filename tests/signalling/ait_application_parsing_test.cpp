@@ -1,0 +1,290 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "signalling/ait.h"
+#include "signalling/ait_application.h"
+#include "tests/support/section_builder.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+using testing::ElementsAre;
+
+namespace {
+
+/// An application of no table, read from an entry alone.
+class Parsed {
+public:
+    explicit Parsed(const AITEntry& entry, AIT* parent = nullptr) : application_(parent)
+    {
+        accepted_ = application_.parse(entry.exactBlock().get());
+    }
+
+    bool accepted() const { return accepted_; }
+    AITApplication* operator->() { return &application_; }
+    AITApplication& operator*() { return application_; }
+
+private:
+    AITApplication application_;
+    bool accepted_;
+};
+
+AITEntry plainEntry()
+{
+    return AITEntry(10, 1).withoutApplicationDescriptor();
+}
+
+std::vector<int> labels(const AITApplication& application)
+{
+    std::vector<int> result;
+    for (const auto& transport : application.getTransports())
+        result.push_back(transport->getLabel());
+    return result;
+}
+
+/// "onid.tsid.sid" of an application's transport.
+std::string service(const AITApplication& application, size_t index)
+{
+    const AITApplicationTransport& transport = *application.getTransports()[index];
+    return std::to_string(transport.getOriginalNetworkId()) + "." +
+           std::to_string(transport.getTransportStreamId()) + "." +
+           std::to_string(transport.getServiceId());
+}
+
+}  // namespace
+
+TEST(AITApplication, RefusesNull)
+{
+    AITApplication application(nullptr);
+    const unsigned char* const none = nullptr;
+    EXPECT_FALSE(application.parse(none));
+}
+
+TEST(AITApplication, ReadsTheHeaderOfItsEntry)
+{
+    Parsed application(AITEntry(0x89ABCDEF, 0xFEDC, 0xFF).withoutApplicationDescriptor());
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getOrganisationId(), 0x89ABCDEFU);
+    EXPECT_EQ(application->getApplicationId(), 0xFEDC);
+    EXPECT_EQ(application->getControlCode(), 0xFF);
+    EXPECT_TRUE(application->isSignalledWith(static_cast<AITApplication::ControlCode>(0xFF)));
+    EXPECT_FALSE(application->isSignalledWith(AITApplication::AUTOSTART));
+}
+
+TEST(AITApplication, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
+{
+    const std::tuple<const char*, Bytes, bool> cases[] = {
+        {"nothing", {}, true},
+        {"a skipped tag of one byte", {0x80, 1, 0}, true},
+        {"a skipped tag without payload", {0x80, 0}, false},
+        {"a location without payload", {0x15, 0}, false},
+        {"an empty descriptor behind a good one", {0x80, 1, 0, 0x16, 0}, false},
+        {"an empty descriptor before a good one", {0x16, 0, 0x80, 1, 0}, false},
+        {"a tag without length", {0x80}, false},
+        {"a tag without length behind a good one", {0x80, 1, 0, 0x80}, false},
+        {"one byte over", {0x80, 2, 0}, false},
+        {"a location one byte over", {0x15, 3, 'a', 'b'}, false},
+        {"maximum length", {0x80, 0xFF, 0, 0}, false},
+        {"maximum length with all its bytes", Bytes{0x80, 0xFF} + Bytes(0xFF, 1), true},
+    };
+    for (const auto& [why, loop, accepted] : cases)
+        EXPECT_EQ(Parsed(plainEntry().raw(loop)).accepted(), accepted) << why;
+}
+
+TEST(AITApplication, ReadsNothingBehindItsOwnLoop)
+{
+    // Whatever the tag, a descriptor that the loop cuts is refused before a byte of it is read.
+    for (unsigned tag = 0; tag <= 0xFF; ++tag) {
+        const Bytes cut = {static_cast<unsigned char>(tag), 4, 1, 2, 3};
+        EXPECT_FALSE(Parsed(plainEntry().raw(cut)).accepted()) << tag;
+    }
+}
+
+TEST(AITApplication, SkipsDescriptorsThatItDoesNotKnow)
+{
+    AITEntry entry = plainEntry();
+    for (unsigned tag = 0x03; tag <= 0xFF; ++tag)
+        if (tag != 0x06 && tag != 0x15 && tag != 0x16 && tag != 0x17)
+            entry.raw({static_cast<unsigned char>(tag), 2, 'a', 'b'});
+    Parsed application(entry.name("n"));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getApplicationName(), "n");
+    EXPECT_EQ(application->getApplicationLocation(), "");
+}
+
+TEST(AITApplication, ConcatenatesTheNamesOfSeveralDescriptors)
+{
+    Parsed application(plainEntry().name("ab").name("cd"));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getApplicationName(), "abcd");
+}
+
+TEST(AITApplication, ReadsTheFirstLanguageOfANameAsItStands)
+{
+    const Bytes twoLanguages = {0x01, 12,   'e', 'n', 'g', 3, 0x15,
+                                0xC3, 0xA9, 'f', 'r', 'a', 1, 'x'};
+    Parsed application(plainEntry().raw(twoLanguages));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getApplicationName(), "\x15\xC3\xA9");
+}
+
+TEST(AITApplication, BoundsANameByItsLoop)
+{
+    const std::tuple<const char*, Bytes, std::optional<std::string>> cases[] = {
+        {"empty", {0x01, 4, 'e', 'n', 'g', 0}, ""},
+        {"shorter than its descriptor", {0x01, 6, 'e', 'n', 'g', 1, 'a', 'b'}, "a"},
+        {"exactly", {0x01, 6, 'e', 'n', 'g', 2, 'a', 'b'}, "ab"},
+        {"one over the loop", {0x01, 6, 'e', 'n', 'g', 3, 'a', 'b'}, std::nullopt},
+        {"maximum", {0x01, 6, 'e', 'n', 'g', 0xFF, 'a', 'b'}, std::nullopt},
+        {"no length", {0x01, 3, 'e', 'n', 'g'}, std::nullopt},
+        {"half a language", {0x01, 1, 'e'}, std::nullopt},
+        {"beyond its descriptor, to the end of the loop",
+         {0x01, 5, 'e', 'n', 'g', 4, 'a', 0x80, 1, 'z'},
+         "a\x80\x01z"},
+        {"beyond descriptor and loop",
+         {0x01, 5, 'e', 'n', 'g', 5, 'a', 0x80, 1, 'z'},
+         std::nullopt},
+        {"a length that stands in the next descriptor", {0x01, 1, 'e', 0x80, 2, 1, 'z'}, "z"},
+    };
+    for (const auto& [why, loop, name] : cases) {
+        Parsed application(plainEntry().raw(loop));
+        ASSERT_EQ(application.accepted(), name.has_value()) << why;
+        if (name) {
+            EXPECT_EQ(application->getApplicationName(), *name) << why;
+        }
+    }
+}
+
+TEST(AITApplication, ConcatenatesLocations)
+{
+    Parsed application(plainEntry().location("a/").location("b?c#d"));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getApplicationLocation(), "a/b?c#d");
+}
+
+TEST(AITApplication, TakesTheLastUsageType)
+{
+    Parsed application(plainEntry().usage(1).usage(0xFE));
+    EXPECT_EQ(application->getUsageType(), 0xFE);
+    EXPECT_EQ(Parsed(plainEntry().usage(1))->getUsageType(), AITApplication::DIGITAL_TELETEXT);
+    EXPECT_EQ(Parsed(plainEntry().raw({0x16, 3, 2, 9, 9}))->getUsageType(), 2);
+}
+
+TEST(AITApplication, TakesItsBoundaryFromAllDescriptors)
+{
+    Parsed application(plainEntry()
+                           .boundary({"http://a.example/x", "dvb://1.2.3"})
+                           .boundary({})
+                           .boundary({"https://a.example", "http://b.example"}));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_THAT(application->getApplicationDomain()->getEntries(),
+                ElementsAre("http://a.example", "dvb://1.2.3", "https://a.example"));
+}
+
+TEST(AITApplication, BoundsABoundaryByTheEntryIfThereIsNoMore)
+{
+    // The last extension may end on the byte behind the descriptor. Alone, there is no such byte.
+    const Bytes extensionOverByOne = {0x17, 4, 1, 3, 'a', 'b'};
+    Parsed alone(plainEntry().raw(extensionOverByOne));
+    ASSERT_TRUE(alone.accepted());
+    EXPECT_TRUE(alone->getApplicationDomain()->getEntries().empty());
+
+    Parsed followed(plainEntry().raw(extensionOverByOne + Bytes{'c', 1, 0}));
+    ASSERT_TRUE(followed.accepted());
+    EXPECT_THAT(followed->getApplicationDomain()->getEntries(), ElementsAre("abc"));
+}
+
+TEST(AITApplication, KeepsTheFirstApplicationDescriptor)
+{
+    Parsed application(plainEntry().raw(applicationDescriptor({{}, {}, 7, 1, true}) +
+                                        applicationDescriptor({{}, {3}, 9, 2, false})));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getApplicationPriority(), 7);
+    EXPECT_EQ(application->getApplicationDescriptor()->getVisibility(), 1);
+    EXPECT_TRUE(application->getApplicationDescriptor()->isServiceBound());
+    EXPECT_TRUE(application->getApplicationDescriptor()->getTransportProtocolLabels().empty());
+}
+
+TEST(AITApplication, KeepsTheFirstRecordingDescriptor)
+{
+    Parsed application(plainEntry().recording(0x80, {}, {}).recording(0x40, {}, {}));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_TRUE(application->getApplicationRecordingDescriptor()->isScheduledRecording());
+    EXPECT_FALSE(application->getApplicationRecordingDescriptor()->isTrickModeAware());
+}
+
+TEST(AITApplication, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
+{
+    AIT table(0x22, 0x7, 0x1, nullptr);
+    const Bytes common = carouselTransport(1, 0x10) + httpTransport(2, "http://common/");
+    ASSERT_TRUE(table.parseCommonDescriptorsLoop(exactBlock(common).get(),
+                                                 static_cast<unsigned short>(common.size())));
+    Parsed application(AITEntry(10, 1).labels({2, 1}).raw(httpTransport(2, "http://own/")), &table);
+    ASSERT_TRUE(application.accepted());
+    ASSERT_THAT(labels(*application), ElementsAre(2, 1));
+    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://own/");
+    EXPECT_EQ(application->getTransports()[1].get(), table.getCommonTransport(1));
+}
+
+TEST(AITApplication, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
+{
+    AIT table(1, 2, 3, nullptr);
+    const Bytes common = carouselTransport(1, 0x10) + carouselTransport(2, 0x20);
+    ASSERT_TRUE(table.parseCommonDescriptorsLoop(exactBlock(common).get(),
+                                                 static_cast<unsigned short>(common.size())));
+    Parsed application(AITEntry(10, 1)
+                           .labels({1, 9, 5, 5, 2, 1, 2, 2})
+                           .raw(httpTransport(5, "http://own5/"))
+                           .raw(httpTransport(2, "http://own2/")),
+                       &table);
+    ASSERT_TRUE(application.accepted());
+    ASSERT_THAT(labels(*application), ElementsAre(1, 5, 2, 1, 2, 2));
+    EXPECT_EQ(application->getTransports()[0], application->getTransports()[3]);
+    EXPECT_EQ(application->getTransports()[2]->getURLBase(), "http://own2/");
+    EXPECT_EQ(application->getTransports()[4].get(), table.getCommonTransport(2));
+    EXPECT_EQ(application->getTransports()[5].get(), table.getCommonTransport(2));
+}
+
+TEST(AITApplication, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
+{
+    Parsed application(AITEntry(10, 1).http(4, "http://first/").http(4, "http://second/"));
+    ASSERT_TRUE(application.accepted());
+    ASSERT_EQ(application->getNumTransports(), 1U);
+    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://first/");
+}
+
+TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
+{
+    Parsed application(plainEntry().http(1, "http://a.example/"));
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(application->getNumTransports(), 0U);
+    EXPECT_EQ(application->getFirstAvailableTransport(true), nullptr);
+}
+
+TEST(AITApplication, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
+{
+    AIT table(11, 22, 33, nullptr);
+    Parsed application(AITEntry(10, 1)
+                           .labels({1, 2, 3, 4})
+                           .http(1, "http://a.example/")
+                           .carousel(2, 9)
+                           .remoteCarousel(3, 4, 5, 6, 7)
+                           .raw(otherTransport(4, 2)),
+                       &table);
+    ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(service(*application, 0), "11.22.33");
+    EXPECT_EQ(service(*application, 1), "11.22.33");
+    EXPECT_EQ(service(*application, 2), "4.5.6");
+    EXPECT_EQ(service(*application, 3), "0.0.0");
+}
+
+TEST(AITApplication, WithoutATableLeavesItsTransportsWithoutService)
+{
+    Parsed application(AITEntry(10, 1).http(1, "http://a.example/").carousel(2, 9).labels({2, 7}));
+    ASSERT_TRUE(application.accepted());
+    ASSERT_THAT(labels(*application), ElementsAre(2));
+    EXPECT_EQ(service(*application, 0), "0.0.0");
+}

@@ -1,0 +1,207 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "signalling/ait_application.h"
+#include "signalling/application_descriptors.h"
+#include "tests/support/section_builder.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+using testing::ElementsAre;
+
+namespace {
+
+/// "profile/major.minor.micro" of each profile, then flags and numbers, then the labels.
+std::string describe(const Bytes& bytes)
+{
+    const ApplicationDescriptor descriptor(exactBlock(bytes).get());
+    std::string text;
+    for (const PlatformProfile& profile : descriptor.getPlatformProfiles())
+        text += std::to_string(profile.getApplicationProfile()) + "/" +
+                std::to_string(profile.getVersionMajor()) + "." +
+                std::to_string(profile.getVersionMinor()) + "." +
+                std::to_string(profile.getVersionMicro()) + " ";
+    text += descriptor.isServiceBound() ? "bound" : "unbound";
+    text += " visibility " + std::to_string(descriptor.getVisibility());
+    text += " priority " + std::to_string(descriptor.getApplicationPriority()) + " labels";
+    for (const uint8_t label : descriptor.getTransportProtocolLabels())
+        text += " " + std::to_string(label);
+    return text;
+}
+
+/// The set flags' letters in the order of signalling, then the component tags.
+std::string describeRecording(const Bytes& bytes)
+{
+    const ApplicationRecordingDescriptor descriptor(exactBlock(bytes).get());
+    std::string text;
+    text += descriptor.isScheduledRecording() ? "S" : "";
+    text += descriptor.isTrickModeAware() ? "T" : "";
+    text += descriptor.isTimeShift() ? "H" : "";
+    text += descriptor.isDynamic() ? "D" : "";
+    text += descriptor.isAVSynced() ? "A" : "";
+    text += descriptor.isInitiatingReplay() ? "I" : "";
+    for (const uint8_t tag : descriptor.getComponentTags())
+        text += " " + std::to_string(tag);
+    return text;
+}
+
+constexpr char nothing[] = "unbound visibility 0 priority 0 labels";
+
+}  // namespace
+
+TEST(ApplicationDescriptor, IsNamedByTheApplication)
+{
+    EXPECT_TRUE(
+        (std::is_constructible_v<AITApplication::ApplicationDescriptor, const unsigned char*>));
+    EXPECT_TRUE((std::is_constructible_v<AITApplication::ApplicationRecordingDescriptor,
+                                         const unsigned char*>));
+    EXPECT_TRUE((std::is_constructible_v<AITApplication::PlatformProfile, const unsigned char*>));
+}
+
+TEST(ApplicationDescriptor, ReadsProfilesFlagsPriorityAndLabels)
+{
+    ApplicationFields fields;
+    fields.profiles = {{0x8001, 1, 2, 3}, {0, 0xFF, 0xFE, 0xFD}};
+    fields.labels = {9, 0, 9, 255};
+    fields.priority = 200;
+    fields.visibility = 2;
+    fields.serviceBound = true;
+    EXPECT_EQ(describe(applicationDescriptor(fields)),
+              "32769/1.2.3 0/255.254.253 bound visibility 2 priority 200 labels 9 0 9 255");
+}
+
+TEST(ApplicationDescriptor, ReadsFlagsAndVisibilityFromTheirBits)
+{
+    const std::tuple<unsigned char, const char*> cases[] = {
+        {0x00, "unbound visibility 0 priority 1 labels"},
+        {0x1F, "unbound visibility 0 priority 1 labels"},
+        {0x20, "unbound visibility 1 priority 1 labels"},
+        {0x40, "unbound visibility 2 priority 1 labels"},
+        {0x60, "unbound visibility 3 priority 1 labels"},
+        {0x80, "bound visibility 0 priority 1 labels"},
+        {0xFF, "bound visibility 3 priority 1 labels"},
+    };
+    for (const auto& [flags, expected] : cases)
+        EXPECT_EQ(describe(descriptor(0x00, {0, flags, 1})), expected) << int{flags};
+}
+
+TEST(ApplicationDescriptor, ReadsNothingIfTheProfilesOverrunIt)
+{
+    const Bytes profile = {0, 1, 1, 2, 3};
+    const std::tuple<const char*, Bytes, std::string> cases[] = {
+        {"no payload", {}, nothing},
+        {"no profiles and no more", {0}, nothing},
+        {"profiles exactly to the end", Bytes{5} + profile, std::string("1/1.2.3 ") + nothing},
+        {"one over", Bytes{6} + profile, nothing},
+        {"maximum", Bytes{0xFF} + profile + Bytes{0xFF, 9, 1}, nothing},
+    };
+    for (const auto& [why, payload, expected] : cases)
+        EXPECT_EQ(describe(descriptor(0x00, payload)), expected) << why;
+}
+
+TEST(ApplicationDescriptor, KeepsWhatStandsBeforeItsEnd)
+{
+    EXPECT_EQ(describe(descriptor(0x00, {0, 0xFF})), "bound visibility 3 priority 0 labels");
+    EXPECT_EQ(describe(descriptor(0x00, {0, 0xFF, 7})), "bound visibility 3 priority 7 labels");
+}
+
+TEST(ApplicationDescriptor, ReadsTheFlagsBehindTheLastWholeProfile)
+{
+    // Seven bytes of profiles: one profile, and the two left over are flags and priority.
+    EXPECT_EQ(describe(descriptor(0x00, {7, 0, 1, 1, 2, 3, 0x80, 9, 0x60, 4, 5})),
+              "1/1.2.3 bound visibility 0 priority 9 labels 96 4 5");
+    EXPECT_EQ(describe(descriptor(0x00, {4, 0x80, 9, 1, 2})),
+              "bound visibility 0 priority 9 labels 1 2");
+}
+
+TEST(ApplicationDescriptor, OfNoBytesIsEmpty)
+{
+    const unsigned char* const none = nullptr;
+    EXPECT_TRUE(ApplicationDescriptor(none).getPlatformProfiles().empty());
+    EXPECT_FALSE(ApplicationRecordingDescriptor(none).isScheduledRecording());
+}
+
+TEST(PlatformProfile, ReadsItsFiveBytes)
+{
+    const PlatformProfile profile(exactBlock({0x12, 0x34, 5, 6, 7}).get());
+    EXPECT_EQ(profile.getApplicationProfile(), 0x1234);
+    EXPECT_EQ(profile.getVersionMajor(), 5);
+    EXPECT_EQ(profile.getVersionMinor(), 6);
+    EXPECT_EQ(profile.getVersionMicro(), 7);
+}
+
+TEST(PlatformProfile, IsCompatibleWithATerminalThatIsNotOlderAndHasEveryBit)
+{
+    const std::tuple<PlatformProfile, PlatformProfile, bool> cases[] = {
+        {{0, 1, 2, 3}, {0, 1, 3, 0}, true},      {{0, 1, 2, 3}, {0, 1, 2, 3}, true},
+        {{0, 1, 2, 3}, {0, 1, 2, 4}, true},      {{0, 1, 2, 3}, {0, 1, 2, 2}, false},
+        {{0, 1, 2, 3}, {0, 1, 1, 9}, false},     {{0, 1, 2, 3}, {0, 2, 0, 0}, true},
+        {{0, 1, 2, 3}, {0, 0, 9, 9}, false},     {{0, 255, 255, 255}, {0, 255, 255, 255}, true},
+        {{3, 1, 1, 1}, {1, 1, 1, 1}, false},     {{1, 1, 1, 1}, {3, 1, 1, 1}, true},
+        {{0, 1, 1, 1}, {0xFFFF, 1, 1, 1}, true}, {{0x8000, 1, 1, 1}, {0x7FFF, 1, 1, 1}, false},
+    };
+    for (const auto& [application, terminal, compatible] : cases)
+        EXPECT_EQ(application.isCompatible(terminal.getApplicationProfile(),
+                                           terminal.getVersionMajor(), terminal.getVersionMinor(),
+                                           terminal.getVersionMicro()),
+                  compatible);
+}
+
+TEST(ApplicationRecordingDescriptor, ReadsEachFlag)
+{
+    const std::tuple<uint8_t, const char*> cases[] = {
+        {0x80, "S"}, {0x40, "T"}, {0x20, "H"},      {0x10, "D"}, {0x08, "A"},
+        {0x04, "I"}, {0x03, ""},  {0xFF, "STHDAI"}, {0x00, ""},
+    };
+    for (const auto& [flags, expected] : cases) {
+        EXPECT_EQ(describeRecording(recordingDescriptor(flags, {}, {})), expected) << int{flags};
+        EXPECT_EQ(describeRecording(descriptor(0x06, {flags})), expected) << int{flags};
+    }
+}
+
+TEST(ApplicationRecordingDescriptor, ReadsComponentTagsOnlyIfBytesFollowThem)
+{
+    EXPECT_EQ(describeRecording(recordingDescriptor(0x80, {"main", ""}, {16, 17}, {0})), "S 16 17");
+    EXPECT_EQ(describeRecording(recordingDescriptor(0x80, {"main", ""}, {16, 17})), "S");
+    EXPECT_EQ(describeRecording(recordingDescriptor(0x80, {}, {}, {1, 2, 3})), "S");
+    EXPECT_EQ(describeRecording(descriptor(0x06, {0x80, 0, 3, 1, 2})), "S");
+    EXPECT_EQ(describeRecording(descriptor(0x06, {0x80, 0, 0xFF, 1, 2})), "S");
+    EXPECT_EQ(describeRecording(descriptor(0x06, {0x80, 0, 1, 5, 6})), "S 5");
+}
+
+TEST(ApplicationRecordingDescriptor, StopsAtALabelThatReachesTheEnd)
+{
+    const std::tuple<const char*, Bytes, const char*> cases[] = {
+        {"a label before the tags", {0x80, 1, 2, 'a', 'b', 0, 1, 5, 0}, "S 5"},
+        {"a label that reaches the end", {0x80, 1, 2, 'a', 'b', 0}, "S"},
+        {"a label that passes the end by one", {0x80, 1, 3, 'a', 'b', 0}, "S"},
+        {"a label of maximum length", {0x80, 1, 0xFF, 'a', 'b', 0, 1, 5, 0}, "S"},
+        {"a label without length", {0x80, 1}, "S"},
+        {"more labels than there are", {0x80, 0xFF, 0, 0, 0, 0, 1, 5, 0}, "S"},
+        {"the second label passes the end", {0x80, 2, 0, 0, 9, 0, 1, 5, 0}, "S"},
+    };
+    for (const auto& [why, payload, expected] : cases)
+        EXPECT_EQ(describeRecording(descriptor(0x06, payload)), expected) << why;
+}
+
+TEST(ApplicationRecordingDescriptor, CanBeFilledByHand)
+{
+    ApplicationRecordingDescriptor descriptor;
+    descriptor.setTrickModeAware(true);
+    descriptor.setTimeShift(true);
+    descriptor.setDynamic(true);
+    descriptor.setAVSynced(true);
+    descriptor.setInitiatingReplay(true);
+    descriptor.addComponentTag(3);
+    EXPECT_FALSE(descriptor.isScheduledRecording());
+    EXPECT_TRUE(descriptor.isTrickModeAware());
+    EXPECT_TRUE(descriptor.isTimeShift());
+    EXPECT_TRUE(descriptor.isDynamic());
+    EXPECT_TRUE(descriptor.isAVSynced());
+    EXPECT_TRUE(descriptor.isInitiatingReplay());
+    EXPECT_THAT(descriptor.getComponentTags(), ElementsAre(3));
+}
