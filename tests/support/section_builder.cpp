@@ -1,8 +1,10 @@
 #include "tests/support/section_builder.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace vesta::test {
@@ -39,7 +41,7 @@ void appendLength12(Bytes& bytes, size_t length)
 
 void append(Bytes& bytes, const Bytes& more)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
+    std::copy(more.begin(), more.end(), std::back_inserter(bytes));
 }
 
 void append(Bytes& bytes, const std::string& text)

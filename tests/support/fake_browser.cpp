@@ -1,0 +1,178 @@
+#include "tests/support/fake_browser.h"
+
+#include "tests/support/journal.h"
+
+namespace vesta::test {
+
+namespace {
+
+const long windowCount = 64;
+char browserPlace;
+char windowPlaces[windowCount];
+
+std::string quoted(const char* text)
+{
+    return text ? text : "(null)";
+}
+
+/// How a browser joins a base and a relative URL, as far as tests need it.
+std::string join(const std::string& base, const std::string& url)
+{
+    if (url.find("://") != std::string::npos || url.empty())
+        return url;
+    return base.substr(0, base.rfind('/') + 1) + url;
+}
+
+}  // namespace
+
+FakeBrowser& FakeBrowser::instance()
+{
+    static FakeBrowser browser;
+    return browser;
+}
+
+void FakeBrowser::reset()
+{
+    *this = FakeBrowser();
+}
+
+TAVO_Vesta* FakeBrowser::handle()
+{
+    return reinterpret_cast<TAVO_Vesta*>(&browserPlace);
+}
+
+TAVO_VestaWindow* FakeBrowser::window(long id)
+{
+    return id > 0 && id < windowCount ? reinterpret_cast<TAVO_VestaWindow*>(&windowPlaces[id])
+                                      : nullptr;
+}
+
+long FakeBrowser::idOf(TAVO_VestaWindow* handle)
+{
+    for (long id = 1; id < windowCount; ++id) {
+        if (window(id) == handle)
+            return id;
+    }
+    return 0;
+}
+
+std::string FakeBrowser::nameOf(TAVO_VestaWindow* handle)
+{
+    if (!handle)
+        return "null";
+    const long id = idOf(handle);
+    return id ? "w" + std::to_string(id) : "?";
+}
+
+int FakeBrowser::call(const char* function, const std::string& line)
+{
+    if (journalling)
+        Journal::instance().write(function, "(", line, ")");
+    const auto action = whileIn.find(function);
+    if (action != whileIn.end())
+        std::function<void()>(action->second)();
+    const auto result = results.find(function);
+    return result == results.end() ? 0 : result->second;
+}
+
+}  // namespace vesta::test
+
+using vesta::test::FakeBrowser;
+using vesta::test::Journal;
+using vesta::test::quoted;
+
+extern "C" {
+
+int ve_open_url(TAVO_VestaWindow* window, const char* url)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    return browser.call("ve_open_url", browser.nameOf(window) + ", " + quoted(url));
+}
+
+int ve_clear_history(TAVO_VestaWindow* window)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    return browser.call("ve_clear_history", browser.nameOf(window));
+}
+
+int ve_get_window(TAVO_Vesta*, long id, TAVO_VestaWindow** window)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    const auto result = browser.results.find("ve_get_window");
+    TAVO_VestaWindow* const found = browser.window(id);
+    if (found)
+        *window = found;
+    if (result != browser.results.end())
+        return result->second;
+    return found ? 0 : 1;
+}
+
+int ve_get_window_identifier(TAVO_Vesta*, TAVO_VestaWindow* window, long* id)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    const auto result = browser.results.find("ve_get_window_identifier");
+    if (result != browser.results.end())
+        return result->second;
+    *id = browser.idOf(window);
+    return *id ? 0 : 1;
+}
+
+int ve_get_loading_url(TAVO_VestaWindow* window, const char** url)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    *url = browser.loadingURL.empty() ? nullptr : browser.loadingURL.c_str();
+    return browser.call("ve_get_loading_url", browser.nameOf(window));
+}
+
+int ve_resolve_relative_url(const char* base, const char* url, const char** result)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    if (browser.journalResolving && browser.journalling)
+        Journal::instance().write("ve_resolve_relative_url(", quoted(base), ", ", quoted(url), ")");
+    browser.resolved = browser.resolve ? browser.resolve(base, url) : vesta::test::join(base, url);
+    *result = browser.resolveToNull ? nullptr : browser.resolved.c_str();
+    const auto status = browser.results.find("ve_resolve_relative_url");
+    return status == browser.results.end() ? 0 : status->second;
+}
+
+int ve_set_uastring_extension(TAVO_Vesta*, const char* extension)
+{
+    return FakeBrowser::instance().call("ve_set_uastring_extension", quoted(extension));
+}
+
+int ve_protocol_set_mime_type(void* id, const char* mime_type)
+{
+    (void)id;
+    return FakeBrowser::instance().call("ve_protocol_set_mime_type", quoted(mime_type));
+}
+
+int ve_protocol_write(void* id, const char* bytes, unsigned int length)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    browser.written[id].append(bytes, length);
+    browser.writeSizes[id].push_back(length);
+    return browser.call("ve_protocol_write", std::to_string(length));
+}
+
+int ve_protocol_finished(void* id, int status)
+{
+    (void)id;
+    return FakeBrowser::instance().call("ve_protocol_finished", std::to_string(status));
+}
+
+int ve_protocol_failed(void* id, int status)
+{
+    (void)id;
+    return FakeBrowser::instance().call("ve_protocol_failed", std::to_string(status));
+}
+
+int tavo_keyboard_evt(TAVO_KeyboardEvent* event)
+{
+    FakeBrowser& browser = FakeBrowser::instance();
+    const std::string line =
+        (event->type == TAVO_KEY_DOWN ? "down " : "up ") + std::to_string(event->key_code);
+    browser.keys.push_back(line);
+    return browser.call("tavo_keyboard_evt", line);
+}
+
+}  // extern "C"

@@ -1,0 +1,68 @@
+/// A browser that loads nothing: it writes every call to the journal and answers as it is told.
+#ifndef VESTA_TESTS_SUPPORT_FAKE_BROWSER_H
+#define VESTA_TESTS_SUPPORT_FAKE_BROWSER_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vesta_browser.h"
+
+namespace vesta::test {
+
+/// The one browser of a test program; reset() between tests.
+class FakeBrowser {
+public:
+    static FakeBrowser& instance();
+
+    void reset();
+
+    /// The browser's handle.
+    TAVO_Vesta* handle();
+
+    /// The window number `id` (1 to 63), called "w<id>" in the journal. The handle is an address
+    /// that nobody may follow.
+    TAVO_VestaWindow* window(long id);
+
+    /// "w3", "null", or "?" for a handle that is not this browser's.
+    std::string nameOf(TAVO_VestaWindow* window);
+    long idOf(TAVO_VestaWindow* window);
+
+    /// What each function answers with; 0 is success. By the function's name.
+    std::map<std::string, int> results;
+
+    /// What ve_get_loading_url() gives; null when empty.
+    std::string loadingURL;
+
+    /// Turns a base and a URL into an absolute one; unset: URLs with "://" stay, others are
+    /// appended to the base's directory.
+    std::function<std::string(const std::string& base, const std::string& url)> resolve;
+
+    /// Whether ve_resolve_relative_url() leaves its result null.
+    bool resolveToNull = false;
+
+    /// Called inside the function of that name, after it was written to the journal.
+    std::map<std::string, std::function<void()>> whileIn;
+
+    /// What was written to each protocol load, and the sizes of the writes.
+    std::map<void*, std::string> written;
+    std::map<void*, std::vector<unsigned int>> writeSizes;
+
+    /// Keys delivered with tavo_keyboard_evt(): "down 403", "up 403".
+    std::vector<std::string> keys;
+
+    /// Whether ve_resolve_relative_url() is written to the journal; off, since most starts ask it.
+    bool journalResolving = false;
+
+    /// Whether anything is written to the journal (benchmarks and fuzzers switch it off).
+    bool journalling = true;
+
+    // The functions' bodies.
+    int call(const char* function, const std::string& line);
+    std::string resolved;
+};
+
+}  // namespace vesta::test
+
+#endif
