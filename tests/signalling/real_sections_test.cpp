@@ -1,0 +1,460 @@
+/// Sections made by independent encoders or cut from broadcasts. The JSON file beside each tells
+/// what it signals; what the library must hold is derived from that here.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "signalling/ait.h"
+#include "tests/support/section_builder.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+using nlohmann::json;
+
+namespace {
+
+constexpr unsigned short originalNetworkId = 0x22;
+constexpr unsigned short transportStreamId = 0x7;
+constexpr unsigned short serviceId = 0x1;
+
+enum Tag {
+    applicationTag = 0x00,
+    nameTag = 0x01,
+    transportTag = 0x02,
+    recordingTag = 0x06,
+    locationTag = 0x15,
+    usageTag = 0x16,
+    boundaryTag = 0x17
+};
+
+Bytes readBytes(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+/// A section and what it signals.
+struct Sample {
+    Bytes bytes;
+    json content;
+
+    /// @param path of both files, without ".bin" and ".json"
+    explicit Sample(const std::string& path) : bytes(readBytes(path + ".bin"))
+    {
+        std::ifstream(path + ".json") >> content;
+    }
+
+    bool feedTo(AIT& table) const { return table.parse(exactBlock(bytes).get()); }
+};
+
+std::string fromHex(const std::string& hex)
+{
+    std::string text;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        text += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return text;
+}
+
+std::vector<json> ofTag(const json& descriptors, Tag tag)
+{
+    std::vector<json> found;
+    for (const json& descriptor : descriptors)
+        if (descriptor["tag"] == tag)
+            found.push_back(descriptor);
+    return found;
+}
+
+bool hasEmptyDescriptor(const json& application)
+{
+    const json& descriptors = application["descriptors"];
+    return std::any_of(descriptors.begin(), descriptors.end(),
+                       [](const json& descriptor) { return descriptor["length"] == 0; });
+}
+
+/// The transports of a loop by label, the first of each.
+std::map<int, json> transportsByLabel(const json& descriptors, bool common)
+{
+    std::map<int, json> transports;
+    for (json transport : ofTag(descriptors, transportTag)) {
+        transport["common"] = common;
+        transports.emplace(transport["label"], transport);
+    }
+    return transports;
+}
+
+/// What an application must list, in order: its own transports first, each but once.
+std::vector<json> expectedTransports(const json& application, std::map<int, json> common)
+{
+    std::vector<json> expected;
+    const auto descriptors = ofTag(application["descriptors"], applicationTag);
+    if (descriptors.empty())
+        return expected;
+    std::map<int, json> own = transportsByLabel(application["descriptors"], false);
+    for (const int label : descriptors.front()["transport_labels"]) {
+        if (own.count(label)) {
+            expected.push_back(own[label]);
+            own.erase(label);
+        } else if (common.count(label)) {
+            expected.push_back(common[label]);
+        }
+    }
+    return expected;
+}
+
+void checkService(const AITApplicationTransport& actual, const json& expected)
+{
+    const int protocol = expected["protocol_id"];
+    const bool isRemote = protocol == 1 && expected["remote"].get<bool>();
+    EXPECT_EQ(actual.isRemote(), isRemote);
+    if (isRemote) {
+        EXPECT_EQ(actual.getOriginalNetworkId(), expected["original_network_id"]);
+        EXPECT_EQ(actual.getTransportStreamId(), expected["transport_stream_id"]);
+        EXPECT_EQ(actual.getServiceId(), expected["service_id"]);
+        return;
+    }
+    const bool ofThisService = expected["common"].get<bool>() || protocol == 1 || protocol == 3;
+    EXPECT_EQ(actual.getOriginalNetworkId(), ofThisService ? originalNetworkId : 0);
+    EXPECT_EQ(actual.getTransportStreamId(), ofThisService ? transportStreamId : 0);
+    EXPECT_EQ(actual.getServiceId(), ofThisService ? serviceId : 0);
+}
+
+std::string expectedURL(const AITApplicationTransport& actual, const json& expected,
+                        const std::string& location)
+{
+    if (expected["protocol_id"] == 3)
+        return expected["urls"][0]["base"].get<std::string>() + location;
+    if (expected["protocol_id"] != 1)
+        return "";
+    std::ostringstream url;
+    url << "dvb://" << std::hex << actual.getOriginalNetworkId() << "."
+        << actual.getTransportStreamId() << "." << actual.getServiceId() << "."
+        << expected["component_tag"].get<int>() << "/" << location;
+    return url.str();
+}
+
+void checkTransport(const AITApplicationTransport& actual, const json& expected,
+                    const std::string& location)
+{
+    SCOPED_TRACE(expected.dump());
+    const int protocol = expected["protocol_id"];
+    EXPECT_EQ(actual.getProtocol(), protocol == 1 || protocol == 3 ? protocol : 0);
+    EXPECT_EQ(actual.getLabel(), expected["label"]);
+    EXPECT_EQ(actual.getURLBase(),
+              protocol == 3 ? expected["urls"][0]["base"].get<std::string>() : "");
+    EXPECT_EQ(actual.getComponentTag(), protocol == 1 ? expected["component_tag"].get<int>() : 0);
+    checkService(actual, expected);
+    EXPECT_EQ(actual.getURL(location), expectedURL(actual, expected, location));
+}
+
+void checkApplicationDescriptor(const AITApplication& actual, const json& application)
+{
+    const auto expected = ofTag(application["descriptors"], applicationTag);
+    const AITApplication::ApplicationDescriptor* const descriptor =
+        actual.getApplicationDescriptor();
+    ASSERT_EQ(descriptor != nullptr, !expected.empty());
+    if (!descriptor)
+        return;
+    const json& first = expected.front();
+    EXPECT_EQ(descriptor->isServiceBound(), first["service_bound"]);
+    EXPECT_EQ(descriptor->getVisibility(), first["visibility"]);
+    EXPECT_EQ(descriptor->getApplicationPriority(), first["priority"]);
+    EXPECT_EQ(json(descriptor->getTransportProtocolLabels()), first["transport_labels"]);
+    json profiles = json::array();
+    for (const auto& profile : descriptor->getPlatformProfiles())
+        profiles.push_back(
+            {{"profile", profile.getApplicationProfile()},
+             {"version",
+              {profile.getVersionMajor(), profile.getVersionMinor(), profile.getVersionMicro()}}});
+    EXPECT_EQ(profiles, first["profiles"]);
+}
+
+/// The component tags are read only where something follows them in the descriptor.
+json expectedComponentTags(const json& recording)
+{
+    size_t size = 3 + recording["component_tags"].size();
+    for (const json& label : recording["labels"])
+        size += 2 + label["label"].get<std::string>().size();
+    return size < recording["length"].get<size_t>() ? recording["component_tags"] : json::array();
+}
+
+void checkRecordingDescriptor(const AITApplication& actual, const json& application)
+{
+    const auto expected = ofTag(application["descriptors"], recordingTag);
+    const AITApplication::ApplicationRecordingDescriptor* const descriptor =
+        actual.getApplicationRecordingDescriptor();
+    ASSERT_EQ(descriptor != nullptr, !expected.empty());
+    if (!descriptor)
+        return;
+    const json& first = expected.front();
+    EXPECT_EQ(descriptor->isScheduledRecording(), first["scheduled_recording"]);
+    EXPECT_EQ(descriptor->isTrickModeAware(), first["trick_mode_aware"]);
+    EXPECT_EQ(descriptor->isTimeShift(), first["time_shift"]);
+    EXPECT_EQ(descriptor->isDynamic(), first["dynamic"]);
+    EXPECT_EQ(descriptor->isAVSynced(), first["av_synced"]);
+    EXPECT_EQ(descriptor->isInitiatingReplay(), first["initiating_replay"]);
+    EXPECT_EQ(json(descriptor->getComponentTags()), expectedComponentTags(first));
+}
+
+std::string expectedName(const json& application)
+{
+    std::string name;
+    for (const json& descriptor : ofTag(application["descriptors"], nameTag))
+        if (!descriptor["names"].empty())
+            name += fromHex(descriptor["names"][0]["name_bytes_hex"]);
+    return name;
+}
+
+std::string expectedLocation(const json& application)
+{
+    std::string location;
+    for (const json& descriptor : ofTag(application["descriptors"], locationTag))
+        location += fromHex(descriptor["payload_hex"]);
+    return location;
+}
+
+int expectedUsage(const json& application)
+{
+    const auto descriptors = ofTag(application["descriptors"], usageTag);
+    return descriptors.empty() ? 0 : descriptors.back()["usage_type"].get<int>();
+}
+
+std::vector<std::string> expectedDomain(const json& application)
+{
+    ApplicationDomain domain;
+    for (const json& descriptor : ofTag(application["descriptors"], boundaryTag))
+        for (const std::string prefix : descriptor["prefixes"])
+            domain.addBoundaryExtension(prefix);
+    return domain.getEntries();
+}
+
+void checkApplication(const AITApplication& actual, const json& expected,
+                      const std::map<int, json>& common)
+{
+    SCOPED_TRACE("application " + expected["organisation_id"].dump() + "." +
+                 expected["application_id"].dump());
+    const int id = expected["application_id"];
+    EXPECT_EQ(actual.getOrganisationId(), expected["organisation_id"]);
+    EXPECT_EQ(actual.getApplicationId(), id);
+    EXPECT_EQ(actual.getControlCode(), expected["control_code"].get<int>());
+    EXPECT_EQ(actual.isInSignedRange(), id >= 0x4000 && id <= 0x7FFF);
+    EXPECT_EQ(actual.hasValidAppId(), id >= 1 && id <= 0x7FFF);
+    EXPECT_EQ(actual.getApplicationName(), expectedName(expected));
+    EXPECT_EQ(actual.getApplicationLocation(), expectedLocation(expected));
+    EXPECT_EQ(actual.getUsageType(), expectedUsage(expected));
+    EXPECT_EQ(actual.getApplicationDomain()->getEntries(), expectedDomain(expected));
+    checkApplicationDescriptor(actual, expected);
+    checkRecordingDescriptor(actual, expected);
+    const auto transports = expectedTransports(expected, common);
+    ASSERT_EQ(actual.getNumTransports(), transports.size());
+    for (size_t i = 0; i < transports.size(); ++i)
+        checkTransport(*actual.getTransports()[i], transports[i], expectedLocation(expected));
+}
+
+int priority(const json& application)
+{
+    const auto descriptors = ofTag(application["descriptors"], applicationTag);
+    return descriptors.empty() ? 0 : descriptors.front()["priority"].get<int>();
+}
+
+/// What a table must hold after sections in this order.
+class Expected {
+public:
+    /// @return whether the section must be accepted
+    bool add(const json& section)
+    {
+        common_.merge(transportsByLabel(section["common_descriptors"], true));
+        for (const json& application : section["applications"]) {
+            if (hasEmptyDescriptor(application))
+                return false;
+            applications_.push_back({application, common_});
+        }
+        return true;
+    }
+
+    void check(const AIT& table)
+    {
+        std::stable_sort(applications_.begin(), applications_.end(),
+                         [](const auto& left, const auto& right) {
+                             return priority(left.content) > priority(right.content);
+                         });
+        ASSERT_EQ(table.getNumApplications(), applications_.size());
+        for (unsigned int i = 0; i < applications_.size(); ++i)
+            checkApplication(*table.getAITApplication(i), applications_[i].content,
+                             applications_[i].common);
+    }
+
+    void checkLookups(const AIT& table) const
+    {
+        for (const Application& application : applications_) {
+            const json& content = application.content;
+            const AITApplication* const found =
+                table.getAITApplication(content["organisation_id"].get<unsigned long>(),
+                                        content["application_id"].get<unsigned short>());
+            ASSERT_NE(found, nullptr);
+            EXPECT_EQ(found->getApplicationId(), content["application_id"]);
+            EXPECT_EQ(found->getOrganisationId(), content["organisation_id"]);
+        }
+    }
+
+private:
+    struct Application {
+        json content;
+        /// The common transports when the application was read.
+        std::map<int, json> common;
+    };
+
+    std::vector<Application> applications_;
+    std::map<int, json> common_;
+};
+
+void checkAlone(const Sample& sample)
+{
+    AIT table(originalNetworkId, transportStreamId, serviceId, nullptr);
+    Expected expected;
+    EXPECT_EQ(sample.feedTo(table), expected.add(sample.content));
+    expected.check(table);
+    expected.checkLookups(table);
+    EXPECT_EQ(table.getVersion(), sample.content["version"]);
+    EXPECT_EQ(table.isComplete(), sample.content["last_section_number"] == 0);
+    EXPECT_EQ(sample.feedTo(table), sample.content["last_section_number"] != 0);
+}
+
+const std::string ownFolder = VESTA_TEST_DATA "/ait";
+const std::string sharedFolder = VESTA_SHARED_DATA "/ait";
+
+std::vector<std::string> ownNames()
+{
+    std::vector<std::string> names;
+    for (const auto& file : std::filesystem::directory_iterator(ownFolder))
+        if (file.path().extension() == ".bin")
+            names.push_back(file.path().stem().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string readable(const testing::TestParamInfo<std::string>& info)
+{
+    std::string name = info.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+/// The sections of a table or the versions of one: "NAME-sec0" and on, "NAME-t0" and on.
+std::map<std::string, std::vector<Sample>> series(const std::string& mark)
+{
+    std::map<std::string, std::vector<Sample>> found;
+    for (const std::string& name : ownNames()) {
+        const size_t at = name.rfind(mark);
+        if (at != std::string::npos && at + mark.size() + 1 == name.size())
+            found[name.substr(0, at)].emplace_back(ownFolder + "/" + name);
+    }
+    return found;
+}
+
+class MadeSection : public testing::TestWithParam<std::string> {};
+class BroadcastSection : public testing::TestWithParam<std::string> {};
+
+}  // namespace
+
+TEST_P(MadeSection, IsHeldAsItIsSignalled)
+{
+    checkAlone(Sample(ownFolder + "/" + GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(AIT, MadeSection, testing::ValuesIn(ownNames()), readable);
+
+TEST_P(BroadcastSection, IsHeldAsItIsSignalled)
+{
+    const std::string path = sharedFolder + "/" + GetParam();
+    if (!std::filesystem::exists(path + ".bin"))
+        GTEST_SKIP() << "not part of the repository: " << path;
+    checkAlone(Sample(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(AIT, BroadcastSection,
+                         testing::Values("r-1-three-aits-pid1ec5", "r-1-three-aits-pid1ec6",
+                                         "r-1-three-aits-pid1ec7", "r-2-two-types-pid07d1",
+                                         "r-2-two-types-pid07d2", "r-3-launcher-pid00aa"),
+                         readable);
+
+TEST(RealSections, AreAllThere)
+{
+    EXPECT_EQ(ownNames().size(), 89U);
+    EXPECT_EQ(series("-sec").size(), 7U);
+    EXPECT_EQ(series("-t").size(), 2U);
+}
+
+TEST(RealSections, OfBroadcastDVBJApplicationsAreRefusedForTheirEmptyDescriptors)
+{
+    // DVB-J applications are on air with application descriptors of length 0.
+    const std::map<std::string, bool> acceptance = {
+        {"r-1-three-aits-pid1ec5", false}, {"r-1-three-aits-pid1ec6", false},
+        {"r-1-three-aits-pid1ec7", false}, {"r-2-two-types-pid07d1", false},
+        {"r-2-two-types-pid07d2", true},   {"r-3-launcher-pid00aa", true},
+    };
+    for (const auto& [name, accepted] : acceptance) {
+        const std::string path = sharedFolder + "/" + name;
+        if (!std::filesystem::exists(path + ".bin"))
+            GTEST_SKIP() << "not part of the repository: " << path;
+        AIT table(originalNetworkId, transportStreamId, serviceId, nullptr);
+        EXPECT_EQ(Sample(path).feedTo(table), accepted) << name;
+    }
+}
+
+TEST(RealSections, OfOneTableAreCollected)
+{
+    for (const auto& [name, sections] : series("-sec")) {
+        SCOPED_TRACE(name);
+        AIT table(originalNetworkId, transportStreamId, serviceId, nullptr);
+        Expected expected;
+        for (const Sample& section : sections) {
+            EXPECT_FALSE(table.isComplete());
+            EXPECT_EQ(section.feedTo(table), expected.add(section.content));
+        }
+        EXPECT_TRUE(table.isComplete());
+        expected.check(table);
+        expected.checkLookups(table);
+    }
+}
+
+TEST(RealSections, OfOneTableAreCollectedInReverseAndWithRepetitions)
+{
+    for (const auto& [name, sections] : series("-sec")) {
+        SCOPED_TRACE(name);
+        AIT table(originalNetworkId, transportStreamId, serviceId, nullptr);
+        Expected expected;
+        for (auto section = sections.rbegin(); section != sections.rend(); ++section) {
+            EXPECT_EQ(section->feedTo(table), expected.add(section->content));
+            EXPECT_EQ(section->feedTo(table), !table.isComplete());
+        }
+        EXPECT_TRUE(table.isComplete());
+        expected.check(table);
+    }
+}
+
+TEST(RealSections, OfAnotherVersionAreRefusedByATableThatHasOne)
+{
+    const auto versions = series("-t").at("e-versions");
+    ASSERT_EQ(versions.size(), 5U);
+    for (const Sample& first : versions) {
+        for (const Sample& second : versions) {
+            AIT table(originalNetworkId, transportStreamId, serviceId, nullptr);
+            // Pretend that a second section is to come, so that the version alone decides.
+            Bytes incomplete = first.bytes;
+            incomplete[7] = 1;
+            Bytes next = second.bytes;
+            next[6] = 1;
+            next[7] = 1;
+            ASSERT_TRUE(table.parse(exactBlock(incomplete).get()));
+            EXPECT_EQ(table.parse(exactBlock(next).get()),
+                      first.content["version"] == second.content["version"]);
+        }
+    }
+}
