@@ -1,0 +1,126 @@
+#include "signalling/pmt.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "signalling/descriptor.h"
+
+namespace VestaHbbTV {
+
+namespace {
+
+constexpr size_t fieldsBeforeSectionLength = 1;  // table_id
+constexpr size_t fieldsBeforeProgramInfo = 10;   // table_id to PCR_PID
+constexpr size_t fieldsBeforeStreamInfo = 3;     // stream_type and elementary_PID
+constexpr size_t crcSize = 4;
+constexpr size_t carouselIdSize = 4;
+
+// ISO/IEC 13818-6 (association tags), ETSI TS 102 809, 5.3.5.1 (application signalling).
+constexpr uint8_t associationTagTag = 0x14;
+constexpr uint8_t deferredAssociationTagsTag = 0x15;
+constexpr uint8_t applicationSignallingTag = 0x6F;
+
+/// Reads to the end that the 12-bit length field behind `before` bytes states.
+ByteReader readerFromOwnLength(const unsigned char* data, size_t before)
+{
+    if (!data)
+        return ByteReader();
+    ByteReader header(data, before + 2);
+    header.skip(before);
+    return ByteReader(data, before + 2 + header.length12());
+}
+
+}  // namespace
+
+// An entry of the stream loop: ISO/IEC 13818-1, 2.4.4.8.
+ElementaryStream::ElementaryStream(const unsigned char* entry)
+{
+    ByteReader reader = readerFromOwnLength(entry, fieldsBeforeStreamInfo);
+    parse(reader);
+}
+
+ElementaryStream::ElementaryStream(ByteReader& reader)
+{
+    parse(reader);
+}
+
+void ElementaryStream::parse(ByteReader& reader)
+{
+    streamType_ = reader.u8();
+    elementaryPID_ = reader.u16() & 0x1FFF;
+    const size_t infoLength = reader.length12();
+    ByteReader info = reader.take(std::min(infoLength, reader.remaining()));
+    while (info.remaining() >= descriptorHeaderSize) {
+        const uint8_t tag = info.u8();
+        const uint8_t length = info.u8();
+        if (length > info.remaining())
+            return;
+        addDescriptor(tag, info.take(length));
+    }
+}
+
+// A tag that occurs twice keeps the later one, but one too short for its field does not count.
+void ElementaryStream::addDescriptor(uint8_t tag, ByteReader payload)
+{
+    switch (tag) {
+    case StreamIdentifierDescriptor::descriptorTag:
+        if (!payload.empty())
+            streamIdentifier_ = std::make_unique<StreamIdentifierDescriptor>(payload.u8());
+        break;
+    case CarouselIdentifierDescriptor::descriptorTag:
+        if (payload.remaining() >= carouselIdSize)
+            carouselIdentifier_ = std::make_unique<CarouselIdentifierDescriptor>(payload.u32());
+        break;
+    case associationTagTag:
+        associationTag_ = std::make_unique<Descriptor>(tag);
+        break;
+    case deferredAssociationTagsTag:
+        deferredAssociationTags_ = std::make_unique<Descriptor>(tag);
+        break;
+    case applicationSignallingTag:
+        applicationSignalling_ = std::make_unique<Descriptor>(tag);
+        break;
+    default:
+        break;
+    }
+}
+
+PMT::PMT(unsigned char* section)
+{
+    ByteReader reader = readerFromOwnLength(section, fieldsBeforeSectionLength);
+    reader.skip(fieldsBeforeProgramInfo);
+    // Deliberate: the upper two of program_info_length's twelve bits, 0 by the standard, do not
+    // count.
+    reader.skip(reader.u16() & 0x03FF);
+    // Deliberate: an entry that begins before the CRC may end in it; only the section's end bounds
+    // it.
+    while (reader.remaining() > crcSize)
+        elementaryStreams_.push_back(std::make_unique<ElementaryStream>(reader));
+}
+
+ElementaryStream* PMT::getElementaryStream(unsigned char componentTag) const
+{
+    for (const auto& stream : elementaryStreams_)
+        if (stream->hasComponentTag(componentTag))
+            return stream.get();
+    return nullptr;
+}
+
+ElementaryStream* PMT::getElementaryStreamByStreamType(unsigned char streamType) const
+{
+    for (const auto& stream : elementaryStreams_)
+        if (stream->getStreamType() == streamType)
+            return stream.get();
+    return nullptr;
+}
+
+bool PMT::getElementaryStreams(unsigned char componentTag,
+                               std::vector<ElementaryStream*>& out) const
+{
+    for (const auto& stream : elementaryStreams_)
+        if (stream->hasComponentTag(componentTag))
+            out.push_back(stream.get());
+    return !out.empty();
+}
+
+}  // namespace VestaHbbTV

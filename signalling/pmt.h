@@ -1,0 +1,156 @@
+/// The program map table: a service's elementary streams and what HbbTV needs to know of them.
+#ifndef VESTA_SIGNALLING_PMT_H
+#define VESTA_SIGNALLING_PMT_H
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "signalling/byte_reader.h"
+
+namespace VestaHbbTV {
+
+/// A descriptor of which only the presence matters; the base of those with content.
+class Descriptor {
+public:
+    explicit Descriptor(uint8_t tag) : tag_(tag) {}
+
+    uint8_t getTag() const { return tag_; }
+
+private:
+    uint8_t tag_;
+};
+
+/// carousel_identifier_descriptor(): which object carousel a stream belongs to.
+class CarouselIdentifierDescriptor : public Descriptor {
+public:
+    static constexpr uint8_t descriptorTag = 0x13;
+
+    explicit CarouselIdentifierDescriptor(uint32_t carouselId)
+        : Descriptor(descriptorTag), carouselId_(carouselId)
+    {
+    }
+
+    uint32_t getCarouselId() const { return carouselId_; }
+
+    /// @param other null is equal to nothing
+    /// @return whether both name the same carousel
+    bool equals(const CarouselIdentifierDescriptor* other) const
+    {
+        return other && other->carouselId_ == carouselId_;
+    }
+
+private:
+    uint32_t carouselId_;
+};
+
+/// stream_identifier_descriptor(): a stream's component tag.
+class StreamIdentifierDescriptor : public Descriptor {
+public:
+    static constexpr uint8_t descriptorTag = 0x52;
+
+    explicit StreamIdentifierDescriptor(uint8_t componentTag)
+        : Descriptor(descriptorTag), componentTag_(componentTag)
+    {
+    }
+
+    uint8_t getComponentTag() const { return componentTag_; }
+
+private:
+    uint8_t componentTag_;
+};
+
+/// One entry of the PMT's stream loop. It owns its descriptors: the pointers that the accessors
+/// give are null where the stream has none of the kind, and else live as long as the stream.
+class ElementaryStream {
+public:
+    /// Parses an entry of which only the start is known, trusting the length that it states.
+    /// @param entry points at stream_type; borrowed for this call. Null gives a stream of zeros
+    ///        without descriptors.
+    explicit ElementaryStream(const unsigned char* entry);
+
+    /// Parses the entry at the reader's position and moves the reader behind it. Where the entry
+    /// states more than the reader holds, what fits is kept and the reader is empty afterwards.
+    explicit ElementaryStream(ByteReader& reader);
+
+    uint8_t getStreamType() const { return streamType_; }
+
+    /// @return 13 bits
+    uint16_t getElementaryPID() const { return elementaryPID_; }
+
+    const StreamIdentifierDescriptor* getStreamIdentifierDescriptor() const
+    {
+        return streamIdentifier_.get();
+    }
+    const Descriptor* getAssociationTagDescriptor() const { return associationTag_.get(); }
+    const Descriptor* getDeferredAssociationTagsDescriptor() const
+    {
+        return deferredAssociationTags_.get();
+    }
+    const CarouselIdentifierDescriptor* getCarouselIdentifierDescriptor() const
+    {
+        return carouselIdentifier_.get();
+    }
+    const Descriptor* getApplicationSignallingDescriptor() const
+    {
+        return applicationSignalling_.get();
+    }
+
+    /// @return whether there is a stream identifier descriptor with this component tag
+    bool hasComponentTag(uint8_t componentTag) const
+    {
+        return streamIdentifier_ && streamIdentifier_->getComponentTag() == componentTag;
+    }
+
+private:
+    void parse(ByteReader& reader);
+    void addDescriptor(uint8_t tag, ByteReader payload);
+
+    uint8_t streamType_ = 0;
+    uint16_t elementaryPID_ = 0;
+    std::unique_ptr<StreamIdentifierDescriptor> streamIdentifier_;
+    std::unique_ptr<Descriptor> associationTag_;
+    std::unique_ptr<Descriptor> deferredAssociationTags_;
+    std::unique_ptr<CarouselIdentifierDescriptor> carouselIdentifier_;
+    std::unique_ptr<Descriptor> applicationSignalling_;
+};
+
+/// A parsed PMT section (ISO/IEC 13818-1, 2.4.4.8), offered to the integration's middleware. It
+/// owns its streams: every pointer to one lives as long as the table. Not synchronised, but a table
+/// never changes, so that any thread may read it.
+class PMT {
+public:
+    /// Parses one complete section. Neither table id, CRC nor syntax are verified; nothing behind
+    /// the end that section_length states is read, and of a section whose inner lengths leave it
+    /// the streams and descriptors that fit are kept.
+    /// @param section from table_id on; borrowed for this call. Null gives a table without streams.
+    explicit PMT(unsigned char* section);
+
+    PMT(const PMT&) = delete;
+    PMT& operator=(const PMT&) = delete;
+
+    /// @return all streams in section order
+    const std::vector<std::unique_ptr<ElementaryStream>>& getElementaryStreams() const
+    {
+        return elementaryStreams_;
+    }
+
+    /// @return the first stream, in section order, with this component tag; null if there is none
+    ElementaryStream* getElementaryStream(unsigned char componentTag) const;
+
+    /// @return the first stream, in section order, of this type; null if there is none
+    ElementaryStream* getElementaryStreamByStreamType(unsigned char streamType) const;
+
+    /// Appends every stream with this component tag, in section order.
+    /// @param out keeps what it holds
+    /// @return whether `out` holds anything afterwards, be it from before
+    bool getElementaryStreams(unsigned char componentTag,
+                              std::vector<ElementaryStream*>& out) const;
+
+private:
+    std::vector<std::unique_ptr<ElementaryStream>> elementaryStreams_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif
