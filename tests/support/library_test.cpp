@@ -1,13 +1,50 @@
 #include "tests/support/library_test.h"
 
+#include "foundation/configuration_manager.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/application_events.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "signalling/ait.h"
 #include "tests/support/counted_memory.h"
 
 using namespace VestaHbbTV;
 
 namespace vesta::test {
+
+namespace {
+
+std::string leveledLine(LogEntry& entry)
+{
+    const char* const levels[] = {"?", "DEBUG", "LOG", "WARN", "ERR"};
+    std::string line = entry.stream().str();
+    if (!line.empty() && line.back() == '\n')
+        line.pop_back();
+    const size_t text = line.find("] ", line.find('['));
+    return std::string(levels[entry.getLevel()]) + " " + entry.getModule() + ": " +
+           (text == std::string::npos ? line : line.substr(text + 2));
+}
+
+/// Writes the chosen modules' log lines into the journal.
+class JournalOutput : public LoggingOutput {
+public:
+    explicit JournalOutput(std::shared_ptr<std::set<std::string>> modules)
+        : LoggingOutput(DEBUG), modules_(std::move(modules))
+    {
+    }
+
+    void output(LogEntry& entry) override
+    {
+        if (modules_->count(entry.getModule()))
+            Journal::instance().write(leveledLine(entry));
+    }
+
+private:
+    std::shared_ptr<std::set<std::string>> modules_;
+};
+
+}  // namespace
 
 LibraryTest::LibraryTest()
 {
@@ -18,6 +55,8 @@ LibraryTest::LibraryTest()
     veif_applicationDestroyedListener = nullptr;
     Application::next_id = 1;
     log_ = std::make_unique<CapturedLog>();
+    journalledModules_ = std::make_shared<std::set<std::string>>();
+    Logging::getInstance()->addOutput(new JournalOutput(journalledModules_));
     vesta_hbbtv_init(browser().handle());
     window_ = static_cast<Window*>(vesta_hbbtv_create_window());
     vesta_hbbtv_set_broadcast_window(window_);
@@ -54,6 +93,54 @@ Application* LibraryTest::running() const
 std::string LibraryTest::runningURL() const
 {
     return running() ? running()->getURL().getFullUrl() : "";
+}
+
+Lines LibraryTest::takeLog(const std::string& module)
+{
+    Lines taken;
+    for (const std::string& line : log().leveledLines()) {
+        if (line.find(" " + module + ": ") == line.find(' '))
+            taken.push_back(line);
+    }
+    log().clear();
+    return taken;
+}
+
+Window* LibraryTest::createWindow(const std::string& name)
+{
+    Window* const created = static_cast<Window*>(vesta_hbbtv_create_window());
+    listener().windowNames[created] = name;
+    return created;
+}
+
+void* LibraryTest::idOf(Application* application)
+{
+    return application ? reinterpret_cast<void*>(static_cast<uintptr_t>(application->getID()))
+                       : nullptr;
+}
+
+ref_ptr<AIT> LibraryTest::broadcastTable(const AITSection& section)
+{
+    const ref_ptr<AIT> table(new AIT(1, 2, 3, nullptr));
+    EXPECT_TRUE(table->parse(section.exactBlock().get()));
+    return table;
+}
+
+ref_ptr<AIT> LibraryTest::xmlTable(const std::vector<AITEntry>& entries)
+{
+    const ref_ptr<AIT> table(new AIT);
+    for (const AITEntry& entry : entries) {
+        auto application = std::make_unique<AITApplication>(table.get());
+        EXPECT_TRUE(application->parse(entry.exactBlock().get()));
+        table->insertAITApplication(application.release());
+    }
+    return table;
+}
+
+void LibraryTest::sendXMLAIT(const std::vector<AITEntry>& entries, Window* window)
+{
+    ConfigurationManager::getInstance()->getEventQueue()->add(
+        new TAVOAITEvent(window ? window : window_, xmlTable(entries)));
 }
 
 void LibraryTest::send(HBBTV_EventType type, HBBTV_EventData* data)

@@ -16,11 +16,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/ref_ptr.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/event_records.h"
 #include "tests/support/fake_browser.h"
@@ -30,6 +32,7 @@
 #include "tests/support/section_builder.h"
 
 namespace VestaHbbTV {
+class AIT;
 class Application;
 class Window;
 class WindowManager;
@@ -60,6 +63,27 @@ protected:
     static Lines journal() { return Journal::instance().take(); }
     static void forgetJournal() { Journal::instance().clear(); }
 
+    /// From now on the log lines of these modules stand in the journal, too: "WARN Window: text".
+    void journalLog(const std::set<std::string>& modules) { *journalledModules_ = modules; }
+
+    /// The log lines of a module, as "WARN Window: text"; forgets the whole log.
+    Lines takeLog(const std::string& module = "Window");
+
+    /// Another window. @param name how the journal marks what concerns it: " @<name>"
+    VestaHbbTV::Window* createWindow(const std::string& name);
+
+    /// An application as scripts know it. @param application may be null
+    static void* idOf(VestaHbbTV::Application* application);
+
+    /// A complete table made of one section of the service 1.2.3, not yet in force.
+    static VestaHbbTV::ref_ptr<VestaHbbTV::AIT> broadcastTable(const AITSection& section);
+
+    /// A table that does not come from sections, not yet in force.
+    static VestaHbbTV::ref_ptr<VestaHbbTV::AIT> xmlTable(const std::vector<AITEntry>& entries);
+
+    /// Queues such a table for a window. @param window null for the broadcast window
+    void sendXMLAIT(const std::vector<AITEntry>& entries, VestaHbbTV::Window* window = nullptr);
+
     static void send(VestaHbbTV::HBBTV_EventType type, VestaHbbTV::HBBTV_EventData* data = nullptr);
     static void sendAIT(const AITSection& section, void* channelHandle = nullptr);
 
@@ -88,6 +112,7 @@ protected:
 
 private:
     std::unique_ptr<CapturedLog> log_;
+    std::shared_ptr<std::set<std::string>> journalledModules_;
     VestaHbbTV::Window* window_ = nullptr;
 };
 

@@ -155,7 +155,8 @@ std::string RecordingListener::describe(HBBTV_NotificationType type,
         break;
     }
     case HBBTV_NOTIFICATION_AIT_UPDATE:
-        return describeAIT(data);
+        text << describeAIT(data);
+        break;
     case HBBTV_NOTIFICATION_TRUSTED: {
         const auto& record = data->application;
         text << "TRUSTED? " << ids(record) << related(record) << " trusted=" << record.trusted
@@ -194,7 +195,22 @@ std::string RecordingListener::describe(HBBTV_NotificationType type,
         text << "unknown notification " << type;
         break;
     }
-    return text.str();
+    return text.str() + mark(type, data);
+}
+
+std::string RecordingListener::mark(HBBTV_NotificationType type,
+                                    const HBBTV_NotificationData* data) const
+{
+    const void* window = nullptr;
+    if (type == HBBTV_NOTIFICATION_AIT_UPDATE)
+        window = data ? data->ait.window : nullptr;
+    else if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW)
+        window = data->window.window;
+    else if (type <= HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE &&
+             type != HBBTV_NOTIFICATION_REJECT_APPLICATION)  // carries no window
+        window = data->application.window;
+    const auto name = windowNames.find(window);
+    return name == windowNames.end() ? "" : " @" + name->second;
 }
 
 }  // namespace vesta::test

@@ -44,9 +44,9 @@ public:
     /// The browser windows that are handed out, by number.
     std::multiset<long> windowsInUse;
 
-    /// A name for a window handle in the journal ("A" for the first that is named...); handles
-    /// without one are left out.
-    std::map<void*, std::string> windowNames;
+    /// Names of window handles: what concerns one is marked in the journal, " @A" for a window that
+    /// is called "A".
+    std::map<const void*, std::string> windowNames;
 
     bool journalling = true;
 
@@ -56,6 +56,8 @@ private:
     void releaseWindow(VestaHbbTV::HBBTV_WindowNotificationData& record);
     std::string describe(VestaHbbTV::HBBTV_NotificationType type,
                          const VestaHbbTV::HBBTV_NotificationData* data) const;
+    std::string mark(VestaHbbTV::HBBTV_NotificationType type,
+                     const VestaHbbTV::HBBTV_NotificationData* data) const;
 };
 
 }  // namespace vesta::test

@@ -1,0 +1,265 @@
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+Lines destroyedIds;
+
+void recordDestroyed(void* appId)
+{
+    destroyedIds.push_back(std::to_string(reinterpret_cast<uintptr_t>(appId)));
+}
+
+class WindowManagerTest : public LibraryTest {
+protected:
+    WindowManagerTest()
+    {
+        destroyedIds.clear();
+        native_ApplicationManagerSetAppDestroyedListener(recordDestroyed);
+    }
+};
+
+TEST_F(WindowManagerTest, GetInstanceAlwaysYieldsTheSameOne)
+{
+    EXPECT_EQ(WindowManager::getInstance(), manager());
+    EXPECT_EQ(WindowManager::instance, manager());
+}
+
+TEST_F(WindowManagerTest, CreatedWindowIsNeitherBroadcastWindowNorHasABrowserWindow)
+{
+    Window* const created = manager()->createWindow();
+    ASSERT_NE(created, nullptr);
+    EXPECT_EQ(takeLog("WindowManager"),
+              Lines({"LOG WindowManager: WindowManager::createWindow()"}));
+    EXPECT_TRUE(manager()->windowExists(created));
+    EXPECT_TRUE(manager()->handledWindow(created));
+    EXPECT_EQ(manager()->getBroadcastWindow(), window());
+    EXPECT_EQ(manager()->getTavoWindow(created), nullptr);
+    EXPECT_EQ(created->getState(), Window::IDLE);
+    EXPECT_EQ(created->getManager(), manager());
+}
+
+TEST_F(WindowManagerTest, WindowsAreFoundByTheirIndexInOrderOfCreation)
+{
+    Window* const second = manager()->createWindow();
+    EXPECT_EQ(manager()->getWindow(0u), window());
+    EXPECT_EQ(manager()->getWindow(1u), second);
+    EXPECT_EQ(manager()->getWindow(2u), nullptr);
+    EXPECT_EQ(manager()->getWindow(0xFFFFFFFFu), nullptr);
+}
+
+TEST_F(WindowManagerTest, RemovingAWindowShiftsTheIndexesBehindIt)
+{
+    manager()->createWindow();
+    Window* const third = manager()->createWindow();
+    EXPECT_TRUE(manager()->removeWindow(window()));
+    EXPECT_EQ(manager()->getWindow(1u), third);
+    EXPECT_EQ(manager()->getWindow(2u), nullptr);
+}
+
+TEST_F(WindowManagerTest, AnEmptyManagerHasNoWindows)
+{
+    manager()->removeAllWindows();
+    EXPECT_EQ(manager()->getWindow(0u), nullptr);
+    EXPECT_TRUE(manager()->getWindows().empty());
+}
+
+TEST_F(WindowManagerTest, RemovingNullOnlyLogs)
+{
+    EXPECT_FALSE(manager()->removeWindow(nullptr));
+    EXPECT_EQ(takeLog("WindowManager"),
+              Lines({"LOG WindowManager: WindowManager::removeWindow()"}));
+}
+
+TEST_F(WindowManagerTest, RemovingAStaleOrForeignWindowOnlyLogs)
+{
+    Window* const gone = manager()->createWindow();
+    EXPECT_TRUE(manager()->removeWindow(gone));
+    log().clear();
+    EXPECT_FALSE(manager()->removeWindow(gone));
+    EXPECT_EQ(takeLog("WindowManager"),
+              Lines({"LOG WindowManager: WindowManager::removeWindow()"}));
+
+    Window foreign(nullptr);
+    EXPECT_FALSE(manager()->removeWindow(&foreign));
+    EXPECT_EQ(manager()->getWindows().size(), 1u);
+}
+
+TEST_F(WindowManagerTest, OnlyAWindowOfTheListBecomesTheBroadcastWindow)
+{
+    Window* const other = manager()->createWindow();
+    EXPECT_TRUE(manager()->setBroadcastWindow(other));
+    EXPECT_EQ(manager()->getBroadcastWindow(), other);
+
+    Window foreign(nullptr);
+    EXPECT_FALSE(manager()->setBroadcastWindow(&foreign));
+    EXPECT_FALSE(manager()->setBroadcastWindow(nullptr));
+    Window* const gone = manager()->createWindow();
+    manager()->removeWindow(gone);
+    EXPECT_FALSE(manager()->setBroadcastWindow(gone));
+    EXPECT_EQ(manager()->getBroadcastWindow(), other);
+}
+
+TEST_F(WindowManagerTest, RemovingTheBroadcastWindowLeavesNone)
+{
+    manager()->removeWindow(window());
+    EXPECT_EQ(manager()->getBroadcastWindow(), nullptr);
+
+    manager()->setBroadcastWindow(manager()->createWindow());
+    manager()->removeAllWindows();
+    EXPECT_EQ(manager()->getBroadcastWindow(), nullptr);
+}
+
+TEST_F(WindowManagerTest, RemovingAnotherWindowKeepsTheBroadcastWindow)
+{
+    manager()->removeWindow(manager()->createWindow());
+    EXPECT_EQ(manager()->getBroadcastWindow(), window());
+}
+
+TEST_F(WindowManagerTest, ABrowserWindowLeadsToTheWindowRegisteredLast)
+{
+    Window* const other = manager()->createWindow();
+    manager()->registerTavoWindow(browser().window(1), window());
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
+    manager()->registerTavoWindow(browser().window(1), other);
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), other);
+    EXPECT_EQ(manager()->getTavoWindow(window()), nullptr);
+
+    manager()->unregisterTavoWindow(browser().window(1));
+    manager()->unregisterTavoWindow(browser().window(2));  // was never registered
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), nullptr);
+}
+
+TEST_F(WindowManagerTest, TheBrowserWindowOfAWindowIsTheFirstByAddress)
+{
+    manager()->registerTavoWindow(browser().window(5), window());
+    manager()->registerTavoWindow(browser().window(3), window());
+    manager()->registerTavoWindow(browser().window(2), manager()->createWindow());
+    EXPECT_EQ(manager()->getTavoWindow(window()), browser().window(3));
+    EXPECT_EQ(manager()->getTavoWindow(nullptr), nullptr);
+}
+
+TEST_F(WindowManagerTest, ApplicationsAreFoundByTheirIds)
+{
+    Application application(window(), HbbTVURL("http://a.example/"), nullptr);
+    EXPECT_EQ(manager()->getApplication(application.getID()), nullptr);
+    EXPECT_TRUE(manager()->registerApplication(&application));
+    EXPECT_EQ(manager()->getApplication(application.getID()), &application);
+    EXPECT_EQ(manager()->getApplication(0), nullptr);
+    EXPECT_TRUE(manager()->unregisterApplication(&application));
+    EXPECT_EQ(manager()->getApplication(application.getID()), nullptr);
+}
+
+TEST_F(WindowManagerTest, ASecondApplicationOfTheSameIdReplacesTheFirst)
+{
+    Application::next_id = 50;
+    Application first(window(), HbbTVURL("http://a.example/"), nullptr);
+    Application::next_id = 50;
+    Application second(window(), HbbTVURL("http://b.example/"), nullptr);
+    manager()->registerApplication(&first);
+    manager()->registerApplication(&second);
+    EXPECT_EQ(manager()->getApplication(50), &second);
+    EXPECT_TRUE(manager()->unregisterApplication(&first));
+    EXPECT_EQ(manager()->getApplication(50), nullptr);
+}
+
+TEST_F(WindowManagerTest, NoApplicationIsNeitherRegisteredNorUnregistered)
+{
+    EXPECT_FALSE(manager()->registerApplication(nullptr));
+    EXPECT_FALSE(manager()->unregisterApplication(nullptr));
+    EXPECT_EQ(destroyedIds, Lines());
+}
+
+TEST_F(WindowManagerTest, UnregisteringTellsThePluginEvenOfAnUnknownApplication)
+{
+    Application application(window(), HbbTVURL("http://a.example/"), nullptr);
+    EXPECT_TRUE(manager()->unregisterApplication(&application));
+    EXPECT_EQ(destroyedIds, Lines({std::to_string(application.getID())}));
+}
+
+TEST_F(WindowManagerTest, HttpIsAvailableUntilTheIntegratorSaysOtherwise)
+{
+    EXPECT_TRUE(manager()->isHttpAvailable());
+    send(E_HTTP_UNAVAILABLE);
+    tickAll();
+    EXPECT_FALSE(manager()->isHttpAvailable());
+    send(E_HTTP_AVAILABLE);
+    tickAll();
+    EXPECT_TRUE(manager()->isHttpAvailable());
+}
+
+TEST_F(WindowManagerTest, ARemovedWindowsBrowserWindowLeadsNowhere)
+{
+    startApplication(httpApplication(1, 2));
+    manager()->registerTavoWindow(browser().window(9), window());
+    manager()->removeWindow(window());
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), nullptr);
+    EXPECT_EQ(manager()->getWindow(browser().window(9)), nullptr);
+    EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+}
+
+TEST_F(WindowManagerTest, AllWindowsAreRemovedInOrder)
+{
+    listener().windowNames[window()] = "A";
+    Window* const second = createWindow("B");
+    for (Window* each : {second, window()}) {
+        each->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+        tickAll();
+    }
+    forgetJournal();
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal(), Lines({
+                             "STOP 0.0 independent reactivate=0 http://a.example/ @A",
+                             "RELEASE w2",
+                             "STOP 0.0 independent reactivate=0 http://a.example/ @B",
+                             "RELEASE w1",
+                         }));
+    EXPECT_TRUE(manager()->getWindows().empty());
+}
+
+TEST_F(WindowManagerTest, AWindowCreatedWhileAllAreRemovedIsRemovedToo)
+{
+    startApplication(httpApplication(1, 2));
+    Window* created = nullptr;
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+        EXPECT_FALSE(manager()->windowExists(window()));
+        created = manager()->createWindow();
+    };
+    manager()->removeAllWindows();
+    ASSERT_NE(created, nullptr);
+    EXPECT_FALSE(manager()->windowExists(created));
+}
+
+TEST_F(WindowManagerTest, ItsDestructionEndsEverythingAndCreatesNoOther)
+{
+    startApplication(httpApplication(1, 2));
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/pending"));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto*) {
+        EXPECT_EQ(WindowManager::instance, nullptr);
+    };
+    forgetJournal();
+    delete manager();
+    EXPECT_EQ(WindowManager::instance, nullptr);
+    EXPECT_EQ(journal(), Lines({
+                             "STOP 1.2 related reactivate=0 http://a.example/index.html",
+                             "RELEASE w1",
+                         }));
+    EXPECT_EQ(destroyedIds, Lines({"1"}));
+}
+
+TEST_F(WindowManagerTest, EventsOfADestroyedManagersWindowsFindNoWindow)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    delete manager();
+    log().clear();
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(WindowManager::instance, nullptr);
+    EXPECT_EQ(log().count("ERR StartApplicationEvent: Invalid setup or window do not exist."), 1);
+}
+
+}  // namespace
