@@ -1,6 +1,6 @@
 #include "receiver/biop_objects.h"
 
-#include <cstring>
+#include <set>
 #include <utility>
 
 namespace receiver {
@@ -166,8 +166,10 @@ std::string readBindingName(ByteReader& body)
     return components == 1 ? name : "";
 }
 
+// Of entries with equal names the first counts.
 bool readDirectory(ByteReader body, Budget& budget, BiopObject& object)
 {
+    std::set<std::string> names;
     for (unsigned count = body.u16(); count > 0; --count) {
         Binding binding;
         binding.name = readBindingName(body);
@@ -176,7 +178,7 @@ bool readDirectory(ByteReader body, Budget& budget, BiopObject& object)
         body.skip(body.u16());  // objectInfo
         if (!body.ok())
             return false;
-        if (!canBeAskedFor(binding.name))
+        if (!canBeAskedFor(binding.name) || !names.insert(binding.name).second)
             continue;
         const size_t memory = 2 * sizeof(Binding) + binding.name.size() +
                               binding.target.objectKey.size() +

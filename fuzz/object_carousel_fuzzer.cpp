@@ -1,0 +1,91 @@
+/// Any sections, one behind the other, into one carousel under small limits; then everything that
+/// can be asked of it. A section is given as association tag, 16-bit size and bytes, and lies in a
+/// heap block of its size, so that one byte too far is seen.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "receiver/carousel_path.h"
+#include "receiver/object_carousel.h"
+#include "signalling/byte_reader.h"
+
+using receiver::CarouselLimits;
+using receiver::FileView;
+using receiver::Lookup;
+using receiver::ObjectCarousel;
+
+namespace {
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+CarouselLimits smallLimits()
+{
+    CarouselLimits limits;
+    limits.memory = 256 * 1024;
+    limits.moduleSize = 64 * 1024;
+    limits.modules = 64;
+    limits.infoIndications = 8;
+    limits.directoryDepth = 8;
+    limits.listedFiles = 256;
+    return limits;
+}
+
+// Reads every byte, so that a view that leaves its module is seen.
+unsigned sumOf(const FileView& file)
+{
+    unsigned sum = 0;
+    for (size_t i = 0; i < file.size; ++i)
+        sum += file.data[i];
+    return sum;
+}
+
+void feedSection(ObjectCarousel& carousel, uint16_t tag, VestaHbbTV::ByteReader bytes)
+{
+    const size_t size = bytes.remaining();
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[size]);
+    if (size != 0)
+        std::copy_n(bytes.data(), size, block.get());
+    carousel.feedSection(tag, block.get(), size);
+    require(carousel.progress().memoryUsed <= smallLimits().memory);
+}
+
+void askEverything(const ObjectCarousel& carousel)
+{
+    unsigned sum = 0;
+    for (const auto& file : carousel.files()) {
+        sum += sumOf(file.file);
+        require(carousel.find(file.path).result != Lookup::Result::Pending);
+    }
+    for (const char* path : {"", "a", "a/b", "index.html", "a/a/a/a/a/"})
+        sum += sumOf(carousel.find(path).file);
+    const auto progress = carousel.progress();
+    require(progress.modulesKnown <= smallLimits().modules);
+    require(progress.modulesComplete + progress.modulesRefused <= progress.modulesKnown);
+    static volatile unsigned kept;
+    kept = sum + unsigned(carousel.streamEvents().size() + carousel.wantedAssociationTags().size());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    receiver::parseCarouselPath(std::string(data, data + size));
+    ObjectCarousel carousel(smallLimits(), [](const std::string& text) { require(!text.empty()); });
+    VestaHbbTV::ByteReader input(data, size);
+    while (!input.empty()) {
+        const uint8_t tag = input.u8();
+        const size_t sectionSize = std::min<size_t>(input.u16(), input.remaining());
+        feedSection(carousel, tag, input.take(sectionSize));
+    }
+    askEverything(carousel);
+    carousel.clear();
+    require(carousel.progress().memoryUsed == 0);
+    return 0;
+}
