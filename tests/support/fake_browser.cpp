@@ -64,6 +64,13 @@ std::string FakeBrowser::nameOf(TAVO_VestaWindow* handle)
     return id ? "w" + std::to_string(id) : "?";
 }
 
+int FakeBrowser::callForLoad(const char* function, void* id, const std::string& line)
+{
+    if (journalling)
+        protocolIds.push_back(id);
+    return call(function, line);
+}
+
 int FakeBrowser::call(const char* function, const std::string& line)
 {
     if (journalling)
@@ -95,9 +102,10 @@ int ve_clear_history(TAVO_VestaWindow* window)
     return browser.call("ve_clear_history", browser.nameOf(window));
 }
 
-int ve_get_window(TAVO_Vesta*, long id, TAVO_VestaWindow** window)
+int ve_get_window(TAVO_Vesta* handle, long id, TAVO_VestaWindow** window)
 {
     FakeBrowser& browser = FakeBrowser::instance();
+    browser.askedBrowser = handle;
     const auto result = browser.results.find("ve_get_window");
     TAVO_VestaWindow* const found = browser.window(id);
     if (found)
@@ -107,9 +115,10 @@ int ve_get_window(TAVO_Vesta*, long id, TAVO_VestaWindow** window)
     return found ? 0 : 1;
 }
 
-int ve_get_window_identifier(TAVO_Vesta*, TAVO_VestaWindow* window, long* id)
+int ve_get_window_identifier(TAVO_Vesta* handle, TAVO_VestaWindow* window, long* id)
 {
     FakeBrowser& browser = FakeBrowser::instance();
+    browser.askedBrowser = handle;
     const auto result = browser.results.find("ve_get_window_identifier");
     if (result != browser.results.end())
         return result->second;
@@ -135,40 +144,46 @@ int ve_resolve_relative_url(const char* base, const char* url, const char** resu
     return status == browser.results.end() ? 0 : status->second;
 }
 
-int ve_set_uastring_extension(TAVO_Vesta*, const char* extension)
+int ve_set_uastring_extension(TAVO_Vesta* handle, const char* extension)
 {
-    return FakeBrowser::instance().call("ve_set_uastring_extension", quoted(extension));
+    FakeBrowser& browser = FakeBrowser::instance();
+    browser.askedBrowser = handle;
+    return browser.call("ve_set_uastring_extension", quoted(extension));
 }
 
 int ve_protocol_set_mime_type(void* id, const char* mime_type)
 {
-    (void)id;
-    return FakeBrowser::instance().call("ve_protocol_set_mime_type", quoted(mime_type));
+    return FakeBrowser::instance().callForLoad("ve_protocol_set_mime_type", id, quoted(mime_type));
 }
 
 int ve_protocol_write(void* id, const char* bytes, unsigned int length)
 {
     FakeBrowser& browser = FakeBrowser::instance();
+    if (!browser.journalling) {
+        if (browser.sink)
+            browser.sink(bytes, length);
+        return 0;
+    }
     browser.written[id].append(bytes, length);
     browser.writeSizes[id].push_back(length);
-    return browser.call("ve_protocol_write", std::to_string(length));
+    return browser.callForLoad("ve_protocol_write", id, std::to_string(length));
 }
 
 int ve_protocol_finished(void* id, int status)
 {
-    (void)id;
-    return FakeBrowser::instance().call("ve_protocol_finished", std::to_string(status));
+    return FakeBrowser::instance().callForLoad("ve_protocol_finished", id, std::to_string(status));
 }
 
 int ve_protocol_failed(void* id, int status)
 {
-    (void)id;
-    return FakeBrowser::instance().call("ve_protocol_failed", std::to_string(status));
+    return FakeBrowser::instance().callForLoad("ve_protocol_failed", id, std::to_string(status));
 }
 
 int tavo_keyboard_evt(TAVO_KeyboardEvent* event)
 {
     FakeBrowser& browser = FakeBrowser::instance();
+    if (!browser.journalling)
+        return 0;
     const std::string line =
         (event->type == TAVO_KEY_DOWN ? "down " : "up ") + std::to_string(event->key_code);
     browser.keys.push_back(line);

@@ -49,17 +49,27 @@ public:
     std::map<void*, std::string> written;
     std::map<void*, std::vector<unsigned int>> writeSizes;
 
+    /// The loads that ve_protocol_*() named, one entry a call.
+    std::vector<void*> protocolIds;
+
+    /// The browser that the latest function with such a parameter was called for.
+    TAVO_Vesta* askedBrowser = nullptr;
+
     /// Keys delivered with tavo_keyboard_evt(): "down 403", "up 403".
     std::vector<std::string> keys;
 
     /// Whether ve_resolve_relative_url() is written to the journal; off, since most starts ask it.
     bool journalResolving = false;
 
-    /// Whether anything is written to the journal (benchmarks and fuzzers switch it off).
+    /// Whether anything is written to the journal or kept (benchmarks and fuzzers switch it off).
     bool journalling = true;
+
+    /// Where the bytes of a write go while nothing is kept; unset: nowhere.
+    std::function<void(const char* bytes, unsigned int length)> sink;
 
     // The functions' bodies.
     int call(const char* function, const std::string& line);
+    int callForLoad(const char* function, void* id, const std::string& line);
     std::string resolved;
 };
 

@@ -48,6 +48,13 @@ unsigned int FakePlatform::call(const char* hook, const std::string& line)
     return result == results.end() ? 0 : result->second;
 }
 
+unsigned int FakePlatform::callForLoad(const char* hook, void* id, const std::string& line)
+{
+    if (journalling)
+        ids.push_back(id);
+    return call(hook, line);
+}
+
 FakePlatform::File* FakePlatform::fileOf(void* id)
 {
     const auto opened = open.find(id);
@@ -81,7 +88,7 @@ void dsmcc_stop(void)
 unsigned int dsmcc_get_file(const char* path, void* id)
 {
     FakePlatform& platform = FakePlatform::instance();
-    platform.call("dsmcc_get_file", quoted(path));
+    platform.callForLoad("dsmcc_get_file", id, quoted(path));
     platform.open[id] = {path, 0};
     const FakePlatform::File* const file = platform.fileOf(id);
     return file ? file->getFileResult : static_cast<unsigned int>(DSMCC_ERROR);
@@ -90,7 +97,7 @@ unsigned int dsmcc_get_file(const char* path, void* id)
 unsigned int dsmcc_get_mime_type(void* id, char** mimeType)
 {
     FakePlatform& platform = FakePlatform::instance();
-    platform.call("dsmcc_get_mime_type", "");
+    platform.callForLoad("dsmcc_get_mime_type", id, "");
     const FakePlatform::File* const file = platform.fileOf(id);
     if (!file)
         return DSMCC_UNKNOWN_ID;
@@ -102,7 +109,8 @@ unsigned int dsmcc_get_mime_type(void* id, char** mimeType)
 unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length)
 {
     FakePlatform& platform = FakePlatform::instance();
-    platform.call("dsmcc_read", "");
+    platform.callForLoad("dsmcc_read", id, "");
+    platform.readsBeginEmpty = platform.readsBeginEmpty && !*buffer && *length == 0;
     const FakePlatform::File* const file = platform.fileOf(id);
     if (!file)
         return DSMCC_UNKNOWN_ID;
@@ -113,6 +121,8 @@ unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length)
         return DSMCC_ERROR;
     const size_t left = file->bytes.size() - position;
     const size_t count = file->readSize ? std::min(left, file->readSize) : left;
+    if (count == 0 && file->endsUntouched)
+        return DSMCC_OK;
     platform.lastRead = file->bytes.substr(position, count);
     position += count;
     *buffer = platform.lastRead.data();
@@ -124,7 +134,7 @@ unsigned int dsmcc_close_file(void* id)
 {
     FakePlatform& platform = FakePlatform::instance();
     platform.open.erase(id);
-    return platform.call("dsmcc_close_file", "");
+    return platform.callForLoad("dsmcc_close_file", id, "");
 }
 
 unsigned int dsmcc_clear_cache(void)

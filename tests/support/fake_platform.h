@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vesta::test {
 
@@ -26,6 +27,7 @@ public:
         size_t readSize = 0;                     ///< bytes a read gives; 0: the whole file at once
         std::optional<unsigned int> readResult;  ///< of every read
         size_t failReadAfter = static_cast<size_t>(-1);  ///< bytes after which reading fails
+        bool endsUntouched = false;  ///< the read at the end leaves buffer and length alone
     };
     std::map<std::string, File> files;
 
@@ -48,7 +50,14 @@ public:
     std::map<void*, OpenFile> open;
     std::string lastRead;
 
+    /// The loads that the file hooks named, one entry a call.
+    std::vector<void*> ids;
+
+    /// Whether every dsmcc_read() found a null buffer and the length 0.
+    bool readsBeginEmpty = true;
+
     unsigned int call(const char* hook, const std::string& line);
+    unsigned int callForLoad(const char* hook, void* id, const std::string& line);
     File* fileOf(void* id);
 };
 
