@@ -1,0 +1,361 @@
+// How a pending application becomes the running one.
+
+#include "foundation/configuration_manager.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+const char* const noLongerPending =
+    "WARN Window: startPendingApplication: application does not matching pending application, "
+    "aborting.";
+const char* const initFailed =
+    "WARN Window: startPendingApplication(): Failed to initialize application.";
+const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
+const char* const fallback =
+    "DEBUG Window: Allowing currently running application to live as fallback until initial page "
+    "of new application loaded.";
+
+Lines pluginCalls;
+
+void recordEvent(int event, void* appId)
+{
+    pluginCalls.push_back("event " + std::to_string(event) + " of " +
+                          std::to_string(reinterpret_cast<uintptr_t>(appId)));
+}
+
+void recordDestroyed(void* appId)
+{
+    pluginCalls.push_back("destroyed " + std::to_string(reinterpret_cast<uintptr_t>(appId)));
+}
+
+class WindowPending : public LibraryTest {
+protected:
+    WindowPending()
+    {
+        pluginCalls.clear();
+        native_ApplicationManagerSetListener(recordEvent);
+        native_ApplicationManagerSetAppDestroyedListener(recordDestroyed);
+    }
+
+    Application* pend(const std::string& url)
+    {
+        return window()->startBroadcastIndependentApplication(HbbTVURL(url));
+    }
+
+    /// The running application creates another one.
+    Application* createChild(const std::string& url)
+    {
+        void* id = nullptr;
+        EXPECT_EQ(native_ApplicationCreateApplication(url.c_str(), 1, idOf(running()), &id), 0);
+        return window()->getPendingApplication();
+    }
+
+    void run(const std::string& url)
+    {
+        pend(url);
+        tickAll();
+        forget();
+    }
+
+    void forget()
+    {
+        log().clear();
+        forgetJournal();
+    }
+};
+
+TEST_F(WindowPending, TheStartOpensItsPageAndMakesItTheRunningOne)
+{
+    Application* const application = pend("http://a.example/i");
+    forget();
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(running(), application);
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_TRUE(window()->applicationExists(application));
+    EXPECT_EQ(window()->getApplication(browser().window(1)), application);
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
+    EXPECT_EQ(manager()->getApplication(application->getID()), application);
+    EXPECT_EQ(takeLog(), Lines());
+    EXPECT_EQ(journal(),
+              Lines({"REQUEST w1", "ve_clear_history(w1)", "ve_open_url(w1, http://a.example/i)"}));
+}
+
+TEST_F(WindowPending, ItIsRegisteredBeforeItsPageIsOpened)
+{
+    pend("http://a.example/i");
+    browser().whileIn["ve_open_url"] = [&] {
+        EXPECT_EQ(window()->getState(), Window::RUNNING);
+        EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
+        EXPECT_EQ(manager()->getApplication(running()->getID()), running());
+    };
+    tickAll();
+    EXPECT_EQ(journal().back(), "ve_open_url(w1, http://a.example/i)");
+}
+
+TEST_F(WindowPending, TheRunningApplicationIsShutDownBeforeABrowserWindowIsAskedFor)
+{
+    run("http://a.example/old");
+    pend("http://a.example/new");
+    forget();
+    tickAll();
+    EXPECT_EQ(takeLog(), Lines({"LOG Window: Shutting down existing application.", shutting}));
+    // Without an entry both have the ids 0.0: that is a restart.
+    EXPECT_EQ(journal(), Lines({"RELEASE w1", "REQUEST w1", "ve_clear_history(w1)",
+                                "ve_open_url(w1, http://a.example/new)"}));
+    EXPECT_EQ(pluginCalls, Lines({"destroyed 1"}));
+}
+
+TEST_F(WindowPending, AnotherApplicationsStopIsTold)
+{
+    startApplication(httpApplication(1, 2));
+    pend("http://a.example/new");
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"STOP 1.2 related reactivate=0 http://a.example/index.html",
+                                "RELEASE w1", "REQUEST w1", "ve_clear_history(w1)",
+                                "ve_open_url(w1, http://a.example/new)"}));
+}
+
+TEST_F(WindowPending, ARestartOfTheSameApplicationIsNoStop)
+{
+    startApplication(httpApplication(1, 2));
+    EXPECT_NE(window()->startApplication(1, 2, HbbTVURL("?again")), nullptr);
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"RELEASE w1", "REQUEST w1", "ve_clear_history(w1)",
+                                "ve_open_url(w1, http://a.example/index.html?again)"}));
+    EXPECT_EQ(takeLog(), Lines({"LOG Window: Shutting down existing application.", shutting}));
+}
+
+TEST_F(WindowPending, AChildLeavesItsParentAlive)
+{
+    run("http://a.example/parent");
+    Application* const parent = running();
+    Application* const child = createChild("child");
+    forget();
+    tickAll();
+    EXPECT_EQ(running(), child);
+    EXPECT_EQ(child->getParent(), parent);
+    EXPECT_TRUE(window()->applicationExists(parent));
+    EXPECT_EQ(takeLog(), Lines({fallback}));
+    EXPECT_EQ(journal(), Lines({"REQUEST w2", "ve_clear_history(w2)",
+                                "ve_open_url(w2, http://a.example/child)"}));
+}
+
+TEST_F(WindowPending, AChildWhoseParentEndedMeanwhileShutsDownWhatRunsNow)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    window()->shutdownApplication(running(), true, false, true);
+    EXPECT_EQ(window()->getPendingApplication()->getParent(), nullptr);
+    forget();
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    EXPECT_EQ(takeLog(), Lines());
+}
+
+TEST_F(WindowPending, AParentThatIsNotInTheMapIsForgottenAndTheRunningApplicationStays)
+{
+    run("http://a.example/running");
+    Application* const before = running();
+    Application stranger(window(), HbbTVURL("http://b.example/"), nullptr);
+    pend("http://a.example/next")->setParent(&stranger);
+    forget();
+    tickAll();
+    EXPECT_EQ(running()->getParent(), nullptr);
+    EXPECT_TRUE(window()->applicationExists(before));
+    EXPECT_EQ(takeLog(), Lines());
+}
+
+TEST_F(WindowPending, WithoutBrowserWindowItIsFreedSilently)
+{
+    startApplication(httpApplication(1, 2));
+    listener().refuseWindows = true;
+    window()->startApplication(1, 2, HbbTVURL(""));
+    forget();
+    tickAll();
+    EXPECT_EQ(takeLog(), Lines({"LOG Window: Shutting down existing application.", shutting,
+                                initFailed, shutting}));
+    EXPECT_EQ(journal(), Lines({"RELEASE w1", "REQUEST null"}));
+    EXPECT_EQ(window()->getApplications().size(), 0u);
+    EXPECT_EQ(window()->getState(), Window::IDLE);
+    EXPECT_EQ(pluginCalls, Lines({"destroyed 1"}));
+}
+
+TEST_F(WindowPending, ABrowserWindowThatCameWithoutSuccessIsGivenBack)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_REQUEST_WINDOW] =
+        [](HBBTV_NotificationData* data) { data->window.success = 0; };
+    pend("http://a.example/i");
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"REQUEST w1", "RELEASE w1"}));
+    EXPECT_EQ(running(), nullptr);
+}
+
+TEST_F(WindowPending, AChildWithoutBrowserWindowLeavesItsParentRunning)
+{
+    run("http://a.example/parent");
+    Application* const parent = running();
+    createChild("child");
+    listener().refuseWindows = true;
+    forget();
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(running(), parent);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_EQ(takeLog(), Lines({fallback, initFailed, shutting}));
+    EXPECT_EQ(journal(), Lines({"REQUEST null"}));
+    EXPECT_EQ(pluginCalls, Lines({"event 3 of 2"}));
+    EXPECT_EQ(window()->getApplications().size(), 1u);
+}
+
+TEST_F(WindowPending, OneThatIsNoLongerPendingIsDestroyedByItsStart)
+{
+    Application* const first = pend("http://a.example/first");
+    Application* const second = pend("http://a.example/second");
+    EXPECT_EQ(takeLog(),
+              Lines({"LOG Window: Starting broadcast independent application.",
+                     "LOG Window: Starting broadcast independent application.",
+                     "WARN Window: Pending application added when pending already existed."}));
+    EXPECT_FALSE(window()->isPendingApplication(first));
+    EXPECT_TRUE(window()->isPendingApplication(second));
+    EXPECT_EQ(window()->getApplications().size(), 2u);
+    forget();
+    vesta_hbbtv_tick();
+    EXPECT_EQ(takeLog(), Lines({noLongerPending}));
+    EXPECT_EQ(window()->getApplications().size(), 1u);
+    vesta_hbbtv_tick();
+    EXPECT_EQ(runningURL(), "http://a.example/second");
+}
+
+TEST_F(WindowPending, NoApplicationIsNotStarted)
+{
+    window()->startPendingApplication(nullptr);
+    EXPECT_EQ(takeLog(), Lines({noLongerPending}));
+    EXPECT_FALSE(window()->isPendingApplication(nullptr));
+}
+
+TEST_F(WindowPending, ASupersededApplicationIsFreedWithTheQueue)
+{
+    pend("http://a.example/first");
+    pend("http://a.example/second");
+    ConfigurationManager::getInstance()->init(browser().handle());
+    ASSERT_EQ(window()->getApplications().size(), 1u);
+    EXPECT_TRUE(window()->isPendingApplication(window()->getApplications().front()));
+}
+
+TEST_F(WindowPending, ASupersededApplicationIsFreedWithTheWindow)
+{
+    const ref_ptr<AIT> table = broadcastTable(AITSection().add(httpApplication(1, 2)));
+    window()->startApplication(table->getAITApplication(0u), HbbTVURL(""), nullptr);
+    window()->startApplication(table->getAITApplication(0u), HbbTVURL(""), nullptr);
+    vesta_hbbtv_release_window(window());
+    log().clear();
+    EXPECT_EQ(tickAll(), 2);
+    EXPECT_EQ(log().count("ERR StartApplicationEvent: Invalid setup or window do not exist."), 2);
+}
+
+TEST_F(WindowPending, DestroyingThePendingOneMakesItsStartFindNothing)
+{
+    pend("http://a.example/i");
+    window()->destroyPendingApplication();
+    window()->destroyPendingApplication();  // none
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+    forget();
+    tickAll();
+    EXPECT_EQ(takeLog(), Lines({noLongerPending}));
+    EXPECT_EQ(running(), nullptr);
+}
+
+TEST_F(WindowPending, RestoringNeedsAParentThatIsStillThere)
+{
+    run("http://a.example/parent");
+    EXPECT_FALSE(window()->tryRestoreParentApplication(nullptr));
+    EXPECT_FALSE(window()->tryRestoreParentApplication(running()));
+    Application stranger(window(), HbbTVURL("http://b.example/"), nullptr);
+    Application* const child = createChild("child");
+    child->setParent(&stranger);
+    EXPECT_FALSE(window()->tryRestoreParentApplication(child));
+    EXPECT_EQ(pluginCalls, Lines());
+}
+
+TEST_F(WindowPending, AParentThatThePluginEndsWhenToldOfTheErrorIsNotRestored)
+{
+    static Window* theWindow;
+    theWindow = window();
+    run("http://a.example/parent");
+    createChild("child");
+    listener().refuseWindows = true;
+    native_ApplicationManagerSetListener([](int, void*) {
+        Application* const parent = theWindow->getRunningApplication();
+        theWindow->shutdownApplication(parent, true, false, true);
+    });
+    tickAll();
+    EXPECT_EQ(running(), nullptr);
+    EXPECT_EQ(window()->getApplications().size(), 0u);
+}
+
+TEST_F(WindowPending, AnUnknownBrowserWindowHasNoApplicationEvenWhenAskedTwice)
+{
+    EXPECT_EQ(window()->getApplication(browser().window(5)), nullptr);
+    EXPECT_EQ(window()->getApplication(browser().window(5)), nullptr);
+    EXPECT_EQ(window()->getApplication(nullptr), nullptr);
+    EXPECT_FALSE(window()->applicationExists(nullptr));
+}
+
+TEST_F(WindowPending, ABrowserWindowLeadsToTheApplicationThatGotItLast)
+{
+    run("http://a.example/parent");
+    Application* const parent = running();
+    createChild("child");
+    listener().nextWindows = {1};
+    tickAll();
+    Application* const child = running();
+    EXPECT_EQ(window()->getApplication(browser().window(1)), child);
+    EXPECT_FALSE(window()->applicationExists(parent));
+    EXPECT_EQ(child->getParent(), parent);
+
+    finishLoading();
+    EXPECT_EQ(child->getParent(), nullptr);
+    window()->shutdownApplication(child, true, false, true);
+    EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({parent}));
+}
+
+TEST_F(WindowPending, TheEndOfOneThatLostItsBrowserWindowLeavesTheOthersEntry)
+{
+    run("http://a.example/parent");
+    Application* const parent = running();
+    createChild("child");
+    listener().nextWindows = {1};
+    tickAll();
+    window()->registerApplication(parent);  // so that it can be shut down
+    window()->registerApplication(running());
+    EXPECT_FALSE(window()->shutdownApplication(parent, true, false, true));
+    delete parent;
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
+    EXPECT_EQ(window()->getApplication(browser().window(1)), running());
+}
+
+TEST_F(WindowPending, AnotherWindowMayTakeOverABrowserWindow)
+{
+    run("http://a.example/i");
+    Window* const other = createWindow("B");
+    listener().nextWindows = {1};
+    other->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
+    tickAll();
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), other);
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), other);
+    vesta_hbbtv_release_window(other);
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), nullptr);
+}
+
+}  // namespace
