@@ -15,7 +15,7 @@ constexpr size_t timeStampSize = 4;  // before each packet where packets are 192
 constexpr size_t syncBytesWanted = 5;
 
 // A stream may begin in the middle of a packet or behind rubbish, but not this late.
-constexpr size_t longestSearchForTheFirstPacket = 256 * 1024;
+constexpr size_t longestSearchForTheFirstPacket = size_t(256) * 1024;
 
 }  // namespace
 

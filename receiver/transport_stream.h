@@ -84,6 +84,9 @@ public:
     /// is played again from its beginning.
     void restart();
 
+    /// Forgets which PMTs were told: each is told again when it comes.
+    void forgetProgramMaps() { pmts_.clear(); }
+
     /// @return a clear sentence; empty while nothing is wrong
     std::string error() const;
 
@@ -118,7 +121,7 @@ private:
     TransportStreamListener& listener_;
     PacketFramer framer_;
     StreamStatistics statistics_;
-    std::array<uint8_t, 8192> continuityCounters_;  // of the last packet with a payload, by PID
+    std::array<uint8_t, 8192> continuityCounters_{};  // of the last packet with a payload, by PID
     std::map<uint16_t, std::unique_ptr<SectionPid>> sectionPids_;
     std::set<uint16_t> subscribed_;
     std::set<uint16_t> pmtPids_;

@@ -1,0 +1,112 @@
+/// A browser on the console: it loads what pages need, reports that, and shows nothing else.
+#ifndef VESTA_RECEIVER_CONSOLE_BROWSER_H
+#define VESTA_RECEIVER_CONSOLE_BROWSER_H
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "receiver/browser_engine.h"
+#include "receiver/event_log.h"
+
+/// The browser's windows; the application manager knows them by address alone.
+struct TAVO_VestaWindow {
+    long id = 0;
+    std::string url;  ///< of the page, as it was opened
+    bool visible = false;
+    bool loaded = false;  ///< the page and all its subresources came or failed
+    size_t openLoads = 0;
+};
+
+namespace receiver {
+
+/// A folder that answers for URLs with a certain beginning.
+struct Site {
+    std::string prefix;
+    std::string folder;
+};
+
+/// `dvb:` pages and their subresources are loaded through the application manager, as a browser
+/// does it; http(s) pages come from folders. Browser thread only. Nothing calls back into the
+/// application manager from inside its own calls: pages are opened by runTask().
+class ConsoleBrowser : public BrowserEngine {
+public:
+    ConsoleBrowser(EventLog& log, std::vector<Site> sites);
+    ~ConsoleBrowser() override;
+
+    /// Does the next thing that the browser has to do. @return false when there is none
+    bool runTask();
+
+    std::vector<const TAVO_VestaWindow*> windows() const;
+
+    /// The window that gets the keys: the visible one that was shown last; null without one.
+    TAVO_VestaWindow* focusedWindow() const { return focused_; }
+
+    /// A page asks for another file; one that is not in a carousel is left alone.
+    /// @param url absolute or relative to the page
+    void loadResource(TAVO_VestaWindow* window, const std::string& url);
+
+    bool hasLoaded(const std::string& url) const { return loaded_.count(url) != 0; }
+
+    TAVO_VestaWindow* createWindow() override;
+    void closeWindow(TAVO_VestaWindow* window) override;
+    void setVisible(TAVO_VestaWindow* window, bool visible) override;
+    int openURL(TAVO_VestaWindow* window, const std::string& url) override;
+    int clearHistory(TAVO_VestaWindow* window) override;
+    TAVO_VestaWindow* findWindow(long id) override;
+    long identifierOf(TAVO_VestaWindow* window) override;
+    const char* loadingURL(TAVO_VestaWindow* window) override;
+    const char* resolve(const std::string& base, const std::string& url) override;
+    int setUserAgentExtension(const std::string& extension) override;
+    int setMimeType(void* load, const std::string& type) override;
+    int write(void* load, const char* bytes, size_t count) override;
+    int finish(void* load, int status) override;
+    int fail(void* load, int status) override;
+    int deliverKey(const TAVO_KeyboardEvent& event) override;
+
+private:
+    /// One protocol load; its address is the request id.
+    struct Load {
+        TAVO_VestaWindow* window;
+        std::string url;
+        bool isPage;
+        std::string mimeType;
+        std::string bytes;
+    };
+
+    using Task = std::function<void()>;
+
+    void later(TAVO_VestaWindow* window, Task task);
+    void openPage(TAVO_VestaWindow* window);
+    void openSitePage(TAVO_VestaWindow* window);
+    void startLoad(TAVO_VestaWindow* window, const std::string& url, bool isPage);
+    void loadSubresources(const Load& page);
+    void endLoad(TAVO_VestaWindow* window);
+    void reportFinished(TAVO_VestaWindow* window, int loadStatus, unsigned short httpStatus);
+    std::unique_ptr<Load> takeLoad(void* id);
+    Load* findLoad(void* id);
+    bool isOpen(const TAVO_VestaWindow* window) const;
+    void report(const std::string& event, const std::string& text,
+                const EventLog::Details& details = nullptr);
+
+    EventLog& log_;
+    std::vector<Site> sites_;
+    std::map<long, std::unique_ptr<TAVO_VestaWindow>> windows_;
+    std::map<void*, std::unique_ptr<Load>> loads_;
+    std::map<std::string, size_t> loaded_;  // sizes by URL
+    std::deque<Task> tasks_;
+    TAVO_VestaWindow* focused_ = nullptr;
+    std::string answer_;
+    long nextId_ = 1;
+};
+
+/// "RED", "OK", "5"... for a key code, and the reverse; 0 for a name that is not known.
+std::string keyName(int code);
+int keyCode(const std::string& name);
+
+}  // namespace receiver
+
+#endif

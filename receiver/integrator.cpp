@@ -1,0 +1,232 @@
+#include "receiver/integrator.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace receiver {
+
+using namespace VestaHbbTV;
+
+namespace {
+
+std::string idsOf(const HBBTV_ApplicationNotificationData& record)
+{
+    return receiver::idsOf(record.organisationId, record.applicationId);
+}
+
+const char* controlCodeName(int code)
+{
+    const char* const names[] = {"?",    "AUTOSTART", "PRESENT", "DESTROY",
+                                 "KILL", "PREFETCH",  "REMOTE",  "DISABLED"};
+    return code > 0 && code <= 7 ? names[code] : names[0];
+}
+
+std::string describe(const HBBTV_AITApplicationInfo& info)
+{
+    std::ostringstream text;
+    text << receiver::idsOf(info.organisationId, info.applicationId) << " "
+         << controlCodeName(info.controlCode);
+    if (*info.name)
+        text << " \"" << info.name << "\"";
+    // The preferred transport stands in the last slot.
+    for (unsigned slot = info.numUrls; slot-- > 0;) {
+        if (info.urls[slot])
+            text << " " << info.urls[slot];
+    }
+    return text.str();
+}
+
+}  // namespace
+
+Integrator* Integrator::current = nullptr;
+
+std::string idsOf(unsigned long organisationId, unsigned applicationId)
+{
+    std::ostringstream text;
+    text << std::hex << organisationId << "." << applicationId;
+    return text.str();
+}
+
+Integrator::Integrator(EventLog& log, BrowserEngine& browser) : log_(log), browser_(browser)
+{
+    current = this;
+}
+
+Integrator::~Integrator()
+{
+    current = nullptr;
+}
+
+HBBTV_STATUS Integrator::listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (current)
+        current->handle(type, data);
+    return HBBTV_STATUS_OK;
+}
+
+void Integrator::handle(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    switch (type) {
+    case HBBTV_NOTIFICATION_START_APPLICATION:
+        return start(data->application);
+    case HBBTV_NOTIFICATION_STOP_APPLICATION:
+        return stop(data->application);
+    case HBBTV_NOTIFICATION_REJECT_APPLICATION:
+        return reject(data->application);
+    case HBBTV_NOTIFICATION_AIT_UPDATE:
+        return update(data);
+    case HBBTV_NOTIFICATION_TRUSTED:
+        return trusted(data->application);
+    case HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE:
+        return change(data->application);
+    case HBBTV_NOTIFICATION_XHR:
+        return request(data->xhr);
+    case HBBTV_NOTIFICATION_REQUEST_WINDOW:
+        return openWindow(data->window);
+    case HBBTV_NOTIFICATION_RELEASE_WINDOW:
+        return closeWindow(data->window);
+    case HBBTV_NOTIFICATION_SHOW_WINDOW:
+        return setVisible(data->window, true);
+    case HBBTV_NOTIFICATION_HIDE_WINDOW:
+        return setVisible(data->window, false);
+    case HBBTV_NOTIFICATION_KEYSET_CHANGED: {
+        std::ostringstream text;
+        text << "key set changed to 0x" << std::hex << data->keyset.keysetValue;
+        return report("key-set", text.str(), {{"value", data->keyset.keysetValue}});
+    }
+    case HBBTV_NOTIFICATION_GET_FREE_MEMORY:
+        *data->memory.freeMemory = freeMemory;
+        return report("free-memory", "free memory? " + std::to_string(freeMemory) + " bytes");
+    }
+}
+
+void Integrator::start(HBBTV_ApplicationNotificationData& record)
+{
+    // An application without a valid id comes with the answer set to a refusal; it stays so.
+    if (startAnswer != HBBTV_APPLICATION_ACTION_START)
+        record.action = startAnswer;
+    const bool isAllowed = record.action == HBBTV_APPLICATION_ACTION_START;
+    const std::string ids = idsOf(record);
+    report("start",
+           "may " + ids + " start" + (record.autostart ? " (AUTOSTART)" : "") + "? " +
+               (isAllowed ? "yes" : "no") + ", " + record.url,
+           {{"application", ids},
+            {"url", record.url},
+            {"autostart", record.autostart != 0},
+            {"broadcast_related", record.broadcastRelated != 0},
+            {"answer", static_cast<int>(record.action)}});
+    if (isAllowed)
+        starting_ = RunningApplication{ids,   record.url, record.broadcastRelated != 0,
+                                       false, nullptr,    nextParent_};
+    nextParent_.clear();
+}
+
+void Integrator::stop(const HBBTV_ApplicationNotificationData& record)
+{
+    report("stop",
+           idsOf(record) + " stopped" +
+               (*record.reactivateAIT ? ", the AIT is activated again" : ""),
+           {{"application", idsOf(record)},
+            {"url", record.url},
+            {"reactivate", *record.reactivateAIT != 0}});
+}
+
+void Integrator::reject(const HBBTV_ApplicationNotificationData& record)
+{
+    report("reject", idsOf(record) + " rejected: its profile is not supported",
+           {{"application", idsOf(record)}});
+}
+
+void Integrator::change(const HBBTV_ApplicationNotificationData& record)
+{
+    const bool isRelated = record.broadcastRelated != 0;
+    for (RunningApplication& application : applications_) {
+        if (application.url == record.url)
+            application.broadcastRelated = isRelated;
+    }
+    report("broadcast-related",
+           std::string(record.url) + " is broadcast-" + (isRelated ? "related" : "independent"),
+           {{"url", record.url}, {"broadcast_related", isRelated}});
+}
+
+void Integrator::trusted(const HBBTV_ApplicationNotificationData& record)
+{
+    report("trusted",
+           std::string("is ") + record.url + " trusted? " + (record.trusted ? "yes" : "no"),
+           {{"url", record.url}, {"trusted", record.trusted != 0}});
+}
+
+void Integrator::update(const HBBTV_NotificationData* data)
+{
+    table_.clear();
+    if (!data)
+        return;
+    const int count = data->ait.numApplications;
+    report("ait-update",
+           "new table: " + std::to_string(count) + (count == 1 ? " application" : " applications"),
+           {{"applications", count}});
+    for (int index = 0; index < count; ++index) {
+        table_.push_back(describe(data->ait.applications[index]));
+        report("ait-application", "  " + table_.back());
+    }
+}
+
+void Integrator::request(HBBTV_XHRNotificationData& record)
+{
+    record.permission = requestAnswer;
+    report("request",
+           std::string("may ") + record.documentUrl + " ask for " + record.requestUrl + "? " +
+               (requestAnswer == HBBTV_XHR_ALLOW ? "yes" : "no"),
+           {{"document", record.documentUrl},
+            {"url", record.requestUrl},
+            {"permission", static_cast<int>(requestAnswer)}});
+}
+
+void Integrator::openWindow(HBBTV_WindowNotificationData& record)
+{
+    *record.tavoWindow = browser_.createWindow();
+    record.success = *record.tavoWindow ? 1 : 0;
+    if (!starting_)
+        return;
+    starting_->window = *record.tavoWindow;
+    applications_.push_back(*starting_);
+    starting_.reset();
+}
+
+void Integrator::closeWindow(HBBTV_WindowNotificationData& record)
+{
+    TAVO_VestaWindow* const window = *record.tavoWindow;
+    applications_.erase(std::remove_if(applications_.begin(), applications_.end(),
+                                       [window](const RunningApplication& application) {
+                                           return application.window == window;
+                                       }),
+                        applications_.end());
+    browser_.closeWindow(window);
+    record.success = 1;
+}
+
+void Integrator::setVisible(const HBBTV_WindowNotificationData& record, bool visible)
+{
+    for (RunningApplication& application : applications_) {
+        if (application.window == *record.tavoWindow)
+            application.visible = visible;
+    }
+    browser_.setVisible(*record.tavoWindow, visible);
+}
+
+const Integrator::RunningApplication*
+Integrator::applicationOf(const TAVO_VestaWindow* window) const
+{
+    const auto found = std::find_if(
+        applications_.begin(), applications_.end(),
+        [window](const RunningApplication& application) { return application.window == window; });
+    return found == applications_.end() ? nullptr : &*found;
+}
+
+void Integrator::report(const char* event, const std::string& text,
+                        const EventLog::Details& details)
+{
+    log_.report(Source::Library, event, text, details);
+}
+
+}  // namespace receiver

@@ -1,0 +1,91 @@
+// The reference receiver: the smallest complete integration of the application manager.
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "receiver/extraction.h"
+#include "receiver/line_input.h"
+#include "receiver/log_bridge.h"
+#include "receiver/options.h"
+#include "receiver/session.h"
+
+namespace {
+
+using namespace receiver;
+
+bool usesColour()
+{
+    const char* const refusal = std::getenv("NO_COLOR");
+    return ::isatty(STDOUT_FILENO) && !(refusal && *refusal);
+}
+
+std::optional<std::vector<std::string>> readLines(const std::string& path)
+{
+    std::ifstream file(path);
+    if (!file)
+        return std::nullopt;
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+int complain(const std::string& problem, ExitCode code)
+{
+    std::cerr << "vesta_receiver: " << problem << "\n";
+    return code;
+}
+
+int play(const Options& options, EventLog& log)
+{
+    Doorbell doorbell;
+    Middleware middleware(options.middleware, log, doorbell);
+    ConsoleBrowser browser(log, options.sites);
+    Platform platform(middleware.carousels(), log);
+    Integrator integrator(log, browser);
+    Session session(log, middleware, doorbell, browser, integrator);
+
+    std::optional<LineInput> input;
+    if (!options.script.empty()) {
+        const auto lines = readLines(options.script);
+        if (!lines)
+            return complain(options.script + ": cannot be read", exitUnreadable);
+        session.setScript(options.script, *lines);
+    } else if (options.middleware.input != "-" && ::isatty(STDIN_FILENO)) {
+        session.setInteractive(true);
+        input.emplace(session);
+    }
+    const int code = session.run();
+    if (!options.extract.empty() && code != exitUnreadable &&
+        !extractFiles(middleware.carousels(), options.extract, log))
+        return exitUnreadable;
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    std::string problem;
+    std::optional<Options> options = parseOptions(argc, argv, problem);
+    if (!options)
+        return complain(problem + "\nTry vesta_receiver --help.", exitUsage);
+    if (options->help) {
+        std::cout << usage();
+        return exitSuccess;
+    }
+    options->middleware.showProgress = ::isatty(STDOUT_FILENO) != 0;
+    EventLog log(std::cout, usesColour());
+    if (!options->trace.empty() && !log.openTrace(options->trace))
+        return complain(options->trace + ": cannot be written", exitUnreadable);
+    if (options->logLevel)
+        VestaHbbTV::Logging::getInstance()->addOutput(new LogBridge(*options->logLevel, log));
+    const int code = play(*options, log);
+    delete VestaHbbTV::Logging::getInstance();
+    return code;
+}

@@ -1,0 +1,183 @@
+#include "receiver/options.h"
+
+#include <cstdlib>
+#include <getopt.h>
+
+namespace receiver {
+
+namespace {
+
+using namespace VestaHbbTV;
+
+enum Option : int {
+    helpOption = 'h',
+    scriptOption = 's',
+    serviceOption = 1000,
+    siteOption,
+    speedOption,
+    loopOption,
+    logOption,
+    traceOption,
+    extractOption,
+    limitOption
+};
+
+const option longOptions[] = {
+    {"help", no_argument, nullptr, helpOption},
+    {"script", required_argument, nullptr, scriptOption},
+    {"service", required_argument, nullptr, serviceOption},
+    {"site", required_argument, nullptr, siteOption},
+    {"speed", required_argument, nullptr, speedOption},
+    {"loop", no_argument, nullptr, loopOption},
+    {"log", required_argument, nullptr, logOption},
+    {"trace", required_argument, nullptr, traceOption},
+    {"extract", required_argument, nullptr, extractOption},
+    {"carousel-limit", required_argument, nullptr, limitOption},
+    {nullptr, 0, nullptr, 0},
+};
+
+/// A number of any kind above 0. @return nothing for anything else
+std::optional<double> positiveNumber(const char* text)
+{
+    char* end = nullptr;
+    const double number = std::strtod(text, &end);
+    const bool isNumber = end != text && *end == '\0' && number > 0 && number < 1e9;
+    return isNumber ? std::optional<double>(number) : std::nullopt;
+}
+
+std::string takeSite(const std::string& text, Options& options)
+{
+    // A URL may hold a "=", a folder hardly does: the last one divides.
+    const size_t equals = text.rfind('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size())
+        return "--site wants URL-PREFIX=FOLDER, not " + text;
+    options.sites.push_back({text.substr(0, equals), text.substr(equals + 1)});
+    return "";
+}
+
+std::string takeLogLevel(const std::string& text, Options& options)
+{
+    const struct {
+        const char* name;
+        LogLevel level;
+    } levels[] = {{"debug", DEBUG}, {"log", LOG}, {"warn", WARN}, {"err", ERR}};
+    for (const auto& [name, level] : levels) {
+        if (text == name) {
+            options.logLevel = level;
+            options.middleware.verbose = level == DEBUG;
+            return "";
+        }
+    }
+    return "--log wants debug, log, warn or err, not " + text;
+}
+
+std::string takeService(const std::string& text, Options& options)
+{
+    const std::optional<double> number = positiveNumber(text.c_str());
+    if (!number || *number > 0xFFFF)
+        return "--service wants a service id from 1 to 65535, not " + text;
+    options.middleware.service = static_cast<uint16_t>(*number);
+    return "";
+}
+
+std::string takeSpeed(const std::string& text, Options& options)
+{
+    const std::optional<double> factor = positiveNumber(text.c_str());
+    if (!factor)
+        return "--speed wants a factor such as 1 or 0.5, not " + text;
+    options.middleware.speed = *factor;
+    return "";
+}
+
+std::string takeLimit(const std::string& text, Options& options)
+{
+    const std::optional<double> mebibytes = positiveNumber(text.c_str());
+    if (!mebibytes || *mebibytes > 2048)
+        return "--carousel-limit wants MiB from 1 to 2048, not " + text;
+    options.middleware.limits.memory = static_cast<size_t>(*mebibytes * 1048576.0);
+    return "";
+}
+
+std::string takeOption(int name, const std::string& value, Options& options)
+{
+    switch (name) {
+    case helpOption:
+        options.help = true;
+        return "";
+    case scriptOption:
+        options.script = value;
+        return "";
+    case traceOption:
+        options.trace = value;
+        return "";
+    case extractOption:
+        options.extract = value;
+        return "";
+    case loopOption:
+        options.middleware.loop = true;
+        return "";
+    case serviceOption:
+        return takeService(value, options);
+    case siteOption:
+        return takeSite(value, options);
+    case speedOption:
+        return takeSpeed(value, options);
+    case logOption:
+        return takeLogLevel(value, options);
+    case limitOption:
+        return takeLimit(value, options);
+    default:
+        return "unknown option, or one that wants a value";
+    }
+}
+
+}  // namespace
+
+std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
+{
+    Options options;
+    opterr = 0;
+    optind = 1;
+    for (;;) {
+        const int name = getopt_long(argc, argv, "hs:", longOptions, nullptr);
+        if (name == -1)
+            break;
+        problem = takeOption(name, optarg ? optarg : "", options);
+        if (!problem.empty())
+            return std::nullopt;
+    }
+    if (options.help)
+        return options;
+    if (optind + 1 != argc) {
+        problem = optind == argc ? "which transport stream?" : "one transport stream at a time";
+        return std::nullopt;
+    }
+    options.middleware.input = argv[optind];
+    return options;
+}
+
+std::string usage()
+{
+    return "usage: vesta_receiver [OPTIONS] STREAM\n"
+           "\n"
+           "Plays a transport stream (a file, or - for standard input) and runs the HbbTV\n"
+           "applications that it signals in a browser on the console.\n"
+           "\n"
+           "  -s, --script FILE          run the commands of a file, a line each, then end\n"
+           "      --service ID           tune to this service first (else the first with "
+           "applications)\n"
+           "      --site PREFIX=FOLDER   answer URLs that begin with PREFIX from a folder\n"
+           "      --speed FACTOR         times real time, by the stream's clock (else: at once)\n"
+           "      --loop                 play a file again and again\n"
+           "      --log LEVEL            with the library's log: debug, log, warn or err\n"
+           "      --trace FILE           write everything to a file too, a JSON object a line\n"
+           "      --extract FOLDER       write the carousels' files to a folder at the end\n"
+           "      --carousel-limit MIB   memory of each carousel (else 64)\n"
+           "  -h, --help                 this text\n"
+           "\n"
+           "Exit codes: 0 success, 1 wrong usage, 2 unreadable input, 3 a script's expectation\n"
+           "was not met. Without a script, and with a terminal, commands are typed; help lists\n"
+           "them.\n";
+}
+
+}  // namespace receiver

@@ -1,0 +1,258 @@
+#include "receiver/service_carousels.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/page.h"
+
+namespace receiver {
+
+namespace {
+
+const uint8_t carouselStreamType = 0x0B;  // ISO/IEC 13818-6 type B
+const size_t readBytes = size_t(1) << 20;
+
+std::string hex(unsigned number)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%02x", number);
+    return text;
+}
+
+}  // namespace
+
+ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log)
+    : limits_(limits), log_(log)
+{
+}
+
+std::vector<void*> ServiceCarousels::leave()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    service_.reset();
+    tagsByPid_.clear();
+    carousels_.clear();
+    told_.clear();
+    std::vector<void*> ids;
+    for (const auto& entry : pending_)
+        ids.push_back(entry.first);
+    pending_.clear();
+    return ids;
+}
+
+void ServiceCarousels::join(const Service& service, const std::vector<StreamDescription>& streams)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    service_ = service;
+    for (const StreamDescription& stream : streams) {
+        if (stream.streamType != carouselStreamType || !stream.componentTag)
+            continue;
+        const uint8_t tag = *stream.componentTag;
+        tagsByPid_[stream.pid] = tag;
+        if (stream.carouselId && carousels_.count(tag) == 0)
+            carousels_[tag] =
+                std::make_unique<ObjectCarousel>(limits_, [this, tag](const std::string& message) {
+                    report("carousel-problem", "carousel " + hex(tag) + ": " + message,
+                           {{"component_tag", tag}});
+                });
+    }
+    for (const StreamDescription& stream : streams) {
+        for (const uint16_t association : stream.associationTags) {
+            for (const auto& entry : carousels_) {
+                if (stream.componentTag)
+                    entry.second->mapAssociationTag(association, *stream.componentTag);
+            }
+        }
+    }
+}
+
+std::set<uint16_t> ServiceCarousels::wantedPids() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::set<uint16_t> pids;
+    for (const auto& [pid, tag] : tagsByPid_) {
+        for (const auto& [carouselTag, carousel] : carousels_) {
+            if (carouselTag == tag || carousel->wantedAssociationTags().count(tag) != 0)
+                pids.insert(pid);
+        }
+    }
+    return pids;
+}
+
+void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto tag = tagsByPid_.find(pid);
+    if (tag == tagsByPid_.end())
+        return;
+    for (const auto& [carouselTag, carousel] : carousels_) {
+        // A stream of its own begins a carousel; the others carry what that one refers to.
+        if (carouselTag == tag->second || carousels_.count(static_cast<uint8_t>(tag->second)) == 0)
+            carousel->feedSection(tag->second, section.data(), section.size());
+    }
+    reportNews();
+}
+
+void ServiceCarousels::reportNews()
+{
+    for (const auto& [tag, carousel] : carousels_) {
+        auto& [revision, modules] = told_[tag];
+        if (revision == carousel->revision())
+            continue;
+        revision = carousel->revision();
+        const CarouselProgress progress = carousel->progress();
+        if (progress.modulesComplete == modules)
+            continue;
+        modules = progress.modulesComplete;
+        report("carousel",
+               "carousel " + hex(tag) + ": " + std::to_string(progress.modulesComplete) + " of " +
+                   std::to_string(progress.modulesKnown) + " modules",
+               {{"component_tag", tag},
+                {"modules_complete", progress.modulesComplete},
+                {"modules_known", progress.modulesKnown}});
+    }
+}
+
+std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<Answer> answers;
+    for (auto entry = pending_.begin(); entry != pending_.end();) {
+        std::string problem;
+        const Lookup lookup = find(entry->second, problem);
+        if (lookup.result == Lookup::Result::Pending) {
+            ++entry;
+            continue;
+        }
+        const bool ready = lookup.result == Lookup::Result::Ready;
+        if (ready)
+            open_[entry->first] = {entry->second.path, lookup.file, 0};
+        answers.push_back({entry->first, ready});
+        entry = pending_.erase(entry);
+    }
+    return answers;
+}
+
+std::vector<void*> ServiceCarousels::giveUp()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<void*> ids;
+    for (const auto& [id, path] : pending_) {
+        report("file-missing", path.path + ": the stream ended before it came",
+               {{"path", path.path}});
+        ids.push_back(id);
+    }
+    pending_.clear();
+    return ids;
+}
+
+ObjectCarousel* ServiceCarousels::carouselOf(uint8_t componentTag) const
+{
+    const auto found = carousels_.find(componentTag);
+    return found == carousels_.end() ? nullptr : found->second.get();
+}
+
+Lookup ServiceCarousels::find(const CarouselPath& path, std::string& problem) const
+{
+    Lookup nothing;
+    const bool isOfService =
+        service_ && service_->programNumber == path.serviceId &&
+        (!path.transportStreamId || *path.transportStreamId == service_->transportStreamId) &&
+        (path.originalNetworkId == 0 ||  // it was not known when the table came
+         path.originalNetworkId == service_->originalNetworkId.value_or(path.originalNetworkId));
+    const ObjectCarousel* const carousel = isOfService ? carouselOf(path.componentTag) : nullptr;
+    if (!carousel) {
+        problem = isOfService ? "no carousel with component tag " + hex(path.componentTag)
+                              : "not a carousel of the tuned service";
+        return nothing;
+    }
+    const Lookup lookup = carousel->find(path.path);
+    problem = lookup.reason;
+    return lookup;
+}
+
+unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::optional<CarouselPath> path = parseCarouselPath(text);
+    std::string problem = "not a carousel path";
+    const Lookup lookup = path ? find(*path, problem) : Lookup();
+    const EventLog::Details details = {{"path", text}};
+    switch (lookup.result) {
+    case Lookup::Result::Ready:
+        open_[id] = {path->path, lookup.file, 0};
+        report("file-ready", text + ": ready", details);
+        return DSMCC_OK;
+    case Lookup::Result::Pending:
+        pending_[id] = *path;
+        report("file-pending", text + ": pending, " + problem, details);
+        return DSMCC_PENDING;
+    case Lookup::Result::Error:
+        break;
+    }
+    report("file-error", text + ": " + problem, details);
+    return DSMCC_ERROR;
+}
+
+unsigned int ServiceCarousels::mimeType(void* id, std::string& type) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto file = open_.find(id);
+    if (file == open_.end())
+        return DSMCC_UNKNOWN_ID;
+    type = file->second.view.contentType.empty() ? mimeTypeOf(file->second.path)
+                                                 : file->second.view.contentType;
+    return DSMCC_OK;
+}
+
+unsigned int ServiceCarousels::read(void* id, char** bytes, unsigned int* count)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto file = open_.find(id);
+    if (file == open_.end())
+        return DSMCC_UNKNOWN_ID;
+    const FileView& view = file->second.view;
+    size_t& position = file->second.position;
+    const size_t length = std::min(readBytes, view.size - position);
+    // The interface has no const; the application manager only reads.
+    *bytes =
+        length ? const_cast<char*>(reinterpret_cast<const char*>(view.data + position)) : nullptr;
+    *count = static_cast<unsigned int>(length);
+    position += length;
+    return DSMCC_OK;
+}
+
+unsigned int ServiceCarousels::close(void* id)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    pending_.erase(id);
+    return open_.erase(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
+}
+
+std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<Status> list;
+    for (const auto& [tag, carousel] : carousels_)
+        list.push_back({tag, carousel->progress(), carousel->files(), carousel->streamEvents()});
+    return list;
+}
+
+bool ServiceCarousels::hasFile(const std::string& path) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::any_of(carousels_.begin(), carousels_.end(), [&path](const auto& entry) {
+        return entry.second->find(path).result == Lookup::Result::Ready;
+    });
+}
+
+void ServiceCarousels::report(const std::string& event, const std::string& text,
+                              const EventLog::Details& details)
+{
+    const bool isFromAir = event.compare(0, 8, "carousel") == 0;
+    log_.report(isFromAir ? Source::Air : Source::Platform, event, text, details);
+}
+
+}  // namespace receiver

@@ -1,0 +1,98 @@
+/// The object carousels of the tuned service, and the files that the application manager reads
+/// from them.
+#ifndef VESTA_RECEIVER_SERVICE_CAROUSELS_H
+#define VESTA_RECEIVER_SERVICE_CAROUSELS_H
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "receiver/carousel_path.h"
+#include "receiver/event_log.h"
+#include "receiver/object_carousel.h"
+#include "receiver/service_tables.h"
+#include "receiver/transport_stream.h"
+
+namespace receiver {
+
+/// Fed by the middleware thread, read by the browser thread in the dsmcc_* hooks.
+class ServiceCarousels {
+public:
+    /// @param log borrowed
+    ServiceCarousels(const CarouselLimits& limits, EventLog& log);
+
+    /// Forgets the former service and its files. Pending files are to be answered with an error.
+    /// @return the ids of the pending files
+    std::vector<void*> leave();
+
+    /// @param streams of the service's PMT
+    void join(const Service& service, const std::vector<StreamDescription>& streams);
+
+    /// The PIDs that carry parts of the carousels, as far as they are known to be needed.
+    std::set<uint16_t> wantedPids() const;
+
+    /// Takes a section of one of these PIDs.
+    void feed(uint16_t pid, const SectionBytes& section);
+
+    struct Answer {
+        void* id;
+        bool ready;
+    };
+    /// Pending files that are there now, or never will be.
+    std::vector<Answer> takeAnswers();
+
+    /// No more sections follow. @return the ids of the pending files, which will not come
+    std::vector<void*> giveUp();
+
+    /// @name The platform's side of dsmcc_*; results are DSMCC_RESULT
+    /// @{
+    unsigned int getFile(const std::string& path, void* id);
+    /// @return whether the id is known; an empty type is unknown
+    unsigned int mimeType(void* id, std::string& type) const;
+    /// The next bytes, valid until the file is closed.
+    unsigned int read(void* id, char** bytes, unsigned int* count);
+    unsigned int close(void* id);
+    /// @}
+
+    struct Status {
+        uint8_t componentTag;
+        CarouselProgress progress;
+        std::vector<CarouselFile> files;
+        std::vector<CarouselStreamEvents> streamEvents;
+    };
+    std::vector<Status> status() const;
+
+    /// Whether some carousel has a complete file of this path.
+    bool hasFile(const std::string& path) const;
+
+private:
+    struct OpenFile {
+        std::string path;
+        FileView view;
+        size_t position = 0;
+    };
+
+    ObjectCarousel* carouselOf(uint8_t componentTag) const;
+    Lookup find(const CarouselPath& path, std::string& problem) const;
+    void report(const std::string& event, const std::string& text,
+                const EventLog::Details& details = nullptr);
+    void reportNews();
+
+    const CarouselLimits limits_;
+    EventLog& log_;
+    mutable std::mutex mutex_;
+    std::optional<Service> service_;
+    std::map<uint16_t, uint16_t> tagsByPid_;                        // component tags
+    std::map<uint8_t, std::unique_ptr<ObjectCarousel>> carousels_;  // by component tag
+    std::map<uint8_t, std::pair<uint64_t, size_t>> told_;           // revision, complete modules
+    std::map<void*, CarouselPath> pending_;
+    std::map<void*, OpenFile> open_;
+};
+
+}  // namespace receiver
+
+#endif

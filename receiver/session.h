@@ -1,0 +1,114 @@
+/// The browser thread: it runs the application manager, the browser and the commands.
+#ifndef VESTA_RECEIVER_SESSION_H
+#define VESTA_RECEIVER_SESSION_H
+
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "receiver/console_browser.h"
+#include "receiver/doorbell.h"
+#include "receiver/event_log.h"
+#include "receiver/integrator.h"
+#include "receiver/middleware.h"
+#include "receiver/platform.h"
+
+namespace receiver {
+
+/// The program's exit codes.
+enum ExitCode : int {
+    exitSuccess = 0,
+    exitUsage = 1,
+    exitUnreadable = 2,
+    exitExpectation = 3  ///< a script's expectation was not met
+};
+
+/// One run of the receiver, from tuning in to the clean end. Everything but postLine() and
+/// endOfInput() belongs to the thread that calls run().
+class Session {
+public:
+    /// @param log, middleware, doorbell, browser, integrator borrowed
+    Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, ConsoleBrowser& browser,
+            Integrator& integrator);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Lines to run one after another; the first that fails ends the session.
+    void setScript(std::string name, std::vector<std::string> lines);
+
+    /// Whether to wait for postLine() when there is nothing else to do.
+    void setInteractive(bool interactive) { interactive_ = interactive; }
+
+    /// Any thread: a line that a person typed, and that no more will come.
+    void postLine(std::string line);
+    void endOfInput();
+
+    /// Runs until a command, the script's end or the end of the stream ends it.
+    int run();
+
+    /// @name For the commands
+    /// @{
+    EventLog& log() { return log_; }
+    Middleware& middleware() { return middleware_; }
+    ConsoleBrowser& browser() { return browser_; }
+    Integrator& integrator() { return integrator_; }
+    void* window() const { return window_; }
+    void quit() { quit_ = true; }
+
+    /// The next command waits until the condition holds.
+    /// @param what for the message when it does not in time
+    void waitFor(std::string what, std::function<bool()> condition, double seconds);
+
+    /// The application that gets keys and commands without an id: the one that was shown last, or
+    /// the one that started last; null without any.
+    const Integrator::RunningApplication* currentApplication() const;
+
+    /// The browser window's application id, as scripts carry it; null without one.
+    static void* applicationIdOf(const Integrator::RunningApplication& application);
+    /// @}
+
+private:
+    struct Wait {
+        std::string what;
+        std::function<bool()> condition;
+        Doorbell::Clock::time_point deadline;
+        size_t line;
+    };
+
+    void startLibrary();
+    void settle();
+    bool runNextLine();
+    bool runScriptLine();
+    bool runTypedLine();
+    bool isWaiting();
+    bool isDone();
+    void failScript(size_t line, const std::string& why);
+    std::optional<Doorbell::Clock::time_point> deadline() const;
+    bool hasTypedLine();
+
+    EventLog& log_;
+    Middleware& middleware_;
+    Doorbell& doorbell_;
+    ConsoleBrowser& browser_;
+    Integrator& integrator_;
+    void* window_ = nullptr;
+    std::string scriptName_;
+    std::vector<std::string> script_;
+    size_t nextLine_ = 0;
+    std::optional<Wait> wait_;
+    bool hasScript_ = false;
+    bool interactive_ = false;
+    bool quit_ = false;
+    int exitCode_ = exitSuccess;
+
+    std::mutex typedMutex_;
+    std::deque<std::string> typed_;
+    bool inputEnded_ = false;
+};
+
+}  // namespace receiver
+
+#endif
