@@ -2,18 +2,36 @@
 
 set(VESTA_EXPORTS "${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map")
 set(VESTA_REPLACEABLE "${CMAKE_CURRENT_SOURCE_DIR}/cmake/replaceable.list")
+# What the integrator can replace, and data that executables may copy into themselves, is never
+# bound inside the library.
+set(VESTA_EXPORT_OPTIONS
+  "LINKER:--version-script=${VESTA_EXPORTS}" "LINKER:--dynamic-list=${VESTA_REPLACEABLE}"
+  LINKER:--dynamic-list-data)
 
-add_library(vesta_hbbtv_appman SHARED)
-target_link_libraries(vesta_hbbtv_appman PRIVATE vesta_objects Threads::Threads)
+# The headers that an integration needs, besides the two of include/.
+set(VESTA_INSTALLED_HEADERS
+  foundation/configuration_manager.h
+  foundation/logging.h
+  foundation/ref_ptr.h
+  foundation/threadsafe_event_queue.h
+  foundation/utilities.h
+  integration/application_events.h
+  integration/key_set.h
+  security/application_domain.h
+  security/sha256.h)
+file(GLOB signalling_headers CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "signalling/*.h")
+list(APPEND VESTA_INSTALLED_HEADERS ${signalling_headers})
+
+# The browser's functions (ve_*) stay undefined: the browser brings them.
+add_library(vesta_hbbtv_appman SHARED $<TARGET_OBJECTS:vesta_objects>)
 set_target_properties(vesta_hbbtv_appman PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
   LINK_DEPENDS "${VESTA_EXPORTS};${VESTA_REPLACEABLE}")
-# The browser's functions (ve_*) stay undefined: the browser brings them.
-target_link_options(vesta_hbbtv_appman PRIVATE
-  "LINKER:--version-script=${VESTA_EXPORTS}" "LINKER:--dynamic-list=${VESTA_REPLACEABLE}")
+target_link_options(vesta_hbbtv_appman PRIVATE ${VESTA_EXPORT_OPTIONS})
+target_link_libraries(vesta_hbbtv_appman PRIVATE Threads::Threads)
 
-add_library(vesta_hbbtv_appman_static STATIC)
-target_link_libraries(vesta_hbbtv_appman_static PRIVATE vesta_objects)
+add_library(vesta_hbbtv_appman_static STATIC $<TARGET_OBJECTS:vesta_objects>)
+set_target_properties(vesta_hbbtv_appman_static PROPERTIES OUTPUT_NAME vesta_hbbtv_appman)
 target_link_libraries(vesta_hbbtv_appman_static INTERFACE Threads::Threads)
 
 foreach(library vesta_hbbtv_appman vesta_hbbtv_appman_static)
@@ -24,3 +42,32 @@ foreach(library vesta_hbbtv_appman vesta_hbbtv_appman_static)
   target_compile_features(${library} INTERFACE cxx_std_17)
   add_library(vesta_hbbtv_appman::${library} ALIAS ${library})
 endforeach()
+
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/vesta_hbbtv_appman")
+install(TARGETS vesta_hbbtv_appman vesta_hbbtv_appman_static EXPORT vesta_hbbtv_appman)
+install(FILES ${VESTA_PUBLIC_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman")
+foreach(header IN LISTS VESTA_INSTALLED_HEADERS)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman/${folder}")
+endforeach()
+
+install(EXPORT vesta_hbbtv_appman NAMESPACE vesta_hbbtv_appman::
+        FILE vesta_hbbtv_appmanTargets.cmake DESTINATION "${package_folder}")
+configure_package_config_file(cmake/vesta_hbbtv_appmanConfig.cmake.in
+  "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfig.cmake"
+  INSTALL_DESTINATION "${package_folder}"
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfig.cmake"
+  "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfigVersion.cmake"
+  DESTINATION "${package_folder}")
+
+# The pkg-config file finds its folders from where it lies, so that the installation can be moved.
+cmake_path(SET pkgconfig_folder NORMALIZE "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+cmake_path(RELATIVE_PATH pkgconfig_folder BASE_DIRECTORY "/prefix" OUTPUT_VARIABLE inside_prefix)
+string(REGEX REPLACE "[^/]+" ".." VESTA_PREFIX_FROM_PKGCONFIG "${inside_prefix}")
+configure_file(cmake/vesta_hbbtv_appman.pc.in vesta_hbbtv_appman.pc @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appman.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

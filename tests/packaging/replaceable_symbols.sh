@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Shows that the library looks up at load time what must not be bound inside it: every hook that
+# it calls, and the data that an executable may have copied into itself.
+#   replaceable_symbols.sh LIBRARY
+set -euo pipefail
+readonly library=$1
+readelf=${READELF:-readelf}
+failed=0
+
+looked_up() {
+    "$readelf" -rW "$library" | awk '{ for (i = 3; i <= NF; ++i) print $i }' | sed 's/@.*//' | sort -u
+}
+
+# A symbol is looked up if a relocation names it.
+expect_looked_up() {
+    if ! grep -qxF "$1" <<<"$relocated"; then
+        echo "bound inside the library: $1" >&2
+        failed=1
+    fi
+}
+
+relocated=$(looked_up)
+# Nothing in the library calls dsmcc_same_carousel.
+for hook in hbbtv_keyset_get_supported_values hbbtv_ait_{start,stop,invalidate,completed} \
+    dsmcc_{start,stop,get_file,get_mime_type,read,close_file,clear_cache} \
+    dsmcc_stream_event_{subscribe,unsubscribe,unsubscribe_all} dsmcc_xml_stream_event_subscribe; do
+    expect_looked_up "$hook"
+done
+for data in veif_application{Manager,Destroyed}Listener \
+    _ZN10VestaHbbTV{13WindowManager,7Logging,19NotificationManager,20ConfigurationManager}8instanceE \
+    _ZN10VestaHbbTV11Application7next_idE; do
+    expect_looked_up "$data"
+done
+exit "$failed"

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Installs the library, moves the installation, and lets the outside project find it there.
+#   try_outside_project.sh cmake|pkg-config
+# The build that is tested comes in through the environment: BUILD, WORK, CMAKE, CXX, LIBDIR,
+# INCLUDEDIR, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN and EMULATOR.
+set -euo pipefail
+readonly outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
+readonly skipped=77
+read -r -a flags <<<"${FLAGS:-}"
+read -r -a emulator <<<"${EMULATOR:-}"
+
+install_and_move() {
+    rm -rf "$WORK"
+    mkdir -p "$WORK/generated"
+    "$CMAKE" --install "$BUILD" --prefix "$WORK/first place" >/dev/null
+    mv "$WORK/first place" "$WORK/installed"
+}
+
+# Names every installed header, so that each has to be there with all that it includes.
+list_headers() {
+    local header
+    (cd "$WORK/installed/$INCLUDEDIR/vesta_hbbtv_appman" && find . -name '*.h' | LC_ALL=C sort) |
+        while read -r header; do
+            printf '#include <%s>\n' "${header#./}"
+        done >"$WORK/generated/installed_headers.h"
+    grep -q 'vesta_hbbtv_appman.h' "$WORK/generated/installed_headers.h"
+}
+
+find_with_cmake() {
+    "$CMAKE" -S "$outside" -B "$WORK/cmake" -DCMAKE_PREFIX_PATH="$WORK/installed" \
+        -DOUTSIDE_GENERATED="$WORK/generated" -DCMAKE_CXX_FLAGS="${FLAGS:-}" \
+        ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN"} \
+        ${TOOLCHAIN:--DCMAKE_CXX_COMPILER="$CXX"} \
+        -DCMAKE_FIND_ROOT_PATH="$WORK/installed"
+    "$CMAKE" --build "$WORK/cmake" --verbose
+    "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman"
+    "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman_static"
+}
+
+find_with_pkg_config() {
+    local library="$WORK/installed/$LIBDIR" compile link
+    export PKG_CONFIG_LIBDIR="$library/pkgconfig"
+    read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_appman)"
+    read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_appman)"
+    [[ $(pkg-config --modversion vesta_hbbtv_appman) == 1.* ]]
+    "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" -I"$WORK/generated" \
+        "${compile[@]}" "$outside"/*.cpp -o "$WORK/outside" "${link[@]}" -Wl,-rpath,"$library"
+    "${emulator[@]}" "$WORK/outside"
+
+    # Statically: the archive instead of the shared library, and what pkg-config says it needs.
+    read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"
+    "$CXX" -std=c++17 "${flags[@]}" -I"$WORK/generated" "${compile[@]}" "$outside"/*.cpp \
+        -o "$WORK/outside_static" "${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}"
+    "${emulator[@]}" "$WORK/outside_static"
+}
+
+main() {
+    if [[ $1 == pkg-config ]] && ! command -v pkg-config >/dev/null; then
+        echo "skipped: there is no pkg-config on this machine"
+        exit $skipped
+    fi
+    install_and_move
+    list_headers
+    case $1 in
+    cmake) find_with_cmake ;;
+    pkg-config) find_with_pkg_config ;;
+    esac
+}
+
+main "$@"
