@@ -1,5 +1,6 @@
 #include "foundation/utilities.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -7,6 +8,16 @@
 #include <limits>
 
 namespace VestaHbbTV {
+
+namespace {
+
+bool isHexadecimalDigit(char character)
+{
+    return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f') ||
+           (character >= 'A' && character <= 'F');
+}
+
+}  // namespace
 
 const char* getFormattedTime()
 {
@@ -34,7 +45,7 @@ void usec_increase(timeval& tv, int usec)
 
 bool isHexadecimalNumberString(std::string text)
 {
-    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    return !text.empty() && std::all_of(text.begin(), text.end(), isHexadecimalDigit);
 }
 
 bool endsWith(std::string text, std::string suffix)

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "security/application_domain.h"
-#include "tests/security/log_lines.h"
+#include "tests/support/captured_log.h"
 
 namespace VestaHbbTV {
 namespace {
@@ -231,17 +231,18 @@ TEST(ApplicationDomain, ExtendingTriesEveryEntryAndLogsIt)
 {
     ApplicationDomain other = domainOf({"dvb://1.2.3", "http://b.example", "dvb://1.2.4"});
     ApplicationDomain domain = domainOf({"http://a.example"});
-    const LogLines lines;
+    const vesta::test::CapturedLog lines;
     EXPECT_TRUE(domain.extendDomain(other));
     EXPECT_EQ(domain.getEntries(), Entries({"http://a.example", "dvb://1.2.3", "dvb://1.2.4"}));
     EXPECT_EQ(other.getEntries(), Entries({"dvb://1.2.3", "http://b.example", "dvb://1.2.4"}));
-    EXPECT_EQ(lines.get(), Entries({
-                               "1[       HBBTV] Trying to extend with domain: dvb://1.2.3\n",
-                               "1[       HBBTV]  - Extended with domain: dvb://1.2.3\n",
-                               "1[       HBBTV] Trying to extend with domain: http://b.example\n",
-                               "1[       HBBTV] Trying to extend with domain: dvb://1.2.4\n",
-                               "1[       HBBTV]  - Extended with domain: dvb://1.2.4\n",
-                           }));
+    EXPECT_EQ(lines.leveledLines(),
+              Entries({
+                  "DEBUG HBBTV: Trying to extend with domain: dvb://1.2.3",
+                  "DEBUG HBBTV:  - Extended with domain: dvb://1.2.3",
+                  "DEBUG HBBTV: Trying to extend with domain: http://b.example",
+                  "DEBUG HBBTV: Trying to extend with domain: dvb://1.2.4",
+                  "DEBUG HBBTV:  - Extended with domain: dvb://1.2.4",
+              }));
 }
 
 TEST(ApplicationDomain, ExtendingWithNothingThatIsAllowedAddsNothing)
@@ -262,19 +263,19 @@ TEST(ApplicationDomain, ExtendingLogsTheEntryThatIsTriedNotItsOrigin)
     ApplicationDomain other = domainOf({"https://a.example/?u=http://b/"});
     ASSERT_EQ(other.getEntries(), Entries({"https:/"}));
     ApplicationDomain domain;
-    const LogLines lines;
+    const vesta::test::CapturedLog lines;
     EXPECT_TRUE(domain.extendDomain(other));
-    EXPECT_EQ(lines.get(), Entries({"1[       HBBTV] Trying to extend with domain: https:/\n",
-                                    "1[       HBBTV]  - Extended with domain: https:/\n"}));
+    EXPECT_EQ(lines.leveledLines(), Entries({"DEBUG HBBTV: Trying to extend with domain: https:/",
+                                             "DEBUG HBBTV:  - Extended with domain: https:/"}));
 }
 
 TEST(ApplicationDomain, DoesNotExtendItself)
 {
     ApplicationDomain domain = domainOf({"dvb://1.2.3", "http://a.example"});
-    const LogLines lines;
+    const vesta::test::CapturedLog lines;
     EXPECT_FALSE(domain.extendDomain(domain));
     EXPECT_EQ(domain.getEntries(), Entries({"dvb://1.2.3", "http://a.example"}));
-    EXPECT_TRUE(lines.get().empty());
+    EXPECT_TRUE(lines.leveledLines().empty());
 }
 
 }  // namespace

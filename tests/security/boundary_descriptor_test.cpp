@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "security/application_domain.h"
-#include "tests/security/log_lines.h"
+#include "tests/support/captured_log.h"
 
 namespace VestaHbbTV {
 namespace {
@@ -234,14 +234,14 @@ TEST(BoundaryDescriptor, AddsToWhatIsThereAlready)
 TEST(BoundaryDescriptor, MoreThanOneExtensionIsWarnedOfAndReadAllTheSame)
 {
     const Entries warning = {
-        "3[ApplicationDomain] Boundary extension descriptor contains more than one extension. "
-        "We'll just read the first one.\n"};
+        "WARN ApplicationDomain: Boundary extension descriptor contains more than one extension. "
+        "We'll just read the first one."};
     const std::tuple<int, Entries> cases[] = {{0, {}}, {1, {}}, {2, warning}, {255, warning}};
     for (const auto& [count, expected] : cases) {
         const std::string bytes = Descriptor().add("dvb://1").add("dvb://2").count(count).bytes();
-        const LogLines lines;
+        const vesta::test::CapturedLog lines;
         EXPECT_EQ(parsedAlone(bytes).size(), static_cast<size_t>(count < 2 ? count : 2));
-        EXPECT_EQ(lines.get(), expected) << count;
+        EXPECT_EQ(lines.leveledLines(), expected) << count;
     }
 }
 
