@@ -81,7 +81,7 @@ BENCHMARK(parsePMT);
 void lookUpByComponentTag(benchmark::State& state)
 {
     Bytes section = makeSection(0);
-    const PMT table(section.data());
+    PMT table(section.data());
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(table.getElementaryStream(10));
 }

@@ -65,20 +65,20 @@ void ElementaryStream::addDescriptor(uint8_t tag, ByteReader payload)
     switch (tag) {
     case StreamIdentifierDescriptor::descriptorTag:
         if (!payload.empty())
-            streamIdentifier_ = std::make_unique<StreamIdentifierDescriptor>(payload.u8());
+            streamIdentifier_.emplace(payload.u8());
         break;
     case CarouselIdentifierDescriptor::descriptorTag:
         if (payload.remaining() >= carouselIdSize)
-            carouselIdentifier_ = std::make_unique<CarouselIdentifierDescriptor>(payload.u32());
+            carouselIdentifier_.emplace(payload.u32());
         break;
     case associationTagTag:
-        associationTag_ = std::make_unique<Descriptor>(tag);
+        associationTag_.emplace(tag);
         break;
     case deferredAssociationTagsTag:
-        deferredAssociationTags_ = std::make_unique<Descriptor>(tag);
+        deferredAssociationTags_.emplace(tag);
         break;
     case applicationSignallingTag:
-        applicationSignalling_ = std::make_unique<Descriptor>(tag);
+        applicationSignalling_.emplace(tag);
         break;
     default:
         break;
@@ -95,31 +95,30 @@ PMT::PMT(unsigned char* section)
     // Deliberate: an entry that begins before the CRC may end in it; only the section's end bounds
     // it.
     while (reader.remaining() > crcSize)
-        elementaryStreams_.push_back(std::make_unique<ElementaryStream>(reader));
+        elementaryStreams_.emplace_back(reader);
 }
 
-ElementaryStream* PMT::getElementaryStream(unsigned char componentTag) const
+ElementaryStream* PMT::getElementaryStream(unsigned char componentTag)
 {
-    for (const auto& stream : elementaryStreams_)
-        if (stream->hasComponentTag(componentTag))
-            return stream.get();
+    for (ElementaryStream& stream : elementaryStreams_)
+        if (stream.hasComponentTag(componentTag))
+            return &stream;
     return nullptr;
 }
 
-ElementaryStream* PMT::getElementaryStreamByStreamType(unsigned char streamType) const
+ElementaryStream* PMT::getElementaryStreamByStreamType(unsigned char streamType)
 {
-    for (const auto& stream : elementaryStreams_)
-        if (stream->getStreamType() == streamType)
-            return stream.get();
+    for (ElementaryStream& stream : elementaryStreams_)
+        if (stream.getStreamType() == streamType)
+            return &stream;
     return nullptr;
 }
 
-bool PMT::getElementaryStreams(unsigned char componentTag,
-                               std::vector<ElementaryStream*>& out) const
+bool PMT::getElementaryStreams(unsigned char componentTag, std::vector<ElementaryStream*>& out)
 {
-    for (const auto& stream : elementaryStreams_)
-        if (stream->hasComponentTag(componentTag))
-            out.push_back(stream.get());
+    for (ElementaryStream& stream : elementaryStreams_)
+        if (stream.hasComponentTag(componentTag))
+            out.push_back(&stream);
     return !out.empty();
 }
 

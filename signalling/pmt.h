@@ -3,7 +3,7 @@
 #define VESTA_SIGNALLING_PMT_H
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <vector>
 
 #include "signalling/byte_reader.h"
@@ -80,20 +80,20 @@ public:
 
     const StreamIdentifierDescriptor* getStreamIdentifierDescriptor() const
     {
-        return streamIdentifier_.get();
+        return pointerTo(streamIdentifier_);
     }
-    const Descriptor* getAssociationTagDescriptor() const { return associationTag_.get(); }
+    const Descriptor* getAssociationTagDescriptor() const { return pointerTo(associationTag_); }
     const Descriptor* getDeferredAssociationTagsDescriptor() const
     {
-        return deferredAssociationTags_.get();
+        return pointerTo(deferredAssociationTags_);
     }
     const CarouselIdentifierDescriptor* getCarouselIdentifierDescriptor() const
     {
-        return carouselIdentifier_.get();
+        return pointerTo(carouselIdentifier_);
     }
     const Descriptor* getApplicationSignallingDescriptor() const
     {
-        return applicationSignalling_.get();
+        return pointerTo(applicationSignalling_);
     }
 
     /// @return whether there is a stream identifier descriptor with this component tag
@@ -103,16 +103,22 @@ public:
     }
 
 private:
+    template <typename T>
+    static const T* pointerTo(const std::optional<T>& descriptor)
+    {
+        return descriptor ? &*descriptor : nullptr;
+    }
+
     void parse(ByteReader& reader);
     void addDescriptor(uint8_t tag, ByteReader payload);
 
     uint8_t streamType_ = 0;
     uint16_t elementaryPID_ = 0;
-    std::unique_ptr<StreamIdentifierDescriptor> streamIdentifier_;
-    std::unique_ptr<Descriptor> associationTag_;
-    std::unique_ptr<Descriptor> deferredAssociationTags_;
-    std::unique_ptr<CarouselIdentifierDescriptor> carouselIdentifier_;
-    std::unique_ptr<Descriptor> applicationSignalling_;
+    std::optional<StreamIdentifierDescriptor> streamIdentifier_;
+    std::optional<Descriptor> associationTag_;
+    std::optional<Descriptor> deferredAssociationTags_;
+    std::optional<CarouselIdentifierDescriptor> carouselIdentifier_;
+    std::optional<Descriptor> applicationSignalling_;
 };
 
 /// A parsed PMT section (ISO/IEC 13818-1, 2.4.4.8), offered to the integration's middleware. It
@@ -126,29 +132,22 @@ public:
     /// @param section from table_id on; borrowed for this call. Null gives a table without streams.
     explicit PMT(unsigned char* section);
 
-    PMT(const PMT&) = delete;
-    PMT& operator=(const PMT&) = delete;
-
     /// @return all streams in section order
-    const std::vector<std::unique_ptr<ElementaryStream>>& getElementaryStreams() const
-    {
-        return elementaryStreams_;
-    }
+    const std::vector<ElementaryStream>& getElementaryStreams() const { return elementaryStreams_; }
 
     /// @return the first stream, in section order, with this component tag; null if there is none
-    ElementaryStream* getElementaryStream(unsigned char componentTag) const;
+    ElementaryStream* getElementaryStream(unsigned char componentTag);
 
     /// @return the first stream, in section order, of this type; null if there is none
-    ElementaryStream* getElementaryStreamByStreamType(unsigned char streamType) const;
+    ElementaryStream* getElementaryStreamByStreamType(unsigned char streamType);
 
     /// Appends every stream with this component tag, in section order.
     /// @param out keeps what it holds
     /// @return whether `out` holds anything afterwards, be it from before
-    bool getElementaryStreams(unsigned char componentTag,
-                              std::vector<ElementaryStream*>& out) const;
+    bool getElementaryStreams(unsigned char componentTag, std::vector<ElementaryStream*>& out);
 
 private:
-    std::vector<std::unique_ptr<ElementaryStream>> elementaryStreams_;
+    std::vector<ElementaryStream> elementaryStreams_;
 };
 
 }  // namespace VestaHbbTV

@@ -62,8 +62,8 @@ inline StreamContent contentOf(const VestaHbbTV::ElementaryStream& stream)
 inline std::vector<StreamContent> contentOf(const VestaHbbTV::PMT& table)
 {
     std::vector<StreamContent> contents;
-    for (const auto& stream : table.getElementaryStreams())
-        contents.push_back(contentOf(*stream));
+    for (const VestaHbbTV::ElementaryStream& stream : table.getElementaryStreams())
+        contents.push_back(contentOf(stream));
     return contents;
 }
 
