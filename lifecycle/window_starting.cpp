@@ -154,6 +154,7 @@ Application* Window::makePending(const HbbTVURL& url, AITApplication* entry)
     Application* const application = new Application(this, url, entry);
     ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
     if (released_ || !queue || !isMember(application)) {
+        log(DEBUG, module, "createApplication(): Failed to create new application.");
         destroyApplication(application);
         return nullptr;
     }

@@ -340,7 +340,7 @@ int native_ApplicationCreateApplication(const char* url, int /*createChild*/, vo
                                         void** appId)
 {
     log(DEBUG, module, "native_ApplicationCreateApplication");
-    if (!appId)
+    if (!appId || !WindowManager::instance)
         return VEIF_RETURN_ERROR;
     Application* const parent = get_application_from_id(parentAppId);
     if (!parent) {
