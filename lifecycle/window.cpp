@@ -177,7 +177,18 @@ void Window::abandonStart(unsigned long id)
 
 void Window::destroyApplication(Application* application)
 {
-    CallScope::retire(application);
+    // One that has ended is retired already: a listener may have been faster.
+    if (isMember(application))
+        CallScope::retire(application);
+}
+
+/// An application that was started ends: its id leads nowhere, and the scripts' plugin hears of it.
+void Window::tellPlugin(Application* application)
+{
+    if (manager_)
+        manager_->unregisterApplication(application);
+    else
+        call_application_destroyed_listener(application);
 }
 
 void Window::leaveApplicationsBehind()
@@ -192,8 +203,9 @@ void Window::leaveApplicationsBehind()
             application->loseWindow();
             manager_->adoptOrphan(application);
         } else {
-            if (applicationExists(application))
-                call_application_destroyed_listener(application);
+            // One that another took the browser window from; a superseded one never had any.
+            if (application->getTavoWindow())
+                tellPlugin(application);
             destroyApplication(application);
         }
     }

@@ -224,6 +224,7 @@ private:
     bool notifyStop(Application* application, bool reactivateNow);
 
     void destroyApplication(Application* application);
+    void tellPlugin(Application* application);
     void leaveApplicationsBehind();
     bool isMember(const Application* application) const;
     bool isHttpAvailable() const;

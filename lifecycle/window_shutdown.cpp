@@ -7,7 +7,6 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/application_natives.h"
 #include "oipf/notification_manager.h"
 #include "oipf/notifications.h"
 
@@ -55,10 +54,7 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
     application->setEnding();  // what is called below may ask for the same end
     if (applicationExists(application->getParent()))
         shutdownApplication(application->getParent(), true, false, true);
-    if (manager_)
-        manager_->unregisterApplication(application);
-    else
-        call_application_destroyed_listener(application);
+    tellPlugin(application);
     unregisterApplication(application);
     if (application == runningApplication_)
         setRunningApplication(nullptr);

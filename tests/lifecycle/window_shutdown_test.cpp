@@ -1,0 +1,324 @@
+// How an application of a window ends, and how a window does.
+
+#include "foundation/configuration_manager.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/application_events.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "oipf/notification_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+const char* const starting = "LOG Window: Starting application from AITApplication.";
+const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
+const char* const delayed = "LOG Window: Delayed destroy of application";
+const char* const terminating = "DEBUG Window: terminateRunningApplication";
+const char* const reactivating = "LOG Window: Reactivating AIT...";
+const char* const stopOfIndex = "STOP 1.2 related reactivate=0 http://a.example/index.html";
+
+class WindowShutdown : public LibraryTest {
+protected:
+    WindowShutdown()
+    {
+        native_ApplicationManagerSetAppDestroyedListener([](void* appId) {
+            Journal::instance().write("destroyed ", reinterpret_cast<uintptr_t>(appId));
+        });
+    }
+
+    void startByURL(const std::string& url)
+    {
+        window()->startBroadcastIndependentApplication(HbbTVURL(url));
+        tickAll();
+        forget();
+    }
+
+    void startChild(const std::string& url)
+    {
+        void* id = nullptr;
+        native_ApplicationCreateApplication(url.c_str(), 1, idOf(running()), &id);
+        tickAll();
+        forget();
+    }
+
+    bool shutdownNow(Application* application, bool reactivate = false, bool notify = true)
+    {
+        return window()->shutdownApplication(application, true, reactivate, notify);
+    }
+
+    void forget()
+    {
+        log().clear();
+        forgetJournal();
+    }
+};
+
+TEST_F(WindowShutdown, NoOrAForeignApplicationIsRefusedSilently)
+{
+    Application foreign(window(), HbbTVURL("http://a.example/"), nullptr);
+    EXPECT_FALSE(shutdownNow(nullptr));
+    EXPECT_FALSE(shutdownNow(&foreign));
+    EXPECT_FALSE(window()->shutdownApplication(&foreign, false, true, true));
+    EXPECT_EQ(takeLog(), Lines({shutting, shutting, shutting}));
+    EXPECT_EQ(journal(), Lines());
+    EXPECT_EQ(tickAll(), 0);
+}
+
+TEST_F(WindowShutdown, ThePendingApplicationIsRefusedToo)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    EXPECT_FALSE(shutdownNow(window()->getPendingApplication()));
+    EXPECT_NE(window()->getPendingApplication(), nullptr);
+}
+
+TEST_F(WindowShutdown, AtOnceItIsUnregisteredToldAndReleasedInThisOrder)
+{
+    startApplication(httpApplication(1, 2));
+    const unsigned long id = running()->getID();
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+        EXPECT_EQ(manager()->getApplication(id), nullptr);
+        EXPECT_EQ(running(), nullptr);
+        EXPECT_EQ(window()->getState(), Window::IDLE);
+        EXPECT_EQ(window()->getApplication(browser().window(1)), nullptr);
+        EXPECT_TRUE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+    };
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(takeLog(), Lines({shutting}));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+    EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+    EXPECT_EQ(window()->getApplications().size(), 0u);
+}
+
+TEST_F(WindowShutdown, ItIsNotToldWhenNobodyIsToBeNotified)
+{
+    startApplication(httpApplication(1, 2));
+    EXPECT_TRUE(shutdownNow(running(), true, false));
+    EXPECT_EQ(takeLog(), Lines({shutting, reactivating, starting}));
+}
+
+TEST_F(WindowShutdown, LaterNothingChangesUntilTheQueuedStopRuns)
+{
+    startApplication(httpApplication(1, 2));
+    EXPECT_TRUE(window()->shutdownApplication(running(), false, false, true));
+    EXPECT_EQ(takeLog(), Lines({shutting, delayed}));
+    EXPECT_EQ(journal(), Lines());
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(takeLog(), Lines({shutting}));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, TheQueuedStopKeepsItsFlags)
+{
+    startApplication(httpApplication(1, 2));
+    window()->shutdownApplication(running(), false, true, false);
+    tickAll();
+    EXPECT_EQ(journal().front(), "destroyed 1");
+    EXPECT_EQ(log().count(reactivating), 1);
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+}
+
+TEST_F(WindowShutdown, TwoQueuedStopsOfOneApplicationEndItOnce)
+{
+    startApplication(httpApplication(1, 2));
+    window()->shutdownApplication(running(), false, false, true);
+    window()->shutdownApplication(running(), false, false, true);
+    EXPECT_EQ(tickAll(), 2);
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, WithoutAQueueItCannotBeQueued)
+{
+    startApplication(httpApplication(1, 2));
+    delete ConfigurationManager::getInstance();
+    EXPECT_FALSE(window()->shutdownApplication(running(), false, false, true));
+    EXPECT_EQ(ConfigurationManager::instance, nullptr);
+    ConfigurationManager::getInstance();
+    EXPECT_FALSE(window()->shutdownApplication(running(), false, false, true));
+    EXPECT_NE(running(), nullptr);
+}
+
+TEST_F(WindowShutdown, WithoutListenersRegistryItEndsUntold)
+{
+    startApplication(httpApplication(1, 2));
+    NotificationManager::getInstance()->shutdown();
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(journal(), Lines({"destroyed 1"}));
+    listener().windowsInUse.clear();  // nobody was there to be told
+}
+
+TEST_F(WindowShutdown, AParentEndsBeforeItsChild)
+{
+    startByURL("http://a.example/parent");
+    startChild("child");
+    EXPECT_TRUE(shutdownNow(running(), false, false));
+    EXPECT_EQ(takeLog(), Lines({shutting, shutting}));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "RELEASE w1", "destroyed 2", "RELEASE w2"}));
+}
+
+TEST_F(WindowShutdown, AParentThatEndsAloneIsForgottenByItsChild)
+{
+    startByURL("http://a.example/parent");
+    Application* const parent = running();
+    startChild("child");
+    EXPECT_TRUE(shutdownNow(parent));
+    EXPECT_EQ(running()->getParent(), nullptr);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+}
+
+TEST_F(WindowShutdown, TheServicesApplicationComesBackAfterAnXMLOnesEnd)
+{
+    sendAIT(AITSection().add(httpApplication(1, 2)));
+    sendXMLAIT({httpApplication(3, 4, "xml")});
+    tickAll();
+    ASSERT_EQ(runningURL(), "http://a.example/xml");
+    running()->setBroadcastRelated(true);
+    forget();
+    EXPECT_TRUE(shutdownNow(running(), true));
+    EXPECT_EQ(takeLog(), Lines({shutting, reactivating, starting}));
+    EXPECT_FALSE(window()->getAIT()->isXMLBased());
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+}
+
+TEST_F(WindowShutdown, NothingIsReactivatedForAnIndependentApplication)
+{
+    startApplication(httpApplication(1, 2));
+    running()->setBroadcastRelated(false);
+    forget();
+    EXPECT_TRUE(shutdownNow(running(), true));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", "STOP 1.2 independent reactivate=0 http://a.example/index.html",
+                     "RELEASE w1"}));
+    EXPECT_EQ(takeLog(), Lines({shutting}));
+}
+
+TEST_F(WindowShutdown, NothingIsReactivatedWhileAnotherIsPending)
+{
+    startApplication(httpApplication(1, 2));
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
+    forget();
+    EXPECT_TRUE(shutdownNow(running(), true));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, NothingIsReactivatedWhileAnotherRuns)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const parent = running();
+    startChild("http://a.example/child");
+    EXPECT_TRUE(shutdownNow(parent, true));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, AListenersVetoKeepsTheWindowEmpty)
+{
+    startApplication(httpApplication(1, 2));
+    listener().reactivateAIT = 0;
+    EXPECT_TRUE(shutdownNow(running(), true));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", "STOP 1.2 related reactivate=1 http://a.example/index.html",
+                     "RELEASE w1"}));
+    EXPECT_EQ(takeLog(), Lines({shutting}));
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+}
+
+TEST_F(WindowShutdown, AListenerMayAskForReactivationItself)
+{
+    for (const int value : {1, -1, 2}) {
+        startApplication(httpApplication(1, 2));
+        listener().reactivateAIT = value;
+        EXPECT_TRUE(shutdownNow(running(), false));
+        EXPECT_EQ(takeLog(), Lines({shutting, reactivating, starting}));
+        tickAll();
+        listener().reactivateAIT = 0;
+        shutdownNow(running());
+        window()->setAIT(ref_ptr<AIT>());
+    }
+}
+
+TEST_F(WindowShutdown, ReactivationComesAfterTheBrowserWindowWasReleased)
+{
+    startApplication(httpApplication(1, 2));
+    shutdownNow(running(), true);
+    EXPECT_EQ(journal(), Lines({
+                             "destroyed 1",
+                             "STOP 1.2 related reactivate=1 http://a.example/index.html",
+                             "RELEASE w1",
+                             "START 1.2 related autostart http://a.example/index.html",
+                             "CHANGE 0.0 related trusted=1 http://a.example/index.html",
+                         }));
+}
+
+TEST_F(WindowShutdown, TerminatingHandsItsArgumentOnAsTheOneForAtOnce)
+{
+    startApplication(httpApplication(1, 2));
+    window()->terminateRunningApplication(false);
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting, delayed}));
+    window()->terminateRunningApplication(true);
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting}));  // nothing is reactivated
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+    EXPECT_EQ(tickAll(), 1);  // the queued stop finds nothing
+    EXPECT_EQ(takeLog(), Lines({shutting}));
+    window()->terminateRunningApplication(true);
+    EXPECT_EQ(takeLog(), Lines({terminating}));
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(WindowShutdown, TerminatingWorksInTeardownToo)
+{
+    startApplication(httpApplication(1, 2));
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    window()->terminateRunningApplication(true);
+    EXPECT_EQ(window()->getState(), Window::IDLE);
+    tickAll();
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+}
+
+TEST_F(WindowShutdown, AWindowsEndStopsTheRunningAndFreesThePendingApplication)
+{
+    startApplication(httpApplication(1, 2));
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
+    forget();
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting}));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, AWindowsEndReactivatesNothingWhateverAListenerSays)
+{
+    startApplication(httpApplication(1, 2));
+    listener().reactivateAIT = 1;
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+    EXPECT_EQ(tickAll(), 0);
+}
+
+TEST_F(WindowShutdown, AWindowsEndReleasesItsTables)
+{
+    class CountedTable : public AIT {
+    public:
+        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
+        ~CountedTable() override { --alive_; }
+
+    private:
+        int& alive_;
+    };
+    int alive = 0;
+    window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
+    window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
+    window()->setAssemblyAIT(new CountedTable(alive));
+    EXPECT_EQ(alive, 3);
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(alive, 0);
+}
+
+}  // namespace
