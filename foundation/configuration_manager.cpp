@@ -11,10 +11,9 @@ namespace VestaHbbTV {
 
 ConfigurationManager* ConfigurationManager::instance = nullptr;
 
-ConfigurationManager* ConfigurationManager::getInstance()
+ConfigurationManager* ConfigurationManager::create()
 {
-    if (!instance)
-        instance = new ConfigurationManager;
+    instance = new ConfigurationManager;
     return instance;
 }
 
@@ -28,8 +27,8 @@ ConfigurationManager::ConfigurationManager() = default;
 ConfigurationManager::~ConfigurationManager()
 {
     ocDownloadManager_.reset();
-    // An event's destructor may look for the queue: by then there is none.
-    const std::unique_ptr<ThreadsafeEventQueue> queue = std::move(eventQueue_);
+    // The destructors of its events find this instance, and no queue in it any longer.
+    eventQueue_.reset();
     if (instance == this)
         instance = nullptr;
 }

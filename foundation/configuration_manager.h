@@ -17,7 +17,7 @@ class ThreadsafeEventQueue;
 class ConfigurationManager {
 public:
     /// The one instance, created without a queue on first use (without a lock).
-    static ConfigurationManager* getInstance();
+    static ConfigurationManager* getInstance() { return instance ? instance : create(); }
 
     /// The queue of the existing instance; null before init and after shutdown. Creates nothing.
     static ThreadsafeEventQueue* getCurrentQueue();
@@ -54,6 +54,8 @@ public:
     static ConfigurationManager* instance;
 
 private:
+    static ConfigurationManager* create();
+
     ConfigurationManager();
 
     TAVO_Vesta* browser_ = nullptr;

@@ -1,0 +1,117 @@
+// The process-wide configuration: its defaults, what init makes and what its end frees.
+
+#include "vesta_hbbtv_appman.h"
+
+#include "foundation/configuration_manager.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/oc_download_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+class Configuration : public ::testing::Test {
+protected:
+    Configuration() { FakePlatform::instance().reset(); }
+    ~Configuration() override { delete ConfigurationManager::getInstance(); }
+
+    static ConfigurationManager* manager() { return ConfigurationManager::getInstance(); }
+};
+
+TEST_F(Configuration, IsOneInstanceWithDefaults)
+{
+    EXPECT_EQ(ConfigurationManager::instance, nullptr);
+    EXPECT_EQ(ConfigurationManager::getCurrentQueue(), nullptr);
+    EXPECT_EQ(ConfigurationManager::instance, nullptr) << "asking for the queue creates nothing";
+    ConfigurationManager* const created = manager();
+    EXPECT_EQ(manager(), created);
+    EXPECT_EQ(ConfigurationManager::instance, created);
+
+    EXPECT_EQ(created->getBrowser(), nullptr);
+    EXPECT_EQ(created->getEventQueue(), nullptr);
+    EXPECT_EQ(created->getOCDownloadManager(), nullptr);
+    EXPECT_EQ(created->getHbbTVVersionMajor(), 1);
+    EXPECT_EQ(created->getHbbTVVersionMinor(), 2);
+    EXPECT_EQ(created->getHbbTVVersionMicro(), 1);
+    EXPECT_EQ(created->getSupportedProfiles(), 0);
+    EXPECT_EQ(created->getSupportedKeySetValues(), 0);
+}
+
+TEST_F(Configuration, InitStoresTheBrowserMakesTheQueuesAndAsksForTheKeySets)
+{
+    FakePlatform::instance().supportedKeySets = 0x155;
+    TAVO_Vesta* const browser = FakeBrowser::instance().handle();
+    manager()->init(browser);
+    EXPECT_EQ(manager()->getBrowser(), browser);
+    EXPECT_NE(manager()->getOCDownloadManager(), nullptr);
+    ASSERT_NE(manager()->getEventQueue(), nullptr);
+    EXPECT_EQ(manager()->getEventQueue(), ConfigurationManager::getCurrentQueue());
+    EXPECT_FALSE(manager()->getEventQueue()->executeFirst());
+    EXPECT_EQ(manager()->getSupportedKeySetValues(), 0x155);
+    EXPECT_EQ(manager()->getHbbTVVersionMinor(), 2);
+}
+
+TEST_F(Configuration, ANullBrowserIsStoredAsGiven)
+{
+    manager()->init(FakeBrowser::instance().handle());
+    manager()->init(nullptr);
+    EXPECT_EQ(manager()->getBrowser(), nullptr);
+}
+
+TEST_F(Configuration, KeepsTheTerminalsCapabilities)
+{
+    manager()->setHbbTVVersion(1, 1, 1);
+    manager()->setSupportedProfiles(0xFFFF);
+    EXPECT_EQ(manager()->getHbbTVVersionMinor(), 1);
+    EXPECT_EQ(manager()->getSupportedProfiles(), 0xFFFF);
+    FakePlatform::instance().supportedKeySets = -1;
+    manager()->init(nullptr);
+    EXPECT_EQ(manager()->getSupportedKeySetValues(), -1);
+    EXPECT_EQ(manager()->getHbbTVVersionMinor(), 1) << "init touches nothing else";
+    EXPECT_EQ(manager()->getSupportedProfiles(), 0xFFFF);
+}
+
+/// Tells what it finds when it is deleted.
+class Witness : public ThreadsafeEventQueue::Event {
+public:
+    explicit Witness(std::function<void()> atEnd) : atEnd_(std::move(atEnd)) {}
+    ~Witness() override { atEnd_(); }
+    void execute() override {}
+
+private:
+    std::function<void()> atEnd_;
+};
+
+TEST_F(Configuration, TheEndDeletesTheDownloadsBeforeTheQueuedEvents)
+{
+    manager()->init(nullptr);
+    bool isDeleted = false;
+    manager()->getEventQueue()->add(new Witness([&isDeleted] {
+        isDeleted = true;
+        EXPECT_EQ(manager()->getOCDownloadManager(), nullptr);
+        EXPECT_EQ(ConfigurationManager::getCurrentQueue(), nullptr);
+    }));
+    delete manager();
+    EXPECT_TRUE(isDeleted);
+    EXPECT_EQ(ConfigurationManager::instance, nullptr);
+    EXPECT_EQ(manager()->getEventQueue(), nullptr) << "a later one is not initialised";
+}
+
+TEST_F(Configuration, ASecondInitDeletesTheFormerQueueWhenTheNewOneIsThere)
+{
+    manager()->init(nullptr);
+    ThreadsafeEventQueue* const former = manager()->getEventQueue();
+    bool isDeleted = false;
+    former->add(new Witness([&isDeleted, former] {
+        isDeleted = true;
+        EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
+        EXPECT_NE(ConfigurationManager::getCurrentQueue(), former);
+    }));
+    manager()->init(nullptr);
+    EXPECT_TRUE(isDeleted);
+    EXPECT_FALSE(manager()->getEventQueue()->executeFirst());
+}
+
+}  // namespace
