@@ -1,35 +1,34 @@
 #include "foundation/logging.h"
 
-#include <ctime>
-#include <iomanip>
+#include <algorithm>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
 namespace VestaHbbTV {
 
 namespace {
 
-/// "%x %X" of the current second; formatted once a second and thread.
-const char* dateAndTime()
-{
-    struct Formatted {
-        std::time_t second = -1;
-        char text[32] = "";
-    };
-    thread_local Formatted formatted;
+/// A line longer than this is not kept for the next entry, so that its memory is not either.
+const std::streamoff keptLineLength = 1024;
 
-    const std::time_t now = std::time(nullptr);
-    if (now != formatted.second) {
-        std::tm local = {};
-        localtime_r(&now, &local);
-        if (std::strftime(formatted.text, sizeof(formatted.text), "%x %X", &local) == 0)
-            formatted.text[0] = '\0';
-        formatted.second = now;
-    }
-    return formatted.text;
+/// Makes a used stream like a new one.
+void renew(std::ostringstream& text)
+{
+    text.exceptions(std::ios::goodbit);
+    static_cast<std::ios&>(text).rdbuf(text.rdbuf());  // also forgets errors
+    text.str(std::string());
+    text.tie(nullptr);
+    text.flags(std::ios::skipws | std::ios::dec);
+    text.precision(6);
+    text.width(0);
+    text.fill(' ');
+    const std::locale global;
+    if (text.getloc() != global)
+        text.imbue(global);
 }
 
-const char* levelTag(LogLevel level)
+std::string_view levelTag(LogLevel level)
 {
     switch (level) {
     case DEBUG:
@@ -42,6 +41,12 @@ const char* levelTag(LogLevel level)
         return "   ERR ";
     }
     return "";
+}
+
+void writeLine(std::ostream& sink, LogEntry& entry)
+{
+    const std::string line = entry.stream().str();
+    sink.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }
 
 /// Holds a mutex, if it could be initialised at all.
@@ -66,18 +71,66 @@ private:
 
 }  // namespace
 
-LogEntry::LogEntry(LogLevel level, std::string module) : level_(level), module_(std::move(module))
+std::atomic<LogEntry::Line*> LogEntry::spareLine{nullptr};
+
+LogEntry::LogEntry(LogLevel level, std::string module)
+    : level_(level), module_(std::move(module)), line_(takeLine())
 {
-    text_ << dateAndTime() << levelTag(level_);
-    if (module_.empty())
-        text_ << "[NO MODULE | ";  // Deliberate: this form has no closing bracket.
-    else
-        text_ << '[' << std::setw(12) << module_ << "] ";
+    writePrefix();
 }
 
 LogEntry::~LogEntry()
 {
     output();
+    giveBack(std::move(line_));
+}
+
+std::unique_ptr<LogEntry::Line> LogEntry::takeLine()
+{
+    std::unique_ptr<Line> line(spareLine.exchange(nullptr));
+    if (!line)
+        return std::make_unique<Line>();
+    renew(line->text);
+    return line;
+}
+
+void LogEntry::giveBack(std::unique_ptr<Line> line)
+{
+    const std::streamoff length = line->text.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::out);
+    if (length <= keptLineLength)
+        delete spareLine.exchange(line.release());
+}
+
+/// "%x %X" of the current second, formatted once a second.
+std::string_view LogEntry::Line::dateAndTime()
+{
+    const std::time_t now = std::time(nullptr);
+    if (now != second) {
+        std::tm local = {};
+        localtime_r(&now, &local);
+        dateLength = std::strftime(date, sizeof(date), "%x %X", &local);
+        second = now;
+    }
+    return {date, dateLength};
+}
+
+void LogEntry::writePrefix()
+{
+    // Straight into the buffer: nothing here needs what the stream's formatting does for a caller.
+    const auto write = [&text = *stream().rdbuf()](std::string_view piece) {
+        text.sputn(piece.data(), static_cast<std::streamsize>(piece.size()));
+    };
+    write(line_->dateAndTime());
+    write(levelTag(level_));
+    write("[");
+    if (module_.empty()) {
+        write("NO MODULE | ");  // Deliberate: this form has no closing bracket.
+        return;
+    }
+    const std::string_view blanks = "            ";
+    write(blanks.substr(std::min(module_.size(), blanks.size())));
+    write(module_);
+    write("] ");
 }
 
 void LogEntry::output()
@@ -85,7 +138,7 @@ void LogEntry::output()
     if (isOutput_)
         return;
     isOutput_ = true;
-    text_ << '\n' << std::flush;
+    stream() << std::endl;
     Logging::getInstance()->output(*this);
 }
 
@@ -102,7 +155,7 @@ LoggingOutputStdout::LoggingOutputStdout(LogLevel minimumLevel) : LoggingOutput(
 void LoggingOutputStdout::output(LogEntry& entry)
 {
     if (accepts(entry))
-        std::cout << entry.stream().str() << std::flush;
+        writeLine(std::cout, entry);
 }
 
 LoggingOutputFile::LoggingOutputFile(LogLevel minimumLevel) : LoggingOutput(minimumLevel)
@@ -120,7 +173,7 @@ bool LoggingOutputFile::openFile(const char* path)
 void LoggingOutputFile::output(LogEntry& entry)
 {
     if (file_ && accepts(entry))
-        *file_ << entry.stream().str() << std::flush;
+        writeLine(*file_, entry);
 }
 
 Logging* Logging::instance = nullptr;
@@ -149,6 +202,7 @@ Logging::~Logging()
             delete output;
         outputs_.clear();
     }
+    delete LogEntry::spareLine.exchange(nullptr);
     if (hasMutex_)
         pthread_mutex_destroy(&mutex_);
     if (instance == this)

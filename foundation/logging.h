@@ -4,11 +4,14 @@
 #define VESTA_FOUNDATION_LOGGING_H
 
 #include <atomic>
+#include <cstddef>
+#include <ctime>
 #include <fstream>
 #include <memory>
 #include <pthread.h>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VestaHbbTV {
@@ -29,13 +32,14 @@ public:
     LogEntry& operator=(const LogEntry&) = delete;
     ~LogEntry();
 
-    /// The line so far: prefix and text.
-    std::ostringstream& stream() { return text_; }
+    /// The line so far: prefix and text. Its formatting is that of a new stream; the numbered slots
+    /// of ios_base (iword, pword) are not to be used.
+    std::ostringstream& stream() { return line_->text; }
 
     template <typename Value>
     LogEntry& operator<<(const Value& value)
     {
-        text_ << value;
+        stream() << value;
         return *this;
     }
 
@@ -46,9 +50,29 @@ public:
     const std::string& getModule() const { return module_; }
 
 private:
+    friend class Logging;
+
+    /// What a line is built in. Making a stream is most of a line's cost, so lines serve again.
+    struct Line {
+        std::ostringstream text;
+        std::time_t second = -1;  ///< that `date` stands for
+        size_t dateLength = 0;
+        char date[32] = "";
+
+        std::string_view dateAndTime();
+    };
+
+    static std::unique_ptr<Line> takeLine();
+    static void giveBack(std::unique_ptr<Line> line);
+    void writePrefix();
+
+    /// The line that waits for the next entry; null while an entry has it. Entries that live at
+    /// the same time make lines of their own.
+    static std::atomic<Line*> spareLine;
+
     LogLevel level_;
     std::string module_;
-    std::ostringstream text_;
+    std::unique_ptr<Line> line_;
     bool isOutput_ = false;
 };
 
@@ -126,7 +150,7 @@ private:
 
 /// Writes one line of the library's own, made of the parts in their order.
 template <typename... Parts>
-void log(LogLevel level, const char* module, const Parts&... parts)
+inline void log(LogLevel level, const char* module, const Parts&... parts)
 {
     if (!Logging::hasOutputs())
         return;
