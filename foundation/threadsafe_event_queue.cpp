@@ -1,6 +1,7 @@
 #include "foundation/threadsafe_event_queue.h"
 
 #include <memory>
+#include <utility>
 
 namespace VestaHbbTV {
 
@@ -17,16 +18,19 @@ void ThreadsafeEventQueue::add(Event* event)
     if (!event)
         return;
     const std::lock_guard<std::mutex> lock(mutex_);
-    events_.push_back(event);
+    *end_ = event;
+    end_ = &event->next_;
 }
 
 ThreadsafeEventQueue::Event* ThreadsafeEventQueue::getFirst()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (events_.empty())
+    Event* const first = first_;
+    if (!first)
         return nullptr;
-    Event* const first = events_.front();
-    events_.pop_front();
+    first_ = std::exchange(first->next_, nullptr);
+    if (!first_)
+        end_ = &first_;
     return first;
 }
 
@@ -41,19 +45,23 @@ bool ThreadsafeEventQueue::executeFirst()
 
 void ThreadsafeEventQueue::clear()
 {
-    std::deque<Event*> discarded;
+    Event* discarded = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        discarded.swap(events_);
+        discarded = std::exchange(first_, nullptr);
+        end_ = &first_;
     }
-    for (Event* event : discarded)
-        delete event;
+    while (discarded) {
+        Event* const next = discarded->next_;
+        delete discarded;
+        discarded = next;
+    }
 }
 
 bool ThreadsafeEventQueue::isEmpty()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return events_.empty();
+    return !first_;
 }
 
 }  // namespace VestaHbbTV

@@ -2,7 +2,6 @@
 #ifndef VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
 #define VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
 
-#include <deque>
 #include <mutex>
 
 namespace VestaHbbTV {
@@ -22,6 +21,11 @@ public:
         /// Runs with the queue's mutex released: it may queue further events, which run on later
         /// ticks, and it may even end the library.
         virtual void execute() = 0;
+
+    private:
+        friend class ThreadsafeEventQueue;
+
+        Event* next_ = nullptr;  ///< behind this one in its queue
     };
 
     ThreadsafeEventQueue() = default;
@@ -46,7 +50,9 @@ public:
 private:
     bool isEmpty();
 
-    std::deque<Event*> events_;
+    // Linked through the events: adding allocates nothing.
+    Event* first_ = nullptr;
+    Event** end_ = &first_;  ///< where the next event is linked in
     std::mutex mutex_;
 };
 
