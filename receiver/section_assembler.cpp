@@ -80,8 +80,8 @@ bool SectionAssembler::push(const unsigned char* packet, size_t payloadOffset)
     if (unitStart && payloadOffset + 1 + packet[payloadOffset] >= PacketFramer::packetSize)
         return false;
 
-    std::array<unsigned char, PacketFramer::packetSize>
-        copy;  // the library asks for writable bytes
+    // The library asks for writable bytes.
+    std::array<unsigned char, PacketFramer::packetSize> copy{};
     std::memcpy(copy.data(), packet, copy.size());
     dvbpsi_packet_push(handle_.get(), copy.data());
     return true;

@@ -27,7 +27,7 @@ public:
     ByteWriter& add(const std::string& text) { return add(Bytes(text.begin(), text.end())); }
     ByteWriter& fill(size_t count, unsigned value)
     {
-        bytes_.insert(bytes_.end(), count, static_cast<unsigned char>(value));
+        bytes_.resize(bytes_.size() + count, static_cast<unsigned char>(value));
         return *this;
     }
     /// Length fields in front of the bytes that they count.
