@@ -106,23 +106,23 @@ void HideApplicationEvent::execute()
 }
 
 TAVOAITEvent::TAVOAITEvent(Window* window, const ref_ptr<AIT>& table)
-    : window_(window), table_(table)
+    : target_(window, nullptr), table_(table)
 {
 }
 
 void TAVOAITEvent::execute()
 {
-    const WindowManager* const manager = WindowManager::instance;
-    if (!manager || !manager->handledWindow(window_))
+    Window* const window = target_.findWindow();
+    if (!window)
         return;
-    const Window::Hold hold(window_);
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(window_, table_.get()));
+    const Window::Hold hold(window);
+    NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
     if (table_)
         table_->printAIT();
-    if (window_->isReleased())
+    if (window->isReleased())
         return;
-    window_->setAIT(table_);
-    window_->activateAIT();
+    window->setAIT(table_);
+    window->activateAIT();
 }
 
 }  // namespace VestaHbbTV

@@ -89,13 +89,14 @@ private:
 /// Puts a table in force that the integration built itself, from an XML AIT for example.
 class TAVOAITEvent : public ThreadsafeEventQueue::Event {
 public:
-    /// @param window one that the window manager does not hold by then is left alone
+    /// @param window left alone when the window manager does not hold it by then; a window that was
+    ///        created later at its address is another one
     /// @param table the event holds a reference; null is announced as such
     TAVOAITEvent(Window* window, const ref_ptr<AIT>& table);
     void execute() override;
 
 private:
-    Window* window_;
+    ApplicationTarget target_;
     ref_ptr<AIT> table_;
 };
 
