@@ -15,7 +15,10 @@ public:
     ByteReader() = default;
 
     /// @param data borrowed while the reader and the readers taken from it live; null only with 0
-    ByteReader(const unsigned char* data, size_t count) : data_(data), remaining_(count) {}
+    ByteReader(const unsigned char* data, size_t count)
+        : data_(data), remaining_(static_cast<uint32_t>(count))
+    {
+    }
 
     uint8_t u8()
     {
@@ -102,11 +105,12 @@ private:
     void advance(size_t count)
     {
         data_ += count;
-        remaining_ -= count;
+        remaining_ -= static_cast<uint32_t>(count);
     }
 
     const unsigned char* data_ = nullptr;
-    size_t remaining_ = 0;
+    /// Not a size_t, so that a reader fits into two registers and is passed without the stack.
+    uint32_t remaining_ = 0;
     bool ok_ = true;
 };
 
