@@ -13,6 +13,9 @@ namespace {
 constexpr uint8_t applicationInformationTableId = 0x74;
 constexpr uint8_t transportProtocolTag = 0x02;
 
+/// Entries that can be started have more bytes.
+constexpr size_t shortEntrySize = 64;
+
 /// Bytes of table_id and section_length.
 constexpr size_t sectionHeaderSize = 3;
 
@@ -109,12 +112,13 @@ bool AIT::parseCommonDescriptorsLoop(ByteReader loop)
 bool AIT::parseApplications(ByteReader section, size_t loopLength)
 {
     const size_t behindLoop = section.remaining() - loopLength;
+    applications_.reserve(applications_.size() + loopLength / shortEntrySize);
     // Deliberate: an entry is bounded by the section. One that begins in the loop may leave it.
     while (section.remaining() > behindLoop) {
         auto application = std::make_unique<AITApplication>(this);
         if (!application->parse(section))
             return false;
-        insertAITApplication(application.release());
+        insert(std::move(application));
     }
     return true;
 }
@@ -123,16 +127,20 @@ void AIT::insertAITApplication(AITApplication* application)
 {
     if (!application || isHandledAITApplication(application))
         return;
-    std::unique_ptr<AITApplication> owned(application);
     // The table that it was made for may die before this one.
-    if (owned->parent_)
-        owned->parent_ = this;
-    const unsigned char priority = owned->getApplicationPriority();
+    if (application->parent_)
+        application->parent_ = this;
+    insert(std::unique_ptr<AITApplication>(application));
+}
+
+void AIT::insert(std::unique_ptr<AITApplication> application)
+{
+    const unsigned char priority = application->getApplicationPriority();
     const auto place =
         std::find_if(applications_.begin(), applications_.end(), [priority](const auto& other) {
             return other->getApplicationPriority() < priority;
         });
-    applications_.insert(place, std::move(owned));
+    applications_.insert(place, std::move(application));
 }
 
 AITApplication* AIT::getAITApplication(unsigned int index) const

@@ -32,16 +32,15 @@ enum DescriptorTag : uint8_t {
 
 using Transports = AITApplication::Transports;
 
+bool hasLabel(uint8_t label, const ref_ptr<AITApplicationTransport>& transport)
+{
+    return transport->getLabel() == label;
+}
+
 Transports::iterator findLabel(Transports& transports, uint8_t label)
 {
     return std::find_if(transports.begin(), transports.end(),
-                        [label](const auto& transport) { return transport->getLabel() == label; });
-}
-
-void append(std::string& text, ByteReader bytes)
-{
-    if (!bytes.empty())
-        text.append(reinterpret_cast<const char*>(bytes.data()), bytes.remaining());
+                        [label](const auto& transport) { return hasLabel(label, transport); });
 }
 
 AITApplicationTransport* findAvailable(Transports::const_iterator from,
@@ -73,7 +72,8 @@ AITApplication::AITApplication(AIT* parent)
 
 AITApplication::~AITApplication()
 {
-    AITApplicationReference::forget(*this);
+    if (firstReference_)
+        AITApplicationReference::forget(*this);
 }
 
 bool AITApplication::parse(const unsigned char* entry)
@@ -96,7 +96,7 @@ bool AITApplication::parse(ByteReader& section)
     Transports ownTransports;
     if (!section.ok() || !parseDescriptors(loop, section.remaining(), ownTransports))
         return false;
-    chooseTransports(ownTransports);
+    chooseTransports(std::move(ownTransports));
     return true;
 }
 
@@ -104,35 +104,38 @@ bool AITApplication::parse(ByteReader& section)
 bool AITApplication::parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports)
 {
     while (!loop.empty()) {
-        const ByteReader toLoopEnd = loop;
+        const unsigned char* const descriptor = loop.data();
+        const size_t toLoopEnd = loop.remaining();
         loop.skip(1);
         const uint8_t length = loop.u8();
         loop.skip(length);
         // Deliberate: a descriptor without payload fails the entry, whatever its tag.
-        if (length == 0 || !loop.ok() || !parseDescriptor(toLoopEnd, behindLoop, ownTransports))
+        if (length == 0 || !loop.ok() ||
+            !parseDescriptor(descriptor, toLoopEnd, toLoopEnd + behindLoop, ownTransports))
             return false;
     }
     return true;
 }
 
-/// @param toLoopEnd begins with a descriptor that is known to end within the loop
-bool AITApplication::parseDescriptor(ByteReader toLoopEnd, size_t behindLoop,
-                                     Transports& ownTransports)
+/// @param descriptor points at the tag; known to end within the loop
+/// @param toLoopEnd, toSectionEnd bytes from the tag on
+bool AITApplication::parseDescriptor(const unsigned char* descriptor, size_t toLoopEnd,
+                                     size_t toSectionEnd, Transports& ownTransports)
 {
-    ByteReader payload = descriptorPayload(toLoopEnd.data());
-    switch (toLoopEnd.peek()) {
+    ByteReader payload = descriptorPayload(descriptor);
+    switch (descriptor[0]) {
     case applicationTag:
         if (!applicationDescriptor_)
-            applicationDescriptor_.emplace(payload);
+            applicationDescriptor_.emplace(descriptor);
         return true;
     case applicationNameTag:
-        return parseName(toLoopEnd);
+        return parseName(ByteReader(descriptor, toLoopEnd));
     case transportProtocolTag:
-        parseTransport(payload, ownTransports);
+        parseTransport(descriptor, ownTransports);
         return true;
     case applicationRecordingTag:
         if (!recordingDescriptor_)
-            recordingDescriptor_.emplace(payload);
+            recordingDescriptor_.emplace(descriptor);
         return true;
     case simpleApplicationLocationTag:
         append(applicationLocation_, payload);
@@ -141,8 +144,8 @@ bool AITApplication::parseDescriptor(ByteReader toLoopEnd, size_t behindLoop,
         usageType_ = static_cast<ApplicationUsageType>(payload.u8());
         return true;
     case simpleApplicationBoundaryTag:
-        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(
-            toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
+        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(descriptor,
+                                                                             toSectionEnd);
         return true;
     default:
         return true;
@@ -157,14 +160,14 @@ bool AITApplication::parseName(ByteReader toLoopEnd)
     constexpr size_t languageCodeSize = 3;
     toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
     const uint8_t length = toLoopEnd.u8();
-    const ByteReader name = toLoopEnd.take(length);
-    append(applicationName_, name);
+    append(applicationName_, toLoopEnd.take(length));
     return toLoopEnd.ok();
 }
 
-void AITApplication::parseTransport(ByteReader payload, Transports& ownTransports) const
+void AITApplication::parseTransport(const unsigned char* descriptor,
+                                    Transports& ownTransports) const
 {
-    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(descriptor));
     // Deliberate: HTTP transports carry the ids of the current service, too.
     const bool isLocal = transport->getProtocol() == AITApplicationTransport::HTTP ||
                          (transport->getProtocol() == AITApplicationTransport::OBJECT_CAROUSEL &&
@@ -178,13 +181,20 @@ void AITApplication::parseTransport(ByteReader payload, Transports& ownTransport
 
 /// Resolves the labels of the application descriptor: an own transport is preferred to a common one
 /// and serves one label, a common one serves any number.
-void AITApplication::chooseTransports(Transports& ownTransports)
+void AITApplication::chooseTransports(Transports ownTransports)
 {
     transports_.clear();
     if (!applicationDescriptor_)
         return;
-    transports_.reserve(applicationDescriptor_->getTransportProtocolLabels().size());
-    for (const uint8_t label : applicationDescriptor_->getTransportProtocolLabels()) {
+    const auto& labels = applicationDescriptor_->getTransportProtocolLabels();
+    // Most often the labels are just those of the application's own transports, in their order.
+    if (std::equal(labels.begin(), labels.end(), ownTransports.begin(), ownTransports.end(),
+                   hasLabel)) {
+        transports_ = std::move(ownTransports);
+        return;
+    }
+    transports_.reserve(labels.size());
+    for (const uint8_t label : labels) {
         const auto own = findLabel(ownTransports, label);
         if (own != ownTransports.end()) {
             transports_.push_back(std::move(*own));

@@ -179,10 +179,11 @@ private:
     friend class AITApplicationReference;
 
     bool parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports);
-    bool parseDescriptor(ByteReader toLoopEnd, size_t behindLoop, Transports& ownTransports);
+    bool parseDescriptor(const unsigned char* descriptor, size_t toLoopEnd, size_t toSectionEnd,
+                         Transports& ownTransports);
     bool parseName(ByteReader toLoopEnd);
-    void parseTransport(ByteReader payload, Transports& ownTransports) const;
-    void chooseTransports(Transports& ownTransports);
+    void parseTransport(const unsigned char* descriptor, Transports& ownTransports) const;
+    void chooseTransports(Transports ownTransports);
     void printTransport(size_t index) const;
 
     AIT* parent_;

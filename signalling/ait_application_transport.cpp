@@ -53,9 +53,7 @@ void AITApplicationTransport::parseHTTP(ByteReader selector)
 {
     protocol_ = HTTP;
     const uint8_t baseLength = selector.u8();
-    const ByteReader base = selector.take(baseLength);
-    if (!base.empty())
-        urlBase_.append(reinterpret_cast<const char*>(base.data()), base.remaining());
+    append(urlBase_, selector.take(baseLength));
 }
 
 std::string AITApplicationTransport::getURL(std::string location) const

@@ -42,16 +42,14 @@ void ApplicationDescriptor::parsePayload(ByteReader payload)
     if (profilesLength > payload.remaining())
         return;
     // Deliberate: a partial last profile is not skipped; the flags follow the last whole one.
-    const size_t profileCount = profilesLength / PlatformProfile::size;
-    profiles_.reserve(profileCount);
-    for (size_t i = 0; i < profileCount; ++i)
-        profiles_.emplace_back(payload.take(PlatformProfile::size).data());
+    for (size_t n = profilesLength / PlatformProfile::size; n > 0; --n)
+        profiles_.push_back(PlatformProfile(payload.take(PlatformProfile::size).data()));
     const uint8_t flags = payload.u8();
     serviceBound_ = (flags & 0x80) != 0;
     visibility_ = (flags >> 5) & 0x03;
     priority_ = payload.u8();
     if (!payload.empty())
-        labels_.assign(payload.data(), payload.data() + payload.remaining());
+        labels_.assign(payload.data(), payload.remaining());
 }
 
 ApplicationRecordingDescriptor::ApplicationRecordingDescriptor(const unsigned char* descriptor)

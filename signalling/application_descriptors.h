@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "signalling/byte_reader.h"
+#include "signalling/small_vector.h"
 
 namespace VestaHbbTV {
 
@@ -15,6 +16,9 @@ class PlatformProfile {
 public:
     /// Bytes that one profile takes in an application descriptor.
     static constexpr unsigned size = 5;
+
+    /// Any terminal: no bits, version 0.0.0.
+    PlatformProfile() = default;
 
     /// @param fiveBytes the profile as signalled: mask, then major, minor and micro version
     explicit PlatformProfile(const unsigned char* fiveBytes);
@@ -36,15 +40,19 @@ public:
     uint8_t getVersionMicro() const { return micro_; }
 
 private:
-    uint16_t profile_;
-    uint8_t major_;
-    uint8_t minor_;
-    uint8_t micro_;
+    uint16_t profile_ = 0;
+    uint8_t major_ = 0;
+    uint8_t minor_ = 0;
+    uint8_t micro_ = 0;
 };
 
 /// application_descriptor() of an AIT entry. AITApplication names it `ApplicationDescriptor`.
 class ApplicationDescriptor {
 public:
+    // Applications on air list one profile and one or two transports.
+    using PlatformProfiles = SmallVector<PlatformProfile, 2>;
+    using Labels = SmallVector<uint8_t, 8>;
+
     /// No profiles, no labels, flags and numbers 0.
     ApplicationDescriptor() = default;
 
@@ -56,10 +64,10 @@ public:
     explicit ApplicationDescriptor(ByteReader payload);
 
     /// In the order of signalling.
-    const std::vector<PlatformProfile>& getPlatformProfiles() const { return profiles_; }
+    const PlatformProfiles& getPlatformProfiles() const { return profiles_; }
 
     /// In the order of signalling, which is the order of preference.
-    const std::vector<uint8_t>& getTransportProtocolLabels() const { return labels_; }
+    const Labels& getTransportProtocolLabels() const { return labels_; }
 
     bool isServiceBound() const { return serviceBound_; }
     uint8_t getApplicationPriority() const { return priority_; }
@@ -79,8 +87,8 @@ public:
 private:
     void parsePayload(ByteReader payload);
 
-    std::vector<PlatformProfile> profiles_;
-    std::vector<uint8_t> labels_;
+    PlatformProfiles profiles_;
+    Labels labels_;
     int visibility_ = 0;
     uint8_t priority_ = 0;
     bool serviceBound_ = false;

@@ -3,6 +3,7 @@
 #define VESTA_SIGNALLING_DESCRIPTOR_H
 
 #include <cstddef>
+#include <string>
 
 #include "signalling/byte_reader.h"
 
@@ -18,6 +19,13 @@ inline ByteReader descriptorPayload(const unsigned char* descriptor)
     if (!descriptor)
         return ByteReader();
     return ByteReader(descriptor + descriptorHeaderSize, descriptor[1]);
+}
+
+/// Adds bytes to a text as they stand.
+inline void append(std::string& text, ByteReader bytes)
+{
+    if (!bytes.empty())
+        text.append(reinterpret_cast<const char*>(bytes.data()), bytes.remaining());
 }
 
 }  // namespace VestaHbbTV

@@ -118,6 +118,25 @@ TEST(ApplicationDescriptor, ReadsTheFlagsBehindTheLastWholeProfile)
               "bound visibility 0 priority 9 labels 1 2");
 }
 
+TEST(ApplicationDescriptor, HoldsAsManyProfilesAndLabelsAsFit)
+{
+    for (const size_t count : {0U, 1U, 2U, 3U, 7U, 8U, 9U, 40U}) {
+        ApplicationFields fields;
+        fields.profiles.clear();
+        std::string profiles;
+        std::string labels;
+        for (size_t i = 0; i < count; ++i) {
+            const auto number = static_cast<uint8_t>(i + 1);
+            fields.profiles.push_back({number, number, 2, 3});
+            fields.labels.push_back(number);
+            profiles += std::to_string(number) + "/" + std::to_string(number) + ".2.3 ";
+            labels += " " + std::to_string(number);
+        }
+        EXPECT_EQ(describe(applicationDescriptor(fields)),
+                  profiles + "unbound visibility 3 priority 1 labels" + labels);
+    }
+}
+
 TEST(ApplicationDescriptor, OfNoBytesIsEmpty)
 {
     const unsigned char* const none = nullptr;

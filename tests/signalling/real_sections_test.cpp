@@ -165,7 +165,8 @@ void checkApplicationDescriptor(const AITApplication& actual, const json& applic
     EXPECT_EQ(descriptor->isServiceBound(), first["service_bound"]);
     EXPECT_EQ(descriptor->getVisibility(), first["visibility"]);
     EXPECT_EQ(descriptor->getApplicationPriority(), first["priority"]);
-    EXPECT_EQ(json(descriptor->getTransportProtocolLabels()), first["transport_labels"]);
+    const auto& labels = descriptor->getTransportProtocolLabels();
+    EXPECT_EQ(json(std::vector<int>(labels.begin(), labels.end())), first["transport_labels"]);
     json profiles = json::array();
     for (const auto& profile : descriptor->getPlatformProfiles())
         profiles.push_back(
