@@ -11,7 +11,7 @@ namespace vesta::test {
 
 namespace {
 
-constexpr size_t maximumLength12 = 0x0FFF;
+[[maybe_unused]] constexpr size_t maximumLength12 = 0x0FFF;
 constexpr size_t sectionHeaderSize = 3;
 constexpr size_t crcSize = 4;
 
