@@ -47,7 +47,8 @@ void vesta_hbbtv_shutdown()
     WindowManager::getInstance()->removeAllWindows();
     hbbtv_ait_stop();
     dsmcc_stop();
-    NotificationManager::getInstance()->shutdown();
+    if (NotificationManager::instance)
+        NotificationManager::instance->shutdown();
     delete WindowManager::getInstance();
     delete ConfigurationManager::getInstance();
     shuttingDown = false;

@@ -17,6 +17,9 @@ public:
     CallScope& operator=(const CallScope&) = delete;
     ~CallScope();
 
+    /// Whether any scope lives.
+    static bool isOpen();
+
     /// Ends an application and frees it now, or when the outermost scope closes.
     /// @param application ownership passes; null is ignored
     static void retire(Application* application);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "lifecycle/call_scope.h"
 #include "oipf/notifications.h"
 
 namespace VestaHbbTV {
@@ -11,6 +12,7 @@ NotificationManager* NotificationManager::instance = nullptr;
 
 NotificationManager* NotificationManager::getInstance()
 {
+    finishShutdown();
     if (!instance)
         instance = new NotificationManager;
     return instance;
@@ -34,14 +36,25 @@ NotificationManager::~NotificationManager()
 
 void NotificationManager::shutdown()
 {
-    if (broadcasts_ == 0) {
-        delete this;
-        return;
-    }
     shutDown_ = true;
-    listeners_.clear();
+    if (!CallScope::isOpen())
+        close();
+}
+
+void NotificationManager::finishShutdown()
+{
+    if (instance && instance->shutDown_)
+        instance->close();
+}
+
+void NotificationManager::close()
+{
     if (instance == this)
         instance = nullptr;
+    if (broadcasts_ == 0)
+        delete this;
+    else
+        listeners_.clear();
 }
 
 void NotificationManager::addListener(HBBTV_NotificationListener listener)
@@ -66,7 +79,7 @@ void NotificationManager::broadcast(Notification* notification)
     // By index, and with the end looked up anew: listeners may change the list.
     for (size_t index = 0; index < listeners_.size(); ++index)
         listeners_[index](owned->getType(), owned->getData());
-    if (--broadcasts_ == 0 && shutDown_)
+    if (--broadcasts_ == 0 && shutDown_ && instance != this)
         delete this;
 }
 
