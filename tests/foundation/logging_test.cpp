@@ -213,7 +213,6 @@ TEST_F(LoggingTest, FormattingOfOneLineDoesNotReachTheNext)
         [&other](std::ostringstream& text) { static_cast<std::ios&>(text).rdbuf(other.rdbuf()); },
         [](std::ostringstream& text) { text.seekp(0); },
         [](std::ostringstream& text) { text.str("replaced"); },
-        [](std::ostringstream& text) { text = std::ostringstream("moved"); },
     };
     const std::ostringstream fresh;
     for (const auto& change : changes) {
