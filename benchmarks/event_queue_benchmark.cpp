@@ -6,6 +6,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/threadsafe_event_queue.h"
 #include "tests/support/fake_browser.h"
 #include "tests/support/fake_platform.h"
 
@@ -45,6 +46,28 @@ void twoLocksAndOneObject(benchmark::State& state)
     benchmark::DoNotOptimize(counter);
 }
 BENCHMARK(twoLocksAndOneObject);
+
+/// The queue alone, with an event that does as little as above.
+class QueuedWork : public ThreadsafeEventQueue::Event {
+public:
+    explicit QueuedWork(int* counter) : counter_(counter) {}
+    void execute() override { ++*counter_; }
+
+private:
+    int* counter_;
+};
+
+void addAndExecute(benchmark::State& state)
+{
+    ThreadsafeEventQueue queue;
+    int counter = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        queue.add(new QueuedWork(&counter));
+        queue.executeFirst();
+    }
+    benchmark::DoNotOptimize(counter);
+}
+BENCHMARK(addAndExecute);
 
 void sendAndTick(benchmark::State& state, HBBTV_EventType type)
 {
