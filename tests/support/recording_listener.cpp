@@ -107,8 +107,8 @@ void RecordingListener::answer(HBBTV_NotificationType type, HBBTV_NotificationDa
 
 void RecordingListener::requestWindow(HBBTV_WindowNotificationData& record)
 {
-    if (refuseWindows)
-        return;
+    if (refuseWindows || record.success)
+        return;  // registered twice, it serves a request once
     long id = 1;
     if (!nextWindows.empty()) {
         id = nextWindows.front();
