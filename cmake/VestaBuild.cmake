@@ -1,12 +1,10 @@
 # How the project's own code is compiled and linked.
 
-if(VESTA_32BIT)
-  add_compile_options(-m32)
-  add_link_options(-m32)
-  # Where the 32-bit headers of the kernel are not installed, those of the 64-bit side serve.
-  if(EXISTS "/usr/include/x86_64-linux-gnu/asm")
-    add_compile_options("SHELL:-isystem /usr/include/x86_64-linux-gnu")
-  endif()
+# Where the 32-bit headers of the kernel are not installed, those of the 64-bit side serve.
+set(VESTA_32BIT_HEADERS "")
+if(VESTA_32BIT AND EXISTS "/usr/include/x86_64-linux-gnu/asm")
+  set(VESTA_32BIT_HEADERS "-isystem /usr/include/x86_64-linux-gnu")
+  add_compile_options("SHELL:${VESTA_32BIT_HEADERS}")
 endif()
 
 if(VESTA_SANITIZE)
