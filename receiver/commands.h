@@ -5,11 +5,27 @@
 #include <string>
 #include <vector>
 
+#include "receiver/words.h"
+
 namespace receiver {
 
 class Session;
 
-using Words = std::vector<std::string>;
+/// What became of a command.
+struct Outcome {
+    enum class Kind {
+        Done,
+        WrongUsage,  ///< it was not understood: the text says what was expected
+        Failed       ///< it was understood, but could not be done: the text says why
+    };
+    Kind kind = Kind::Done;
+    std::string text;
+
+    static Outcome done() { return {}; }
+    static Outcome wrongUsage(std::string text) { return {Kind::WrongUsage, std::move(text)}; }
+    static Outcome failed(std::string text) { return {Kind::Failed, std::move(text)}; }
+    explicit operator bool() const { return kind == Kind::Done; }
+};
 
 /// A command by its name.
 struct Command {
@@ -18,17 +34,44 @@ struct Command {
     const char* help;
     size_t leastArguments;
     size_t mostArguments;
-    /// @param words the command and its arguments @return an error for people; empty for success
-    std::string (*run)(Session& session, const Words& words);
+    /// @param words the command and its arguments
+    Outcome (*run)(Session& session, const Words& words);
 };
 
 const std::vector<Command>& commands();
 
-/// Splits a line at blanks; "double quotes" keep blanks together, # begins a comment.
-Words splitWords(const std::string& line);
+/// Whether a line is empty, or a command with so many arguments as it takes.
+Outcome checkCommand(const std::string& line);
 
-/// Runs one line. @return an error for people, which says what was expected; empty for success
-std::string runCommand(Session& session, const std::string& line);
+/// Runs one line.
+Outcome runCommand(Session& session, const std::string& line);
+
+/// @name The commands
+/// @{
+Outcome help(Session& session, const Words& words);
+Outcome listServices(Session& session, const Words& words);
+Outcome zap(Session& session, const Words& words);
+Outcome switchHttp(Session& session, const Words& words);
+Outcome switchTimeShift(Session& session, const Words& words);
+Outcome lowMemory(Session& session, const Words& words);
+Outcome setProfiles(Session& session, const Words& words);
+Outcome setUserAgent(Session& session, const Words& words);
+Outcome setAnswer(Session& session, const Words& words);
+Outcome showStatus(Session& session, const Words& words);
+Outcome wait(Session& session, const Words& words);
+Outcome say(Session& session, const Words& words);
+Outcome quit(Session& session, const Words& words);
+Outcome startApplication(Session& session, const Words& words);
+Outcome terminateApplication(Session& session, const Words& words);
+Outcome createApplication(Session& session, const Words& words);
+Outcome destroyApplication(Session& session, const Words& words);
+Outcome showApplication(Session& session, const Words& words);
+Outcome hideApplication(Session& session, const Words& words);
+Outcome pressKey(Session& session, const Words& words);
+Outcome setKeySet(Session& session, const Words& words);
+Outcome checkRequest(Session& session, const Words& words);
+Outcome loadResource(Session& session, const Words& words);
+/// @}
 
 }  // namespace receiver
 

@@ -1,13 +1,13 @@
 #include "receiver/console_browser.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
 
+#include "receiver/key_names.h"
 #include "receiver/page.h"
 
 namespace receiver {
@@ -33,74 +33,7 @@ std::string windowName(const TAVO_VestaWindow* window)
     return "window " + std::to_string(window->id);
 }
 
-/// The file of a site that answers for a URL; a path never leaves the site's folder.
-std::filesystem::path fileOf(const Site& site, const std::string& url)
-{
-    std::string path = url.substr(site.prefix.size());
-    path = path.substr(0, path.find_first_of("?#"));
-    path.erase(0, path.find_first_not_of('/'));
-    if (path.empty() || path.back() == '/')
-        path += "index.html";
-    const std::filesystem::path relative = std::filesystem::path(path).lexically_normal();
-    if (relative.is_absolute() || beginsWith(relative.string(), ".."))
-        return {};
-    return std::filesystem::path(site.folder) / relative;
-}
-
-struct KeyName {
-    const char* name;
-    int code;
-};
-
-const KeyName keyNames[] = {
-    {"RED", TAVO_VK_RED},
-    {"GREEN", TAVO_VK_GREEN},
-    {"YELLOW", TAVO_VK_YELLOW},
-    {"BLUE", TAVO_VK_BLUE},
-    {"OK", TAVO_VK_ENTER},
-    {"ENTER", TAVO_VK_ENTER},
-    {"LEFT", TAVO_VK_LEFT},
-    {"UP", TAVO_VK_UP},
-    {"RIGHT", TAVO_VK_RIGHT},
-    {"DOWN", TAVO_VK_DOWN},
-    {"BACK", TAVO_VK_BACK},
-    {"PLAY", TAVO_VK_PLAY},
-    {"PAUSE", TAVO_VK_PAUSE},
-    {"STOP", TAVO_VK_STOP},
-    {"REWIND", TAVO_VK_REWIND},
-    {"FORWARD", TAVO_VK_FAST_FORWARD},
-    {"PLAYPAUSE", TAVO_VK_PLAY_PAUSE},
-    {"PAGEUP", TAVO_VK_PAGE_UP},
-    {"PAGEDOWN", TAVO_VK_PAGE_DOWN},
-    {"INFO", TAVO_VK_INFO},
-};
-
 }  // namespace
-
-std::string keyName(int code)
-{
-    for (const KeyName& key : keyNames) {
-        if (key.code == code)
-            return key.name;
-    }
-    const bool isCharacter =
-        (code >= TAVO_VK_0 && code <= TAVO_VK_9) || (code >= TAVO_VK_A && code <= TAVO_VK_Z);
-    return isCharacter ? std::string(1, static_cast<char>(code)) : std::to_string(code);
-}
-
-int keyCode(const std::string& name)
-{
-    std::string upper = name;
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    for (const KeyName& key : keyNames) {
-        if (upper == key.name)
-            return key.code;
-    }
-    const bool isCharacter =
-        upper.size() == 1 && std::isalnum(static_cast<unsigned char>(upper[0]));
-    return isCharacter ? static_cast<unsigned char>(upper[0]) : 0;
-}
 
 ConsoleBrowser::ConsoleBrowser(EventLog& log, std::vector<Site> sites)
     : log_(log), sites_(std::move(sites))
@@ -123,12 +56,14 @@ bool ConsoleBrowser::runTask()
     return true;
 }
 
-/// Queues a task that is dropped when its window is closed before.
+/// Queues a task that is dropped when its window is closed, or opens another page, before.
 void ConsoleBrowser::later(TAVO_VestaWindow* window, Task task)
 {
     const long id = window->id;
-    tasks_.push_back([this, id, task = std::move(task)] {
-        if (windows_.count(id) != 0)
+    const unsigned page = window->pages;
+    tasks_.push_back([this, id, page, task = std::move(task)] {
+        const auto found = windows_.find(id);
+        if (found != windows_.end() && found->second->pages == page)
             task();
     });
 }
@@ -156,21 +91,32 @@ void ConsoleBrowser::closeWindow(TAVO_VestaWindow* window)
     report("window-closed", windowName(window) + " closed", {{"window", window->id}});
     if (focused_ == window)
         focused_ = nullptr;
-    // Loads that are still open are cancelled, as a browser does it; their answers go nowhere.
-    for (auto load = loads_.begin(); load != loads_.end();) {
-        const bool isOfWindow = load->second->window == window;
-        if (isOfWindow) {
-            void* const id = load->first;
-            tasks_.push_back([id, dead = std::shared_ptr<Load>(std::move(load->second))] {
-                TavoVestaEventData data = {};
-                data.request_id = id;
-                VestaHbbTV::vesta_hbbtv_handle_notification(
-                    nullptr, nullptr, TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP, &data, nullptr);
-            });
-        }
-        load = isOfWindow ? loads_.erase(load) : std::next(load);
-    }
+    cancelLoads(window);
     windows_.erase(window->id);
+}
+
+/// Loads that are still open are cancelled, as a browser does it; their answers go nowhere.
+void ConsoleBrowser::cancelLoads(const TAVO_VestaWindow* window)
+{
+    for (auto load = loads_.begin(); load != loads_.end();) {
+        if (load->second.window != window) {
+            ++load;
+            continue;
+        }
+        tasks_.push_back([id = load->first] { reportCancelled(id); });
+        load = loads_.erase(load);
+    }
+}
+
+void ConsoleBrowser::reportCancelled(void* id)
+{
+    TavoVestaEventData data = {};
+    data.request_id = id;
+    int result = 0;
+    VestaHbbTV::vesta_hbbtv_handle_notification(
+        nullptr, nullptr, TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP, &data, &result);
+    // The application manager forgets a load that is cancelled without a word to the platform.
+    dsmcc_close_file(id);
 }
 
 void ConsoleBrowser::setVisible(TAVO_VestaWindow* window, bool visible)
@@ -190,8 +136,12 @@ int ConsoleBrowser::openURL(TAVO_VestaWindow* window, const std::string& url)
 {
     if (!isOpen(window))
         return 1;
+    cancelLoads(window);
     window->url = url;
+    window->resources.clear();
     window->loaded = false;
+    window->openLoads = 0;
+    ++window->pages;
     report("open", windowName(window) + " opens " + url, {{"window", window->id}, {"url", url}});
     later(window, [this, window] { openPage(window); });
     return 0;
@@ -211,9 +161,9 @@ void ConsoleBrowser::openPage(TAVO_VestaWindow* window)
 
 void ConsoleBrowser::startLoad(TAVO_VestaWindow* window, const std::string& url, bool isPage)
 {
-    auto load = std::make_unique<Load>(Load{window, url, isPage, "", ""});
-    void* const id = load.get();
-    loads_.emplace(id, std::move(load));
+    // Never the same number twice: an answer that is still under way must find its own load.
+    void* const id = reinterpret_cast<void*>(++lastLoad_);
+    loads_[id] = {window, url, isPage, "", ""};
     ++window->openLoads;
     TavoVestaEventData data = {};
     data.url = url.c_str();
@@ -227,32 +177,32 @@ void ConsoleBrowser::startLoad(TAVO_VestaWindow* window, const std::string& url,
 
 void ConsoleBrowser::openSitePage(TAVO_VestaWindow* window)
 {
-    const Site* best = nullptr;
-    for (const Site& site : sites_) {
-        if (beginsWith(window->url, site.prefix) &&
-            (!best || site.prefix.size() > best->prefix.size()))
-            best = &site;
-    }
+    const auto path = fileOfURL(sites_, window->url);
     window->loaded = true;
-    if (!best) {
+    if (!path) {
         report("load-failed", window->url + ": no connection (no --site answers for it)",
                {{"url", window->url}, {"status", nullptr}});
-        reportFinished(window, TAVO_LOAD_CONNECTION_FAILED, 0);
-        return;
+        return reportFinished(window, TAVO_LOAD_CONNECTION_FAILED, 0);
     }
-    const std::filesystem::path path = fileOf(*best, window->url);
-    std::ifstream file(path, std::ios::binary);
-    if (path.empty() || std::filesystem::is_directory(path) || !file) {
-        report("load-failed", window->url + ": 404",
+    std::ifstream file;
+    if (std::filesystem::is_regular_file(*path))
+        file.open(*path, std::ios::binary);
+    if (!file.is_open()) {
+        report("load-failed", window->url + ": " + std::to_string(httpNotFound),
                {{"url", window->url}, {"status", httpNotFound}});
-        reportFinished(window, loadOK, httpNotFound);
-        return;
+        return reportFinished(window, loadOK, httpNotFound);
     }
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    loaded_[window->url] = bytes.size();
-    report("loaded", window->url + ": " + quantity(bytes.size()),
-           {{"url", window->url}, {"size", bytes.size()}, {"status", httpOK}});
+    reportLoaded(window, window->url, bytes.size(), mimeTypeOf(path->string()), httpOK);
     reportFinished(window, loadOK, httpOK);
+}
+
+void ConsoleBrowser::reportLoaded(TAVO_VestaWindow* window, const std::string& url, size_t size,
+                                  const std::string& mimeType, int status)
+{
+    window->resources.insert(url);
+    report("loaded", url + ": " + quantity(size) + (mimeType.empty() ? "" : ", " + mimeType),
+           {{"url", url}, {"size", size}, {"type", mimeType}, {"status", status}});
 }
 
 void ConsoleBrowser::reportFinished(TAVO_VestaWindow* window, int loadStatus,
@@ -286,17 +236,10 @@ int ConsoleBrowser::write(void* load, const char* bytes, size_t count)
 
 int ConsoleBrowser::finish(void* id, int status)
 {
-    const std::unique_ptr<Load> load = takeLoad(id);
+    const std::optional<Load> load = takeLoad(id);
     if (!load)
         return 1;
-    loaded_[load->url] = load->bytes.size();
-    report("loaded",
-           load->url + ": " + quantity(load->bytes.size()) +
-               (load->mimeType.empty() ? "" : ", " + load->mimeType),
-           {{"url", load->url},
-            {"size", load->bytes.size()},
-            {"type", load->mimeType},
-            {"status", status}});
+    reportLoaded(load->window, load->url, load->bytes.size(), load->mimeType, status);
     TAVO_VestaWindow* const window = load->window;
     if (load->isPage) {
         if (isPage(load->url, load->mimeType))
@@ -313,22 +256,29 @@ void ConsoleBrowser::loadSubresources(const Load& page)
         loadResource(page.window, reference);
 }
 
-void ConsoleBrowser::loadResource(TAVO_VestaWindow* window, const std::string& reference)
+bool ConsoleBrowser::loadResource(TAVO_VestaWindow* window, const std::string& reference)
 {
     const std::string url = resolveURL(window->url, reference);
     if (!beginsWith(url, "dvb:"))
-        return;
+        return false;
     window->loaded = false;
     ++window->openLoads;
     later(window, [this, window, url] {
         startLoad(window, url, false);
         endLoad(window);
     });
+    return true;
+}
+
+bool ConsoleBrowser::hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const
+{
+    return window.resources.count(url) != 0 ||
+           window.resources.count(resolveURL(window.url, url)) != 0;
 }
 
 int ConsoleBrowser::fail(void* id, int status)
 {
-    const std::unique_ptr<Load> load = takeLoad(id);
+    const std::optional<Load> load = takeLoad(id);
     if (!load)
         return 1;  // a load can be answered with a failure twice
     report("load-failed", load->url + ": " + std::to_string(status),
@@ -351,20 +301,16 @@ void ConsoleBrowser::endLoad(TAVO_VestaWindow* window)
         window->loaded = true;
 }
 
-std::unique_ptr<ConsoleBrowser::Load> ConsoleBrowser::takeLoad(void* id)
+std::optional<ConsoleBrowser::Load> ConsoleBrowser::takeLoad(void* id)
 {
-    const auto found = loads_.find(id);
-    if (found == loads_.end())
-        return nullptr;
-    std::unique_ptr<Load> load = std::move(found->second);
-    loads_.erase(found);
-    return load;
+    auto found = loads_.extract(id);
+    return found ? std::optional<Load>(std::move(found.mapped())) : std::nullopt;
 }
 
 ConsoleBrowser::Load* ConsoleBrowser::findLoad(void* id)
 {
     const auto found = loads_.find(id);
-    return found == loads_.end() ? nullptr : found->second.get();
+    return found == loads_.end() ? nullptr : &found->second;
 }
 
 bool ConsoleBrowser::isOpen(const TAVO_VestaWindow* window) const

@@ -2,15 +2,19 @@
 #ifndef VESTA_RECEIVER_CONSOLE_BROWSER_H
 #define VESTA_RECEIVER_CONSOLE_BROWSER_H
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "receiver/browser_engine.h"
 #include "receiver/event_log.h"
+#include "receiver/sites.h"
 
 /// The browser's windows; the application manager knows them by address alone.
 struct TAVO_VestaWindow {
@@ -19,15 +23,11 @@ struct TAVO_VestaWindow {
     bool visible = false;
     bool loaded = false;  ///< the page and all its subresources came or failed
     size_t openLoads = 0;
+    unsigned pages = 0;               ///< how many were opened here
+    std::set<std::string> resources;  ///< URLs that were loaded for the page, its own among them
 };
 
 namespace receiver {
-
-/// A folder that answers for URLs with a certain beginning.
-struct Site {
-    std::string prefix;
-    std::string folder;
-};
 
 /// `dvb:` pages and their subresources are loaded through the application manager, as a browser
 /// does it; http(s) pages come from folders. Browser thread only. Nothing calls back into the
@@ -46,10 +46,11 @@ public:
     TAVO_VestaWindow* focusedWindow() const { return focused_; }
 
     /// A page asks for another file; one that is not in a carousel is left alone.
-    /// @param url absolute or relative to the page
-    void loadResource(TAVO_VestaWindow* window, const std::string& url);
+    /// @param url absolute or relative to the page @return whether it is loaded
+    bool loadResource(TAVO_VestaWindow* window, const std::string& url);
 
-    bool hasLoaded(const std::string& url) const { return loaded_.count(url) != 0; }
+    /// @param url absolute or relative to the page
+    bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const;
 
     TAVO_VestaWindow* createWindow() override;
     void closeWindow(TAVO_VestaWindow* window) override;
@@ -68,7 +69,7 @@ public:
     int deliverKey(const TAVO_KeyboardEvent& event) override;
 
 private:
-    /// One protocol load; its address is the request id.
+    /// One protocol load.
     struct Load {
         TAVO_VestaWindow* window;
         std::string url;
@@ -86,7 +87,11 @@ private:
     void loadSubresources(const Load& page);
     void endLoad(TAVO_VestaWindow* window);
     void reportFinished(TAVO_VestaWindow* window, int loadStatus, unsigned short httpStatus);
-    std::unique_ptr<Load> takeLoad(void* id);
+    void cancelLoads(const TAVO_VestaWindow* window);
+    static void reportCancelled(void* id);
+    void reportLoaded(TAVO_VestaWindow* window, const std::string& url, size_t size,
+                      const std::string& mimeType, int status);
+    std::optional<Load> takeLoad(void* id);
     Load* findLoad(void* id);
     bool isOpen(const TAVO_VestaWindow* window) const;
     void report(const std::string& event, const std::string& text,
@@ -95,17 +100,13 @@ private:
     EventLog& log_;
     std::vector<Site> sites_;
     std::map<long, std::unique_ptr<TAVO_VestaWindow>> windows_;
-    std::map<void*, std::unique_ptr<Load>> loads_;
-    std::map<std::string, size_t> loaded_;  // sizes by URL
+    std::map<void*, Load> loads_;  // by request id
+    uintptr_t lastLoad_ = 0;
     std::deque<Task> tasks_;
     TAVO_VestaWindow* focused_ = nullptr;
     std::string answer_;
     long nextId_ = 1;
 };
-
-/// "RED", "OK", "5"... for a key code, and the reverse; 0 for a name that is not known.
-std::string keyName(int code);
-int keyCode(const std::string& name);
 
 }  // namespace receiver
 

@@ -4,27 +4,16 @@
 
 namespace receiver {
 
-namespace {
-
-class Lock {
-public:
-    explicit Lock(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-    ~Lock() { pthread_mutex_unlock(&mutex_); }
-
-private:
-    pthread_mutex_t& mutex_;
-};
-
-}  // namespace
-
 Doorbell::Doorbell()
 {
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
     pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-    pthread_mutex_init(&mutex_, nullptr);
+    pthread_mutexattr_t recursive;
+    pthread_mutexattr_init(&recursive);
+    pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(&mutex_, &recursive);
+    pthread_mutexattr_destroy(&recursive);
     pthread_cond_init(&condition_, &attributes);
     pthread_cond_init(&settledCondition_, nullptr);
     pthread_condattr_destroy(&attributes);
@@ -37,12 +26,27 @@ Doorbell::~Doorbell()
     pthread_mutex_destroy(&mutex_);
 }
 
+Doorbell::Hold::Hold(Doorbell& doorbell) : doorbell_(doorbell)
+{
+    pthread_mutex_lock(&doorbell_.mutex_);
+}
+
+Doorbell::Hold::~Hold()
+{
+    pthread_mutex_unlock(&doorbell_.mutex_);
+}
+
 void Doorbell::waitForWork(const std::function<bool()>& work,
                            const std::optional<Clock::time_point>& deadline)
 {
-    const Lock lock(mutex_);
+    const Hold lock(*this);
     while (!closed_ && !rung_ && !work()) {
-        settled_ = asked_;
+        if (seen_ != asked_) {
+            // The caller's conditions may have changed without an event: it looks at them first.
+            seen_ = asked_;
+            break;
+        }
+        settled_ = seen_;
         pthread_cond_broadcast(&settledCondition_);
         if (deadline && Clock::now() >= *deadline)
             break;
@@ -69,14 +73,14 @@ void Doorbell::waitUntil(const std::optional<Clock::time_point>& deadline)
 
 void Doorbell::ring()
 {
-    const Lock lock(mutex_);
+    const Hold lock(*this);
     rung_ = true;
     pthread_cond_signal(&condition_);
 }
 
 void Doorbell::waitUntilSettled()
 {
-    const Lock lock(mutex_);
+    const Hold lock(*this);
     const uint64_t mine = ++asked_;
     pthread_cond_signal(&condition_);
     while (!closed_ && settled_ < mine)
@@ -85,7 +89,7 @@ void Doorbell::waitUntilSettled()
 
 void Doorbell::close()
 {
-    const Lock lock(mutex_);
+    const Hold lock(*this);
     closed_ = true;
     pthread_cond_broadcast(&condition_);
     pthread_cond_broadcast(&settledCondition_);

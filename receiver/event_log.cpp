@@ -35,6 +35,7 @@ SourceLook lookOf(Source source)
 }
 
 const char colourOff[] = "\033[0m";
+const char clearLine[] = "\r\033[K";
 
 }  // namespace
 
@@ -55,12 +56,11 @@ void EventLog::report(Source source, const std::string& event, const std::string
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     const SourceLook look = lookOf(source);
-    clearProgress();
     std::ostringstream line;
     line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
          << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
          << (colour_ ? colourOff : "") << "  " << text << '\n';
-    out_ << line.str() << std::flush;
+    write(line.str());
     if (!trace_.is_open())
         return;
     Details object = {{"time", seconds}, {"source", look.name}, {"event", event}, {"text", text}};
@@ -72,23 +72,31 @@ void EventLog::report(Source source, const std::string& event, const std::string
 void EventLog::progress(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    clearProgress();
-    out_ << text << std::flush;
+    write(text);
     hasProgress_ = true;
 }
 
 void EventLog::print(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    clearProgress();
-    out_ << text << std::flush;
+    write(text);
 }
 
-void EventLog::clearProgress()
+void EventLog::setTypedLine(TypedLine* line)
 {
-    if (hasProgress_)
-        out_ << "\r\033[K";
+    const std::lock_guard<std::mutex> lock(mutex_);
+    typedLine_ = line;
+}
+
+/// Writes below the last line, in the place of a progress line.
+void EventLog::write(const std::string& text)
+{
+    if (typedLine_)
+        typedLine_->hide();
+    out_ << (hasProgress_ ? clearLine : "") << text << std::flush;
     hasProgress_ = false;
+    if (typedLine_)
+        typedLine_->show();
 }
 
 std::string withSeparators(size_t number)

@@ -22,6 +22,14 @@ enum class Source {
     Log        ///< a log line of the application manager
 };
 
+/// A line that is being typed below the happenings. Called with the log locked.
+class TypedLine {
+public:
+    virtual ~TypedLine() = default;
+    virtual void hide() = 0;
+    virtual void show() = 0;
+};
+
 /// Callable from any thread.
 class EventLog {
 public:
@@ -47,13 +55,17 @@ public:
     /// Text without time and source: answers to commands.
     void print(const std::string& text);
 
+    /// Hides a line while others are written. @param line borrowed; null for none
+    void setTypedLine(TypedLine* line);
+
 private:
-    void clearProgress();
+    void write(const std::string& text);
 
     std::mutex mutex_;
     std::ostream& out_;
     const bool colour_;
     bool hasProgress_ = false;
+    TypedLine* typedLine_ = nullptr;
     std::ofstream trace_;
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };

@@ -144,6 +144,8 @@ void Integrator::change(const HBBTV_ApplicationNotificationData& record)
         if (application.url == record.url)
             application.broadcastRelated = isRelated;
     }
+    if (starting_ && starting_->url == record.url)
+        starting_->broadcastRelated = isRelated;
     report("broadcast-related",
            std::string(record.url) + " is broadcast-" + (isRelated ? "related" : "independent"),
            {{"url", record.url}, {"broadcast_related", isRelated}});

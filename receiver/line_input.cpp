@@ -1,102 +1,99 @@
 #include "receiver/line_input.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <editline/readline.h>
+#include <fcntl.h>
 #include <poll.h>
-#include <string>
 #include <unistd.h>
+#include <utility>
 
-#include "receiver/commands.h"
 #include "receiver/session.h"
 
 namespace receiver {
 
-namespace {
+// The editor calls back without a context.
+LineInput* LineInput::current = nullptr;
 
-// The editor calls back without a context; there is one terminal.
-Session* lineTarget = nullptr;
-
-void takeLine(char* line)
+LineInput::LineInput(Session& session, EventLog& log) : session_(session), log_(log)
 {
-    if (!lineTarget)
-        return;
-    if (!line) {
-        lineTarget->endOfInput();
-        return;
-    }
-    if (*line)
-        add_history(line);
-    lineTarget->postLine(line);
-    std::free(line);
-}
-
-/// Waits for input on standard input. @return false when the pipe says to stop
-bool waitForInput(int stopPipe)
-{
-    pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, {stopPipe, POLLIN, 0}};
-    while (::poll(waiting, 2, -1) < 0) {
-    }
-    return waiting[1].revents == 0;
-}
-
-}  // namespace
-
-LineInput::LineInput(Session& session) : session_(session)
-{
-    if (::pipe(stopPipe_) != 0) {
-        stopPipe_[0] = stopPipe_[1] = -1;
+    if (::pipe2(stopPipe_, O_CLOEXEC) != 0) {
         session_.endOfInput();
         return;
     }
-    thread_ = std::thread([this] {
-        if (::isatty(STDIN_FILENO))
-            readTerminal();
-        else
-            readLines();
-    });
+    current = this;
+    rl_callback_handler_install("> ", [](char* line) { current->takeLine(line); });
+    log_.setTypedLine(this);
+    thread_ = std::thread([this] { run(); });
 }
 
 LineInput::~LineInput()
 {
     if (!thread_.joinable())
         return;
-    const char stop = 's';
-    if (::write(stopPipe_[1], &stop, 1) == 1)
-        thread_.join();
-    else
-        thread_.detach();
+    ::close(stopPipe_[1]);  // its other end becomes readable
+    thread_.join();
     ::close(stopPipe_[0]);
-    ::close(stopPipe_[1]);
-}
-
-void LineInput::readTerminal()
-{
-    lineTarget = &session_;
-    rl_callback_handler_install("> ", takeLine);
-    while (waitForInput(stopPipe_[0]))
-        rl_callback_read_char();
+    log_.setTypedLine(nullptr);
     rl_callback_handler_remove();
-    lineTarget = nullptr;
+    hide();
+    editor_.unlock();
+    clear_history();
+    current = nullptr;
 }
 
-void LineInput::readLines()
+void LineInput::run()
 {
-    std::string line;
-    while (waitForInput(stopPipe_[0])) {
-        char character = 0;
-        if (::read(STDIN_FILENO, &character, 1) != 1) {
-            if (!line.empty())
-                session_.postLine(line);
-            session_.endOfInput();
-            return;
-        }
-        if (character != '\n') {
-            line += character;
+    pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, {stopPipe_[0], POLLIN, 0}};
+    while (!isAtEnd_) {
+        const int ready = ::poll(waiting, 2, -1);
+        if (ready < 0 && errno == EINTR)
             continue;
-        }
-        session_.postLine(line);
-        line.clear();
+        if (ready < 0 || waiting[1].revents != 0)
+            return;
+        readCharacter();
     }
+    session_.endOfInput();
+}
+
+void LineInput::readCharacter()
+{
+    std::optional<std::string> line;
+    {
+        const std::lock_guard<std::mutex> lock(editor_);
+        rl_callback_read_char();
+        line.swap(line_);
+    }
+    // The editor is free here: whoever the session wakes may write at once.
+    if (line)
+        session_.postLine(std::move(*line));
+}
+
+/// @param line malloc'ed; null at the end of the input
+void LineInput::takeLine(char* line)
+{
+    isAtEnd_ = line == nullptr;
+    if (isAtEnd_)
+        return;
+    if (*line)
+        add_history(line);
+    line_ = line;
+    std::free(line);
+}
+
+void LineInput::hide()
+{
+    editor_.lock();
+    std::fputs("\r\033[K", stdout);
+}
+
+void LineInput::show()
+{
+    std::fflush(stdout);
+    rl_forced_update_display();
+    std::fflush(stdout);
+    editor_.unlock();
 }
 
 }  // namespace receiver

@@ -1,31 +1,46 @@
-/// Lines that a person types, with editing and history where a terminal is there (libedit).
+/// Lines that a person types, with editing and history (libedit).
 #ifndef VESTA_RECEIVER_LINE_INPUT_H
 #define VESTA_RECEIVER_LINE_INPUT_H
 
+#include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
+
+#include "receiver/event_log.h"
 
 namespace receiver {
 
 class Session;
 
-/// Reads standard input on a thread of its own and posts the lines to a session.
-class LineInput {
+/// Reads the terminal on a thread of its own and posts the lines to a session. There is one
+/// terminal, so one of these.
+class LineInput : private TypedLine {
 public:
-    /// @param session borrowed, must outlive this object
-    explicit LineInput(Session& session);
+    /// @param session, log borrowed, must outlive this object
+    LineInput(Session& session, EventLog& log);
 
     /// Ends the thread; a line that is being typed is lost.
-    ~LineInput();
+    ~LineInput() override;
     LineInput(const LineInput&) = delete;
     LineInput& operator=(const LineInput&) = delete;
 
 private:
-    void readTerminal();
-    void readLines();
+    void hide() override;
+    void show() override;
+    void run();
+    void readCharacter();
+    void takeLine(char* line);
 
     Session& session_;
-    int stopPipe_[2];
+    EventLog& log_;
+    int stopPipe_[2] = {-1, -1};
+    std::mutex editor_;  // libedit knows nothing of threads
+    std::optional<std::string> line_;
+    bool isAtEnd_ = false;
     std::thread thread_;
+
+    static LineInput* current;
 };
 
 }  // namespace receiver

@@ -1,6 +1,7 @@
 // The reference receiver: the smallest complete integration of the application manager.
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -21,13 +22,18 @@ using namespace receiver;
 bool usesColour()
 {
     const char* const refusal = std::getenv("NO_COLOR");
-    return ::isatty(STDOUT_FILENO) && !(refusal && *refusal);
+    const char* const terminal = std::getenv("TERM");
+    const bool isDumb = terminal && std::string(terminal) == "dumb";
+    return ::isatty(STDOUT_FILENO) && !(refusal && *refusal) && !isDumb;
 }
 
 std::optional<std::vector<std::string>> readLines(const std::string& path)
 {
-    std::ifstream file(path);
-    if (!file)
+    std::error_code problem;
+    std::ifstream file;
+    if (!std::filesystem::is_directory(path, problem))
+        file.open(path);
+    if (!file.is_open())
         return std::nullopt;
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);)
@@ -55,16 +61,20 @@ int play(const Options& options, EventLog& log)
         const auto lines = readLines(options.script);
         if (!lines)
             return complain(options.script + ": cannot be read", exitUnreadable);
-        session.setScript(options.script, *lines);
+        const std::string problem = session.setScript(options.script, *lines);
+        if (!problem.empty())
+            return complain(problem, exitUsage);
     } else if (options.middleware.input != "-" && ::isatty(STDIN_FILENO)) {
         session.setInteractive(true);
-        input.emplace(session);
+        input.emplace(session, log);
     }
     const int code = session.run();
-    if (!options.extract.empty() && code != exitUnreadable &&
-        !extractFiles(middleware.carousels(), options.extract, log))
-        return exitUnreadable;
-    return code;
+    input.reset();
+    if (code != exitSuccess)
+        std::cerr << "vesta_receiver: " << session.problem() << "\n";
+    if (options.extract.empty() || code == exitUnreadable)
+        return code;
+    return extractFiles(middleware.carousels(), options.extract, log) ? code : exitUnreadable;
 }
 
 }  // namespace
@@ -79,7 +89,8 @@ int main(int argc, char** argv)
         std::cout << usage();
         return exitSuccess;
     }
-    options->middleware.showProgress = ::isatty(STDOUT_FILENO) != 0;
+    const bool isTyped = options->script.empty() && ::isatty(STDIN_FILENO);
+    options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
     EventLog log(std::cout, usesColour());
     if (!options->trace.empty() && !log.openTrace(options->trace))
         return complain(options->trace + ": cannot be written", exitUnreadable);

@@ -1,14 +1,8 @@
 #include "receiver/middleware.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <poll.h>
-#include <sys/stat.h>
 #include <utility>
 
-#include "signalling/byte_reader.h"
 #include "signalling/pmt.h"
 
 namespace receiver {
@@ -18,36 +12,8 @@ namespace {
 using namespace VestaHbbTV;
 
 const size_t chunkBytes = 32 * 188;
-const uint8_t tableIdAIT = 0x74;
-const uint16_t hbbtvApplicationType = 0x0010;
-const double clockTicksPerSecond = 27e6;
 // How long an AIT waits for the SDT, which names the network that carousel URLs begin with.
 const unsigned mostHeldBackTables = 8;
-
-template <typename Member>
-Member* newRecord()
-{
-    return static_cast<Member*>(std::calloc(1, sizeof(Member)));
-}
-
-HBBTV_EventData* downloadRecord(void* id)
-{
-    auto* const record = newRecord<HBBTV_DownloadEventData>();
-    record->downloadId = id;
-    return reinterpret_cast<HBBTV_EventData*>(record);
-}
-
-/// The event record of a section: like every block in it, malloc'ed and freed by the library.
-HBBTV_EventData* sectionRecord(const Service& service, const SectionBytes& section)
-{
-    auto* const record = newRecord<HBBTV_AITSectionEventData>();
-    record->section = static_cast<unsigned char*>(std::malloc(section.size()));
-    std::memcpy(record->section, section.data(), section.size());
-    record->original_network_id = service.originalNetworkId.value_or(0);
-    record->transport_stream_id = service.transportStreamId;
-    record->service_id = service.programNumber;
-    return reinterpret_cast<HBBTV_EventData*>(record);
-}
 
 std::string nameOf(const Service& service)
 {
@@ -55,60 +21,46 @@ std::string nameOf(const Service& service)
            (service.name.empty() ? "" : " \"" + service.name + "\"");
 }
 
-/// Why a section is not one for the application manager; empty when it is.
-std::string reasonAgainst(const SectionBytes& section)
+std::string streamCount(const SectionBytes& section)
 {
-    const SectionHeader header = readSectionHeader(section);
-    if (header.tableId != tableIdAIT)
-        return "a section of table " + std::to_string(header.tableId);
-    if (!header.current)
-        return "an AIT that is not in force yet";
-    const unsigned type = header.tableIdExtension & 0x7FFFu;
-    if (type != hbbtvApplicationType)
-        return "an AIT of application type " + std::to_string(type);
-    return "";
+    SectionBytes bytes = section;
+    const size_t count = PMT(bytes.data()).getElementaryStreams().size();
+    return std::to_string(count) + (count == 1 ? " stream" : " streams");
 }
 
 }  // namespace
 
 Middleware::Middleware(MiddlewareOptions options, EventLog& log, Doorbell& doorbell)
-    : options_(std::move(options)), log_(log), doorbell_(doorbell), stream_(*this),
-      wanted_(options_.service), carousels_(options_.limits, log)
+    : options_(std::move(options)), log_(log), doorbell_(doorbell), input_(options_.input),
+      stream_(*this), wanted_(options_.service), carousels_(options_.limits, log)
 {
 }
 
 Middleware::~Middleware()
 {
     stop();
-    if (input_ && input_ != stdin)
-        std::fclose(input_);
     for (const Outgoing& event : outgoing_)
-        std::free(event.data);
+        discard(event);
 }
 
-std::string Middleware::start()
+void Middleware::start()
 {
-    if (options_.input == "-") {
-        input_ = stdin;
-    } else {
-        struct stat status = {};
-        input_ = std::fopen(options_.input.c_str(), "rb");
-        if (!input_ || ::fstat(::fileno(input_), &status) != 0)
-            return options_.input + ": " + std::strerror(errno);
-        if (S_ISDIR(status.st_mode))
-            return options_.input + ": is a directory";
-        inputSize_ = static_cast<size_t>(status.st_size);
-    }
     thread_ = std::thread([this] { run(); });
-    return "";
 }
 
 void Middleware::stop()
 {
-    stopping_ = true;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        stopping_ = true;
+    }
+    if (!thread_.joinable())
+        return;
+    // The flag first: a thread that is let go must not take another step.
+    doorbell_.close();
     wake_.notify_all();
-    if (thread_.joinable())
-        thread_.join();
+    input_.wake();
+    thread_.join();
 }
 
 void Middleware::tune(uint16_t serviceId)
@@ -119,6 +71,7 @@ void Middleware::tune(uint16_t serviceId)
         ended_ = false;
     }
     wake_.notify_all();
+    input_.wake();
 }
 
 std::vector<Service> Middleware::services() const
@@ -136,7 +89,13 @@ std::optional<uint16_t> Middleware::tunedService() const
 std::string Middleware::error() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return stream_.error();
+    return error_;
+}
+
+bool Middleware::lacksWantedService() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return ended_ && wanted_ && !tuned_;
 }
 
 StreamStatistics Middleware::statistics() const
@@ -145,30 +104,28 @@ StreamStatistics Middleware::statistics() const
     return stream_.statistics();
 }
 
-bool Middleware::hasApplicationSignalling() const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return !tablePids_.empty();
-}
-
 void Middleware::run()
 {
     while (!stopping_) {
-        const std::optional<uint16_t> request = nextRequest();
-        if (request)
-            retune(*request);
-        else if (!playChunk())
-            endOfStream();
-        sendOutgoing();
-        if (request)
-            ++tunes_;
-        if (stopping_ || ended_)
-            continue;
-        if (options_.speed > 0)
-            pace();
         // The air waits for the receiver: what it says never piles up, and plays alike every time.
         doorbell_.waitUntilSettled();
+        if (stopping_)
+            return;
+        send(step());
+        pace();
     }
+}
+
+Middleware::Progress Middleware::step()
+{
+    const std::optional<uint16_t> request = nextRequest();
+    if (request) {
+        retune(*request);
+        return Progress::Tuned;
+    }
+    if (stopping_ || playChunk() || !endOfStream())
+        return Progress::Playing;
+    return Progress::Ended;
 }
 
 /// The next request to tune; waits for one while the stream has ended.
@@ -186,125 +143,140 @@ std::optional<uint16_t> Middleware::nextRequest()
 /// @return false at the end of the stream
 bool Middleware::playChunk()
 {
-    if (stopping_)
-        return true;
-    if (!waitForInput())
-        return true;
     unsigned char chunk[chunkBytes];
-    const size_t count = std::fread(chunk, 1, sizeof(chunk), input_);
-    bytesRead_ += count;
+    const std::optional<size_t> count = input_.read(chunk, sizeof(chunk));
+    if (!count)
+        return true;
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (count == 0)
-        return false;
-    if (!stream_.feed(chunk, count))
+    if (*count == 0 || !stream_.feed(chunk, *count))
         return false;
     reportFileAnswers();
-    for (const uint16_t pid : carousels_.wantedPids())
-        subscribe(pid);
+    updateSubscriptions();
     showProgress();
     return true;
-}
-
-/// A pipe may stay silent for long. @return false when the thread is to stop meanwhile
-bool Middleware::waitForInput()
-{
-    const int pollMs = 100;
-    pollfd waiting = {::fileno(input_), POLLIN, 0};
-    while (input_ == stdin && !stopping_ && ::poll(&waiting, 1, pollMs) == 0) {
-    }
-    return !stopping_;
 }
 
 void Middleware::showProgress()
 {
     const size_t interval = size_t(8) << 20;
-    if (!options_.showProgress || bytesRead_ / interval == (bytesRead_ - chunkBytes) / interval)
+    const size_t read = input_.bytesRead();
+    if (!options_.showProgress || read < interval || read % interval >= chunkBytes)
         return;
-    std::string text = withSeparators(bytesRead_ >> 20) + " MiB";
-    if (inputSize_ != 0)
-        text += " of " + withSeparators(inputSize_ >> 20) + " MiB";
+    std::string text = withSeparators(read >> 20) + " MiB";
+    if (input_.size() != 0)
+        text += " of " + withSeparators(input_.size() >> 20) + " MiB";
     log_.progress(text + " read, " + withSeparators(stream_.statistics().sections) + " sections");
 }
 
-void Middleware::sendOutgoing()
+/// The browser thread sees the whole step at once, the events and how far it went.
+void Middleware::send(Progress progress)
 {
+    const Doorbell::Hold hold(doorbell_);
     std::vector<Outgoing> events;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         events.swap(outgoing_);
+        ended_ = progress == Progress::Ended && requests_.empty();
     }
     for (const Outgoing& event : events)
-        vesta_hbbtv_send_event(event.type, event.data);
+        receiver::send(event);
+    if (progress == Progress::Tuned)
+        ++tunes_;
 }
 
 void Middleware::pace()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (!firstClock_ || !lastClock_ || *lastClock_ < *firstClock_)
+    if (options_.speed <= 0)
         return;
-    const double streamSeconds =
-        static_cast<double>(*lastClock_ - *firstClock_) / clockTicksPerSecond;
-    const auto due =
-        paceStart_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                         std::chrono::duration<double>(streamSeconds / options_.speed));
-    wake_.wait_until(lock, due, [this] { return stopping_ || !requests_.empty(); });
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (const std::optional<StreamClock::Time> due = clock_.due(options_.speed))
+        wake_.wait_until(lock, *due, [this] { return stopping_ || !requests_.empty(); });
 }
 
-void Middleware::endOfStream()
+/// @return false when the stream is played again
+bool Middleware::endOfStream()
 {
-    if (options_.loop && !stopping_ && bytesRead_ > 0 && std::fseek(input_, 0, SEEK_SET) == 0) {
-        const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool isEmpty = input_.bytesRead() == 0 && stream_.statistics().packets == 0;
+    if (!input_.error().empty())
+        error_ = input_.error();
+    else if (isEmpty)
+        error_ = options_.input + ": is empty";
+    else if (!stream_.finish())
+        error_ = options_.input + ": " + stream_.error();
+    if (error_.empty() && options_.loop && input_.rewind()) {
         stream_.restart();
-        firstClock_.reset();
+        clock_.restart();
+        return false;
+    }
+    finishStream();
+    return true;
+}
+
+void Middleware::finishStream()
+{
+    reportFileAnswers();
+    // The network that they waited for will not be told.
+    for (const auto& [number, section] : std::exchange(heldBack_, {}))
+        sendTableSection(section);
+    for (void* const id : carousels_.giveUp())
+        outgoing_.push_back(fileAnswer(id, false));
+    if (!error_.empty())
         return;
+    const uint64_t packets = stream_.statistics().packets;
+    log_.report(Source::Air, "end", "end of the stream: " + withSeparators(packets) + " packets",
+                {{"packets", packets}});
+    const std::string text = remarkAtEnd();
+    if (!text.empty())
+        remark("remark", text);
+    if (options_.speed > 0 && !clock_.isKnown())
+        remark("remark", "no clock in the stream: --speed had nothing to go by");
+}
+
+/// What a person might have expected of the stream; empty when it was all there.
+std::string Middleware::remarkAtEnd() const
+{
+    if (stream_.services().empty())
+        return "no services: the stream lists none";
+    if (!tuned_ && !wanted_)
+        return "no service of the stream signals applications (no AIT)";
+    if (!tuned_) {
+        std::string list;
+        for (const Service& service : stream_.services())
+            list += (list.empty() ? "" : ", ") + std::to_string(service.programNumber);
+        return "no such service: " + std::to_string(*wanted_) + "; the stream has " + list;
     }
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const bool isStream = stream_.finish();
-        reportFileAnswers();
-        for (void* const id : carousels_.giveUp())
-            outgoing_.push_back({E_DSMCC_FILE_ERROR, downloadRecord(id)});
-        if (isStream && stream_.error().empty())
-            log_.report(Source::Air, "end",
-                        "end of the stream: " + withSeparators(stream_.statistics().packets) +
-                            " packets",
-                        {{"packets", stream_.statistics().packets}});
-    }
-    sendOutgoing();
-    ended_ = true;
-    doorbell_.ring();
+    if (filter_.pids().empty())
+        return nameOf(*tuned_) + " signals no applications (no AIT)";
+    return hasSentTable_ ? "" : "no AIT for HbbTV came in " + nameOf(*tuned_);
 }
 
 void Middleware::retune(uint16_t serviceId)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    leaveService();
     outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
+    leaveService();
     wanted_ = serviceId;
-    if (options_.input != "-" && std::fseek(input_, 0, SEEK_SET) == 0) {
-        std::clearerr(input_);
-        bytesRead_ = 0;
+    if (input_.rewind()) {
         stream_.restart();
-        firstClock_.reset();
+        clock_.restart();
     }
-    ended_ = false;
     // Its PMT may be known from before, and is then not told again.
     stream_.forgetProgramMaps();
 }
 
 void Middleware::leaveService()
 {
-    for (const uint16_t pid : tablePids_)
-        stream_.unsubscribe(pid);
-    for (const uint16_t pid : carousels_.wantedPids())
-        stream_.unsubscribe(pid);
     for (void* const id : carousels_.leave())
-        outgoing_.push_back({E_DSMCC_FILE_ERROR, downloadRecord(id)});
+        outgoing_.push_back(fileAnswer(id, false));
     tuned_.reset();
-    tablePids_.clear();
-    tablePid_.reset();
+    filter_.setStreams({});
+    updateSubscriptions();
+    hasSentTable_ = false;
     told_.clear();
-    heldBackTables_ = 0;
+    heldBack_.clear();
+    heldBackCount_ = 0;
+    remarks_.clear();
 }
 
 void Middleware::servicesChanged(const std::vector<Service>& services)
@@ -313,11 +285,14 @@ void Middleware::servicesChanged(const std::vector<Service>& services)
         // The SDT may come after the PMT that was tuned to.
         if (tuned_ && tuned_->programNumber == service.programNumber)
             tuned_ = service;
-        std::string& told = toldServices_[service.programNumber];
-        if (told == service.name)
+        const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
+        if (!isNew && told->second == service.name)
             continue;
-        told = service.name;
-        log_.report(Source::Air, "service", nameOf(service) + " found",
+        told->second = service.name;
+        log_.report(Source::Air, "service",
+                    isNew ? nameOf(service) + " found"
+                          : "service " + std::to_string(service.programNumber) + " is \"" +
+                                service.name + "\"",
                     {{"service", service.programNumber}, {"name", service.name}});
     }
 }
@@ -336,47 +311,49 @@ void Middleware::pmtReceived(const Service& service, const SectionBytes& section
         joinService(service, section);
 }
 
+/// Follows the service's PMT: the first, or one that differs.
 void Middleware::joinService(const Service& service, const SectionBytes& section)
 {
-    const std::vector<StreamDescription> streams = readStreamDescriptions(section);
-    SectionBytes bytes = section;
-    const PMT pmt(bytes.data());
-    if (!tuned_)
-        log_.report(
-            Source::Receiver, "tuned",
-            "tuned to " + nameOf(service) + ", " +
-                std::to_string(pmt.getElementaryStreams().size()) + " streams",
-            {{"service", service.programNumber}, {"streams", pmt.getElementaryStreams().size()}});
+    const EventLog::Details details = {{"service", service.programNumber}};
+    if (tuned_)
+        log_.report(Source::Air, "streams",
+                    nameOf(service) + " has other streams now: " + streamCount(section), details);
+    else
+        log_.report(Source::Receiver, "tuned",
+                    "tuned to " + nameOf(service) + ", " + streamCount(section), details);
     tuned_ = service;
     wanted_ = service.programNumber;
     clockPid_ = readClockPid(section);
-    tablePids_.clear();
-    tablePid_.reset();
-    for (const StreamDescription& stream : streams) {
-        if (!stream.mayCarryApplicationInformation())
-            continue;
-        tablePids_.push_back(stream.pid);
-        subscribe(stream.pid);
-        const bool carriesHbbTV = std::any_of(
-            stream.applicationTypes.begin(), stream.applicationTypes.end(),
-            [](const auto& type) { return type.applicationType == hbbtvApplicationType; });
-        if (carriesHbbTV && !tablePid_)
-            tablePid_ = stream.pid;
+    const std::vector<StreamDescription> streams = readStreamDescriptions(section);
+    const bool hadTables = !filter_.pids().empty();
+    filter_.setStreams(streams);
+    if (hadTables && filter_.pids().empty()) {
+        log_.report(Source::Air, "ait-gone", nameOf(service) + " signals no applications any more",
+                    details);
+        outgoing_.push_back(tableGone());
+        told_.clear();
     }
     carousels_.join(service, streams);
-    for (const uint16_t pid : carousels_.wantedPids())
-        subscribe(pid);
+    updateSubscriptions();
 }
 
-void Middleware::subscribe(uint16_t pid)
+/// Listens to what the service needs now, and to nothing else.
+void Middleware::updateSubscriptions()
 {
-    if (!stream_.isSubscribed(pid))
+    std::set<uint16_t> needed = carousels_.pids();
+    needed.insert(filter_.pids().begin(), filter_.pids().end());
+    for (const uint16_t pid : subscribed_) {
+        if (needed.count(pid) == 0)
+            stream_.unsubscribe(pid);
+    }
+    for (const uint16_t pid : needed)
         stream_.subscribe(pid);
+    subscribed_ = std::move(needed);
 }
 
 void Middleware::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
-    if (std::find(tablePids_.begin(), tablePids_.end(), pid) != tablePids_.end())
+    if (filter_.isOnPid(pid))
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
@@ -384,66 +361,69 @@ void Middleware::sectionReceived(uint16_t pid, const SectionBytes& section)
 
 void Middleware::takeTableSection(uint16_t pid, const SectionBytes& section)
 {
-    const std::string reason = reasonAgainst(section);
+    std::string reason = filter_.reasonAgainst(pid, section);
     if (!reason.empty()) {
-        leaveOut("PID " + std::to_string(pid) + ": " + reason);
+        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + reason);
         return;
     }
-    // Tables of several PIDs would look like one that changes all the time.
-    if (!tablePid_)
-        tablePid_ = pid;
-    if (*tablePid_ != pid)
-        leaveOut("PID " + std::to_string(pid) + ": a second AIT of the service");
-    else if (!tuned_->originalNetworkId && heldBackTables_ < mostHeldBackTables) {
-        ++heldBackTables_;
-        leaveOut("PID " + std::to_string(pid) + ": an AIT before the network is known");
-    } else
-        sendTableSection(section);
+    if (!tuned_->originalNetworkId && heldBackCount_ < mostHeldBackTables) {
+        ++heldBackCount_;
+        heldBack_[readSectionHeader(section).sectionNumber] = section;
+        remark("left-out", "held back: an AIT before the network is known");
+        return;
+    }
+    heldBack_.clear();
+    sendTableSection(section);
 }
 
 void Middleware::sendTableSection(const SectionBytes& section)
 {
-    const SectionHeader header = readSectionHeader(section);
-    SectionBytes& told = told_[header.sectionNumber];
-    if (told != section) {
-        told = section;
-        log_.report(Source::Air, "ait",
-                    "AIT version " + std::to_string(header.version) + ", section " +
-                        std::to_string(header.sectionNumber) + " of " +
-                        std::to_string(header.lastSectionNumber) + ", " +
-                        withSeparators(section.size()) + " bytes",
-                    {{"version", header.version},
-                     {"section", header.sectionNumber},
-                     {"last_section", header.lastSectionNumber},
-                     {"size", section.size()}});
-    }
-    outgoing_.push_back({E_AIT_SECTION, sectionRecord(*tuned_, section)});
+    reportTableSection(section);
+    hasSentTable_ = true;
+    outgoing_.push_back(tableSection(section.data(), section.size(),
+                                     tuned_->originalNetworkId.value_or(0),
+                                     tuned_->transportStreamId, tuned_->programNumber));
 }
 
-void Middleware::leaveOut(const std::string& why)
+/// Tells of a section that was not there before; the air repeats them all the time.
+void Middleware::reportTableSection(const SectionBytes& section)
 {
-    if (!options_.verbose || lastLeftOut_ == why)
+    const SectionHeader header = readSectionHeader(section);
+    SectionBytes& told = told_[header.sectionNumber];
+    if (told == section)
         return;
-    lastLeftOut_ = why;
-    log_.report(Source::Receiver, "left-out", "left out: " + why);
+    told = section;
+    const std::string place = header.lastSectionNumber == 0
+                                  ? ""
+                                  : ", section " + std::to_string(header.sectionNumber + 1) +
+                                        " of " + std::to_string(header.lastSectionNumber + 1);
+    log_.report(Source::Air, "ait",
+                "AIT version " + std::to_string(header.version) + place + ", " +
+                    withSeparators(section.size()) + " bytes",
+                {{"version", header.version},
+                 {"section", header.sectionNumber},
+                 {"last_section", header.lastSectionNumber},
+                 {"size", section.size()}});
+}
+
+/// Something that is not for everybody, or that would be said again and again.
+void Middleware::remark(const char* event, const std::string& text)
+{
+    const bool isForEverybody = std::string(event) != "left-out";
+    if ((isForEverybody || options_.verbose) && remarks_.insert(text).second)
+        log_.report(Source::Receiver, event, text);
 }
 
 void Middleware::reportFileAnswers()
 {
     for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers())
-        outgoing_.push_back(
-            {answer.ready ? E_DSMCC_FILE_READY : E_DSMCC_FILE_ERROR, downloadRecord(answer.id)});
+        outgoing_.push_back(fileAnswer(answer.id, answer.ready));
 }
 
 void Middleware::clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity)
 {
-    if (pid != clockPid_)
-        return;
-    if (!firstClock_ || discontinuity) {
-        firstClock_ = ticks;
-        paceStart_ = std::chrono::steady_clock::now();
-    }
-    lastClock_ = ticks;
+    if (pid == clockPid_)
+        clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
 }
 
 }  // namespace receiver

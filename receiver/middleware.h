@@ -5,20 +5,22 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <cstdio>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "vesta_hbbtv_appman.h"
-
 #include "receiver/doorbell.h"
 #include "receiver/event_log.h"
+#include "receiver/event_records.h"
 #include "receiver/service_carousels.h"
+#include "receiver/stream_clock.h"
+#include "receiver/stream_input.h"
+#include "receiver/table_filter.h"
 #include "receiver/transport_stream.h"
 
 namespace receiver {
@@ -34,7 +36,7 @@ struct MiddlewareOptions {
 };
 
 /// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, and
-/// never with its own mutex held: the hooks that the browser thread runs take it too.
+/// never with its own mutex held: commands that the browser thread runs take it too.
 class Middleware : private TransportStreamListener {
 public:
     /// @param log, doorbell borrowed
@@ -43,10 +45,13 @@ public:
     Middleware(const Middleware&) = delete;
     Middleware& operator=(const Middleware&) = delete;
 
-    /// Opens the input and starts the thread. @return an error for people; empty for success
-    std::string start();
+    /// Opens the input. @return an error for people; empty for success
+    std::string open() { return input_.open(); }
 
-    /// Ends the thread.
+    /// Starts the thread.
+    void start();
+
+    /// Ends the thread, and closes the doorbell.
     void stop();
 
     /// Tunes to a service; a file is played from its beginning again.
@@ -60,20 +65,18 @@ public:
     std::vector<Service> services() const;
     std::optional<uint16_t> tunedService() const;
     bool hasEnded() const { return ended_; }
+    /// Why the input could not be read (to its end); empty when it could.
     std::string error() const;
+    /// Whether the stream ended without a sign of the service of the options.
+    bool lacksWantedService() const;
     StreamStatistics statistics() const;
-    /// Whether the tuned service signals applications.
-    bool hasApplicationSignalling() const;
     /// @}
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
     ServiceCarousels& carousels() { return carousels_; }
 
 private:
-    struct Outgoing {
-        VestaHbbTV::HBBTV_EventType type;
-        VestaHbbTV::HBBTV_EventData* data;
-    };
+    enum class Progress { Playing, Tuned, Ended };
 
     void servicesChanged(const std::vector<Service>& services) override;
     void pmtReceived(const Service& service, const SectionBytes& section) override;
@@ -81,18 +84,21 @@ private:
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
 
     void run();
+    Progress step();
     bool playChunk();
-    bool waitForInput();
-    void sendOutgoing();
+    void send(Progress progress);
     void pace();
-    void endOfStream();
+    bool endOfStream();
+    void finishStream();
+    std::string remarkAtEnd() const;
     void retune(uint16_t serviceId);
     void joinService(const Service& service, const SectionBytes& pmt);
-    void subscribe(uint16_t pid);
+    void updateSubscriptions();
     void leaveService();
     void takeTableSection(uint16_t pid, const SectionBytes& section);
     void sendTableSection(const SectionBytes& section);
-    void leaveOut(const std::string& why);
+    void reportTableSection(const SectionBytes& section);
+    void remark(const char* event, const std::string& text);
     void reportFileAnswers();
     void showProgress();
     std::optional<uint16_t> nextRequest();
@@ -100,28 +106,27 @@ private:
     const MiddlewareOptions options_;
     EventLog& log_;
     Doorbell& doorbell_;
-    std::FILE* input_ = nullptr;
-    size_t inputSize_ = 0;
-    size_t bytesRead_ = 0;
+    StreamInput input_;
     std::thread thread_;
 
-    mutable std::mutex mutex_;  // guards everything below but the atomics
+    mutable std::mutex mutex_;  // guards everything below but the atomics and the carousels
     std::condition_variable wake_;
     std::deque<uint16_t> requests_;
     TransportStream stream_;
+    StreamClock clock_;
+    uint16_t clockPid_ = 0x1FFF;
+    TableFilter filter_;
     std::vector<Outgoing> outgoing_;
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;
-    std::vector<uint16_t> tablePids_;       // where AITs of the tuned service may be
-    std::optional<uint16_t> tablePid_;      // where they are taken from
-    std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
-    uint16_t clockPid_ = 0x1FFF;
-    std::optional<uint64_t> firstClock_;
-    std::optional<uint64_t> lastClock_;
-    std::chrono::steady_clock::time_point paceStart_;
-    std::string lastLeftOut_;
-    unsigned heldBackTables_ = 0;
+    std::set<uint16_t> subscribed_;
+    bool hasSentTable_ = false;
+    std::map<uint8_t, SectionBytes> told_;      // the table's sections that were announced
+    std::map<uint8_t, SectionBytes> heldBack_;  // until the network is known
+    unsigned heldBackCount_ = 0;
+    std::set<std::string> remarks_;                 // each is made once a service
     std::map<uint16_t, std::string> toldServices_;  // names
+    std::string error_;
     ServiceCarousels carousels_;
     std::atomic<bool> stopping_{false};
     std::atomic<bool> ended_{false};

@@ -1,7 +1,8 @@
 #include "receiver/options.h"
 
-#include <cstdlib>
 #include <getopt.h>
+
+#include "receiver/words.h"
 
 namespace receiver {
 
@@ -36,15 +37,6 @@ const option longOptions[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-/// A number of any kind above 0. @return nothing for anything else
-std::optional<double> positiveNumber(const char* text)
-{
-    char* end = nullptr;
-    const double number = std::strtod(text, &end);
-    const bool isNumber = end != text && *end == '\0' && number > 0 && number < 1e9;
-    return isNumber ? std::optional<double>(number) : std::nullopt;
-}
-
 std::string takeSite(const std::string& text, Options& options)
 {
     // A URL may hold a "=", a folder hardly does: the last one divides.
@@ -73,8 +65,8 @@ std::string takeLogLevel(const std::string& text, Options& options)
 
 std::string takeService(const std::string& text, Options& options)
 {
-    const std::optional<double> number = positiveNumber(text.c_str());
-    if (!number || *number > 0xFFFF)
+    const std::optional<uint32_t> number = wholeNumber(text, 0xFFFF);
+    if (!number || *number == 0)
         return "--service wants a service id from 1 to 65535, not " + text;
     options.middleware.service = static_cast<uint16_t>(*number);
     return "";
@@ -82,7 +74,7 @@ std::string takeService(const std::string& text, Options& options)
 
 std::string takeSpeed(const std::string& text, Options& options)
 {
-    const std::optional<double> factor = positiveNumber(text.c_str());
+    const std::optional<double> factor = positiveNumber(text);
     if (!factor)
         return "--speed wants a factor such as 1 or 0.5, not " + text;
     options.middleware.speed = *factor;
@@ -91,10 +83,10 @@ std::string takeSpeed(const std::string& text, Options& options)
 
 std::string takeLimit(const std::string& text, Options& options)
 {
-    const std::optional<double> mebibytes = positiveNumber(text.c_str());
-    if (!mebibytes || *mebibytes > 2048)
+    const std::optional<uint32_t> mebibytes = wholeNumber(text, 2048);
+    if (!mebibytes || *mebibytes == 0)
         return "--carousel-limit wants MiB from 1 to 2048, not " + text;
-    options.middleware.limits.memory = static_cast<size_t>(*mebibytes * 1048576.0);
+    options.middleware.limits.memory = size_t(*mebibytes) << 20;
     return "";
 }
 
@@ -127,7 +119,7 @@ std::string takeOption(int name, const std::string& value, Options& options)
     case limitOption:
         return takeLimit(value, options);
     default:
-        return "unknown option, or one that wants a value";
+        return "";
     }
 }
 
@@ -139,10 +131,14 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
     opterr = 0;
     optind = 1;
     for (;;) {
-        const int name = getopt_long(argc, argv, "hs:", longOptions, nullptr);
+        const int name = getopt_long(argc, argv, ":hs:", longOptions, nullptr);
         if (name == -1)
             break;
-        problem = takeOption(name, optarg ? optarg : "", options);
+        if (name == '?' || name == ':')
+            problem = std::string(argv[optind - 1]) +
+                      (name == ':' ? " wants a value" : ": no such option");
+        else
+            problem = takeOption(name, optarg ? optarg : "", options);
         if (!problem.empty())
             return std::nullopt;
     }
@@ -153,7 +149,9 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
         return std::nullopt;
     }
     options.middleware.input = argv[optind];
-    return options;
+    if (options.middleware.loop && options.middleware.input == "-")
+        problem = "--loop wants a file: standard input cannot be played again";
+    return problem.empty() ? std::optional<Options>(options) : std::nullopt;
 }
 
 std::string usage()
@@ -175,9 +173,9 @@ std::string usage()
            "      --carousel-limit MIB   memory of each carousel (else 64)\n"
            "  -h, --help                 this text\n"
            "\n"
-           "Exit codes: 0 success, 1 wrong usage, 2 unreadable input, 3 a script's expectation\n"
-           "was not met. Without a script, and with a terminal, commands are typed; help lists\n"
-           "them.\n";
+           "Without a script, and with a terminal, commands are typed; help lists them.\n"
+           "Exit codes: 0 success, 1 wrong usage, 2 unreadable input or unwritable output,\n"
+           "3 a script's expectation was not met.\n";
 }
 
 }  // namespace receiver

@@ -1,10 +1,12 @@
 #include "receiver/page.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <libxml/HTMLparser.h>
 #include <libxml/uri.h>
 #include <memory>
+#include <strings.h>
 
 namespace receiver {
 
@@ -53,8 +55,32 @@ std::string pathOf(const std::string& url)
 
 std::string resolveURL(const std::string& base, const std::string& url)
 {
-    const XmlText result(xmlBuildURI(asXml(url.c_str()), asXml(base.c_str())));
+    // Everything that a URL may hold, escapes included, stays as it is.
+    const xmlChar* const allowed = asXml("%:/?#[]@!$&'()*+,;=");
+    XmlText result(xmlBuildURI(asXml(url.c_str()), asXml(base.c_str())));
+    if (!result) {
+        const XmlText escapedURL(xmlURIEscapeStr(asXml(url.c_str()), allowed));
+        const XmlText escapedBase(xmlURIEscapeStr(asXml(base.c_str()), allowed));
+        result.reset(xmlBuildURI(escapedURL.get(), escapedBase.get()));
+    }
     return result ? reinterpret_cast<const char*>(result.get()) : "";
+}
+
+std::string withoutEscapes(const std::string& text)
+{
+    std::string decoded;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const bool isEscape = text[at] == '%' && at + 2 < text.size() &&
+                              std::isxdigit(static_cast<unsigned char>(text[at + 1])) &&
+                              std::isxdigit(static_cast<unsigned char>(text[at + 2]));
+        if (isEscape) {
+            decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
+            at += 2;
+        } else {
+            decoded += text[at];
+        }
+    }
+    return decoded;
 }
 
 std::vector<std::string> subresources(const std::string& page)

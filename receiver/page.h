@@ -7,8 +7,12 @@
 
 namespace receiver {
 
-/// Makes a URL absolute (RFC 3986, 5.2). @return empty when it cannot be
+/// Makes a URL absolute (RFC 3986, 5.2). Characters that no URL may hold, such as blanks, are
+/// escaped where needed. @return empty when it cannot be
 std::string resolveURL(const std::string& base, const std::string& url);
+
+/// Decodes escapes such as %20.
+std::string withoutEscapes(const std::string& text);
 
 /// What a page needs to be shown: the `src` of its elements and the `href` of its links to style
 /// sheets and the like; links for people (`a`) are not among them.

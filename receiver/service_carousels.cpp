@@ -34,7 +34,7 @@ std::vector<void*> ServiceCarousels::leave()
     service_.reset();
     tagsByPid_.clear();
     carousels_.clear();
-    told_.clear();
+    hasEnded_ = false;
     std::vector<void*> ids;
     for (const auto& entry : pending_)
         ids.push_back(entry.first);
@@ -42,39 +42,53 @@ std::vector<void*> ServiceCarousels::leave()
     return ids;
 }
 
+ServiceCarousels::Reception ServiceCarousels::makeReception(uint8_t tag)
+{
+    Reception reception;
+    reception.carousel =
+        std::make_unique<ObjectCarousel>(limits_, [this, tag](const std::string& message) {
+            report("carousel-problem", "carousel " + hex(tag) + ": " + message,
+                   {{"component_tag", tag}});
+        });
+    reception.tags.insert(tag);
+    return reception;
+}
+
 void ServiceCarousels::join(const Service& service, const std::vector<StreamDescription>& streams)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     service_ = service;
+    tagsByPid_.clear();
+    std::map<uint8_t, Reception> before;
+    before.swap(carousels_);
     for (const StreamDescription& stream : streams) {
         if (stream.streamType != carouselStreamType || !stream.componentTag)
             continue;
         const uint8_t tag = *stream.componentTag;
         tagsByPid_[stream.pid] = tag;
-        if (stream.carouselId && carousels_.count(tag) == 0)
-            carousels_[tag] =
-                std::make_unique<ObjectCarousel>(limits_, [this, tag](const std::string& message) {
-                    report("carousel-problem", "carousel " + hex(tag) + ": " + message,
-                           {{"component_tag", tag}});
-                });
+        if (!stream.carouselId)
+            continue;
+        const auto known = before.find(tag);
+        carousels_.emplace(tag,
+                           known == before.end() ? makeReception(tag) : std::move(known->second));
     }
     for (const StreamDescription& stream : streams) {
         for (const uint16_t association : stream.associationTags) {
             for (const auto& entry : carousels_) {
                 if (stream.componentTag)
-                    entry.second->mapAssociationTag(association, *stream.componentTag);
+                    entry.second.carousel->mapAssociationTag(association, *stream.componentTag);
             }
         }
     }
 }
 
-std::set<uint16_t> ServiceCarousels::wantedPids() const
+std::set<uint16_t> ServiceCarousels::pids() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::set<uint16_t> pids;
     for (const auto& [pid, tag] : tagsByPid_) {
-        for (const auto& [carouselTag, carousel] : carousels_) {
-            if (carouselTag == tag || carousel->wantedAssociationTags().count(tag) != 0)
+        for (const auto& entry : carousels_) {
+            if (entry.second.tags.count(tag) != 0)
                 pids.insert(pid);
         }
     }
@@ -87,32 +101,31 @@ void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
     const auto tag = tagsByPid_.find(pid);
     if (tag == tagsByPid_.end())
         return;
-    for (const auto& [carouselTag, carousel] : carousels_) {
-        // A stream of its own begins a carousel; the others carry what that one refers to.
-        if (carouselTag == tag->second || carousels_.count(static_cast<uint8_t>(tag->second)) == 0)
-            carousel->feedSection(tag->second, section.data(), section.size());
+    for (auto& [carouselTag, reception] : carousels_) {
+        if (reception.tags.count(tag->second) == 0)
+            continue;
+        reception.carousel->feedSection(tag->second, section.data(), section.size());
+        const std::set<uint16_t> wanted = reception.carousel->wantedAssociationTags();
+        reception.tags.insert(wanted.begin(), wanted.end());
+        reportNews(carouselTag, reception);
     }
-    reportNews();
 }
 
-void ServiceCarousels::reportNews()
+void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
 {
-    for (const auto& [tag, carousel] : carousels_) {
-        auto& [revision, modules] = told_[tag];
-        if (revision == carousel->revision())
-            continue;
-        revision = carousel->revision();
-        const CarouselProgress progress = carousel->progress();
-        if (progress.modulesComplete == modules)
-            continue;
-        modules = progress.modulesComplete;
-        report("carousel",
-               "carousel " + hex(tag) + ": " + std::to_string(progress.modulesComplete) + " of " +
-                   std::to_string(progress.modulesKnown) + " modules",
-               {{"component_tag", tag},
-                {"modules_complete", progress.modulesComplete},
-                {"modules_known", progress.modulesKnown}});
-    }
+    if (reception.toldRevision == reception.carousel->revision())
+        return;
+    reception.toldRevision = reception.carousel->revision();
+    const CarouselProgress progress = reception.carousel->progress();
+    if (progress.modulesComplete == reception.toldModules)
+        return;
+    reception.toldModules = progress.modulesComplete;
+    report("carousel",
+           "carousel " + hex(tag) + ": " + std::to_string(progress.modulesComplete) + " of " +
+               std::to_string(progress.modulesKnown) + " modules",
+           {{"component_tag", tag},
+            {"modules_complete", progress.modulesComplete},
+            {"modules_known", progress.modulesKnown}});
 }
 
 std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
@@ -129,6 +142,9 @@ std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
         const bool ready = lookup.result == Lookup::Result::Ready;
         if (ready)
             open_[entry->first] = {entry->second.path, lookup.file, 0};
+        report(ready ? "file-ready" : "file-error",
+               entry->second.path + ": " + (ready ? "it has come" : problem),
+               {{"path", entry->second.path}});
         answers.push_back({entry->first, ready});
         entry = pending_.erase(entry);
     }
@@ -145,13 +161,14 @@ std::vector<void*> ServiceCarousels::giveUp()
         ids.push_back(id);
     }
     pending_.clear();
+    hasEnded_ = true;
     return ids;
 }
 
-ObjectCarousel* ServiceCarousels::carouselOf(uint8_t componentTag) const
+const ObjectCarousel* ServiceCarousels::carouselOf(uint8_t componentTag) const
 {
     const auto found = carousels_.find(componentTag);
-    return found == carousels_.end() ? nullptr : found->second.get();
+    return found == carousels_.end() ? nullptr : found->second.carousel.get();
 }
 
 Lookup ServiceCarousels::find(const CarouselPath& path, std::string& problem) const
@@ -176,9 +193,16 @@ Lookup ServiceCarousels::find(const CarouselPath& path, std::string& problem) co
 unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::optional<CarouselPath> path = parseCarouselPath(text);
+    std::optional<CarouselPath> path = parseCarouselPath(text);
     std::string problem = "not a carousel path";
-    const Lookup lookup = path ? find(*path, problem) : Lookup();
+    if (path)
+        path->path = withoutEscapes(path->path);
+    Lookup lookup = path ? find(*path, problem) : Lookup();
+    if (lookup.result == Lookup::Result::Pending && hasEnded_) {
+        lookup.result = Lookup::Result::Error;
+        problem += ", and the stream has ended";
+    }
+    forget(id);  // a browser may use an id again
     const EventLog::Details details = {{"path", text}};
     switch (lookup.result) {
     case Lookup::Result::Ready:
@@ -227,16 +251,23 @@ unsigned int ServiceCarousels::read(void* id, char** bytes, unsigned int* count)
 unsigned int ServiceCarousels::close(void* id)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    pending_.erase(id);
-    return open_.erase(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
+    return forget(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
+}
+
+bool ServiceCarousels::forget(void* id)
+{
+    const bool wasPending = pending_.erase(id) != 0;
+    return open_.erase(id) != 0 || wasPending;
 }
 
 std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Status> list;
-    for (const auto& [tag, carousel] : carousels_)
-        list.push_back({tag, carousel->progress(), carousel->files(), carousel->streamEvents()});
+    for (const auto& [tag, reception] : carousels_) {
+        const ObjectCarousel& carousel = *reception.carousel;
+        list.push_back({tag, carousel.progress(), carousel.files(), carousel.streamEvents()});
+    }
     return list;
 }
 
@@ -244,7 +275,7 @@ bool ServiceCarousels::hasFile(const std::string& path) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     return std::any_of(carousels_.begin(), carousels_.end(), [&path](const auto& entry) {
-        return entry.second->find(path).result == Lookup::Result::Ready;
+        return entry.second.carousel->find(path).result == Lookup::Result::Ready;
     });
 }
 

@@ -29,11 +29,12 @@ public:
     /// @return the ids of the pending files
     std::vector<void*> leave();
 
-    /// @param streams of the service's PMT
+    /// @param streams of the service's PMT, again whenever it changes: carousels that it lists no
+    ///        more are forgotten
     void join(const Service& service, const std::vector<StreamDescription>& streams);
 
     /// The PIDs that carry parts of the carousels, as far as they are known to be needed.
-    std::set<uint16_t> wantedPids() const;
+    std::set<uint16_t> pids() const;
 
     /// Takes a section of one of these PIDs.
     void feed(uint16_t pid, const SectionBytes& section);
@@ -45,7 +46,8 @@ public:
     /// Pending files that are there now, or never will be.
     std::vector<Answer> takeAnswers();
 
-    /// No more sections follow. @return the ids of the pending files, which will not come
+    /// No more sections follow until leave(): nothing becomes pending any more.
+    /// @return the ids of the pending files, which will not come
     std::vector<void*> giveUp();
 
     /// @name The platform's side of dsmcc_*; results are DSMCC_RESULT
@@ -55,6 +57,7 @@ public:
     unsigned int mimeType(void* id, std::string& type) const;
     /// The next bytes, valid until the file is closed.
     unsigned int read(void* id, char** bytes, unsigned int* count);
+    /// Forgets the file, be it open or pending.
     unsigned int close(void* id);
     /// @}
 
@@ -76,19 +79,29 @@ private:
         size_t position = 0;
     };
 
-    ObjectCarousel* carouselOf(uint8_t componentTag) const;
+    /// A carousel and the streams that it is fed from.
+    struct Reception {
+        std::unique_ptr<ObjectCarousel> carousel;
+        std::set<uint16_t> tags;
+        uint64_t toldRevision = 0;
+        size_t toldModules = 0;
+    };
+
+    Reception makeReception(uint8_t tag);
+    const ObjectCarousel* carouselOf(uint8_t componentTag) const;
     Lookup find(const CarouselPath& path, std::string& problem) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
-    void reportNews();
+    void reportNews(uint8_t tag, Reception& reception);
+    bool forget(void* id);
 
     const CarouselLimits limits_;
     EventLog& log_;
     mutable std::mutex mutex_;
     std::optional<Service> service_;
-    std::map<uint16_t, uint16_t> tagsByPid_;                        // component tags
-    std::map<uint8_t, std::unique_ptr<ObjectCarousel>> carousels_;  // by component tag
-    std::map<uint8_t, std::pair<uint64_t, size_t>> told_;           // revision, complete modules
+    std::map<uint16_t, uint16_t> tagsByPid_;  // component tags
+    std::map<uint8_t, Reception> carousels_;  // by component tag
+    bool hasEnded_ = false;
     std::map<void*, CarouselPath> pending_;
     std::map<void*, OpenFile> open_;
 };

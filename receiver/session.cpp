@@ -17,11 +17,15 @@ Session::Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, Cons
 {
 }
 
-void Session::setScript(std::string name, std::vector<std::string> lines)
+std::string Session::setScript(std::string name, std::vector<std::string> lines)
 {
     scriptName_ = std::move(name);
+    for (size_t index = 0; index < lines.size(); ++index) {
+        if (const Outcome outcome = checkCommand(lines[index]); !outcome)
+            return placeOf(index + 1) + outcome.text;
+    }
     script_ = std::move(lines);
-    hasScript_ = true;
+    return "";
 }
 
 void Session::postLine(std::string line)
@@ -54,37 +58,40 @@ void Session::startLibrary()
 
 int Session::run()
 {
+    problem_ = middleware_.open();
+    if (!problem_.empty())
+        return exitUnreadable;
     startLibrary();
-    const std::string problem = middleware_.start();
-    if (!problem.empty()) {
-        log_.print("vesta_receiver: " + problem + "\n");
-        exitCode_ = exitUnreadable;
-        quit_ = true;
-    }
+    middleware_.start();
     while (!quit_) {
-        const bool streamHasEnded = middleware_.hasEnded();
         settle();
-        if (!middleware_.error().empty()) {
-            log_.print("vesta_receiver: " + middleware_.error() + "\n");
-            exitCode_ = exitUnreadable;
-            break;
-        }
         if (runNextLine())
             continue;
-        if (streamHasEnded && middleware_.hasEnded()) {
-            if (wait_)
-                failScript(wait_->line, "the stream ended before " + wait_->what);
-            if (isDone())
-                break;
-        }
-        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
+        if (!quit_ && middleware_.hasEnded())
+            endWithStream();
+        if (!quit_)
+            doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
     }
-    doorbell_.close();
     middleware_.stop();
     vesta_hbbtv_shutdown();
     vesta_hbbtv_set_sendevent_condition(nullptr, nullptr);
-    log_.report(Source::Receiver, "end", "the receiver has ended");
+    log_.report(Source::Receiver, "end", "the receiver has ended", {{"exit_code", int(exitCode_)}});
     return exitCode_;
+}
+
+/// What the end of the stream means; a person may still want to look around.
+void Session::endWithStream()
+{
+    const std::string problem = middleware_.error();
+    if (!problem.empty())
+        return fail(exitUnreadable, problem);
+    if (wait_)
+        return giveUpWaiting("the stream ended before " + wait_->what);
+    if (interactive_)
+        return;
+    quit_ = true;
+    if (middleware_.lacksWantedService())
+        fail(exitUsage, "no such service in the stream");
 }
 
 /// Runs everything that is queued and everything that the browser has to do about it.
@@ -109,7 +116,7 @@ bool Session::isWaiting()
         return false;
     }
     if (Doorbell::Clock::now() >= wait_->deadline) {
-        failScript(wait_->line, "waited in vain for " + wait_->what);
+        giveUpWaiting("waited in vain for " + wait_->what);
         return false;
     }
     return true;
@@ -119,24 +126,15 @@ bool Session::runScriptLine()
 {
     if (nextLine_ >= script_.size()) {
         // A script is a whole session: nothing is left to do behind its last line.
-        if (hasScript_ && !interactive_)
-            quit_ = true;
+        quit_ = quit_ || !scriptName_.empty();
         return false;
     }
     const size_t line = ++nextLine_;
-    const std::string problem = runCommand(*this, script_[line - 1]);
-    if (!problem.empty()) {
-        log_.print(scriptName_ + ":" + std::to_string(line) + ": " + problem + "\n");
-        exitCode_ = exitUsage;
-        quit_ = true;
-    }
+    const Outcome outcome = runCommand(*this, script_[line - 1]);
+    if (!outcome)
+        fail(outcome.kind == Outcome::Kind::WrongUsage ? exitUsage : exitExpectation,
+             placeOf(line) + outcome.text);
     return true;
-}
-
-bool Session::hasTypedLine()
-{
-    const std::lock_guard<std::mutex> lock(typedMutex_);
-    return !typed_.empty();
 }
 
 bool Session::runTypedLine()
@@ -151,35 +149,41 @@ bool Session::runTypedLine()
         line = std::move(typed_.front());
         typed_.pop_front();
     }
-    const std::string problem = runCommand(*this, line);
-    if (!problem.empty())
-        log_.print(problem + "\n");
+    const Outcome outcome = runCommand(*this, line);
+    if (!outcome)
+        log_.print(outcome.text + "\n");
     return true;
 }
 
-/// Whether nothing more can happen, now that the stream has ended.
-bool Session::isDone()
+void Session::giveUpWaiting(const std::string& why)
 {
-    return quit_ || (!interactive_ && nextLine_ >= script_.size());
+    const size_t line = wait_->line;
+    wait_.reset();
+    if (line != 0)
+        fail(exitExpectation, placeOf(line) + why);
+    else
+        log_.print(why + "\n");
 }
 
-void Session::failScript(size_t line, const std::string& why)
+/// Ends the session.
+void Session::fail(ExitCode code, const std::string& problem)
 {
-    wait_.reset();
-    const std::string where = line ? scriptName_ + ":" + std::to_string(line) + ": " : "";
-    log_.print(where + why + "\n");
-    if (!interactive_ || line) {
-        exitCode_ = exitExpectation;
-        quit_ = true;
-    }
+    exitCode_ = code;
+    problem_ = problem;
+    quit_ = true;
+    log_.report(Source::Receiver, "failed", problem);
+}
+
+std::string Session::placeOf(size_t line) const
+{
+    return scriptName_ + ":" + std::to_string(line) + ": ";
 }
 
 void Session::waitFor(std::string what, std::function<bool()> condition, double seconds)
 {
     const auto patience = std::chrono::duration_cast<Doorbell::Clock::duration>(
         std::chrono::duration<double>(seconds));
-    // 0 stands for a line that a person typed.
-    const size_t line = hasScript_ && !interactive_ ? nextLine_ : 0;
+    const size_t line = interactive_ ? 0 : nextLine_;
     wait_ = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + patience, line};
 }
 

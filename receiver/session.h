@@ -22,7 +22,7 @@ namespace receiver {
 enum ExitCode : int {
     exitSuccess = 0,
     exitUsage = 1,
-    exitUnreadable = 2,
+    exitUnreadable = 2,  ///< unreadable input or unwritable output
     exitExpectation = 3  ///< a script's expectation was not met
 };
 
@@ -36,8 +36,10 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Lines to run one after another; the first that fails ends the session.
-    void setScript(std::string name, std::vector<std::string> lines);
+    /// Lines to run one after another; the first that fails ends the session. Nothing is taken
+    /// from a script with a line that is no command.
+    /// @return the first such line with its number; empty for success
+    std::string setScript(std::string name, std::vector<std::string> lines);
 
     /// Whether to wait for postLine() when there is nothing else to do.
     void setInteractive(bool interactive) { interactive_ = interactive; }
@@ -47,7 +49,11 @@ public:
     void endOfInput();
 
     /// Runs until a command, the script's end or the end of the stream ends it.
+    /// @return an ExitCode
     int run();
+
+    /// Why run() did not return exitSuccess, for people.
+    const std::string& problem() const { return problem_; }
 
     /// @name For the commands
     /// @{
@@ -75,7 +81,7 @@ private:
         std::string what;
         std::function<bool()> condition;
         Doorbell::Clock::time_point deadline;
-        size_t line;
+        size_t line;  ///< of the script; 0 for one that a person typed
     };
 
     void startLibrary();
@@ -84,10 +90,11 @@ private:
     bool runScriptLine();
     bool runTypedLine();
     bool isWaiting();
-    bool isDone();
-    void failScript(size_t line, const std::string& why);
+    void endWithStream();
+    void giveUpWaiting(const std::string& why);
+    void fail(ExitCode code, const std::string& problem);
+    std::string placeOf(size_t line) const;
     std::optional<Doorbell::Clock::time_point> deadline() const;
-    bool hasTypedLine();
 
     EventLog& log_;
     Middleware& middleware_;
@@ -99,10 +106,10 @@ private:
     std::vector<std::string> script_;
     size_t nextLine_ = 0;
     std::optional<Wait> wait_;
-    bool hasScript_ = false;
     bool interactive_ = false;
     bool quit_ = false;
-    int exitCode_ = exitSuccess;
+    ExitCode exitCode_ = exitSuccess;
+    std::string problem_;
 
     std::mutex typedMutex_;
     std::deque<std::string> typed_;

@@ -9,25 +9,41 @@ namespace receiver {
 
 namespace {
 
+const char* stateOf(const TAVO_VestaWindow& window)
+{
+    return window.loaded ? "loaded" : "loading";
+}
+
+void writeWindows(Session& session, std::ostream& out)
+{
+    out << "windows\n";
+    if (session.browser().windows().empty())
+        out << "  none\n";
+    for (const TAVO_VestaWindow* const window : session.browser().windows()) {
+        const bool hasKeys = window == session.browser().focusedWindow();
+        out << "  " << window->id << "  " << (window->visible ? "shown" : "hidden") << ", "
+            << stateOf(*window) << (hasKeys ? ", has the keys" : "") << "  " << window->url << "\n";
+    }
+}
+
 void writeApplications(Session& session, std::ostream& out)
 {
     out << "applications\n";
     if (session.integrator().applications().empty())
         out << "  none\n";
     for (const auto& application : session.integrator().applications()) {
-        out << "  window " << application.window->id << "  " << application.ids << "  "
-            << (application.broadcastRelated ? "related" : "independent") << ", "
-            << (application.visible ? "shown" : "hidden") << ", "
-            << (application.window->loaded ? "loaded" : "loading") << "  " << application.url;
+        out << "  " << application.ids << "  in window " << application.window->id << ", "
+            << "broadcast-" << (application.broadcastRelated ? "related" : "independent") << ", "
+            << (application.visible ? "shown" : "hidden");
         if (!application.parent.empty())
-            out << "  (created by " << application.parent << ")";
+            out << ", created by " << application.parent;
         out << "\n";
     }
 }
 
 void writeTable(Session& session, std::ostream& out)
 {
-    out << "table\n";
+    out << "table in force\n";
     if (session.integrator().table().empty())
         out << "  none\n";
     for (const std::string& line : session.integrator().table())
@@ -63,6 +79,7 @@ std::string servicesPage(Session& session)
 std::string statusPage(Session& session)
 {
     std::ostringstream out;
+    writeWindows(session, out);
     writeApplications(session, out);
     writeTable(session, out);
     writeCarousels(session, out);
