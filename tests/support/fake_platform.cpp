@@ -123,9 +123,13 @@ unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length)
     const size_t count = file->readSize ? std::min(left, file->readSize) : left;
     if (count == 0 && file->endsUntouched)
         return DSMCC_OK;
-    platform.lastRead = file->bytes.substr(position, count);
+    if (platform.journalling) {
+        platform.lastRead = file->bytes.substr(position, count);
+        *buffer = platform.lastRead.data();
+    } else {
+        *buffer = const_cast<char*>(file->bytes.data()) + position;  // nobody pays for a copy
+    }
     position += count;
-    *buffer = platform.lastRead.data();
     *length = static_cast<unsigned int>(count);
     return DSMCC_OK;
 }
