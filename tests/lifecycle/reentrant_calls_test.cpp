@@ -5,7 +5,6 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
-#include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -154,7 +153,7 @@ protected:
 
     void sendAnotherAIT()
     {
-        deliverAIT(AITSection().version(nextVersion()).add(httpApplication(9, nextVersion())));
+        deliver(AITSection().version(nextVersion()).add(httpApplication(9, nextVersion())));
         tickSome();
     }
 
@@ -229,20 +228,6 @@ protected:
         vesta_hbbtv_set_broadcast_window(handle_);
     }
 
-    /// A record belongs to the library only while there is a queue.
-    static void deliver(HBBTV_EventType type, HBBTV_EventData* data = nullptr)
-    {
-        if (ConfigurationManager::getCurrentQueue())
-            send(type, data);
-        else
-            delete new ExternalEvent(type, data);
-    }
-
-    static void deliverAIT(const AITSection& section)
-    {
-        deliver(E_AIT_SECTION, aitRecord(section));
-    }
-
     static void tickSome()
     {
         for (int ticks = 0; ticks < 50 && vesta_hbbtv_tick(); ++ticks) {
@@ -261,10 +246,10 @@ protected:
 
     void serviceStarts()
     {
-        deliverAIT(AITSection()
-                       .version(nextVersion())
-                       .add(httpApplication(1, 1).profiles({{0, 9, 9, 9}}))
-                       .add(httpApplication(1, 2).carousel(2, 7)));
+        deliver(AITSection()
+                    .version(nextVersion())
+                    .add(httpApplication(1, 1).profiles({{0, 9, 9, 9}}))
+                    .add(httpApplication(1, 2).carousel(2, 7)));
         tickSome();
     }
 
@@ -305,7 +290,7 @@ protected:
         native_AppManNotifySetChannelCalled(1, "http://a.example/", nullptr);
         queueXMLTable();
         browser().loadingURL = "http://a.example/index.html";
-        deliverAIT(AITSection().version(nextVersion()).add(httpApplication(5, 6)));
+        deliver(AITSection().version(nextVersion()).add(httpApplication(5, 6)));
         tickSome();
         failLoading(1);
         failLoading(2);

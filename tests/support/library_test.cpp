@@ -3,6 +3,7 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
+#include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -151,6 +152,19 @@ void LibraryTest::send(HBBTV_EventType type, HBBTV_EventData* data)
 void LibraryTest::sendAIT(const AITSection& section, void* channelHandle)
 {
     send(E_AIT_SECTION, aitRecord(section, channelHandle));
+}
+
+void LibraryTest::deliver(HBBTV_EventType type, HBBTV_EventData* data)
+{
+    if (ConfigurationManager::getCurrentQueue())
+        send(type, data);
+    else
+        delete new ExternalEvent(type, data);
+}
+
+void LibraryTest::deliver(const AITSection& section)
+{
+    deliver(E_AIT_SECTION, aitRecord(section));
 }
 
 int LibraryTest::tickAll()

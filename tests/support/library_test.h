@@ -87,6 +87,12 @@ protected:
     static void send(VestaHbbTV::HBBTV_EventType type, VestaHbbTV::HBBTV_EventData* data = nullptr);
     static void sendAIT(const AITSection& section, void* channelHandle = nullptr);
 
+    /// As send(), for tests in which the library may be shut down: it owns the record only while it
+    /// has a queue, so that the record is freed here otherwise.
+    static void deliver(VestaHbbTV::HBBTV_EventType type,
+                        VestaHbbTV::HBBTV_EventData* data = nullptr);
+    static void deliver(const AITSection& section);
+
     /// Runs what is queued, and what that queues. @return how many events ran
     static int tickAll();
 
