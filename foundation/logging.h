@@ -144,7 +144,7 @@ private:
     static std::atomic<unsigned> outputCount;
 
     std::vector<LoggingOutput*> outputs_;
-    pthread_mutex_t mutex_;
+    pthread_mutex_t mutex_ = {};
     bool hasMutex_ = false;
 };
 

@@ -44,6 +44,7 @@ public:
     ref_ptr(ref_ptr&& other) noexcept : object_(other.object_) { other.object_ = nullptr; }
     ~ref_ptr() { reset(nullptr); }
 
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): reset() counts up first
     ref_ptr& operator=(const ref_ptr& other)
     {
         reset(other.object_);
@@ -63,6 +64,7 @@ public:
 
     /// Counts the new object up before it counts the held one down, so that resetting to the held
     /// object is harmless.
+    // NOLINTBEGIN(clang-analyzer-cplusplus.*): the analyzer does not follow counts
     void reset(T* object = nullptr)
     {
         if (object)
@@ -72,6 +74,7 @@ public:
         if (former)
             former->countDown();
     }
+    // NOLINTEND(clang-analyzer-cplusplus.*)
 
     T* get() const { return object_; }
     T& operator*() const { return *object_; }

@@ -180,15 +180,17 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
         return event.consume(failure);
     }
     const HBBTV_XHR_Permission answer = decideOnRequest(*application, page, target);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the browser reads the answer from that slot
     event.data->request_id = reinterpret_cast<void*>(static_cast<uintptr_t>(answer));
     return event.consume(success);
 }
 
 }  // namespace
 
-unsigned int vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
-                                             TAVO_VESTA_EVENT type, TavoVestaEventData* data,
-                                             int* result)
+unsigned int
+vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
+                                TAVO_VESTA_EVENT type, TavoVestaEventData* data,
+                                int* result)  // NOLINT(readability-non-const-parameter)
 {
     if (!data)
         return notConsumed;

@@ -20,7 +20,8 @@ bool Window::setAIT(const ref_ptr<AIT>& ait)
             ait_->setStale(true);
         return false;
     }
-    const ref_ptr<AIT> table(ait);  // the argument may be one of the references replaced here
+    // The argument may be one of the references replaced here.
+    const ref_ptr<AIT> table(ait);  // NOLINT(performance-unnecessary-copy-initialization)
     previousAIT_ = ait_;
     ait_ = table;
     if (!table->isXMLBased())
@@ -158,9 +159,7 @@ bool Window::activateWithoutRunningApplication()
     }
     AITApplication* const first =
         ait_->getAITApplication(AITApplication::AUTOSTART, isHttpAvailable());
-    if (!first)
-        endTeardown();
-    else if (!startFirstAutostartApplication(first))
+    if (!first || !startFirstAutostartApplication(first))
         endTeardown();
     return true;
 }

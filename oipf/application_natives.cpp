@@ -136,6 +136,7 @@ Application* get_application_from_id(void* appId)
 
 void* get_id_from_application(Application* application)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the plugin's ids are numbers in pointers
     return application ? reinterpret_cast<void*>(static_cast<uintptr_t>(application->getID()))
                        : nullptr;
 }

@@ -79,7 +79,7 @@ template <bool fromBlock, int n>
                                                    const unsigned char* block)
 {
     if constexpr (fromBlock)
-        w[n] = loadBigEndian(block + 4 * n);
+        w[n] = loadBigEndian(block + std::size_t{4} * n);
     else
         w[n] += sigma0(w[(n + 1) & 15]) + w[(n + 9) & 15] + sigma1(w[(n + 14) & 15]);
     return w[n] + constants[n];
@@ -137,7 +137,7 @@ void compress(Word* hash, const unsigned char* blocks, std::size_t count)
     for (; count > 0; --count, blocks += 64) {
         // Member by member: loops over an array would be vectorised, and the detour through
         // memory costs more than it saves.
-        Compression s;
+        Compression s;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled at once
         s.a = hash[0], s.b = hash[1], s.c = hash[2], s.d = hash[3];
         s.e = hash[4], s.f = hash[5], s.g = hash[6], s.h = hash[7];
         s.bXorC = s.b ^ s.c;
