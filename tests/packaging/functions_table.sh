@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Compares docs/functions.md with the public header and the test sources.
+#   functions_table.sh SOURCE_DIRECTORY
+# Every declared function has one row, every row names a declared function, and its test exists in
+# the named source, which uses the function.
+set -euo pipefail
+readonly root=$1
+readonly table="$root/docs/functions.md" header="$root/include/vesta_hbbtv_appman.h"
+export LC_ALL=C
+
+without_comments() {
+    sed 's,//.*,,' "$1"
+}
+
+declared() {
+    without_comments "$header" |
+        grep -oE '\b((vesta_hbbtv|native|dsmcc|hbbtv)_[A-Za-z_]+ *\(|veif_[A-Za-z]+;)' |
+        tr -d ' (;' | sort
+}
+
+# Function, suite, test and source of every row.
+rows() {
+    sed -nE 's,^\| `([a-z_A-Z]+)` \| `([A-Za-z0-9]+)\.([A-Za-z0-9_]+)` \| \[[^]]*\]\(\.\./([a-z_/]+\.cpp)\) \|$,\1 \2 \3 \4,p' "$table"
+}
+
+check_tests() {
+    local function suite test source failed=0
+    while read -r function suite test source; do
+        if [[ ! -f "$root/$source" ]]; then
+            echo "$function: there is no $source"
+            failed=1
+        elif ! tr -d '\n' <"$root/$source" | grep -E "TEST(_F|_P)?\( *$suite, *$test\)" >/dev/null; then
+            echo "$function: $source has no test $suite.$test"
+            failed=1
+        elif ! without_comments "$root/$source" | grep -wF "$function" >/dev/null; then
+            echo "$function: $source does not use it"
+            failed=1
+        fi
+    done < <(rows)
+    return "$failed"
+}
+
+main() {
+    local failed=0
+    if ! diff -u --label declared --label listed <(declared) <(rows | cut -d' ' -f1 | sort); then
+        failed=1
+    fi
+    check_tests || failed=1
+    if [[ $(grep -c '^| `' "$table") != $(rows | wc -l) ]]; then
+        echo "A row of $table is not of the form that this check reads."
+        failed=1
+    fi
+    return "$failed"
+}
+
+main
