@@ -21,19 +21,23 @@ const char* controlCodeName(int code)
     return code > 0 && code <= 7 ? names[code] : names[0];
 }
 
-std::string describe(const HBBTV_AITApplicationInfo& info)
+std::string titleOf(const HBBTV_AITApplicationInfo& info)
 {
-    std::ostringstream text;
-    text << receiver::idsOf(info.organisationId, info.applicationId) << " "
-         << controlCodeName(info.controlCode);
-    if (*info.name)
-        text << " \"" << info.name << "\"";
+    return receiver::idsOf(info.organisationId, info.applicationId) + " " +
+           controlCodeName(info.controlCode) +
+           (*info.name ? " \"" + std::string(info.name) + "\"" : "");
+}
+
+/// @return the URLs of the transports in the order in which they are tried
+std::vector<std::string> urlsOf(const HBBTV_AITApplicationInfo& info)
+{
+    std::vector<std::string> urls;
     // The preferred transport stands in the last slot.
     for (unsigned slot = info.numUrls; slot-- > 0;) {
         if (info.urls[slot])
-            text << " " << info.urls[slot];
+            urls.emplace_back(info.urls[slot]);
     }
-    return text.str();
+    return urls;
 }
 
 }  // namespace
@@ -168,8 +172,18 @@ void Integrator::update(const HBBTV_NotificationData* data)
            "new table: " + std::to_string(count) + (count == 1 ? " application" : " applications"),
            {{"applications", count}});
     for (int index = 0; index < count; ++index) {
-        table_.push_back(describe(data->ait.applications[index]));
-        report("ait-application", "  " + table_.back());
+        const HBBTV_AITApplicationInfo& info = data->ait.applications[index];
+        const std::vector<std::string> urls = urlsOf(info);
+        table_.push_back("  " + titleOf(info));
+        report("ait-application", table_.back(),
+               {{"application", receiver::idsOf(info.organisationId, info.applicationId)},
+                {"control_code", info.controlCode},
+                {"name", info.name},
+                {"urls", urls}});
+        for (const std::string& url : urls) {
+            table_.push_back("    " + url);
+            report("ait-url", table_.back(), {{"url", url}});
+        }
     }
 }
 

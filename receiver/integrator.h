@@ -47,7 +47,7 @@ public:
     };
     const std::vector<RunningApplication>& applications() const { return applications_; }
 
-    /// The applications of the last table, one line each; empty without a table.
+    /// The applications of the last table and their URLs, for people; empty without a table.
     const std::vector<std::string>& table() const { return table_; }
 
     /// The application that runs in a browser window; null for none.

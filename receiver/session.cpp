@@ -1,10 +1,12 @@
 #include "receiver/session.h"
 
+#include <cstring>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/commands.h"
+#include "receiver/event_records.h"
 
 namespace receiver {
 
@@ -54,6 +56,11 @@ void Session::startLibrary()
     vesta_hbbtv_add_notification_listener(Integrator::listen);
     window_ = vesta_hbbtv_create_window();
     vesta_hbbtv_set_broadcast_window(window_);
+    auto* const terminal = newRecord<HBBTV_UserAgentEventData>();
+    terminal->versionSelector = 2;  // HbbTV 1.2.1
+    terminal->vendorName = ::strdup("vesta");
+    terminal->modelName = ::strdup("receiver");
+    send({E_USER_AGENT_INFO, terminal});
 }
 
 int Session::run()

@@ -47,7 +47,7 @@ void writeTable(Session& session, std::ostream& out)
     if (session.integrator().table().empty())
         out << "  none\n";
     for (const std::string& line : session.integrator().table())
-        out << "  " << line << "\n";
+        out << line << "\n";
 }
 
 void writeCarousels(Session& session, std::ostream& out)
