@@ -39,7 +39,9 @@ void ConfigurationManager::init(TAVO_Vesta* browser)
     ocDownloadManager_ = std::make_unique<OCDownloadManager>();
     // The former queue dies last: the destructors of its events find the new one in place.
     const auto former = std::exchange(eventQueue_, std::make_unique<ThreadsafeEventQueue>());
-    supportedKeySetValues_ = hbbtv_keyset_get_supported_values();
+    const int supported = hbbtv_keyset_get_supported_values();
+    if (instance == this)  // the integrator may have shut the library down in return
+        supportedKeySetValues_ = supported;
 }
 
 void ConfigurationManager::setHbbTVVersion(unsigned char major, unsigned char minor,

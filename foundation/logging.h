@@ -107,7 +107,8 @@ class LoggingOutputFile : public LoggingOutput {
 public:
     explicit LoggingOutputFile(LogLevel minimumLevel);
 
-    /// Opens a file for appending in place of the one open before. @return whether it is open
+    /// Opens a file for appending in place of the one open before. To be called before the sink is
+    /// registered, or while no other thread logs. @return whether it is open
     bool openFile(const char* path);
     void output(LogEntry& entry) override;
 

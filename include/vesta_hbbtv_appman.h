@@ -1,9 +1,11 @@
 /// The HbbTV application manager's public interface: entry functions, the integrator's events,
 /// notifications with their answers, the platform's hooks and the natives behind the OIPF objects.
 ///
-/// Threads: vesta_hbbtv_send_event() may be called from any thread once vesta_hbbtv_init() has
-/// returned; everything else belongs to the browser thread. Enumerations that cross this boundary
-/// have the fixed underlying type `int`: values outside the lists are well defined.
+/// Threads: vesta_hbbtv_send_event() may be called from any thread between the return of
+/// vesta_hbbtv_init() and the call of vesta_hbbtv_shutdown() (or of a second init): no other thread
+/// may be sending while these run. Everything else belongs to the browser thread. Enumerations that
+/// cross this boundary have the fixed underlying type `int`: values outside the lists are well
+/// defined.
 #ifndef VESTA_HBBTV_APPMAN_H
 #define VESTA_HBBTV_APPMAN_H
 
@@ -23,20 +25,22 @@ namespace VestaHbbTV {
 // Integrator events: what vesta_hbbtv_send_event() carries.
 // ------------------------------------------------------------------------------------------------
 
+/// What happened. The comments name the member of HBBTV_EventData that comes with it; the record of
+/// an event without one is null or only freed.
 enum HBBTV_EventType : int {
-    E_AIT_SECTION = 0,
-    E_CHANNEL_CHANGE = 1,
-    E_START_APPLICATION = 2,
-    E_START_BROADCAST_INDEPENDENT_APPLICATION = 3,
-    E_TERMINATE_APPLICATION = 4,
-    E_DSMCC_FILE_READY = 5,
-    E_DSMCC_FILE_ERROR = 6,
-    E_HTTP_AVAILABLE = 7,
-    E_HTTP_UNAVAILABLE = 8,
-    E_DSMCC_STREAM_EVENT = 9,
-    E_LOW_MEMORY = 10,
-    E_USER_AGENT_INFO = 11,
-    E_SUPPORTED_PROFILES = 12
+    E_AIT_SECTION = 0,        ///< ait: a section of the broadcast window's service
+    E_CHANNEL_CHANGE = 1,     ///< the broadcast window shows another service
+    E_START_APPLICATION = 2,  ///< start
+    E_START_BROADCAST_INDEPENDENT_APPLICATION = 3,  ///< url
+    E_TERMINATE_APPLICATION = 4,                    ///< window
+    E_DSMCC_FILE_READY = 5,                         ///< download
+    E_DSMCC_FILE_ERROR = 6,                         ///< download
+    E_HTTP_AVAILABLE = 7,      ///< broadband works: HTTP transports may be used
+    E_HTTP_UNAVAILABLE = 8,    ///< broadband fails
+    E_DSMCC_STREAM_EVENT = 9,  ///< streamEvent
+    E_LOW_MEMORY = 10,         ///< the scripts' plugin is told
+    E_USER_AGENT_INFO = 11,    ///< userAgent
+    E_SUPPORTED_PROFILES = 12  ///< profiles
 };
 
 /// Type 0: one section of an application information table (ETSI TS 102 809, 5.3.4).
@@ -125,20 +129,22 @@ union HBBTV_EventData {
 // Notifications: what the library tells and asks its listeners.
 // ------------------------------------------------------------------------------------------------
 
+/// What the library tells or asks. The comments name the member of HBBTV_NotificationData.
 enum HBBTV_NotificationType : int {
-    HBBTV_NOTIFICATION_START_APPLICATION = 0,
-    HBBTV_NOTIFICATION_STOP_APPLICATION = 1,
-    HBBTV_NOTIFICATION_REJECT_APPLICATION = 2,
-    HBBTV_NOTIFICATION_AIT_UPDATE = 3,
-    HBBTV_NOTIFICATION_TRUSTED = 4,
-    HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE = 5,
-    HBBTV_NOTIFICATION_XHR = 6,
-    HBBTV_NOTIFICATION_REQUEST_WINDOW = 7,
-    HBBTV_NOTIFICATION_RELEASE_WINDOW = 8,
-    HBBTV_NOTIFICATION_SHOW_WINDOW = 9,
-    HBBTV_NOTIFICATION_HIDE_WINDOW = 10,
-    HBBTV_NOTIFICATION_KEYSET_CHANGED = 11,
-    HBBTV_NOTIFICATION_GET_FREE_MEMORY = 12
+    HBBTV_NOTIFICATION_START_APPLICATION = 0,  ///< application; asks
+    HBBTV_NOTIFICATION_STOP_APPLICATION = 1,   ///< application; may be vetoed
+    HBBTV_NOTIFICATION_REJECT_APPLICATION =
+        2,  ///< application; window, serviceBound, trusted, usageType are not set
+    HBBTV_NOTIFICATION_AIT_UPDATE = 3,                ///< ait
+    HBBTV_NOTIFICATION_TRUSTED = 4,                   ///< application; asks
+    HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE = 5,  ///< application
+    HBBTV_NOTIFICATION_XHR = 6,                       ///< xhr; asks
+    HBBTV_NOTIFICATION_REQUEST_WINDOW = 7,            ///< window; asks
+    HBBTV_NOTIFICATION_RELEASE_WINDOW = 8,            ///< window; asks
+    HBBTV_NOTIFICATION_SHOW_WINDOW = 9,               ///< window
+    HBBTV_NOTIFICATION_HIDE_WINDOW = 10,              ///< window
+    HBBTV_NOTIFICATION_KEYSET_CHANGED = 11,           ///< keyset
+    HBBTV_NOTIFICATION_GET_FREE_MEMORY = 12           ///< memory; asks
 };
 
 /// A listener's answer to a start request; any other value counts as START.
@@ -239,39 +245,40 @@ typedef HBBTV_STATUS (*HBBTV_NotificationListener)(HBBTV_NotificationType type,
 
 #if UINTPTR_MAX == 0xFFFFFFFFu
 // The binary interface of the 32-bit receiver.
-#define VESTA_CHECK_FIELD(record, field, offset)                                                   \
-    static_assert(offsetof(record, field) == (offset), #record "." #field)
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, section, 0);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, reserved, 4);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, original_network_id, 8);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, transport_stream_id, 10);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, service_id, 12);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, keepApplication, 16);
-VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, channelHandle, 20);
-VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, window, 0);
-VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, reserved, 4);
-VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, organisationId, 8);
-VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, applicationId, 12);
-VESTA_CHECK_FIELD(HBBTV_StartURLEventData, window, 0);
-VESTA_CHECK_FIELD(HBBTV_StartURLEventData, url, 4);
-VESTA_CHECK_FIELD(HBBTV_WindowEventData, window, 0);
-VESTA_CHECK_FIELD(HBBTV_DownloadEventData, downloadId, 0);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, reserved, 0);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, callback, 4);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, value1, 8);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, string1, 12);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, string2, 16);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, string3, 20);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, string4, 24);
-VESTA_CHECK_FIELD(HBBTV_StreamEventData, value2, 28);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, versionSelector, 0);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, capabilities, 4);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, vendorName, 8);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, modelName, 12);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, softwareVersion, 16);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, hardwareVersion, 20);
-VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, reserved, 24);
-VESTA_CHECK_FIELD(HBBTV_ProfilesEventData, supportedProfiles, 0);
+#define VESTA_CHECK_FIELD(record, field, offset, size)                                             \
+    static_assert(offsetof(record, field) == (offset) && sizeof(record::field) == (size),          \
+                  #record "." #field)
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, section, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, reserved, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, original_network_id, 8, 2);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, transport_stream_id, 10, 2);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, service_id, 12, 2);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, keepApplication, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_AITSectionEventData, channelHandle, 20, 4);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, window, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, reserved, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, organisationId, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_StartApplicationEventData, applicationId, 12, 2);
+VESTA_CHECK_FIELD(HBBTV_StartURLEventData, window, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_StartURLEventData, url, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowEventData, window, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_DownloadEventData, downloadId, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, reserved, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, callback, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, value1, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string1, 12, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string2, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string3, 20, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, string4, 24, 4);
+VESTA_CHECK_FIELD(HBBTV_StreamEventData, value2, 28, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, versionSelector, 0, 2);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, capabilities, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, vendorName, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, modelName, 12, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, softwareVersion, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, hardwareVersion, 20, 4);
+VESTA_CHECK_FIELD(HBBTV_UserAgentEventData, reserved, 24, 4);
+VESTA_CHECK_FIELD(HBBTV_ProfilesEventData, supportedProfiles, 0, 2);
 static_assert(sizeof(HBBTV_AITSectionEventData) == 24, "HBBTV_AITSectionEventData");
 static_assert(sizeof(HBBTV_StartApplicationEventData) == 16, "HBBTV_StartApplicationEventData");
 static_assert(sizeof(HBBTV_StartURLEventData) == 8, "HBBTV_StartURLEventData");
@@ -282,40 +289,40 @@ static_assert(sizeof(HBBTV_UserAgentEventData) == 28, "HBBTV_UserAgentEventData"
 static_assert(sizeof(HBBTV_ProfilesEventData) == 2, "HBBTV_ProfilesEventData");
 static_assert(sizeof(HBBTV_EventData) == 32, "HBBTV_EventData");
 
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, window, 0);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, broadcastRelated, 4);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, serviceBound, 8);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, trusted, 12);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, autostart, 16);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, organisationId, 20);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, applicationId, 24);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, url, 28);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, reactivateAIT, 32);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, usageType, 36);
-VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, action, 40);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, name, 0);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, organisationId, 4);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, applicationId, 8);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, numUrls, 12);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, urls, 16);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, usageType, 20);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, controlCode, 24);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasHttpTransport, 28);
-VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasOCTransport, 29);
-VESTA_CHECK_FIELD(HBBTV_AITNotificationData, window, 0);
-VESTA_CHECK_FIELD(HBBTV_AITNotificationData, isXML, 4);
-VESTA_CHECK_FIELD(HBBTV_AITNotificationData, numApplications, 8);
-VESTA_CHECK_FIELD(HBBTV_AITNotificationData, applications, 12);
-VESTA_CHECK_FIELD(HBBTV_AITNotificationData, reserved, 16);
-VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, documentUrl, 0);
-VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, requestUrl, 4);
-VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, permission, 8);
-VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, tavoWindow, 0);
-VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, success, 4);
-VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, window, 8);
-VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, tavoWindow, 0);
-VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, keysetValue, 4);
-VESTA_CHECK_FIELD(HBBTV_MemoryNotificationData, freeMemory, 0);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, window, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, broadcastRelated, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, serviceBound, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, trusted, 12, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, autostart, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, organisationId, 20, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, applicationId, 24, 2);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, url, 28, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, reactivateAIT, 32, 4);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, usageType, 36, 1);
+VESTA_CHECK_FIELD(HBBTV_ApplicationNotificationData, action, 40, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, name, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, organisationId, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, applicationId, 8, 2);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, numUrls, 12, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, urls, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, usageType, 20, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, controlCode, 24, 4);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasHttpTransport, 28, 1);
+VESTA_CHECK_FIELD(HBBTV_AITApplicationInfo, hasOCTransport, 29, 1);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, window, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, isXML, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, numApplications, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, applications, 12, 4);
+VESTA_CHECK_FIELD(HBBTV_AITNotificationData, reserved, 16, 4);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, documentUrl, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, requestUrl, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_XHRNotificationData, permission, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, tavoWindow, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, success, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_WindowNotificationData, window, 8, 4);
+VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, tavoWindow, 0, 4);
+VESTA_CHECK_FIELD(HBBTV_KeysetNotificationData, keysetValue, 4, 4);
+VESTA_CHECK_FIELD(HBBTV_MemoryNotificationData, freeMemory, 0, 4);
 static_assert(sizeof(HBBTV_ApplicationNotificationData) == 44, "application record");
 static_assert(sizeof(HBBTV_AITApplicationInfo) == 32, "HBBTV_AITApplicationInfo");
 static_assert(sizeof(HBBTV_AITNotificationData) == 20, "HBBTV_AITNotificationData");
@@ -352,6 +359,8 @@ void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data);
 
 /// Registers what vesta_hbbtv_send_event() signals. The library locks the mutex around
 /// pthread_cond_signal() and does nothing else with either. Call it before other threads send.
+/// Whoever ticks with this mutex held must have made it recursive if a listener or hook may send an
+/// event.
 /// @param condition, mutex stay the integrator's; null for either switches the wake-up off
 void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mutex_t* mutex);
 
@@ -392,6 +401,7 @@ unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted);
 bool vesta_hbbtv_is_hbbtv_window(TAVO_VestaWindow* tavoWindow);
 
 /// Hands a browser event to the library. Call it for every event, before acting on it.
+/// @param browser not used
 /// @param data the event's record; for an XMLHttpRequest its `request_id` receives the
 ///        HBBTV_XHR_Permission; null answers 0
 /// @param result receives 0 (success) or -3 (failure) for events that say so; may be null
@@ -425,25 +435,40 @@ enum DSMCC_RESULT : unsigned int {
 /// The terminal's OIPF key-set groups (OIPF DAE, KeySet). Default: every group, 0x3FF.
 int hbbtv_keyset_get_supported_values(void);
 
+/// The library starts (within vesta_hbbtv_init) and stops (within vesta_hbbtv_shutdown).
 void dsmcc_start(void);
 void dsmcc_stop(void);
 
 /// Asks for a carousel file.
-/// @param path "onid.tsid.sid.tag/path" (ids in hexadecimal), valid for the call
-/// @param id identifies the file until dsmcc_close_file() @return a DSMCC_RESULT
+/// @param path what follows "dvb://" in a URL that a page chose, percent-decoded, with "?query" and
+///        "#anchor", possibly empty; as applications are signalled "onid.tsid.sid.tag/path" with
+///        the ids in hexadecimal. Valid for the call.
+/// @param id identifies the file until dsmcc_close_file()
+/// @return a DSMCC_RESULT; OK: the file is read at once. ERROR, UNKNOWN_ID: the load has failed and
+///         dsmcc_close_file() follows.
 unsigned int dsmcc_get_file(const char* path, void* id);
 
-/// @param mimeType receives a malloc'ed string that the library frees; may stay null
+/// The first question about a file that is ready.
+/// @param mimeType null before; receives a malloc'ed string that the library frees, or stays null
+/// @return anything but OK fails the load (a string is freed all the same)
 unsigned int dsmcc_get_mime_type(void* id, char** mimeType);
 
-/// Reads on. @param buffer receives the platform's buffer, valid until its next call
-/// @param length receives the number of bytes; 0 ends the file
+/// Reads on.
+/// @param buffer null before; receives the platform's buffer, valid until its next call
+/// @param length 0 before; receives the number of bytes; 0 ends the file, and bytes without a
+/// buffer
+///        are a failure
+/// @return anything but OK fails the load
 unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length);
 
+/// The library has done with the file, or with one that it could not get. The result is ignored.
 unsigned int dsmcc_close_file(void* id);
+
+/// The service changed: its files are void. The result is ignored.
 unsigned int dsmcc_clear_cache(void);
 
-/// Pass-through values are those of the plugin that called the native of the same purpose.
+/// Stream events (un)subscribed by scripts. Pass-through values are those of the plugin that called
+/// the native of the same purpose; results are ignored.
 unsigned int dsmcc_stream_event_subscribe(const char* path, void* p1, void* p2, void* p3, void* p4);
 unsigned int dsmcc_xml_stream_event_subscribe(void* x1, void* x2, unsigned short d1,
                                               unsigned short serviceId, unsigned short d2, void* x3,
@@ -453,8 +478,10 @@ unsigned int dsmcc_stream_event_unsubscribe(const char* target, void* p1, void* 
 unsigned int dsmcc_stream_event_unsubscribe_all(void* p1, long windowId);
 
 /// Whether two carousel references name the same carousel. Default: leaves the answer untouched.
+/// Part of the platform's interface for the integration; the library itself does not call it.
 unsigned int dsmcc_same_carousel(const char* first, const char* second, bool* same);
 
+/// The library starts and stops to take tables.
 void hbbtv_ait_start(void);
 void hbbtv_ait_stop(void);
 
@@ -485,6 +512,7 @@ typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
 extern VEIF_ApplicationManagerListener veif_applicationManagerListener;
 extern VEIF_ApplicationDestroyedListener veif_applicationDestroyedListener;
 
+/// @param listener null for none @return always VEIF_RETURN_OK
 int native_ApplicationManagerSetListener(VEIF_ApplicationManagerListener listener);
 int native_ApplicationManagerSetAppDestroyedListener(VEIF_ApplicationDestroyedListener listener);
 
@@ -494,7 +522,9 @@ int native_AppPrivateDataGetFreeMem(long windowId, double* freeMemory);
 /// @param maximum receives the terminal's key-set mask
 int native_KeySetGetMaximumValue(long windowId, double* maximum);
 
-/// Asks for key groups. @param granted receives the mask that the terminal can grant
+/// Asks for key groups; listeners are told of the new set.
+/// @param value truncated toward zero, held at the limits of an int; 0 for what is not a number
+/// @param granted receives the mask that the terminal can grant
 int native_KeySetSetValue(void* appId, double value, double* granted);
 int native_KeySetGetValue(void* appId, double* value);
 
@@ -504,8 +534,13 @@ int native_PermissionsIsBroadcastRelated(long windowId, const char* url);
 /// Whether the URL is a page of a trusted application (ETSI TS 102 796, 11.1); listeners decide.
 int native_PermissionsIsTrusted(long windowId, const char* url);
 
-/// The script changed the channel of its video/broadcast object.
-/// @param channel the integrator's channel reference; null: no channel
+/// The script changed the channel of its video/broadcast object. Its window becomes the broadcast
+/// window, and the service's application in the former one ends.
+/// @param url the script's page
+/// @param channel the integrator's channel reference, kept with the application's table entry;
+/// null:
+///        no channel, so that the application is broadcast-independent from now on
+/// @return always VEIF_RETURN_OK
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
 
 /// @param windowId receives the browser's number of the application's window
@@ -514,21 +549,34 @@ int native_AppManGetWindowOfApplication(void* appId, long* windowId);
 /// @param channel receives the channel reference of a broadcast-related application, else null
 int native_AppPrivateDataGetCurrentChannel(void* appId, void** channel);
 
+/// Ends an application on a later tick; its service's table may be activated again then.
+/// @param appId 0 is nothing to do (VEIF_RETURN_OK)
 int native_ApplicationDestroyApplication(void* appId);
+
+/// Hides an application three ticks later at the earliest. @param appId as above
 int native_ApplicationHide(void* appId);
+
+/// Shows an application at once. @param appId 0 is an error, unlike above
 int native_ApplicationShow(void* appId);
 
 /// @param appId receives the id of the window's application
 int native_AppManGetApplicationId(long windowId, void* reserved, void** appId);
 
 /// Starts an application, by URL or as "dvb://current.ait/<organisation>.<application>".
-/// @param createChild not used @param appId receives the new application's id, null if none
+/// @param createChild not used
+/// @param parentAppId the calling application, which stays until the new one's page has loaded
+/// @param appId receives the new application's id, null if none
+/// @return OK; VALUE_NULL when it did not start; ERROR for an unknown parent, a parent without
+///         window or a malformed current-AIT URL
 int native_ApplicationCreateApplication(const char* url, int createChild, void* parentAppId,
                                         void** appId);
 
 /// Subscribes to DSM-CC stream events; p1..p4 are passed on to the platform unchanged.
+/// @param target "dvb://..." or relative to the application's carousel
+/// @return ERROR when the window's application is not one of the table in force
 int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p2, void* p3,
                                            void* p4, long windowId);
+/// @param d1, d2 their low 16 bits are passed on; 0 for what no 64-bit integer holds
 int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, double d2, void* x3,
                                               void* x4, void* x5, long windowId);
 int native_BroadcastRemoveStreamEventListener(const char* target, void* p1, void* p2, void* p3,

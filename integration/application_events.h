@@ -1,5 +1,6 @@
 /// Steps of the lifecycle that must not run inside the call that decides them: each is queued and
-/// runs on a later tick.
+/// runs on a later tick. They are made on the browser thread, unlike other events, since they look
+/// at windows and tables already then.
 #ifndef VESTA_INTEGRATION_APPLICATION_EVENTS_H
 #define VESTA_INTEGRATION_APPLICATION_EVENTS_H
 

@@ -6,6 +6,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "signalling/hbbtv_url.h"
 
@@ -21,24 +22,62 @@ const int statusNotFound = 404;
 /// A large carousel object never becomes one huge write.
 const unsigned int maximumWriteBytes = 130048;
 
-bool sendMimeType(void* id)
+/// Whether a load that is being answered may still be: whoever is called in between may cancel it,
+/// or shut the library down. The browser's handle and the platform's file are then gone.
+class LiveLoad {
+public:
+    LiveLoad(const OCDownloadManager* manager, void* id)
+        : manager_(manager), id_(id), isKnown_(isHeld())
+    {
+    }
+
+    /// Loads that the library does not know by their ids can only be answered to their end.
+    bool isGone() const { return isKnown_ && !isHeld(); }
+
+    /// Whether the library still runs, so that the platform may be called.
+    bool hasPlatform() const { return !isKnown_ || isCurrent(); }
+
+private:
+    bool isCurrent() const
+    {
+        return ConfigurationManager::instance &&
+               ConfigurationManager::instance->getOCDownloadManager() == manager_;
+    }
+    bool isHeld() const { return isCurrent() && manager_->downloadExists(id_); }
+
+    const OCDownloadManager* manager_;
+    void* id_;
+    bool isKnown_;
+};
+
+/// @return what dsmcc_get_mime_type() answered
+unsigned int sendMimeType(void* id)
 {
     char* mimeType = nullptr;
     const unsigned int result = dsmcc_get_mime_type(id, &mimeType);
     if (result == DSMCC_OK && mimeType)
         ve_protocol_set_mime_type(id, mimeType);
     std::free(mimeType);
-    return result == DSMCC_OK;
+    return result;
 }
 
-void sendBytes(void* id, const char* bytes, unsigned int length)
+void sendBytes(const LiveLoad& load, void* id, const char* bytes, unsigned int length)
 {
-    while (length > 0) {
+    while (length > 0 && !load.isGone()) {
         const unsigned int count = std::min(length, maximumWriteBytes);
         ve_protocol_write(id, bytes, count);
         bytes += count;
         length -= count;
     }
+}
+
+/// Reads once. @return whether there was anything; failed tells why not
+bool readOnce(void* id, char*& buffer, unsigned int& length, bool& failed)
+{
+    buffer = nullptr;
+    length = 0;
+    failed = dsmcc_read(id, &buffer, &length) != DSMCC_OK || (length > 0 && !buffer);
+    return !failed && length > 0;
 }
 
 }  // namespace
@@ -114,23 +153,26 @@ bool OCDownloadManager::reportDownloadFailed(void* id)
 bool OCDownloadManager::handleDownloaded(void* id)
 {
     log(DEBUG, module, "Reading downloaded object...");
-    if (!sendMimeType(id)) {
+    const LiveLoad load(this, id);
+    if (sendMimeType(id) != DSMCC_OK) {
         log(DEBUG, module, "dsmcc_get_mime_type != DSMCC_OK");
         handleDownloadFailed(id);
         return false;
     }
-    for (;;) {
-        char* buffer = nullptr;
-        unsigned int length = 0;
-        if (dsmcc_read(id, &buffer, &length) != DSMCC_OK) {
-            log(DEBUG, module, "dsmcc_read != DSMCC_OK");
-            handleDownloadFailed(id);
-            return false;
-        }
-        if (length == 0)
-            break;
-        if (buffer)
-            sendBytes(id, buffer, length);
+    char* buffer = nullptr;
+    unsigned int length = 0;
+    bool failed = false;
+    while (!load.isGone() && readOnce(id, buffer, length, failed))
+        sendBytes(load, id, buffer, length);
+    if (load.isGone()) {
+        if (load.hasPlatform())
+            dsmcc_close_file(id);
+        return true;  // nobody waits for an answer any more
+    }
+    if (failed) {
+        log(DEBUG, module, "dsmcc_read != DSMCC_OK");
+        handleDownloadFailed(id);
+        return false;
     }
     log(DEBUG, module, "read complete");
     ve_protocol_finished(id, statusOK);

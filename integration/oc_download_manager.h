@@ -32,7 +32,9 @@ public:
     /// The platform gave the file up. @return false for an unknown id
     bool reportDownloadFailed(void* id);
 
-    /// Reads a file from the platform and streams it to the browser. @return whether it succeeded
+    /// Reads a file from the platform and streams it to the browser. A load that is cancelled from
+    /// inside gets no answer any more; the platform's file is closed.
+    /// @return false when reading failed, which was answered
     bool handleDownloaded(void* id);
 
     /// Answers the load with a failure and closes the file.

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "lifecycle/application.h"
-#include "oipf/notification_manager.h"
 
 namespace VestaHbbTV {
 
@@ -23,19 +22,11 @@ CallScope::CallScope()
 
 CallScope::~CallScope()
 {
-    if (--depth > 0)
-        return;
-    NotificationManager::finishShutdown();
-    if (retired.empty())
+    if (--depth > 0 || retired.empty())
         return;
     // An application's memory may be the last to hold a table; nothing calls out from there.
     const std::vector<std::unique_ptr<Application>> freed = std::move(retired);
     retired.clear();
-}
-
-bool CallScope::isOpen()
-{
-    return depth > 0;
 }
 
 void CallScope::retire(Application* application)

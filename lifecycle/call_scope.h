@@ -17,9 +17,6 @@ public:
     CallScope& operator=(const CallScope&) = delete;
     ~CallScope();
 
-    /// Whether any scope lives.
-    static bool isOpen();
-
     /// Ends an application and frees it now, or when the outermost scope closes.
     /// @param application ownership passes; null is ignored
     static void retire(Application* application);

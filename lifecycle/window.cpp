@@ -37,9 +37,7 @@ Window::~Window()
     const CallScope scope;
     ++holds_;  // no hold taken from here on may destroy the window again
     released_ = true;
-    terminateRunningApplication(true);
-    destroyPendingApplication();
-    leaveApplicationsBehind();
+    endApplications();
     if (manager_)
         manager_->forgetWindow(this);
     broadcastAIT_.reset();
@@ -53,6 +51,16 @@ void Window::release()
     released_ = true;
     if (holds_ == 0)
         delete this;
+}
+
+void Window::endApplications()
+{
+    if (applicationsEnded_)
+        return;
+    applicationsEnded_ = true;
+    terminateRunningApplication(true);
+    destroyPendingApplication();
+    leaveApplicationsBehind();
 }
 
 void Window::setRunningApplication(Application* application)
@@ -170,8 +178,9 @@ void Window::releaseTavoWindow(Application* application)
 void Window::abandonStart(unsigned long id)
 {
     Application* const application = findApplication(id);
-    if (application && application != pendingApplication_ && !applicationExists(application) &&
-        application->isOwnedByWindow())
+    if (isPendingApplication(application))
+        destroyPendingApplication();
+    else if (application && !applicationExists(application) && application->isOwnedByWindow())
         destroyApplication(application);
 }
 

@@ -169,6 +169,9 @@ public:
     /// The manager let go of the window: it is destroyed now, or when nobody holds it any more.
     void release();
 
+    /// Ends every application at once, whoever holds the window: what its destructor does first.
+    void endApplications();
+
     /// The manager dies before this window.
     void loseManager() { manager_ = nullptr; }
 
@@ -181,8 +184,8 @@ public:
     /// The one of these applications that has the id; null when there is none.
     Application* findApplication(unsigned long id) const;
 
-    /// The start that was queued for an application will not run. One that another has superseded
-    /// as pending is destroyed.
+    /// The start that was queued for an application will not run: the application is destroyed,
+    /// unless it runs already.
     void abandonStart(unsigned long id);
 
     /// An application was created for this window. It belongs to itself until the window takes it
@@ -243,6 +246,7 @@ private:
     const unsigned long serial_;
     unsigned holds_ = 0;
     bool released_ = false;
+    bool applicationsEnded_ = false;
     std::vector<Application*> members_;
 };
 

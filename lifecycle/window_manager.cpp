@@ -72,10 +72,15 @@ void WindowManager::removeAllWindows()
     // Listeners hear of ending applications here and may create or release windows.
     while (!windows_.empty()) {
         Window* const window = windows_.front();
+        const Window::Hold hold(window);
         policy_->releaseWindow();
         windows_.pop_front();
         destroyWindow(window);
+        window->endApplications();
     }
+    // Whoever is working on a window that was removed before may outlive the listeners.
+    for (Window* window : std::vector<Window*>(departing_))
+        window->endApplications();
     freeOrphans();
 }
 

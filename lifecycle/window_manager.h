@@ -42,7 +42,8 @@ public:
     /// destroyed when the outermost call into it returns. @return false when it is not in the list
     bool removeWindow(Window* window);
 
-    /// Removes every window, and frees the applications that dead windows left behind.
+    /// Removes every window, and frees the applications that dead windows left behind. The
+    /// applications end at once, also those of windows that the library is working on.
     void removeAllWindows();
 
     /// Whether the window is in the list; the two are the same.

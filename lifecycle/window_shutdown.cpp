@@ -54,6 +54,8 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
     application->setEnding();  // what is called below may ask for the same end
     if (applicationExists(application->getParent()))
         shutdownApplication(application->getParent(), true, false, true);
+    if (!isMember(application))
+        return;  // a listener shut the library down meanwhile
     tellPlugin(application);
     unregisterApplication(application);
     if (application == runningApplication_)

@@ -155,7 +155,7 @@ Application* Window::makePending(const HbbTVURL& url, AITApplication* entry)
     ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
     if (released_ || !queue || !isMember(application)) {
         log(DEBUG, module, "createApplication(): Failed to create new application.");
-        destroyApplication(application);
+        CallScope::retire(application);  // no window's yet, whatever the listeners did
         return nullptr;
     }
     setPendingApplication(application);

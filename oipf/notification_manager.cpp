@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "lifecycle/call_scope.h"
 #include "oipf/notifications.h"
 
 namespace VestaHbbTV {
@@ -12,7 +11,6 @@ NotificationManager* NotificationManager::instance = nullptr;
 
 NotificationManager* NotificationManager::getInstance()
 {
-    finishShutdown();
     if (!instance)
         instance = new NotificationManager;
     return instance;
@@ -36,25 +34,14 @@ NotificationManager::~NotificationManager()
 
 void NotificationManager::shutdown()
 {
+    if (broadcasts_ == 0) {
+        delete this;
+        return;
+    }
     shutDown_ = true;
-    if (!CallScope::isOpen())
-        close();
-}
-
-void NotificationManager::finishShutdown()
-{
-    if (instance && instance->shutDown_)
-        instance->close();
-}
-
-void NotificationManager::close()
-{
+    listeners_.clear();
     if (instance == this)
         instance = nullptr;
-    if (broadcasts_ == 0)
-        delete this;
-    else
-        listeners_.clear();
 }
 
 void NotificationManager::addListener(HBBTV_NotificationListener listener)
@@ -79,7 +66,7 @@ void NotificationManager::broadcast(Notification* notification)
     // By index, and with the end looked up anew: listeners may change the list.
     for (size_t index = 0; index < listeners_.size(); ++index)
         listeners_[index](owned->getType(), owned->getData());
-    if (--broadcasts_ == 0 && shutDown_ && instance != this)
+    if (--broadcasts_ == 0 && shutDown_)
         delete this;
 }
 

@@ -27,13 +27,9 @@ public:
     /// Does nothing.
     void init() {}
 
-    /// Forgets every listener and deletes the instance. From inside a call that works on a window
-    /// this waits until the outermost such call returns, so that listeners hear of the end of
-    /// that window's applications; from inside any other broadcast the deletion waits for its end.
+    /// Forgets every listener and deletes the instance. From inside a listener this ends the
+    /// broadcast, and the deletion waits for its return.
     void shutdown();
-
-    /// The outermost call that worked on a window returned: a shutdown that waited for it is due.
-    static void finishShutdown();
 
     /// Appends a listener; null is ignored, and one added twice is called twice.
     void addListener(HBBTV_NotificationListener listener);
@@ -50,8 +46,6 @@ public:
 
 private:
     NotificationManager();
-
-    void close();
 
     std::vector<HBBTV_NotificationListener> listeners_;
     unsigned broadcasts_ = 0;

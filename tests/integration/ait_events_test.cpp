@@ -258,6 +258,16 @@ TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenATableIsAnnounced)
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 
+// The application is still being made then and belongs to nobody else: it must not be forgotten.
+TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenAnApplicationBecomesBroadcastRelated)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE] =
+        [](HBBTV_NotificationData*) { vesta_hbbtv_shutdown(); };
+    const Lines lines = conversation(AITSection().add(httpApplication(1, 1)));
+    EXPECT_EQ(lines.back(), "dsmcc_stop()");
+    EXPECT_FALSE(vesta_hbbtv_tick());
+}
+
 TEST_F(AITEvents, PlatformMayReleaseTheWindowWhenATableIsComplete)
 {
     platform().whileIn["hbbtv_ait_completed"] = [&] { vesta_hbbtv_release_window(window()); };

@@ -216,8 +216,22 @@ TEST_F(ProtocolLoading, BrowserMayShutTheLibraryDownWhileItIsAnswered)
     platform().files["1.2.3.4/a"] = {"some bytes", 0, 0, "text/html", 3, {}};
     browser().whileIn["ve_protocol_set_mime_type"] = [] { vesta_hbbtv_shutdown(); };
     EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
-    EXPECT_EQ(browser().written[&load], "some bytes");
+    EXPECT_EQ(browser().written[&load], "");
+    EXPECT_EQ(journal().back(), "dsmcc_stop()");
     EXPECT_FALSE(vesta_hbbtv_tick());
+}
+
+TEST_F(ProtocolLoading, ALoadThatIsCancelledWhileItIsWrittenGetsNoFurtherAnswer)
+{
+    startCarouselApplication();
+    platform().files["1.2.3.4/a"] = {std::string(300000, 'x'), 0, 0, {}, 0, {}};
+    browser().whileIn["ve_protocol_write"] = [&] { stopLoading(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
+    EXPECT_EQ(browser().writeSizes[&load], std::vector<unsigned int>({130048}));
+    const Lines lines = journal();
+    EXPECT_EQ(lines.back(), "dsmcc_close_file()");
+    EXPECT_THAT(lines, testing::Not(testing::Contains(testing::StartsWith("ve_protocol_fin"))));
+    EXPECT_THAT(lines, testing::Not(testing::Contains(testing::StartsWith("ve_protocol_fail"))));
 }
 
 }  // namespace

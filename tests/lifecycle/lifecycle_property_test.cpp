@@ -54,21 +54,37 @@ protected:
         return values[below(static_cast<unsigned>(values.size()))];
     }
 
-    /// Living and dead ones.
-    void* anyHandle() { return oneIn(30) ? nullptr : oneOf(handles_); }
+    /// Mostly living ones, sometimes dead ones.
+    void* anyHandle()
+    {
+        if (oneIn(8) || manager()->getWindows().empty())
+            return oneIn(4) ? nullptr : oneOf(handles_);
+        return manager()->getWindow(below(static_cast<unsigned>(manager()->getWindows().size())));
+    }
+    /// Mostly an application of a living window.
     void* anyId()
     {
+        const auto* const window = static_cast<Window*>(anyHandle());
+        if (!oneIn(6) && manager()->windowExists(window) && !window->getApplications().empty())
+            return idOf(oneOf(window->getApplications()));
         const auto recent = static_cast<unsigned>(std::min(Application::next_id, 12ul));
         return reinterpret_cast<void*>(
             static_cast<uintptr_t>(Application::next_id - below(recent)));
     }
-    long anyWindowId() { return 1 + static_cast<long>(below(browserWindows)); }
+    /// Mostly one that shows an application.
+    long anyWindowId()
+    {
+        const auto& used = listener().windowsInUse;
+        if (oneIn(6) || used.empty())
+            return 1 + static_cast<long>(below(browserWindows));
+        return *std::next(used.begin(), below(static_cast<unsigned>(used.size())));
+    }
 
     AITEntry anyEntry()
     {
         const auto applicationId =
             oneIn(15) ? oneOf<uint16_t>({0, 0x8000}) : static_cast<uint16_t>(1 + below(4));
-        AITEntry entry(1, applicationId, oneOf<uint8_t>({1, 1, 1, 2, 2, 3, 4, 7}));
+        AITEntry entry(1, applicationId, oneOf<uint8_t>({1, 1, 1, 1, 2, 2, 3, 4, 7}));
         entry.priority(static_cast<uint8_t>(below(4))).serviceBound(oneIn(3));
         if (!oneIn(10))
             entry.location(oneOf<std::string>({"i", "j", "l.aitx"}));
@@ -90,10 +106,10 @@ protected:
     void sendTable()
     {
         AITSection section;
-        section.version(static_cast<uint8_t>(below(4)));
+        section.version(static_cast<uint8_t>(below(16)));
         if (oneIn(10))
             section.number(static_cast<uint8_t>(below(2)), 1);
-        for (unsigned entries = below(4); entries > 0; --entries)
+        for (unsigned entries = below(5); entries > 0; --entries)
             section.add(anyEntry());
         deliver(section);
     }
@@ -116,7 +132,7 @@ protected:
     {
         TavoVestaEventData data = {};
         data.url = "http://a.example/other";
-        data.http_status = oneIn(4) ? 404 : 200;
+        data.http_status = oneIn(6) ? 404 : 200;
         notify(oneOf<TAVO_VESTA_EVENT>(
                    {TAVO_VESTA_EVT_LOADING_FINISHED, TAVO_VESTA_EVT_LOADING_FINISHED,
                     TAVO_VESTA_EVT_LOADING_FAILED, TAVO_VESTA_EVT_XML_PARSE_FAILED,
@@ -129,7 +145,7 @@ protected:
     void requestFromOutside()
     {
         const unsigned choice = below(4);
-        if (choice == 0)
+        if (choice == 0 && oneIn(2))
             deliver(E_TERMINATE_APPLICATION, windowRecord(anyHandle()));
         else if (choice == 1)
             deliver(E_START_APPLICATION,
@@ -147,7 +163,8 @@ protected:
         double number = 0;
         switch (below(6)) {
         case 0:
-            native_ApplicationDestroyApplication(anyId());
+            if (oneIn(3))
+                native_ApplicationDestroyApplication(anyId());
             break;
         case 1:
             native_ApplicationHide(anyId());
@@ -192,19 +209,19 @@ protected:
     {
         switch (below(5)) {
         case 0:
-            deliver(oneIn(2) ? E_HTTP_AVAILABLE : E_HTTP_UNAVAILABLE);
+            deliver(oneIn(4) ? E_HTTP_UNAVAILABLE : E_HTTP_AVAILABLE);
             break;
         case 1:
-            vesta_hbbtv_set_time_shifted(anyHandle(), below(2) ? 1 : 0);
+            vesta_hbbtv_set_time_shifted(anyHandle(), oneIn(4) ? 1 : 0);
             break;
         case 2:
             deliver(E_CHANNEL_CHANGE);
             break;
         case 3:
-            deliver(E_AIT_SECTION, noSectionRecord(below(2)));
+            deliver(E_AIT_SECTION, noSectionRecord(oneIn(3) ? 0 : 1));
             break;
         default:
-            if (oneIn(30))
+            if (oneIn(40))
                 vesta_hbbtv_shutdown();
             else if (oneIn(30))
                 vesta_hbbtv_init(browser().handle());
@@ -216,7 +233,7 @@ protected:
     {
         listener().startAction.reset();
         listener().reactivateAIT.reset();
-        if (oneIn(3))
+        if (oneIn(4))
             listener().startAction = oneOf<int>({0, 1, 2, 7});
         if (oneIn(3))
             listener().reactivateAIT = oneOf<int>({0, 1});
@@ -237,7 +254,8 @@ protected:
         interfering_ = true;
         switch (below(7)) {
         case 0:
-            vesta_hbbtv_release_window(anyHandle());
+            if (oneIn(5))
+                vesta_hbbtv_release_window(anyHandle());
             break;
         case 1:
             vesta_hbbtv_tick();
@@ -265,9 +283,11 @@ protected:
         using Step = void (LifecycleProperty::*)();
         const std::pair<const char*, Step> steps[] = {
             {"table", &LifecycleProperty::sendTable},
+            {"table", &LifecycleProperty::sendTable},
             {"XML table", &LifecycleProperty::sendXMLTable},
             {"browser", &LifecycleProperty::reportFromBrowser},
             {"browser", &LifecycleProperty::reportFromBrowser},
+            {"request", &LifecycleProperty::requestFromOutside},
             {"request", &LifecycleProperty::requestFromOutside},
             {"script", &LifecycleProperty::callFromScript},
             {"script", &LifecycleProperty::callFromScript},
@@ -280,6 +300,8 @@ protected:
         };
         if (!ConfigurationManager::getCurrentQueue())
             startAgain();
+        if (!vesta_hbbtv_get_broadcast_window() && oneIn(5))
+            vesta_hbbtv_set_broadcast_window(anyHandle());
         const auto& [name, function] = steps[below(std::size(steps))];
         last_ = name;
         (this->*function)();
@@ -337,7 +359,10 @@ protected:
             return "the pending application is not one of the window's";
         if (window.getBroadcastAIT() && window.getBroadcastAIT()->isXMLBased())
             return "the broadcast table is an XML table";
+        runningSeen_ += running ? 1 : 0;
+        teardownsSeen_ += window.getState() == Window::TEARDOWN ? 1 : 0;
         for (Application* application : window.getApplications()) {
+            childrenSeen_ += application->getParent() ? 1 : 0;
             const std::string broken = brokenRuleOf(window, *application);
             if (!broken.empty())
                 return broken;
@@ -405,6 +430,9 @@ protected:
     std::vector<void*> handles_;
     bool interfering_ = false;
     const char* last_ = "";
+    unsigned runningSeen_ = 0;
+    unsigned childrenSeen_ = 0;
+    unsigned teardownsSeen_ = 0;
 };
 
 TEST_P(LifecycleProperty, TheBooksAgreeAfterEveryStep)
@@ -418,6 +446,13 @@ TEST_P(LifecycleProperty, TheBooksAgreeAfterEveryStep)
     listener().onNotification.clear();
     shutdown();
     EXPECT_EQ(livingTables, 0) << "seed " << GetParam();
+    if (steps >= 1000) {
+        // The rules mean something only where something happens.
+        EXPECT_GT(Application::next_id, steps / 15);
+        EXPECT_GT(runningSeen_, steps / 4);
+        EXPECT_GT(childrenSeen_, steps / 200);
+        EXPECT_GT(teardownsSeen_, steps / 500);
+    }
     EXPECT_TRUE(listener().windowsInUse.empty()) << "seed " << GetParam();
 }
 

@@ -359,4 +359,27 @@ INSTANTIATE_TEST_SUITE_P(Everywhere, ReentrantCalls,
                                             ::testing::ValuesIn(actions)),
                          nameOf);
 
+/// The listener shuts the library down and starts it again, without registering itself anew.
+TEST_F(ReentrantCalls, AShutdownFromInsideEndsTheApplicationsBeforeThePlatformStops)
+{
+    startApplication(httpApplication(0x1A, 0x2B));
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [](HBBTV_NotificationData*) {
+        vesta_hbbtv_shutdown();
+        vesta_hbbtv_init(FakeBrowser::instance().handle());
+    };
+    sendAIT(AITSection().version(1).add(httpApplication(0x1A, 0x2B)));
+    tickAll();
+    EXPECT_EQ(journal(), Lines({
+                             "AIT broadcast [1a.2b]",
+                             "STOP 1a.2b related reactivate=0 http://a.example/index.html",
+                             "RELEASE w1",
+                             "hbbtv_ait_stop()",
+                             "dsmcc_stop()",
+                             "hbbtv_ait_start()",
+                             "dsmcc_start()",
+                             "hbbtv_ait_completed(1)",
+                         }));
+    EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
 }  // namespace

@@ -242,13 +242,21 @@ TEST_F(WindowPending, NoApplicationIsNotStarted)
     EXPECT_FALSE(window()->isPendingApplication(nullptr));
 }
 
-TEST_F(WindowPending, ASupersededApplicationIsFreedWithTheQueue)
+TEST_F(WindowPending, ApplicationsAreFreedWithTheQueueThatWouldStartThem)
 {
-    pend("http://a.example/first");
-    pend("http://a.example/second");
+    pend("http://a.example/superseded");
+    pend("http://a.example/pending");
     ConfigurationManager::getInstance()->init(browser().handle());
-    ASSERT_EQ(window()->getApplications().size(), 1u);
-    EXPECT_TRUE(window()->isPendingApplication(window()->getApplications().front()));
+    EXPECT_TRUE(window()->getApplications().empty());
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+}
+
+TEST_F(WindowPending, ARunningApplicationOutlivesTheQueue)
+{
+    startApplication(httpApplication(1, 2));
+    const Application* const kept = running();
+    ConfigurationManager::getInstance()->init(browser().handle());
+    EXPECT_EQ(running(), kept);
 }
 
 TEST_F(WindowPending, ASupersededApplicationIsFreedWithTheWindow)

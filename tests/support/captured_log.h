@@ -60,7 +60,7 @@ private:
         static const char* levelName(VestaHbbTV::LogLevel level)
         {
             const char* const names[] = {"?", "DEBUG", "LOG", "WARN", "ERR"};
-            return names[level];
+            return level >= VestaHbbTV::DEBUG && level <= VestaHbbTV::ERR ? names[level] : names[0];
         }
 
         std::vector<std::string>& lines_;
