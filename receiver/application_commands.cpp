@@ -8,6 +8,7 @@
 #include "receiver/commands.h"
 #include "receiver/event_records.h"
 #include "receiver/key_names.h"
+#include "receiver/page.h"
 #include "receiver/session.h"
 
 namespace receiver {
@@ -172,9 +173,11 @@ Outcome checkRequest(Session& session, const Words& words)
     const Application* const application = session.currentApplication();
     if (!application)
         return noApplication();
+    const std::string resolved = resolveURL(application->url, words[1]);
+    const std::string target = resolved.empty() ? words[1] : resolved;
     TavoVestaEventData data = {};
     data.url = application->url.c_str();
-    data.second_url = words[1].c_str();
+    data.second_url = target.c_str();
     int result = 0;
     session.log().report(Source::User, "request", "the page asks for " + words[1]);
     vesta_hbbtv_handle_notification(nullptr, application->window, TAVO_VESTA_EVT_XHR_PERMISSION,
@@ -183,8 +186,8 @@ Outcome checkRequest(Session& session, const Words& words)
     static const char* const answers[] = {"allowed", "denied", "left to the browser"};
     const auto answer = reinterpret_cast<uintptr_t>(data.request_id);
     const std::string text = result != 0 || answer > 2 ? "refused" : answers[answer];
-    session.log().report(Source::Library, "request-answer", words[1] + ": " + text,
-                         {{"url", words[1]}, {"permission", answer}, {"result", result}});
+    session.log().report(Source::Library, "request-answer", target + ": " + text,
+                         {{"url", target}, {"permission", answer}, {"result", result}});
     return Outcome::done();
 }
 

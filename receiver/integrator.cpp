@@ -21,6 +21,30 @@ const char* controlCodeName(int code)
     return code > 0 && code <= 7 ? names[code] : names[0];
 }
 
+const char* answerName(HBBTV_ApplicationActionType answer)
+{
+    switch (answer) {
+    case HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL:
+        return "no, and what runs is to stop";
+    case HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP:
+        return "no";
+    default:
+        return "yes";
+    }
+}
+
+const char* answerName(HBBTV_XHR_Permission answer)
+{
+    switch (answer) {
+    case HBBTV_XHR_DENY:
+        return "no";
+    case HBBTV_XHR_CORE_DECIDES:
+        return "as the browser decides";
+    default:
+        return "yes";
+    }
+}
+
 std::string titleOf(const HBBTV_AITApplicationInfo& info)
 {
     return receiver::idsOf(info.organisationId, info.applicationId) + " " +
@@ -113,7 +137,7 @@ void Integrator::start(HBBTV_ApplicationNotificationData& record)
     const std::string ids = idsOf(record);
     report("start",
            "may " + ids + " start" + (record.autostart ? " (AUTOSTART)" : "") + "? " +
-               (isAllowed ? "yes" : "no") + ", " + record.url,
+               answerName(record.action) + ", " + record.url,
            {{"application", ids},
             {"url", record.url},
             {"autostart", record.autostart != 0},
@@ -192,7 +216,7 @@ void Integrator::request(HBBTV_XHRNotificationData& record)
     record.permission = requestAnswer;
     report("request",
            std::string("may ") + record.documentUrl + " ask for " + record.requestUrl + "? " +
-               (requestAnswer == HBBTV_XHR_ALLOW ? "yes" : "no"),
+               answerName(requestAnswer),
            {{"document", record.documentUrl},
             {"url", record.requestUrl},
             {"permission", static_cast<int>(requestAnswer)}});

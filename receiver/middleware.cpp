@@ -246,9 +246,10 @@ std::string Middleware::remarkAtEnd() const
             list += (list.empty() ? "" : ", ") + std::to_string(service.programNumber);
         return "no such service: " + std::to_string(*wanted_) + "; the stream has " + list;
     }
-    if (filter_.pids().empty())
-        return nameOf(*tuned_) + " signals no applications (no AIT)";
-    return hasSentTable_ ? "" : "no AIT for HbbTV came in " + nameOf(*tuned_);
+    if (hasSentTable_)
+        return "";
+    return filter_.pids().empty() ? nameOf(*tuned_) + " signals no applications (no AIT)"
+                                  : "no AIT for HbbTV came in " + nameOf(*tuned_);
 }
 
 void Middleware::retune(uint16_t serviceId)

@@ -134,17 +134,17 @@ std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
     std::vector<Answer> answers;
     for (auto entry = pending_.begin(); entry != pending_.end();) {
         std::string problem;
-        const Lookup lookup = find(entry->second, problem);
+        const Lookup lookup = find(entry->second.path, problem);
         if (lookup.result == Lookup::Result::Pending) {
             ++entry;
             continue;
         }
         const bool ready = lookup.result == Lookup::Result::Ready;
         if (ready)
-            open_[entry->first] = {entry->second.path, lookup.file, 0};
+            open_[entry->first] = {entry->second.path.path, lookup.file, 0};
         report(ready ? "file-ready" : "file-error",
-               entry->second.path + ": " + (ready ? "it has come" : problem),
-               {{"path", entry->second.path}});
+               entry->second.name + ": " + (ready ? "it has come" : problem),
+               {{"path", entry->second.name}});
         answers.push_back({entry->first, ready});
         entry = pending_.erase(entry);
     }
@@ -155,9 +155,9 @@ std::vector<void*> ServiceCarousels::giveUp()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<void*> ids;
-    for (const auto& [id, path] : pending_) {
-        report("file-missing", path.path + ": the stream ended before it came",
-               {{"path", path.path}});
+    for (const auto& [id, file] : pending_) {
+        report("file-missing", file.name + ": the stream ended before it came",
+               {{"path", file.name}});
         ids.push_back(id);
     }
     pending_.clear();
@@ -210,7 +210,7 @@ unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
         report("file-ready", text + ": ready", details);
         return DSMCC_OK;
     case Lookup::Result::Pending:
-        pending_[id] = *path;
+        pending_[id] = {*path, text};
         report("file-pending", text + ": pending, " + problem, details);
         return DSMCC_PENDING;
     case Lookup::Result::Error:

@@ -73,6 +73,10 @@ public:
     bool hasFile(const std::string& path) const;
 
 private:
+    struct PendingFile {
+        CarouselPath path;
+        std::string name;  // as it was asked for
+    };
     struct OpenFile {
         std::string path;
         FileView view;
@@ -102,7 +106,7 @@ private:
     std::map<uint16_t, uint16_t> tagsByPid_;  // component tags
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
-    std::map<void*, CarouselPath> pending_;
+    std::map<void*, PendingFile> pending_;
     std::map<void*, OpenFile> open_;
 };
 

@@ -1,0 +1,230 @@
+// Writes small transport streams to a folder: services whose applications come over HTTP, and what
+// broadcasters do to them.
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+#include "tests/receiver/support/stream_builder.h"
+
+namespace {
+
+using namespace receiver;
+
+const unsigned transportStreamId = 0x441;
+const unsigned network = 0x20FA;
+const unsigned pmtPid = 0x100;
+const unsigned carouselTag = 0x2A;
+
+const unsigned autostart = 1;
+const unsigned present = 2;
+const unsigned kill = 4;
+
+Bytes transport(unsigned label, unsigned protocol, const Bytes& selector)
+{
+    return makeDescriptor(0x02, ByteWriter().u16(protocol).u8(label).add(selector));
+}
+
+Bytes http(unsigned label, const std::string& base)
+{
+    return transport(label, 3, ByteWriter().with8(base).u8(0));
+}
+
+Bytes carousel(unsigned label)
+{
+    return transport(label, 1, ByteWriter().u8(0x7F).u8(carouselTag));
+}
+
+/// An entry of the table. @param transports with labels 1, 2, ... of which `labels` are used
+Bytes application(unsigned id, unsigned controlCode, const Bytes& labels, const Bytes& transports)
+{
+    const unsigned everywhereVisible = 0x60;
+    const Bytes profile = ByteWriter().u16(0).u8(1).u8(1).u8(1);
+    const Bytes fields = ByteWriter().with8(profile).u8(0x9F | everywhereVisible).u8(1).add(labels);
+    const Bytes descriptors = makeDescriptor(0x00, fields) + transports +
+                              makeDescriptor(0x15, ByteWriter().add(std::string("index.html")));
+    return ByteWriter()
+        .u32(0x0A)
+        .u16(id)
+        .u8(controlCode)
+        .u16(0xF000 | unsigned(descriptors.size()))
+        .add(descriptors);
+}
+
+Bytes application(unsigned id, unsigned controlCode, const std::string& base)
+{
+    return application(id, controlCode, {1}, http(1, base));
+}
+
+Bytes table(unsigned version, const Bytes& applications, unsigned type = 0x0010,
+            unsigned number = 0, unsigned last = 0)
+{
+    const Bytes body =
+        ByteWriter().u16(0xF000).u16(0xF000 | unsigned(applications.size())).add(applications);
+    return makeSection({0x74, type, version, true, number, last}, body);
+}
+
+Bytes signalling(unsigned type)
+{
+    return makeDescriptor(0x6F, ByteWriter().u16(0x8000 | type).u8(0xE0));
+}
+
+/// A stream that grows section by section, each PID with its own counter.
+class Stream {
+public:
+    Stream& add(unsigned pid, const Bytes& section)
+    {
+        const Bytes packets = writers_.try_emplace(pid, pid).first->second.section(section);
+        bytes_.insert(bytes_.end(), packets.begin(), packets.end());
+        return *this;
+    }
+
+    /// PAT and SDT of services with the ids 1, 2, ..., whose PMTs share a PID.
+    Stream& services(const std::vector<std::string>& names)
+    {
+        std::vector<PatEntry> programs;
+        std::vector<std::pair<unsigned, std::string>> descriptions;
+        for (const std::string& name : names) {
+            const auto id = static_cast<unsigned>(programs.size() + 1);
+            programs.push_back({id, pmtPid});
+            descriptions.emplace_back(id, name);
+        }
+        add(0, makePat(transportStreamId, 0, programs));
+        return add(0x11, makeSdt(transportStreamId, network, descriptions));
+    }
+
+    /// So much of nothing that the receiver acts on what came before.
+    Stream& pause()
+    {
+        const size_t packets = 64;
+        for (size_t count = 0; count < packets; ++count) {
+            const Bytes null = PacketWriter(0x1FFF).packet(false, {}, Bytes(184, 0xFF));
+            bytes_.insert(bytes_.end(), null.begin(), null.end());
+        }
+        return *this;
+    }
+
+    const Bytes& bytes() const { return bytes_; }
+
+private:
+    std::map<unsigned, PacketWriter> writers_;
+    Bytes bytes_;
+};
+
+PmtStream tablesOn(unsigned pid)
+{
+    return {0x05, pid, signalling(0x0010)};
+}
+
+Bytes twoServices()
+{
+    Stream stream;
+    stream.services({"First", "Second"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(pmtPid, makePmt(2, 0, {tablesOn(0x201)}));
+    const Bytes first = application(1, autostart, "http://one.example/") +
+                        application(2, present, "http://two.example/");
+    const Bytes second = application(3, autostart, "http://two.example/");
+    stream.add(0x200, table(0, first)).add(0x201, table(0, second)).pause();
+    stream.add(0x200, table(0, first)).add(0x201, table(0, second)).pause();
+    return stream.bytes();
+}
+
+/// A table of two sections, then one that kills the application.
+Bytes killedApplication()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    const Bytes one = application(1, autostart, "http://one.example/");
+    const Bytes two = application(2, present, "http://two.example/");
+    stream.add(0x200, table(0, one, 0x0010, 0, 1)).pause();
+    stream.add(0x200, table(0, two, 0x0010, 1, 1)).pause();
+    stream.add(0x200, table(1, application(1, kill, "http://one.example/"))).pause();
+    return stream.bytes();
+}
+
+/// The carousel is not there, so that the second transport gets its turn.
+Bytes fallback()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    const Bytes transports = carousel(1) + http(2, "http://one.example/");
+    stream.add(0x200, table(0, application(1, autostart, {1, 2}, transports))).pause();
+    return stream.bytes();
+}
+
+/// A service with several tables at once, of which the second PID has the right one.
+Bytes severalTables()
+{
+    Stream stream;
+    stream.services({"First"});
+    stream.add(pmtPid,
+               makePmt(1, 0, {{0x05, 0x200, signalling(1)}, tablesOn(0x201), tablesOn(0x202)}));
+    const Bytes right = table(3, application(1, autostart, "http://one.example/"));
+    const Bytes other = table(4, application(2, autostart, "http://two.example/"));
+    for (int round = 0; round < 3; ++round)
+        stream.add(0x200, table(1, {}, 1)).add(0x202, other).add(0x201, right).pause();
+    return stream.bytes();
+}
+
+/// The PMT moves the table to another PID, and later has none any more.
+Bytes movingTable()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(0x200, table(0, application(1, autostart, "http://one.example/"))).pause();
+    stream.add(pmtPid, makePmt(1, 1, {tablesOn(0x201)}));
+    stream.add(0x201, table(1, application(2, autostart, "http://two.example/"))).pause();
+    stream.add(0x200, table(2, application(3, autostart, "http://left.example/"))).pause();
+    stream.add(pmtPid, makePmt(1, 2, {{0x1B, 0x300, {}}})).pause();
+    return stream.bytes();
+}
+
+Bytes noTable()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {{0x1B, 0x300, {}}})).pause();
+    return stream.bytes();
+}
+
+/// Without an SDT nobody knows the network.
+Bytes noNetwork()
+{
+    Stream stream;
+    stream.add(0, makePat(transportStreamId, 0, {{1, pmtPid}}));
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(0x200, table(0, application(1, autostart, "http://one.example/"))).pause();
+    return stream.bytes();
+}
+
+bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
+{
+    std::ofstream file(folder / (name + ".ts"), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    return file.good();
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: make_streams FOLDER\n");
+        return 1;
+    }
+    const std::filesystem::path folder = argv[1];
+    std::filesystem::create_directories(folder);
+    bool isWritten = true;
+    const std::pair<const char*, Bytes> streams[] = {
+        {"two-services", twoServices()}, {"killed-application", killedApplication()},
+        {"fallback", fallback()},        {"several-tables", severalTables()},
+        {"moving-table", movingTable()}, {"no-table", noTable()},
+        {"no-network", noNetwork()},
+    };
+    for (const auto& [name, bytes] : streams)
+        isWritten = write(folder, name, bytes) && isWritten;
+    return isWritten ? 0 : 2;
+}

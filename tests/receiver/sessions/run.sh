@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# run.sh [--regenerate] RECEIVER STREAMS [SESSION...]
+# Plays sessions (all of them when none is named) and compares the traces that they leave, without
+# the times and the library's log, with SESSION.expected; --regenerate writes these files instead. A session's first line
+# may hold the receiver's options and its stream: "# receiver OPTIONS... NAME.ts".
+set -euo pipefail
+
+regenerate=
+if [[ "$1" == --regenerate ]]; then
+    regenerate=yes
+    shift
+fi
+receiver=$(realpath "$1")
+streams=$(realpath "$2")
+shift 2
+cd "$(dirname "${BASH_SOURCE[0]}")"
+[[ $# -gt 0 ]] || set -- $(basename -s .script -- *.script)
+
+trace=$(mktemp)
+trap 'rm -f "$trace"' EXIT
+
+play() {
+    local name=$1 arguments=()
+    read -ra arguments < <(sed -n '1s/^# receiver //p' "$name.script") || true
+    if [[ ${#arguments[@]} -eq 0 ]]; then
+        arguments=(../../../samples/station.ts)
+    else
+        arguments[-1]="$streams/${arguments[-1]}"
+    fi
+    "$receiver" --script "$name.script" --trace "$trace" "${arguments[@]}" </dev/null >/dev/null 2>&1 || true
+    sed -i '/"source":"log"/d; s/^{"time":[^,]*,/{/' "$trace"
+}
+
+status=0
+for name in "$@"; do
+    play "$name"
+    if [[ -n $regenerate ]]; then
+        cp "$trace" "$name.expected"
+    elif ! diff -u "$name.expected" "$trace"; then
+        echo "session $name went another way; if it is right so: $0 --regenerate RECEIVER STREAMS $name" >&2
+        status=1
+    fi
+done
+exit "$status"

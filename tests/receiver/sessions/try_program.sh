@@ -1,0 +1,151 @@
+#!/usr/bin/env bash
+# try_program.sh RECEIVER STREAMS SHARED_DATA
+# What the program as a whole does with wrong input, inputs of every kind, and its outputs: exit
+# codes, sentences and extracted files.
+set -uo pipefail
+
+receiver=$(realpath "$1")
+streams=$(realpath "$2")
+shared=$3
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+station="$here/../../../samples/station.ts"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+fail() {
+    echo "FAILED: $*" >&2
+    sed 's/^/    /' "$work/out" >&2
+    failures=$((failures + 1))
+}
+
+# expect CODE TEXT ARGUMENT...: the exit code, and something that stdout or stderr says.
+expect() {
+    local code=$1 text=$2 actual
+    shift 2
+    timeout 60 "$receiver" "$@" >"$work/out" 2>&1 </dev/null
+    actual=$?
+    [[ $actual -eq $code ]] || fail "exit code $actual, not $code: $*"
+    grep -qF -- "$text" "$work/out" || fail "does not say '$text': $*"
+}
+
+script() {
+    printf '%s\n' "${@:2}" >"$work/$1"
+}
+
+wrong_usage() {
+    expect 1 "which transport stream?"
+    expect 1 "one transport stream at a time" "$station" "$station"
+    expect 1 "--bogus: no such option" --bogus "$station"
+    expect 1 "--speed wants a value" --speed
+    expect 1 "--speed wants a factor" --speed fast "$station"
+    expect 1 "--loop wants a file" --loop -
+    expect 1 "no such service: 5; the stream has 28112" --service 5 "$station"
+    expect 0 "usage: vesta_receiver" --help
+    script broken "wait running" "jump high"
+    expect 1 "broken:2: there is no command jump" --script "$work/broken" "$station"
+    script unbalanced 'say "never ends'
+    expect 1 "unbalanced:1: a quotation mark" --script "$work/unbalanced" "$station"
+    script few "" "# a comment" "zap"
+    expect 1 "few:3: expected: zap SERVICE" --script "$work/few" "$station"
+    script meaning "wait running" "key NOSUCH"
+    expect 1 "meaning:2: no such key: NOSUCH" --script "$work/meaning" "$station"
+}
+
+unreadable_input() {
+    expect 2 "nowhere.ts: No such file or directory" "$work/nowhere.ts"
+    expect 2 "is a directory" "$work"
+    : >"$work/empty.ts"
+    expect 2 "empty.ts: is empty" "$work/empty.ts"
+    expect 2 "-: is empty" -
+    expect 2 "not a transport stream" "$here/run.sh"
+    printf G >"$work/short.ts"
+    expect 2 "not a transport stream" "$work/short.ts"
+    expect 2 "cannot be read" --script "$work/nowhere" "$station"
+    expect 2 "cannot be read" --script "$work" "$station"
+    expect 2 "cannot be written" --trace "$work/no/trace" "$station"
+    : >"$work/file"
+    expect 2 "could not be written" --extract "$work/file" "$station"
+}
+
+expectations() {
+    script waiting "wait loaded never.html"
+    expect 3 "waiting:1: the stream ended before loaded never.html" --script "$work/waiting" "$station"
+    script service "wait service" "zap 4"
+    expect 3 "service:2: no such service: 4" --script "$work/service" "$station"
+    script late "wait loaded never.html within 0.1"
+    expect 3 "late:1: waited in vain" --loop --script "$work/late" "$station"
+}
+
+# A stream from a pipe that stays open: the script's end does not wait for it.
+silent_pipe() {
+    script quick "wait running"
+    mkfifo "$work/pipe"
+    exec 9<>"$work/pipe"
+    cat "$station" >&9 &
+    local writer=$!
+    timeout 60 "$receiver" --script "$work/quick" - <"$work/pipe" >"$work/out" 2>&1 ||
+        fail "a pipe that stays open"
+    script patient "wait service within 0.1"
+    timeout 60 "$receiver" --script "$work/patient" - <"$work/pipe" >"$work/out" 2>&1
+    kill "$writer" 2>/dev/null
+    wait "$writer" 2>/dev/null
+    exec 9<&-
+}
+
+odd_streams() {
+    local middle=$((188 * 900 + 77))
+    head -c $((188 * 2500 + 100)) "$station" >"$work/truncated.ts"
+    expect 0 "end of the stream: 2,500 packets" "$work/truncated.ts"
+    { head -c 100000 "$station"; tail -c +$((100000 + 188 * 40 + 1)) "$station"; } >"$work/lost.ts"
+    script loaded "wait loaded"
+    expect 0 "index.html: 336 bytes" --script "$work/loaded" "$work/lost.ts"
+    tail -c +"$middle" "$station" >"$work/middle.ts"
+    expect 0 "index.html: 336 bytes" --script "$work/loaded" "$work/middle.ts"
+    expect 0 "no clock in the stream" --speed 100 "$station"
+    expect 0 "signals no applications (no AIT)" --service 1 "$streams/no-table.ts"
+    expect 0 "no service of the stream signals applications" "$streams/no-table.ts"
+    expect 0 "[      Window]" --log debug "$station"
+}
+
+# compare JSON FOLDER: every file that the description lists, with its size and SHA-256, and no other.
+compare() {
+    local hash path wanted
+    wanted=$(sed -n 's/^ *"path": "\(.*\)",$/\1/p' "$1" | sort)
+    (cd "$2" && find . -type f | sed 's,^\./,,' | LC_ALL=C sort) >"$work/found"
+    while IFS=$'\t' read -r path hash; do
+        path=$(printf '%b' "$path")
+        [[ $(sha256sum <"$2/$path" 2>/dev/null) == "$hash  -" ]] || fail "$path is not as $1 says"
+    done < <(sed -n -e 's/^ *"path": "\(.*\)",$/\1/p' -e 's/^ *"sha256": "\(.*\)",*$/\1/p' "$1" | paste - -)
+    [[ $(wc -l <"$work/found") -eq $(grep -c . <<<"$wanted") ]] ||
+        fail "not as many files as in $1: $(cat "$work/found")"
+}
+
+extraction() {
+    expect 0 "11 files written" --extract "$work/files" "$station"
+    compare "${station%.ts}.json" "$work/files/2a"
+    if [[ -e $shared/ts/made-1-signal.ts ]]; then
+        expect 0 "11 files written" --extract "$work/made" "$shared/ts/made-1-signal.ts"
+        compare "$shared/ts/made-1-signal.json" "$work/made/2a"
+    fi
+}
+
+# stream, what it says
+recordings() {
+    [[ -d $shared/ts ]] || return 0
+    expect 0 'no AIT for HbbTV came in service 1 "Italia 1"' "$shared/ts/real-1-three-aits.ts"
+    expect 0 "AIT version 0, 250 bytes" "$shared/ts/real-2-two-types.ts"
+    expect 0 "an AIT of application type 1" --log debug "$shared/ts/real-2-two-types.ts"
+    expect 0 "AIT version 4, 224 bytes" "$shared/ts/real-3-launcher.ts"
+    expect 0 "no services: the stream lists none" "$shared/ts/real-4-carousel.ts"
+}
+
+wrong_usage
+unreadable_input
+expectations
+silent_pipe
+odd_streams
+extraction
+recordings
+[[ $failures -eq 0 ]] && echo "everything is as it should be"
+exit $((failures > 0))
