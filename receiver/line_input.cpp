@@ -13,6 +13,12 @@
 
 namespace receiver {
 
+namespace {
+
+const char clearLine[] = "\r\033[K";
+
+}  // namespace
+
 // The editor calls back without a context.
 LineInput* LineInput::current = nullptr;
 
@@ -23,7 +29,7 @@ LineInput::LineInput(Session& session, EventLog& log) : session_(session), log_(
         return;
     }
     current = this;
-    rl_callback_handler_install("> ", [](char* line) { current->takeLine(line); });
+    install();
     log_.setTypedLine(this);
     thread_ = std::thread([this] { run(); });
 }
@@ -41,6 +47,11 @@ LineInput::~LineInput()
     editor_.unlock();
     clear_history();
     current = nullptr;
+}
+
+void LineInput::install()
+{
+    rl_callback_handler_install("> ", [](char* line) { current->takeLine(line); });
 }
 
 void LineInput::run()
@@ -63,6 +74,8 @@ void LineInput::readCharacter()
     {
         const std::lock_guard<std::mutex> lock(editor_);
         rl_callback_read_char();
+        if (line_)
+            install();  // behind a line, the editor leaves the terminal to others
         line.swap(line_);
     }
     // The editor is free here: whoever the session wakes may write at once.
@@ -85,12 +98,11 @@ void LineInput::takeLine(char* line)
 void LineInput::hide()
 {
     editor_.lock();
-    std::fputs("\r\033[K", stdout);
+    std::fputs(clearLine, stdout);
 }
 
 void LineInput::show()
 {
-    std::fflush(stdout);
     rl_forced_update_display();
     std::fflush(stdout);
     editor_.unlock();

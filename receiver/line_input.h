@@ -28,6 +28,7 @@ public:
 private:
     void hide() override;
     void show() override;
+    static void install();
     void run();
     void readCharacter();
     void takeLine(char* line);
