@@ -7,6 +7,7 @@
 
 #include "signalling/ait.h"
 #include "signalling/ait_application.h"
+#include "tests/signalling/parsed_sections.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -14,28 +15,6 @@ using namespace vesta::test;
 using testing::ElementsAre;
 
 namespace {
-
-/// An application of no table, read from an entry alone.
-class Parsed {
-public:
-    explicit Parsed(const AITEntry& entry, AIT* parent = nullptr) : application_(parent)
-    {
-        accepted_ = application_.parse(entry.exactBlock().get());
-    }
-
-    bool accepted() const { return accepted_; }
-    AITApplication* operator->() { return &application_; }
-    AITApplication& operator*() { return application_; }
-
-private:
-    AITApplication application_;
-    bool accepted_;
-};
-
-AITEntry plainEntry()
-{
-    return AITEntry(10, 1).withoutApplicationDescriptor();
-}
 
 std::vector<int> labels(const AITApplication& application)
 {

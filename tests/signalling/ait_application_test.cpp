@@ -7,37 +7,12 @@
 #include "foundation/configuration_manager.h"
 #include "signalling/ait.h"
 #include "signalling/ait_application.h"
+#include "tests/signalling/parsed_sections.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
-
-namespace {
-
-/// An application of no table, read from an entry alone.
-class Parsed {
-public:
-    explicit Parsed(const AITEntry& entry, AIT* parent = nullptr) : application_(parent)
-    {
-        accepted_ = application_.parse(entry.exactBlock().get());
-    }
-
-    bool accepted() const { return accepted_; }
-    AITApplication* operator->() { return &application_; }
-    AITApplication& operator*() { return application_; }
-
-private:
-    AITApplication application_;
-    bool accepted_;
-};
-
-AITEntry plainEntry()
-{
-    return AITEntry(10, 1).withoutApplicationDescriptor();
-}
-
-}  // namespace
 
 TEST(AITApplication, IsEmptyWhenNew)
 {
@@ -316,9 +291,33 @@ TEST(AITApplication, ListsItselfInTheLog)
         ".. application_transports[1].service_id          = 4",
         ".. application_transports[1].component_tag       = T",
     };
-    ASSERT_EQ(log.lines().size(), std::size(expected));
+    ASSERT_EQ(log.leveledLines().size(), std::size(expected));
     for (size_t i = 0; i < std::size(expected); ++i)
-        EXPECT_EQ(log.lines()[i], "[AITApplication] " + expected[i]);
+        EXPECT_EQ(log.leveledLines()[i], "DEBUG AITApplication: " + expected[i]);
+}
+
+TEST(AITApplication, ListsAllNumbersButItsIdsInDecimal)
+{
+    AIT table(0x22, 77, 0xFFFF, nullptr);
+    AITEntry entry(10, 0x4010, 31);
+    for (uint8_t label = 0; label < 11; ++label)
+        entry.http(label, "http://a.example/");
+    Parsed application(entry, &table);
+    const CapturedLog log;
+    application->printAITApplication();
+    const auto count = [&log](const std::string& line) {
+        return log.count("DEBUG AITApplication: " + line);
+    };
+    EXPECT_EQ(count("AITApplication.organisation_identifier                     = a"), 1);
+    EXPECT_EQ(count("AITApplication.application_identifier                      = 4010"), 1);
+    EXPECT_EQ(count("AITApplication.application_descriptor.control_code         = 31"), 1);
+    EXPECT_EQ(count("AITApplication.getNumTransports()                          = 11"), 1);
+    for (int index = 0; index < 11; ++index) {
+        const std::string transport = ".. application_transports[" + std::to_string(index) + "].";
+        EXPECT_EQ(count(transport + "original_network_id = 34"), 1) << index;
+        EXPECT_EQ(count(transport + "transport_stream_id = 77"), 1) << index;
+        EXPECT_EQ(count(transport + "service_id          = 65535"), 1) << index;
+    }
 }
 
 TEST(AITApplication, WithoutApplicationDescriptorListsZeros)
@@ -326,11 +325,12 @@ TEST(AITApplication, WithoutApplicationDescriptorListsZeros)
     Parsed application(plainEntry());
     const CapturedLog log;
     application->printAITApplication();
-    ASSERT_EQ(log.lines().size(), 11U);
-    EXPECT_EQ(log.lines()[5], "[AITApplication] AITApplication.application_descriptor.visibility  "
-                              "         = 0");
-    EXPECT_EQ(log.lines()[6], "[AITApplication] AITApplication.application_descriptor."
-                              "application_priority = 0");
-    EXPECT_EQ(log.lines()[7], "[AITApplication] AITApplication.application_descriptor."
-                              "service_bound_flag   = false");
+    const auto& lines = log.leveledLines();
+    ASSERT_EQ(lines.size(), 11U);
+    EXPECT_EQ(lines[5], "DEBUG AITApplication: AITApplication.application_descriptor.visibility  "
+                        "         = 0");
+    EXPECT_EQ(lines[6], "DEBUG AITApplication: AITApplication.application_descriptor."
+                        "application_priority = 0");
+    EXPECT_EQ(lines[7], "DEBUG AITApplication: AITApplication.application_descriptor."
+                        "service_bound_flag   = false");
 }

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "signalling/ait.h"
+#include "tests/signalling/parsed_sections.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/section_builder.h"
 
@@ -12,31 +12,6 @@ using namespace VestaHbbTV;
 using namespace vesta::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
-
-bool parse(AIT& table, const AITSection& section)
-{
-    return table.parse(section.exactBlock().get());
-}
-
-/// A table for service 0x22.0x7.0x1 that has taken one section.
-class Table : public AIT {
-public:
-    Table() : AIT(0x22, 0x7, 0x1, nullptr) {}
-    explicit Table(const AITSection& section) : Table() { accepted = ::parse(*this, section); }
-    bool accepted = false;
-};
-
-std::vector<int> ids(const AIT& table)
-{
-    std::vector<int> result;
-    for (unsigned int i = 0; i < table.getNumApplications(); ++i)
-        result.push_back(table.getAITApplication(i)->getApplicationId());
-    return result;
-}
-
-}  // namespace
 
 TEST(AIT, RejectsNullAndOtherTables)
 {
@@ -67,6 +42,7 @@ TEST(AIT, RejectsASectionOfAnotherVersionWithoutRecordingIt)
     Table table;
     ASSERT_TRUE(parse(table, AITSection().version(3).number(0, 1)));
     EXPECT_FALSE(parse(table, AITSection().version(4).number(1, 1)));
+    EXPECT_FALSE(parse(table, AITSection().version(4).number(0, 1))) << "not a repetition";
     EXPECT_FALSE(table.isComplete());
     EXPECT_EQ(table.getVersion(), 3);
     EXPECT_TRUE(parse(table, AITSection().version(3).number(1, 1).add(AITEntry(10, 1))));
@@ -114,6 +90,16 @@ TEST(AIT, CountsItsSectionsAgainstTheLastNumberOfTheMostRecentOne)
     EXPECT_TRUE(parse(table, AITSection().number(7, 3)));
     EXPECT_FALSE(table.isComplete());
     EXPECT_TRUE(parse(table, AITSection().number(9, 1)));
+    EXPECT_TRUE(table.isComplete());
+}
+
+TEST(AIT, IsNotCompleteWithMoreSectionsThanTheMostRecentOneSaysThereAre)
+{
+    Table table;
+    EXPECT_TRUE(parse(table, AITSection().number(0, 5)));
+    EXPECT_TRUE(parse(table, AITSection().number(1, 0)));
+    EXPECT_FALSE(table.isComplete());
+    EXPECT_TRUE(parse(table, AITSection().number(2, 2)));
     EXPECT_TRUE(table.isComplete());
 }
 
@@ -235,6 +221,18 @@ TEST(AIT, AcceptsAnEntryThatLeavesItsLoopButNotTheSection)
     EXPECT_TRUE(table.accepted);
     EXPECT_THAT(ids(table), ElementsAre(1));
     EXPECT_EQ(table.getAITApplication(0U)->getApplicationName(), "whole");
+}
+
+TEST(AIT, BoundsANameByItsLoopAlthoughTheSectionGoesOn)
+{
+    // The name would end in the CRC, or in the entry behind.
+    const AITEntry entry = plainEntry().raw({0x01, 6, 'e', 'n', 'g', 3, 'a', 'b'});
+    const Table last(AITSection().add(entry));
+    EXPECT_FALSE(last.accepted);
+    EXPECT_THAT(ids(last), IsEmpty());
+    const Table followed(AITSection().add(entry).add(AITEntry(10, 2)));
+    EXPECT_FALSE(followed.accepted);
+    EXPECT_THAT(ids(followed), IsEmpty());
 }
 
 TEST(AIT, BoundsABoundaryDescriptorByTheSection)

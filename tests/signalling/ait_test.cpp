@@ -1,10 +1,12 @@
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "signalling/ait.h"
+#include "tests/signalling/parsed_sections.h"
 #include "tests/support/captured_log.h"
 #include "tests/support/section_builder.h"
 
@@ -17,27 +19,6 @@ namespace {
 
 constexpr auto AUTOSTART = AITApplication::AUTOSTART;
 constexpr auto PRESENT = AITApplication::PRESENT;
-
-bool parse(AIT& table, const AITSection& section)
-{
-    return table.parse(section.exactBlock().get());
-}
-
-/// A table for service 0x22.0x7.0x1 that has taken one section.
-class Table : public AIT {
-public:
-    Table() : AIT(0x22, 0x7, 0x1, nullptr) {}
-    explicit Table(const AITSection& section) : Table() { accepted = ::parse(*this, section); }
-    bool accepted = false;
-};
-
-std::vector<int> ids(const AIT& table)
-{
-    std::vector<int> result;
-    for (unsigned int i = 0; i < table.getNumApplications(); ++i)
-        result.push_back(table.getAITApplication(i)->getApplicationId());
-    return result;
-}
 
 /// A section of applications 1, 2, ... with these priorities.
 AITSection priorities(const std::vector<uint8_t>& values)
@@ -115,6 +96,30 @@ TEST(AIT, ListsByPriorityAcrossSections)
                                  .add(AITEntry(10, 3).priority(3))
                                  .add(AITEntry(10, 4).priority(2))));
     EXPECT_THAT(ids(table), ElementsAre(1, 3, 4, 2));
+}
+
+TEST(AIT, ListsManyApplicationsOfManySectionsByPriority)
+{
+    constexpr unsigned lastSection = 0xFF;
+    constexpr unsigned entriesOfASection = 8;
+    Table table;
+    std::vector<std::pair<int, int>> expected;  // the priority below 0, the order of signalling
+    for (unsigned number = 0; number <= lastSection; ++number) {
+        AITSection section;
+        section.number(static_cast<uint8_t>(number), lastSection);
+        for (unsigned entry = 0; entry < entriesOfASection; ++entry) {
+            const unsigned id = number * entriesOfASection + entry;
+            const auto priority = static_cast<uint8_t>(id * 37 % 11);
+            section.add(AITEntry(10, static_cast<uint16_t>(id)).priority(priority));
+            expected.emplace_back(-int{priority}, id);
+        }
+        ASSERT_TRUE(parse(table, section));
+    }
+    std::sort(expected.begin(), expected.end());
+    std::vector<int> expectedIds;
+    for (const auto& application : expected)
+        expectedIds.push_back(application.second);
+    EXPECT_EQ(ids(table), expectedIds);
 }
 
 TEST(AIT, ListsAnApplicationWithoutApplicationDescriptorLast)
@@ -286,15 +291,24 @@ TEST(AIT, ListsItselfInTheLog)
     const Table table(AITSection().add(AITEntry(10, 1).name("one")).add(AITEntry(10, 2)));
     const CapturedLog log;
     table.printAIT();
-    const auto& lines = log.lines();
+    const auto& lines = log.leveledLines();
     const size_t listing = 11;
     ASSERT_EQ(lines.size(), 2 + 2 * (1 + listing));
-    EXPECT_EQ(lines[0], "[         AIT] --- Outputing AIT ---");
-    EXPECT_EQ(lines[1], "[         AIT] --- [0] ");
-    EXPECT_EQ(lines[3], "[AITApplication] AITApplication.application_name                         "
-                        "   = one");
-    EXPECT_EQ(lines[2 + listing], "[         AIT] --- [1] ");
-    EXPECT_EQ(lines.back(), "[         AIT] --- Done ---");
+    EXPECT_EQ(lines[0], "DEBUG AIT: --- Outputing AIT ---");
+    EXPECT_EQ(lines[1], "DEBUG AIT: --- [0] ");
+    EXPECT_EQ(lines[3], "DEBUG AITApplication: AITApplication.application_name                 "
+                        "           = one");
+    EXPECT_EQ(lines[2 + listing], "DEBUG AIT: --- [1] ");
+    EXPECT_EQ(lines.back(), "DEBUG AIT: --- Done ---");
+}
+
+TEST(AIT, NumbersItsApplicationsInDecimalInTheLog)
+{
+    const Table table(priorities({9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9}));
+    const CapturedLog log;
+    table.printAIT();
+    for (int index = 0; index < 11; ++index)
+        EXPECT_EQ(log.count("DEBUG AIT: --- [" + std::to_string(index) + "] "), 1) << index;
 }
 
 TEST(AIT, WithoutApplicationsListsItsFrameOnly)
@@ -302,6 +316,6 @@ TEST(AIT, WithoutApplicationsListsItsFrameOnly)
     const Table table;
     const CapturedLog log;
     table.printAIT();
-    EXPECT_THAT(log.lines(),
-                ElementsAre("[         AIT] --- Outputing AIT ---", "[         AIT] --- Done ---"));
+    EXPECT_THAT(log.leveledLines(),
+                ElementsAre("DEBUG AIT: --- Outputing AIT ---", "DEBUG AIT: --- Done ---"));
 }
