@@ -226,13 +226,40 @@ int expectedUsage(const json& application)
     return descriptors.empty() ? 0 : descriptors.back()["usage_type"].get<int>();
 }
 
+/// What of a URL decides whether it may stand in a domain, found without the library.
+struct Origin {
+    std::string scheme;
+    std::string host;
+    std::string text;
+
+    explicit Origin(const std::string& url)
+    {
+        for (const std::string candidate : {"dvb://", "https://", "http://"})
+            if (url.find(candidate) != std::string::npos)
+                scheme = candidate;
+        const size_t slash = std::min(url.find('/', scheme.size()), url.size());
+        text = scheme.empty() ? url : url.substr(0, slash);
+        host = url.substr(scheme.size(), slash - scheme.size());
+        host = host.substr(0, host.find(':'));
+    }
+};
+
+/// Any number of dvb: origins and one web host.
 std::vector<std::string> expectedDomain(const json& application)
 {
-    ApplicationDomain domain;
-    for (const json& descriptor : ofTag(application["descriptors"], boundaryTag))
-        for (const std::string prefix : descriptor["prefixes"])
-            domain.addBoundaryExtension(prefix);
-    return domain.getEntries();
+    std::vector<std::string> entries;
+    for (const json& descriptor : ofTag(application["descriptors"], boundaryTag)) {
+        for (const std::string url : descriptor["prefixes"]) {
+            const Origin added(url);
+            const bool isCompatible =
+                std::all_of(entries.begin(), entries.end(), [&added](const std::string& entry) {
+                    return Origin(entry).host == added.host || Origin(entry).scheme == "dvb://";
+                });
+            if (url.rfind("dvb:", 0) == 0 || isCompatible)
+                entries.push_back(added.text);
+        }
+    }
+    return entries;
 }
 
 void checkApplication(const AITApplication& actual, const json& expected,
@@ -291,17 +318,27 @@ public:
                              applications_[i].common);
     }
 
+    /// Call after check(), which establishes what stands at each index.
     void checkLookups(const AIT& table) const
     {
         for (const Application& application : applications_) {
             const json& content = application.content;
-            const AITApplication* const found =
-                table.getAITApplication(content["organisation_id"].get<unsigned long>(),
-                                        content["application_id"].get<unsigned short>());
-            ASSERT_NE(found, nullptr);
-            EXPECT_EQ(found->getApplicationId(), content["application_id"]);
-            EXPECT_EQ(found->getOrganisationId(), content["organisation_id"]);
+            EXPECT_EQ(table.getAITApplication(content["organisation_id"].get<unsigned long>(),
+                                              content["application_id"].get<unsigned short>()),
+                      first(table, [&content](const Application& other) {
+                          return other.content["organisation_id"] == content["organisation_id"] &&
+                                 other.content["application_id"] == content["application_id"];
+                      }));
         }
+        for (const int usage : {0, 1, 2, 0xFF})
+            EXPECT_EQ(table.getFirstAITApplicationOfUsageType(
+                          static_cast<AITApplication::ApplicationUsageType>(usage)),
+                      first(table, [usage](const Application& application) {
+                          return expectedUsage(application.content) == usage;
+                      }));
+        for (int code = 0; code <= AITApplication::DISABLED + 1; ++code)
+            for (const bool http : {false, true})
+                checkSignalled(table, static_cast<AITApplication::ControlCode>(code), http);
     }
 
 private:
@@ -309,7 +346,36 @@ private:
         json content;
         /// The common transports when the application was read.
         std::map<int, json> common;
+
+        bool isAvailable(bool http) const
+        {
+            const auto transports = expectedTransports(content, common);
+            return std::any_of(transports.begin(), transports.end(), [http](const json& transport) {
+                return http || transport["protocol_id"] != 3;
+            });
+        }
     };
+
+    template <typename Condition>
+    const AITApplication* first(const AIT& table, const Condition& condition) const
+    {
+        const auto found = std::find_if(applications_.begin(), applications_.end(), condition);
+        return table.getAITApplication(static_cast<unsigned int>(found - applications_.begin()));
+    }
+
+    void checkSignalled(const AIT& table, AITApplication::ControlCode code, bool http) const
+    {
+        std::vector<const AITApplication*> expected;
+        for (unsigned int i = 0; i < applications_.size(); ++i)
+            if (applications_[i].content["control_code"] == int{code} &&
+                applications_[i].isAvailable(http))
+                expected.push_back(table.getAITApplication(i));
+        std::vector<const AITApplication*> found;
+        for (const AITApplication* application = table.getAITApplication(code, http); application;
+             application = table.getNextAITApplication(application, code, http))
+            found.push_back(application);
+        EXPECT_EQ(found, expected) << "control code " << code << ", HTTP " << http;
+    }
 
     std::vector<Application> applications_;
     std::map<int, json> common_;
