@@ -6,7 +6,8 @@
 # unsigned int on 32: the two count as equal, which lets one list serve every processor. NM names
 # the nm to use.
 set -euo pipefail
-readonly library=$1 list="$(dirname "${BASH_SOURCE[0]}")/exports.txt"
+list="$(dirname "${BASH_SOURCE[0]}")/exports.txt"
+readonly library=$1 list
 export LC_ALL=C
 
 symbols() {

@@ -4,8 +4,8 @@
 # The build that is tested comes in through the environment: BUILD, WORK, CMAKE, CXX, LIBDIR,
 # INCLUDEDIR, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN and EMULATOR.
 set -euo pipefail
-readonly outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
-readonly skipped=77
+outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
+readonly outside skipped=77
 read -r -a flags <<<"${FLAGS:-}"
 read -r -a emulator <<<"${EMULATOR:-}"
 
@@ -27,11 +27,11 @@ list_headers() {
 }
 
 find_with_cmake() {
+    local compiler="-DCMAKE_CXX_COMPILER=$CXX"
+    [[ -n "${TOOLCHAIN:-}" ]] && compiler="-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN"
     "$CMAKE" -S "$outside" -B "$WORK/cmake" -DCMAKE_PREFIX_PATH="$WORK/installed" \
         -DOUTSIDE_GENERATED="$WORK/generated" -DCMAKE_CXX_FLAGS="${FLAGS:-}" \
-        ${TOOLCHAIN:+-DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN"} \
-        ${TOOLCHAIN:--DCMAKE_CXX_COMPILER="$CXX"} \
-        -DCMAKE_FIND_ROOT_PATH="$WORK/installed"
+        "$compiler" -DCMAKE_FIND_ROOT_PATH="$WORK/installed"
     "$CMAKE" --build "$WORK/cmake" --verbose
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman"
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman_static"
