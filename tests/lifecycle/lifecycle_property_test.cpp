@@ -359,10 +359,10 @@ protected:
             return "the pending application is not one of the window's";
         if (window.getBroadcastAIT() && window.getBroadcastAIT()->isXMLBased())
             return "the broadcast table is an XML table";
-        runningSeen_ += running ? 1 : 0;
-        teardownsSeen_ += window.getState() == Window::TEARDOWN ? 1 : 0;
+        runningSeen_ += running ? 1u : 0u;
+        teardownsSeen_ += window.getState() == Window::TEARDOWN ? 1u : 0u;
         for (Application* application : window.getApplications()) {
-            childrenSeen_ += application->getParent() ? 1 : 0;
+            childrenSeen_ += application->getParent() ? 1u : 0u;
             const std::string broken = brokenRuleOf(window, *application);
             if (!broken.empty())
                 return broken;
