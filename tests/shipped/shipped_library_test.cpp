@@ -182,7 +182,8 @@ TEST(ShippedLog, GivesEveryLineToAnIntegratorsSink)
 TEST(ShippedLog, SharesItsTypeInformationWithTheProgram)
 {
     const std::unique_ptr<LoggingOutput> sink = std::make_unique<LoggingOutputStdout>(ERR);
-    EXPECT_EQ(typeid(*sink), typeid(LoggingOutputStdout));
+    const LoggingOutput& output = *sink;
+    EXPECT_EQ(typeid(output), typeid(LoggingOutputStdout));
     EXPECT_NE(dynamic_cast<LoggingOutputStdout*>(sink.get()), nullptr);
 }
 
