@@ -19,6 +19,13 @@ public:
     using value_type = T;
     using const_iterator = const T*;
 
+    SmallVector() = default;
+    ~SmallVector() = default;
+
+    // No moves: they copy, so that what was moved from holds what it says that it holds.
+    SmallVector(const SmallVector&) = default;
+    SmallVector& operator=(const SmallVector&) = default;
+
     void push_back(const T& element)
     {
         if (size_ >= inPlace) {

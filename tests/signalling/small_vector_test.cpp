@@ -5,6 +5,7 @@
 #include "signalling/small_vector.h"
 
 using namespace VestaHbbTV;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -49,4 +50,22 @@ TEST(SmallVector, IsCopied)
     copy.push_back(3);
     EXPECT_THAT(list, ElementsAre(1, 2));
     EXPECT_THAT(copy, ElementsAre(1, 2, 3));
+}
+
+TEST(SmallVector, StaysUsableAfterItsElementsMovedAway)
+{
+    for (const size_t count : {0U, 1U, 2U, 3U, 9U}) {
+        SmallVector<int, 2> from;
+        for (size_t i = 0; i < count; ++i)
+            from.push_back(7);
+        SmallVector<int, 2> constructed = std::move(from);
+        EXPECT_EQ(constructed.size(), count);
+        EXPECT_THAT(from, Each(7));  // NOLINT(bugprone-use-after-move): that is what is tested
+        from.push_back(7);
+        EXPECT_THAT(from, Each(7));
+        SmallVector<int, 2> assigned;
+        assigned = std::move(constructed);
+        EXPECT_EQ(assigned.size(), count);
+        EXPECT_THAT(constructed, Each(7));  // NOLINT(bugprone-use-after-move)
+    }
 }
