@@ -7,9 +7,12 @@
 namespace VestaHbbTV {
 
 PlatformProfile::PlatformProfile(const unsigned char* fiveBytes)
-    : profile_(ByteReader(fiveBytes, 2).u16()), major_(fiveBytes[2]), minor_(fiveBytes[3]),
-      micro_(fiveBytes[4])
 {
+    ByteReader reader(fiveBytes, fiveBytes ? size : size_t{0});
+    profile_ = reader.u16();
+    major_ = reader.u8();
+    minor_ = reader.u8();
+    micro_ = reader.u8();
 }
 
 bool PlatformProfile::isCompatible(unsigned short profile, unsigned char major, unsigned char minor,

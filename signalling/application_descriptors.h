@@ -20,7 +20,8 @@ public:
     /// Any terminal: no bits, version 0.0.0.
     PlatformProfile() = default;
 
-    /// @param fiveBytes the profile as signalled: mask, then major, minor and micro version
+    /// @param fiveBytes the profile as signalled: mask, then major, minor and micro version; null
+    ///        gives that of any terminal
     explicit PlatformProfile(const unsigned char* fiveBytes);
 
     /// @param profile mask of application profile bits
@@ -57,7 +58,8 @@ public:
     ApplicationDescriptor() = default;
 
     /// Never fails: reading stops where the descriptor ends, and what was read is kept.
-    /// @param descriptor points at the tag; its own length byte bounds what is read
+    /// @param descriptor points at the tag; its own length byte bounds what is read; null gives an
+    ///        empty one
     explicit ApplicationDescriptor(const unsigned char* descriptor);
 
     /// @param payload the descriptor without its tag and length
@@ -102,7 +104,8 @@ public:
     ApplicationRecordingDescriptor() = default;
 
     /// Never fails: reading stops where the descriptor ends, and what was read is kept.
-    /// @param descriptor points at the tag; its own length byte bounds what is read
+    /// @param descriptor points at the tag; its own length byte bounds what is read; null gives an
+    ///        empty one
     explicit ApplicationRecordingDescriptor(const unsigned char* descriptor);
 
     /// @param payload the descriptor without its tag and length

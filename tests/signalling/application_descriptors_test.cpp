@@ -3,6 +3,7 @@
 #include <string>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "signalling/ait_application.h"
@@ -144,6 +145,26 @@ TEST(ApplicationDescriptor, OfNoBytesIsEmpty)
     EXPECT_FALSE(ApplicationRecordingDescriptor(none).isScheduledRecording());
 }
 
+TEST(ApplicationDescriptor, StaysUsableAfterItsContentMovedAway)
+{
+    ApplicationFields fields;
+    fields.profiles = {{1, 1, 1, 1}, {2, 1, 1, 1}, {3, 1, 1, 1}};
+    fields.labels = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    ApplicationDescriptor from(exactBlock(applicationDescriptor(fields)).get());
+    AITApplication application(nullptr);
+    application.setApplicationDescriptor(std::move(from));
+    EXPECT_EQ(application.getApplicationDescriptor()->getTransportProtocolLabels().size(), 9U);
+    // Unspecified content, but whatever it claims to hold must be there.
+    size_t profiles = 0;
+    for (const PlatformProfile& profile :
+         from.getPlatformProfiles())  // NOLINT(bugprone-use-after-move)
+        profiles += profile.getVersionMajor();
+    EXPECT_EQ(profiles, from.getPlatformProfiles().size());
+    from.addTransportProtocolLabel(10);
+    const auto& labels = from.getTransportProtocolLabels();
+    EXPECT_EQ(labels[labels.size() - 1], 10);
+}
+
 TEST(PlatformProfile, ReadsItsFiveBytes)
 {
     const PlatformProfile profile(exactBlock({0x12, 0x34, 5, 6, 7}).get());
@@ -151,6 +172,16 @@ TEST(PlatformProfile, ReadsItsFiveBytes)
     EXPECT_EQ(profile.getVersionMajor(), 5);
     EXPECT_EQ(profile.getVersionMinor(), 6);
     EXPECT_EQ(profile.getVersionMicro(), 7);
+}
+
+TEST(PlatformProfile, OfNoBytesIsThatOfAnyTerminal)
+{
+    const unsigned char* const none = nullptr;
+    const PlatformProfile profile(none);
+    EXPECT_EQ(profile.getApplicationProfile(), 0);
+    EXPECT_EQ(profile.getVersionMajor(), 0);
+    EXPECT_EQ(profile.getVersionMinor(), 0);
+    EXPECT_EQ(profile.getVersionMicro(), 0);
 }
 
 TEST(PlatformProfile, IsCompatibleWithATerminalThatIsNotOlderAndHasEveryBit)
