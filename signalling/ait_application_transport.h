@@ -20,8 +20,7 @@ public:
     /// An empty transport: no protocol, label 0, no URL base.
     AITApplicationTransport() = default;
 
-    /// @param descriptor points at the tag of a transport protocol descriptor, whose own length
-    /// byte
+    /// @param descriptor points at the tag of a transport protocol descriptor; its own length byte
     ///        bounds what is read; null gives an empty transport
     explicit AITApplicationTransport(const unsigned char* descriptor);
 
@@ -30,8 +29,11 @@ public:
 
     ~AITApplicationTransport() override = default;
 
-    /// Reads a descriptor into this transport. Never fails: what does not fit into the descriptor's
-    /// own length stays as it was, which is 0 or empty in a new transport.
+    /// Reads a descriptor into this transport. Never fails: a field of the label or of the carousel
+    /// that does not fit into the descriptor's own length becomes 0. In a transport that is used
+    /// again an unknown protocol keeps the one before, HTTP adds to the URL base that is there
+    /// (none where it does not fit), a carousel clears it, and what else the descriptor does not
+    /// speak of stays.
     /// @param descriptor points at the tag; null changes nothing
     void parseTransportDescriptor(const unsigned char* descriptor);
 

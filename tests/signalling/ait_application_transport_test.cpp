@@ -193,6 +193,26 @@ TEST(AITApplicationTransport, ReadIntoAgainAppendsTheBaseAndACarouselClearsIt)
     EXPECT_EQ(describe(transport), "1 label 3 base '' remote 0 ids 0.0.0.4");
 }
 
+TEST(AITApplicationTransport, ReadIntoAgainLosesTheFieldsThatAShortDescriptorLacks)
+{
+    const auto readAgain = [](const Bytes& first, const Bytes& second) {
+        AITApplicationTransport transport(exactBlock(first).get());
+        transport.parseTransportDescriptor(exactBlock(second).get());
+        return describe(transport);
+    };
+    const Bytes http = httpTransport(1, "http://a/");
+    const Bytes carousel = remoteCarouselTransport(9, 1, 2, 3, 4);
+    EXPECT_EQ(readAgain(http, {0x02, 0}), "3 label 0 base 'http://a/' remote 0 ids 0.0.0.0");
+    EXPECT_EQ(readAgain(http, otherTransport(6, 2)),
+              "3 label 6 base 'http://a/' remote 0 ids 0.0.0.0");
+    EXPECT_EQ(readAgain(http, otherTransport(6, 3, {9, 'b'})),
+              "3 label 6 base 'http://a/' remote 0 ids 0.0.0.0");
+    EXPECT_EQ(readAgain(carousel, otherTransport(5, 1)), "1 label 5 base '' remote 0 ids 1.2.3.0");
+    EXPECT_EQ(readAgain(carousel, otherTransport(5, 1, {0x80, 0, 7})),
+              "1 label 5 base '' remote 1 ids 7.0.0.0");
+    EXPECT_EQ(readAgain(carousel, http), "3 label 1 base 'http://a/' remote 1 ids 1.2.3.4");
+}
+
 TEST(AITApplicationTransport, CanBeFilledByHand)
 {
     AITApplicationTransport carousel;
