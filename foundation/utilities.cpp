@@ -7,17 +7,9 @@
 #include <ctime>
 #include <limits>
 
+#include "foundation/text.h"
+
 namespace VestaHbbTV {
-
-namespace {
-
-bool isHexadecimalDigit(char character)
-{
-    return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f') ||
-           (character >= 'A' && character <= 'F');
-}
-
-}  // namespace
 
 const char* getFormattedTime()
 {
@@ -45,7 +37,9 @@ void usec_increase(timeval& tv, int usec)
 
 bool isHexadecimalNumberString(std::string text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), isHexadecimalDigit);
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) {
+        return hexadecimalDigit(character) >= 0;
+    });
 }
 
 bool endsWith(std::string text, std::string suffix)

@@ -6,7 +6,9 @@
 #include <utility>
 
 #include "foundation/logging.h"
+#include "foundation/text.h"
 #include "signalling/byte_reader.h"
+#include "signalling/descriptor.h"
 
 namespace VestaHbbTV {
 
@@ -21,12 +23,6 @@ constexpr int dvbProtocol = 3;
 constexpr Scheme noScheme = {0, ""};
 constexpr Scheme schemes[] = {{1, "http://"}, {2, "https://"}, {dvbProtocol, "dvb://"}};
 constexpr std::string_view dvbPrefix = "dvb:";
-constexpr size_t descriptorHeaderSize = 2;  // tag and length
-
-bool startsWith(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
 
 // Deliberate: a scheme counts wherever it stands, and the order of the schemes decides.
 const Scheme& schemeOf(std::string_view url)

@@ -51,8 +51,7 @@ public:
     /// Adds the extensions of a simple application boundary descriptor that stands alone. It trusts
     /// the descriptor's own length and reads nothing behind it: same as the other overload with
     /// `available` = 2 + descriptor_length.
-    /// @param descriptor borrowed for the call, at its tag (which is not checked); null adds
-    /// nothing
+    /// @param descriptor at its tag, which is not checked; borrowed for the call; null adds nothing
     void parseSimpleApplicationBoundaryExtensionDescriptor(const unsigned char* descriptor);
 
     /// Adds the extensions of a simple application boundary descriptor (ETSI TS 102 809, 5.3.8)
@@ -62,8 +61,7 @@ public:
     ///
     /// An extension fits if its last byte is at most the byte just past the descriptor and is
     /// within `available`.
-    /// @param descriptor borrowed for the call, at its tag (which is not checked); null adds
-    /// nothing
+    /// @param descriptor at its tag, which is not checked; borrowed for the call; null adds nothing
     /// @param available bytes from the tag to the end of the section; none behind them is touched
     void parseSimpleApplicationBoundaryExtensionDescriptor(const unsigned char* descriptor,
                                                            size_t available);

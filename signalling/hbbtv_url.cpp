@@ -8,6 +8,7 @@
 
 #include "vesta_browser.h"
 
+#include "foundation/text.h"
 #include "foundation/utilities.h"
 
 namespace VestaHbbTV {
@@ -20,23 +21,6 @@ constexpr std::string_view currentAITPrefix = "dvb://current.ait/";
 constexpr std::string_view hostPrefixes[] = {"http://", "https://", absoluteDVBPrefix};
 constexpr size_t escapedDigits = 2;
 constexpr int noByte = -1;
-
-bool startsWith(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-/// The value of a hexadecimal digit, -1 for any other character.
-constexpr int hexadecimalDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 /// The byte that an escape stands for, or noByte. Two plain digits need no further look; for
 /// everything else sscanf() itself decides what it means.
