@@ -136,10 +136,10 @@ void AIT::insertAITApplication(AITApplication* application)
 void AIT::insert(std::unique_ptr<AITApplication> application)
 {
     const unsigned char priority = application->getApplicationPriority();
-    const auto place =
-        std::find_if(applications_.begin(), applications_.end(), [priority](const auto& other) {
-            return other->getApplicationPriority() < priority;
-        });
+    const auto place = std::upper_bound(applications_.begin(), applications_.end(), priority,
+                                        [](unsigned char inserted, const auto& other) {
+                                            return other->getApplicationPriority() < inserted;
+                                        });
     applications_.insert(place, std::move(application));
 }
 

@@ -44,9 +44,10 @@ public:
     /// @return false when a descriptor leaves the loop; the ones before it are kept
     bool parseCommonDescriptorsLoop(const unsigned char* data, unsigned short length);
 
-    /// Puts the application behind all that have its priority or a higher one. An application that
-    /// was made for another table becomes one of this table, but keeps its channel handle.
-    /// @param application ownership passes to the table; null is ignored
+    /// Puts the application behind all that have its priority or a higher one: its priority counts
+    /// as it is now. One that was made for, but not inserted into, another table becomes one of
+    /// this table, but keeps its channel handle.
+    /// @param application ownership passes to the table; null and its own are ignored
     void insertAITApplication(AITApplication* application);
 
     /// @name Applications
