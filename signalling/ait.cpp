@@ -13,7 +13,7 @@ namespace {
 constexpr uint8_t applicationInformationTableId = 0x74;
 constexpr uint8_t transportProtocolTag = 0x02;
 
-/// Entries that can be started have more bytes.
+/// Estimate for reserve(): entries that can be started have more bytes.
 constexpr size_t shortEntrySize = 64;
 
 /// Bytes of table_id and section_length.
@@ -50,23 +50,21 @@ bool AIT::parse(const unsigned char* section)
         return false;
     if (receivedSections_.test(number))
         return true;
-    recordSection(number, lastNumber);
+    recordSection(version, number, lastNumber);
     return parseBody(reader);
 }
 
 /// The first section decides on the version. Once all sections have arrived, no more are taken: not
 /// even repetitions.
-bool AIT::acceptsVersion(uint8_t version)
+bool AIT::acceptsVersion(uint8_t version) const
 {
-    if (receivedSections_.any())
-        return version == version_ && !complete_;
-    version_ = version;
-    return true;
+    return receivedSections_.none() || (version == version_ && !complete_);
 }
 
 /// Deliberate: a section counts as received before its body is read, so also if that fails.
-void AIT::recordSection(uint8_t number, uint8_t lastNumber)
+void AIT::recordSection(uint8_t version, uint8_t number, uint8_t lastNumber)
 {
+    version_ = version;
     receivedSections_.set(number);
     lastSectionNumber_ = lastNumber;
     if (receivedSections_.count() == lastSectionNumber_ + size_t{1})

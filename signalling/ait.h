@@ -25,6 +25,7 @@ public:
         unsigned short serviceId, void* channelHandle);
 
     /// A complete table that does not come from sections (an XML AIT): ids 0, no channel handle.
+    /// Should it be given one nevertheless, it takes the first section, whatever number that has.
     AIT();
 
     ~AIT() override;
@@ -37,7 +38,8 @@ public:
     /// @param section a whole section from table_id on, borrowed for the call; may be null
     /// @return true for an accepted section and for the repetition of one while sections are
     ///         missing; false for null, another table, another version, a section with a length
-    ///         that leaves its loop, and every section once the table is complete
+    ///         that leaves its loop, and every further section once the table is complete (which
+    ///         one that does not come from sections is from the start, so it takes but one)
     bool parse(const unsigned char* section);
 
     /// Takes in the transports of a common descriptor loop and skips its other descriptors.
@@ -101,7 +103,8 @@ public:
     /// Whether the table was not built from broadcast sections.
     bool isXMLBased() const { return xmlBased_; }
 
-    /// Whether as many different sections arrived as the last one said there are.
+    /// Whether as many different sections arrived as the most recent of them said there are. A
+    /// table that does not come from sections is always complete.
     bool isComplete() const { return complete_; }
 
     /// Whether its window has let go of the table.
@@ -123,8 +126,8 @@ public:
 private:
     using Applications = std::vector<std::unique_ptr<AITApplication>>;
 
-    bool acceptsVersion(uint8_t version);
-    void recordSection(uint8_t number, uint8_t lastNumber);
+    bool acceptsVersion(uint8_t version) const;
+    void recordSection(uint8_t version, uint8_t number, uint8_t lastNumber);
     bool parseBody(ByteReader section);
     bool parseCommonDescriptorsLoop(ByteReader loop);
     bool parseApplications(ByteReader section, size_t loopLength);
