@@ -11,7 +11,6 @@ namespace VestaHbbTV {
 namespace {
 
 constexpr uint8_t applicationInformationTableId = 0x74;
-constexpr uint8_t transportProtocolTag = 0x02;
 
 /// Estimate for reserve(): entries that can be started have more bytes.
 constexpr size_t shortEntrySize = 64;

@@ -23,7 +23,6 @@ constexpr size_t loopLengthOffset = 7;
 enum DescriptorTag : uint8_t {
     applicationTag = 0x00,
     applicationNameTag = 0x01,
-    transportProtocolTag = 0x02,
     applicationRecordingTag = 0x06,
     simpleApplicationLocationTag = 0x15,
     applicationUsageTag = 0x16,
@@ -104,38 +103,36 @@ bool AITApplication::parse(ByteReader& section)
 bool AITApplication::parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports)
 {
     while (!loop.empty()) {
-        const unsigned char* const descriptor = loop.data();
-        const size_t toLoopEnd = loop.remaining();
-        loop.skip(1);
+        const ByteReader descriptor = loop;
+        const uint8_t tag = loop.u8();
         const uint8_t length = loop.u8();
-        loop.skip(length);
+        const ByteReader payload = loop.take(length);
         // Deliberate: a descriptor without payload fails the entry, whatever its tag.
         if (length == 0 || !loop.ok() ||
-            !parseDescriptor(descriptor, toLoopEnd, toLoopEnd + behindLoop, ownTransports))
+            !parseDescriptor(tag, payload, descriptor, behindLoop, ownTransports))
             return false;
     }
     return true;
 }
 
-/// @param descriptor points at the tag; known to end within the loop
-/// @param toLoopEnd, toSectionEnd bytes from the tag on
-bool AITApplication::parseDescriptor(const unsigned char* descriptor, size_t toLoopEnd,
-                                     size_t toSectionEnd, Transports& ownTransports)
+/// @param toLoopEnd from the tag on, for the descriptors that may go on behind their payload
+/// @param behindLoop as above
+bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd,
+                                     size_t behindLoop, Transports& ownTransports)
 {
-    ByteReader payload = descriptorPayload(descriptor);
-    switch (descriptor[0]) {
+    switch (tag) {
     case applicationTag:
         if (!applicationDescriptor_)
-            applicationDescriptor_.emplace(descriptor);
+            applicationDescriptor_.emplace(payload);
         return true;
     case applicationNameTag:
-        return parseName(ByteReader(descriptor, toLoopEnd));
+        return parseName(toLoopEnd);
     case transportProtocolTag:
-        parseTransport(descriptor, ownTransports);
+        parseTransport(payload, ownTransports);
         return true;
     case applicationRecordingTag:
         if (!recordingDescriptor_)
-            recordingDescriptor_.emplace(descriptor);
+            recordingDescriptor_.emplace(payload);
         return true;
     case simpleApplicationLocationTag:
         append(applicationLocation_, payload);
@@ -144,8 +141,8 @@ bool AITApplication::parseDescriptor(const unsigned char* descriptor, size_t toL
         usageType_ = static_cast<ApplicationUsageType>(payload.u8());
         return true;
     case simpleApplicationBoundaryTag:
-        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(descriptor,
-                                                                             toSectionEnd);
+        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(
+            toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
         return true;
     default:
         return true;
@@ -164,10 +161,9 @@ bool AITApplication::parseName(ByteReader toLoopEnd)
     return toLoopEnd.ok();
 }
 
-void AITApplication::parseTransport(const unsigned char* descriptor,
-                                    Transports& ownTransports) const
+void AITApplication::parseTransport(ByteReader payload, Transports& ownTransports) const
 {
-    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(descriptor));
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
     // Deliberate: HTTP transports carry the ids of the current service, too.
     const bool isLocal = transport->getProtocol() == AITApplicationTransport::HTTP ||
                          (transport->getProtocol() == AITApplicationTransport::OBJECT_CAROUSEL &&

@@ -179,10 +179,10 @@ private:
     friend class AITApplicationReference;
 
     bool parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports);
-    bool parseDescriptor(const unsigned char* descriptor, size_t toLoopEnd, size_t toSectionEnd,
+    bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd, size_t behindLoop,
                          Transports& ownTransports);
     bool parseName(ByteReader toLoopEnd);
-    void parseTransport(const unsigned char* descriptor, Transports& ownTransports) const;
+    void parseTransport(ByteReader payload, Transports& ownTransports) const;
     void chooseTransports(Transports ownTransports);
     void printTransport(size_t index) const;
 

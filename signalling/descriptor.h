@@ -3,6 +3,7 @@
 #define VESTA_SIGNALLING_DESCRIPTOR_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "signalling/byte_reader.h"
@@ -11,6 +12,9 @@ namespace VestaHbbTV {
 
 /// Bytes that stand before a descriptor's payload: its tag and its length.
 constexpr size_t descriptorHeaderSize = 2;
+
+/// transport_protocol_descriptor(): ETSI TS 102 809, 5.3.6. It stands in both loops of an AIT.
+constexpr uint8_t transportProtocolTag = 0x02;
 
 /// The payload of a descriptor of which only the start is known: its own length byte is trusted.
 /// @param descriptor points at the tag; null gives an empty payload
