@@ -71,6 +71,8 @@ bool Application::init()
     bool success = false;
     NotificationManager::broadcastIfAny(
         new RequestWindowNotification(&tavoWindow_, &success, window_));
+    if (ended_)
+        releaseTavoWindow();  // it came after a listener had ended the application
     return success && tavoWindow_;
 }
 

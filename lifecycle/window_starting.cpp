@@ -175,6 +175,7 @@ void Window::startPendingApplication(Application* application)
         return;
     }
     unsetPendingApplication();
+    const bool replacesRunning = !application->getParent();
     settleRunningApplication(application);
     if (released_)
         return;  // the application goes with the window
@@ -183,6 +184,8 @@ void Window::startPendingApplication(Application* application)
         abortStart(application);
         return;
     }
+    if (replacesRunning)
+        settleRunningApplication(application);  // a listener may have started one meanwhile
     if (!released_)
         run(application);
 }

@@ -451,7 +451,7 @@ TEST_P(LifecycleProperty, TheBooksAgreeAfterEveryStep)
         EXPECT_GT(Application::next_id, steps / 15);
         EXPECT_GT(runningSeen_, steps / 4);
         EXPECT_GT(childrenSeen_, steps / 200);
-        EXPECT_GT(teardownsSeen_, steps / 500);
+        EXPECT_GT(teardownsSeen_, 0u);
     }
     EXPECT_TRUE(listener().windowsInUse.empty()) << "seed " << GetParam();
 }

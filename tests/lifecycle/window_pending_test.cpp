@@ -1,5 +1,7 @@
 // How a pending application becomes the running one.
 
+#include <utility>
+
 #include "foundation/configuration_manager.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
@@ -280,6 +282,50 @@ TEST_F(WindowPending, DestroyingThePendingOneMakesItsStartFindNothing)
     tickAll();
     EXPECT_EQ(takeLog(), Lines({noLongerPending}));
     EXPECT_EQ(running(), nullptr);
+}
+
+TEST_F(WindowPending, ABrowserWindowThatComesAfterTheWindowWentIsGivenBack)
+{
+    listener().refuseWindows = true;
+    for (const bool all : {false, true}) {
+        Window* const asking = createWindow("B");
+        listener().onNotification[HBBTV_NOTIFICATION_REQUEST_WINDOW] =
+            [all](HBBTV_NotificationData* data) {
+                if (all)
+                    manager()->removeAllWindows();
+                else
+                    vesta_hbbtv_release_window(data->window.window);
+                *data->window.tavoWindow = browser().window(4);
+                data->window.success = 1;
+            };
+        asking->startBroadcastIndependentApplication(HbbTVURL("http://a.example/i"));
+        forget();
+        tickAll();
+        EXPECT_EQ(journal(), Lines({"REQUEST null @B", "RELEASE w4"}));
+    }
+}
+
+TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind)
+{
+    for (const int type :
+         {HBBTV_NOTIFICATION_STOP_APPLICATION, HBBTV_NOTIFICATION_REQUEST_WINDOW}) {
+        startApplication(httpApplication(1, 2));
+        bool done = false;
+        listener().onNotification[type] = [&](auto*) {
+            if (std::exchange(done, true))
+                return;
+            pend("http://a.example/meanwhile");
+            tickAll();
+        };
+        pend("http://a.example/next");
+        tickAll();
+        EXPECT_TRUE(done);
+        EXPECT_EQ(runningURL(), "http://a.example/next");
+        EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+        listener().onNotification.clear();
+        window()->terminateRunningApplication(true);
+        window()->setAIT(ref_ptr<AIT>());
+    }
 }
 
 TEST_F(WindowPending, RestoringNeedsAParentThatIsStillThere)
