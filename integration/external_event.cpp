@@ -1,6 +1,7 @@
 #include "integration/external_event.h"
 
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -20,11 +21,9 @@ namespace {
 
 const char module[] = "ExternalEvent";
 
-/// Frees a record with the strings and buffers that belong to it by its type.
+/// Frees a record, which is not null, with the strings and buffers that belong to it by its type.
 void releaseRecord(HBBTV_EventType type, HBBTV_EventData* data)
 {
-    if (!data)
-        return;
     switch (type) {
     case E_AIT_SECTION:
         std::free(data->ait.section);
@@ -58,7 +57,11 @@ public:
     Record(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data) {}
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
-    ~Record() { releaseRecord(type_, data_); }
+    ~Record()
+    {
+        if (data_)
+            releaseRecord(type_, data_);
+    }
 
     explicit operator bool() const { return data_ != nullptr; }
     const HBBTV_EventData* operator->() const { return data_; }
@@ -129,7 +132,7 @@ void executeAITSection(const Record& record)
         takeSection(*window, record->ait);
 }
 
-void executeChannelChange()
+void executeChannelChange(const Record& /*record*/)
 {
     dsmcc_clear_cache();
     hbbtv_ait_invalidate();
@@ -225,6 +228,40 @@ void executeSupportedProfiles(const Record& record)
             record->profiles.supportedProfiles);
 }
 
+void executeHttpAvailable(const Record& /*record*/)
+{
+    WindowManager::getInstance()->setHttpAvailable(true);
+}
+
+void executeHttpUnavailable(const Record& /*record*/)
+{
+    WindowManager::getInstance()->setHttpAvailable(false);
+}
+
+void executeLowMemory(const Record& /*record*/)
+{
+    call_low_memory_listener();
+}
+
+using Handler = void (*)(const Record& record);
+
+/// What each type of event does, by its number.
+const Handler handlers[] = {
+    executeAITSection,         // E_AIT_SECTION
+    executeChannelChange,      // E_CHANNEL_CHANGE
+    executeStartApplication,   // E_START_APPLICATION
+    executeStartURL,           // E_START_BROADCAST_INDEPENDENT_APPLICATION
+    executeTerminate,          // E_TERMINATE_APPLICATION
+    executeFileReady,          // E_DSMCC_FILE_READY
+    executeFileError,          // E_DSMCC_FILE_ERROR
+    executeHttpAvailable,      // E_HTTP_AVAILABLE
+    executeHttpUnavailable,    // E_HTTP_UNAVAILABLE
+    executeStreamEvent,        // E_DSMCC_STREAM_EVENT
+    executeLowMemory,          // E_LOW_MEMORY
+    executeUserAgentInfo,      // E_USER_AGENT_INFO
+    executeSupportedProfiles,  // E_SUPPORTED_PROFILES
+};
+
 }  // namespace
 
 ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data)
@@ -233,40 +270,16 @@ ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type
 
 ExternalEvent::~ExternalEvent()
 {
-    releaseRecord(type_, data_);
+    if (data_)
+        releaseRecord(type_, data_);
 }
 
 void ExternalEvent::execute()
 {
     const Record record(type_, std::exchange(data_, nullptr));
-    switch (type_) {
-    case E_AIT_SECTION:
-        return executeAITSection(record);
-    case E_CHANNEL_CHANGE:
-        return executeChannelChange();
-    case E_START_APPLICATION:
-        return executeStartApplication(record);
-    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
-        return executeStartURL(record);
-    case E_TERMINATE_APPLICATION:
-        return executeTerminate(record);
-    case E_DSMCC_FILE_READY:
-        return executeFileReady(record);
-    case E_DSMCC_FILE_ERROR:
-        return executeFileError(record);
-    case E_HTTP_AVAILABLE:
-        return WindowManager::getInstance()->setHttpAvailable(true);
-    case E_HTTP_UNAVAILABLE:
-        return WindowManager::getInstance()->setHttpAvailable(false);
-    case E_DSMCC_STREAM_EVENT:
-        return executeStreamEvent(record);
-    case E_LOW_MEMORY:
-        return call_low_memory_listener();
-    case E_USER_AGENT_INFO:
-        return executeUserAgentInfo(record);
-    case E_SUPPORTED_PROFILES:
-        return executeSupportedProfiles(record);
-    }
+    const auto number = static_cast<unsigned>(type_);
+    if (number < std::size(handlers))
+        handlers[number](record);
     // Any other type only frees its record.
 }
 
