@@ -1,112 +1,25 @@
 /// Sections made by independent encoders or cut from broadcasts. The JSON file beside each tells
-/// what it signals; what the library must hold is derived from that here.
+/// what it signals, and so what the library must hold.
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "signalling/ait.h"
+#include "tests/signalling/ait_content.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
-using nlohmann::json;
 
 namespace {
 
 constexpr unsigned short originalNetworkId = 0x22;
 constexpr unsigned short transportStreamId = 0x7;
 constexpr unsigned short serviceId = 0x1;
-
-enum Tag {
-    applicationTag = 0x00,
-    nameTag = 0x01,
-    transportTag = 0x02,
-    recordingTag = 0x06,
-    locationTag = 0x15,
-    usageTag = 0x16,
-    boundaryTag = 0x17
-};
-
-Bytes readBytes(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
-/// A section and what it signals.
-struct Sample {
-    Bytes bytes;
-    json content;
-
-    /// @param path of both files, without ".bin" and ".json"
-    explicit Sample(const std::string& path) : bytes(readBytes(path + ".bin"))
-    {
-        std::ifstream(path + ".json") >> content;
-    }
-
-    bool feedTo(AIT& table) const { return table.parse(exactBlock(bytes).get()); }
-};
-
-std::string fromHex(const std::string& hex)
-{
-    std::string text;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2)
-        text += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-    return text;
-}
-
-std::vector<json> ofTag(const json& descriptors, Tag tag)
-{
-    std::vector<json> found;
-    for (const json& descriptor : descriptors)
-        if (descriptor["tag"] == tag)
-            found.push_back(descriptor);
-    return found;
-}
-
-bool hasEmptyDescriptor(const json& application)
-{
-    const json& descriptors = application["descriptors"];
-    return std::any_of(descriptors.begin(), descriptors.end(),
-                       [](const json& descriptor) { return descriptor["length"] == 0; });
-}
-
-/// The transports of a loop by label, the first of each.
-std::map<int, json> transportsByLabel(const json& descriptors, bool common)
-{
-    std::map<int, json> transports;
-    for (json transport : ofTag(descriptors, transportTag)) {
-        transport["common"] = common;
-        transports.emplace(transport["label"], transport);
-    }
-    return transports;
-}
-
-/// What an application must list, in order: its own transports first, each but once.
-std::vector<json> expectedTransports(const json& application, std::map<int, json> common)
-{
-    std::vector<json> expected;
-    const auto descriptors = ofTag(application["descriptors"], applicationTag);
-    if (descriptors.empty())
-        return expected;
-    std::map<int, json> own = transportsByLabel(application["descriptors"], false);
-    for (const int label : descriptors.front()["transport_labels"]) {
-        if (own.count(label)) {
-            expected.push_back(own[label]);
-            own.erase(label);
-        } else if (common.count(label)) {
-            expected.push_back(common[label]);
-        }
-    }
-    return expected;
-}
 
 void checkService(const AITApplicationTransport& actual, const json& expected)
 {
@@ -176,15 +89,6 @@ void checkApplicationDescriptor(const AITApplication& actual, const json& applic
     EXPECT_EQ(profiles, first["profiles"]);
 }
 
-/// The component tags are read only where something follows them in the descriptor.
-json expectedComponentTags(const json& recording)
-{
-    size_t size = 3 + recording["component_tags"].size();
-    for (const json& label : recording["labels"])
-        size += 2 + label["label"].get<std::string>().size();
-    return size < recording["length"].get<size_t>() ? recording["component_tags"] : json::array();
-}
-
 void checkRecordingDescriptor(const AITApplication& actual, const json& application)
 {
     const auto expected = ofTag(application["descriptors"], recordingTag);
@@ -201,65 +105,6 @@ void checkRecordingDescriptor(const AITApplication& actual, const json& applicat
     EXPECT_EQ(descriptor->isAVSynced(), first["av_synced"]);
     EXPECT_EQ(descriptor->isInitiatingReplay(), first["initiating_replay"]);
     EXPECT_EQ(json(descriptor->getComponentTags()), expectedComponentTags(first));
-}
-
-std::string expectedName(const json& application)
-{
-    std::string name;
-    for (const json& descriptor : ofTag(application["descriptors"], nameTag))
-        if (!descriptor["names"].empty())
-            name += fromHex(descriptor["names"][0]["name_bytes_hex"]);
-    return name;
-}
-
-std::string expectedLocation(const json& application)
-{
-    std::string location;
-    for (const json& descriptor : ofTag(application["descriptors"], locationTag))
-        location += fromHex(descriptor["payload_hex"]);
-    return location;
-}
-
-int expectedUsage(const json& application)
-{
-    const auto descriptors = ofTag(application["descriptors"], usageTag);
-    return descriptors.empty() ? 0 : descriptors.back()["usage_type"].get<int>();
-}
-
-/// What of a URL decides whether it may stand in a domain, found without the library.
-struct Origin {
-    std::string scheme;
-    std::string host;
-    std::string text;
-
-    explicit Origin(const std::string& url)
-    {
-        for (const std::string candidate : {"dvb://", "https://", "http://"})
-            if (url.find(candidate) != std::string::npos)
-                scheme = candidate;
-        const size_t slash = std::min(url.find('/', scheme.size()), url.size());
-        text = scheme.empty() ? url : url.substr(0, slash);
-        host = url.substr(scheme.size(), slash - scheme.size());
-        host = host.substr(0, host.find(':'));
-    }
-};
-
-/// Any number of dvb: origins and one web host.
-std::vector<std::string> expectedDomain(const json& application)
-{
-    std::vector<std::string> entries;
-    for (const json& descriptor : ofTag(application["descriptors"], boundaryTag)) {
-        for (const std::string url : descriptor["prefixes"]) {
-            const Origin added(url);
-            const bool isCompatible =
-                std::all_of(entries.begin(), entries.end(), [&added](const std::string& entry) {
-                    return Origin(entry).host == added.host || Origin(entry).scheme == "dvb://";
-                });
-            if (url.rfind("dvb:", 0) == 0 || isCompatible)
-                entries.push_back(added.text);
-        }
-    }
-    return entries;
 }
 
 void checkApplication(const AITApplication& actual, const json& expected,
@@ -283,12 +128,6 @@ void checkApplication(const AITApplication& actual, const json& expected,
     ASSERT_EQ(actual.getNumTransports(), transports.size());
     for (size_t i = 0; i < transports.size(); ++i)
         checkTransport(*actual.getTransports()[i], transports[i], expectedLocation(expected));
-}
-
-int priority(const json& application)
-{
-    const auto descriptors = ofTag(application["descriptors"], applicationTag);
-    return descriptors.empty() ? 0 : descriptors.front()["priority"].get<int>();
 }
 
 /// What a table must hold after sections in this order.
