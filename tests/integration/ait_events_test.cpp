@@ -184,7 +184,8 @@ TEST_F(AITEvents, TableThatCanNoLongerCompleteStaysUntilTheChannelChange)
 TEST_F(AITEvents, NoSectionAndNothingToKeepStopsABroadcastRelatedApplication)
 {
     startApplication(httpApplication(1, 1));
-    sendNoSection(0);
+    send(E_AIT_SECTION, noSectionRecord(0));
+    EXPECT_TRUE(vesta_hbbtv_tick());  // at once, without a further event
     EXPECT_EQ(journal(),
               Lines({"STOP 1.1 related reactivate=0 http://a.example/index.html", "RELEASE w1"}));
     EXPECT_EQ(running(), nullptr);
@@ -244,6 +245,8 @@ TEST_F(AITEvents, ListenerMayReleaseTheWindowWhenATableIsAnnounced)
     EXPECT_EQ(conversation(AITSection().version(9).add(httpApplication(1, 1))),
               announced("1.1", 9));
     EXPECT_FALSE(manager()->windowExists(window()));
+    EXPECT_EQ(log().count("LOG Window: Starting application from AITApplication."), 0);
+    EXPECT_EQ(log().count("DEBUG AIT: --- Outputing AIT ---"), 1);
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 

@@ -368,6 +368,9 @@ TEST_P(XHRPermission, IsAnsweredInTheRecord)
 {
     startApplication(AITEntry(1, 1).carousel(1, 4).location("i").boundary({"http://b.example"}));
     listener().xhrPermission = GetParam().listenersAnswer;
+    browser().resolve = [](const std::string&, const std::string&) {
+        return std::string("http://b.example/resolved-by-the-browser");  // it is not asked
+    };
     TavoVestaEventData data = {};
     data.url = GetParam().page;
     data.second_url = GetParam().target;
