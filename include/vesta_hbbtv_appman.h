@@ -371,7 +371,9 @@ bool vesta_hbbtv_add_notification_listener(HBBTV_NotificationListener listener);
 /// Creates a window that can hold applications. @return its handle, owned by the library
 void* vesta_hbbtv_create_window();
 
-/// Stops the window's applications and destroys it. A handle that is not held is ignored.
+/// Stops the window's running and pending application and destroys it; others that are left over
+/// (behind a child, say) keep their browser window until vesta_hbbtv_shutdown(). From inside a call
+/// that works on the window its end waits until that returns. A handle that is not held is ignored.
 void vesta_hbbtv_release_window(void* window);
 
 /// The window that holds a browser window; null if none does.

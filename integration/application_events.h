@@ -51,8 +51,8 @@ private:
     bool notify_;
 };
 
-/// Starts the pending application of a window. Deleted unexecuted, it ends an application that has
-/// been superseded as pending.
+/// Starts the pending application of a window. Deleted unexecuted, it ends the application, pending
+/// or superseded as such.
 class StartApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     StartApplicationEvent(Window* window, Application* application);

@@ -55,10 +55,11 @@ void Window::release()
 
 void Window::endApplications()
 {
-    if (applicationsEnded_)
-        return;
-    applicationsEnded_ = true;
-    terminateRunningApplication(true);
+    // A listener that hears of an end may shut the library down: the second time ends what is left.
+    if (!applicationsEnded_) {
+        applicationsEnded_ = true;
+        terminateRunningApplication(true);
+    }
     destroyPendingApplication();
     leaveApplicationsBehind();
 }
@@ -150,6 +151,13 @@ void Window::adopt(Application* application)
 
 void Window::forget(Application* application)
 {
+    dropFromBooks(application);
+    if (manager_)
+        manager_->forgetApplication(application);
+}
+
+void Window::dropFromBooks(Application* application)
+{
     members_.erase(std::remove(members_.begin(), members_.end(), application), members_.end());
     for (Application* other : members_) {
         if (other->getParent() == application)
@@ -161,8 +169,6 @@ void Window::forget(Application* application)
         unsetPendingApplication();
     if (runningApplication_ == application)
         setRunningApplication(nullptr);
-    if (manager_)
-        manager_->forgetApplication(application);
 }
 
 void Window::releaseTavoWindow(Application* application)
@@ -208,13 +214,15 @@ void Window::leaveApplicationsBehind()
             members_.pop_back();
             application->loseWindow();
         } else if (manager_ && applicationExists(application)) {
-            members_.pop_back();
+            releaseTavoWindow(application);
+            dropFromBooks(application);
             application->loseWindow();
             manager_->adoptOrphan(application);
         } else {
-            // One that another took the browser window from; a superseded one never had any.
-            if (application->getTavoWindow())
-                tellPlugin(application);
+            // One that another took the browser window from, or one that is just ending. The id of
+            // one whose end was told already leads nowhere.
+            if (manager_ && manager_->getApplication(application->getID()) == application)
+                manager_->unregisterApplication(application);
             destroyApplication(application);
         }
     }

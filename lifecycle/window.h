@@ -53,8 +53,8 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    /// Ends the running and the pending application. Others that are left over go to the window
-    /// manager.
+    /// Ends the running and the pending application. Others that are left in its map go to the
+    /// window manager; the rest are freed.
     virtual ~Window();
 
     /// Puts a table in force. Starts and stops nothing.
@@ -84,7 +84,8 @@ public:
     /// @param destroyNow false queues the end, so that none ends inside a browser callback
     /// @param reactivate whether the service's table may be activated again when nothing is left
     /// @param notify whether listeners hear of the stop
-    /// @return false when the application is not one of this window's
+    /// @return false when the application is not one of this window's or is ending already, and
+    ///         when there is no queue for a later end
     virtual bool shutdownApplication(Application* application, bool destroyNow, bool reactivate,
                                      bool notify);
 
@@ -136,7 +137,10 @@ public:
     /// reactivated in either case.
     void terminateRunningApplication(bool destroyNow);
 
+    /// A change makes the state RUNNING, or IDLE for null.
     void setRunningApplication(Application* application);
+
+    /// The former pending application, if there is one, awaits its own start, which frees it.
     void setPendingApplication(Application* application);
     void unsetPendingApplication() { pendingApplication_ = nullptr; }
     void destroyPendingApplication();
@@ -217,6 +221,7 @@ private:
     void refuseStart(HBBTV_ApplicationActionType answer);
     Application* makePending(const HbbTVURL& url, AITApplication* entry);
     void settleRunningApplication(Application* successor);
+    bool isReplacedBy(const Application* application, const Application* kept) const;
     void abortStart(Application* application);
     void run(Application* application);
 
@@ -229,6 +234,7 @@ private:
     void destroyApplication(Application* application);
     void tellPlugin(Application* application);
     void leaveApplicationsBehind();
+    void dropFromBooks(Application* application);
     bool isMember(const Application* application) const;
     bool isHttpAvailable() const;
 

@@ -86,10 +86,11 @@ bool Window::adoptRunningApplication(Application* running, AITApplication* entry
     ref_ptr<AITApplicationTransport> transport;
 
     if (!running->isBroadcastRelated()) {
-        if (!becomeBroadcastRelated(running, entry, successor, transport))
-            return tearDownRunningApplication();
+        const bool mayStay = becomeBroadcastRelated(running, entry, successor, transport);
         if (running != runningApplication_ || table != ait_ || released_)
-            return true;  // a listener ended it, or put another table in force
+            return true;  // whoever was called ended it, or put another table in force
+        if (!mayStay)
+            return tearDownRunningApplication();
     }
 
     log(LOG, module, "Allowing running application to continue at new AIT load.");
@@ -117,7 +118,7 @@ bool Window::becomeBroadcastRelated(Application* running, const AITApplication* 
 
     if (entry->isXMLAITbased()) {
         transport.reset(findTransportOfXMLStart(running, successor));
-        if (!transport)
+        if (!transport || running != runningApplication_)
             return false;
         log(LOG, module,
             "Transferring state of running application from broadcast independent to broadcast "

@@ -99,6 +99,8 @@ bool Window::handleFailedStart(Application* application)
         log(ERR, module, "Loading failed, loading on next available transport instead.");
         return true;
     }
+    if (application != runningApplication_)
+        return true;  // a listener that was asked for the restart ended it
     if (tryRestoreParentApplication(application)) {
         log(ERR, module, "Loading failed, parent application will not be killed.");
         return true;

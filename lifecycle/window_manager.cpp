@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
@@ -69,7 +70,9 @@ bool WindowManager::removeWindow(Window* window)
 
 void WindowManager::removeAllWindows()
 {
-    // Listeners hear of ending applications here and may create or release windows.
+    // Listeners hear of ending applications here and may create or release windows, in which
+    // nothing starts any more.
+    const bool wasClosing = std::exchange(closing_, true);
     while (!windows_.empty()) {
         Window* const window = windows_.front();
         const Window::Hold hold(window);
@@ -82,6 +85,7 @@ void WindowManager::removeAllWindows()
     for (Window* window : std::vector<Window*>(departing_))
         window->endApplications();
     freeOrphans();
+    closing_ = wasClosing;
 }
 
 void WindowManager::destroyWindow(Window* window)
@@ -98,7 +102,8 @@ void WindowManager::freeOrphans()
     while (!orphans_.empty()) {
         Application* const application = orphans_.back();
         orphans_.pop_back();
-        unregisterApplication(application);
+        if (getApplication(application->getID()) == application)
+            unregisterApplication(application);
         CallScope::retire(application);
     }
 }

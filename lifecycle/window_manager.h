@@ -77,6 +77,9 @@ public:
     bool isHttpAvailable() const { return httpAvailable_; }
     void setHttpAvailable(bool available) { httpAvailable_ = available; }
 
+    /// Whether every window is being removed: nothing starts meanwhile.
+    bool isClosing() const { return closing_; }
+
     /// The windows in creation order; borrowed, valid until one is created or removed.
     const std::list<Window*>& getWindows() const { return windows_; }
 
@@ -101,6 +104,7 @@ private:
     std::list<Window*> windows_;
     std::vector<Window*> departing_;  // out of the list, not yet destroyed
     bool httpAvailable_ = true;
+    bool closing_ = false;
     std::map<TAVO_VestaWindow*, Window*> tavoWindows_;
     std::map<unsigned long, Application*> applications_;
     std::vector<Application*> orphans_;

@@ -88,13 +88,16 @@ Application* Window::startBroadcastIndependentApplication(HbbTVURL url)
 
 Application* Window::createApplication(HbbTVURL url, AITApplication* entry)
 {
-    if (released_ || !NotificationManager::instance || !ConfigurationManager::getCurrentQueue())
+    if (released_ || (manager_ && manager_->isClosing()) || !NotificationManager::instance ||
+        !ConfigurationManager::getCurrentQueue())
         return nullptr;
     const Hold hold(this);
     const AITApplicationReference keptEntry(entry);
     if (runningApplication_)
         url.resolveRelativeUrl(HbbTVURL(runningApplication_->getURL()));
 
+    if (entry && !keptEntry)
+        return nullptr;
     const HBBTV_ApplicationActionType answer = askForStart(url, entry);
     if (released_)
         return nullptr;
@@ -170,13 +173,13 @@ void Window::startPendingApplication(Application* application)
         log(WARN, module,
             "startPendingApplication: application does not matching pending application, "
             "aborting.");
-        if (isMember(application))
-            destroyApplication(application);
+        destroyApplication(application);
         return;
     }
     unsetPendingApplication();
     const bool replacesRunning = !application->getParent();
     settleRunningApplication(application);
+    const Application* const kept = replacesRunning ? nullptr : runningApplication_;
     if (released_)
         return;  // the application goes with the window
     if (!application->init() || !application->getTavoWindow()) {
@@ -184,10 +187,20 @@ void Window::startPendingApplication(Application* application)
         abortStart(application);
         return;
     }
-    if (replacesRunning)
-        settleRunningApplication(application);  // a listener may have started one meanwhile
-    if (!released_)
+    if (isReplacedBy(application, kept))
+        settleRunningApplication(application);  // a listener has started one meanwhile
+    if (isReplacedBy(application, kept))
+        destroyApplication(application);  // and another one at once: that one stays
+    else if (!released_)
         run(application);
+}
+
+/// Whether the start of an application would drop a running one that nobody expects.
+/// @param kept the one that may run on behind it
+bool Window::isReplacedBy(const Application* application, const Application* kept) const
+{
+    return !released_ && !application->getParent() && runningApplication_ &&
+           runningApplication_ != kept;
 }
 
 /// A running application makes room for its successor, or stays behind it as its parent.
@@ -216,8 +229,7 @@ void Window::abortStart(Application* application)
 {
     if (!tryRestoreParentApplication(application))
         shutdownApplication(application, true, false, true);
-    if (isMember(application))
-        destroyApplication(application);
+    destroyApplication(application);
 }
 
 void Window::run(Application* application)
@@ -237,10 +249,12 @@ bool Window::tryRestoreParentApplication(Application* application)
     Application* const parent = application ? application->getParent() : nullptr;
     if (!applicationExists(parent))
         return false;
+    const Application* const formerlyRunning = runningApplication_;
     call_application_load_error_listener(application);
     if (!applicationExists(parent))
-        return false;  // the scripts' plugin ended it in return
-    setRunningApplication(parent);
+        return false;                            // the scripts' plugin ended it in return
+    if (runningApplication_ == formerlyRunning)  // else it started another in return
+        setRunningApplication(parent);
     application->setParent(nullptr);
     shutdownApplication(application, false, false, true);
     return true;

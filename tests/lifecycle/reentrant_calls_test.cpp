@@ -382,4 +382,66 @@ TEST_F(ReentrantCalls, AShutdownFromInsideEndsTheApplicationsBeforeThePlatformSt
     EXPECT_TRUE(listener().windowsInUse.empty());
 }
 
+TEST_F(ReentrantCalls, AShutdownFromTheStopOfAReleasedWindowStillReleasesTheBrowserWindow)
+{
+    startApplication(httpApplication(0x1A, 0x2B));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](HBBTV_NotificationData*) {
+        vesta_hbbtv_shutdown();
+    };
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(journal(), Lines({
+                             "STOP 1a.2b related reactivate=0 http://a.example/index.html",
+                             "RELEASE w1",
+                             "hbbtv_ait_stop()",
+                             "dsmcc_stop()",
+                         }));
+}
+
+int endsTold = 0;
+
+TEST_F(ReentrantCalls, ThePluginHearsOnceOfAnEndThatBecomesAShutdown)
+{
+    endsTold = 0;
+    native_ApplicationManagerSetAppDestroyedListener([](void*) { ++endsTold; });
+    startApplication(httpApplication(0x1A, 0x2B));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](HBBTV_NotificationData*) {
+        vesta_hbbtv_shutdown();
+    };
+    window()->shutdownApplication(running(), false, false, true);
+    tickAll();
+    EXPECT_EQ(endsTold, 1);
+}
+
+TEST_F(ReentrantCalls, NothingStartsWhileEverythingEnds)
+{
+    startApplication(httpApplication(0x1A, 0x2B));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](HBBTV_NotificationData*) {
+        vesta_hbbtv_send_event(E_START_BROADCAST_INDEPENDENT_APPLICATION,
+                               urlRecord(vesta_hbbtv_create_window(), "http://b.example/"));
+        tickAll();
+    };
+    shutdown();
+    EXPECT_EQ(journal(), Lines({
+                             "STOP 1a.2b related reactivate=0 http://a.example/index.html",
+                             "RELEASE w1",
+                             "hbbtv_ait_stop()",
+                             "dsmcc_stop()",
+                         }));
+}
+
+TEST_F(ReentrantCalls, AWindowThatIsReleasedInTheStopOfItsFormerApplicationStartsNothing)
+{
+    startApplication(httpApplication(0x1A, 0x2B));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [this](auto*) {
+        vesta_hbbtv_release_window(window());
+    };
+    send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(window(), "http://b.example/"));
+    tickAll();
+    EXPECT_EQ(journal(), Lines({
+                             "START 0.0 independent http://b.example/",
+                             "STOP 1a.2b related reactivate=0 http://a.example/index.html",
+                             "RELEASE w1",
+                         }));
+}
+
 }  // namespace
