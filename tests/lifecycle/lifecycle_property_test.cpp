@@ -77,7 +77,8 @@ protected:
         const auto& used = listener().windowsInUse;
         if (oneIn(6) || used.empty())
             return 1 + static_cast<long>(below(browserWindows));
-        return *std::next(used.begin(), below(static_cast<unsigned>(used.size())));
+        return *std::next(used.begin(),
+                          static_cast<int>(below(static_cast<unsigned>(used.size()))));
     }
 
     AITEntry anyEntry()
@@ -93,7 +94,7 @@ protected:
         if (oneIn(2))
             entry.carousel(2, static_cast<uint8_t>(below(3)));
         if (oneIn(4))
-            entry.labels(oneOf<std::vector<uint8_t>>({{1, 1, 2}, {2, 1, 2}, {2, 2}, {1}}));
+            entry.labels(oneOf<std::vector<uint8_t>>({{1, 1, 2}, {2, 3, 2}, {3, 3, 1}, {1}}));
         if (oneIn(3))
             entry.recording(oneOf<uint8_t>({0x00, 0x60}), {}, {});
         if (oneIn(10))
@@ -109,6 +110,8 @@ protected:
         section.version(static_cast<uint8_t>(below(16)));
         if (oneIn(10))
             section.number(static_cast<uint8_t>(below(2)), 1);
+        if (oneIn(3))
+            section.common(carouselTransport(2, 1) + httpTransport(3, "http://b.example/"));
         for (unsigned entries = below(5); entries > 0; --entries)
             section.add(anyEntry());
         deliver(section);

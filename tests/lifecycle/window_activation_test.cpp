@@ -307,6 +307,33 @@ TEST_F(WindowActivation, AnApplicationThatBecameIndependentIsAdopted)
     }
 }
 
+TEST_F(WindowActivation, AnAdoptionEndsWhenAListenerEndsTheApplication)
+{
+    startApplication(httpApplication(1, 2));
+    makeIndependent();
+    listener().onNotification[HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE] = [&](auto*) {
+        window()->terminateRunningApplication(true);
+    };
+    EXPECT_TRUE(activate(tableWith(httpApplication(1, 2))));
+    EXPECT_EQ(log().count(keep), 0);
+    EXPECT_EQ(window()->getState(), Window::IDLE);
+}
+
+TEST_F(WindowActivation, AnAdoptionEndsWhenAListenerPutsAnotherTableInForce)
+{
+    startApplication(httpApplication(1, 2));
+    makeIndependent();
+    const ref_ptr<AIT> next =
+        broadcastTable(AITSection().version(2).add(httpApplication(1, 2).name("next")));
+    listener().onNotification[HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE] = [&](auto*) {
+        window()->setAIT(next);
+        window()->activateAIT();
+    };
+    EXPECT_TRUE(activate(tableWith(httpApplication(1, 2))));
+    EXPECT_EQ(log().count(keep), 1);
+    EXPECT_EQ(running()->getAITApplication(), next->getAITApplication(0u));
+}
+
 TEST_F(WindowActivation, AnApplicationOfAnXMLTableIsAdoptedOnItsMatchingTransport)
 {
     startFromXML(httpApplication(1, 2));

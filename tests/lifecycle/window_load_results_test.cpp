@@ -47,6 +47,16 @@ protected:
         forget();
     }
 
+    void startWithCommonTransports(const std::vector<uint8_t>& labels)
+    {
+        sendAIT(AITSection()
+                    .common(httpTransport(1, "http://a.example/") + carouselTransport(2, 7))
+                    .add(AITEntry(1, 2).labels(labels).location("i")));
+        tickAll();
+        ASSERT_EQ(runningURL(), "http://a.example/i");
+        forget();
+    }
+
     void startChild(const std::string& url)
     {
         void* id = nullptr;
@@ -200,11 +210,9 @@ TEST_F(WindowLoadResults, ARestartInheritsTheParent)
 
 TEST_F(WindowLoadResults, NoTransportIsTriedTwice)
 {
-    startApplication(AITEntry(1, 2)
-                         .http(1, "http://a.example/")
-                         .carousel(2, 7)
-                         .labels({1, 2, 1, 2})
-                         .location("i"));
+    // A label that is listed twice names the same common transport twice.
+    startWithCommonTransports({1, 2, 1, 2});
+    EXPECT_EQ(running()->getAITApplication()->getNumTransports(), 4u);
     EXPECT_EQ(failLoading(), success);
     tickAll();
     EXPECT_EQ(runningURL(), "dvb://1.2.3.7/i");
@@ -215,8 +223,7 @@ TEST_F(WindowLoadResults, NoTransportIsTriedTwice)
 
 TEST_F(WindowLoadResults, ALabelListedTwiceInARowIsNotRetried)
 {
-    startApplication(
-        AITEntry(1, 2).http(1, "http://a.example/").carousel(2, 7).labels({1, 1, 2}).location("i"));
+    startWithCommonTransports({1, 1, 2});
     EXPECT_EQ(failLoading(), success);
     tickAll();
     EXPECT_EQ(runningURL(), "dvb://1.2.3.7/i");

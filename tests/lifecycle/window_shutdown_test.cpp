@@ -151,6 +151,32 @@ TEST_F(WindowShutdown, WithoutListenersRegistryItEndsUntold)
     listener().windowsInUse.clear();  // nobody was there to be told
 }
 
+TEST_F(WindowShutdown, AnEndThatThePluginAsksForMeanwhileHappensOnce)
+{
+    startApplication(httpApplication(1, 2));
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        Journal::instance().write("destroyed");
+        manager()->getBroadcastWindow()->terminateRunningApplication(true);
+    });
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(journal(), Lines({"destroyed", stopOfIndex, "RELEASE w1"}));
+    EXPECT_EQ(window()->getState(), Window::IDLE);
+}
+
+TEST_F(WindowShutdown, AChildsEndThatAListenerAsksForAtItsParentsHappensOnce)
+{
+    startByURL("http://a.example/parent");
+    startChild("child");
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+        window()->terminateRunningApplication(true);
+    };
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "RELEASE w1", "destroyed 2",
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w2"}));
+}
+
 TEST_F(WindowShutdown, AParentEndsBeforeItsChild)
 {
     startByURL("http://a.example/parent");
