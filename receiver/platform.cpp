@@ -6,6 +6,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "receiver/carousel_path.h"
 #include "receiver/event_log.h"
 #include "receiver/service_carousels.h"
 
@@ -31,6 +32,16 @@ void Platform::report(const char* hook, const std::string& text)
 }  // namespace receiver
 
 using receiver::Platform;
+
+namespace {
+
+void report(const char* hook, const std::string& text)
+{
+    if (Platform::current)
+        Platform::current->report(hook, text);
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -69,29 +80,75 @@ unsigned int dsmcc_close_file(void* id)
 unsigned int dsmcc_clear_cache(void)
 {
     // The middleware left the former service's carousels when it tuned away.
-    if (Platform::current)
-        Platform::current->report("clear-cache", "carousel cache cleared");
+    report("clear-cache", "carousel cache cleared");
     return DSMCC_OK;
 }
 
+void dsmcc_start(void)
+{
+    report("dsmcc-start", "carousels can be asked for files");
+}
+
+void dsmcc_stop(void)
+{
+    report("dsmcc-stop", "carousels are not asked any more");
+}
+
+// Stream events are listed on the status page, but this receiver does not deliver them.
+
 unsigned int dsmcc_stream_event_subscribe(const char* path, void*, void*, void*, void*)
 {
-    if (Platform::current)
-        Platform::current->report("subscribe", std::string("stream events of ") + path);
+    report("subscribe", std::string("stream events of ") + path + ": not delivered here");
+    return DSMCC_ERROR;
+}
+
+unsigned int dsmcc_xml_stream_event_subscribe(void*, void*, unsigned short, unsigned short,
+                                              unsigned short, void*, void*, void*)
+{
+    report("subscribe", "stream events by an XML file: not delivered here");
+    return DSMCC_ERROR;
+}
+
+unsigned int dsmcc_stream_event_unsubscribe(const char*, void*, void*, void*, void*, long)
+{
     return DSMCC_OK;
+}
+
+unsigned int dsmcc_stream_event_unsubscribe_all(void*, long)
+{
+    return DSMCC_OK;
+}
+
+unsigned int dsmcc_same_carousel(const char* first, const char* second, bool* same)
+{
+    const auto one = receiver::parseCarouselPath(first);
+    const auto other = receiver::parseCarouselPath(second);
+    if (!one || !other)
+        return DSMCC_ERROR;
+    *same = one->originalNetworkId == other->originalNetworkId &&
+            one->transportStreamId == other->transportStreamId &&
+            one->serviceId == other->serviceId && one->componentTag == other->componentTag;
+    return DSMCC_OK;
+}
+
+void hbbtv_ait_start(void)
+{
+    report("ait-start", "tables are wanted");
+}
+
+void hbbtv_ait_stop(void)
+{
+    report("ait-stop", "tables are not wanted any more");
 }
 
 void hbbtv_ait_invalidate(void)
 {
-    if (Platform::current)
-        Platform::current->report("invalidate", "tables of the former service are void");
+    report("invalidate", "tables of the former service are void");
 }
 
 void hbbtv_ait_completed(unsigned char version)
 {
-    if (Platform::current)
-        Platform::current->report("completed",
-                                  "AIT version " + std::to_string(version) + " is complete");
+    report("completed", "AIT version " + std::to_string(version) + " is complete");
 }
 
 }  // extern "C"

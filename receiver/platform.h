@@ -9,7 +9,7 @@ namespace receiver {
 class EventLog;
 class ServiceCarousels;
 
-/// Browser thread. The hooks that the receiver has no use for keep the library's defaults.
+/// Browser thread.
 class Platform {
 public:
     /// @param carousels, log borrowed

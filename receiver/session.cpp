@@ -74,10 +74,9 @@ int Session::run()
         settle();
         if (runNextLine())
             continue;
-        if (!quit_ && middleware_.hasEnded())
-            endWithStream();
-        if (!quit_)
-            doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
+        if (quit_ || (middleware_.hasEnded() && endWithStream()))
+            continue;
+        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
     }
     middleware_.stop();
     vesta_hbbtv_shutdown();
@@ -87,18 +86,21 @@ int Session::run()
 }
 
 /// What the end of the stream means; a person may still want to look around.
-void Session::endWithStream()
+/// @return whether there is more to do than to wait for that person
+bool Session::endWithStream()
 {
     const std::string problem = middleware_.error();
     if (!problem.empty())
-        return fail(exitUnreadable, problem);
-    if (wait_)
-        return giveUpWaiting("the stream ended before " + wait_->what);
-    if (interactive_)
-        return;
-    quit_ = true;
-    if (middleware_.lacksWantedService())
+        fail(exitUnreadable, problem);
+    else if (wait_)
+        giveUpWaiting("the stream ended before " + wait_->what);
+    else if (interactive_)
+        return false;
+    else if (middleware_.lacksWantedService())
         fail(exitUsage, "no such service in the stream");
+    else
+        quit_ = true;
+    return true;
 }
 
 /// Runs everything that is queued and everything that the browser has to do about it.

@@ -90,7 +90,7 @@ private:
     bool runScriptLine();
     bool runTypedLine();
     bool isWaiting();
-    void endWithStream();
+    bool endWithStream();
     void giveUpWaiting(const std::string& why);
     void fail(ExitCode code, const std::string& problem);
     std::string placeOf(size_t line) const;

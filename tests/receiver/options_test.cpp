@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+#include <sstream>
+#include <utility>
+
+#include "receiver/options.h"
+
+namespace receiver {
+namespace {
+
+struct Parsed {
+    std::optional<Options> options;
+    std::string problem;
+};
+
+/// @param line arguments behind the program's name, divided by blanks
+Parsed parse(const std::string& line)
+{
+    std::vector<std::string> words = {"vesta_receiver"};
+    std::istringstream text(line);
+    for (std::string word; text >> word;)
+        words.push_back(word);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    Parsed parsed;
+    parsed.options = parseOptions(static_cast<int>(words.size()), arguments.data(), parsed.problem);
+    return parsed;
+}
+
+TEST(Options, AStreamIsEnough)
+{
+    const Parsed parsed = parse("a.ts");
+    ASSERT_TRUE(parsed.options) << parsed.problem;
+    EXPECT_EQ(parsed.options->middleware.input, "a.ts");
+    EXPECT_FALSE(parsed.options->middleware.service);
+    EXPECT_EQ(parsed.options->middleware.speed, 0);
+    EXPECT_FALSE(parsed.options->middleware.loop);
+    EXPECT_FALSE(parsed.options->middleware.verbose);
+    EXPECT_FALSE(parsed.options->logLevel);
+    EXPECT_TRUE(parsed.options->script.empty());
+    EXPECT_TRUE(parsed.options->trace.empty());
+    EXPECT_TRUE(parsed.options->extract.empty());
+    EXPECT_FALSE(parsed.options->help);
+}
+
+TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
+{
+    const Parsed parsed =
+        parse("--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
+              "--carousel-limit 2 --site http://a.example/?x=y=folder --site http://b=c");
+    ASSERT_TRUE(parsed.options) << parsed.problem;
+    const Options& options = *parsed.options;
+    EXPECT_EQ(options.middleware.service, 0x6DD0);
+    EXPECT_EQ(options.middleware.speed, 0.5);
+    EXPECT_TRUE(options.middleware.loop);
+    EXPECT_EQ(options.script, "s");
+    EXPECT_EQ(options.trace, "t");
+    EXPECT_EQ(options.extract, "e");
+    EXPECT_EQ(options.middleware.limits.memory, size_t(2) << 20);
+    ASSERT_EQ(options.sites.size(), 2u);
+    EXPECT_EQ(options.sites[0].prefix, "http://a.example/?x=y");
+    EXPECT_EQ(options.sites[0].folder, "folder");
+    EXPECT_EQ(parse("-s x a.ts").options->script, "x");
+    EXPECT_EQ(parse("-- -").options->middleware.input, "-");
+}
+
+TEST(Options, LogLevelsAreNamedAndDebugTellsWhatIsLeftOut)
+{
+    EXPECT_EQ(parse("--log log a").options->logLevel, VestaHbbTV::LOG);
+    EXPECT_EQ(parse("--log warn a").options->logLevel, VestaHbbTV::WARN);
+    EXPECT_EQ(parse("--log err a").options->logLevel, VestaHbbTV::ERR);
+    EXPECT_FALSE(parse("--log err a").options->middleware.verbose);
+    const Parsed debug = parse("--log debug a");
+    EXPECT_EQ(debug.options->logLevel, VestaHbbTV::DEBUG);
+    EXPECT_TRUE(debug.options->middleware.verbose);
+}
+
+TEST(Options, HelpWantsNoStream)
+{
+    EXPECT_TRUE(parse("--help").options->help);
+    EXPECT_TRUE(parse("-h a b c").options->help);
+    for (const char* const option : {"--script", "--service", "--site", "--speed", "--loop",
+                                     "--log", "--trace", "--extract", "--carousel-limit", "--help"})
+        EXPECT_NE(usage().find(option), std::string::npos) << option;
+}
+
+TEST(Options, WhatIsWrongIsSaid)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "which transport stream?"},
+        {"a b", "one transport stream at a time"},
+        {"--nothing a", "--nothing: no such option"},
+        {"-x a", "-x: no such option"},
+        {"a --trace", "--trace wants a value"},
+        {"a -s", "-s wants a value"},
+        {"--service 0 a", "--service wants a service id from 1 to 65535, not 0"},
+        {"--service 65536 a", "not 65536"},
+        {"--service 1.5 a", "not 1.5"},
+        {"--speed 0 a", "--speed wants a factor such as 1 or 0.5, not 0"},
+        {"--speed -1 a", "not -1"},
+        {"--speed nan a", "not nan"},
+        {"--log loud a", "--log wants debug, log, warn or err, not loud"},
+        {"--site nothing a", "--site wants URL-PREFIX=FOLDER, not nothing"},
+        {"--site =x a", "not =x"},
+        {"--site x= a", "not x="},
+        {"--carousel-limit 0 a", "--carousel-limit wants MiB from 1 to 2048, not 0"},
+        {"--carousel-limit 2049 a", "not 2049"},
+        {"--loop -", "--loop wants a file"},
+    };
+    for (const auto& [line, problem] : cases) {
+        const Parsed parsed = parse(line);
+        EXPECT_FALSE(parsed.options) << line;
+        EXPECT_NE(parsed.problem.find(problem), std::string::npos)
+            << line << ": " << parsed.problem;
+    }
+}
+
+}  // namespace
+}  // namespace receiver
