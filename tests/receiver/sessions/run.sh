@@ -17,21 +17,29 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 [[ $# -gt 0 ]] || set -- $(basename -s .script -- *.script)
 
 trace=$(mktemp)
-trap 'rm -f "$trace"' EXIT
+complaints=$(mktemp)
+trap 'rm -f "$trace" "$complaints"' EXIT
+status=0
 
 play() {
-    local name=$1 arguments=()
+    local name=$1 code=0 arguments=()
     read -ra arguments < <(sed -n '1s/^# receiver //p' "$name.script") || true
     if [[ ${#arguments[@]} -eq 0 ]]; then
         arguments=(../../../samples/station.ts)
     else
         arguments[-1]="$streams/${arguments[-1]}"
     fi
-    "$receiver" --script "$name.script" --trace "$trace" "${arguments[@]}" </dev/null >/dev/null 2>&1 || true
+    "$receiver" --script "$name.script" --trace "$trace" "${arguments[@]}" </dev/null >/dev/null 2>"$complaints" ||
+        code=$?
+    # A sanitizer has an exit code of its own.
+    if ! tail -n 1 "$trace" | grep -q "\"exit_code\":$code}"; then
+        echo "session $name ended with exit code $code:" >&2
+        cat "$complaints" >&2
+        status=1
+    fi
     sed -i '/"source":"log"/d; s/^{"time":[^,]*,/{/' "$trace"
 }
 
-status=0
 for name in "$@"; do
     play "$name"
     if [[ -n $regenerate ]]; then

@@ -26,6 +26,7 @@ expect() {
     timeout 60 "$receiver" "$@" >"$work/out" 2>&1 </dev/null
     actual=$?
     [[ $actual -eq $code ]] || fail "exit code $actual, not $code: $*"
+    ! grep -q "Sanitizer\|runtime error:" "$work/out" || fail "a sanitizer complains: $*"
     grep -qF -- "$text" "$work/out" || fail "does not say '$text': $*"
 }
 
