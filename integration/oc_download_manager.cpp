@@ -27,15 +27,16 @@ const unsigned int maximumWriteBytes = 130048;
 class LiveLoad {
 public:
     LiveLoad(const OCDownloadManager* manager, void* id)
-        : manager_(manager), id_(id), isKnown_(isHeld())
+        : manager_(manager), id_(id), isKnown_(manager->downloadExists(id)), isManaged_(isCurrent())
     {
     }
 
-    /// Loads that the library does not know by their ids can only be answered to their end.
-    bool isGone() const { return isKnown_ && !isHeld(); }
-
     /// Whether the library still runs, so that the platform may be called.
-    bool hasPlatform() const { return !isKnown_ || isCurrent(); }
+    bool hasPlatform() const { return !isManaged_ || isCurrent(); }
+
+    /// Whether the browser waits no longer. Loads that were never known by their ids can only be
+    /// answered to their end.
+    bool isGone() const { return !hasPlatform() || (isKnown_ && !manager_->downloadExists(id_)); }
 
 private:
     bool isCurrent() const
@@ -43,22 +44,28 @@ private:
         return ConfigurationManager::instance &&
                ConfigurationManager::instance->getOCDownloadManager() == manager_;
     }
-    bool isHeld() const { return isCurrent() && manager_->downloadExists(id_); }
 
     const OCDownloadManager* manager_;
     void* id_;
     bool isKnown_;
+    bool isManaged_;  ///< not one that somebody else made for himself
 };
 
-/// @return what dsmcc_get_mime_type() answered
-unsigned int sendMimeType(void* id)
+void closeFile(const LiveLoad& load, void* id)
+{
+    if (load.hasPlatform())
+        dsmcc_close_file(id);
+}
+
+/// @return whether the platform had an answer
+bool sendMimeType(const LiveLoad& load, void* id)
 {
     char* mimeType = nullptr;
-    const unsigned int result = dsmcc_get_mime_type(id, &mimeType);
-    if (result == DSMCC_OK && mimeType)
+    const bool isAnswered = dsmcc_get_mime_type(id, &mimeType) == DSMCC_OK;
+    if (isAnswered && mimeType && !load.isGone())
         ve_protocol_set_mime_type(id, mimeType);
     std::free(mimeType);
-    return result;
+    return isAnswered;
 }
 
 void sendBytes(const LiveLoad& load, void* id, const char* bytes, unsigned int length)
@@ -71,13 +78,21 @@ void sendBytes(const LiveLoad& load, void* id, const char* bytes, unsigned int l
     }
 }
 
-/// Reads once. @return whether there was anything; failed tells why not
-bool readOnce(void* id, char*& buffer, unsigned int& length, bool& failed)
+/// Streams a file to its end, or until its load is gone. @return null, or what went wrong
+const char* sendFile(const LiveLoad& load, void* id)
 {
-    buffer = nullptr;
-    length = 0;
-    failed = dsmcc_read(id, &buffer, &length) != DSMCC_OK || (length > 0 && !buffer);
-    return !failed && length > 0;
+    if (!sendMimeType(load, id))
+        return "dsmcc_get_mime_type != DSMCC_OK";
+    while (!load.isGone()) {
+        char* buffer = nullptr;
+        unsigned int length = 0;
+        if (dsmcc_read(id, &buffer, &length) != DSMCC_OK || (length > 0 && !buffer))
+            return "dsmcc_read != DSMCC_OK";
+        if (length == 0)
+            return nullptr;
+        sendBytes(load, id, buffer, length);
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -103,23 +118,22 @@ unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
     const size_t schemeLength = 6;  // "dvb://"
     const std::string text = url->getFullUrl();
     const std::string path = text.size() > schemeLength ? text.substr(schemeLength) : "";
-    switch (dsmcc_get_file(path.c_str(), id)) {
-    case DSMCC_PENDING:
+    const LiveLoad load(this, id);
+    const unsigned int answer = dsmcc_get_file(path.c_str(), id);
+    if (answer == DSMCC_PENDING)
         return 0;
-    case DSMCC_UNKNOWN_ID:
-        log(WARN, module, "Unexpected return code from dsmcc_get_file: DSMCC_UNKNOWN_ID");
-        handleDownloadFailed(id);
-        return 2;
-    case DSMCC_ERROR:
-        handleDownloadFailed(id);
-        return 2;
-    default:
-        break;
-    }
-    if (handleDownloaded(id))
+    if (load.isGone()) {
+        closeFile(load, id);
         return 1;
-    // Deliberate: browser and platform hear of this failure a second time.
-    handleDownloadFailed(id);
+    }
+    if (answer == DSMCC_UNKNOWN_ID)
+        log(WARN, module, "Unexpected return code from dsmcc_get_file: DSMCC_UNKNOWN_ID");
+    const bool isReady = answer != DSMCC_UNKNOWN_ID && answer != DSMCC_ERROR;
+    if (isReady && handleDownloaded(id))
+        return 1;
+    // Deliberate: browser and platform hear a second time of a ready file that could not be read.
+    if (!load.isGone())
+        handleDownloadFailed(id);
     return 2;
 }
 
@@ -154,36 +168,27 @@ bool OCDownloadManager::handleDownloaded(void* id)
 {
     log(DEBUG, module, "Reading downloaded object...");
     const LiveLoad load(this, id);
-    if (sendMimeType(id) != DSMCC_OK) {
-        log(DEBUG, module, "dsmcc_get_mime_type != DSMCC_OK");
-        handleDownloadFailed(id);
-        return false;
-    }
-    char* buffer = nullptr;
-    unsigned int length = 0;
-    bool failed = false;
-    while (!load.isGone() && readOnce(id, buffer, length, failed))
-        sendBytes(load, id, buffer, length);
+    const char* const error = sendFile(load, id);
     if (load.isGone()) {
-        if (load.hasPlatform())
-            dsmcc_close_file(id);
+        closeFile(load, id);
         return true;  // nobody waits for an answer any more
     }
-    if (failed) {
-        log(DEBUG, module, "dsmcc_read != DSMCC_OK");
+    if (error) {
+        log(DEBUG, module, error);
         handleDownloadFailed(id);
         return false;
     }
     log(DEBUG, module, "read complete");
     ve_protocol_finished(id, statusOK);
-    dsmcc_close_file(id);
+    closeFile(load, id);
     return true;
 }
 
 void OCDownloadManager::handleDownloadFailed(void* id)
 {
+    const LiveLoad load(this, id);
     ve_protocol_failed(id, statusNotFound);
-    dsmcc_close_file(id);
+    closeFile(load, id);
 }
 
 }  // namespace VestaHbbTV

@@ -20,7 +20,8 @@ public:
     /// Asks the platform for a file and streams it to the browser, now or when the platform says
     /// that it is ready.
     /// @param url an absolute `dvb:` URL @param id the load
-    /// @return 0 the file is pending, 1 it was delivered, 2 it failed
+    /// @return 0 the file is pending, 1 it was delivered, or nobody waits for it any more, 2 it
+    /// failed
     unsigned int startDownload(HbbTVDVBURL* url, void* id);
 
     /// The browser cancelled a load; the platform is not told. @return false for an unknown id

@@ -1,5 +1,7 @@
 // The browser asks the library to serve a URL, or no longer wants it.
 
+#include <algorithm>
+
 #include "foundation/configuration_manager.h"
 #include "integration/oc_download_manager.h"
 #include "lifecycle/application.h"
@@ -210,28 +212,91 @@ TEST_F(ProtocolLoading, BrowserMayReleaseTheWindowWhileItIsAnswered)
     EXPECT_EQ(browser().written[&load], "some bytes");
 }
 
-TEST_F(ProtocolLoading, BrowserMayShutTheLibraryDownWhileItIsAnswered)
+/// Each function that is called while a file goes from the platform to the browser.
+class AnsweredFrom : public ProtocolLoading, public ::testing::WithParamInterface<const char*> {
+protected:
+    AnsweredFrom()
+    {
+        startCarouselApplication();
+        platform().files["1.2.3.4/a"] = {std::string(300000, 'x'), 0, 0, "text/html", 200000, {}};
+    }
+
+    void doWithin(const std::function<void()>& action)
+    {
+        browser().whileIn[GetParam()] = action;
+        platform().whileIn[GetParam()] = action;
+    }
+
+    /// What was called after the function, in order.
+    Lines linesAfter() const
+    {
+        const std::string function = GetParam();
+        Lines lines = journal();
+        const auto isIt = [&](const std::string& line) { return line.rfind(function, 0) == 0; };
+        const auto found = std::find_if(lines.begin(), lines.end(), isIt);
+        EXPECT_NE(found, lines.end()) << function << " was not called";
+        lines.erase(lines.begin(), found == lines.end() ? found : found + 1);
+        return lines;
+    }
+};
+
+TEST_P(AnsweredFrom, ACancelledLoadGetsNoFurtherAnswerAndItsFileIsClosed)
 {
-    startCarouselApplication();
-    platform().files["1.2.3.4/a"] = {"some bytes", 0, 0, "text/html", 3, {}};
-    browser().whileIn["ve_protocol_set_mime_type"] = [] { vesta_hbbtv_shutdown(); };
+    doWithin([&] { stopLoading(); });
     EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
-    EXPECT_EQ(browser().written[&load], "");
-    EXPECT_EQ(journal().back(), "dsmcc_stop()");
+    EXPECT_EQ(linesAfter(), Lines({"dsmcc_close_file()"}));
+    EXPECT_EQ(log().count("ERR vesta_hbbtv: Failed to load dvb url."), 0);
+}
+
+TEST_P(AnsweredFrom, AShutdownIsTheLastThatThePlatformHears)
+{
+    doWithin([] { vesta_hbbtv_shutdown(); });
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
+    EXPECT_EQ(linesAfter(), Lines({"STOP 1.1 related reactivate=0 dvb://1.2.3.4/dir/index.html",
+                                   "RELEASE w1", "hbbtv_ait_stop()", "dsmcc_stop()"}));
     EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
-TEST_F(ProtocolLoading, ALoadThatIsCancelledWhileItIsWrittenGetsNoFurtherAnswer)
+INSTANTIATE_TEST_SUITE_P(Functions, AnsweredFrom,
+                         ::testing::Values("dsmcc_get_file", "dsmcc_get_mime_type", "dsmcc_read",
+                                           "ve_protocol_set_mime_type", "ve_protocol_write",
+                                           "ve_protocol_finished"),
+                         [](const auto& suite) { return std::string(suite.param); });
+
+TEST_F(ProtocolLoading, ALoadThatIsCancelledInItsFailureIsNotFailedAgain)
 {
     startCarouselApplication();
-    platform().files["1.2.3.4/a"] = {std::string(300000, 'x'), 0, 0, {}, 0, {}};
-    browser().whileIn["ve_protocol_write"] = [&] { stopLoading(); };
+    platform().files["1.2.3.4/broken"] = {"bytes", 0, 0, {}, 0, DSMCC_ERROR};
+    browser().whileIn["ve_protocol_failed"] = [&] { stopLoading(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/broken"), 1u);
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/broken)", "dsmcc_get_mime_type()",
+                                "dsmcc_read()", "ve_protocol_failed(404)", "dsmcc_close_file()"}));
+}
+
+TEST_F(ProtocolLoading, ALoadThatIsCancelledWhileThePlatformRefusesItIsNotFailed)
+{
+    startCarouselApplication();
+    platform().whileIn["dsmcc_get_file"] = [&] { stopLoading(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/missing"), 1u);
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/missing)", "dsmcc_close_file()"}));
+    EXPECT_EQ(log().count("ERR vesta_hbbtv: Failed to load dvb url."), 0);
+}
+
+TEST_F(ProtocolLoading, AShutdownInAFailureIsTheLastThatThePlatformHears)
+{
+    startCarouselApplication();
+    browser().whileIn["ve_protocol_failed"] = [] { vesta_hbbtv_shutdown(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/missing"), 1u);
+    EXPECT_EQ(journal().back(), "dsmcc_stop()");
+}
+
+TEST_F(ProtocolLoading, AFileThatIsPendingAndCancelledAtOnceIsLeftToThePlatform)
+{
+    startCarouselApplication();
+    platform().files["1.2.3.4/a"].getFileResult = DSMCC_PENDING;
+    platform().whileIn["dsmcc_get_file"] = [&] { stopLoading(); };
     EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
-    EXPECT_EQ(browser().writeSizes[&load], std::vector<unsigned int>({130048}));
-    const Lines lines = journal();
-    EXPECT_EQ(lines.back(), "dsmcc_close_file()");
-    EXPECT_THAT(lines, testing::Not(testing::Contains(testing::StartsWith("ve_protocol_fin"))));
-    EXPECT_THAT(lines, testing::Not(testing::Contains(testing::StartsWith("ve_protocol_fail"))));
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/a)"}));
 }
 
 }  // namespace
