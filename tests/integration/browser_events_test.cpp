@@ -420,7 +420,7 @@ TEST_F(BrowserEvents, ScriptMayShutTheLibraryDownWhenItsPageFailsToLoad)
     native_ApplicationManagerSetAppDestroyedListener([](void*) { vesta_hbbtv_shutdown(); });
     EXPECT_EQ(report(TAVO_VESTA_EVT_LOADING_FAILED, 1), (Answer{1, 0}));
     tickAll();
-    EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+    EXPECT_EQ(journal(), Lines({"RELEASE w1", "hbbtv_ait_stop()", "dsmcc_stop()"}));
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ TEST_F(KeyInput, EventItselfIsForwarded)
     startWithKeys(KeySet::RED);
     TAVO_KeyboardEvent event = {TAVO_KEY_DOWN, TAVO_VK_RED};
     EXPECT_EQ(vesta_hbbtv_key_input(browser().window(1), &event), 1);
+    EXPECT_EQ(browser().lastKeyEvent, &event);
     EXPECT_EQ(event.type, TAVO_KEY_DOWN);
     EXPECT_EQ(event.key_code, TAVO_VK_RED);
     EXPECT_EQ(log().lines(), Lines());

@@ -2,14 +2,7 @@
 // every place where it calls them: whatever they do there, the library survives, frees everything,
 // and goes on working.
 
-#include "foundation/configuration_manager.h"
-#include "foundation/threadsafe_event_queue.h"
-#include "integration/application_events.h"
-#include "lifecycle/application.h"
-#include "lifecycle/window.h"
-#include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
-#include "tests/support/library_test.h"
+#include "tests/lifecycle/reentrant_session.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -31,13 +24,36 @@ const std::vector<std::string> places = {"0",
                                          "11",
                                          "12",
                                          "ve_clear_history",
-                                         "ve_open_url",
                                          "ve_get_loading_url",
+                                         "ve_get_window",
+                                         "ve_get_window_identifier",
+                                         "ve_open_url",
+                                         "ve_protocol_failed",
+                                         "ve_protocol_finished",
+                                         "ve_protocol_set_mime_type",
+                                         "ve_protocol_write",
+                                         "ve_resolve_relative_url",
+                                         "ve_set_uastring_extension",
+                                         "tavo_keyboard_evt",
                                          "hbbtv_ait_completed",
+                                         "hbbtv_ait_invalidate",
+                                         "hbbtv_ait_start",
                                          "hbbtv_ait_stop",
+                                         "hbbtv_keyset_get_supported_values",
                                          "dsmcc_clear_cache",
+                                         "dsmcc_close_file",
+                                         "dsmcc_get_file",
+                                         "dsmcc_get_mime_type",
+                                         "dsmcc_read",
+                                         "dsmcc_start",
+                                         "dsmcc_stop",
+                                         "dsmcc_stream_event_subscribe",
+                                         "dsmcc_stream_event_unsubscribe",
+                                         "dsmcc_stream_event_unsubscribe_all",
+                                         "dsmcc_xml_stream_event_subscribe",
                                          "plugin",
-                                         "destroyed"};
+                                         "destroyed",
+                                         "stream event"};
 
 const std::vector<std::string> actions = {"release the window",
                                           "release it twice",
@@ -57,283 +73,12 @@ const std::vector<std::string> actions = {"release the window",
                                           "change the channel",
                                           "report load results",
                                           "delete the window manager",
-                                          "take over the broadcast"};
+                                          "take over the broadcast",
+                                          "cancel the loads"};
 
-class ReentrantCalls : public LibraryTest,
+class ReentrantCalls : public ReentrantSession,
                        public ::testing::WithParamInterface<std::tuple<std::string, std::string>> {
-protected:
-    ReentrantCalls()
-    {
-        test_ = this;
-        handle_ = window();
-        listener().trusted = 1;
-    }
-
-    ~ReentrantCalls() override
-    {
-        test_ = nullptr;
-        listener().onNotification.clear();
-        browser().whileIn.clear();
-        platform().whileIn.clear();
-    }
-
-    /// Calls act() from the place, a few times, and never from inside itself.
-    void arm(const std::string& place, const std::string& action)
-    {
-        const auto callback = [this, action] {
-            if (inside_ || fired_ == 3)
-                return;
-            inside_ = true;
-            ++fired_;
-            act(action);
-            inside_ = false;
-        };
-        callback_ = callback;
-        if (std::isdigit(static_cast<unsigned char>(place.front())))
-            listener().onNotification[std::stoi(place)] = [callback](auto*) { callback(); };
-        else if (place.rfind("ve_", 0) == 0)
-            browser().whileIn[place] = callback;
-        else
-            platform().whileIn[place] = callback;
-        native_ApplicationManagerSetListener(
-            place == "plugin" ? +[](int, void*) { test_->callback_(); } : nullptr);
-        native_ApplicationManagerSetAppDestroyedListener(
-            place == "destroyed" ? +[](void*) { test_->callback_(); } : nullptr);
-    }
-
-    void act(const std::string& action)
-    {
-        using Action = void (ReentrantCalls::*)();
-        const std::map<std::string, Action> functions = {
-            {"release the window", &ReentrantCalls::releaseWindow},
-            {"release it twice", &ReentrantCalls::releaseTwice},
-            {"release all windows", &ReentrantCalls::releaseAll},
-            {"shut down", &ReentrantCalls::shutDown},
-            {"shut down and init", &ReentrantCalls::shutDownAndInit},
-            {"init again", &ReentrantCalls::initAgain},
-            {"tick", &ReentrantCalls::tick},
-            {"send another AIT", &ReentrantCalls::sendAnotherAIT},
-            {"start another application", &ReentrantCalls::startAnother},
-            {"create a child", &ReentrantCalls::createChild},
-            {"destroy an application", &ReentrantCalls::destroyApplications},
-            {"terminate", &ReentrantCalls::terminate},
-            {"remove the listener", &ReentrantCalls::removeListener},
-            {"add the listener again", &ReentrantCalls::addListener},
-            {"shift time", &ReentrantCalls::shiftTime},
-            {"change the channel", &ReentrantCalls::changeChannel},
-            {"report load results", &ReentrantCalls::reportResults},
-            {"delete the window manager", &ReentrantCalls::deleteManager},
-            {"take over the broadcast", &ReentrantCalls::takeOverBroadcast},
-        };
-        (this->*functions.at(action))();
-    }
-
-    void releaseWindow() { vesta_hbbtv_release_window(handle_); }
-
-    void releaseTwice()
-    {
-        vesta_hbbtv_release_window(handle_);
-        vesta_hbbtv_release_window(handle_);
-    }
-
-    void releaseAll() { manager()->removeAllWindows(); }
-    void shutDown() { vesta_hbbtv_shutdown(); }
-
-    void shutDownAndInit()
-    {
-        vesta_hbbtv_shutdown();
-        vesta_hbbtv_init(browser().handle());
-        handle_ = vesta_hbbtv_create_window();
-        vesta_hbbtv_set_broadcast_window(handle_);
-        addListener();
-    }
-
-    void initAgain() { vesta_hbbtv_init(browser().handle()); }
-    void tick() { tickSome(); }
-
-    void sendAnotherAIT()
-    {
-        deliver(AITSection().version(nextVersion()).add(httpApplication(9, nextVersion())));
-        tickSome();
-    }
-
-    void startAnother()
-    {
-        deliver(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(handle_, "http://b.example/"));
-        tickSome();
-    }
-
-    void createChild()
-    {
-        for (uintptr_t id = 1; id < Application::next_id; ++id) {
-            void* created = nullptr;
-            if (native_ApplicationCreateApplication("http://c.example/", 1,
-                                                    reinterpret_cast<void*>(id), &created) == 0)
-                break;
-        }
-        tickSome();
-    }
-
-    void destroyApplications()
-    {
-        for (uintptr_t id = 1; id < Application::next_id; ++id)
-            native_ApplicationDestroyApplication(reinterpret_cast<void*>(id));
-        tickSome();
-    }
-
-    void terminate()
-    {
-        deliver(E_TERMINATE_APPLICATION, windowRecord(handle_));
-        tickSome();
-    }
-
-    void removeListener()
-    {
-        listenerRemoved_ = true;
-        NotificationManager::getInstance()->removeListener(RecordingListener::listen);
-    }
-
-    void addListener() { vesta_hbbtv_add_notification_listener(RecordingListener::listen); }
-
-    void shiftTime()
-    {
-        vesta_hbbtv_set_time_shifted(handle_, 1);
-        vesta_hbbtv_set_time_shifted(handle_, 0);
-    }
-
-    void changeChannel()
-    {
-        deliver(E_CHANNEL_CHANGE);
-        deliver(E_AIT_SECTION, noSectionRecord(0));
-        tickSome();
-    }
-
-    void reportResults()
-    {
-        for (long id = 1; id < 4; ++id) {
-            failLoading(id);
-            finishLoading(id);
-            TavoVestaEventData data = {};
-            notify(TAVO_VESTA_EVT_XML_PARSE_FAILED, id, data);
-            notify(TAVO_VESTA_EVT_WINDOW_CLOSE, id, data);
-        }
-        tickSome();
-    }
-
-    void deleteManager() { delete WindowManager::getInstance(); }
-
-    void takeOverBroadcast()
-    {
-        handle_ = vesta_hbbtv_create_window();
-        vesta_hbbtv_set_broadcast_window(handle_);
-    }
-
-    static void tickSome()
-    {
-        for (int ticks = 0; ticks < 50 && vesta_hbbtv_tick(); ++ticks) {
-        }
-    }
-
-    uint8_t nextVersion() { return static_cast<uint8_t>(++version_ & 0x1F); }
-
-    void queueXMLTable()
-    {
-        if (ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue())
-            queue->add(
-                new TAVOAITEvent(static_cast<Window*>(handle_), xmlTable({httpApplication(5, 6)})));
-        tickSome();
-    }
-
-    void serviceStarts()
-    {
-        deliver(AITSection()
-                    .version(nextVersion())
-                    .add(httpApplication(1, 1).profiles({{0, 9, 9, 9}}))
-                    .add(httpApplication(1, 2).carousel(2, 7)));
-        tickSome();
-    }
-
-    /// Everything that a script asks of its application manager.
-    void scriptsCall(uintptr_t first)
-    {
-        for (uintptr_t id = first; id < Application::next_id; ++id) {
-            void* const appId = reinterpret_cast<void*>(id);
-            double number = 0;
-            native_ApplicationShow(appId);
-            native_ApplicationHide(appId);
-            native_KeySetSetValue(appId, 3, &number);
-            native_AppPrivateDataGetFreeMem(1, &number);
-        }
-        for (long windowId = 1; windowId < 3; ++windowId) {
-            native_PermissionsIsTrusted(windowId, "http://a.example/");
-            TavoVestaEventData data = {};
-            data.url = "http://a.example/index.html";
-            data.second_url = "http://a.example/data";
-            notify(TAVO_VESTA_EVT_XHR_PERMISSION, windowId, data);
-        }
-        tickSome();
-    }
-
-    /// A session that comes past every place.
-    void session()
-    {
-        serviceStarts();
-        finishLoading();
-        scriptsCall(1);
-        void* child = nullptr;
-        for (uintptr_t id = 1; id < Application::next_id; ++id)
-            native_ApplicationCreateApplication("http://a.example/c", 1,
-                                                reinterpret_cast<void*>(id), &child);
-        tickSome();
-        failLoading(2);
-        tickSome();
-        native_AppManNotifySetChannelCalled(1, "http://a.example/", nullptr);
-        queueXMLTable();
-        browser().loadingURL = "http://a.example/index.html";
-        deliver(AITSection().version(nextVersion()).add(httpApplication(5, 6)));
-        tickSome();
-        failLoading(1);
-        failLoading(2);
-        tickSome();
-        deliver(E_CHANNEL_CHANGE);
-        serviceStarts();
-        vesta_hbbtv_set_time_shifted(handle_, 1);
-        tickSome();
-        deliver(E_TERMINATE_APPLICATION, windowRecord(handle_));
-        tickSome();
-        vesta_hbbtv_shutdown();
-    }
-
-    /// After a new start the library works as if nothing had happened.
-    void expectUsable()
-    {
-        arm("nowhere", "tick");
-        browser().whileIn.clear();
-        platform().whileIn.clear();
-        listener().onNotification.clear();
-        vesta_hbbtv_shutdown();
-        if (listenerRemoved_)
-            listener().windowsInUse.clear();  // nobody heard of their release
-        EXPECT_TRUE(listener().windowsInUse.empty());
-        vesta_hbbtv_init(browser().handle());
-        Window* const fresh = static_cast<Window*>(vesta_hbbtv_create_window());
-        addListener();
-        fresh->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
-        tickSome();
-        ASSERT_NE(fresh->getRunningApplication(), nullptr);
-        EXPECT_EQ(manager()->getWindows().size(), 1u);
-    }
-
-    static ReentrantCalls* test_;
-    std::function<void()> callback_;
-    void* handle_ = nullptr;
-    bool inside_ = false;
-    bool listenerRemoved_ = false;
-    int fired_ = 0;
-    unsigned version_ = 0;
 };
-
-ReentrantCalls* ReentrantCalls::test_ = nullptr;
 
 TEST_P(ReentrantCalls, AreSurvived)
 {

@@ -75,11 +75,16 @@ int FakeBrowser::call(const char* function, const std::string& line)
 {
     if (journalling)
         Journal::instance().write(function, "(", line, ")");
+    return answer(function, 0);
+}
+
+int FakeBrowser::answer(const char* function, int usually)
+{
     const auto action = whileIn.find(function);
     if (action != whileIn.end())
         std::function<void()>(action->second)();
     const auto result = results.find(function);
-    return result == results.end() ? 0 : result->second;
+    return result == results.end() ? usually : result->second;
 }
 
 }  // namespace vesta::test
@@ -106,24 +111,18 @@ int ve_get_window(TAVO_Vesta* handle, long id, TAVO_VestaWindow** window)
 {
     FakeBrowser& browser = FakeBrowser::instance();
     browser.askedBrowser = handle;
-    const auto result = browser.results.find("ve_get_window");
     TAVO_VestaWindow* const found = browser.window(id);
     if (found)
         *window = found;
-    if (result != browser.results.end())
-        return result->second;
-    return found ? 0 : 1;
+    return browser.answer("ve_get_window", found ? 0 : 1);
 }
 
 int ve_get_window_identifier(TAVO_Vesta* handle, TAVO_VestaWindow* window, long* id)
 {
     FakeBrowser& browser = FakeBrowser::instance();
     browser.askedBrowser = handle;
-    const auto result = browser.results.find("ve_get_window_identifier");
-    if (result != browser.results.end())
-        return result->second;
     *id = browser.idOf(window);
-    return *id ? 0 : 1;
+    return browser.answer("ve_get_window_identifier", *id ? 0 : 1);
 }
 
 int ve_get_loading_url(TAVO_VestaWindow* window, const char** url)
@@ -138,10 +137,10 @@ int ve_resolve_relative_url(const char* base, const char* url, const char** resu
     FakeBrowser& browser = FakeBrowser::instance();
     if (browser.journalResolving && browser.journalling)
         Journal::instance().write("ve_resolve_relative_url(", quoted(base), ", ", quoted(url), ")");
+    const int status = browser.answer("ve_resolve_relative_url", 0);
     browser.resolved = browser.resolve ? browser.resolve(base, url) : vesta::test::join(base, url);
     *result = browser.resolveToNull ? nullptr : browser.resolved.c_str();
-    const auto status = browser.results.find("ve_resolve_relative_url");
-    return status == browser.results.end() ? 0 : status->second;
+    return status;
 }
 
 int ve_set_uastring_extension(TAVO_Vesta* handle, const char* extension)
@@ -187,6 +186,7 @@ int tavo_keyboard_evt(TAVO_KeyboardEvent* event)
     const std::string line =
         (event->type == TAVO_KEY_DOWN ? "down " : "up ") + std::to_string(event->key_code);
     browser.keys.push_back(line);
+    browser.lastKeyEvent = event;
     return browser.call("tavo_keyboard_evt", line);
 }
 

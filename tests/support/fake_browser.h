@@ -42,7 +42,8 @@ public:
     /// Whether ve_resolve_relative_url() leaves its result null.
     bool resolveToNull = false;
 
-    /// Called inside the function of that name, after it was written to the journal.
+    /// Called inside the function of that name, after it was written to the journal (those that
+    /// look up windows are not written there).
     std::map<std::string, std::function<void()>> whileIn;
 
     /// What was written to each protocol load, and the sizes of the writes.
@@ -57,6 +58,7 @@ public:
 
     /// Keys delivered with tavo_keyboard_evt(): "down 403", "up 403".
     std::vector<std::string> keys;
+    const TAVO_KeyboardEvent* lastKeyEvent = nullptr;
 
     /// Whether ve_resolve_relative_url() is written to the journal; off, since most starts ask it.
     bool journalResolving = false;
@@ -70,6 +72,7 @@ public:
     // The functions' bodies.
     int call(const char* function, const std::string& line);
     int callForLoad(const char* function, void* id, const std::string& line);
+    int answer(const char* function, int usually);
     std::string resolved;
 };
 

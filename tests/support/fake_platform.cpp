@@ -41,6 +41,11 @@ unsigned int FakePlatform::call(const char* hook, const std::string& line)
 {
     if (journalling)
         Journal::instance().write(hook, "(", line, ")");
+    return answer(hook);
+}
+
+unsigned int FakePlatform::answer(const char* hook)
+{
     const auto action = whileIn.find(hook);
     if (action != whileIn.end())
         std::function<void()>(action->second)();
@@ -72,6 +77,7 @@ extern "C" {
 
 int hbbtv_keyset_get_supported_values(void)
 {
+    FakePlatform::instance().answer("hbbtv_keyset_get_supported_values");
     return FakePlatform::instance().supportedKeySets;
 }
 

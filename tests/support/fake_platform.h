@@ -37,7 +37,8 @@ public:
     /// What dsmcc_* hooks answer that are not about files, by name; 0 when not given.
     std::map<std::string, unsigned int> results;
 
-    /// Called inside the hook of that name, after it was written to the journal.
+    /// Called inside the hook of that name, after it was written to the journal (the question for
+    /// key sets is not written there).
     std::map<std::string, std::function<void()>> whileIn;
 
     bool journalling = true;
@@ -58,6 +59,7 @@ public:
 
     unsigned int call(const char* hook, const std::string& line);
     unsigned int callForLoad(const char* hook, void* id, const std::string& line);
+    unsigned int answer(const char* hook);
     File* fileOf(void* id);
 };
 

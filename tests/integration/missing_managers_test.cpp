@@ -1,0 +1,111 @@
+// What the browser and scripts are answered while the library lacks its queue, its downloads or its
+// listeners, as between two sessions of a receiver.
+
+#include "foundation/configuration_manager.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/application_events.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "oipf/notification_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+const int untouched = 12345;
+
+class MissingManagers : public LibraryTest {
+protected:
+    MissingManagers() { startApplication(AITEntry(1, 1).carousel(1, 4).location("index.html")); }
+
+    /// From here on there is a configuration without queue and downloads.
+    static void loseConfiguration() { delete ConfigurationManager::getInstance(); }
+
+    unsigned int report(TAVO_VESTA_EVENT event)
+    {
+        data_ = {};
+        data_.url = data_.second_url = "dvb://1.2.3.4/index.html";
+        data_.request_id = this;
+        result_ = untouched;
+        return notify(event, 1, data_, &result_);
+    }
+
+    TavoVestaEventData data_ = {};
+    int result_ = untouched;
+};
+
+TEST_F(MissingManagers, AFinishedLoadIsConsumedWithoutAQueue)
+{
+    loseConfiguration();
+    EXPECT_EQ(report(TAVO_VESTA_EVT_LOADING_FINISHED), 1u);
+    EXPECT_EQ(result_, 0);
+    EXPECT_FALSE(vesta_hbbtv_tick());
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, AProtocolLoadIsLeftToTheBrowserWithoutDownloads)
+{
+    loseConfiguration();
+    EXPECT_EQ(report(TAVO_VESTA_EVT_PROTOCOL_LOADING_START), 0u);
+    EXPECT_EQ(result_, untouched);
+    EXPECT_EQ(log().leveledLines().size(), 3u) << "the event and its URL, twice";
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, ACancelledProtocolLoadIsLeftToTheBrowserWithoutDownloads)
+{
+    report(TAVO_VESTA_EVT_PROTOCOL_LOADING_START);
+    forgetJournal();
+    log().clear();
+    loseConfiguration();
+    EXPECT_EQ(report(TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP), 0u);
+    EXPECT_EQ(result_, untouched);
+    EXPECT_EQ(log().leveledLines(),
+              Lines({"DEBUG vesta_hbbtv: TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP"}));
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, ARequestWithinTheBoundariesIsAllowedWithoutListeners)
+{
+    NotificationManager::getInstance()->shutdown();
+    EXPECT_EQ(report(TAVO_VESTA_EVT_XHR_PERMISSION), 1u);
+    EXPECT_EQ(result_, 0);
+    EXPECT_EQ(data_.request_id, nullptr);
+    EXPECT_EQ(NotificationManager::instance, nullptr);
+    vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+}
+
+TEST_F(MissingManagers, AScriptsHideIsForgottenWithoutAQueue)
+{
+    loseConfiguration();
+    EXPECT_EQ(native_ApplicationHide(idOf(running())), VEIF_RETURN_OK);
+    vesta_hbbtv_init(browser().handle());
+    EXPECT_EQ(tickAll(), 0);
+    EXPECT_TRUE(running()->getTavoWindow());
+}
+
+TEST_F(MissingManagers, AHideThatStillCountsIsForgottenWithoutAQueue)
+{
+    HideApplicationEvent counting(running()->getID(), 1);
+    loseConfiguration();
+    counting.execute();
+    vesta_hbbtv_init(browser().handle());
+    forgetJournal();
+    EXPECT_EQ(tickAll(), 0);
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, AnApplicationWithoutBrowserWindowHasNoWindowNumber)
+{
+    long windowId = untouched;
+    TAVO_VestaWindow* const tavoWindow = running()->getTavoWindow();
+    running()->setTavoWindow(nullptr);
+    EXPECT_EQ(native_AppManGetWindowOfApplication(idOf(running()), &windowId), VEIF_RETURN_ERROR);
+    EXPECT_EQ(windowId, untouched);
+    running()->setTavoWindow(tavoWindow);
+    EXPECT_EQ(native_AppManGetWindowOfApplication(idOf(running()), &windowId), VEIF_RETURN_OK);
+}
+
+}  // namespace
