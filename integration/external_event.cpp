@@ -264,10 +264,6 @@ const Handler handlers[] = {
 
 }  // namespace
 
-ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data)
-{
-}
-
 ExternalEvent::~ExternalEvent()
 {
     if (data_)

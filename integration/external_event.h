@@ -13,7 +13,7 @@ namespace VestaHbbTV {
 class ExternalEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param data malloc'ed like every buffer in it; may be null
-    ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data);
+    ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data) {}
     ~ExternalEvent() override;
     void execute() override;
 

@@ -21,10 +21,9 @@ const char module[] = "WindowManager";
 
 WindowManager* WindowManager::instance = nullptr;
 
-WindowManager* WindowManager::getInstance()
+WindowManager* WindowManager::create()
 {
-    if (!instance)
-        instance = new WindowManager;
+    instance = new WindowManager;
     return instance;
 }
 

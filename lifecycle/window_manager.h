@@ -21,7 +21,7 @@ class Window;
 class WindowManager {
 public:
     /// The one instance, created on first use.
-    static WindowManager* getInstance();
+    static WindowManager* getInstance() { return instance ? instance : create(); }
 
     WindowManager(const WindowManager&) = delete;
     WindowManager& operator=(const WindowManager&) = delete;
@@ -96,6 +96,8 @@ public:
     static WindowManager* instance;
 
 private:
+    static WindowManager* create();
+
     WindowManager();
 
     void destroyWindow(Window* window);
