@@ -260,4 +260,31 @@ void buildURL(benchmark::State& state)
 }
 BENCHMARK(buildURL);
 
+/// The largest table that the air can bring, each section with one priority. The order of the
+/// sections should not matter.
+void largestTable(benchmark::State& state, bool rising)
+{
+    const unsigned int sectionCount = 256;
+    const unsigned int entriesOfASection = 200;
+    std::vector<vesta::test::Bytes> sections;
+    for (unsigned int number = 0; number < sectionCount; ++number) {
+        vesta::test::AITSection section;
+        section.number(static_cast<uint8_t>(number), static_cast<uint8_t>(sectionCount - 1));
+        const unsigned int priority = rising ? number : sectionCount - 1 - number;
+        for (unsigned int entry = 0; entry < entriesOfASection; ++entry)
+            section.add(vesta::test::AITEntry(1, static_cast<uint16_t>(entry))
+                            .profiles({})
+                            .priority(static_cast<uint8_t>(priority)));
+        sections.push_back(section.bytes());
+    }
+    for ([[maybe_unused]] auto _ : state) {
+        AIT table(1, 2, 3, nullptr);
+        for (const vesta::test::Bytes& section : sections)
+            if (!table.parse(section.data()))
+                state.SkipWithError("a section was refused");
+    }
+}
+BENCHMARK_CAPTURE(largestTable, fallingPriorities, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(largestTable, risingPriorities, true)->Unit(benchmark::kMillisecond);
+
 }  // namespace

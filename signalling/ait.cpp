@@ -108,14 +108,29 @@ bool AIT::parseCommonDescriptorsLoop(ByteReader loop)
 /// @param section begins with the application loop, which is known to end within it
 bool AIT::parseApplications(ByteReader section, size_t loopLength)
 {
+    const size_t formerCount = applications_.size();
+    applications_.reserve(formerCount + loopLength / shortEntrySize);
+    const bool accepted = addApplications(section, loopLength);
+    // Once a section and not once an application: a table may have thousands.
+    std::inplace_merge(applications_.begin(), placeAt(formerCount), applications_.end(),
+                       [](const auto& former, const auto& added) {
+                           return former->getApplicationPriority() >
+                                  added->getApplicationPriority();
+                       });
+    return accepted;
+}
+
+/// Puts a section's applications behind all others, in order among themselves.
+bool AIT::addApplications(ByteReader section, size_t loopLength)
+{
+    const size_t formerCount = applications_.size();
     const size_t behindLoop = section.remaining() - loopLength;
-    applications_.reserve(applications_.size() + loopLength / shortEntrySize);
     // Deliberate: an entry is bounded by the section. One that begins in the loop may leave it.
     while (section.remaining() > behindLoop) {
         auto application = std::make_unique<AITApplication>(this);
         if (!application->parse(section))
             return false;
-        insert(std::move(application));
+        insert(std::move(application), formerCount);
     }
     return true;
 }
@@ -127,17 +142,23 @@ void AIT::insertAITApplication(AITApplication* application)
     // The table that it was made for may die before this one.
     if (application->parent_)
         application->parent_ = this;
-    insert(std::unique_ptr<AITApplication>(application));
+    insert(std::unique_ptr<AITApplication>(application), 0);
 }
 
-void AIT::insert(std::unique_ptr<AITApplication> application)
+/// @param from the application's place is not looked for before this one
+void AIT::insert(std::unique_ptr<AITApplication> application, size_t from)
 {
     const unsigned char priority = application->getApplicationPriority();
-    const auto place = std::upper_bound(applications_.begin(), applications_.end(), priority,
+    const auto place = std::upper_bound(placeAt(from), applications_.end(), priority,
                                         [](unsigned char inserted, const auto& other) {
                                             return other->getApplicationPriority() < inserted;
                                         });
     applications_.insert(place, std::move(application));
+}
+
+AIT::Applications::iterator AIT::placeAt(size_t index)
+{
+    return applications_.begin() + static_cast<Applications::difference_type>(index);
 }
 
 AITApplication* AIT::getAITApplication(unsigned int index) const

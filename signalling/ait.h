@@ -131,7 +131,9 @@ private:
     bool parseBody(ByteReader section);
     bool parseCommonDescriptorsLoop(ByteReader loop);
     bool parseApplications(ByteReader section, size_t loopLength);
-    void insert(std::unique_ptr<AITApplication> application);
+    bool addApplications(ByteReader section, size_t loopLength);
+    void insert(std::unique_ptr<AITApplication> application, size_t from);
+    Applications::iterator placeAt(size_t index);
     size_t placeOf(const AITApplication* application) const;
     AITApplication* findSignalled(size_t from, AITApplication::ControlCode code,
                                   bool httpAvailable) const;
