@@ -13,8 +13,10 @@
 #include <vector>
 
 #include "foundation/logging.h"
+#include "tests/foundation/local_time_zone.h"
 
 using namespace VestaHbbTV;
+using namespace vesta::test;
 
 namespace {
 
@@ -100,13 +102,20 @@ TEST_F(LoggingTest, WritesDateLevelModuleTextAndLineFeed)
 
 TEST_F(LoggingTest, DateIsTheOneOfTheEntrysConstruction)
 {
-    clockStandsAt.reset();
-    const std::string before = dateAndTime(std::time(nullptr));
+    {
+        LogEntry entry(LOG, "Window");
+        *clockStandsAt += 3600;
+        entry << "text";
+    }
+    EXPECT_EQ(texts_, Texts({date_ + "   LOG [      Window] text\n"}));
+}
+
+TEST_F(LoggingTest, DateIsTheLocalOne)
+{
+    const LocalTimeZone zone("XXX-05:45");
+    clockStandsAt = 1000000000;  // 2001-09-09, 01:46:40 UTC
     LogEntry(LOG, "Window") << "text";
-    const std::string after = dateAndTime(std::time(nullptr));
-    ASSERT_EQ(texts_.size(), 1u);
-    const std::string rest = "   LOG [      Window] text\n";
-    EXPECT_TRUE(texts_[0] == before + rest || texts_[0] == after + rest) << texts_[0];
+    EXPECT_EQ(texts_, Texts({"09/09/01 07:31:40   LOG [      Window] text\n"}));
 }
 
 TEST_F(LoggingTest, DateFollowsTheClock)

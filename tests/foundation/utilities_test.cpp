@@ -7,10 +7,14 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "foundation/utilities.h"
+#include "tests/foundation/local_time_zone.h"
 
 using namespace VestaHbbTV;
+using namespace vesta::test;
 
 namespace {
 
@@ -85,10 +89,24 @@ TEST(FormattedTime, TruncatesNanosecondsAndPadsWithZeros)
     clockStandsAt.reset();
 }
 
-TEST(FormattedTime, EveryCallOverwritesTheSameBuffer)
+TEST(FormattedTime, IsTheLocalOne)
 {
-    EXPECT_EQ(static_cast<const void*>(getFormattedTime()),
-              static_cast<const void*>(getFormattedTime()));
+    const LocalTimeZone zone("XXX-05:45");
+    timespec moment = {};
+    moment.tv_sec = 1000000000;  // 2001-09-09, 01:46:40 UTC
+    moment.tv_nsec = 123456000;
+    clockStandsAt = moment;
+    EXPECT_STREQ(getFormattedTime(), "07:31:40:123456");
+    clockStandsAt.reset();
+}
+
+TEST(FormattedTime, EveryCallOfEveryThreadOverwritesTheSameBuffer)
+{
+    const void* const first = getFormattedTime();
+    EXPECT_EQ(static_cast<const void*>(getFormattedTime()), first);
+    const void* ofAnotherThread = nullptr;
+    std::thread([&ofAnotherThread] { ofAnotherThread = getFormattedTime(); }).join();
+    EXPECT_EQ(ofAnotherThread, first);
 }
 
 TEST(MicrosecondIncrease, NormalisesByTruncatingDivision)
