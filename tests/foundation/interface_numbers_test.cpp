@@ -1,6 +1,7 @@
 // The numbers that integrators, browser and scripts were compiled with: none may ever change.
 
 #include <gtest/gtest.h>
+#include <type_traits>
 
 #include "vesta_hbbtv_appman.h"
 
@@ -9,6 +10,26 @@
 using namespace VestaHbbTV;
 
 namespace {
+
+template <typename Enumeration, typename Underlying>
+constexpr bool isOf = std::is_same_v<std::underlying_type_t<Enumeration>, Underlying>;
+
+/// A value that is not listed is defined and handled, since the type is fixed.
+TEST(InterfaceNumbers, AreOfAFixedType)
+{
+    EXPECT_TRUE((isOf<HBBTV_EventType, int>));
+    EXPECT_TRUE((isOf<HBBTV_NotificationType, int>));
+    EXPECT_TRUE((isOf<HBBTV_ApplicationActionType, int>));
+    EXPECT_TRUE((isOf<HBBTV_XHR_Permission, int>));
+    EXPECT_TRUE((isOf<HBBTV_STATUS, int>));
+    EXPECT_TRUE((isOf<DSMCC_RESULT, unsigned int>));
+    EXPECT_TRUE((isOf<VEIF_RETURN, int>));
+    EXPECT_TRUE((isOf<TAVO_VESTA_EVENT, int>));
+    EXPECT_TRUE((isOf<TAVO_LOAD_STATUS, int>));
+    EXPECT_TRUE((isOf<TAVO_VIRTUAL_KEY, int>));
+    EXPECT_TRUE((isOf<TAVO_KEYBOARD_EVENT_TYPE, int>));
+    EXPECT_TRUE((isOf<LogLevel, int>));
+}
 
 TEST(InterfaceNumbers, OfIntegratorEvents)
 {
@@ -25,7 +46,6 @@ TEST(InterfaceNumbers, OfIntegratorEvents)
     EXPECT_EQ(E_LOW_MEMORY, 10);
     EXPECT_EQ(E_USER_AGENT_INFO, 11);
     EXPECT_EQ(E_SUPPORTED_PROFILES, 12);
-    EXPECT_EQ(sizeof(HBBTV_EventType), 4u);
 }
 
 TEST(InterfaceNumbers, OfNotifications)
@@ -43,7 +63,6 @@ TEST(InterfaceNumbers, OfNotifications)
     EXPECT_EQ(HBBTV_NOTIFICATION_HIDE_WINDOW, 10);
     EXPECT_EQ(HBBTV_NOTIFICATION_KEYSET_CHANGED, 11);
     EXPECT_EQ(HBBTV_NOTIFICATION_GET_FREE_MEMORY, 12);
-    EXPECT_EQ(sizeof(HBBTV_NotificationType), 4u);
 }
 
 TEST(InterfaceNumbers, OfAnswers)
@@ -55,9 +74,6 @@ TEST(InterfaceNumbers, OfAnswers)
     EXPECT_EQ(HBBTV_XHR_DENY, 1);
     EXPECT_EQ(HBBTV_XHR_CORE_DECIDES, 2);
     EXPECT_EQ(HBBTV_STATUS_OK, 0);
-    EXPECT_EQ(sizeof(HBBTV_ApplicationActionType), 4u);
-    EXPECT_EQ(sizeof(HBBTV_XHR_Permission), 4u);
-    EXPECT_EQ(sizeof(HBBTV_STATUS), 4u);
 }
 
 TEST(InterfaceNumbers, OfThePlatform)
@@ -87,7 +103,6 @@ TEST(InterfaceNumbers, OfBrowserEvents)
     EXPECT_EQ(TAVO_VESTA_EVT_XML_PARSE_FAILED, 128);
     EXPECT_EQ(TAVO_VESTA_EVT_XHR_PERMISSION, 162);
     EXPECT_EQ(TAVO_LOAD_CONNECTION_FAILED, 3);
-    EXPECT_EQ(sizeof(TAVO_VESTA_EVENT), 4u);
 }
 
 TEST(InterfaceNumbers, OfKeys)
@@ -117,7 +132,6 @@ TEST(InterfaceNumbers, OfKeys)
     EXPECT_EQ(TAVO_VK_INFO, 457);
     EXPECT_EQ(TAVO_VK_BACK, 461);
     EXPECT_EQ(TAVO_VK_PLAY_PAUSE, 463);
-    EXPECT_EQ(sizeof(TAVO_VIRTUAL_KEY), 4u);
 }
 
 TEST(InterfaceNumbers, OfLogLevels)
