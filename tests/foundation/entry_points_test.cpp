@@ -24,6 +24,7 @@ pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 int signalCount = 0;  // guarded by the mutex, if the library keeps its word
 bool isMutexHeld = true;
+std::function<void()> whenSignalled;
 
 }  // namespace
 
@@ -39,6 +40,8 @@ int __wrap_pthread_cond_signal(pthread_cond_t* signalled)
             isMutexHeld = false;
             pthread_mutex_unlock(&mutex);
         }
+        if (whenSignalled)
+            whenSignalled();
     }
     return __real_pthread_cond_signal(signalled);
 }
@@ -79,6 +82,7 @@ protected:
         whenReceived = {};
         signalCount = 0;
         isMutexHeld = true;
+        whenSignalled = {};
     }
 
     ~EntryPoints() override
@@ -286,6 +290,17 @@ TEST_F(EntryPoints, EverySentEventSignalsTheConditionOnceUnderItsMutex)
     EXPECT_TRUE(isMutexHeld);
     EXPECT_EQ(pthread_mutex_trylock(&mutex), 0) << "and the mutex is free again";
     pthread_mutex_unlock(&mutex);
+}
+
+TEST_F(EntryPoints, AnEventCanRunAsSoonAsItIsSignalled)
+{
+    init();
+    vesta_hbbtv_set_sendevent_condition(&condition, &mutex);
+    whenSignalled = [] { EXPECT_TRUE(vesta_hbbtv_tick()); };  // as by a thread that is awake
+    vesta_hbbtv_send_event(E_DSMCC_STREAM_EVENT, message("first"));
+    vesta_hbbtv_send_event(E_DSMCC_STREAM_EVENT, message("second"));
+    EXPECT_EQ(received, Lines({"first", "second"}));
+    whenSignalled = {};
 }
 
 TEST_F(EntryPoints, NullForConditionOrMutexSwitchesTheWakeUpOff)
