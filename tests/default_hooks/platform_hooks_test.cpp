@@ -51,7 +51,7 @@ TEST_F(DefaultHooks, StartingAndStoppingDoesNothing)
     EXPECT_EQ(Journal::instance().lines(), Lines());
 }
 
-TEST_F(DefaultHooks, FilesAreReadyAndEmpty)
+TEST_F(DefaultHooks, FileHooksSucceedAndLeaveTheirResultsUntouched)
 {
     char place = 'x';
     char* text = &place;
