@@ -19,18 +19,14 @@ option(VESTA_BUILD_RECEIVER "Build the reference receiver (libdvbpsi, zlib, libx
 if(VESTA_BUILD_RECEIVER)
   file(GLOB receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")
   list(FILTER receiver_sources EXCLUDE REGEX "/main\\.cpp$")
-  if(receiver_sources)
-    add_library(vesta_receiver_objects OBJECT ${receiver_sources})
-    target_include_directories(vesta_receiver_objects SYSTEM PUBLIC
-      "${DVBPSI_INCLUDE_DIR}" "${EDITLINE_INCLUDE_DIR}")
-    target_link_libraries(vesta_receiver_objects PUBLIC
-      vesta_hbbtv_appman "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
-      nlohmann_json::nlohmann_json Threads::Threads)
-    vesta_own_code(vesta_receiver_objects)
-  endif()
-  if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/receiver/main.cpp")
-    add_executable(vesta_receiver receiver/main.cpp)
-    target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)
-    vesta_own_code(vesta_receiver)
-  endif()
+  add_library(vesta_receiver_objects OBJECT ${receiver_sources})
+  target_include_directories(vesta_receiver_objects SYSTEM PUBLIC
+    "${DVBPSI_INCLUDE_DIR}" "${EDITLINE_INCLUDE_DIR}")
+  target_link_libraries(vesta_receiver_objects PUBLIC
+    vesta_hbbtv_appman "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
+    nlohmann_json::nlohmann_json Threads::Threads)
+  vesta_own_code(vesta_receiver_objects)
+  add_executable(vesta_receiver receiver/main.cpp)
+  target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)
+  vesta_own_code(vesta_receiver)
 endif()
