@@ -34,7 +34,7 @@ inline void send(const Outgoing& event)
 Outgoing tableSection(const unsigned char* section, size_t size, unsigned originalNetworkId,
                       unsigned transportStreamId, unsigned serviceId);
 
-/// The service has no AIT any more.
+/// The service has no AIT: it went away, or a service was tuned to that has none.
 Outgoing tableGone();
 
 /// A file that was pending is there now, or will not come.

@@ -92,6 +92,12 @@ HBBTV_STATUS Integrator::listen(HBBTV_NotificationType type, HBBTV_NotificationD
     return HBBTV_STATUS_OK;
 }
 
+void Integrator::forgetTable()
+{
+    if (current)
+        current->table_.clear();
+}
+
 void Integrator::handle(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 {
     switch (type) {

@@ -49,6 +49,9 @@ public:
 
     /// The applications of the last table and their URLs, for people; empty without a table.
     const std::vector<std::string>& table() const { return table_; }
+    /// The service changed: the table that was told last is void. Does nothing without an
+    /// integrator.
+    static void forgetTable();
 
     /// The application that runs in a browser window; null for none.
     const RunningApplication* applicationOf(const TAVO_VestaWindow* window) const;

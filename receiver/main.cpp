@@ -74,7 +74,9 @@ int play(const Options& options, EventLog& log)
         std::cerr << "vesta_receiver: " << session.problem() << "\n";
     if (options.extract.empty() || code == exitUnreadable)
         return code;
-    return extractFiles(middleware.carousels(), options.extract, log) ? code : exitUnreadable;
+    if (extractFiles(middleware.carousels(), options.extract, log))
+        return code;
+    return complain(options.extract + ": not all files could be written", exitUnreadable);
 }
 
 }  // namespace
@@ -84,7 +86,7 @@ int main(int argc, char** argv)
     std::string problem;
     std::optional<Options> options = parseOptions(argc, argv, problem);
     if (!options)
-        return complain(problem + "\nTry vesta_receiver --help.", exitUsage);
+        return complain(problem + " (--help lists the options)", exitUsage);
     if (options->help) {
         std::cout << usage();
         return exitSuccess;

@@ -316,26 +316,36 @@ void Middleware::pmtReceived(const Service& service, const SectionBytes& section
 void Middleware::joinService(const Service& service, const SectionBytes& section)
 {
     const EventLog::Details details = {{"service", service.programNumber}};
-    if (tuned_)
-        log_.report(Source::Air, "streams",
-                    nameOf(service) + " has other streams now: " + streamCount(section), details);
-    else
+    const bool isNew = !tuned_;
+    if (isNew)
         log_.report(Source::Receiver, "tuned",
                     "tuned to " + nameOf(service) + ", " + streamCount(section), details);
+    else
+        log_.report(Source::Air, "streams",
+                    nameOf(service) + " has other streams now: " + streamCount(section), details);
     tuned_ = service;
     wanted_ = service.programNumber;
     clockPid_ = readClockPid(section);
     const std::vector<StreamDescription> streams = readStreamDescriptions(section);
-    const bool hadTables = !filter_.pids().empty();
+    const bool hadTable = filter_.mayHaveTable();
     filter_.setStreams(streams);
-    if (hadTables && filter_.pids().empty()) {
-        log_.report(Source::Air, "ait-gone", nameOf(service) + " signals no applications any more",
-                    details);
-        outgoing_.push_back(tableGone());
-        told_.clear();
-    }
+    if ((hadTable || isNew) && !filter_.mayHaveTable())
+        sayThatThereIsNoTable(hadTable);
     carousels_.join(service, streams);
     updateSubscriptions();
+}
+
+/// The application of a table that has gone, or of the service before, is to stop: no table will
+/// say so. @param wasThere whether this service had one before
+void Middleware::sayThatThereIsNoTable(bool wasThere)
+{
+    const char* const what = filter_.pids().empty() ? "applications" : "HbbTV applications";
+    log_.report(Source::Air, wasThere ? "ait-gone" : "no-ait",
+                nameOf(*tuned_) + " signals no " + what + (wasThere ? " any more" : ""),
+                {{"service", tuned_->programNumber}});
+    outgoing_.push_back(tableGone());
+    told_.clear();
+    heldBack_.clear();
 }
 
 /// Listens to what the service needs now, and to nothing else.

@@ -93,6 +93,7 @@ private:
     std::string remarkAtEnd() const;
     void retune(uint16_t serviceId);
     void joinService(const Service& service, const SectionBytes& pmt);
+    void sayThatThereIsNoTable(bool wasThere);
     void updateSubscriptions();
     void leaveService();
     void takeTableSection(uint16_t pid, const SectionBytes& section);

@@ -8,6 +8,7 @@
 
 #include "receiver/carousel_path.h"
 #include "receiver/event_log.h"
+#include "receiver/integrator.h"
 #include "receiver/service_carousels.h"
 
 namespace receiver {
@@ -143,6 +144,7 @@ void hbbtv_ait_stop(void)
 
 void hbbtv_ait_invalidate(void)
 {
+    receiver::Integrator::forgetTable();
     report("invalidate", "tables of the former service are void");
 }
 

@@ -24,11 +24,14 @@ void TableFilter::setStreams(const std::vector<StreamDescription>& streams)
     pids_.clear();
     seen_.clear();
     chosen_.reset();
+    mayHaveTable_ = false;
     for (const StreamDescription& stream : streams) {
         if (!stream.mayCarryApplicationInformation())
             continue;
         pids_.push_back(stream.pid);
-        if (!chosen_ && isSaidToCarryHbbTV(stream))
+        const bool isSaid = isSaidToCarryHbbTV(stream);
+        mayHaveTable_ = mayHaveTable_ || isSaid || stream.applicationTypes.empty();
+        if (!chosen_ && isSaid)
             chosen_ = stream.pid;
     }
     // What was found out by listening still holds where the PMT does not say.

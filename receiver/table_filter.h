@@ -25,6 +25,10 @@ public:
     const std::vector<uint16_t>& pids() const { return pids_; }
     bool isOnPid(uint16_t pid) const;
 
+    /// Whether there may be an HbbTV table: not when the PMT lists no PID for tables, or says of
+    /// each that other types come there.
+    bool mayHaveTable() const { return mayHaveTable_; }
+
     /// @param section from one of the PIDs, with a correct CRC_32
     /// @return why it is left out; empty when it is to be sent
     std::string reasonAgainst(uint16_t pid, const SectionBytes& section);
@@ -33,6 +37,7 @@ private:
     std::string reasonAgainstPid(uint16_t pid, const SectionBytes& section);
 
     std::vector<uint16_t> pids_;
+    bool mayHaveTable_ = false;
     std::optional<uint16_t> chosen_;                    // the PID whose table is taken
     std::set<std::pair<uint16_t, SectionBytes>> seen_;  // while none is chosen
 };

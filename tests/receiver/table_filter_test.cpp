@@ -35,6 +35,22 @@ TEST(TableFilter, ListensToStreamsOfPrivateSectionsAlone)
     EXPECT_TRUE(filter.pids().empty());
 }
 
+TEST(TableFilter, ThereMayBeATableUnlessThePmtNamesOtherTypesAlone)
+{
+    TableFilter filter;
+    EXPECT_FALSE(filter.mayHaveTable());
+    filter.setStreams({stream(1)});
+    EXPECT_TRUE(filter.mayHaveTable());
+    filter.setStreams({stream(1, {1}), stream(2, {}, 0x1B)});
+    EXPECT_FALSE(filter.mayHaveTable());
+    filter.setStreams({stream(1, {1}), stream(2, {1, hbbtv})});
+    EXPECT_TRUE(filter.mayHaveTable());
+    filter.setStreams({stream(1, {1}), stream(2)});
+    EXPECT_TRUE(filter.mayHaveTable());
+    filter.setStreams({});
+    EXPECT_FALSE(filter.mayHaveTable());
+}
+
 TEST(TableFilter, LetsHbbTVTablesInForceThroughAlone)
 {
     TableFilter filter;

@@ -182,6 +182,23 @@ Bytes movingTable()
     return stream.bytes();
 }
 
+/// A service with a table, one without, and one whose table is of another type.
+Bytes servicesWithoutTable()
+{
+    Stream stream;
+    stream.services({"First", "Plain", "Other"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(pmtPid, makePmt(2, 0, {{0x1B, 0x300, {}}}));
+    stream.add(pmtPid, makePmt(3, 0, {{0x05, 0x201, signalling(1)}}));
+    const Bytes applications = application(1, autostart, "http://one.example/");
+    for (int round = 0; round < 3; ++round) {
+        stream.add(0x200, table(0, applications)).add(0x201, table(0, {}, 1)).pause();
+        stream.add(pmtPid, makePmt(2, 0, {{0x1B, 0x300, {}}}));
+    }
+    stream.add(pmtPid, makePmt(2, 1, {{0x1B, 0x301, {}}})).pause();
+    return stream.bytes();
+}
+
 Bytes noTable()
 {
     Stream stream;
@@ -222,7 +239,7 @@ int main(int argc, char** argv)
         {"two-services", twoServices()}, {"killed-application", killedApplication()},
         {"fallback", fallback()},        {"several-tables", severalTables()},
         {"moving-table", movingTable()}, {"no-table", noTable()},
-        {"no-network", noNetwork()},
+        {"no-network", noNetwork()},     {"services-without-table", servicesWithoutTable()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;

@@ -19,12 +19,15 @@ fail() {
     failures=$((failures + 1))
 }
 
-# expect CODE TEXT ARGUMENT...: the exit code, and something that stdout or stderr says.
+# expect CODE TEXT ARGUMENT...: the exit code, and something that stdout or stderr says; the last
+# line of stderr says why it is not 0.
 expect() {
     local code=$1 text=$2 actual
     shift 2
-    timeout 60 "$receiver" "$@" >"$work/out" 2>&1 </dev/null
+    timeout 60 "$receiver" "$@" >"$work/out" 2>"$work/err" </dev/null
     actual=$?
+    [[ $code -eq 0 ]] || tail -n 1 "$work/err" | grep -q "^vesta_receiver: " || fail "does not say why at last: $*"
+    cat "$work/err" >>"$work/out"
     [[ $actual -eq $code ]] || fail "exit code $actual, not $code: $*"
     ! grep -q "Sanitizer\|runtime error:" "$work/out" || fail "a sanitizer complains: $*"
     grep -qF -- "$text" "$work/out" || fail "does not say '$text': $*"
@@ -37,7 +40,7 @@ script() {
 wrong_usage() {
     expect 1 "which transport stream?"
     expect 1 "one transport stream at a time" "$station" "$station"
-    expect 1 "--bogus: no such option" --bogus "$station"
+    expect 1 "--bogus: no such option (--help lists" --bogus "$station"
     expect 1 "--speed wants a value" --speed
     expect 1 "--speed wants a factor" --speed fast "$station"
     expect 1 "--loop wants a file" --loop -
@@ -66,7 +69,7 @@ unreadable_input() {
     expect 2 "cannot be read" --script "$work" "$station"
     expect 2 "cannot be written" --trace "$work/no/trace" "$station"
     : >"$work/file"
-    expect 2 "could not be written" --extract "$work/file" "$station"
+    expect 2 "file: not all files could be written" --extract "$work/file" "$station"
 }
 
 expectations() {
@@ -106,6 +109,10 @@ odd_streams() {
     expect 0 "no clock in the stream" --speed 100 "$station"
     expect 0 "signals no applications (no AIT)" --service 1 "$streams/no-table.ts"
     expect 0 "no service of the stream signals applications" "$streams/no-table.ts"
+    script zapped "wait running a.1" "zap Plain" "wait stopped" "status"
+    expect 0 "service 2 \"Plain\" signals no applications" --script "$work/zapped" --service 1 \
+        --site "http://one.example=$here/site/one" "$streams/services-without-table.ts"
+    [[ $(grep -c "^  none$" "$work/out") -eq 3 ]] || fail "status shows more than nothing"
     expect 0 "[      Window]" --log debug "$station"
 }
 
