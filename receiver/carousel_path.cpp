@@ -48,9 +48,8 @@ std::vector<std::string> splitAtDots(const std::string& text)
 
 std::optional<CarouselPath> parseCarouselPath(const std::string& text)
 {
-    const std::string name = text.substr(0, text.find_first_of("?#"));
-    const size_t slash = std::min(name.find('/'), name.size());
-    const std::vector<std::string> ids = splitAtDots(name.substr(0, slash));
+    const size_t end = std::min(text.find_first_of("/?#"), text.size());
+    const std::vector<std::string> ids = splitAtDots(text.substr(0, end));
     if (ids.size() != 4)
         return std::nullopt;
     const std::optional<unsigned> network = hexNumber(ids[0], 0xFFFF);
@@ -66,8 +65,13 @@ std::optional<CarouselPath> parseCarouselPath(const std::string& text)
         path.transportStreamId = static_cast<uint16_t>(*transport);
     path.serviceId = static_cast<uint16_t>(*service);
     path.componentTag = static_cast<uint8_t>(*componentTag);
-    path.path = slash < name.size() ? name.substr(slash + 1) : "";
+    path.path = text.substr(end + (end < text.size() && text[end] == '/' ? 1 : 0));
     return path;
+}
+
+std::string withoutQuery(const std::string& path)
+{
+    return path.substr(0, path.find_first_of("?#"));
 }
 
 }  // namespace receiver

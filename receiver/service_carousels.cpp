@@ -133,17 +133,16 @@ std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Answer> answers;
     for (auto entry = pending_.begin(); entry != pending_.end();) {
-        std::string problem;
-        const Lookup lookup = find(entry->second.path, problem);
+        const auto [lookup, path] = find(entry->second.path);
         if (lookup.result == Lookup::Result::Pending) {
             ++entry;
             continue;
         }
         const bool ready = lookup.result == Lookup::Result::Ready;
         if (ready)
-            open_[entry->first] = {entry->second.path.path, lookup.file, 0};
+            open_[entry->first] = {path, lookup.file, 0};
         report(ready ? "file-ready" : "file-error",
-               entry->second.name + ": " + (ready ? "it has come" : problem),
+               entry->second.name + ": " + (ready ? "it has come" : lookup.reason),
                {{"path", entry->second.name}});
         answers.push_back({entry->first, ready});
         entry = pending_.erase(entry);
@@ -171,9 +170,9 @@ const ObjectCarousel* ServiceCarousels::carouselOf(uint8_t componentTag) const
     return found == carousels_.end() ? nullptr : found->second.carousel.get();
 }
 
-Lookup ServiceCarousels::find(const CarouselPath& path, std::string& problem) const
+ServiceCarousels::Search ServiceCarousels::find(const CarouselPath& path) const
 {
-    Lookup nothing;
+    Search search = {{}, path.path};
     const bool isOfService =
         service_ && service_->programNumber == path.serviceId &&
         (!path.transportStreamId || *path.transportStreamId == service_->transportStreamId) &&
@@ -181,42 +180,48 @@ Lookup ServiceCarousels::find(const CarouselPath& path, std::string& problem) co
          path.originalNetworkId == service_->originalNetworkId.value_or(path.originalNetworkId));
     const ObjectCarousel* const carousel = isOfService ? carouselOf(path.componentTag) : nullptr;
     if (!carousel) {
-        problem = isOfService ? "no carousel with component tag " + hex(path.componentTag)
-                              : "not a carousel of the tuned service";
-        return nothing;
+        search.lookup.reason = isOfService
+                                   ? "no carousel with component tag " + hex(path.componentTag)
+                                   : "not a carousel of the tuned service";
+        return search;
     }
-    const Lookup lookup = carousel->find(path.path);
-    problem = lookup.reason;
-    return lookup;
+    search.lookup = carousel->find(search.path);
+    // A "?" that was escaped belongs to a name and looks like the one before a query by now.
+    const std::string beforeQuery = withoutQuery(path.path);
+    if (search.lookup.result == Lookup::Result::Error && beforeQuery != path.path)
+        search = {carousel->find(beforeQuery), beforeQuery};
+    return search;
 }
 
 unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::optional<CarouselPath> path = parseCarouselPath(text);
-    std::string problem = "not a carousel path";
+    const std::optional<CarouselPath> path = parseCarouselPath(text);
+    Search search;
     if (path)
-        path->path = withoutEscapes(path->path);
-    Lookup lookup = path ? find(*path, problem) : Lookup();
+        search = find(*path);
+    else
+        search.lookup.reason = "not a carousel path";
+    Lookup& lookup = search.lookup;
     if (lookup.result == Lookup::Result::Pending && hasEnded_) {
         lookup.result = Lookup::Result::Error;
-        problem += ", and the stream has ended";
+        lookup.reason += ", and the stream has ended";
     }
     forget(id);  // a browser may use an id again
     const EventLog::Details details = {{"path", text}};
     switch (lookup.result) {
     case Lookup::Result::Ready:
-        open_[id] = {path->path, lookup.file, 0};
+        open_[id] = {search.path, lookup.file, 0};
         report("file-ready", text + ": ready", details);
         return DSMCC_OK;
     case Lookup::Result::Pending:
         pending_[id] = {*path, text};
-        report("file-pending", text + ": pending, " + problem, details);
+        report("file-pending", text + ": pending, " + lookup.reason, details);
         return DSMCC_PENDING;
     case Lookup::Result::Error:
         break;
     }
-    report("file-error", text + ": " + problem, details);
+    report("file-error", text + ": " + lookup.reason, details);
     return DSMCC_ERROR;
 }
 

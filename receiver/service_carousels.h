@@ -92,8 +92,14 @@ private:
     };
 
     Reception makeReception(uint8_t tag);
+    /// What was found, and under which path.
+    struct Search {
+        Lookup lookup;
+        std::string path;
+    };
+
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
-    Lookup find(const CarouselPath& path, std::string& problem) const;
+    Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
     void reportNews(uint8_t tag, Reception& reception);

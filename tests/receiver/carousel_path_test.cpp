@@ -7,7 +7,7 @@ namespace {
 
 TEST(CarouselPath, IdsAreHexadecimalAndTheRestIsThePath)
 {
-    const auto path = parseCarouselPath("20fa.441.6dd0.a/x/y.html?q#f");
+    const auto path = parseCarouselPath("20fa.441.6dd0.a/x/y.html");
     ASSERT_TRUE(path);
     EXPECT_EQ(path->originalNetworkId, 0x20FA);
     EXPECT_EQ(path->transportStreamId, 0x0441);
@@ -16,13 +16,23 @@ TEST(CarouselPath, IdsAreHexadecimalAndTheRestIsThePath)
     EXPECT_EQ(path->path, "x/y.html");
 }
 
-TEST(CarouselPath, QueryAndFragmentAreNoPartOfThePath)
+TEST(CarouselPath, ThePathStaysAsItStands)
 {
-    EXPECT_EQ(parseCarouselPath("1.2.3.4/a?b/c")->path, "a");
-    EXPECT_EQ(parseCarouselPath("1.2.3.4/a#b?c")->path, "a");
-    EXPECT_EQ(parseCarouselPath("1.2.3.4/?a")->path, "");
-    EXPECT_EQ(parseCarouselPath("1.2.3.4?a/b")->path, "");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4/a?b/c#d")->path, "a?b/c#d");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4/?a")->path, "?a");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4?a/b")->path, "?a/b");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4#a")->path, "#a");
     EXPECT_EQ(parseCarouselPath("1.2.3.4/a%3Fb")->path, "a%3Fb");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4/")->path, "");
+    EXPECT_EQ(parseCarouselPath("1.2.3.4")->path, "");
+}
+
+TEST(CarouselPath, WithoutQueryEndsAtTheFirstMark)
+{
+    EXPECT_EQ(withoutQuery("a?b#c"), "a");
+    EXPECT_EQ(withoutQuery("a#b?c"), "a");
+    EXPECT_EQ(withoutQuery("?a"), "");
+    EXPECT_EQ(withoutQuery("a/b"), "a/b");
 }
 
 TEST(CarouselPath, TheTransportStreamMayBeLeftOut)

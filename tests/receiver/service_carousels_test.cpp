@@ -56,8 +56,11 @@ protected:
     /// Sends the carousel's directory, and with the second module its files.
     void feedGateway()
     {
-        const Bytes gateway = makeGateway(
-            "g", {{"index.html", fileIor("i")}, {"a b.css", fileIor("s")}, {"big", fileIor("b")}});
+        const Bytes gateway = makeGateway("g", {{"index.html", fileIor("i")},
+                                                {"a b.css", fileIor("s")},
+                                                {"big", fileIor("b")},
+                                                {"big?size=1", fileIor("i")},
+                                                {"50%41.js", fileIor("i")}});
         feed(makeDsi(makeIor({"srg", 1, "g"})));
         feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}, {2, uint32_t(files_.size())}},
                      4000));
@@ -124,7 +127,7 @@ TEST_F(ServiceCarouselsTest, AFileThatIsThereIsReadyAtOnce)
     feedGateway();
     feedFiles();
     std::string type;
-    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/a%20b.css?query#place", id(1)), DSMCC_OK);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/a b.css?query#place", id(1)), DSMCC_OK);
     EXPECT_EQ(carousels_.mimeType(id(1), type), DSMCC_OK);
     EXPECT_EQ(type, "text/x-css");  // as it is signalled
     EXPECT_EQ(read(id(1)), "b{}");
@@ -134,11 +137,42 @@ TEST_F(ServiceCarouselsTest, AFileThatIsThereIsReadyAtOnce)
     EXPECT_EQ(read(id(2)).size(), (size_t(1) << 20) + 5);
 }
 
+TEST_F(ServiceCarouselsTest, AQueryIsNoPartOfTheNameUnlessAFileIsCalledSo)
+{
+    feedGateway();
+    feedFiles();
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=1", id(1)), DSMCC_OK);
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=2", id(2)), DSMCC_OK);
+    EXPECT_EQ(read(id(2)).size(), (size_t(1) << 20) + 5);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big#size=1?x/y", id(3)), DSMCC_OK);
+    EXPECT_EQ(read(id(3)).size(), (size_t(1) << 20) + 5);
+    std::string type;
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/50%41.js?a.css", id(4)), DSMCC_OK);
+    EXPECT_EQ(carousels_.mimeType(id(4), type), DSMCC_OK);
+    EXPECT_EQ(type, "application/javascript");
+}
+
+TEST_F(ServiceCarouselsTest, APendingFileIsFoundUnderTheSameNameLater)
+{
+    feedGateway();
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=1", id(1)), DSMCC_PENDING);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/a b.css?size=1", id(2)), DSMCC_PENDING);
+    feedFiles();
+    EXPECT_EQ(answers(), (Answers{{1, true}, {2, true}}));
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(read(id(2)), "b{}");
+}
+
 TEST_F(ServiceCarouselsTest, WhatCannotBeHadIsAnError)
 {
     feedGateway();
     const std::pair<const char*, const char*> cases[] = {
         {"20fa.441.1.2a/nothing", "does not list"},
+        {"20fa.441.1.2a/nothing?index.html", "does not list"},
+        {"20fa.441.1.2a/a%20b.css", "does not list \"a%20b.css\""},  // it was decoded before
+        {"20fa.441.1.2a/in%64ex.html", "does not list"},
+        {"20fa.441.1.2a/?index.html", "names a directory"},
         {"20fa.441.1.2b/index.html", "no carousel with component tag 0x2b"},
         {"20fa.441.2.2a/index.html", "not a carousel of the tuned service"},
         {"20fa.442.1.2a/index.html", "not a carousel of the tuned service"},
@@ -275,7 +309,7 @@ TEST_F(ServiceCarouselsTest, StatusListsFilesWithTheirSizes)
     ASSERT_EQ(status.size(), 1u);
     EXPECT_EQ(status[0].componentTag, carouselTag);
     EXPECT_EQ(status[0].progress.modulesComplete, 2u);
-    EXPECT_EQ(status[0].files.size(), 3u);
+    EXPECT_EQ(status[0].files.size(), 5u);
     EXPECT_NE(out_.str().find("carousel 0x2a: 2 of 2 modules"), std::string::npos);
 }
 
