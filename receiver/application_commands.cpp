@@ -159,7 +159,7 @@ Outcome setKeySet(Session& session, const Words& words)
     const Application* const application = session.currentApplication();
     if (!application)
         return noApplication();
-    session.log().report(Source::User, "key-set", "the script asks for the keys " + words[1]);
+    session.log().report(Source::User, "keyset", "the script asks for the keys " + words[1]);
     double granted = 0;
     const int result =
         native_KeySetSetValue(Session::applicationIdOf(*application), *mask, &granted);
@@ -179,15 +179,28 @@ Outcome checkRequest(Session& session, const Words& words)
     data.url = application->url.c_str();
     data.second_url = target.c_str();
     int result = 0;
-    session.log().report(Source::User, "request", "the page asks for " + words[1]);
-    vesta_hbbtv_handle_notification(nullptr, application->window, TAVO_VESTA_EVT_XHR_PERMISSION,
-                                    &data, &result);
+    session.log().report(Source::User, "xhr", "the page asks for " + words[1]);
+    vesta_hbbtv_handle_notification(session.browser().handle(), application->window,
+                                    TAVO_VESTA_EVT_XHR_PERMISSION, &data, &result);
     // The answer comes in the slot of the request id.
     static const char* const answers[] = {"allowed", "denied", "left to the browser"};
     const auto answer = reinterpret_cast<uintptr_t>(data.request_id);
     const std::string text = result != 0 || answer > 2 ? "refused" : answers[answer];
     session.log().report(Source::Library, "request-answer", target + ": " + text,
                          {{"url", target}, {"permission", answer}, {"result", result}});
+    return Outcome::done();
+}
+
+Outcome subscribe(Session& session, const Words& words)
+{
+    const Application* const application = session.currentApplication();
+    if (!application)
+        return noApplication();
+    session.log().report(Source::User, "subscribe", "the script listens to " + words[1]);
+    const int result = native_BroadcastAddStreamEventListener(
+        words[1].c_str(), nullptr, nullptr, nullptr, nullptr, application->window->id);
+    if (result != VEIF_RETURN_OK)
+        return Outcome::failed("the application manager answered " + std::to_string(result));
     return Outcome::done();
 }
 

@@ -54,6 +54,8 @@ const std::vector<Command>& commands()
          setKeySet},
         {"xhr", "URL", "check an XMLHttpRequest of the current page", 1, 1, checkRequest},
         {"load", "URL", "load another carousel file as the current page", 1, 1, loadResource},
+        {"subscribe", "TARGET", "listen to stream events as the current application's script", 1, 1,
+         subscribe},
         {"http", "on|off", "switch broadband on or off", 1, 1, switchHttp},
         {"timeshift", "on|off", "switch time shift on or off", 1, 1, switchTimeShift},
         {"lowmemory", "", "tell that memory is low", 0, 0, lowMemory},

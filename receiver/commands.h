@@ -70,6 +70,7 @@ Outcome hideApplication(Session& session, const Words& words);
 Outcome pressKey(Session& session, const Words& words);
 Outcome setKeySet(Session& session, const Words& words);
 Outcome checkRequest(Session& session, const Words& words);
+Outcome subscribe(Session& session, const Words& words);
 Outcome loadResource(Session& session, const Words& words);
 /// @}
 

@@ -103,20 +103,32 @@ void ConsoleBrowser::cancelLoads(const TAVO_VestaWindow* window)
             ++load;
             continue;
         }
-        tasks_.push_back([id = load->first] { reportCancelled(id); });
+        tasks_.push_back([this, id = load->first] { cancel(id); });
         load = loads_.erase(load);
     }
 }
 
-void ConsoleBrowser::reportCancelled(void* id)
+/// The application manager knows a load, a finished one too, until it hears that it is over.
+void ConsoleBrowser::reportStopped(void* id)
 {
     TavoVestaEventData data = {};
     data.request_id = id;
     int result = 0;
-    VestaHbbTV::vesta_hbbtv_handle_notification(
-        nullptr, nullptr, TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP, &data, &result);
-    // The application manager forgets a load that is cancelled without a word to the platform.
+    notify(nullptr, TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP, data, &result);
+}
+
+void ConsoleBrowser::cancel(void* id)
+{
+    reportStopped(id);
+    // A load that is stopped between two calls is forgotten without a word to the platform.
     dsmcc_close_file(id);
+}
+
+/// Offers an event to the application manager. @return whether it consumed the event
+unsigned int ConsoleBrowser::notify(TAVO_VestaWindow* window, TAVO_VESTA_EVENT event,
+                                    TavoVestaEventData& data, int* result)
+{
+    return VestaHbbTV::vesta_hbbtv_handle_notification(handle(), window, event, &data, result);
 }
 
 void ConsoleBrowser::setVisible(TAVO_VestaWindow* window, bool visible)
@@ -151,8 +163,7 @@ void ConsoleBrowser::openPage(TAVO_VestaWindow* window)
 {
     TavoVestaEventData data = {};
     data.url = window->url.c_str();
-    VestaHbbTV::vesta_hbbtv_handle_notification(nullptr, window, TAVO_VESTA_EVT_URL_CHANGED, &data,
-                                                nullptr);
+    notify(window, TAVO_VESTA_EVT_URL_CHANGED, data);
     if (beginsWith(window->url, "dvb:"))
         startLoad(window, window->url, true);
     else
@@ -169,9 +180,7 @@ void ConsoleBrowser::startLoad(TAVO_VestaWindow* window, const std::string& url,
     data.url = url.c_str();
     data.request_id = id;
     int result = 0;
-    const unsigned int consumed = VestaHbbTV::vesta_hbbtv_handle_notification(
-        nullptr, window, TAVO_VESTA_EVT_PROTOCOL_LOADING_START, &data, &result);
-    if (consumed == 0 || result != 0)
+    if (notify(window, TAVO_VESTA_EVT_PROTOCOL_LOADING_START, data, &result) == 0 || result != 0)
         fail(id, httpNotFound);
 }
 
@@ -212,8 +221,7 @@ void ConsoleBrowser::reportFinished(TAVO_VestaWindow* window, int loadStatus,
     data.url = window->url.c_str();
     data.load_status = loadStatus;
     data.http_status = httpStatus;
-    VestaHbbTV::vesta_hbbtv_handle_notification(nullptr, window, TAVO_VESTA_EVT_LOADING_FINISHED,
-                                                &data, nullptr);
+    notify(window, TAVO_VESTA_EVT_LOADING_FINISHED, data);
 }
 
 int ConsoleBrowser::setMimeType(void* load, const std::string& type)
@@ -285,11 +293,10 @@ int ConsoleBrowser::fail(void* id, int status)
            {{"url", load->url}, {"status", status}});
     TAVO_VestaWindow* const window = load->window;
     if (load->isPage)
-        later(window, [window] {
+        later(window, [this, window] {
             TavoVestaEventData data = {};
             data.url = window->url.c_str();
-            VestaHbbTV::vesta_hbbtv_handle_notification(
-                nullptr, window, TAVO_VESTA_EVT_LOADING_FAILED, &data, nullptr);
+            notify(window, TAVO_VESTA_EVT_LOADING_FAILED, data);
         });
     endLoad(window);
     return 0;
@@ -301,10 +308,14 @@ void ConsoleBrowser::endLoad(TAVO_VestaWindow* window)
         window->loaded = true;
 }
 
+/// Takes out a load that has been answered, and has done with it towards the application manager.
 std::optional<ConsoleBrowser::Load> ConsoleBrowser::takeLoad(void* id)
 {
     auto found = loads_.extract(id);
-    return found ? std::optional<Load>(std::move(found.mapped())) : std::nullopt;
+    if (!found)
+        return std::nullopt;
+    tasks_.push_back([this, id] { reportStopped(id); });
+    return std::move(found.mapped());
 }
 
 ConsoleBrowser::Load* ConsoleBrowser::findLoad(void* id)

@@ -16,6 +16,15 @@
 #include "receiver/event_log.h"
 #include "receiver/sites.h"
 
+namespace receiver {
+class ConsoleBrowser;
+}
+
+/// The browser, for those who want a handle of it; opaque to the application manager.
+struct TAVO_Vesta {
+    receiver::ConsoleBrowser* engine;
+};
+
 /// The browser's windows; the application manager knows them by address alone.
 struct TAVO_VestaWindow {
     long id = 0;
@@ -36,6 +45,10 @@ class ConsoleBrowser : public BrowserEngine {
 public:
     ConsoleBrowser(EventLog& log, std::vector<Site> sites);
     ~ConsoleBrowser() override;
+
+    /// What the application manager is given as the browser: without one it lets no script
+    /// subscribe to stream events.
+    TAVO_Vesta* handle() { return &handle_; }
 
     /// Does the next thing that the browser has to do. @return false when there is none
     bool runTask();
@@ -88,7 +101,10 @@ private:
     void endLoad(TAVO_VestaWindow* window);
     void reportFinished(TAVO_VestaWindow* window, int loadStatus, unsigned short httpStatus);
     void cancelLoads(const TAVO_VestaWindow* window);
-    static void reportCancelled(void* id);
+    void reportStopped(void* id);
+    void cancel(void* id);
+    unsigned int notify(TAVO_VestaWindow* window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
+                        int* result = nullptr);
     void reportLoaded(TAVO_VestaWindow* window, const std::string& url, size_t size,
                       const std::string& mimeType, int status);
     std::optional<Load> takeLoad(void* id);
@@ -97,6 +113,7 @@ private:
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
 
+    TAVO_Vesta handle_ = {this};
     EventLog& log_;
     std::vector<Site> sites_;
     std::map<long, std::unique_ptr<TAVO_VestaWindow>> windows_;

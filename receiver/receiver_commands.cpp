@@ -65,7 +65,7 @@ Outcome switchTimeShift(Session& session, const Words& words)
 
 Outcome lowMemory(Session& session, const Words&)
 {
-    session.log().report(Source::User, "low-memory", "memory is low");
+    session.log().report(Source::User, "lowmemory", "memory is low");
     send({E_LOW_MEMORY, nullptr});
     return Outcome::done();
 }
@@ -88,7 +88,7 @@ Outcome setUserAgent(Session& session, const Words& words)
     if (!selector || *selector == 0)
         return Outcome::wrongUsage("expected 1 for HbbTV 1.1.1 or 2 for HbbTV 1.2.1, not " +
                                    words[1]);
-    session.log().report(Source::User, "user-agent", "user-agent information");
+    session.log().report(Source::User, "useragent", "user-agent information");
     auto* const record = newRecord<HBBTV_UserAgentEventData>();
     record->versionSelector = static_cast<unsigned short>(*selector);
     char** const fields[] = {&record->capabilities,    &record->vendorName,      &record->modelName,

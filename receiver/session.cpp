@@ -52,7 +52,7 @@ void Session::startLibrary()
 {
     // The order matters: the condition before any other thread sends, the window before any table.
     vesta_hbbtv_set_sendevent_condition(doorbell_.condition(), doorbell_.mutex());
-    vesta_hbbtv_init(nullptr);
+    vesta_hbbtv_init(browser_.handle());
     vesta_hbbtv_add_notification_listener(Integrator::listen);
     window_ = vesta_hbbtv_create_window();
     vesta_hbbtv_set_broadcast_window(window_);

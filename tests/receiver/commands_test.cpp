@@ -25,6 +25,7 @@ TEST(Commands, LinesThatAreNoCommandsAreSaidBeforeAScriptBegins)
         {"keyset", "expected: keyset MASK|RED+GREEN..."},
         {"xhr", "expected: xhr URL"},
         {"load", "expected: load URL"},
+        {"subscribe", "expected: subscribe TARGET"},
         {"http", "expected: http on|off"},
         {"timeshift on off", "expected: timeshift on|off"},
         {"lowmemory 1", "expected: lowmemory"},
@@ -98,6 +99,7 @@ TEST(Commands, WhatCannotBeDoneIsAnExpectationThatIsNotMet)
         {{"hide"}, "no application is running"},
         {{"keyset RED"}, "no application is running"},
         {{"xhr http://a.example/"}, "no application is running"},
+        {{"subscribe events"}, "no application is running"},
         {{"load a"}, "no application is running"},
         {{"show a.1"}, "no such application runs: a.1"},
         {{"zap 1"}, "no such service: 1; services lists them"},
@@ -133,6 +135,16 @@ TEST(Commands, TextsOfTheUserAgentMayHaveBlanks)
               exitSuccess);
     EXPECT_TRUE(played.says("user agent: HbbTV/1.1.1 (+PVR; A Maker; model; ; ; )"));
     EXPECT_TRUE(played.says("two words three"));
+}
+
+TEST(Commands, SubscriptionsReachThePlatform)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait loaded", "subscribe events/one", "subscribe dvb://1.2.3.4/two"}),
+              exitSuccess)
+        << played.problem();
+    EXPECT_TRUE(played.says("stream events of 20fa.441.6dd0.2a/events/one: not delivered"));
+    EXPECT_TRUE(played.says("stream events of 1.2.3.4/two: not delivered"));
 }
 
 TEST(Commands, ServicesAreZappedToByNumberInAnyFormOrByName)

@@ -3,7 +3,11 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
+#include "integration/oc_download_manager.h"
 #include "receiver/console_browser.h"
+#include "tests/receiver/support/played_session.h"
 
 namespace receiver {
 namespace {
@@ -91,6 +95,17 @@ TEST_F(ConsoleBrowserTest, TasksOfAWindowThatIsClosedOrGoesElsewhereAreDropped)
     EXPECT_TRUE(says("second.example/: no connection"));
 }
 
+TEST_F(ConsoleBrowserTest, ALoadThatFailedIsOverForTheApplicationManagerToo)
+{
+    void* const firstLoad = reinterpret_cast<void*>(uintptr_t(1));
+    OCDownloadManager* const downloads =
+        ConfigurationManager::getInstance()->getOCDownloadManager();
+    downloads->addDownload(firstLoad);
+    browser_.openURL(browser_.createWindow(), "dvb://1.2.3.4/index.html");
+    runTasks();
+    EXPECT_FALSE(downloads->downloadExists(firstLoad));
+}
+
 TEST_F(ConsoleBrowserTest, AResourceThatIsRefusedEndsTheLoadOfItsPage)
 {
     TAVO_VestaWindow* const window = browser_.createWindow();
@@ -142,6 +157,47 @@ TEST_F(ConsoleBrowserTest, TheBrowsersFunctionsLeadToIt)
     EXPECT_EQ(tavo_keyboard_evt(&event), 0);
     EXPECT_NE(tavo_keyboard_evt(nullptr), 0);
     EXPECT_TRUE(says("key RED down delivered"));
+}
+
+// Counts the lines of the log that hold a text.
+class LineCounter : public LoggingOutput {
+public:
+    LineCounter(std::string text, int& count)
+        : LoggingOutput(DEBUG), text_(std::move(text)), count_(count)
+    {
+    }
+    void output(LogEntry& entry) override
+    {
+        if (entry.stream().str().find(text_) != std::string::npos)
+            ++count_;
+    }
+
+private:
+    const std::string text_;
+    int& count_;
+};
+
+TEST(ConsoleBrowser, EveryLoadIsStoppedOnceWhateverBecameOfIt)
+{
+    int starts = 0;
+    int stops = 0;
+    int unknown = 0;
+    Logging::getInstance()->addOutput(
+        new LineCounter("TAVO_VESTA_EVT_PROTOCOL_LOADING_START", starts));
+    Logging::getInstance()->addOutput(
+        new LineCounter("TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP", stops));
+    Logging::getInstance()->addOutput(new LineCounter("Unrecognized id", unknown));
+    PlayedSession played;
+    // The page comes, one resource comes, one does not; at last the page is left while it loads.
+    EXPECT_EQ(
+        played.play({"wait loaded", "load css/style.css", "load nowhere.css", "wait loaded",
+                     "zap 28112", "wait window 2", "answer start keep", "destroy", "wait stopped"}),
+        exitSuccess)
+        << played.problem();
+    delete Logging::getInstance();
+    EXPECT_EQ(starts, 4);
+    EXPECT_EQ(stops, starts);
+    EXPECT_EQ(unknown, 0);
 }
 
 TEST(BrowserFunctions, FailWithoutABrowser)
