@@ -1,4 +1,5 @@
-# The reference receiver: built where its packages are found.
+# The reference receiver: built where its packages are found, unless VESTA_BUILD_RECEIVER says
+# otherwise. What was not said is decided anew by each configuration.
 
 find_path(DVBPSI_INCLUDE_DIR dvbpsi/dvbpsi.h)
 find_library(DVBPSI_LIBRARY dvbpsi)
@@ -7,14 +8,37 @@ find_package(LibXml2 QUIET)
 find_package(nlohmann_json 3 QUIET)
 find_path(EDITLINE_INCLUDE_DIR editline/readline.h)
 find_library(EDITLINE_LIBRARY edit)
-if(DVBPSI_INCLUDE_DIR AND DVBPSI_LIBRARY AND ZLIB_FOUND AND LibXml2_FOUND AND nlohmann_json_FOUND
-   AND EDITLINE_INCLUDE_DIR AND EDITLINE_LIBRARY AND NOT CMAKE_CROSSCOMPILING AND NOT VESTA_32BIT)
-  set(receiver_possible ON)
-else()
-  set(receiver_possible OFF)
+
+set(receiver_lacks "")
+if(NOT DVBPSI_INCLUDE_DIR OR NOT DVBPSI_LIBRARY)
+  list(APPEND receiver_lacks libdvbpsi)
 endif()
-option(VESTA_BUILD_RECEIVER "Build the reference receiver (libdvbpsi, zlib, libxml2, libedit, nlohmann_json)"
-       ${receiver_possible})
+if(NOT ZLIB_FOUND)
+  list(APPEND receiver_lacks zlib)
+endif()
+if(NOT LibXml2_FOUND)
+  list(APPEND receiver_lacks libxml2)
+endif()
+if(NOT nlohmann_json_FOUND)
+  list(APPEND receiver_lacks nlohmann_json)
+endif()
+if(NOT EDITLINE_INCLUDE_DIR OR NOT EDITLINE_LIBRARY)
+  list(APPEND receiver_lacks libedit)
+endif()
+list(JOIN receiver_lacks ", " receiver_lacks)
+
+if(NOT DEFINED VESTA_BUILD_RECEIVER)
+  set(VESTA_BUILD_RECEIVER OFF)  # not in the cache: that is the user's
+  if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING AND NOT VESTA_32BIT)
+    if(receiver_lacks STREQUAL "")
+      set(VESTA_BUILD_RECEIVER ON)
+    else()
+      message(STATUS "The reference receiver is left out: ${receiver_lacks} not found")
+    endif()
+  endif()
+elseif(VESTA_BUILD_RECEIVER AND NOT receiver_lacks STREQUAL "")
+  message(FATAL_ERROR "VESTA_BUILD_RECEIVER is on, but not found: ${receiver_lacks}")
+endif()
 
 if(VESTA_BUILD_RECEIVER)
   file(GLOB receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")
