@@ -1,0 +1,84 @@
+// What the integration guide shows and the receiver has no use for.
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
+#include "foundation/threadsafe_event_queue.h"
+#include "integration/application_events.h"
+#include "signalling/ait.h"
+
+namespace {
+
+using namespace VestaHbbTV;
+
+/// An HbbTV 1.1.1 application on a web server, as an XML AIT describes it.
+AITApplication* readApplication(AIT* table)
+{
+    auto* const entry = new AITApplication(table);
+    entry->setOrganisationId(0x0A);
+    entry->setApplicationId(1);
+    entry->setControlCode(AITApplication::AUTOSTART);
+    entry->setApplicationLocation("index.html");
+    ApplicationDescriptor descriptor;
+    descriptor.addPlatformProfile({0, 1, 1, 1});  // one without a profile is rejected
+    entry->setApplicationDescriptor(descriptor);
+    const ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);
+    transport->setProtocol(AITApplicationTransport::HTTP);
+    transport->setURLBase("http://a.example/");
+    entry->addTransport(transport);
+    return entry;
+}
+
+/// @param window a handle of the library; browser thread only
+void putXMLTableInForce(void* window)
+{
+    const ref_ptr<AIT> table(new AIT);
+    table->insertAITApplication(readApplication(table.get()));
+    ConfigurationManager::getInstance()->getEventQueue()->add(
+        new TAVOAITEvent(static_cast<Window*>(window), table));
+}
+
+std::vector<std::string> heard;
+
+HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (type == HBBTV_NOTIFICATION_AIT_UPDATE && data->ait.isXML)
+        heard.emplace_back("XML table");
+    if (type == HBBTV_NOTIFICATION_START_APPLICATION)
+        heard.push_back(data->application.url +
+                        std::string(data->application.broadcastRelated ? " related" : ""));
+    return HBBTV_STATUS_OK;
+}
+
+TEST(GuideSamples, AnXMLTableStartsItsApplication)
+{
+    heard.clear();
+    vesta_hbbtv_init(nullptr);
+    vesta_hbbtv_add_notification_listener(listen);
+    void* const window = vesta_hbbtv_create_window();
+    vesta_hbbtv_send_event(E_HTTP_AVAILABLE, nullptr);
+    putXMLTableInForce(window);
+    while (vesta_hbbtv_tick()) {
+    }
+    vesta_hbbtv_shutdown();
+    EXPECT_EQ(heard, (std::vector<std::string>{"XML table", "http://a.example/index.html"}));
+}
+
+TEST(GuideSamples, TheLogIsSeenOnceThereIsASink)
+{
+    testing::internal::CaptureStdout();
+    Logging::getInstance()->addOutput(new LoggingOutputStdout(LOG));
+    LogEntry(LOG, "Guide") << "seen";
+    LogEntry(DEBUG, "Guide") << "left out";
+    delete Logging::getInstance();
+    const std::string text = testing::internal::GetCapturedStdout();
+    EXPECT_NE(text.find("seen"), std::string::npos) << text;
+    EXPECT_EQ(text.find("left out"), std::string::npos) << text;
+}
+
+}  // namespace
