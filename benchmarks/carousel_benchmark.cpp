@@ -65,7 +65,7 @@ void download(benchmark::State& state)
     FakePlatform& platform = FakePlatform::instance();
     browser.reset();
     platform.reset();
-    browser.journalling = platform.journalling = false;
+    browser.journalling = platform.journalling = platform.copiesReads = false;
     browser.sink = [buffer = browserBuffer().data()](const char* bytes, unsigned int length) {
         std::memcpy(buffer, bytes, length);
         benchmark::ClobberMemory();

@@ -83,7 +83,7 @@ unsigned int reportLoadFailed(const BrowserEvent& event)
 unsigned int handleLoadingFinished(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_LOADING_FINISHED");
-    // Deliberate: an error page that the server sent is a failed load.
+    // Deliberate: a page that the server did not find is a failed load.
     if (event.data->load_status == TAVO_LOAD_CONNECTION_FAILED ||
         event.data->http_status == statusNotFound) {
         log(ERR, module, "TAVO_LOAD_CONNECTION_FAILED");

@@ -2,15 +2,19 @@
 #ifndef VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
 #define VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
 
-#include <set>
+#include <map>
 
 namespace VestaHbbTV {
 
 class HbbTVDVBURL;
 
-/// Knows the loads in progress by their ids: the browser's handle of the protocol load, which also
-/// names the file towards the platform. Browser thread only; survives its own destruction by
-/// whatever the platform and the browser do when they are called.
+/// Knows the loads by their ids, those that have ended, too, until the browser stops them. An id is
+/// the browser's handle of the protocol load and also names the file towards the platform. Browser
+/// thread only.
+///
+/// The platform and the browser may call back whenever they are called: cancel a load, start it
+/// anew, report its file once more, or shut the library down. Whoever was answering a load that
+/// another call has ended or taken over meanwhile lets go of it.
 class OCDownloadManager {
 public:
     void addDownload(void* id);
@@ -20,8 +24,7 @@ public:
     /// Asks the platform for a file and streams it to the browser, now or when the platform says
     /// that it is ready.
     /// @param url an absolute `dvb:` URL @param id the load
-    /// @return 0 the file is pending, 1 it was delivered, or nobody waits for it any more, 2 it
-    /// failed
+    /// @return 0 the file is pending, 1 it was delivered or nobody waits for it, 2 it failed
     unsigned int startDownload(HbbTVDVBURL* url, void* id);
 
     /// The browser cancelled a load; the platform is not told. @return false for an unknown id
@@ -42,7 +45,13 @@ public:
     void handleDownloadFailed(void* id);
 
 private:
-    std::set<void*> downloads_;
+    class Answer;
+
+    unsigned long turnOf(void* id) const;
+
+    /// The loads, each with its turn: another one begins when it is started and when it is
+    /// answered.
+    std::map<void*, unsigned long> downloads_;
 };
 
 }  // namespace VestaHbbTV

@@ -46,6 +46,8 @@ unsigned int FakePlatform::call(const char* hook, const std::string& line)
 
 unsigned int FakePlatform::answer(const char* hook)
 {
+    if (whileIn.empty() && results.empty())
+        return 0;
     const auto action = whileIn.find(hook);
     if (action != whileIn.end())
         std::function<void()>(action->second)();
@@ -95,7 +97,7 @@ unsigned int dsmcc_get_file(const char* path, void* id)
 {
     FakePlatform& platform = FakePlatform::instance();
     platform.callForLoad("dsmcc_get_file", id, quoted(path));
-    platform.open[id] = {path, 0};
+    platform.open[id] = {path, 0, nullptr};
     const FakePlatform::File* const file = platform.fileOf(id);
     return file ? file->getFileResult : static_cast<unsigned int>(DSMCC_ERROR);
 }
@@ -122,20 +124,23 @@ unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length)
         return DSMCC_UNKNOWN_ID;
     if (file->readResult)
         return *file->readResult;
-    size_t& position = platform.open[id].position;
-    if (position >= file->failReadAfter)
+    FakePlatform::OpenFile& opened = platform.open[id];
+    opened.lent.reset();
+    if (opened.position >= file->failReadAfter)
         return DSMCC_ERROR;
-    const size_t left = file->bytes.size() - position;
+    const size_t left = file->bytes.size() - opened.position;
     const size_t count = file->readSize ? std::min(left, file->readSize) : left;
     if (count == 0 && file->endsUntouched)
         return DSMCC_OK;
-    if (platform.journalling) {
-        platform.lastRead = file->bytes.substr(position, count);
-        *buffer = platform.lastRead.data();
-    } else {
-        *buffer = const_cast<char*>(file->bytes.data()) + position;  // nobody pays for a copy
+    *buffer = const_cast<char*>(file->bytes.data()) + opened.position;
+    if (platform.copiesReads) {
+        opened.lent.reset(new char[count]);
+        std::copy_n(*buffer, count, opened.lent.get());
+        *buffer = opened.lent.get();
     }
-    position += count;
+    if (file->lendsNothing)
+        *buffer = nullptr;
+    opened.position += count;
     *length = static_cast<unsigned int>(count);
     return DSMCC_OK;
 }

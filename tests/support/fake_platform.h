@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +29,7 @@ public:
         std::optional<unsigned int> readResult;  ///< of every read
         size_t failReadAfter = static_cast<size_t>(-1);  ///< bytes after which reading fails
         bool endsUntouched = false;  ///< the read at the end leaves buffer and length alone
+        bool lendsNothing = false;   ///< reads give a length, and no buffer
     };
     std::map<std::string, File> files;
 
@@ -47,9 +49,12 @@ public:
     struct OpenFile {
         std::string path;
         size_t position = 0;
+        std::unique_ptr<char[]> lent;  ///< what the latest read gave, until the next one
     };
     std::map<void*, OpenFile> open;
-    std::string lastRead;
+
+    /// Whether each read lends a block of its own; benchmarks do not pay for copies.
+    bool copiesReads = true;
 
     /// The loads that the file hooks named, one entry a call.
     std::vector<void*> ids;

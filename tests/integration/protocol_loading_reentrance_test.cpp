@@ -1,0 +1,149 @@
+// Loads that meet: whoever is called while a file is streamed does something to this load, or to
+// another.
+
+#include "lifecycle/window.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+char load;
+char otherLoad;
+
+const char readA[] = "dsmcc_get_file(1.2.3.4/a)";
+const char readB[] = "dsmcc_get_file(1.2.3.4/b)";
+const char mime[] = "dsmcc_get_mime_type()";
+const char read[] = "dsmcc_read()";
+const char finished[] = "ve_protocol_finished(200)";
+const char failed[] = "ve_protocol_failed(404)";
+const char closed[] = "dsmcc_close_file()";
+const char bigWrite[] = "ve_protocol_write(130048)";
+
+/// The file a takes three writes, the file b one.
+class MeetingLoads : public LibraryTest {
+protected:
+    MeetingLoads()
+    {
+        startApplication(AITEntry(1, 1).carousel(1, 4).location("dir/index.html"));
+        platform().files["1.2.3.4/a"].bytes = std::string(300000, 'a');
+        platform().files["1.2.3.4/b"].bytes = std::string(5, 'b');
+    }
+
+    static void onceIn(const char* function, const std::function<void()>& action)
+    {
+        browser().whileIn[function] = [function, action] {
+            browser().whileIn.erase(function);
+            action();
+        };
+    }
+
+    void start(const char* url, void* id = &load)
+    {
+        TavoVestaEventData data = {};
+        data.url = url;
+        data.request_id = id;
+        EXPECT_EQ(notify(TAVO_VESTA_EVT_PROTOCOL_LOADING_START, 1, data), 1u);
+    }
+
+    void stop()
+    {
+        TavoVestaEventData data = {};
+        data.request_id = &load;
+        EXPECT_EQ(notify(TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP, 1, data), 1u);
+    }
+
+    static void report(HBBTV_EventType type)
+    {
+        send(type, downloadRecord(&load));
+        tickAll();
+    }
+
+    static FakePlatform::File& fileB() { return platform().files["1.2.3.4/b"]; }
+};
+
+TEST_F(MeetingLoads, AnotherLoadInTheMiddleLeavesThisOneAlone)
+{
+    onceIn("ve_protocol_write", [&] { start("dvb://1.2.3.4/b", &otherLoad); });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(browser().written[&load], std::string(300000, 'a'));
+    EXPECT_EQ(browser().written[&otherLoad], "bbbbb");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB, mime, read,
+                                "ve_protocol_write(5)", read, finished, closed, bigWrite,
+                                "ve_protocol_write(39904)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, ALoadThatIsStoppedAndStartedAnewGetsTheNewFileOnly)
+{
+    onceIn("ve_protocol_write", [&] {
+        stop();
+        start("dvb://1.2.3.4/b");
+    });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB, mime, read,
+                                "ve_protocol_write(5)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndPendingAwaitsItsOwnFile)
+{
+    fileB().getFileResult = DSMCC_PENDING;
+    onceIn("ve_protocol_write", [&] { start("dvb://1.2.3.4/b"); });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB}));
+    report(E_DSMCC_FILE_READY);
+    EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, ALoadThatIsStartedAnewInItsLastAnswerKeepsItsNewFileOpen)
+{
+    fileB().getFileResult = DSMCC_PENDING;
+    for (const char* const answer : {"ve_protocol_finished", "ve_protocol_failed"}) {
+        platform().files["1.2.3.4/a"] = {"a", 0, 0, {}, 0, {}};
+        if (answer == std::string("ve_protocol_failed"))
+            platform().files["1.2.3.4/a"].readResult = DSMCC_ERROR;
+        onceIn(answer, [&] {
+            stop();
+            start("dvb://1.2.3.4/b");
+        });
+        start("dvb://1.2.3.4/a");
+        EXPECT_EQ(journal().back(), readB);
+        EXPECT_EQ(platform().open[&load].path, "1.2.3.4/b");
+    }
+}
+
+TEST_F(MeetingLoads, AFileThatIsReportedOnceMoreIsFinishedOnce)
+{
+    onceIn("ve_protocol_write", [] { report(E_DSMCC_FILE_READY); });
+    platform().files["1.2.3.4/a"].readSize = 150000;
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, mime, read, bigWrite,
+                                "ve_protocol_write(19952)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, AFileThatIsGivenUpInTheMiddleIsFailedOnce)
+{
+    onceIn("ve_protocol_write", [] { report(E_DSMCC_FILE_ERROR); });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, failed, closed}));
+}
+
+TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
+{
+    onceIn("ve_protocol_write", [] {
+        vesta_hbbtv_shutdown();
+        vesta_hbbtv_init(browser().handle());
+    });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(browser().writeSizes[&load], std::vector<unsigned int>({130048}));
+    EXPECT_EQ(journal().back(), "dsmcc_start()");
+}
+
+TEST_F(MeetingLoads, BytesWithoutABufferAreAFailure)
+{
+    platform().files["1.2.3.4/a"].lendsNothing = true;
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, failed, closed, failed, closed}));
+}
+
+}  // namespace
