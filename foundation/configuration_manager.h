@@ -29,9 +29,12 @@ public:
     ~ConfigurationManager();
 
     /// Makes a fresh download manager and queue and asks the integrator for the key sets. What an
-    /// earlier call made is deleted.
+    /// earlier call made is deleted. The integrator may shut the library down when it is asked:
+    /// this object is gone then.
+    /// @param browser stored as given, may be null
     void init(TAVO_Vesta* browser);
 
+    /// The browser given to init(); may be null.
     TAVO_Vesta* getBrowser() const { return browser_; }
     /// Null before init(). Owned by this object.
     ThreadsafeEventQueue* getEventQueue() const { return eventQueue_.get(); }
@@ -51,6 +54,7 @@ public:
     /// The OIPF key-set groups that the terminal can deliver, asked at init().
     int getSupportedKeySetValues() const { return supportedKeySetValues_; }
 
+    /// Null before the first getInstance() and after the end.
     static ConfigurationManager* instance;
 
 private:

@@ -5,6 +5,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
@@ -22,7 +23,7 @@ pthread_mutex_t* sendEventMutex = nullptr;
 
 bool shuttingDown = false;
 
-/// A handle that came from outside; compared with windows, never followed.
+/// A handle that came from outside: only to be compared until it is known to be a window.
 Window* asWindow(void* handle)
 {
     return static_cast<Window*>(handle);
@@ -32,6 +33,7 @@ Window* asWindow(void* handle)
 
 void vesta_hbbtv_init(TAVO_Vesta* browser)
 {
+    Logging::getInstance();  // before other threads log
     ConfigurationManager::getInstance()->init(browser);
     WindowManager::getInstance()->init();
     hbbtv_ait_start();
@@ -44,7 +46,7 @@ void vesta_hbbtv_shutdown()
     if (shuttingDown)
         return;  // a listener that hears of the shutdown may ask for it again
     shuttingDown = true;
-    WindowManager::getInstance()->removeAllWindows();
+    WindowManager::getInstance()->close();
     hbbtv_ait_stop();
     dsmcc_stop();
     if (NotificationManager::instance)

@@ -36,18 +36,27 @@ public:
     /// of ios_base (iword, pword) are not to be used.
     std::ostringstream& stream() { return line_->text; }
 
+    /// Writes to the line whatever a stream can write, manipulators too. @return this entry
     template <typename Value>
     LogEntry& operator<<(const Value& value)
     {
         stream() << value;
         return *this;
     }
+    LogEntry& operator<<(std::ostream& (*manipulator)(std::ostream&))
+    {
+        stream() << manipulator;
+        return *this;
+    }
 
     /// Ends the line and hands it to every sink; does nothing the second time.
     void output();
 
+    /// @name As given to the constructor
+    /// @{
     LogLevel getLevel() const { return level_; }
     const std::string& getModule() const { return module_; }
+    /// @}
 
 private:
     friend class Logging;
@@ -76,8 +85,9 @@ private:
     bool isOutput_ = false;
 };
 
-/// A sink. It gets every entry and judges the level itself. output() runs on the logging thread
-/// under the log's mutex and must not log.
+/// A sink. It gets every entry and judges the level itself. output() runs on the logging thread and
+/// the destructor on that which deletes the log; both run under the log's mutex and must neither
+/// log nor add sinks.
 class LoggingOutput {
 public:
     /// @param minimumLevel lines below it are to be dropped
@@ -86,6 +96,7 @@ public:
     LoggingOutput& operator=(const LoggingOutput&) = delete;
     virtual ~LoggingOutput();
 
+    /// @param entry the finished line, borrowed for the call
     virtual void output(LogEntry& entry) = 0;
 
 protected:
@@ -98,6 +109,7 @@ private:
 /// Writes to standard output, flushing every line.
 class LoggingOutputStdout : public LoggingOutput {
 public:
+    /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputStdout(LogLevel minimumLevel);
     void output(LogEntry& entry) override;
 };
@@ -105,6 +117,7 @@ public:
 /// Appends to a file, flushing every line. Lines are lost while no file is open.
 class LoggingOutputFile : public LoggingOutput {
 public:
+    /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputFile(LogLevel minimumLevel);
 
     /// Opens a file for appending in place of the one open before. To be called before the sink is
@@ -116,7 +129,8 @@ private:
     std::unique_ptr<std::ofstream> file_;
 };
 
-/// The dispatcher. Any thread may log once the first getInstance() has returned.
+/// The dispatcher. Any thread may log once the first getInstance() has returned, which
+/// vesta_hbbtv_init() calls.
 class Logging {
 public:
     /// The one instance, created on first use (without a lock).
@@ -128,15 +142,18 @@ public:
     /// Deletes the registered sinks; a later getInstance() starts anew.
     ~Logging();
 
-    /// Appends a sink. @param output ownership passes to the log; null is skipped at output
+    /// Appends a sink. Callable from any thread once the log exists.
+    /// @param output ownership passes to the log, so that none is added twice; null is skipped at
+    ///        output
     void addOutput(LoggingOutput* output);
 
     /// Hands an entry to every sink in order of addition, one entry at a time.
     void output(LogEntry& entry);
 
     /// Whether any sink is registered. Callable from any thread.
-    static bool hasOutputs() { return outputCount.load(std::memory_order_relaxed) != 0; }
+    static bool hasOutputs() { return outputCount.load(std::memory_order_acquire) != 0; }
 
+    /// Null before the first getInstance() and after the end.
     static Logging* instance;
 
 private:

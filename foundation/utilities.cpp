@@ -19,6 +19,7 @@ const char* getFormattedTime()
     clock_gettime(CLOCK_REALTIME, &now);
     std::tm local = {};
     localtime_r(&now.tv_sec, &local);
+    // The remainders change nothing: they tell the compiler that the text fits.
     std::snprintf(
         text, sizeof(text), "%.2u:%.2u:%.2u:%.6u", static_cast<unsigned>(local.tm_hour) % 100u,
         static_cast<unsigned>(local.tm_min) % 100u, static_cast<unsigned>(local.tm_sec) % 100u,

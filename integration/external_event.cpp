@@ -134,9 +134,14 @@ void executeAITSection(const Record& record)
 
 void executeChannelChange(const Record& /*record*/)
 {
+    const WindowManager* const manager = WindowManager::getInstance();
     dsmcc_clear_cache();
+    if (WindowManager::instance != manager)
+        return;  // the platform shut the library down in return
     hbbtv_ait_invalidate();
-    if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
+    if (WindowManager::instance != manager)
+        return;
+    if (Window* const window = manager->getBroadcastWindow()) {
         window->setAIT(ref_ptr<AIT>());
         window->setAssemblyAIT(nullptr);
     }

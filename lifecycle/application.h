@@ -76,7 +76,8 @@ public:
     AITApplication* getAITApplication() const { return entry_.get(); }
     void setAITApplication(AITApplication* entry) { entry_.reset(entry); }
 
-    /// The transport that it was started on; null for a start by URL.
+    /// The transport that it was started on, or that the table which took it over has for it; null
+    /// for a start by URL.
     AITApplicationTransport* getTransport() const { return transport_.get(); }
     void setTransport(AITApplicationTransport* transport) { transport_.reset(transport); }
 

@@ -87,6 +87,12 @@ void WindowManager::removeAllWindows()
     closing_ = wasClosing;
 }
 
+void WindowManager::close()
+{
+    closing_ = true;
+    removeAllWindows();
+}
+
 void WindowManager::destroyWindow(Window* window)
 {
     if (broadcastWindow_ == window)

@@ -46,6 +46,9 @@ public:
     /// applications end at once, also those of windows that the library is working on.
     void removeAllWindows();
 
+    /// Lets nothing start any more, for good, and removes all windows.
+    void close();
+
     /// Whether the window is in the list; the two are the same.
     bool windowExists(const Window* window) const;
     bool handledWindow(const Window* window) const { return windowExists(window); }

@@ -291,7 +291,7 @@ int native_ApplicationDestroyApplication(void* appId)
     Application* const application = get_application_from_id(appId);
     if (!application)
         return VEIF_RETURN_ERROR;
-    log(DEBUG, module, application->getURL().getFullUrl());
+    log(DEBUG, module, application->getURL());
     Window* const window = application->getWindow();
     if (!window) {
         log(ERR, module, "No window found for application in native call.");

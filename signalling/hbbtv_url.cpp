@@ -111,6 +111,11 @@ std::string HbbTVURL::getFullUrl() const
     return full;
 }
 
+std::ostream& operator<<(std::ostream& stream, const HbbTVURL& url)
+{
+    return stream << url.getFullUrl();
+}
+
 std::string HbbTVURL::getHostName() const
 {
     size_t start = 0;

@@ -3,6 +3,7 @@
 #define VESTA_SIGNALLING_HBBTV_URL_H
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace VestaHbbTV {
@@ -87,6 +88,9 @@ private:
     std::string parameters_;
     std::string anchor_;
 };
+
+/// Writes the full URL.
+std::ostream& operator<<(std::ostream& stream, const HbbTVURL& url);
 
 /// A URL that the caller knows to be fetched from the object carousel: of type `dvbURL` whatever
 /// its text is. Deliberate: a "dvb://current.ait/" address, too, is of type `dvbURL` here.

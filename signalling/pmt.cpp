@@ -9,9 +9,9 @@ namespace VestaHbbTV {
 
 namespace {
 
-constexpr size_t fieldsBeforeSectionLength = 1;  // table_id
-constexpr size_t fieldsBeforeProgramInfo = 10;   // table_id to PCR_PID
-constexpr size_t fieldsBeforeStreamInfo = 3;     // stream_type and elementary_PID
+constexpr size_t bytesBeforeSectionLength = 1;  // table_id
+constexpr size_t bytesBeforeProgramInfo = 10;   // table_id to PCR_PID
+constexpr size_t bytesBeforeStreamInfo = 3;     // stream_type and elementary_PID
 constexpr size_t crcSize = 4;
 constexpr size_t carouselIdSize = 4;
 
@@ -35,7 +35,7 @@ ByteReader readerFromOwnLength(const unsigned char* data, size_t before)
 // An entry of the stream loop: ISO/IEC 13818-1, 2.4.4.8.
 ElementaryStream::ElementaryStream(const unsigned char* entry)
 {
-    ByteReader reader = readerFromOwnLength(entry, fieldsBeforeStreamInfo);
+    ByteReader reader = readerFromOwnLength(entry, bytesBeforeStreamInfo);
     parse(reader);
 }
 
@@ -87,8 +87,8 @@ void ElementaryStream::addDescriptor(uint8_t tag, ByteReader payload)
 
 PMT::PMT(unsigned char* section)
 {
-    ByteReader reader = readerFromOwnLength(section, fieldsBeforeSectionLength);
-    reader.skip(fieldsBeforeProgramInfo);
+    ByteReader reader = readerFromOwnLength(section, bytesBeforeSectionLength);
+    reader.skip(bytesBeforeProgramInfo);
     // Deliberate: the upper two of program_info_length's twelve bits, 0 by the standard, do not
     // count.
     reader.skip(reader.u16() & 0x03FF);

@@ -1,4 +1,4 @@
-// In which order the library's parts come and go, as hooks, the scripts' plugin and queued events
+// In which order the library's parts come and go, as hooks, tables and queued events
 // see it.
 
 #include <functional>
@@ -6,8 +6,10 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/threadsafe_event_queue.h"
+#include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notification_manager.h"
+#include "signalling/ait.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -70,15 +72,21 @@ TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
     EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
 }
 
-int endedApplications = 0;
+/// Looks around when it is deleted, with its window: the listeners are gone already, events could
+/// still be queued.
+class LastTable : public AIT {
+public:
+    explicit LastTable(bool& isDeleted) : isDeleted_(isDeleted) {}
+    ~LastTable() override
+    {
+        isDeleted_ = true;
+        EXPECT_EQ(NotificationManager::instance, nullptr);
+        EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
+    }
 
-/// An application ends here: the listeners are gone already, events could still be queued.
-void lookAroundAtTheEndOf(void*)
-{
-    ++endedApplications;
-    EXPECT_EQ(NotificationManager::instance, nullptr);
-    EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
-}
+private:
+    bool& isDeleted_;
+};
 
 /// Looks around when it is deleted.
 class LastEvent : public ThreadsafeEventQueue::Event {
@@ -101,26 +109,32 @@ class End : public LibraryTest {};
 
 TEST_F(End, ListenersGoFirstThenWindowsThenTheQueue)
 {
-    bool isDeleted = false;
-    endedApplications = 0;
-    platform().whileIn["dsmcc_stop"] = [&isDeleted] {
-        // The windows were removed before: what starts now is left to the window manager's end.
-        vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
-        sendAIT(AITSection().add(httpApplication(1, 2)));
-        tickAll();
-        native_ApplicationManagerSetAppDestroyedListener(lookAroundAtTheEndOf);
-        ConfigurationManager::getCurrentQueue()->add(new LastEvent(isDeleted));
-        forgetJournal();
+    bool isTableDeleted = false;
+    bool isEventDeleted = false;
+    platform().whileIn["dsmcc_stop"] = [&] {
+        // The windows were removed before: one that is made now is left to the manager's end.
+        manager()->createWindow()->setAIT(ref_ptr<AIT>(new LastTable(isTableDeleted)));
+        ConfigurationManager::getCurrentQueue()->add(new LastEvent(isEventDeleted));
     };
     shutdown();
     platform().whileIn.clear();
-    EXPECT_EQ(endedApplications, 1);
-    EXPECT_TRUE(isDeleted);
-    EXPECT_EQ(journal(), Lines()) << "no listener hears of the application's end";
+    EXPECT_TRUE(isTableDeleted);
+    EXPECT_TRUE(isEventDeleted);
     EXPECT_EQ(ConfigurationManager::instance, nullptr);
-    EXPECT_EQ(listener().windowsInUse.size(), 1u);
-    listener().windowsInUse.clear();  // so that nobody asked for it back
-    native_ApplicationManagerSetAppDestroyedListener(nullptr);
+}
+
+TEST_F(End, NothingStartsWhileThePlatformStops)
+{
+    for (const char* const hook : {"hbbtv_ait_stop", "dsmcc_stop"}) {
+        platform().whileIn[hook] = [] {
+            void* const window = vesta_hbbtv_create_window();
+            send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(window, "http://a.example/"));
+            tickAll();
+        };
+    }
+    shutdown();
+    platform().whileIn.clear();
+    EXPECT_EQ(journal(), Lines({"hbbtv_ait_stop()", "dsmcc_stop()"}));
 }
 
 }  // namespace
