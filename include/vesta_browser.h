@@ -97,7 +97,8 @@ static_assert(offsetof(TAVO_KeyboardEvent, type) == 0 &&
 
 extern "C" {
 
-/// Starts loading a page. @param window the window to load it in @param url absolute, borrowed
+/// Starts loading a page.
+/// @param window the window to load it in @param url absolute, borrowed for the call
 int ve_open_url(TAVO_VestaWindow* window, const char* url);
 
 /// Forgets the window's history, so that the next page is its first.
@@ -123,14 +124,25 @@ int ve_resolve_relative_url(const char* base, const char* url, const char** resu
 /// Sets the text that the browser appends to its user-agent string.
 int ve_set_uastring_extension(TAVO_Vesta* browser, const char* extension);
 
-/// Answers a protocol load: first the type (optional), then the bytes, then the end.
-/// @param id the `request_id` of TAVO_VESTA_EVT_PROTOCOL_LOADING_START
-int ve_protocol_set_mime_type(void* id, const char* mime_type);
-int ve_protocol_write(void* id, const char* bytes, unsigned int length);
-int ve_protocol_finished(void* id, int status);
-int ve_protocol_failed(void* id, int status);
+/// @name Answers to a protocol load: first the type (optional), then the bytes, then the end
+/// `id` is the `request_id` of TAVO_VESTA_EVT_PROTOCOL_LOADING_START. The library ignores the
+/// results.
+/// @{
 
-/// Delivers a key event to the focused window.
+/// @param mime_type borrowed for the call
+int ve_protocol_set_mime_type(void* id, const char* mime_type);
+
+/// @param bytes borrowed for the call @param length in bytes, never 0
+int ve_protocol_write(void* id, const char* bytes, unsigned int length);
+
+/// @param status an HTTP status, always 200
+int ve_protocol_finished(void* id, int status);
+
+/// @param status an HTTP status, always 404
+int ve_protocol_failed(void* id, int status);
+/// @}
+
+/// Delivers a key event to the focused window. @param event borrowed for the call
 int tavo_keyboard_evt(TAVO_KeyboardEvent* event);
 
 }  // extern "C"

@@ -4,8 +4,8 @@
 /// Threads: vesta_hbbtv_send_event() may be called from any thread between the return of
 /// vesta_hbbtv_init() and the call of vesta_hbbtv_shutdown() (or of a second init): no other thread
 /// may be sending while these run. Everything else belongs to the browser thread. Enumerations that
-/// cross this boundary have the fixed underlying type `int`: values outside the lists are well
-/// defined.
+/// cross this boundary have a fixed underlying type, so that values outside the lists are well
+/// defined: `int`, and `unsigned int` for what the platform's hooks answer.
 #ifndef VESTA_HBBTV_APPMAN_H
 #define VESTA_HBBTV_APPMAN_H
 
@@ -132,9 +132,9 @@ union HBBTV_EventData {
 /// What the library tells or asks. The comments name the member of HBBTV_NotificationData.
 enum HBBTV_NotificationType : int {
     HBBTV_NOTIFICATION_START_APPLICATION = 0,  ///< application; asks
-    HBBTV_NOTIFICATION_STOP_APPLICATION = 1,   ///< application; may be vetoed
-    HBBTV_NOTIFICATION_REJECT_APPLICATION =
-        2,  ///< application; window, serviceBound, trusted, usageType are not set
+    HBBTV_NOTIFICATION_STOP_APPLICATION = 1,   ///< application; asks whether the table comes back
+    /// application; window, serviceBound, trusted and usageType are not set
+    HBBTV_NOTIFICATION_REJECT_APPLICATION = 2,
     HBBTV_NOTIFICATION_AIT_UPDATE = 3,                ///< ait
     HBBTV_NOTIFICATION_TRUSTED = 4,                   ///< application; asks
     HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE = 5,  ///< application
@@ -341,7 +341,8 @@ static_assert(sizeof(HBBTV_NotificationData) == 44, "HBBTV_NotificationData");
 
 /// Starts the library. Must return before any other thread calls in. A second call without a
 /// shutdown replaces the event queue and the download manager and deletes what they held.
-/// @param browser passed to every call into the browser; stored as given, may be null
+/// @param browser passed to every call into the browser; stored as given. With null no script can
+///        subscribe to stream events
 void vesta_hbbtv_init(TAVO_Vesta* browser);
 
 /// Stops every application, releases every window, forgets every listener and frees everything.
@@ -372,8 +373,9 @@ bool vesta_hbbtv_add_notification_listener(HBBTV_NotificationListener listener);
 void* vesta_hbbtv_create_window();
 
 /// Stops the window's running and pending application and destroys it; others that are left over
-/// (behind a child, say) keep their browser window until vesta_hbbtv_shutdown(). From inside a call
-/// that works on the window its end waits until that returns. A handle that is not held is ignored.
+/// (their end is queued, say) keep their browser window until vesta_hbbtv_shutdown(). From inside a
+/// call that works on the window its end waits until that returns. A handle that is not held is
+/// ignored.
 void vesta_hbbtv_release_window(void* window);
 
 /// The window that holds a browser window; null if none does.
@@ -456,11 +458,10 @@ unsigned int dsmcc_get_file(const char* path, void* id);
 unsigned int dsmcc_get_mime_type(void* id, char** mimeType);
 
 /// Reads on.
-/// @param buffer null before; receives the platform's buffer, valid until its next call
-/// @param length 0 before; receives the number of bytes; 0 ends the file, and bytes without a
-/// buffer
-///        are a failure
-/// @return anything but OK fails the load
+/// @param buffer null before; receives the platform's buffer, valid until this id is read or closed
+///        next
+/// @param length 0 before; receives the number of bytes; 0 ends the file
+/// @return anything but OK fails the load, as bytes without a buffer do
 unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length);
 
 /// The library has done with the file, or with one that it could not get. The result is ignored.
@@ -496,9 +497,11 @@ void hbbtv_ait_completed(unsigned char version);
 // ------------------------------------------------------------------------------------------------
 // Natives: what the browser's OIPF object plugin calls for the scripts. An application id is a
 // number carried in a pointer, 0 means none; a window id is the browser's own number. Null strings
-// count as empty; a function whose result pointer is null answers 4 and does nothing else.
+// count as empty, but for what is passed on unchanged.
 // ------------------------------------------------------------------------------------------------
 
+/// What every native answers. One whose result pointer is null does nothing and answers ERROR; so
+/// does one whose application id is unknown, after a log line, unless it says otherwise.
 enum VEIF_RETURN : int {
     VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
     VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
@@ -506,7 +509,8 @@ enum VEIF_RETURN : int {
     VEIF_RETURN_NOT_PERMITTED = 7  ///< permission queries: no
 };
 
-/// @param event 0 low memory (appId null), 3 the application's initial page failed to load
+/// @param event 0 low memory (appId null); 3 the application failed to load, and its parent runs
+///        again
 typedef void (*VEIF_ApplicationManagerListener)(int event, void* appId);
 typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
 
@@ -514,54 +518,70 @@ typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
 extern VEIF_ApplicationManagerListener veif_applicationManagerListener;
 extern VEIF_ApplicationDestroyedListener veif_applicationDestroyedListener;
 
-/// @param listener null for none @return always VEIF_RETURN_OK
+/// Sets who hears of low memory and of pages that failed to load.
+/// @param listener null for none @return always OK
 int native_ApplicationManagerSetListener(VEIF_ApplicationManagerListener listener);
+
+/// Sets who hears that an application ended, once for each.
+/// @param listener null for none @return always OK
 int native_ApplicationManagerSetAppDestroyedListener(VEIF_ApplicationDestroyedListener listener);
 
-/// @param freeMemory receives the answer of the integrator's listeners, -1 without one
+/// Asks the integrator's listeners how much memory is free.
+/// @param windowId not used
+/// @param freeMemory receives their answer, in the integrator's unit; -1 without one
+/// @return OK
 int native_AppPrivateDataGetFreeMem(long windowId, double* freeMemory);
 
-/// @param maximum receives the terminal's key-set mask
+/// @param windowId not used @param maximum receives the terminal's key-set mask @return OK
 int native_KeySetGetMaximumValue(long windowId, double* maximum);
 
 /// Asks for key groups; listeners are told of the new set.
 /// @param value truncated toward zero, held at the limits of an int; 0 for what is not a number
 /// @param granted receives the mask that the terminal can grant
+/// @return OK or ERROR
 int native_KeySetSetValue(void* appId, double value, double* granted);
+
+/// @param value receives the application's key-set mask @return OK or ERROR
 int native_KeySetGetValue(void* appId, double* value);
 
 /// Whether the window's application is broadcast-related and the URL inside its boundaries.
+/// @param url null counts as empty @return OK for yes; NOT_PERMITTED, also without an application
 int native_PermissionsIsBroadcastRelated(long windowId, const char* url);
 
 /// Whether the URL is a page of a trusted application (ETSI TS 102 796, 11.1); listeners decide.
+/// @param url null counts as empty @return OK for yes; NOT_PERMITTED, also without an application
 int native_PermissionsIsTrusted(long windowId, const char* url);
 
 /// The script changed the channel of its video/broadcast object. Its window becomes the broadcast
 /// window, and the service's application in the former one ends.
 /// @param url the script's page
-/// @param channel the integrator's channel reference, kept with the application's table entry;
-/// null:
-///        no channel, so that the application is broadcast-independent from now on
-/// @return always VEIF_RETURN_OK
+/// @param channel the integrator's channel reference, kept with the application's table entry; null
+///        for no channel: if the page lies inside its boundaries, the application is
+///        broadcast-independent from now on
+/// @return always OK
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
 
 /// @param windowId receives the browser's number of the application's window
+/// @return OK; ERROR also without a browser window, and when the browser does not know it
 int native_AppManGetWindowOfApplication(void* appId, long* windowId);
 
 /// @param channel receives the channel reference of a broadcast-related application, else null
+/// @return OK; VALUE_NULL without a channel; ERROR
 int native_AppPrivateDataGetCurrentChannel(void* appId, void** channel);
 
 /// Ends an application on a later tick; its service's table may be activated again then.
-/// @param appId 0 is nothing to do (VEIF_RETURN_OK)
+/// @param appId 0 is nothing to do (OK) @return OK; ERROR also when it has lost its window
 int native_ApplicationDestroyApplication(void* appId);
 
-/// Hides an application three ticks later at the earliest. @param appId as above
+/// Hides an application three ticks later at the earliest.
+/// @param appId 0 is nothing to do (OK) @return OK or ERROR
 int native_ApplicationHide(void* appId);
 
-/// Shows an application at once. @param appId 0 is an error, unlike above
+/// Shows an application at once. @param appId 0 is an error, unlike above @return OK or ERROR
 int native_ApplicationShow(void* appId);
 
-/// @param appId receives the id of the window's application
+/// @param reserved not used @param appId receives the id of the window's application
+/// @return OK; ERROR without an application
 int native_AppManGetApplicationId(long windowId, void* reserved, void** appId);
 
 /// Starts an application, by URL or as "dvb://current.ait/<organisation>.<application>".
@@ -574,15 +594,25 @@ int native_ApplicationCreateApplication(const char* url, int createChild, void* 
                                         void** appId);
 
 /// Subscribes to DSM-CC stream events; p1..p4 are passed on to the platform unchanged.
-/// @param target "dvb://..." or relative to the application's carousel
-/// @return ERROR when the window's application is not one of the table in force
+/// @param target "dvb://..." or relative to the carousel of the application's transport
+/// @return OK once the platform was asked, whatever it answered; ERROR for an application that is
+///         of no table, or has no transport for a relative target to lie in, and always for a null
+///         browser handle
 int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p2, void* p3,
                                            void* p4, long windowId);
+
+/// Subscribes to stream events that an XML document describes; x1..x5 are passed on unchanged, with
+/// the service id of the application's transport.
 /// @param d1, d2 their low 16 bits are passed on; 0 for what no 64-bit integer holds
+/// @return as above; every application needs a transport
 int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, double d2, void* x3,
                                               void* x4, void* x5, long windowId);
+
+/// Ends a subscription: everything is passed on to the platform unchanged. @return always OK
 int native_BroadcastRemoveStreamEventListener(const char* target, void* p1, void* p2, void* p3,
                                               void* p4, long windowId);
+
+/// Ends all subscriptions, likewise. @return always OK
 int native_BroadcastRemoveAllStreamEventListeners(void* p1, long windowId);
 
 }  // extern "C"
