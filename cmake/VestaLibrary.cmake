@@ -64,10 +64,20 @@ install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfigVersion.cmake"
   DESTINATION "${package_folder}")
 
-# The pkg-config file finds its folders from where it lies, so that the installation can be moved.
-cmake_path(SET pkgconfig_folder NORMALIZE "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-cmake_path(RELATIVE_PATH pkgconfig_folder BASE_DIRECTORY "/prefix" OUTPUT_VARIABLE inside_prefix)
-string(REGEX REPLACE "[^/]+" ".." VESTA_PREFIX_FROM_PKGCONFIG "${inside_prefix}")
+# The pkg-config file finds its folders from where it lies, so that the installation can be moved;
+# not so with folders that are given whole.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+  set(VESTA_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+  set(VESTA_PC_LIBDIR "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set(VESTA_PC_INCLUDEDIR "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
+else()
+  cmake_path(SET pkgconfig_folder NORMALIZE "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  cmake_path(RELATIVE_PATH pkgconfig_folder BASE_DIRECTORY "/prefix" OUTPUT_VARIABLE inside_prefix)
+  string(REGEX REPLACE "[^/]+" ".." way_up "${inside_prefix}")
+  set(VESTA_PC_PREFIX "\${pcfiledir}/${way_up}")
+  set(VESTA_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+  set(VESTA_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
 configure_file(cmake/vesta_hbbtv_appman.pc.in vesta_hbbtv_appman.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appman.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
