@@ -43,6 +43,32 @@ const int keys[] = {403, 404, 13, 461, 19, 33, 457, 48, 65, 0, -1};
 
 const uintptr_t loadCount = 4;
 
+const char* const interruptedFunctions[] = {
+    "ve_open_url",          "ve_clear_history",          "ve_get_window",
+    "ve_get_loading_url",   "ve_get_window_identifier",  "ve_resolve_relative_url",
+    "ve_protocol_write",    "ve_set_uastring_extension", "ve_protocol_set_mime_type",
+    "ve_protocol_finished", "ve_protocol_failed",        "tavo_keyboard_evt"};
+
+const char* const interruptedHooks[] = {"hbbtv_keyset_get_supported_values",
+                                        "hbbtv_ait_start",
+                                        "hbbtv_ait_stop",
+                                        "hbbtv_ait_invalidate",
+                                        "hbbtv_ait_completed",
+                                        "dsmcc_start",
+                                        "dsmcc_stop",
+                                        "dsmcc_get_file",
+                                        "dsmcc_get_mime_type",
+                                        "dsmcc_read",
+                                        "dsmcc_close_file",
+                                        "dsmcc_clear_cache",
+                                        "dsmcc_stream_event_subscribe",
+                                        "dsmcc_xml_stream_event_subscribe",
+                                        "dsmcc_stream_event_unsubscribe",
+                                        "dsmcc_stream_event_unsubscribe_all"};
+
+/// A file of this size takes two writes.
+const size_t bigFileSize = 131072;
+
 class Driver {
 public:
     Driver(const uint8_t* data, size_t size) : choices_(data, size) {}
@@ -141,11 +167,9 @@ void Driver::start()
     platform.reset();
     RecordingListener::instance().reset();
     browser.journalling = platform.journalling = RecordingListener::instance().journalling = false;
-    for (const char* const function : {"ve_open_url", "ve_clear_history", "ve_get_loading_url",
-                                       "ve_protocol_finished", "ve_protocol_failed"})
+    for (const char* const function : interruptedFunctions)
         browser.whileIn[function] = [this] { interrupt(); };
-    for (const char* const hook : {"hbbtv_ait_completed", "hbbtv_ait_invalidate", "dsmcc_get_file",
-                                   "dsmcc_read", "hbbtv_ait_stop"})
+    for (const char* const hook : interruptedHooks)
         platform.whileIn[hook] = [this] { interrupt(); };
     platform.files["1.2.3.4/index.html"].bytes = "bytes";
     platform.files["1.2.3.4/relative"].getFileResult = DSMCC_PENDING;
@@ -430,7 +454,12 @@ void Driver::changePlatform()
     file.mimeType = choices_.flag() ? std::optional<std::string>("text/html") : std::nullopt;
     file.readSize = choices_.below(3);
     file.failReadAfter = choices_.below(8) == 7 ? 2 : 100;
-    FakePlatform::instance().supportedKeySets = choices_.byte();
+    const uint8_t keySets = choices_.byte();
+    FakePlatform::instance().supportedKeySets = keySets;
+    const bool isBig = (keySets & 0x80) != 0;
+    file.bytes = isBig ? std::string(bigFileSize, 'x') : "bytes";
+    if (isBig)
+        file.readSize *= bigFileSize - 1;
 }
 
 void Driver::changeBrowser()

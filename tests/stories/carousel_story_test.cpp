@@ -11,28 +11,8 @@ using namespace vesta::test;
 
 namespace {
 
-class CarouselStory : public LibraryTest {
+class CarouselStory : public CarouselSession {
 protected:
-    CarouselStory() { prepareCarousel(platform()); }
-
-    unsigned int requestData(const char* target, uintptr_t* permission)
-    {
-        TavoVestaEventData data = {};
-        data.url = startURL;
-        data.second_url = target;
-        int result = -1;
-        const unsigned int consumed = notify(TAVO_VESTA_EVT_XHR_PERMISSION, 1, data, &result);
-        EXPECT_EQ(result, 0);
-        *permission = reinterpret_cast<uintptr_t>(data.request_id);
-        return consumed;
-    }
-
-    static int press(int type, TAVO_VIRTUAL_KEY key, long windowId)
-    {
-        TAVO_KeyboardEvent event = {type, key};
-        return vesta_hbbtv_key_input(browser().window(windowId), &event);
-    }
-
     void startFromTheCarousel()
     {
         sendAIT(carouselTable());
@@ -56,36 +36,7 @@ protected:
         finishLoading();
         EXPECT_TRUE(running()->isInitialPageLoaded());
         EXPECT_EQ(journal(), Lines());  // a broadcast-related application shows itself
-        EXPECT_EQ(native_AppManGetApplicationId(1, nullptr, &parent_), 0);
-        EXPECT_EQ(native_ApplicationShow(parent_), 0);
-        EXPECT_EQ(journal(), Lines({"SHOW w1"}));
-    }
-
-    void useKeys()
-    {
-        EXPECT_EQ(press(TAVO_KEY_DOWN, TAVO_VK_RED, 1), 0);
-        double granted = 0;
-        EXPECT_EQ(native_KeySetSetValue(parent_, 0x11, &granted), 0);
-        EXPECT_EQ(granted, 0x11);
-        EXPECT_EQ(press(TAVO_KEY_UP, TAVO_VK_RED, 1), 1);
-        EXPECT_EQ(press(TAVO_KEY_DOWN, TAVO_VK_RED, 1), 1);
-        EXPECT_EQ(press(TAVO_KEY_UP, TAVO_VK_RED, 1), 1);
-        EXPECT_EQ(press(TAVO_KEY_DOWN, TAVO_VK_INFO, 1), 0);
-        EXPECT_EQ(journal(), Lines({"KEYSET w1 17", "tavo_keyboard_evt(down 403)",
-                                    "tavo_keyboard_evt(up 403)"}));
-    }
-
-    void requestInsideAndOutside()
-    {
-        uintptr_t permission = 99;
-        EXPECT_EQ(requestData("dvb:/data.xml", &permission), 1u);
-        EXPECT_EQ(permission, 0u);
-        EXPECT_EQ(requestData("http://c.example/data.json", &permission), 1u);
-        EXPECT_EQ(permission, 2u);
-        EXPECT_EQ(requestData("dvb://1.2.4.a/data.xml", &permission), 1u);
-        EXPECT_EQ(permission, 1u);
-        EXPECT_EQ(journal(), Lines({"XHR? dvb://1.2.3.a/app/index.html -> "
-                                    "dvb://1.2.3.a/app/data.xml"}));
+        askForItself();
     }
 
     void createChild()
@@ -115,7 +66,6 @@ protected:
         EXPECT_EQ(journal(), expected);
     }
 
-    void* parent_ = nullptr;
     void* child_ = nullptr;
 };
 

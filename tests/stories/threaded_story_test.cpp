@@ -42,11 +42,10 @@ private:
     std::vector<std::function<void()>> orders_;
 };
 
-class ThreadedStory : public LibraryTest {
+class ThreadedStory : public CarouselSession {
 protected:
     ThreadedStory()
     {
-        prepareCarousel(platform());
         vesta_hbbtv_set_sendevent_condition(&condition_, &mutex_);
         middleware_ = std::thread([this] {
             while (std::function<void()> order = orders_.take())
@@ -132,11 +131,12 @@ TEST_F(ThreadedStory, MiddlewareOnAThreadOfItsOwnTellsTheWholeStory)
     notify(TAVO_VESTA_EVT_LOADING_FINISHED, 1, loaded);
     runBrowserUntil([this] { return running()->isInitialPageLoaded(); });
 
-    void* parent = nullptr;
-    EXPECT_EQ(native_AppManGetApplicationId(1, nullptr, &parent), 0);
+    askForItself();
+    useKeys();
+    requestInsideAndOutside();
     void* child = nullptr;
     EXPECT_EQ(native_ApplicationCreateApplication("dvb://current.ait/1a.2c?from=parent#top", 1,
-                                                  parent, &child),
+                                                  parent_, &child),
               0);
     expectConversation(childConversation());
     notify(TAVO_VESTA_EVT_LOADING_FINISHED, 2, loaded);

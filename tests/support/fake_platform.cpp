@@ -128,6 +128,7 @@ unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length)
     opened.lent.reset();
     if (opened.position >= file->failReadAfter)
         return DSMCC_ERROR;
+    opened.position = std::min(opened.position, file->bytes.size());
     const size_t left = file->bytes.size() - opened.position;
     const size_t count = file->readSize ? std::min(left, file->readSize) : left;
     if (count == 0 && file->endsUntouched)
