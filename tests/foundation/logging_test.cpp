@@ -362,6 +362,7 @@ std::ostream& operator<<(std::ostream& text, const Formatted& part)
 
 TEST(LoggingWithoutSinks, TheLibrarysOwnLinesAreNotEvenFormatted)
 {
+    delete Logging::instance;  // another test's
     bool isFormatted = false;
     log(ERR, "Window", Formatted{&isFormatted});
     EXPECT_FALSE(isFormatted);
@@ -370,6 +371,7 @@ TEST(LoggingWithoutSinks, TheLibrarysOwnLinesAreNotEvenFormatted)
 
 TEST(LoggingWithoutMutex, SaysSoAndCarriesOn)
 {
+    delete Logging::instance;  // another test's
     mutexesFail = true;
     testing::internal::CaptureStderr();
     Texts texts;
