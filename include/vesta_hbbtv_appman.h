@@ -50,8 +50,10 @@ struct HBBTV_AITSectionEventData {
     unsigned short original_network_id;  ///< of the service that carries the table
     unsigned short transport_stream_id;
     unsigned short service_id;
-    uintptr_t keepApplication;  ///< only read when section is null: 0 means the table went away
-    void* channelHandle;        ///< the integrator's channel reference, kept in the table
+    /// Only read when section is null: 0 means the table went away. Anything else stops nothing,
+    /// and the ids and the channel are those of the table that begins with the next section.
+    uintptr_t keepApplication;
+    void* channelHandle;  ///< the integrator's channel reference, kept in the table
 };
 
 /// Type 2: start an application of the table in force.

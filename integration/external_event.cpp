@@ -91,6 +91,8 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
     NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    if (!WindowManager::instance)
+        return;  // a listener shut the library down, and the platform has stopped
     hbbtv_ait_completed(table->getVersion());
     if (!window.isReleased()) {
         window.setAIT(table);

@@ -7,6 +7,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "integration/oc_download_manager.h"
+#include "lifecycle/window.h"
 #include "signalling/hbbtv_url.h"
 #include "tests/support/fake_browser.h"
 #include "tests/support/journal.h"
@@ -40,7 +41,7 @@ TEST_F(DefaultHooks, TerminalHasEveryKeySet)
     EXPECT_EQ(maximum, 0x3FF);
 }
 
-TEST_F(DefaultHooks, StartingAndStoppingDoesNothing)
+TEST_F(DefaultHooks, StartingAndStoppingAsksNothingOfTheBrowserOrTheLibrary)
 {
     hbbtv_ait_start();
     dsmcc_start();
@@ -49,6 +50,7 @@ TEST_F(DefaultHooks, StartingAndStoppingDoesNothing)
     hbbtv_ait_stop();
     dsmcc_stop();
     EXPECT_EQ(Journal::instance().lines(), Lines());
+    EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
 TEST_F(DefaultHooks, FileHooksSucceedAndLeaveTheirResultsUntouched)
@@ -99,9 +101,13 @@ TEST_F(DefaultHooks, QuestionAboutCarouselsIsLeftUnanswered)
 
 TEST_F(DefaultHooks, ChannelChangeRunsThroughThem)
 {
+    auto* const window = static_cast<Window*>(vesta_hbbtv_create_window());
+    vesta_hbbtv_set_broadcast_window(window);
+    window->setAIT(ref_ptr<AIT>(new AIT));
     vesta_hbbtv_send_event(E_CHANNEL_CHANGE, nullptr);
     EXPECT_TRUE(vesta_hbbtv_tick());
     EXPECT_FALSE(vesta_hbbtv_tick());
+    EXPECT_TRUE(window->getAIT()->isStale());
 }
 
 }  // namespace

@@ -213,6 +213,56 @@ TEST_F(AITEvents, NoSectionWithAnApplicationToKeepDoesNothing)
     EXPECT_EQ(log().count(retrieving), 2);
 }
 
+TEST_F(AITEvents, NoSectionWithAnApplicationToKeepBeginsATableOfItsService)
+{
+    HBBTV_EventData* const record = noSectionRecord(1);
+    record->ait.original_network_id = 9;
+    record->ait.transport_stream_id = 8;
+    record->ait.service_id = 7;
+    send(E_AIT_SECTION, record);
+    sendAIT(AITSection().add(AITEntry(1, 1).carousel(1, 4).location("i")));
+    tickAll();
+    EXPECT_EQ(runningURL(), "dvb://9.8.7.4/i");
+}
+
+TEST_F(AITEvents, TheVersionOfATableThatIsNotFromTheBroadcastCounts)
+{
+    sendXMLAIT({presentApplication(1)});
+    tickAll();
+    forgetJournal();
+    EXPECT_EQ(conversation(AITSection().version(0).add(presentApplication(2))), Lines());
+    EXPECT_EQ(conversation(AITSection().version(1).add(presentApplication(2))),
+              announced("1.2", 1));
+}
+
+TEST_F(AITEvents, ThePlatformHearsOfAChannelChangeBeforeTheTableIsStale)
+{
+    startApplication(httpApplication(1, 1));
+    int looked = 0;
+    const auto lookAround = [&] {
+        ++looked;
+        EXPECT_FALSE(window()->getAIT()->isStale());
+    };
+    platform().whileIn["dsmcc_clear_cache"] = lookAround;
+    platform().whileIn["hbbtv_ait_invalidate"] = lookAround;
+    sendChannelChange();
+    EXPECT_EQ(looked, 2);
+    EXPECT_TRUE(window()->getAIT()->isStale());
+}
+
+TEST_F(AITEvents, AChannelChangeEndsWhereThePlatformShutsTheLibraryDown)
+{
+    for (const char* const hook : {"dsmcc_clear_cache", "hbbtv_ait_invalidate"}) {
+        platform().whileIn[hook] = [] { vesta_hbbtv_shutdown(); };
+        send(E_CHANNEL_CHANGE);
+        tickAll();
+        EXPECT_EQ(journal().back(), "dsmcc_stop()");
+        EXPECT_EQ(WindowManager::instance, nullptr);
+        platform().whileIn.clear();
+        vesta_hbbtv_init(browser().handle());
+    }
+}
+
 TEST_F(AITEvents, SectionsAreDiscardedWithoutABroadcastWindow)
 {
     vesta_hbbtv_release_window(window());
@@ -256,8 +306,7 @@ TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenATableIsAnnounced)
         vesta_hbbtv_shutdown();
     };
     EXPECT_EQ(conversation(AITSection().version(9).add(httpApplication(1, 1))),
-              Lines({"AIT broadcast [1.1]", "hbbtv_ait_stop()", "dsmcc_stop()",
-                     "hbbtv_ait_completed(9)"}));
+              Lines({"AIT broadcast [1.1]", "hbbtv_ait_stop()", "dsmcc_stop()"}));
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 

@@ -207,6 +207,16 @@ TEST_F(ExternalEvents, StartApplicationStartsTheEntryOfTheTableInForce)
     EXPECT_FALSE(running()->isStartedOnRequest());
 }
 
+TEST_F(ExternalEvents, StartApplicationTakesAllBitsOfBothIds)
+{
+    sendAIT(AITSection().add(httpApplication(0xFEDCBA98, 0x7EDC).controlCode(2)));
+    send(E_START_APPLICATION, startRecord(window(), 0xFEDCBA98, 0x7EDC));
+    tickAll();
+    ASSERT_NE(running(), nullptr);
+    EXPECT_EQ(running()->getOrganisationId(), 0xFEDCBA98u);
+    EXPECT_EQ(running()->getApplicationId(), 0x7EDCu);
+}
+
 TEST_F(ExternalEvents, StartApplicationNeedsAKnownWindowAndAnEntry)
 {
     sendAIT(AITSection().add(httpApplication(0x1A, 0x2B).controlCode(2)));

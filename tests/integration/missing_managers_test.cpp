@@ -7,6 +7,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "oipf/notification_manager.h"
+#include "signalling/ait.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -81,9 +82,37 @@ TEST_F(MissingManagers, AScriptsHideIsForgottenWithoutAQueue)
 {
     loseConfiguration();
     EXPECT_EQ(native_ApplicationHide(idOf(running())), VEIF_RETURN_OK);
+    EXPECT_EQ(journal(), Lines());
     vesta_hbbtv_init(browser().handle());
     EXPECT_EQ(tickAll(), 0);
-    EXPECT_TRUE(running()->getTavoWindow());
+}
+
+TEST_F(MissingManagers, AScriptsEndIsAcceptedAndForgottenWithoutAQueue)
+{
+    loseConfiguration();
+    EXPECT_EQ(native_ApplicationDestroyApplication(idOf(running())), VEIF_RETURN_OK);
+    EXPECT_NE(running(), nullptr);
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, AKeySetIsGrantedWithoutListeners)
+{
+    NotificationManager::getInstance()->shutdown();
+    double granted = 0;
+    EXPECT_EQ(native_KeySetSetValue(idOf(running()), 3, &granted), VEIF_RETURN_OK);
+    EXPECT_EQ(granted, 3);
+    vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+}
+
+TEST_F(MissingManagers, AnXMLTableIsActivatedWithoutListeners)
+{
+    NotificationManager::getInstance()->shutdown();
+    sendXMLAIT({});
+    tickAll();
+    EXPECT_TRUE(window()->getAIT()->isXMLBased());
+    EXPECT_EQ(running(), nullptr) << "the table no longer has the application";
+    listener().windowsInUse.clear();  // nobody was told
+    vesta_hbbtv_add_notification_listener(RecordingListener::listen);
 }
 
 TEST_F(MissingManagers, AHideThatStillCountsIsForgottenWithoutAQueue)
@@ -91,10 +120,9 @@ TEST_F(MissingManagers, AHideThatStillCountsIsForgottenWithoutAQueue)
     HideApplicationEvent counting(running()->getID(), 1);
     loseConfiguration();
     counting.execute();
-    vesta_hbbtv_init(browser().handle());
-    forgetJournal();
-    EXPECT_EQ(tickAll(), 0);
     EXPECT_EQ(journal(), Lines());
+    vesta_hbbtv_init(browser().handle());
+    EXPECT_EQ(tickAll(), 0);
 }
 
 TEST_F(MissingManagers, AnApplicationWithoutBrowserWindowHasNoWindowNumber)

@@ -186,6 +186,16 @@ TEST_F(ApplicationNatives, MaximumKeySetIsTheTerminals)
     EXPECT_EQ(answer, 0x1F);
 }
 
+TEST_F(ApplicationNatives, SetKeySetIsAnsweredBeforeListenersAreTold)
+{
+    start(httpApplication(1, 1));
+    double granted = -1;
+    double seen = -1;
+    listener().onNotification[HBBTV_NOTIFICATION_KEYSET_CHANGED] = [&](auto*) { seen = granted; };
+    EXPECT_EQ(native_KeySetSetValue(id(), 5, &granted), 0);
+    EXPECT_EQ(seen, 5);
+}
+
 TEST_F(ApplicationNatives, SetKeySetGrantsWhatTheTerminalSupportsAndTellsListeners)
 {
     platform().supportedKeySets = 0x1F;

@@ -2,6 +2,7 @@
 // a script makes of both.
 
 #include "lifecycle/application.h"
+#include "oipf/notification_manager.h"
 #include "tests/oipf/natives_test.h"
 
 using namespace VestaHbbTV;
@@ -77,8 +78,13 @@ TEST_F(PermissionNatives, TrustedIsTheListenersDecisionInEitherDirection)
 TEST_F(PermissionNatives, TrustedOfAnApplicationByURLIsNoUnlessAListenerSaysSo)
 {
     startByURL("http://b.example/");
+    int usageType = -1;
+    listener().onNotification[HBBTV_NOTIFICATION_TRUSTED] = [&](HBBTV_NotificationData* data) {
+        usageType = data->application.usageType;
+    };
     EXPECT_EQ(native_PermissionsIsTrusted(1, "http://b.example/"), 7);
     EXPECT_EQ(journal(), Lines({"TRUSTED? 0.0 independent trusted=0 http://b.example/"}));
+    EXPECT_EQ(usageType, 0);
     listener().trusted = 1;
     EXPECT_EQ(native_PermissionsIsTrusted(1, "http://b.example/"), 0);
 }
@@ -90,6 +96,15 @@ TEST_F(PermissionNatives, TrustedSurvivesAListenerThatShutsTheLibraryDown)
         vesta_hbbtv_shutdown();
     };
     EXPECT_EQ(native_PermissionsIsTrusted(1, inside), 0);
+}
+
+TEST_F(PermissionNatives, TrustedIsTheLibrarysOwnDecisionWithoutListeners)
+{
+    start(httpApplication(1, signedId));
+    NotificationManager::getInstance()->shutdown();
+    EXPECT_EQ(native_PermissionsIsTrusted(1, inside), 0);
+    EXPECT_EQ(native_PermissionsIsTrusted(1, outside), 7);
+    vesta_hbbtv_add_notification_listener(RecordingListener::listen);
 }
 
 class SetChannel : public NativesTest {
@@ -106,6 +121,19 @@ protected:
 
 const char becameIndependent[] = "CHANGE 1.1 independent trusted=1 autostart "
                                  "http://a.example/index.html";
+
+TEST_F(SetChannel, ListenersHearOfTheChangeBeforeTheFormerChannelIsForgotten)
+{
+    sendAIT(AITSection().add(httpApplication(1, 1)), &channel_);
+    tickAll();
+    void* seen = nullptr;
+    listener().onNotification[HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE] = [&](auto*) {
+        seen = storedChannel();
+    };
+    EXPECT_EQ(setChannel(inside, nullptr), 0);
+    EXPECT_EQ(seen, &channel_);
+    EXPECT_EQ(storedChannel(), nullptr);
+}
 
 TEST_F(SetChannel, NoChannelInsideTheBoundaryMakesTheApplicationIndependent)
 {
