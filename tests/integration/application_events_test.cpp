@@ -76,6 +76,16 @@ TEST_F(ApplicationEvents, StopEndsTheApplicationAtOnceWithItsFlags)
     ASSERT_NE(window()->getPendingApplication(), nullptr);
 }
 
+TEST_F(ApplicationEvents, StopOfNoApplicationStopsNone)
+{
+    Application* const first = run(window());
+    EXPECT_EQ(first->getID(), 1u);
+    queue(new StopApplicationEvent(window(), nullptr, true, true));
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(running(), first);
+    EXPECT_EQ(journal(), Lines());
+}
+
 TEST_F(ApplicationEvents, StopOfAnEndedApplicationIsNormal)
 {
     Application* const application = run(window());
@@ -322,6 +332,8 @@ TEST_F(ApplicationEvents, ATableIsNotActivatedInAWindowThatAListenerReleased)
     sendXMLAIT({httpApplication(3, 4)});
     EXPECT_EQ(tickAll(), 1);
     EXPECT_EQ(journal(), Lines({"AIT xml [3.4]"}));
+    EXPECT_EQ(log().count("DEBUG AIT: --- Done ---"), 1) << "it is printed all the same";
+    EXPECT_EQ(takeLog("Window"), Lines({"DEBUG Window: terminateRunningApplication"}));
 }
 
 TEST_F(ApplicationEvents, DeletedUnexecutedTheyDoNothing)

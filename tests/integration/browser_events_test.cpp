@@ -249,6 +249,7 @@ TEST_F(BrowserEvents, LoadingFinishedWithAFailureIsALoadFailure)
         EXPECT_EQ(log().count(failed), 0);
         EXPECT_EQ(log().count("ERR Window: Automatic load of AUTOSTART application failed."), 1);
         tickAll();
+        EXPECT_EQ(log().count("DEBUG LoadSuccessEvent: LoadSuccessEvent::execute()"), 0);
         EXPECT_EQ(running(), nullptr);
         send(E_CHANNEL_CHANGE);
         tickAll();

@@ -166,6 +166,17 @@ TEST_F(KeyInput, BroadcastRelatedApplicationStartsWithoutKeysAndAnIndependentOne
     EXPECT_EQ(down(65), 1);
 }
 
+TEST_F(KeyInput, KeyIsHeldAlreadyWhileItsBeginningIsDelivered)
+{
+    startWithKeys(KeySet::RED);
+    browser().whileIn["tavo_keyboard_evt"] = [] {
+        browser().whileIn.clear();
+        EXPECT_EQ(up(403), 1);
+    };
+    EXPECT_EQ(down(403), 1);
+    EXPECT_EQ(browser().keys, Lines({"down 403", "up 403"}));
+}
+
 TEST_F(KeyInput, BrowserMayEndTheApplicationWithAKey)
 {
     startWithKeys(KeySet::RED);

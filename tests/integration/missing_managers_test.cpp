@@ -4,6 +4,7 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
+#include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "oipf/notification_manager.h"
@@ -52,6 +53,28 @@ TEST_F(MissingManagers, AProtocolLoadIsLeftToTheBrowserWithoutDownloads)
     EXPECT_EQ(report(TAVO_VESTA_EVT_PROTOCOL_LOADING_START), 0u);
     EXPECT_EQ(result_, untouched);
     EXPECT_EQ(log().leveledLines().size(), 3u) << "the event and its URL, twice";
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(MissingManagers, AProtocolLoadOfAnotherTypeIsRefusedEvenWithoutDownloads)
+{
+    loseConfiguration();
+    data_ = {};
+    data_.url = "http://a.example/";
+    EXPECT_EQ(notify(TAVO_VESTA_EVT_PROTOCOL_LOADING_START, 1, data_, &result_), 1u);
+    EXPECT_EQ(result_, -3);
+    EXPECT_EQ(log().leveledLines().back(), "WARN vesta_hbbtv: Unsupported url protocol");
+}
+
+TEST_F(MissingManagers, FilesThatNobodyWaitsForAreForgottenWithoutDownloads)
+{
+    ExternalEvent ready(E_DSMCC_FILE_READY, downloadRecord(this));
+    ExternalEvent error(E_DSMCC_FILE_ERROR, downloadRecord(this));
+    loseConfiguration();
+    ready.execute();
+    error.execute();
+    EXPECT_EQ(log().leveledLines(), Lines({"DEBUG ExternalEvent: E_DSMCC_FILE_READY",
+                                           "DEBUG ExternalEvent: E_DSMCC_FILE_ERROR"}));
     EXPECT_EQ(journal(), Lines());
 }
 

@@ -238,6 +238,42 @@ TEST_F(OCDownloads, ReadThatFailsOnTheWayFailsTheLoadBehindWhatWasWritten)
                                 "ve_protocol_write(4)", read, failed, closed}));
 }
 
+TEST_F(OCDownloads, ReadThatGivesALengthWithoutBytesFailsTheLoad)
+{
+    file().bytes = "x";
+    file().lendsNothing = true;
+    file().getFileResult = DSMCC_PENDING;
+    EXPECT_EQ(start(), 0u);
+    EXPECT_FALSE(downloads().reportDownloadSucceeded(&load));
+    EXPECT_EQ(journal(), Lines({asked, mime, read, failed, closed}));
+    EXPECT_EQ(log().leveledLines(), Lines({reading, readError}));
+}
+
+TEST_F(OCDownloads, AManagerOfOnesOwnServesItsLoadsWhateverBecomesOfTheLibrary)
+{
+    OCDownloadManager own;
+    HbbTVDVBURL url("dvb://1.2.3.4/f");
+    file() = answering(0, 0, {});
+    browser().whileIn["ve_protocol_write"] = [] { vesta_hbbtv_shutdown(); };
+    EXPECT_EQ(own.startDownload(&url, &load), 1u);
+    EXPECT_EQ(journal(), Lines({asked, mime, read, "ve_protocol_write(5)", "hbbtv_ait_stop()",
+                                "dsmcc_stop()", read, "ve_protocol_finished(200)", closed}));
+    expectOneLoadEverywhere();
+}
+
+TEST_F(OCDownloads, LinesStandInTheLogBeforeTheBrowserIsAnswered)
+{
+    journalLog({"OCDownloadManager"});
+    file() = answering(DSMCC_PENDING, 0, {});
+    start();
+    forgetJournal();
+    EXPECT_TRUE(downloads().reportDownloadSucceeded(&load));
+    EXPECT_EQ(journal(), Lines({reading, mime, read, "ve_protocol_write(5)", read, complete,
+                                "ve_protocol_finished(200)", closed}));
+    EXPECT_FALSE(downloads().reportDownloadSucceeded(&load)) << "the platform has closed it";
+    EXPECT_EQ(journal(), Lines({reading, mime, mimeError, failed, closed}));
+}
+
 TEST_F(OCDownloads, ReportsOfUnknownIdsAreLoggedAndDropped)
 {
     EXPECT_FALSE(downloads().reportDownloadSucceeded(&load));

@@ -139,11 +139,4 @@ TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
     EXPECT_EQ(journal().back(), "dsmcc_start()");
 }
 
-TEST_F(MeetingLoads, BytesWithoutABufferAreAFailure)
-{
-    platform().files["1.2.3.4/a"].lendsNothing = true;
-    start("dvb://1.2.3.4/a");
-    EXPECT_EQ(journal(), Lines({readA, mime, read, failed, closed, failed, closed}));
-}
-
 }  // namespace

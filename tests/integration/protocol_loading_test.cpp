@@ -282,6 +282,26 @@ TEST_F(ProtocolLoading, ALoadThatIsCancelledWhileThePlatformRefusesItIsNotFailed
     EXPECT_EQ(log().count("ERR vesta_hbbtv: Failed to load dvb url."), 0);
 }
 
+TEST_F(ProtocolLoading, ALoadThatIsCancelledInAReadThatFailsIsNotFailed)
+{
+    startCarouselApplication();
+    platform().files["1.2.3.4/broken"] = {"bytes", 0, 0, {}, 0, DSMCC_ERROR};
+    platform().whileIn["dsmcc_read"] = [&] { stopLoading(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/broken"), 1u);
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/broken)", "dsmcc_get_mime_type()",
+                                "dsmcc_read()", "dsmcc_close_file()"}));
+}
+
+TEST_F(ProtocolLoading, AnUnexpectedAnswerToACancelledLoadIsNotLogged)
+{
+    startCarouselApplication();
+    platform().files["1.2.3.4/a"].getFileResult = DSMCC_UNKNOWN_ID;
+    platform().whileIn["dsmcc_get_file"] = [&] { stopLoading(); };
+    EXPECT_EQ(startLoading("dvb://1.2.3.4/a"), 1u);
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/a)", "dsmcc_close_file()"}));
+    EXPECT_EQ(takeLog("OCDownloadManager"), Lines());
+}
+
 TEST_F(ProtocolLoading, AShutdownInAFailureIsTheLastThatThePlatformHears)
 {
     startCarouselApplication();
