@@ -105,8 +105,11 @@ TEST_P(NativeOfNobody, AnswersTheSameOutsideTheLifeOfTheLibrary)
 {
     shutdown();
     forgetJournal();
+    log().clear();
     EXPECT_EQ(GetParam().callUnknown(), GetParam().answer);
     EXPECT_EQ(journal(), Lines());
+    for (const std::string& line : log().leveledLines())
+        EXPECT_EQ(line.find("Invalid parent"), std::string::npos) << "nobody was looked for";
 }
 
 INSTANTIATE_TEST_SUITE_P(Natives, NativeOfNobody, ::testing::ValuesIn(unknownCases),
@@ -123,9 +126,26 @@ TEST_F(ApplicationNatives, WithoutAPlaceForTheResultAnswerAnErrorAndDoNothingEls
     EXPECT_EQ(native_AppPrivateDataGetCurrentChannel(id(), nullptr), 4);
     EXPECT_EQ(native_AppManGetApplicationId(1, nullptr, nullptr), 4);
     EXPECT_EQ(native_ApplicationCreateApplication("http://b.example/", 0, id(), nullptr), 4);
+    EXPECT_EQ(log().leveledLines(),
+              Lines({"DEBUG ApplicationManager: native_AppPrivateDataGetFreeMem",
+                     "DEBUG ApplicationManager: native_KeySetGetMaximumValue",
+                     "DEBUG ApplicationManager: native_KeySetSetValue",
+                     "DEBUG ApplicationManager: native_KeySetGetValue",
+                     "DEBUG ApplicationManager: native_AppPrivateDataGetCurrentChannel",
+                     "DEBUG ApplicationManager: native_AppManGetApplicationId",
+                     "DEBUG ApplicationManager: native_ApplicationCreateApplication"}));
     EXPECT_EQ(journal(), Lines());
     EXPECT_EQ(keySetOf(id()), 0);
     EXPECT_EQ(tickAll(), 0);
+}
+
+TEST_F(ApplicationNatives, NothingToDestroyOrHideIsLoggedAllTheSame)
+{
+    EXPECT_EQ(native_ApplicationDestroyApplication(nullptr), 0);
+    EXPECT_EQ(native_ApplicationHide(nullptr), 0);
+    EXPECT_EQ(log().leveledLines(),
+              Lines({"DEBUG ApplicationManager: native_ApplicationDestroyApplication",
+                     "DEBUG ApplicationManager: native_ApplicationHide"}));
 }
 
 TEST_F(ApplicationNatives, NullIdIsNoApplicationAndIsNotLoggedAsInvalid)

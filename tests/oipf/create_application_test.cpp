@@ -153,6 +153,18 @@ TEST_F(CreateApplication, IdsThatNameNoApplicationFail)
     EXPECT_EQ(journal(), Lines());
 }
 
+TEST_F(CreateApplication, IdsEndWithTheHighestThatATableCanSignal)
+{
+    sendAIT(AITSection()
+                .add(httpApplication(1, 1))
+                .add(httpApplication(0x1A, 0, "zero.html").controlCode(2))
+                .add(httpApplication(0x1A, 0xFFFF, "last.html").controlCode(2)));
+    tickAll();
+    listener().startAction = HBBTV_APPLICATION_ACTION_START;  // also for a reserved id
+    EXPECT_EQ(create("dvb://current.ait/1a.10000", id()).status, 1);
+    EXPECT_EQ(create("dvb://current.ait/1a.ffff", id()).status, 0);
+}
+
 TEST_F(CreateApplication, NullURLCountsAsEmpty)
 {
     startService();

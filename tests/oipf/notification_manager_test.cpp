@@ -104,6 +104,7 @@ TEST_F(Listeners, NullIsIgnored)
 {
     manager()->addListener(nullptr);
     manager()->addListener(first);
+    EXPECT_EQ(broadcast(), Calls({"first"}));
     manager()->removeListener(nullptr);
     EXPECT_EQ(broadcast(), Calls({"first"}));
 }
@@ -244,6 +245,21 @@ TEST_F(Listeners, AManagerMadeWhileTheFormerBroadcastsIsAnother)
     EXPECT_EQ(deleted, 1);
     EXPECT_EQ(calls, Calls({"first"}));
     EXPECT_EQ(broadcast(), Calls({"second"}));
+}
+
+TEST_F(Listeners, AFormerManagersSecondShutdownLeavesItsSuccessorAlone)
+{
+    NotificationManager* const former = manager();
+    former->addListener(first);
+    whenFirstIsCalled = [former](auto, auto*) {
+        former->shutdown();
+        NotificationManager* const successor = manager();
+        former->shutdown();
+        EXPECT_EQ(NotificationManager::instance, successor);
+    };
+    int deleted = 0;
+    former->broadcast(new CountedNotification(&deleted));
+    EXPECT_EQ(deleted, 1);
 }
 
 TEST_F(Listeners, ShutdownInsideANestedBroadcastEndsBoth)

@@ -89,6 +89,27 @@ TEST_F(PermissionNatives, TrustedOfAnApplicationByURLIsNoUnlessAListenerSaysSo)
     EXPECT_EQ(native_PermissionsIsTrusted(1, "http://b.example/"), 0);
 }
 
+TEST_F(PermissionNatives, OfAnApplicationThatLostItsEntryAreThoseOfNone)
+{
+    start(httpApplication(1, signedId).usage(1));
+    running()->setAITApplication(nullptr);
+    std::optional<HBBTV_ApplicationNotificationData> seen;
+    listener().onNotification[HBBTV_NOTIFICATION_TRUSTED] = [&](HBBTV_NotificationData* data) {
+        seen = data->application;
+    };
+    EXPECT_EQ(native_PermissionsIsTrusted(1, inside), 7);
+    EXPECT_EQ(journal(),
+              Lines({"TRUSTED? 0.0 related trusted=0 autostart http://a.example/other"}));
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->usageType, 0);
+    void* channel = &seen;
+    EXPECT_EQ(native_AppPrivateDataGetCurrentChannel(id(), &channel), 1);
+    EXPECT_EQ(channel, nullptr);
+    EXPECT_EQ(native_AppManNotifySetChannelCalled(1, inside, nullptr), 0);
+    EXPECT_TRUE(running()->isBroadcastRelated());
+    EXPECT_EQ(journal(), Lines());
+}
+
 TEST_F(PermissionNatives, TrustedSurvivesAListenerThatShutsTheLibraryDown)
 {
     start(httpApplication(1, signedId));
