@@ -62,6 +62,10 @@ TEST_F(Configuration, ANullBrowserIsStoredAsGiven)
 
 TEST_F(Configuration, KeepsTheTerminalsCapabilities)
 {
+    manager()->setHbbTVVersion(3, 4, 5);
+    EXPECT_EQ(manager()->getHbbTVVersionMajor(), 3);
+    EXPECT_EQ(manager()->getHbbTVVersionMinor(), 4);
+    EXPECT_EQ(manager()->getHbbTVVersionMicro(), 5);
     manager()->setHbbTVVersion(1, 1, 1);
     manager()->setSupportedProfiles(0xFFFF);
     EXPECT_EQ(manager()->getHbbTVVersionMinor(), 1);

@@ -127,6 +127,12 @@ TEST_F(EventQueue, NullIsNotQueued)
 {
     queue_->add(nullptr);
     EXPECT_FALSE(queue_->executeFirst());
+    queue_->add(event(1));
+    queue_->add(nullptr);
+    queue_->add(event(2));
+    while (queue_->executeFirst()) {
+    }
+    EXPECT_EQ(ran_, std::vector<int>({1, 2}));
 }
 
 TEST_F(EventQueue, ExecutesWithTheMutexReleasedAndQueuesBehindTheRest)

@@ -96,6 +96,22 @@ TEST_F(WindowFunctions, TimeShiftAnswersWhetherItChanged)
         EXPECT_EQ(vesta_hbbtv_set_time_shifted(window(), flag), result) << flag;
 }
 
+TEST_F(WindowFunctions, BrowserWindowOfAWindowThatIsJustReleasedIsNotTold)
+{
+    startApplication(httpApplication(1, 1));
+    Window* const released = window();
+    EXPECT_EQ(vesta_hbbtv_get_tavo_window(released), browser().window(1));
+    int asked = 0;
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](HBBTV_NotificationData*) {
+        ++asked;
+        manager()->registerTavoWindow(browser().window(7), released);
+        EXPECT_EQ(vesta_hbbtv_get_tavo_window(released), nullptr);
+    };
+    vesta_hbbtv_release_window(released);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(vesta_hbbtv_get_window_identifier(browser().window(7)), nullptr);
+}
+
 TEST_F(WindowFunctions, AnswerAlsoWithoutInit)
 {
     shutdown();
