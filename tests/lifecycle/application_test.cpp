@@ -235,6 +235,9 @@ TEST_F(ApplicationTest, WithoutABrowserWindowNothingIsShownOrHidden)
     EXPECT_TRUE(application->isVisible());
     application->show();
     EXPECT_EQ(journal(), Lines());
+    const auto hidden = make(httpApplication(1, 1));
+    hidden->show();
+    EXPECT_FALSE(hidden->isVisible());
 }
 
 TEST_F(ApplicationTest, ShowingAndHidingIsToldToListenersEachTime)
@@ -301,6 +304,38 @@ TEST_F(ApplicationTest, ItsEndReleasesTheBrowserWindowAndUnregistersIt)
 TEST_F(ApplicationTest, ItsEndWithoutABrowserWindowIsSilent)
 {
     makeByURL();
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(ApplicationTest, OfNoWindowItLivesAndEnds)
+{
+    const auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
+    EXPECT_EQ(application->getWindow(), nullptr);
+    EXPECT_TRUE(application->isWithinApplicationBoundaries(page));
+}
+
+TEST_F(ApplicationTest, DeletedWhileItRunsItIsFoundNowhere)
+{
+    startApplication(httpApplication(1, 1));
+    const unsigned long id = running()->getID();
+    delete running();
+    EXPECT_EQ(running(), nullptr);
+    EXPECT_EQ(manager()->getApplication(id), nullptr);
+    EXPECT_EQ(manager()->getWindow(browser().window(1)), nullptr);
+    EXPECT_EQ(window()->getApplication(browser().window(1)), nullptr);
+}
+
+TEST_F(ApplicationTest, DeletedWhileItIsPendingItsWindowAwaitsNone)
+{
+    delete window()->startBroadcastIndependentApplication(HbbTVURL(page));
+    EXPECT_NE(window()->startBroadcastIndependentApplication(HbbTVURL(page)), nullptr);
+    EXPECT_EQ(log().count("WARN Window: Pending application added when pending already existed."),
+              0);
+}
+
+TEST_F(ApplicationTest, AHoldOfNoWindowHoldsNothing)
+{
+    const Window::Hold hold(nullptr);
     EXPECT_EQ(journal(), Lines());
 }
 

@@ -408,4 +408,62 @@ TEST_F(WindowLoadResults, TheLoadedURLIsComparedWithTheGivenDomain)
     EXPECT_FALSE(window()->isLoadedUrlWithinBoundaries(&domain));
 }
 
+TEST_F(WindowLoadResults, AFailedCarouselIsFollowedByHTTP)
+{
+    startApplication(AITEntry(1, 1).carousel(1, 4).http(2, "http://a.example/").location("i"));
+    EXPECT_EQ(runningURL(), "dvb://1.2.3.4/i");
+    EXPECT_EQ(failLoading(), 0);
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/i");
+}
+
+TEST_F(WindowLoadResults, AnXMLApplicationThatFailsIsNotTriedOnItsNextTransport)
+{
+    sendXMLAIT(
+        {AITEntry(1, 1).http(1, "http://a.example/").http(2, "http://b.example/").location("i")});
+    tickAll();
+    EXPECT_EQ(failLoading(), 0);
+    EXPECT_EQ(tickAll(), 0);
+    EXPECT_EQ(runningURL(), "http://a.example/i");
+}
+
+TEST_F(WindowLoadResults, AFailedApplicationThatWasAskedForIsNotFollowedByAnAutostartOne)
+{
+    sendAIT(AITSection()
+                .add(httpApplication(1, 2, "asked").priority(9).controlCode(2))
+                .add(httpApplication(1, 1)));
+    tickAll();
+    send(E_START_APPLICATION, startRecord(window(), 1, 2));
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/asked");
+    EXPECT_EQ(failLoading(browser().idOf(running()->getTavoWindow())), -3);
+    EXPECT_EQ(tickAll(), 0);
+    EXPECT_EQ(runningURL(), "http://a.example/asked");
+}
+
+TEST_F(WindowLoadResults, ALoadedParentBehindItsChildFailsUnnoticed)
+{
+    startApplication(httpApplication(1, 1));
+    finishLoading();
+    void* child = nullptr;
+    native_ApplicationCreateApplication("http://a.example/c", 1, idOf(running()), &child);
+    tickAll();
+    log().clear();
+    EXPECT_EQ(failLoading(1), 0);
+    EXPECT_EQ(takeLog(),
+              Lines({"WARN Window: Application failed received on not-running application. "
+                     "Silently ignoring."}));
+}
+
+TEST_F(WindowLoadResults, ATransportOfAnotherEntryHasNoNextOne)
+{
+    startApplication(
+        AITEntry(1, 1).http(1, "http://a.example/").http(2, "http://b.example/").location("i"));
+    const ref_ptr<AIT> other = broadcastTable(AITSection().add(httpApplication(1, 1)));
+    running()->setTransport(other->getAITApplication(0)->getFirstAvailableTransport(true));
+    EXPECT_EQ(failLoading(), 0);
+    tickAll();
+    EXPECT_EQ(running(), nullptr);
+}
+
 }  // namespace

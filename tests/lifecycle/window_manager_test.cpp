@@ -262,4 +262,12 @@ TEST_F(WindowManagerTest, EventsOfADestroyedManagersWindowsFindNoWindow)
     EXPECT_EQ(log().count("ERR StartApplicationEvent: Invalid setup or window do not exist."), 1);
 }
 
+TEST_F(WindowManagerTest, WindowsMadeAfterAllWereRemovedStartApplications)
+{
+    manager()->removeAllWindows();
+    Window* const created = static_cast<Window*>(vesta_hbbtv_create_window());
+    EXPECT_NE(created->startBroadcastIndependentApplication(HbbTVURL("http://a.example/")),
+              nullptr);
+}
+
 }  // namespace

@@ -1,5 +1,7 @@
 // Whether an entry or a URL becomes a pending application.
 
+#include <algorithm>
+
 #include "foundation/configuration_manager.h"
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
@@ -335,6 +337,21 @@ TEST_F(WindowStarting, ATableThatDiesWhileListenersAreAskedStartsNothing)
     EXPECT_EQ(window()->startApplication(table->getAITApplication(0u), HbbTVURL(""), nullptr),
               nullptr);
     EXPECT_EQ(window()->getPendingApplication(), nullptr);
+}
+
+TEST_F(WindowStarting, AnApplicationOfAnotherOrganisationIsNoRestart)
+{
+    startApplication(httpApplication(1, 5));
+    sendAIT(AITSection().version(1).add(httpApplication(1, 5)).add(httpApplication(2, 5, "other")));
+    tickAll();
+    forgetJournal();
+    send(E_START_APPLICATION, startRecord(window(), 2, 5));
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/other");
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                         "STOP 1.5 related reactivate=0 http://a.example/index.html"),
+              1);
 }
 
 }  // namespace
