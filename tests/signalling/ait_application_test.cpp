@@ -147,6 +147,10 @@ TEST(AITApplication, TellsOverWhichProtocolsItComes)
     EXPECT_TRUE(mixed->isTransportedOverProtocol(Transport::OBJECT_CAROUSEL));
     EXPECT_TRUE(mixed->isTransportedOverProtocol(Transport::HTTP));
 
+    Parsed carousel(AITEntry(10, 1).carousel(1, 9).http(2, "http://a/"));
+    EXPECT_TRUE(carousel->getPreferredTransportProtocol(protocol));
+    EXPECT_EQ(protocol, Transport::OBJECT_CAROUSEL);
+
     Parsed unknown(AITEntry(10, 1).labels({1}).raw(otherTransport(1, 2)));
     protocol = Transport::ProtocolId(99);
     EXPECT_FALSE(unknown->getPreferredTransportProtocol(protocol));

@@ -348,3 +348,18 @@ TEST(AIT, LogsNothingAboutAFaultySection)
     EXPECT_FALSE(Table(AITSection().add(AITEntry(10, 2).raw({0x80, 0}))).accepted);
     EXPECT_THAT(log.lines(), IsEmpty());
 }
+
+TEST(AIT, ADescriptorOfAnotherKindIsNoCommonTransport)
+{
+    Bytes other = httpTransport(7, "http://a/");
+    other[0] = 0x80;
+    Table table(AITSection().common(other + httpTransport(8, "http://b/")));
+    EXPECT_EQ(table.getCommonTransport(7), nullptr);
+    EXPECT_NE(table.getCommonTransport(8), nullptr);
+}
+
+TEST(AIT, NoBytesAreAnEmptyCommonLoopWhateverTheirLength)
+{
+    AIT table(1, 2, 3, nullptr);
+    EXPECT_TRUE(table.parseCommonDescriptorsLoop(nullptr, 7));
+}
