@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Compares docs/functions.md with the public header and the test sources.
 #   functions_table.sh SOURCE_DIRECTORY
-# Every declared function has one row, every row names a declared function, and its test exists in
-# the named source, which uses the function.
+# Every declared function, and every class that an installed header offers, has one row, every row
+# names one of these, and its test exists in the named source, which uses it.
 set -euo pipefail
 readonly root=$1
 readonly table="$root/docs/functions.md" header="$root/include/vesta_hbbtv_appman.h"
@@ -12,15 +12,25 @@ without_comments() {
     sed 's,//.*,,' "$1"
 }
 
+# What the public header declares, and the other installed headers; but for what only their own
+# classes are made of.
 declared() {
-    without_comments "$header" |
-        grep -oE '\b((vesta_hbbtv|native|dsmcc|hbbtv)_[A-Za-z_]+ *\(|veif_[A-Za-z]+;)' |
-        tr -d ' (;' | sort
+    {
+        without_comments "$header" |
+            grep -oE '\b((vesta_hbbtv|native|dsmcc|hbbtv)_[A-Za-z_]+ *\(|veif_[A-Za-z]+;)' |
+            tr -d ' (;'
+        sed -n 's,^vesta_hbbtv_appman/\(.*/.*\),\1,p' "$root/tests/packaging/headers.txt" |
+            while read -r installed; do
+                sed -nE 's,^class ([A-Za-z0-9_]+)[^;]*$,\1,p; s,^(bool|int|void|const char\*) ([A-Za-z_]+)\(.*,\2,p' \
+                    "$root/$installed"
+            done |
+            grep -vxE 'ApplicationTarget|ByteReader|SmallVector'
+    } | sort
 }
 
 # Function, suite, test and source of every row.
 rows() {
-    sed -nE 's,^\| `([a-z_A-Z]+)` \| `([A-Za-z0-9]+)\.([A-Za-z0-9_]+)` \| \[[^]]*\]\(\.\./([a-z_/]+\.cpp)\) \|$,\1 \2 \3 \4,p' "$table"
+    sed -nE 's,^\| `([a-z_A-Z0-9]+)` \| `([A-Za-z0-9]+)\.([A-Za-z0-9_]+)` \| \[[^]]*\]\(\.\./([a-z_0-9/]+\.cpp)\) \|$,\1 \2 \3 \4,p' "$table"
 }
 
 check_tests() {

@@ -133,7 +133,8 @@ TEST(PMT, DescriptorsKnowTheirTags)
 {
     PMT table = parsed(typicalSection());
     const ElementaryStream& carousel = table.getElementaryStreams()[3];
-    EXPECT_EQ(carousel.getStreamIdentifierDescriptor()->getTag(), 0x52);
+    const StreamIdentifierDescriptor* const identifier = carousel.getStreamIdentifierDescriptor();
+    EXPECT_EQ(identifier->getTag(), 0x52);
     EXPECT_EQ(carousel.getAssociationTagDescriptor()->getTag(), 0x14);
     EXPECT_EQ(carousel.getDeferredAssociationTagsDescriptor()->getTag(), 0x15);
     EXPECT_EQ(carousel.getCarouselIdentifierDescriptor()->getTag(), 0x13);
