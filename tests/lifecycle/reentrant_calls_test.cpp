@@ -74,7 +74,9 @@ const std::vector<std::string> actions = {"release the window",
                                           "report load results",
                                           "delete the window manager",
                                           "take over the broadcast",
-                                          "cancel the loads"};
+                                          "cancel the loads",
+                                          "start the loads anew",
+                                          "report the files"};
 
 class ReentrantCalls : public ReentrantSession,
                        public ::testing::WithParamInterface<std::tuple<std::string, std::string>> {

@@ -97,6 +97,8 @@ protected:
             {"delete the window manager", &ReentrantSession::deleteManager},
             {"take over the broadcast", &ReentrantSession::takeOverBroadcast},
             {"cancel the loads", &ReentrantSession::cancelLoads},
+            {"start the loads anew", &ReentrantSession::startLoads},
+            {"report the files", &ReentrantSession::reportFiles},
         };
         (this->*functions.at(action))();
     }
@@ -210,6 +212,21 @@ protected:
         }
     }
 
+    void startLoads()
+    {
+        for (size_t i = 0; i < loads_.size(); ++i)
+            startLoad(1, pages[i], loads_[loads_.size() - 1 - i]);
+    }
+
+    void reportFiles()
+    {
+        for (char& load : loads_) {
+            deliver(E_DSMCC_FILE_READY, downloadRecord(&load));
+            deliver(E_DSMCC_FILE_ERROR, downloadRecord(&load));
+        }
+        tickSome();
+    }
+
     static void tickSome()
     {
         for (int ticks = 0; ticks < 50 && vesta_hbbtv_tick(); ++ticks) {
@@ -262,17 +279,19 @@ protected:
         platform().files["1.2.3.7/now"] = {std::string(140000, 'x'), 0, 0, "text/html", 0, {}};
         platform().files["1.2.3.7/later"] = {"bytes", DSMCC_PENDING, 0, {}, 0, {}};
         platform().files["1.2.3.7/broken"] = {"bytes", 0, 0, {}, 0, DSMCC_ERROR};
-        const char* const urls[] = {"dvb://1.2.3.7/now", "dvb://1.2.3.7/later",
-                                    "dvb://1.2.3.7/broken", "dvb://1.2.3.7/missing"};
-        for (size_t i = 0; i < std::size(urls); ++i) {
-            TavoVestaEventData data = {};
-            data.url = urls[i];
-            data.request_id = &loads_[i];
-            notify(TAVO_VESTA_EVT_PROTOCOL_LOADING_START, windowId, data);
-        }
+        for (size_t i = 0; i < loads_.size(); ++i)
+            startLoad(windowId, pages[i], loads_[i]);
         deliver(E_DSMCC_FILE_READY, downloadRecord(&loads_[1]));
         deliver(E_DSMCC_FILE_ERROR, downloadRecord(&loads_[3]));
         tickSome();
+    }
+
+    void startLoad(long windowId, const char* url, char& load)
+    {
+        TavoVestaEventData data = {};
+        data.url = url;
+        data.request_id = &load;
+        notify(TAVO_VESTA_EVT_PROTOCOL_LOADING_START, windowId, data);
     }
 
     void streamEventsAreAskedFor(long windowId)
@@ -372,7 +391,10 @@ protected:
     std::function<void()> callback_;
     std::string place_;
     std::set<void*> ended_;
-    std::array<char, 4> loads_ = {};
+    static constexpr std::array<const char*, 4> pages = {"dvb://1.2.3.7/now", "dvb://1.2.3.7/later",
+                                                         "dvb://1.2.3.7/broken",
+                                                         "dvb://1.2.3.7/missing"};
+    std::array<char, pages.size()> loads_ = {};
     void* handle_ = nullptr;
     bool inside_ = false;
     bool listenerRemoved_ = false;
