@@ -10,7 +10,7 @@ using namespace VestaHbbTV;
 
 namespace {
 
-/// Whether a function has exactly this type, with no exception specification.
+/// Whether a function has exactly this type, and may throw.
 template <typename Expected, typename Actual>
 constexpr bool isA = std::is_same_v<Actual, Expected*>;
 
