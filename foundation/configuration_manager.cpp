@@ -9,6 +9,16 @@
 
 namespace VestaHbbTV {
 
+namespace {
+
+unsigned long newSession()
+{
+    static unsigned long last = 0;
+    return ++last;
+}
+
+}  // namespace
+
 ConfigurationManager* ConfigurationManager::instance = nullptr;
 
 ConfigurationManager* ConfigurationManager::create()
@@ -22,7 +32,9 @@ ThreadsafeEventQueue* ConfigurationManager::getCurrentQueue()
     return instance ? instance->getEventQueue() : nullptr;
 }
 
-ConfigurationManager::ConfigurationManager() = default;
+ConfigurationManager::ConfigurationManager() : session_(newSession())
+{
+}
 
 ConfigurationManager::~ConfigurationManager()
 {
@@ -33,15 +45,18 @@ ConfigurationManager::~ConfigurationManager()
         instance = nullptr;
 }
 
-void ConfigurationManager::init(TAVO_Vesta* browser)
+bool ConfigurationManager::init(TAVO_Vesta* browser)
 {
+    const unsigned long session = session_;
     browser_ = browser;
     ocDownloadManager_ = std::make_unique<OCDownloadManager>();
     // The former queue dies last: the destructors of its events find the new one in place.
     const auto former = std::exchange(eventQueue_, std::make_unique<ThreadsafeEventQueue>());
     const int supported = hbbtv_keyset_get_supported_values();
-    if (instance == this)  // the integrator may have shut the library down in return
-        supportedKeySetValues_ = supported;
+    if (getSession() != session)
+        return false;
+    supportedKeySetValues_ = supported;
+    return true;
 }
 
 void ConfigurationManager::setHbbTVVersion(unsigned char major, unsigned char minor,

@@ -29,10 +29,14 @@ public:
     ~ConfigurationManager();
 
     /// Makes a fresh download manager and queue and asks the integrator for the key sets. What an
-    /// earlier call made is deleted. The integrator may shut the library down when it is asked:
-    /// this object is gone then.
+    /// earlier call made is deleted.
     /// @param browser stored as given, may be null
-    void init(TAVO_Vesta* browser);
+    /// @return false when the integrator shut the library down in return: this object is gone then
+    bool init(TAVO_Vesta* browser);
+
+    /// Tells one life of the library from the next: a number of the instance, never reused; 0
+    /// without one. Whoever calls out compares it afterwards.
+    static unsigned long getSession() { return instance ? instance->session_ : 0; }
 
     /// The browser given to init(); may be null.
     TAVO_Vesta* getBrowser() const { return browser_; }
@@ -62,6 +66,7 @@ private:
 
     ConfigurationManager();
 
+    const unsigned long session_;
     TAVO_Vesta* browser_ = nullptr;
     std::unique_ptr<ThreadsafeEventQueue> eventQueue_;
     std::unique_ptr<OCDownloadManager> ocDownloadManager_;

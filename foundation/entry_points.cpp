@@ -34,10 +34,17 @@ Window* asWindow(void* handle)
 void vesta_hbbtv_init(TAVO_Vesta* browser)
 {
     Logging::getInstance();  // before other threads log
-    ConfigurationManager::getInstance()->init(browser);
+    if (!ConfigurationManager::getInstance()->init(browser))
+        return;
+    // The platform, too, may shut the library down in return.
+    const unsigned long session = ConfigurationManager::getSession();
     WindowManager::getInstance()->init();
     hbbtv_ait_start();
+    if (ConfigurationManager::getSession() != session)
+        return;
     dsmcc_start();
+    if (ConfigurationManager::getSession() != session)
+        return;
     NotificationManager::getInstance()->init();
 }
 

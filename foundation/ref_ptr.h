@@ -74,9 +74,9 @@ public:
         if (former)
             former->countDown();
     }
-    // NOLINTEND(clang-analyzer-cplusplus.*)
 
     T* get() const { return object_; }
+    // NOLINTEND(clang-analyzer-cplusplus.*)
     T& operator*() const { return *object_; }
     T* operator->() const { return object_; }
     explicit operator bool() const { return object_ != nullptr; }

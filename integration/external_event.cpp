@@ -90,8 +90,9 @@ void stopBroadcastRelatedApplication(Window& window)
 void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
+    const unsigned long session = ConfigurationManager::getSession();
     NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
-    if (!WindowManager::instance)
+    if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
     hbbtv_ait_completed(table->getVersion());
     if (!window.isReleased()) {
@@ -136,14 +137,14 @@ void executeAITSection(const Record& record)
 
 void executeChannelChange(const Record& /*record*/)
 {
-    const WindowManager* const manager = WindowManager::getInstance();
+    const unsigned long session = ConfigurationManager::getSession();
     dsmcc_clear_cache();
-    if (WindowManager::instance != manager)
+    if (ConfigurationManager::getSession() != session)
         return;  // the platform shut the library down in return
     hbbtv_ait_invalidate();
-    if (WindowManager::instance != manager)
+    if (ConfigurationManager::getSession() != session)
         return;
-    if (Window* const window = manager->getBroadcastWindow()) {
+    if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
         window->setAIT(ref_ptr<AIT>());
         window->setAssemblyAIT(nullptr);
     }

@@ -6,7 +6,6 @@
 
 #include "vesta_hbbtv_appman.h"
 
-#include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "signalling/hbbtv_url.h"
 
@@ -22,30 +21,27 @@ const int statusNotFound = 404;
 /// A large carousel object never becomes one huge write.
 const unsigned int maximumWriteBytes = 130048;
 
-/// The turn of a load that is not known (any more).
-const unsigned long noTurn = 0;
-
-/// Never reused, so that a later manager at the same address knows none of an earlier one's.
-unsigned long nextTurn()
-{
-    static unsigned long last = noTurn;
-    return ++last;
-}
-
 }  // namespace
 
-/// The answer to one load. The browser's handle and the platform's file are its own only as long as
-/// nobody who is called meanwhile cancels the load, answers it or starts it anew, or shuts the
-/// library down.
+/// The answer to one load, while it is given. The browser's handle and the platform's file are its
+/// own only as long as nobody who is called meanwhile cancels the load, answers it or starts it
+/// anew, or shuts the library down. It lives on the stack, inside of what was being answered then.
 class OCDownloadManager::Answer {
 public:
     Answer(OCDownloadManager* manager, void* id)
-        : manager_(manager), id_(id), turn_(manager->turnOf(id)), isManaged_(isCurrent())
+        : manager_(manager), outer_(manager->innermostAnswer_), id_(id)
     {
+        manager->innermostAnswer_ = this;
+    }
+    Answer(const Answer&) = delete;
+    Answer& operator=(const Answer&) = delete;
+    ~Answer()
+    {
+        if (manager_)
+            manager_->innermostAnswer_ = outer_;
     }
 
-    /// Whether nobody came in between. Ids that were never known have but one turn.
-    bool isDue() const { return isLibraryRunning() && manager_->turnOf(id_) == turn_; }
+    bool isDue() const { return state_ == DUE; }
 
     /// Streams the file. @return false when that failed, which was answered
     bool deliver();
@@ -55,18 +51,28 @@ public:
     /// Gives the platform its file back, unless it is another's by now.
     void closeFile() const;
 
+    /// @name What happens to the answers to a load meanwhile, from the innermost one on
+    /// @{
+    static void cancel(Answer* answer, const void* id);
+    static void takeOver(Answer* answer, const void* id);
+    static void loseManager(Answer* answer);
+    /// @}
+
 private:
-    bool isLibraryRunning() const { return !isManaged_ || isCurrent(); }
-    bool isCurrent() const;
-    void endTurn();
+    enum State {
+        DUE,
+        CANCELLED,  ///< nobody waits for it, but its file is still to be closed
+        TAKEN_OVER  ///< load and file are somebody else's
+    };
+
     const char* stream() const;
     bool sendMimeType() const;
     void send(const char* bytes, unsigned int length) const;
 
     OCDownloadManager* manager_;
+    Answer* outer_;
     void* id_;
-    unsigned long turn_;
-    bool isManaged_;  ///< the library's own manager, which may be gone after a call
+    State state_ = DUE;
 };
 
 bool OCDownloadManager::Answer::deliver()
@@ -83,7 +89,7 @@ bool OCDownloadManager::Answer::deliver()
         return false;
     }
     log(DEBUG, module, "read complete");
-    endTurn();
+    takeOver(outer_, id_);
     ve_protocol_finished(id_, statusOK);
     closeFile();
     return true;
@@ -91,28 +97,43 @@ bool OCDownloadManager::Answer::deliver()
 
 void OCDownloadManager::Answer::fail()
 {
-    endTurn();
+    takeOver(outer_, id_);
     ve_protocol_failed(id_, statusNotFound);
     closeFile();
 }
 
 void OCDownloadManager::Answer::closeFile() const
 {
-    if (isDue() || (isLibraryRunning() && manager_->turnOf(id_) == noTurn))
+    if (state_ != TAKEN_OVER)
         dsmcc_close_file(id_);
 }
 
-bool OCDownloadManager::Answer::isCurrent() const
+/// The innermost answer closes the file.
+void OCDownloadManager::Answer::cancel(Answer* answer, const void* id)
 {
-    return ConfigurationManager::instance &&
-           ConfigurationManager::instance->getOCDownloadManager() == manager_;
+    while (answer && answer->id_ != id)
+        answer = answer->outer_;
+    if (!answer)
+        return;
+    if (answer->isDue())
+        answer->state_ = CANCELLED;
+    takeOver(answer->outer_, id);
 }
 
-/// Whoever else was answering this load is no longer to do so.
-void OCDownloadManager::Answer::endTurn()
+void OCDownloadManager::Answer::takeOver(Answer* answer, const void* id)
 {
-    if (turn_ != noTurn)
-        turn_ = manager_->downloads_[id_] = nextTurn();
+    for (; answer; answer = answer->outer_) {
+        if (answer->id_ == id)
+            answer->state_ = TAKEN_OVER;
+    }
+}
+
+void OCDownloadManager::Answer::loseManager(Answer* answer)
+{
+    for (; answer; answer = answer->outer_) {
+        answer->state_ = TAKEN_OVER;
+        answer->manager_ = nullptr;
+    }
 }
 
 /// Reads and writes to the end of the file, or until it is no longer due.
@@ -154,10 +175,14 @@ void OCDownloadManager::Answer::send(const char* bytes, unsigned int length) con
     }
 }
 
+OCDownloadManager::~OCDownloadManager()
+{
+    Answer::loseManager(innermostAnswer_);
+}
+
 void OCDownloadManager::addDownload(void* id)
 {
-    if (!downloadExists(id))
-        downloads_[id] = nextTurn();
+    downloads_.insert(id);
 }
 
 bool OCDownloadManager::downloadExists(void* id) const
@@ -167,12 +192,14 @@ bool OCDownloadManager::downloadExists(void* id) const
 
 void OCDownloadManager::removeDownload(void* id)
 {
-    downloads_.erase(id);
+    if (downloads_.erase(id) != 0)
+        Answer::cancel(innermostAnswer_, id);
 }
 
 unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
 {
-    downloads_[id] = nextTurn();
+    addDownload(id);
+    Answer::takeOver(innermostAnswer_, id);
     Answer answer(this, id);
     const size_t schemeLength = 6;  // "dvb://"
     const std::string text = url->getFullUrl();
@@ -197,7 +224,9 @@ unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
 
 bool OCDownloadManager::stopDownload(void* id)
 {
-    return downloads_.erase(id) != 0;
+    const bool isKnown = downloadExists(id);
+    removeDownload(id);
+    return isKnown;
 }
 
 bool OCDownloadManager::reportDownloadSucceeded(void* id)
@@ -227,13 +256,6 @@ bool OCDownloadManager::handleDownloaded(void* id)
 void OCDownloadManager::handleDownloadFailed(void* id)
 {
     Answer(this, id).fail();
-}
-
-/// @return never 0 for a load that is known
-unsigned long OCDownloadManager::turnOf(void* id) const
-{
-    const auto found = downloads_.find(id);
-    return found == downloads_.end() ? noTurn : found->second;
 }
 
 }  // namespace VestaHbbTV

@@ -2,7 +2,7 @@
 #ifndef VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
 #define VESTA_INTEGRATION_OC_DOWNLOAD_MANAGER_H
 
-#include <map>
+#include <set>
 
 namespace VestaHbbTV {
 
@@ -17,9 +17,17 @@ class HbbTVDVBURL;
 /// another call has ended or taken over meanwhile lets go of it.
 class OCDownloadManager {
 public:
+    OCDownloadManager() = default;
+    OCDownloadManager(const OCDownloadManager&) = delete;
+    OCDownloadManager& operator=(const OCDownloadManager&) = delete;
+    ~OCDownloadManager();
+
+    /// @name The set of known ids
+    /// @{
     void addDownload(void* id);
     bool downloadExists(void* id) const;
     void removeDownload(void* id);
+    /// @}
 
     /// Asks the platform for a file and streams it to the browser, now or when the platform says
     /// that it is ready.
@@ -27,17 +35,20 @@ public:
     /// @return 0 the file is pending, 1 it was delivered or nobody waits for it, 2 it failed
     unsigned int startDownload(HbbTVDVBURL* url, void* id);
 
-    /// The browser cancelled a load; the platform is not told. @return false for an unknown id
+    /// The browser cancelled a load; the platform is not told, unless the load is just being
+    /// answered: then its file is closed when that call returns. @return false for an unknown id
     bool stopDownload(void* id);
 
-    /// The platform has the file. @return whether it was delivered; false for an unknown id
+    /// The platform has the file.
+    /// @return as handleDownloaded(); false for an unknown id
     bool reportDownloadSucceeded(void* id);
 
     /// The platform gave the file up. @return false for an unknown id
     bool reportDownloadFailed(void* id);
 
     /// Reads a file from the platform and streams it to the browser. A load that is cancelled from
-    /// inside gets no answer any more; the platform's file is closed.
+    /// inside gets no answer any more; the platform's file is closed, unless the load was started
+    /// anew or the library shut down.
     /// @return false when reading failed, which was answered
     bool handleDownloaded(void* id);
 
@@ -47,11 +58,8 @@ public:
 private:
     class Answer;
 
-    unsigned long turnOf(void* id) const;
-
-    /// The loads, each with its turn: another one begins when it is started and when it is
-    /// answered.
-    std::map<void*, unsigned long> downloads_;
+    std::set<void*> downloads_;
+    Answer* innermostAnswer_ = nullptr;  ///< of those that are being given
 };
 
 }  // namespace VestaHbbTV

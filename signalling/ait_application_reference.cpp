@@ -9,6 +9,7 @@ AITApplicationReference::AITApplicationReference(AITApplicationReference&& other
     *this = std::move(other);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): reset() holds the former table to its end
 AITApplicationReference& AITApplicationReference::operator=(const AITApplicationReference& other)
 {
     reset(other.application_);

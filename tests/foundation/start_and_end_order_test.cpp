@@ -61,7 +61,10 @@ TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
 {
     whenAskedForKeySets(vesta_hbbtv_shutdown);
     init();
-    EXPECT_EQ(ConfigurationManager::getCurrentQueue(), nullptr);
+    EXPECT_EQ(ConfigurationManager::instance, nullptr);
+    EXPECT_EQ(WindowManager::instance, nullptr);
+    EXPECT_EQ(NotificationManager::instance, nullptr);
+    EXPECT_EQ(Journal::instance().take(), Lines({"hbbtv_ait_stop()", "dsmcc_stop()"}));
     EXPECT_FALSE(vesta_hbbtv_tick());
 
     vesta_hbbtv_shutdown();
@@ -70,6 +73,21 @@ TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
     init();
     EXPECT_EQ(ConfigurationManager::instance->getSupportedKeySetValues(), 0x21);
     EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
+}
+
+TEST_F(Start, EndsWhereThePlatformShutsTheLibraryDown)
+{
+    for (const char* const hook : {"hbbtv_ait_start", "dsmcc_start"}) {
+        FakePlatform::instance().whileIn[hook] = vesta_hbbtv_shutdown;
+        init();
+        const Lines lines = Journal::instance().take();
+        EXPECT_EQ(lines[lines.size() - 3], std::string(hook) + "()");
+        EXPECT_EQ(lines.back(), "dsmcc_stop()");
+        EXPECT_EQ(ConfigurationManager::instance, nullptr);
+        EXPECT_EQ(WindowManager::instance, nullptr);
+        EXPECT_EQ(NotificationManager::instance, nullptr);
+        FakePlatform::instance().whileIn.clear();
+    }
 }
 
 /// Looks around when it is deleted, with its window: the listeners are gone already, events could

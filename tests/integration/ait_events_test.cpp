@@ -250,18 +250,55 @@ TEST_F(AITEvents, ThePlatformHearsOfAChannelChangeBeforeTheTableIsStale)
     EXPECT_TRUE(window()->getAIT()->isStale());
 }
 
-TEST_F(AITEvents, AChannelChangeEndsWhereThePlatformShutsTheLibraryDown)
+/// Shuts the library down, and goes on in different ways.
+struct End {
+    const char* name;
+    void (*end)();
+    const char* lastLine;
+};
+
+const End ends[] = {
+    {"Shutdown", [] { vesta_hbbtv_shutdown(); }, "dsmcc_stop()"},
+    {"ShutdownAndAQuestion",
+     [] {
+         vesta_hbbtv_shutdown();
+         vesta_hbbtv_get_broadcast_window();
+     },
+     "dsmcc_stop()"},
+    {"ShutdownAndInit",
+     [] {
+         vesta_hbbtv_shutdown();
+         vesta_hbbtv_init(FakeBrowser::instance().handle());
+         vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
+     },
+     "dsmcc_start()"},
+};
+
+class EndedLibrary : public AITEvents, public ::testing::WithParamInterface<End> {};
+
+TEST_P(EndedLibrary, HearsNothingMoreOfAChannelChange)
 {
     for (const char* const hook : {"dsmcc_clear_cache", "hbbtv_ait_invalidate"}) {
-        platform().whileIn[hook] = [] { vesta_hbbtv_shutdown(); };
+        platform().whileIn[hook] = [] { GetParam().end(); };
         send(E_CHANNEL_CHANGE);
         tickAll();
-        EXPECT_EQ(journal().back(), "dsmcc_stop()");
-        EXPECT_EQ(WindowManager::instance, nullptr);
+        EXPECT_EQ(lastLine(), GetParam().lastLine);
         platform().whileIn.clear();
+        vesta_hbbtv_shutdown();
         vesta_hbbtv_init(browser().handle());
     }
 }
+
+TEST_P(EndedLibrary, HearsNothingMoreOfATable)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [](auto*) { GetParam().end(); };
+    const Lines lines = conversation(AITSection().version(9).add(httpApplication(1, 1)));
+    EXPECT_EQ(lines.back(), GetParam().lastLine);
+    EXPECT_EQ(outstandingBlocks(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ends, EndedLibrary, ::testing::ValuesIn(ends),
+                         [](const auto& suite) { return std::string(suite.param.name); });
 
 TEST_F(AITEvents, SectionsAreDiscardedWithoutABroadcastWindow)
 {
@@ -297,16 +334,6 @@ TEST_F(AITEvents, ListenerMayReleaseTheWindowWhenATableIsAnnounced)
     EXPECT_FALSE(manager()->windowExists(window()));
     EXPECT_EQ(log().count("LOG Window: Starting application from AITApplication."), 0);
     EXPECT_EQ(log().count("DEBUG AIT: --- Outputing AIT ---"), 1);
-    EXPECT_EQ(outstandingBlocks(), 0u);
-}
-
-TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenATableIsAnnounced)
-{
-    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [](HBBTV_NotificationData*) {
-        vesta_hbbtv_shutdown();
-    };
-    EXPECT_EQ(conversation(AITSection().version(9).add(httpApplication(1, 1))),
-              Lines({"AIT broadcast [1.1]", "hbbtv_ait_stop()", "dsmcc_stop()"}));
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 

@@ -1,6 +1,10 @@
 // Loads that meet: whoever is called while a file is streamed does something to this load, or to
 // another.
 
+#include <algorithm>
+
+#include "foundation/configuration_manager.h"
+#include "integration/oc_download_manager.h"
 #include "lifecycle/window.h"
 #include "tests/support/library_test.h"
 
@@ -31,10 +35,11 @@ protected:
         platform().files["1.2.3.4/b"].bytes = std::string(5, 'b');
     }
 
-    static void onceIn(const char* function, const std::function<void()>& action)
+    static void onceIn(const std::string& function, const std::function<void()>& action)
     {
-        browser().whileIn[function] = [function, action] {
-            browser().whileIn.erase(function);
+        auto& actions = function.rfind("ve_", 0) == 0 ? browser().whileIn : platform().whileIn;
+        actions[function] = [&actions, function, action] {
+            actions.erase(function);
             action();
         };
     }
@@ -107,7 +112,7 @@ TEST_F(MeetingLoads, ALoadThatIsStartedAnewInItsLastAnswerKeepsItsNewFileOpen)
             start("dvb://1.2.3.4/b");
         });
         start("dvb://1.2.3.4/a");
-        EXPECT_EQ(journal().back(), readB);
+        EXPECT_EQ(lastLine(), readB);
         EXPECT_EQ(platform().open[&load].path, "1.2.3.4/b");
     }
 }
@@ -128,6 +133,54 @@ TEST_F(MeetingLoads, AFileThatIsGivenUpInTheMiddleIsFailedOnce)
     EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, failed, closed}));
 }
 
+/// What the browser does while the answer that began last is given.
+struct Stop {
+    const char* name;
+    const char* function;
+};
+
+class StoppedInTheInnerAnswer : public MeetingLoads, public ::testing::WithParamInterface<Stop> {};
+
+TEST_P(StoppedInTheInnerAnswer, TheFileIsClosedOnce)
+{
+    onceIn("ve_protocol_write", [&] {
+        onceIn(GetParam().function, [&] { stop(); });
+        report(E_DSMCC_FILE_READY);
+    });
+    platform().files["1.2.3.4/a"].readSize = 150000;
+    start("dvb://1.2.3.4/a");
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), closed), 1);
+    EXPECT_EQ(lines.back(), closed);
+}
+
+INSTANTIATE_TEST_SUITE_P(Functions, StoppedInTheInnerAnswer,
+                         ::testing::Values(Stop{"Write", "ve_protocol_write"},
+                                           Stop{"Finished", "ve_protocol_finished"},
+                                           Stop{"Read", "dsmcc_read"}),
+                         [](const auto& suite) { return std::string(suite.param.name); });
+
+TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndStoppedAgainClosesEachFileOnce)
+{
+    onceIn("ve_protocol_write", [&] {
+        stop();
+        start("dvb://1.2.3.4/b");
+        stop();
+    });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB, mime, read,
+                                "ve_protocol_write(5)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, AnIdThatIsMadeKnownInTheMiddleIsAnsweredAllTheSame)
+{
+    OCDownloadManager& downloads = *ConfigurationManager::getInstance()->getOCDownloadManager();
+    platform().open[&load] = {"1.2.3.4/b", 0, nullptr};
+    onceIn("dsmcc_get_mime_type", [&] { downloads.addDownload(&load); });
+    EXPECT_TRUE(downloads.handleDownloaded(&load));
+    EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
+}
+
 TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
 {
     onceIn("ve_protocol_write", [] {
@@ -136,7 +189,7 @@ TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
     });
     start("dvb://1.2.3.4/a");
     EXPECT_EQ(browser().writeSizes[&load], std::vector<unsigned int>({130048}));
-    EXPECT_EQ(journal().back(), "dsmcc_start()");
+    EXPECT_EQ(lastLine(), "dsmcc_start()");
 }
 
 }  // namespace

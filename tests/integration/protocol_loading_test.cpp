@@ -307,7 +307,7 @@ TEST_F(ProtocolLoading, AShutdownInAFailureIsTheLastThatThePlatformHears)
     startCarouselApplication();
     browser().whileIn["ve_protocol_failed"] = [] { vesta_hbbtv_shutdown(); };
     EXPECT_EQ(startLoading("dvb://1.2.3.4/missing"), 1u);
-    EXPECT_EQ(journal().back(), "dsmcc_stop()");
+    EXPECT_EQ(lastLine(), "dsmcc_stop()");
 }
 
 TEST_F(ProtocolLoading, AFileThatIsPendingAndCancelledAtOnceIsLeftToThePlatform)

@@ -124,7 +124,6 @@ TEST_F(ReentrantCalls, AShutdownFromInsideEndsTheApplicationsBeforeThePlatformSt
                              "dsmcc_stop()",
                              "hbbtv_ait_start()",
                              "dsmcc_start()",
-                             "hbbtv_ait_completed(1)",
                          }));
     EXPECT_TRUE(listener().windowsInUse.empty());
 }

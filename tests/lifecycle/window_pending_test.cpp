@@ -98,7 +98,7 @@ TEST_F(WindowPending, ItIsRegisteredBeforeItsPageIsOpened)
         EXPECT_EQ(manager()->getApplication(running()->getID()), running());
     };
     tickAll();
-    EXPECT_EQ(journal().back(), "ve_open_url(w1, http://a.example/i)");
+    EXPECT_EQ(lastLine(), "ve_open_url(w1, http://a.example/i)");
 }
 
 TEST_F(WindowPending, TheRunningApplicationIsShutDownBeforeABrowserWindowIsAskedFor)

@@ -62,6 +62,21 @@ TEST(AITApplicationReference, GivesTheApplicationThatItPointsAt)
     EXPECT_EQ(&*reference, &application);
 }
 
+TEST(AITApplicationReference, AssignedToItselfKeepsItsTable)
+{
+    bool alive = false;
+    ref_ptr<AIT> table(makeTable(alive, 1));
+    AITApplicationReference reference(table->getAITApplication(0U));
+    table.reset();
+    AITApplicationReference& same = reference;
+    reference = same;
+    reference = std::move(same);
+    ASSERT_TRUE(alive);
+    EXPECT_EQ(reference->getApplicationId(), 1);
+    reference.reset();
+    EXPECT_FALSE(alive);
+}
+
 TEST(AITApplicationReference, KeepsACountedTableAlive)
 {
     bool alive = false;

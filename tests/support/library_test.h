@@ -62,6 +62,12 @@ protected:
     /// The conversation since the last call.
     static Lines journal() { return Journal::instance().take(); }
     static void forgetJournal() { Journal::instance().clear(); }
+    /// The end of it; "" when nothing was said.
+    static std::string lastLine()
+    {
+        const Lines lines = journal();
+        return lines.empty() ? "" : lines.back();
+    }
 
     /// From now on the log lines of these modules stand in the journal, too: "WARN Window: text".
     void journalLog(const std::set<std::string>& modules) { *journalledModules_ = modules; }
