@@ -129,8 +129,8 @@ private:
     std::unique_ptr<std::ofstream> file_;
 };
 
-/// The dispatcher. Any thread may log once the first getInstance() has returned, which
-/// vesta_hbbtv_init() calls.
+/// The dispatcher. It is created without a lock, by vesta_hbbtv_init() at the latest; any thread
+/// may log from then on.
 class Logging {
 public:
     /// The one instance, created on first use (without a lock).
@@ -150,7 +150,8 @@ public:
     /// Hands an entry to every sink in order of addition, one entry at a time.
     void output(LogEntry& entry);
 
-    /// Whether any sink is registered. Callable from any thread.
+    /// Whether any sink is registered. Callable from any thread; one that is told so also sees the
+    /// instance.
     static bool hasOutputs() { return outputCount.load(std::memory_order_acquire) != 0; }
 
     /// Null before the first getInstance() and after the end.

@@ -503,7 +503,7 @@ void hbbtv_ait_completed(unsigned char version);
 // ------------------------------------------------------------------------------------------------
 
 /// What every native answers. One whose result pointer is null does nothing and answers ERROR; so
-/// does one whose application id is unknown, after a log line, unless it says otherwise.
+/// does one whose application id is 0 or unknown (the latter is logged), unless it says otherwise.
 enum VEIF_RETURN : int {
     VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
     VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
@@ -520,7 +520,7 @@ typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
 extern VEIF_ApplicationManagerListener veif_applicationManagerListener;
 extern VEIF_ApplicationDestroyedListener veif_applicationDestroyedListener;
 
-/// Sets who hears of low memory and of pages that failed to load.
+/// Sets who hears of low memory, and of applications that failed to load behind their parents.
 /// @param listener null for none @return always OK
 int native_ApplicationManagerSetListener(VEIF_ApplicationManagerListener listener);
 

@@ -16,14 +16,8 @@
 #include "receiver/event_log.h"
 #include "receiver/sites.h"
 
-namespace receiver {
-class ConsoleBrowser;
-}
-
-/// The browser, for those who want a handle of it; opaque to the application manager.
-struct TAVO_Vesta {
-    receiver::ConsoleBrowser* engine;
-};
+/// The browser; the application manager knows it by address alone.
+struct TAVO_Vesta {};
 
 /// The browser's windows; the application manager knows them by address alone.
 struct TAVO_VestaWindow {
@@ -113,7 +107,7 @@ private:
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
 
-    TAVO_Vesta handle_ = {this};
+    TAVO_Vesta handle_;
     EventLog& log_;
     std::vector<Site> sites_;
     std::map<long, std::unique_ptr<TAVO_VestaWindow>> windows_;

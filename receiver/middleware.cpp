@@ -273,7 +273,7 @@ void Middleware::leaveService()
     tuned_.reset();
     filter_.setStreams({});
     updateSubscriptions();
-    hasSentTable_ = false;
+    hasSentTable_ = hasTable_ = false;
     told_.clear();
     heldBack_.clear();
     heldBackCount_ = 0;
@@ -327,7 +327,7 @@ void Middleware::joinService(const Service& service, const SectionBytes& section
     wanted_ = service.programNumber;
     clockPid_ = readClockPid(section);
     const std::vector<StreamDescription> streams = readStreamDescriptions(section);
-    const bool hadTable = filter_.mayHaveTable();
+    const bool hadTable = filter_.mayHaveTable() || hasTable_;
     filter_.setStreams(streams);
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
@@ -344,6 +344,7 @@ void Middleware::sayThatThereIsNoTable(bool wasThere)
                 nameOf(*tuned_) + " signals no " + what + (wasThere ? " any more" : ""),
                 {{"service", tuned_->programNumber}});
     outgoing_.push_back(tableGone());
+    hasTable_ = false;
     told_.clear();
     heldBack_.clear();
 }
@@ -390,7 +391,7 @@ void Middleware::takeTableSection(uint16_t pid, const SectionBytes& section)
 void Middleware::sendTableSection(const SectionBytes& section)
 {
     reportTableSection(section);
-    hasSentTable_ = true;
+    hasSentTable_ = hasTable_ = true;
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));

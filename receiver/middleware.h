@@ -121,8 +121,9 @@ private:
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;
     std::set<uint16_t> subscribed_;
-    bool hasSentTable_ = false;
-    std::map<uint8_t, SectionBytes> told_;      // the table's sections that were announced
+    bool hasSentTable_ = false;             ///< of this service
+    bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says
+    std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
     std::map<uint8_t, SectionBytes> heldBack_;  // until the network is known
     unsigned heldBackCount_ = 0;
     std::set<std::string> remarks_;                 // each is made once a service

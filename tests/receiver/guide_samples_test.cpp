@@ -61,7 +61,6 @@ TEST(GuideSamples, AnXMLTableStartsItsApplication)
     vesta_hbbtv_init(nullptr);
     vesta_hbbtv_add_notification_listener(listen);
     void* const window = vesta_hbbtv_create_window();
-    vesta_hbbtv_send_event(E_HTTP_AVAILABLE, nullptr);
     putXMLTableInForce(window);
     while (vesta_hbbtv_tick()) {
     }

@@ -199,6 +199,17 @@ Bytes servicesWithoutTable()
     return stream.bytes();
 }
 
+/// The PMT gives the PID of the table to other applications, and later lists none.
+Bytes contradictedTable()
+{
+    Stream stream;
+    stream.services({"First"});
+    stream.add(pmtPid, makePmt(1, 0, {{0x05, 0x200, signalling(1)}})).pause();
+    stream.add(0x200, table(0, application(1, autostart, "http://one.example/"))).pause();
+    stream.add(pmtPid, makePmt(1, 1, {{0x1B, 0x300, {}}})).pause();
+    return stream.bytes();
+}
+
 Bytes noTable()
 {
     Stream stream;
@@ -236,10 +247,15 @@ int main(int argc, char** argv)
     std::filesystem::create_directories(folder);
     bool isWritten = true;
     const std::pair<const char*, Bytes> streams[] = {
-        {"two-services", twoServices()}, {"killed-application", killedApplication()},
-        {"fallback", fallback()},        {"several-tables", severalTables()},
-        {"moving-table", movingTable()}, {"no-table", noTable()},
-        {"no-network", noNetwork()},     {"services-without-table", servicesWithoutTable()},
+        {"two-services", twoServices()},
+        {"killed-application", killedApplication()},
+        {"fallback", fallback()},
+        {"several-tables", severalTables()},
+        {"moving-table", movingTable()},
+        {"no-table", noTable()},
+        {"no-network", noNetwork()},
+        {"services-without-table", servicesWithoutTable()},
+        {"contradicted-table", contradictedTable()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;
