@@ -1,0 +1,232 @@
+// Starts during which a listener, the browser or the scripts' plugin does something to the library.
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "foundation/configuration_manager.h"
+#include "lifecycle/application.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
+#include "tests/support/library_test.h"
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+namespace {
+
+const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
+const char* const notCreated =
+    "DEBUG Window: createApplication(): Failed to create new application.";
+
+std::function<void()> onLoadError;
+
+class InterruptedStarts : public LibraryTest {
+protected:
+    InterruptedStarts()
+    {
+        native_ApplicationManagerSetListener([](int, void*) { onLoadError(); });
+    }
+
+    ~InterruptedStarts() override { onLoadError = nullptr; }
+
+    static Application* pend(Window* window, const std::string& url)
+    {
+        return window->startBroadcastIndependentApplication(HbbTVURL(url));
+    }
+
+    /// Starts the only entry of a table that lives as long as the test.
+    Application* startEntry(Window* window)
+    {
+        table_ = broadcastTable(AITSection().add(httpApplication(1, 2)));
+        return window->startApplication(table_->getAITApplication(0u), HbbTVURL(""), nullptr);
+    }
+
+    /// An application creates another one, which is pending then.
+    static void createChild(Application* parent, const std::string& url)
+    {
+        void* id = nullptr;
+        EXPECT_EQ(native_ApplicationCreateApplication(url.c_str(), 1, idOf(parent), &id), 0);
+    }
+
+    /// Starts an application by its URL, with nothing to interrupt it.
+    Application* run(const std::string& url)
+    {
+        pend(window(), url);
+        tickAll();
+        log().clear();
+        forgetJournal();
+        return running();
+    }
+
+    /// Does something in the first of these notifications only.
+    static void once(HBBTV_NotificationType type, const std::function<void()>& action)
+    {
+        listener().onNotification[type] = [action, done = std::make_shared<bool>(false)](auto*) {
+            if (!std::exchange(*done, true))
+                action();
+        };
+    }
+
+    ref_ptr<AIT> table_;
+};
+
+TEST_F(InterruptedStarts, AReleasedWindowAsksForNoStart)
+{
+    Window* const released = createWindow("B");
+    const Window::Hold hold(released);
+    vesta_hbbtv_release_window(released);
+    EXPECT_EQ(pend(released, "http://a.example/"), nullptr);
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(InterruptedStarts, AWindowThatIsReleasedWhileTheStartIsAskedForHasNoApplication)
+{
+    for (const int answer : {0, 1, 2}) {
+        Window* const released = createWindow("B");
+        listener().startAction = answer;
+        once(HBBTV_NOTIFICATION_START_APPLICATION, [&] { vesta_hbbtv_release_window(released); });
+        EXPECT_EQ(startEntry(released), nullptr);
+        EXPECT_EQ(journal(), Lines({"START 1.2 related autostart http://a.example/index.html @B"}));
+        EXPECT_EQ(log().count(blocking), 0);
+    }
+}
+
+TEST_F(InterruptedStarts, ATableThatDiesWhileTheBrowserResolvesItsURLStartsNothing)
+{
+    run("http://a.example/dir/i");
+    auto table = std::make_unique<AIT>(1, 2, 3, nullptr);  // counted by nobody
+    table->parse(AITSection().add(httpApplication(1, 2)).exactBlock().get());
+    browser().whileIn["ve_resolve_relative_url"] = [&] { table.reset(); };
+    EXPECT_EQ(window()->createApplication(HbbTVURL("next"), table->getAITApplication(0u)), nullptr);
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(journal(), Lines());
+}
+
+TEST_F(InterruptedStarts, TheAnswerCountsAlsoWhenTheTableDiesWhileListenersAreAsked)
+{
+    run("http://a.example/i");
+    auto table = std::make_unique<AIT>(1, 2, 3, nullptr);  // counted by nobody
+    table->parse(AITSection().add(httpApplication(1, 2)).exactBlock().get());
+    listener().startAction = 1;
+    listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [&](auto*) { table.reset(); };
+    EXPECT_EQ(window()->createApplication(HbbTVURL("next"), table->getAITApplication(0u)), nullptr);
+    EXPECT_EQ(log().count(blocking), 1);
+    tickAll();
+    EXPECT_EQ(running(), nullptr);
+}
+
+TEST_F(InterruptedStarts, AWindowThatIsReleasedWhileItsApplicationIsMadeHasNone)
+{
+    Window* const released = createWindow("B");
+    pend(released, "http://a.example/pending");
+    log().clear();
+    forgetJournal();
+    once(HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE,
+         [&] { vesta_hbbtv_release_window(released); });
+    EXPECT_EQ(startEntry(released), nullptr);
+    EXPECT_EQ(log().count(notCreated), 1);
+    EXPECT_EQ(log().count("WARN Window: Pending application added when pending already existed."),
+              0);
+    EXPECT_EQ(journal(), Lines({
+                             "START 1.2 related autostart http://a.example/index.html @B",
+                             "CHANGE 0.0 related trusted=1 http://a.example/index.html @B",
+                         }));
+}
+
+TEST_F(InterruptedStarts, AnApplicationThatIsMadeWhileTheQueueGoesIsFreed)
+{
+    once(HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE,
+         [] { delete ConfigurationManager::getInstance(); });
+    EXPECT_EQ(startEntry(window()), nullptr);
+    EXPECT_EQ(log().count(notCreated), 1);
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+    EXPECT_TRUE(window()->getApplications().empty());
+}
+
+TEST_F(InterruptedStarts, OneThatIsStartedWheneverAnotherMakesRoomStays)
+{
+    startEntry(window());
+    once(HBBTV_NOTIFICATION_REQUEST_WINDOW, [&] {
+        pend(window(), "http://a.example/first");
+        tickAll();
+    });
+    once(HBBTV_NOTIFICATION_STOP_APPLICATION, [&] {
+        pend(window(), "http://a.example/second");
+        tickAll();
+    });
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/second");
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+}
+
+TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowIsTold)
+{
+    Window* const released = createWindow("B");
+    pend(released, "http://a.example/first");
+    once(HBBTV_NOTIFICATION_REQUEST_WINDOW, [&] {
+        pend(released, "http://a.example/second");
+        tickAll();
+        forgetJournal();
+        vesta_hbbtv_release_window(released);
+    });
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"STOP 0.0 independent reactivate=0 http://a.example/second @B",
+                                "RELEASE w2", "RELEASE w1"}));
+    EXPECT_EQ(log().count("LOG Window: Shutting down existing application."), 0);
+}
+
+TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentGotAnotherOneMeanwhile)
+{
+    Application* const parent = run("http://a.example/parent");
+    createChild(parent, "child");
+    once(HBBTV_NOTIFICATION_REQUEST_WINDOW, [&] {
+        createChild(parent, "sibling");
+        tickAll();
+    });
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    EXPECT_EQ(running()->getParent(), parent);
+    EXPECT_EQ(window()->getApplications().size(), 3u);
+}
+
+TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentEndsMeanwhile)
+{
+    Application* const parent = run("http://a.example/parent");
+    createChild(parent, "child");
+    once(HBBTV_NOTIFICATION_REQUEST_WINDOW,
+         [&] { window()->shutdownApplication(parent, true, false, true); });
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    EXPECT_EQ(running()->getParent(), nullptr);
+    EXPECT_EQ(window()->getApplications().size(), 1u);
+}
+
+TEST_F(InterruptedStarts, AChildThatThePluginStartsWhenToldOfTheErrorStaysInFrontOfTheParent)
+{
+    Application* const parent = run("http://a.example/parent");
+    createChild(parent, "failing");
+    listener().refuseWindows = true;
+    onLoadError = [&] {
+        listener().refuseWindows = false;
+        createChild(parent, "instead");
+        tickAll();
+    };
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/instead");
+    EXPECT_EQ(running()->getParent(), parent);
+    EXPECT_EQ(window()->getApplications().size(), 2u);
+}
+
+TEST_F(InterruptedStarts, AnApplicationThatEndsWhileItsHistoryIsClearedOpensNoPage)
+{
+    pend(window(), "http://a.example/i");
+    forgetJournal();
+    browser().whileIn["ve_clear_history"] = [&] { window()->terminateRunningApplication(true); };
+    tickAll();
+    EXPECT_EQ(journal(),
+              Lines({"REQUEST w1", "ve_clear_history(w1)",
+                     "STOP 0.0 independent reactivate=0 http://a.example/i", "RELEASE w1"}));
+}
+
+}  // namespace
