@@ -1,5 +1,7 @@
 // Applications that are neither running nor pending when their window goes.
 
+#include <algorithm>
+
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -139,6 +141,96 @@ TEST_F(LeftBehindApplications, ItsTableLivesAsLongAsIt)
     vesta_hbbtv_release_window(window());
     ASSERT_NE(manager()->getApplication(1), nullptr);
     EXPECT_EQ(manager()->getApplication(1)->getAITApplication()->getApplicationName(), "kept");
+}
+
+TEST_F(LeftBehindApplications, ThePluginHearsOnceOfAnEndInWhichItRemovesAllWindows)
+{
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        Journal::instance().write("destroyed");
+        manager()->removeAllWindows();
+    });
+    startApplication(httpApplication(1, 2));
+    window()->terminateRunningApplication(true);
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "destroyed"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "RELEASE w1"), 1);
+}
+
+TEST_F(LeftBehindApplications, ThePluginMayRemoveAllWindowsWhenToldOfTheirEnd)
+{
+    leaveOneBehind();
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        Journal::instance().write("destroyed");
+        manager()->removeAllWindows();
+    });
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal(), Lines({"destroyed", "RELEASE w1"}));
+}
+
+TEST_F(LeftBehindApplications, NothingStartsWhileTheyAreFreed)
+{
+    leaveOneBehind();
+    Application* started = nullptr;
+    listener().onNotification[HBBTV_NOTIFICATION_RELEASE_WINDOW] = [&](auto*) {
+        started = manager()->createWindow()->startBroadcastIndependentApplication(
+            HbbTVURL("http://a.example/"));
+    };
+    manager()->removeAllWindows();
+    EXPECT_EQ(started, nullptr);
+    EXPECT_EQ(journal(), Lines({"destroyed 1", "RELEASE w1"}));
+}
+
+TEST_F(LeftBehindApplications, LeadToNoWindowWhenTheyAreFreedInACallOfTheirs)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/left"));
+    tickAll();
+    window()->setRunningApplication(nullptr);
+    forgetJournal();
+    listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [](auto*) {
+        manager()->removeAllWindows();
+    };
+    listener().onNotification[HBBTV_NOTIFICATION_RELEASE_WINDOW] = [](auto*) {
+        EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+    };
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/next"));
+    EXPECT_EQ(journal(),
+              Lines({"START 0.0 independent http://a.example/next", "destroyed 1", "RELEASE w1"}));
+}
+
+TEST_F(LeftBehindApplications, AChildNoLongerWaitsForItsParent)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/parent"));
+    tickAll();
+    void* child = nullptr;
+    native_ApplicationCreateApplication("child", 1, idOf(running()), &child);
+    tickAll();
+    window()->setRunningApplication(nullptr);
+    vesta_hbbtv_release_window(window());
+    ASSERT_NE(manager()->getApplication(2), nullptr);
+    EXPECT_EQ(manager()->getApplication(2)->getParent(), nullptr);
+    forgetJournal();
+    EXPECT_EQ(native_ApplicationShow(child), VEIF_RETURN_OK);
+    EXPECT_EQ(journal(), Lines({"SHOW w2"}));
+}
+
+TEST_F(LeftBehindApplications, OneThatWasRegisteredByHandIsOneOfThem)
+{
+    auto* const registered = new Application(window(), HbbTVURL("http://a.example/"), nullptr);
+    registered->setTavoWindow(browser().window(9));
+    window()->registerApplication(registered);
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(registered->getWindow(), nullptr);
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal(), Lines({"RELEASE w9"}));
+}
+
+TEST_F(LeftBehindApplications, OneThatBelongsToItselfJustLosesItsWindow)
+{
+    Application own(window(), HbbTVURL("http://a.example/"), nullptr);
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(own.getWindow(), nullptr);
+    manager()->removeAllWindows();
+    EXPECT_EQ(own.getURL().getFullUrl(), "http://a.example/");
 }
 
 }  // namespace
