@@ -325,6 +325,7 @@ TEST_F(WindowShutdown, AWindowsEndReactivatesNothingWhateverAListenerSays)
     listener().reactivateAIT = 1;
     vesta_hbbtv_release_window(window());
     EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting}));
     EXPECT_EQ(tickAll(), 0);
 }
 
@@ -345,6 +346,93 @@ TEST_F(WindowShutdown, AWindowsEndReleasesItsTables)
     EXPECT_EQ(alive, 3);
     vesta_hbbtv_release_window(window());
     EXPECT_EQ(alive, 0);
+}
+
+TEST_F(WindowShutdown, ThePluginIsToldBeforeTheWindowForgetsTheApplication)
+{
+    startApplication(httpApplication(1, 2));
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        Window* const window = manager()->getBroadcastWindow();
+        Application* const ending = window->getApplication(browser().window(1));
+        Journal::instance().write(ending ? ending->getURL().getFullUrl() : "none");
+        EXPECT_EQ(window->getRunningApplication(), ending);
+    });
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(journal(), Lines({"http://a.example/index.html", stopOfIndex, "RELEASE w1"}));
+}
+
+TEST_F(WindowShutdown, AChildThatGoesWithAllWindowsInItsParentsEndIsToldOnce)
+{
+    startByURL("http://a.example/parent");
+    startChild("child");
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto*) {
+        manager()->removeAllWindows();
+    };
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "RELEASE w1", "destroyed 2", "RELEASE w2"}));
+}
+
+TEST_F(WindowShutdown, AParentThatEndsWithItsChildBringsNothingBack)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const parent = running();
+    startChild("http://a.example/child");
+    Application* const child = running();
+    window()->setRunningApplication(parent);  // as after the failure of another child
+    EXPECT_TRUE(shutdownNow(child, true));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", stopOfIndex, "RELEASE w1", "destroyed 2",
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w2"}));
+}
+
+TEST_F(WindowShutdown, AChildThatTakesItsSiblingsBrowserWindowMeanwhileKeepsIt)
+{
+    startByURL("http://a.example/parent");
+    Application* const parent = running();
+    startChild("child");
+    static Application* front;
+    front = running();
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        void* id = nullptr;
+        native_ApplicationCreateApplication("grandchild", 1, idOf(front), &id);
+        listener().nextWindows = {1};
+        tickAll();
+    });
+    EXPECT_TRUE(shutdownNow(parent));
+    EXPECT_EQ(runningURL(), "http://a.example/grandchild");
+    EXPECT_EQ(window()->getApplication(browser().window(1)), running());
+    native_ApplicationManagerSetAppDestroyedListener(nullptr);
+}
+
+TEST_F(WindowShutdown, AQueuedStopOfAForeignApplicationEndsNone)
+{
+    startApplication(httpApplication(1, 2));
+    Application foreign(nullptr, HbbTVURL("http://a.example/"), nullptr);
+    ConfigurationManager::getCurrentQueue()->add(
+        new StopApplicationEvent(window(), &foreign, false, true));
+    EXPECT_EQ(tickAll(), 1);
+    EXPECT_EQ(journal(), Lines());
+    EXPECT_NE(running(), nullptr);
+}
+
+TEST_F(WindowShutdown, AWindowThatGoesWithAllOthersEndsItsApplicationsOnce)
+{
+    startApplication(httpApplication(1, 2));
+    manager()->removeAllWindows();
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting}));
+}
+
+TEST_F(WindowShutdown, AWindowWhoseEndRemovesAllOthersEndsItsApplicationsOnce)
+{
+    startApplication(httpApplication(1, 2));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto*) {
+        manager()->removeAllWindows();
+    };
+    vesta_hbbtv_release_window(window());
+    EXPECT_EQ(takeLog(), Lines({terminating, shutting}));
+    EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
 }
 
 }  // namespace
