@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -268,6 +270,64 @@ TEST_F(WindowManagerTest, WindowsMadeAfterAllWereRemovedStartApplications)
     Window* const created = static_cast<Window*>(vesta_hbbtv_create_window());
     EXPECT_NE(created->startBroadcastIndependentApplication(HbbTVURL("http://a.example/")),
               nullptr);
+}
+
+TEST_F(WindowManagerTest, AllWindowsEndInOrderEvenWhenOneOfThemIsBeingWorkedOn)
+{
+    listener().windowNames[window()] = "A";
+    Window* const second = createWindow("B");
+    for (Window* each : {window(), second}) {
+        each->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+        tickAll();
+    }
+    forgetJournal();
+    listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [](auto*) {
+        manager()->removeAllWindows();
+    };
+    EXPECT_EQ(window()->startBroadcastIndependentApplication(HbbTVURL("http://b.example/")),
+              nullptr);
+    EXPECT_EQ(journal(), Lines({
+                             "START 0.0 independent http://b.example/ @A",
+                             "STOP 0.0 independent reactivate=0 http://a.example/ @A",
+                             "RELEASE w1",
+                             "STOP 0.0 independent reactivate=0 http://a.example/ @B",
+                             "RELEASE w2",
+                         }));
+}
+
+TEST_F(WindowManagerTest, AWindowIsNoBroadcastWindowAnyMoreWhenItsApplicationsEnd)
+{
+    startApplication(httpApplication(1, 2));
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+        EXPECT_EQ(manager()->getBroadcastWindow(), nullptr);
+        EXPECT_TRUE(window()->isReleased());
+    };
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal().size(), 2u);
+}
+
+TEST_F(WindowManagerTest, ThePluginIsToldOfAnIdThatLeadsNowhere)
+{
+    static Application* found;
+    Application application(window(), HbbTVURL("http://a.example/"), nullptr);
+    manager()->registerApplication(&application);
+    found = &application;
+    native_ApplicationManagerSetAppDestroyedListener(
+        [](void* appId) { found = manager()->getApplication(reinterpret_cast<uintptr_t>(appId)); });
+    EXPECT_TRUE(manager()->unregisterApplication(&application));
+    EXPECT_EQ(found, nullptr);
+}
+
+TEST_F(WindowManagerTest, TheEndOfAReplacedApplicationLeavesTheIdToTheOther)
+{
+    Application::next_id = 50;
+    auto first = std::make_unique<Application>(window(), HbbTVURL("http://a.example/"), nullptr);
+    Application::next_id = 50;
+    Application second(window(), HbbTVURL("http://b.example/"), nullptr);
+    manager()->registerApplication(first.get());
+    manager()->registerApplication(&second);
+    first.reset();
+    EXPECT_EQ(manager()->getApplication(50), &second);
 }
 
 }  // namespace
