@@ -412,4 +412,44 @@ TEST_F(WindowPending, AnotherWindowMayTakeOverABrowserWindow)
     EXPECT_EQ(manager()->getWindow(browser().window(1)), nullptr);
 }
 
+TEST_F(WindowPending, OneOfAnotherWindowIsLeftAlone)
+{
+    run("http://a.example/i");
+    Window* const other = createWindow("B");
+    Application* const pending =
+        other->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
+    log().clear();
+    window()->startPendingApplication(pending);
+    EXPECT_EQ(takeLog(), Lines({noLongerPending}));
+    tickAll();
+    EXPECT_EQ(other->getRunningApplication(), pending);
+}
+
+TEST_F(WindowPending, TheStartOfADestroyedOneMayGoWithItsQueue)
+{
+    pend("http://a.example/i");
+    window()->destroyPendingApplication();
+    ConfigurationManager::getInstance()->init(browser().handle());
+    EXPECT_TRUE(window()->getApplications().empty());
+}
+
+TEST_F(WindowPending, AWindowMayBeToldToAwaitNone)
+{
+    Application* const superseded = pend("http://a.example/i");
+    window()->setPendingApplication(nullptr);
+    EXPECT_FALSE(window()->isPendingApplication(superseded));
+    tickAll();
+    EXPECT_TRUE(window()->getApplications().empty());
+}
+
+TEST_F(WindowPending, ARunningApplicationThatIsSetAgainChangesNoState)
+{
+    startApplication(httpApplication(1, 2));
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    window()->setRunningApplication(running());
+    EXPECT_EQ(window()->getState(), Window::TEARDOWN);
+}
+
 }  // namespace
