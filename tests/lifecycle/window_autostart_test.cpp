@@ -164,6 +164,20 @@ TEST_F(WindowAutostart, WhenTheListenerKillsTheRunningApplicationTheWalkGoesOn)
     EXPECT_EQ(runningURL(), "http://a.example/y");
 }
 
+TEST_F(WindowAutostart, TheRunningApplicationStaysWhenTheListenerKeepsItForALaterOne)
+{
+    startApplication(httpApplication(1, 2));
+    listener().startAction = 2;
+    EXPECT_TRUE(activate(AITSection()
+                             .version(1)
+                             .add(unsupportedEntry(3).priority(9))
+                             .add(httpApplication(1, 4, "kept out"))));
+    EXPECT_EQ(log().count(noneStarted), 1);
+    EXPECT_EQ(log().count("DEBUG Window: Leaving running application."), 1);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+}
+
 TEST_F(WindowAutostart, AnXMLTablesApplicationTakesOverTheParentOfTheRunningOne)
 {
     startApplication(httpApplication(1, 2));
@@ -319,6 +333,22 @@ TEST_F(WindowTimeShift, OfAnUnknownWindowIsRefused)
     EXPECT_EQ(vesta_hbbtv_set_time_shifted(&foreign, 1), 1u);
     EXPECT_FALSE(foreign.isTimeShifted());
     EXPECT_EQ(vesta_hbbtv_set_time_shifted(window(), 0), 1u);
+}
+
+TEST_F(WindowTimeShift, AWindowThatNamesNoRunningApplicationStopsNone)
+{
+    class Silent : public Window {
+    public:
+        using Window::Window;
+        Application* getRunningApplication() override { return nullptr; }
+    };
+    Silent silent(manager());
+    silent.startPendingApplication(
+        silent.startBroadcastIndependentApplication(HbbTVURL("http://a.example/")));
+    forgetJournal();
+    EXPECT_TRUE(silent.setTimeShifted(true));
+    EXPECT_EQ(silent.getState(), Window::RUNNING);
+    EXPECT_EQ(journal(), Lines());
 }
 
 }  // namespace
