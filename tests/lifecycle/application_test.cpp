@@ -1,5 +1,6 @@
 #include "integration/key_set.h"
 #include "lifecycle/application.h"
+#include "lifecycle/call_scope.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notification_manager.h"
@@ -10,6 +11,9 @@ using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
+
+/// Taken before any test runs.
+const unsigned long firstIdOfTheProcess = Application::next_id;
 
 class ApplicationTest : public LibraryTest {
 protected:
@@ -28,6 +32,11 @@ protected:
     static constexpr const char* page = "http://a.example/i";
     ref_ptr<AIT> table_;
 };
+
+TEST_F(ApplicationTest, TheFirstIdOfAProcessIsOne)
+{
+    EXPECT_EQ(firstIdOfTheProcess, 1u);
+}
 
 TEST_F(ApplicationTest, IdsCountUpAndAreNeverReused)
 {
@@ -356,6 +365,26 @@ TEST_F(ApplicationTest, ATableThatIsCountedLivesAsLongAsIt)
     table_.reset();
     ASSERT_NE(application->getAITApplication(), nullptr);
     EXPECT_EQ(application->getAITApplication()->getApplicationName(), "kept");
+}
+
+TEST_F(ApplicationTest, OnceEndedItHasNoWindowAndNoParent)
+{
+    const auto parent = makeByURL();
+    const auto application = makeByURL();
+    application->setParent(parent.get());
+    application->setTavoWindow(browser().window(3));
+    application->end();
+    EXPECT_EQ(application->getWindow(), nullptr);
+    EXPECT_EQ(application->getParent(), nullptr);
+    EXPECT_EQ(application->getTavoWindow(), nullptr);
+    application->end();
+    EXPECT_EQ(journal(), Lines({"RELEASE w3"}));
+}
+
+TEST_F(ApplicationTest, RetiringNoneDoesNothing)
+{
+    CallScope::retire(nullptr);
+    EXPECT_EQ(journal(), Lines());
 }
 
 }  // namespace
