@@ -456,4 +456,14 @@ TEST_F(WindowActivation, AChannelHandleStoredByAScriptLivesWithTheEntry)
     EXPECT_EQ(channel, &ofNextTable);
 }
 
+TEST_F(WindowActivation, AnApplicationWhoseEntryLostItsDescriptorContinues)
+{
+    startApplication(httpApplication(1, 2));
+    for (uint8_t version = 1; version < 3; ++version) {
+        activate(AITSection().version(version).add(
+            httpApplication(1, 2).withoutApplicationDescriptor()));
+        EXPECT_EQ(log().count(keep), version);
+    }
+}
+
 }  // namespace
