@@ -354,4 +354,13 @@ TEST_F(WindowStarting, AnApplicationOfAnotherOrganisationIsNoRestart)
               1);
 }
 
+TEST_F(WindowStarting, AnEntryWithoutDescriptorIsAskedForAsNotServiceBound)
+{
+    table_ = broadcastTable(AITSection().add(AITEntry(1, 2).withoutApplicationDescriptor()));
+    EXPECT_NE(
+        window()->createApplication(HbbTVURL("http://a.example/i"), table_->getAITApplication(0u)),
+        nullptr);
+    EXPECT_EQ(journal().front(), "START 1.2 related autostart http://a.example/i");
+}
+
 }  // namespace
