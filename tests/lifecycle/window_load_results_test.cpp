@@ -466,4 +466,15 @@ TEST_F(WindowLoadResults, ATransportOfAnotherEntryHasNoNextOne)
     EXPECT_EQ(running(), nullptr);
 }
 
+TEST_F(WindowLoadResults, AnApplicationWithoutBrowserWindowLoadsNothing)
+{
+    startByURL("http://a.example/i");
+    browser().loadingURL = "http://a.example/i";
+    TAVO_VestaWindow* const shown = running()->getTavoWindow();
+    running()->setTavoWindow(nullptr);
+    EXPECT_FALSE(window()->isLoadedUrlWithinBoundaries(running()->getApplicationDomain()));
+    EXPECT_EQ(journal(), Lines());
+    running()->setTavoWindow(shown);
+}
+
 }  // namespace
