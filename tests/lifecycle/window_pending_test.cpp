@@ -4,6 +4,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "lifecycle/application.h"
+#include "lifecycle/call_scope.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
@@ -303,6 +304,22 @@ TEST_F(WindowPending, ABrowserWindowThatComesAfterTheWindowWentIsGivenBack)
         tickAll();
         EXPECT_EQ(journal(), Lines({"REQUEST null @B", "RELEASE w4"}));
     }
+}
+
+TEST_F(WindowPending, ABrowserWindowThatComesAfterAllWentIsGivenBackAtOnce)
+{
+    const CallScope scope;  // the tick is one of a listener
+    listener().refuseWindows = true;
+    listener().onNotification[HBBTV_NOTIFICATION_REQUEST_WINDOW] =
+        [](HBBTV_NotificationData* data) {
+            manager()->removeAllWindows();
+            *data->window.tavoWindow = browser().window(4);
+            data->window.success = 1;
+        };
+    pend("http://a.example/i");
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"REQUEST null", "RELEASE w4"}));
 }
 
 TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind)
