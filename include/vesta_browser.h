@@ -6,9 +6,6 @@
 #ifndef VESTA_BROWSER_H
 #define VESTA_BROWSER_H
 
-#include <cstddef>
-#include <cstdint>
-
 // The browser may live in an executable that is built with hidden visibility; its functions must
 // stay visible to the library all the same.
 #pragma GCC visibility push(default)
@@ -80,20 +77,6 @@ struct TAVO_KeyboardEvent {
     int type;  ///< a TAVO_KEYBOARD_EVENT_TYPE
     TAVO_VIRTUAL_KEY key_code;
 };
-
-#if UINTPTR_MAX == 0xFFFFFFFFu
-// The binary interface of the 32-bit receiver.
-static_assert(offsetof(TavoVestaEventData, url) == 0 &&
-                  offsetof(TavoVestaEventData, second_url) == 4 &&
-                  offsetof(TavoVestaEventData, request_id) == 8 &&
-                  offsetof(TavoVestaEventData, load_status) == 12 &&
-                  offsetof(TavoVestaEventData, http_status) == 16 &&
-                  sizeof(TavoVestaEventData) == 20,
-              "TavoVestaEventData");
-static_assert(offsetof(TAVO_KeyboardEvent, type) == 0 &&
-                  offsetof(TAVO_KeyboardEvent, key_code) == 4 && sizeof(TAVO_KeyboardEvent) == 8,
-              "TAVO_KeyboardEvent");
-#endif
 
 extern "C" {
 
