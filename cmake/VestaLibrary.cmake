@@ -8,7 +8,7 @@ set(VESTA_EXPORT_OPTIONS
   "LINKER:--version-script=${VESTA_EXPORTS}" "LINKER:--dynamic-list=${VESTA_REPLACEABLE}"
   LINKER:--dynamic-list-data)
 
-# The headers that an integration needs, besides the two of include/.
+# The headers that an integration needs, besides those of include/.
 set(VESTA_INSTALLED_HEADERS
   foundation/configuration_manager.h
   foundation/logging.h
