@@ -10,9 +10,12 @@ set(VESTA_EXPORT_OPTIONS
 
 # The headers that an integration needs, besides those of include/.
 set(VESTA_INSTALLED_HEADERS
+  foundation/byte_reader.h
   foundation/configuration_manager.h
+  foundation/descriptor.h
   foundation/logging.h
   foundation/ref_ptr.h
+  foundation/small_vector.h
   foundation/threadsafe_event_queue.h
   foundation/utilities.h
   integration/application_events.h

@@ -41,7 +41,7 @@ elseif(VESTA_BUILD_RECEIVER AND NOT receiver_lacks STREQUAL "")
 endif()
 
 if(VESTA_BUILD_RECEIVER)
-  file(GLOB receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")
+  file(GLOB_RECURSE receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")
   list(FILTER receiver_sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(vesta_receiver_objects OBJECT ${receiver_sources})
   target_include_directories(vesta_receiver_objects SYSTEM PUBLIC

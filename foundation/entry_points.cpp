@@ -11,7 +11,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 
 namespace VestaHbbTV {
 

@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "receiver/carousel_path.h"
-#include "receiver/object_carousel.h"
-#include "signalling/byte_reader.h"
+#include "foundation/byte_reader.h"
+#include "receiver/carousel/carousel_path.h"
+#include "receiver/carousel/object_carousel.h"
 
 using receiver::CarouselLimits;
 using receiver::FileView;

@@ -9,11 +9,11 @@
 #include "foundation/logging.h"
 #include "integration/oc_download_manager.h"
 #include "lifecycle/application.h"
+#include "lifecycle/script_plugin.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/application_natives.h"
-#include "oipf/notification_manager.h"
-#include "oipf/notifications.h"
+#include "oipf/notifications/notification_manager.h"
+#include "oipf/notifications/notifications.h"
 
 namespace VestaHbbTV {
 

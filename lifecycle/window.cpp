@@ -5,8 +5,8 @@
 
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
+#include "lifecycle/script_plugin.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/application_natives.h"
 
 namespace VestaHbbTV {
 

@@ -8,8 +8,8 @@
 #include "lifecycle/application.h"
 #include "lifecycle/application_policy.h"
 #include "lifecycle/call_scope.h"
+#include "lifecycle/script_plugin.h"
 #include "lifecycle/window.h"
-#include "oipf/application_natives.h"
 
 namespace VestaHbbTV {
 

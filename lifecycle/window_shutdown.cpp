@@ -7,8 +7,8 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
-#include "oipf/notifications.h"
+#include "oipf/notifications/notification_manager.h"
+#include "oipf/notifications/notifications.h"
 
 namespace VestaHbbTV {
 

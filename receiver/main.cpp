@@ -9,9 +9,9 @@
 #include <unistd.h>
 #include <vector>
 
-#include "receiver/extraction.h"
-#include "receiver/line_input.h"
-#include "receiver/log_bridge.h"
+#include "receiver/carousel/extraction.h"
+#include "receiver/console/line_input.h"
+#include "receiver/integration/log_bridge.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
 

@@ -2,7 +2,7 @@
 
 #include <getopt.h>
 
-#include "receiver/words.h"
+#include "receiver/console/words.h"
 
 namespace receiver {
 

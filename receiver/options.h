@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "foundation/logging.h"
-#include "receiver/console_browser.h"
-#include "receiver/middleware.h"
+#include "receiver/browser/console_browser.h"
+#include "receiver/service/middleware.h"
 
 namespace receiver {
 

@@ -5,8 +5,8 @@
 
 #include "vesta_hbbtv_appman.h"
 
-#include "receiver/commands.h"
-#include "receiver/event_records.h"
+#include "receiver/console/commands.h"
+#include "receiver/integration/event_records.h"
 
 namespace receiver {
 

@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "receiver/console_browser.h"
-#include "receiver/doorbell.h"
-#include "receiver/event_log.h"
-#include "receiver/integrator.h"
-#include "receiver/middleware.h"
-#include "receiver/platform.h"
+#include "receiver/browser/console_browser.h"
+#include "receiver/console/event_log.h"
+#include "receiver/integration/doorbell.h"
+#include "receiver/integration/integrator.h"
+#include "receiver/integration/platform.h"
+#include "receiver/service/middleware.h"
 
 namespace receiver {
 

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/byte_reader.h"
+#include "foundation/descriptor.h"
 #include "foundation/logging.h"
 #include "foundation/text.h"
-#include "signalling/byte_reader.h"
-#include "signalling/descriptor.h"
 
 namespace VestaHbbTV {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "foundation/descriptor.h"
 #include "foundation/logging.h"
-#include "signalling/descriptor.h"
 
 namespace VestaHbbTV {
 

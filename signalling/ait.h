@@ -8,10 +8,10 @@
 #include <memory>
 #include <vector>
 
+#include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
 #include "signalling/ait_application.h"
 #include "signalling/ait_application_transport.h"
-#include "signalling/byte_reader.h"
 
 namespace VestaHbbTV {
 

@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "foundation/configuration_manager.h"
+#include "foundation/descriptor.h"
 #include "foundation/logging.h"
 #include "signalling/ait.h"
 #include "signalling/ait_application_reference.h"
-#include "signalling/descriptor.h"
 #include "signalling/hbbtv_url.h"
 
 namespace VestaHbbTV {

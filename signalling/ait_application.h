@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
 #include "security/application_domain.h"
 #include "signalling/ait_application_transport.h"
 #include "signalling/application_descriptors.h"
-#include "signalling/byte_reader.h"
 
 namespace VestaHbbTV {
 

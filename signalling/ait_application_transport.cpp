@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "signalling/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace VestaHbbTV {
 

@@ -5,10 +5,13 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
-#include "signalling/byte_reader.h"
 
 namespace VestaHbbTV {
+
+/// transport_protocol_descriptor(): ETSI TS 102 809, 5.3.6. It stands in both loops of an AIT.
+constexpr uint8_t transportProtocolTag = 0x02;
 
 /// A transport protocol descriptor of an AIT. Shared by reference count between a table's common
 /// transports, its applications and whoever loads through it.

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "signalling/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace VestaHbbTV {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "signalling/byte_reader.h"
-#include "signalling/small_vector.h"
+#include "foundation/byte_reader.h"
+#include "foundation/small_vector.h"
 
 namespace VestaHbbTV {
 

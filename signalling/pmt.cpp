@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "signalling/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace VestaHbbTV {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "signalling/byte_reader.h"
+#include "foundation/byte_reader.h"
 
 namespace VestaHbbTV {
 

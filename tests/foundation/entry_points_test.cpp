@@ -10,7 +10,7 @@
 #include "foundation/configuration_manager.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "tests/support/counted_memory.h"
 #include "tests/support/library_test.h"
 

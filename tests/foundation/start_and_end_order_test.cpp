@@ -8,7 +8,7 @@
 #include "foundation/threadsafe_event_queue.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "signalling/ait.h"
 #include "tests/support/library_test.h"
 

@@ -2,7 +2,7 @@
 
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;

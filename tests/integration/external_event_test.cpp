@@ -9,7 +9,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "tests/support/counted_memory.h"
 #include "tests/support/library_test.h"
 

@@ -7,7 +7,7 @@
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "signalling/ait.h"
 #include "tests/support/library_test.h"
 

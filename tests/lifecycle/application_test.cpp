@@ -3,7 +3,7 @@
 #include "lifecycle/call_scope.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notification_manager.h"
+#include "oipf/notifications/notification_manager.h"
 #include "security/application_domain.h"
 #include "tests/support/library_test.h"
 

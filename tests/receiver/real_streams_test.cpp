@@ -9,8 +9,8 @@
 #include <tuple>
 #include <vector>
 
-#include "receiver/object_carousel.h"
-#include "receiver/transport_stream.h"
+#include "receiver/carousel/object_carousel.h"
+#include "receiver/stream/transport_stream.h"
 #include "security/sha256.h"
 #include "tests/receiver/support/recording_listener.h"
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "receiver/object_carousel.h"
+#include "receiver/carousel/object_carousel.h"
 #include "tests/receiver/support/byte_writer.h"
 
 namespace receiver {

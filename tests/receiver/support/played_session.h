@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "receiver/console_browser.h"
-#include "receiver/integrator.h"
-#include "receiver/middleware.h"
-#include "receiver/platform.h"
+#include "receiver/browser/console_browser.h"
+#include "receiver/integration/integrator.h"
+#include "receiver/integration/platform.h"
+#include "receiver/service/middleware.h"
 #include "receiver/session.h"
 
 namespace receiver {

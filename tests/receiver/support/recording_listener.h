@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "receiver/transport_stream.h"
+#include "receiver/stream/transport_stream.h"
 
 namespace receiver {
 

@@ -1,0 +1,23 @@
+/// The browser's plugin behind the OIPF objects: what scripts hear of applications.
+#ifndef VESTA_LIFECYCLE_SCRIPT_PLUGIN_H
+#define VESTA_LIFECYCLE_SCRIPT_PLUGIN_H
+
+namespace VestaHbbTV {
+
+class Application;
+
+/// The id as scripts carry it; null for null.
+void* get_id_from_application(Application* application);
+
+/// Tells the plugin that memory is low.
+void call_low_memory_listener();
+
+/// Tells the plugin that the initial page of an application could not be loaded.
+void call_application_load_error_listener(Application* application);
+
+/// Tells the plugin that an application has ended.
+void call_application_destroyed_listener(Application* application);
+
+}  // namespace VestaHbbTV
+
+#endif

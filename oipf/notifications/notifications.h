@@ -1,0 +1,153 @@
+/// What the library tells and asks its listeners: one class a notification type.
+///
+/// A notification is built with `new`, handed to NotificationManager::broadcast() and deleted
+/// there; its destructor writes the listeners' answers into the caller's variables. Strings that
+/// constructors take may be null and are copied.
+#ifndef VESTA_OIPF_NOTIFICATIONS_NOTIFICATIONS_H
+#define VESTA_OIPF_NOTIFICATIONS_NOTIFICATIONS_H
+
+#include "vesta_hbbtv_appman.h"
+
+namespace VestaHbbTV {
+
+class AIT;
+class AITApplication;
+
+class Notification {
+public:
+    Notification(const Notification&) = delete;
+    Notification& operator=(const Notification&) = delete;
+    virtual ~Notification();
+
+    HBBTV_NotificationType getType() const { return type_; }
+
+    /// The record that listeners get; null for an AIT update without a table.
+    HBBTV_NotificationData* getData() const { return data_; }
+
+protected:
+    /// @param data malloc'ed or null; freed with the notification
+    Notification(HBBTV_NotificationType type, HBBTV_NotificationData* data);
+
+private:
+    const HBBTV_NotificationType type_;
+    HBBTV_NotificationData* data_;
+};
+
+/// May this application start? The answer starts as START.
+class StartApplicationNotification : public Notification {
+public:
+    StartApplicationNotification(void* window, bool broadcastRelated, bool serviceBound,
+                                 unsigned long orgId, unsigned short appId, const char* url,
+                                 unsigned char usageType, bool autostart,
+                                 HBBTV_ApplicationActionType* answer);
+    ~StartApplicationNotification() override;
+
+    /// The answer that stands when no listener gives another.
+    void presetAction(HBBTV_ApplicationActionType action);
+
+private:
+    HBBTV_ApplicationActionType* answer_;
+};
+
+/// An application stopped. Listeners may overwrite whether the table is activated again.
+class StopApplicationNotification : public Notification {
+public:
+    /// @param reactivateAIT the caller's flag, handed to the listeners as it is
+    StopApplicationNotification(void* window, bool broadcastRelated, unsigned long orgId,
+                                unsigned short appId, const char* url, int* reactivateAIT);
+    ~StopApplicationNotification() override;
+};
+
+/// An application cannot run on this terminal. The record's window, serviceBound, trusted and
+/// usageType are not set, and its empty URL is the library's.
+class RejectApplicationNotification : public Notification {
+public:
+    RejectApplicationNotification(bool broadcastRelated, unsigned long orgId, unsigned short appId,
+                                  bool autostart);
+};
+
+/// A table was taken in.
+class AITUpdateNotification : public Notification {
+public:
+    /// @param ait null gives a null record
+    AITUpdateNotification(void* window, AIT* ait);
+    ~AITUpdateNotification() override;
+};
+
+/// Is this application trusted? The listeners see the library's verdict and may overrule it.
+class TrustedNotification : public Notification {
+public:
+    /// @param answer in/out
+    TrustedNotification(void* window, const char* url, bool* answer, bool broadcastRelated,
+                        unsigned long orgId, unsigned short appId, unsigned char usageType,
+                        bool autostart);
+    ~TrustedNotification() override;
+
+private:
+    bool* answer_;
+};
+
+/// An application became broadcast-related or broadcast-independent.
+class BroadcastRelatedChangeNotification : public Notification {
+public:
+    BroadcastRelatedChangeNotification(void* window, bool broadcastRelated, bool trusted,
+                                       bool autostart, unsigned long orgId, unsigned short appId,
+                                       const char* url, unsigned char usageType);
+    ~BroadcastRelatedChangeNotification() override;
+};
+
+/// May this XMLHttpRequest go ahead? The answer starts as ALLOW.
+class XHRNotification : public Notification {
+public:
+    XHRNotification(const char* documentUrl, const char* requestUrl, HBBTV_XHR_Permission* answer);
+    ~XHRNotification() override;
+
+private:
+    HBBTV_XHR_Permission* answer_;
+};
+
+/// Asks for a browser window: the listener stores it through the slot and reports success.
+class RequestWindowNotification : public Notification {
+public:
+    RequestWindowNotification(TAVO_VestaWindow** tavoWindow, bool* answer, void* window);
+    ~RequestWindowNotification() override;
+
+private:
+    bool* answer_;
+};
+
+/// Gives a browser window back.
+class ReleaseWindowNotification : public Notification {
+public:
+    ReleaseWindowNotification(TAVO_VestaWindow** tavoWindow, bool* answer);
+    ~ReleaseWindowNotification() override;
+
+private:
+    bool* answer_;
+};
+
+class ShowWindowNotification : public Notification {
+public:
+    explicit ShowWindowNotification(TAVO_VestaWindow** tavoWindow);
+};
+
+class HideWindowNotification : public Notification {
+public:
+    explicit HideWindowNotification(TAVO_VestaWindow** tavoWindow);
+};
+
+/// An application changed its key set.
+class KeysetChangedNotification : public Notification {
+public:
+    KeysetChangedNotification(TAVO_VestaWindow* tavoWindow, int keysetValue);
+};
+
+/// How much memory is free? Listeners write through the caller's pointer.
+class GetFreeMemoryNotification : public Notification {
+public:
+    explicit GetFreeMemoryNotification(long* freeMemory);
+};
+
+}  // namespace VestaHbbTV
+
+#endif

@@ -1,0 +1,137 @@
+#include "receiver/browser/page.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <libxml/HTMLparser.h>
+#include <libxml/uri.h>
+#include <memory>
+#include <strings.h>
+
+namespace receiver {
+
+namespace {
+
+struct XmlFree {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+
+using XmlText = std::unique_ptr<xmlChar, XmlFree>;
+using XmlDocument = std::unique_ptr<xmlDoc, XmlFree>;
+
+const xmlChar* asXml(const char* text)
+{
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+void addReference(const xmlNode& element, const char* attribute, std::vector<std::string>& found)
+{
+    const XmlText value(xmlGetProp(&element, asXml(attribute)));
+    if (!value)
+        return;
+    const std::string reference(reinterpret_cast<const char*>(value.get()));
+    if (!reference.empty() && reference[0] != '#' &&
+        std::find(found.begin(), found.end(), reference) == found.end())
+        found.push_back(reference);
+}
+
+/// The node behind `node` in the order of the page.
+const xmlNode* next(const xmlNode* node, const xmlNode* root)
+{
+    if (node->children)
+        return node->children;
+    while (node != root && !node->next)
+        node = node->parent;
+    return node == root ? nullptr : node->next;
+}
+
+std::string pathOf(const std::string& url)
+{
+    return url.substr(0, url.find_first_of("?#"));
+}
+
+}  // namespace
+
+std::string resolveURL(const std::string& base, const std::string& url)
+{
+    // Everything that a URL may hold, escapes included, stays as it is.
+    const xmlChar* const allowed = asXml("%:/?#[]@!$&'()*+,;=");
+    XmlText result(xmlBuildURI(asXml(url.c_str()), asXml(base.c_str())));
+    if (!result) {
+        const XmlText escapedURL(xmlURIEscapeStr(asXml(url.c_str()), allowed));
+        const XmlText escapedBase(xmlURIEscapeStr(asXml(base.c_str()), allowed));
+        result.reset(xmlBuildURI(escapedURL.get(), escapedBase.get()));
+    }
+    return result ? reinterpret_cast<const char*>(result.get()) : "";
+}
+
+std::string withoutEscapes(const std::string& text)
+{
+    std::string decoded;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const bool isEscape = text[at] == '%' && at + 2 < text.size() &&
+                              std::isxdigit(static_cast<unsigned char>(text[at + 1])) &&
+                              std::isxdigit(static_cast<unsigned char>(text[at + 2]));
+        if (isEscape) {
+            decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
+            at += 2;
+        } else {
+            decoded += text[at];
+        }
+    }
+    return decoded;
+}
+
+std::vector<std::string> subresources(const std::string& page)
+{
+    std::vector<std::string> found;
+    const int options =
+        HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
+    const XmlDocument document(
+        htmlReadMemory(page.data(), static_cast<int>(page.size()), nullptr, nullptr, options));
+    const xmlNode* const root = document ? xmlDocGetRootElement(document.get()) : nullptr;
+    for (const xmlNode* node = root; node; node = next(node, root)) {
+        if (node->type != XML_ELEMENT_NODE)
+            continue;
+        addReference(*node, "src", found);
+        if (xmlStrcasecmp(node->name, asXml("link")) == 0)
+            addReference(*node, "href", found);
+    }
+    return found;
+}
+
+bool isPage(const std::string& url, const std::string& mimeType)
+{
+    return (mimeType.empty() ? mimeTypeOf(url) : mimeType).find("html") != std::string::npos;
+}
+
+std::string mimeTypeOf(const std::string& path)
+{
+    static const struct {
+        const char* ending;
+        const char* type;
+    } types[] = {
+        {".html", "application/vnd.hbbtv.xhtml+xml"},
+        {".htm", "application/vnd.hbbtv.xhtml+xml"},
+        {".xhtml", "application/vnd.hbbtv.xhtml+xml"},
+        {".css", "text/css"},
+        {".js", "application/javascript"},
+        {".json", "application/json"},
+        {".xml", "text/xml"},
+        {".txt", "text/plain"},
+        {".png", "image/png"},
+        {".jpg", "image/jpeg"},
+        {".jpeg", "image/jpeg"},
+        {".gif", "image/gif"},
+    };
+    const std::string name = pathOf(path);
+    for (const auto& [ending, type] : types) {
+        const size_t length = std::strlen(ending);
+        if (name.size() >= length && ::strcasecmp(name.c_str() + name.size() - length, ending) == 0)
+            return type;
+    }
+    return "";
+}
+
+}  // namespace receiver

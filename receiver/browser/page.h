@@ -1,0 +1,30 @@
+/// What the console browser needs to know of pages and URLs (libxml2).
+#ifndef VESTA_RECEIVER_BROWSER_PAGE_H
+#define VESTA_RECEIVER_BROWSER_PAGE_H
+
+#include <string>
+#include <vector>
+
+namespace receiver {
+
+/// Makes a URL absolute (RFC 3986, 5.2). Characters that no URL may hold, such as blanks, are
+/// escaped where needed. @return empty when it cannot be
+std::string resolveURL(const std::string& base, const std::string& url);
+
+/// Decodes escapes such as %20.
+std::string withoutEscapes(const std::string& text);
+
+/// What a page needs to be shown: the `src` of its elements and the `href` of its links to style
+/// sheets and the like; links for people (`a`) are not among them.
+/// @return the references as they stand in the page, each once, in order
+std::vector<std::string> subresources(const std::string& page);
+
+/// Whether a file is a page by its name or type, so that its subresources are of interest.
+bool isPage(const std::string& url, const std::string& mimeType);
+
+/// A MIME type by a file's name; empty for an unknown ending.
+std::string mimeTypeOf(const std::string& path);
+
+}  // namespace receiver
+
+#endif

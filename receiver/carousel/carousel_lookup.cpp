@@ -1,0 +1,224 @@
+// How an ObjectCarousel finds what it has received: references, paths and listings.
+#include <algorithm>
+#include <set>
+
+#include "receiver/carousel/object_carousel.h"
+
+namespace receiver {
+
+namespace {
+
+// Longer paths are not listed; nobody could open such a file.
+constexpr size_t longestListedPath = 4096;
+
+bool isDirectory(const BiopObject& object)
+{
+    return object.kind == ObjectKind::Directory || object.kind == ObjectKind::ServiceGateway;
+}
+
+const Binding* findBinding(const BiopObject& directory, const std::string& name)
+{
+    const auto found = std::find_if(directory.bindings.begin(), directory.bindings.end(),
+                                    [&name](const Binding& entry) { return entry.name == name; });
+    return found == directory.bindings.end() ? nullptr : &*found;
+}
+
+FileView viewOf(const CarouselModule& module, const BiopObject& object)
+{
+    FileView view;
+    view.owner = module.content();
+    view.size = object.contentSize;
+    view.contentType = object.contentType;
+    if (view.size != 0)
+        view.data = view.owner->data() + object.contentOffset;
+    return view;
+}
+
+std::string nameOf(const CarouselModule& module)
+{
+    return "module " + std::to_string(module.announcement().moduleId);
+}
+
+}  // namespace
+
+// Module and object when ready, else only the reason.
+struct ObjectCarousel::Resolution {
+    Lookup::Result result = Lookup::Result::Error;
+    std::string reason;
+    const CarouselModule* module = nullptr;
+    const BiopObject* object = nullptr;
+
+    static Resolution pending(const std::string& reason)
+    {
+        return {Lookup::Result::Pending, reason, nullptr, nullptr};
+    }
+    static Resolution error(const std::string& reason)
+    {
+        return {Lookup::Result::Error, reason, nullptr, nullptr};
+    }
+};
+
+struct ObjectCarousel::Visit {
+    const std::string& path;
+    const CarouselModule& module;
+    const BiopObject& object;
+};
+
+// Sets the result when there is no such module. A reference without a transaction id leaves open
+// which of the stream's DIIs announces the module.
+const CarouselModule* ObjectCarousel::findModule(const ObjectReference& reference,
+                                                 Resolution& result) const
+{
+    const uint16_t tag = streamOf(reference.associationTag);
+    const std::string name = "module " + std::to_string(reference.moduleId);
+    bool indicationKnown = false;
+    for (auto entry = indications_.lower_bound({tag, 0});
+         entry != indications_.end() && entry->first.first == tag; ++entry) {
+        const bool named = reference.transactionId.has_value();
+        if (named && entry->first.second != (*reference.transactionId & 0xFFFE))
+            continue;
+        indicationKnown = indicationKnown || named;
+        const auto found = entry->second.modules.find(reference.moduleId);
+        if (found != entry->second.modules.end())
+            return found->second.get();
+    }
+    result = indicationKnown ? Resolution::error(name + " is not announced")
+                             : Resolution::pending(name + " is not yet announced");
+    return nullptr;
+}
+
+ObjectCarousel::Resolution ObjectCarousel::resolve(const ObjectReference& reference) const
+{
+    if (!reference.isResolvable())
+        return Resolution::error(reference.unresolvableReason);
+    Resolution result;
+    const CarouselModule* module = findModule(reference, result);
+    if (!module)
+        return result;
+    if (module->state() == CarouselModule::State::Refused)
+        return Resolution::error(nameOf(*module) + " was refused: " + module->problem());
+    if (module->state() == CarouselModule::State::Incomplete)
+        return Resolution::pending(nameOf(*module) + " has " +
+                                   std::to_string(module->blocksReceived()) + " of " +
+                                   std::to_string(module->blocksNeeded()) + " blocks");
+    const BiopObject* object = module->findObject(reference.objectKey);
+    if (!object)
+        return Resolution::error(nameOf(*module) + " does not hold the object");
+    return {Lookup::Result::Ready, "", module, object};
+}
+
+ObjectCarousel::Resolution ObjectCarousel::walk(const std::string& path) const
+{
+    if (!gateway_)
+        return Resolution::pending("the service gateway is not yet announced");
+    Resolution place = resolve(*gateway_);
+    for (size_t start = 0; place.object && start <= path.size();) {
+        const size_t end = std::min(path.find('/', start), path.size());
+        const std::string name = path.substr(start, end - start);
+        if (!isDirectory(*place.object))
+            return Resolution::error("\"" + path.substr(0, start) + "\" is not a directory");
+        const Binding* binding = findBinding(*place.object, name);
+        if (!binding)
+            return Resolution::error("the directory does not list \"" + name + "\"");
+        place = resolve(binding->target);
+        start = end + 1;
+    }
+    return place;
+}
+
+Lookup ObjectCarousel::find(const std::string& path) const
+{
+    Lookup lookup;
+    const bool namesDirectory = path.empty() || path.back() == '/';
+    const Resolution place =
+        namesDirectory ? Resolution::error("the path names a directory") : walk(path);
+    lookup.result = place.result;
+    lookup.reason = place.reason;
+    if (!place.object)
+        return lookup;
+    if (place.object->kind == ObjectKind::File) {
+        lookup.file = viewOf(*place.module, *place.object);
+    } else {
+        lookup.result = Lookup::Result::Error;
+        lookup.reason = isDirectory(*place.object) ? "it is a directory" : "it is not a file";
+    }
+    return lookup;
+}
+
+// Every directory is entered once, so that neither loops nor directories bound again and again
+// make the way endless.
+void ObjectCarousel::visitAll(const std::function<void(const Visit&)>& visitor) const
+{
+    struct Place {
+        std::string path;
+        size_t depth;
+        const BiopObject* directory;
+    };
+    const Resolution root = gateway_ ? resolve(*gateway_) : Resolution();
+    if (!root.object)
+        return;
+    std::set<const BiopObject*> entered = {root.object};
+    std::vector<Place> toDo = {{"", 0, root.object}};
+    while (!toDo.empty()) {
+        const Place place = std::move(toDo.back());
+        toDo.pop_back();
+        std::vector<Place> below;
+        for (const Binding& binding : place.directory->bindings) {
+            const std::string path = place.path + binding.name;
+            const Resolution found = resolve(binding.target);
+            if (!found.object || path.size() > longestListedPath)
+                continue;
+            if (!isDirectory(*found.object))
+                visitor({path, *found.module, *found.object});
+            else if (place.depth < limits_.directoryDepth && entered.insert(found.object).second)
+                below.push_back({path + "/", place.depth + 1, found.object});
+        }
+        toDo.insert(toDo.end(), below.rbegin(), below.rend());
+    }
+}
+
+std::vector<CarouselFile> ObjectCarousel::files() const
+{
+    std::vector<CarouselFile> files;
+    visitAll([&](const Visit& visit) {
+        if (visit.object.kind == ObjectKind::File && files.size() < limits_.listedFiles)
+            files.push_back({visit.path, viewOf(visit.module, visit.object)});
+    });
+    return files;
+}
+
+std::vector<CarouselStreamEvents> ObjectCarousel::streamEvents() const
+{
+    std::vector<CarouselStreamEvents> list;
+    visitAll([&](const Visit& visit) {
+        if (visit.object.kind == ObjectKind::StreamEvent && list.size() < limits_.listedFiles)
+            list.push_back({visit.path, visit.object.events, visit.object.taps});
+    });
+    return list;
+}
+
+std::set<uint16_t> ObjectCarousel::wantedAssociationTags() const
+{
+    std::set<uint16_t> wanted;
+    const auto want = [&](uint16_t tag) {
+        if (fedTags_.count(streamOf(tag)) == 0)
+            wanted.insert(tag);
+    };
+    if (gateway_ && gateway_->isResolvable())
+        want(gateway_->associationTag);
+    for (const auto& [key, indication] : indications_) {
+        for (const auto& [id, module] : indication.modules) {
+            if (module->announcement().associationTag)
+                want(*module->announcement().associationTag);
+            for (const auto& [objectKey, object] : module->objects()) {
+                for (const Binding& binding : object.bindings) {
+                    if (binding.target.isResolvable())
+                        want(binding.target.associationTag);
+                }
+            }
+        }
+    }
+    return wanted;
+}
+
+}  // namespace receiver

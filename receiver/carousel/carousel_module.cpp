@@ -1,0 +1,188 @@
+#include "receiver/carousel/carousel_module.h"
+
+#include <algorithm>
+#include <utility>
+#include <zlib.h>
+
+namespace receiver {
+
+namespace {
+
+constexpr size_t mostBlocks = 65536;  // blockNumber has 16 bits
+constexpr uint8_t deflateMethod = 8;  // RFC 1950, 2.2
+
+std::string limitText(const char* what, size_t size, size_t limit)
+{
+    return std::string(what) + " " + std::to_string(size) + " bytes, more than the limit of " +
+           std::to_string(limit);
+}
+
+// Unpacks into exactly the bytes that were announced, so that a bomb has nowhere to expand to.
+bool inflateExactly(const std::vector<unsigned char>& packed, std::vector<unsigned char>& unpacked)
+{
+    z_stream stream{};
+    if (inflateInit(&stream) != Z_OK)
+        return false;
+    unsigned char nowhere = 0;  // zlib wants an address even for no bytes
+    stream.next_in = const_cast<unsigned char*>(packed.data());  // NOLINT: zlib only reads it
+    stream.avail_in = static_cast<uInt>(packed.size());
+    stream.next_out = unpacked.empty() ? &nowhere : unpacked.data();
+    stream.avail_out = static_cast<uInt>(unpacked.size());
+    const int result = inflate(&stream, Z_FINISH);
+    const bool exact = result == Z_STREAM_END && stream.avail_out == 0;
+    inflateEnd(&stream);
+    return exact;
+}
+
+}  // namespace
+
+bool MemoryBudget::take(size_t bytes)
+{
+    if (bytes > available())
+        return false;
+    used_ += bytes;
+    return true;
+}
+
+CarouselModule::CarouselModule(const ModuleAnnouncement& announcement, uint32_t downloadId,
+                               uint16_t blockSize, const CarouselLimits& limits,
+                               MemoryBudget& memory)
+    : announcement_(announcement), downloadId_(downloadId), blockSize_(blockSize), memory_(memory)
+{
+    checkAnnouncement(limits);
+}
+
+CarouselModule::~CarouselModule()
+{
+    memory_.giveBack(memoryTaken_);
+}
+
+void CarouselModule::checkAnnouncement(const CarouselLimits& limits)
+{
+    const ModuleAnnouncement& module = announcement_;
+    if (module.size > limits.moduleSize)
+        refuse(limitText("it has", module.size, limits.moduleSize));
+    else if (module.compressed && module.originalSize > limits.moduleSize)
+        refuse(limitText("it unpacks to", module.originalSize, limits.moduleSize));
+    else if (module.compressed && (module.compressionMethod & 0x0F) != deflateMethod)
+        refuse("its compression method is unknown");
+    else if (module.size == 0)
+        refuse("it is empty");
+    else if (blockSize_ == 0)
+        refuse("its blocks have no size");
+    else if (blocksNeeded() > mostBlocks)
+        refuse("it has more blocks than can be numbered");
+}
+
+size_t CarouselModule::blocksNeeded() const
+{
+    if (blockSize_ == 0)
+        return 0;
+    return announcement_.size / blockSize_ + (announcement_.size % blockSize_ != 0 ? 1 : 0);
+}
+
+size_t CarouselModule::sizeOfBlock(size_t blockNumber) const
+{
+    const size_t start = blockNumber * blockSize_;
+    return std::min<size_t>(blockSize_, announcement_.size - start);
+}
+
+bool CarouselModule::addBlock(const DataBlock& block)
+{
+    if (state_ != State::Incomplete || block.moduleVersion != announcement_.version ||
+        block.blockNumber >= blocksNeeded() ||
+        block.data.remaining() != sizeOfBlock(block.blockNumber))
+        return false;
+    if (blocksReceived_ == 0 && !beginReceiving())
+        return true;
+    if (blockIsThere_[block.blockNumber])
+        return false;
+    blockIsThere_[block.blockNumber] = true;
+    ++blocksReceived_;
+    const size_t start = static_cast<size_t>(block.blockNumber) * blockSize_;
+    std::copy_n(block.data.data(), block.data.remaining(),
+                received_.begin() + static_cast<std::ptrdiff_t>(start));
+    if (blocksReceived_ < blocksNeeded())
+        return false;
+    complete();
+    return true;
+}
+
+bool CarouselModule::beginReceiving()
+{
+    if (!takeMemory(announcement_.size))
+        return false;
+    received_.resize(announcement_.size);
+    blockIsThere_.resize(blocksNeeded());
+    return true;
+}
+
+void CarouselModule::complete()
+{
+    if (announcement_.compressed) {
+        const std::string failure = unpack();
+        if (!failure.empty())
+            return refuse(failure);
+    }
+    content_ = std::make_shared<const std::vector<unsigned char>>(std::move(received_));
+    received_ = {};
+    state_ = State::Complete;
+    readObjects();
+}
+
+// Empty on success. While it unpacks, the module takes both sizes.
+std::string CarouselModule::unpack()
+{
+    if (!memory_.take(announcement_.originalSize))
+        return limitText("with it the carousel takes", memory_.used() + announcement_.originalSize,
+                         memory_.limit());
+    std::vector<unsigned char> unpacked(announcement_.originalSize);
+    const bool exact = inflateExactly(received_, unpacked);
+    memory_.giveBack(received_.size());
+    memoryTaken_ = announcement_.originalSize;
+    received_ = std::move(unpacked);
+    return exact ? "" : "it does not unpack to the bytes announced";
+}
+
+void CarouselModule::readObjects()
+{
+    BiopModule result = readBiopModule(content_->data(), content_->size(), memory_.available());
+    if (result.overBudget || !takeMemory(result.memory))
+        return refuse("its objects do not fit into the carousel's " +
+                      std::to_string(memory_.limit()) + " bytes");
+    problem_ = result.problem;
+    for (BiopObject& object : result.objects) {
+        std::string key = object.key;
+        objects_.emplace(std::move(key), std::move(object));  // of equal keys the first counts
+    }
+}
+
+bool CarouselModule::takeMemory(size_t bytes)
+{
+    if (memory_.take(bytes)) {
+        memoryTaken_ += bytes;
+        return true;
+    }
+    refuse(limitText("with it the carousel takes", memory_.used() + bytes, memory_.limit()));
+    return false;
+}
+
+void CarouselModule::refuse(const std::string& reason)
+{
+    state_ = State::Refused;
+    problem_ = reason;
+    received_ = {};
+    blockIsThere_ = {};
+    objects_.clear();
+    content_.reset();
+    memory_.giveBack(memoryTaken_);
+    memoryTaken_ = 0;
+}
+
+const BiopObject* CarouselModule::findObject(const std::string& key) const
+{
+    const auto found = objects_.find(key);
+    return found == objects_.end() ? nullptr : &found->second;
+}
+
+}  // namespace receiver

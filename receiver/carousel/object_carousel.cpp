@@ -1,0 +1,228 @@
+#include "receiver/carousel/object_carousel.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace receiver {
+
+namespace {
+
+// Bit 0 is toggled and the upper half counted up when a DII changes: ETSI TR 101 202, 4.7.9.
+uint16_t identificationOf(uint32_t transactionId)
+{
+    return static_cast<uint16_t>(transactionId & 0xFFFE);
+}
+
+bool isSameReference(const ObjectReference& left, const ObjectReference& right)
+{
+    return left.unresolvableReason == right.unresolvableReason &&
+           left.associationTag == right.associationTag &&
+           left.transactionId == right.transactionId && left.carouselId == right.carouselId &&
+           left.moduleId == right.moduleId && left.objectKey == right.objectKey;
+}
+
+}  // namespace
+
+ObjectCarousel::ObjectCarousel(const CarouselLimits& limits, MessageHandler handler)
+    : limits_(limits), handler_(std::move(handler)), memory_(limits.memory)
+{
+}
+
+bool ObjectCarousel::feedSection(uint16_t associationTag, const unsigned char* section, size_t size)
+{
+    const uint16_t tag = streamOf(associationTag);
+    fedTags_.insert(tag);
+    const std::optional<DownloadMessage> message = openDownloadSection(section, size);
+    if (!message)
+        return false;
+    switch (message->kind) {
+    case DownloadMessageKind::ServerInitiate:
+        return feedServerInitiate(tag, *message);
+    case DownloadMessageKind::InfoIndication:
+        return feedInfoIndication({tag, identificationOf(message->id)}, *message,
+                                  {section, section + size});
+    case DownloadMessageKind::DataBlock:
+        return feedDataBlock(tag, *message);
+    }
+    return false;
+}
+
+void ObjectCarousel::mapAssociationTag(uint16_t associationTag, uint16_t streamTag)
+{
+    streamTags_[associationTag] = streamTag;
+    ++revision_;
+}
+
+uint16_t ObjectCarousel::streamOf(uint16_t associationTag) const
+{
+    const auto found = streamTags_.find(associationTag);
+    return found == streamTags_.end() ? associationTag : found->second;
+}
+
+bool ObjectCarousel::feedServerInitiate(uint16_t tag, const DownloadMessage& message)
+{
+    const std::optional<ServerInitiate> news = readServerInitiate(message);
+    if (!news)
+        return false;
+    const bool isOtherCarousel = gatewayTag_ && *gatewayTag_ != tag;
+    if (isOtherCarousel || (gateway_ && isSameReference(*gateway_, news->serviceGateway)))
+        return true;
+    if (gateway_ && gateway_->carouselId != news->serviceGateway.carouselId)
+        clear();  // nothing of the old carousel can be reached any more
+    fedTags_.insert(tag);
+    gatewayTag_ = tag;
+    gateway_ = news->serviceGateway;
+    ++revision_;
+    if (!gateway_->isResolvable())
+        tell("carousel refused: of its service gateway, " + gateway_->unresolvableReason);
+    return true;
+}
+
+bool ObjectCarousel::feedInfoIndication(const IndicationKey& key, const DownloadMessage& message,
+                                        std::vector<unsigned char> section)
+{
+    const auto known = indications_.find(key);
+    if (known != indications_.end() && known->second.section == section)
+        return true;
+    const std::optional<InfoIndication> news = readInfoIndication(message);
+    if (!news)
+        return false;
+    if (admits(key, *news)) {
+        replaceIndication(key, *news, std::move(section));
+    } else if (!toldTooManyModules_) {
+        toldTooManyModules_ = true;
+        tell("carousel " + std::to_string(news->downloadId) + ": modules refused, more than " +
+             std::to_string(limits_.modules) + " modules or " +
+             std::to_string(limits_.infoIndications) + " lists of modules announced");
+    }
+    return true;
+}
+
+bool ObjectCarousel::admits(const IndicationKey& key, const InfoIndication& indication) const
+{
+    const auto known = indications_.find(key);
+    const bool isNew = known == indications_.end();
+    const size_t others = moduleCount_ - (isNew ? 0 : known->second.modules.size());
+    return (!isNew || indications_.size() < limits_.infoIndications) &&
+           others + indication.modules.size() <= limits_.modules;
+}
+
+// Modules that stay as they were keep what they have received.
+void ObjectCarousel::replaceIndication(const IndicationKey& key, const InfoIndication& news,
+                                       std::vector<unsigned char> section)
+{
+    Indication& indication = indications_[key];
+    const bool sameDownload = indication.downloadId == news.downloadId;
+    auto old = std::exchange(indication.modules, {});
+    moduleCount_ -= old.size();
+    std::vector<const ModuleAnnouncement*> changed;
+    for (const ModuleAnnouncement& announcement : news.modules) {
+        const auto known = old.find(announcement.moduleId);
+        if (known != old.end() && known->second && sameDownload &&
+            known->second->blockSize() == news.blockSize &&
+            known->second->announcement() == announcement)
+            indication.modules.emplace(announcement.moduleId, std::move(known->second));
+        else
+            changed.push_back(&announcement);
+    }
+    old.clear();  // before new modules may need the memory
+    for (const ModuleAnnouncement* announcement : changed) {
+        if (indication.modules.count(announcement->moduleId) == 0)
+            indication.modules.emplace(announcement->moduleId, newModule(*announcement, news));
+    }
+    moduleCount_ += indication.modules.size();
+    indication.downloadId = news.downloadId;
+    indication.section = std::move(section);
+    ++revision_;
+}
+
+std::unique_ptr<CarouselModule> ObjectCarousel::newModule(const ModuleAnnouncement& announcement,
+                                                          const InfoIndication& indication)
+{
+    auto module = std::make_unique<CarouselModule>(announcement, indication.downloadId,
+                                                   indication.blockSize, limits_, memory_);
+    tellProblem(*module);
+    return module;
+}
+
+bool ObjectCarousel::feedDataBlock(uint16_t tag, const DownloadMessage& message)
+{
+    const std::optional<DataBlock> block = readDataBlock(message);
+    if (!block)
+        return false;
+    for (auto& [key, indication] : indications_) {
+        if (indication.downloadId != block->downloadId)
+            continue;
+        const auto found = indication.modules.find(block->moduleId);
+        if (found == indication.modules.end() || !carriesBlocks(tag, key, *found->second))
+            continue;
+        if (found->second->addBlock(*block)) {
+            ++revision_;
+            tellProblem(*found->second);
+        }
+    }
+    return true;
+}
+
+// Module infos name the stream of the blocks; without them it is that of the DII.
+bool ObjectCarousel::carriesBlocks(uint16_t tag, const IndicationKey& key,
+                                   const CarouselModule& module) const
+{
+    const std::optional<uint16_t> named = module.announcement().associationTag;
+    return tag == (named ? streamOf(*named) : key.first);
+}
+
+void ObjectCarousel::tellProblem(const CarouselModule& module)
+{
+    if (module.problem().empty())
+        return;
+    const bool refused = module.state() == CarouselModule::State::Refused;
+    tell("carousel " + std::to_string(module.downloadId()) + ", module " +
+         std::to_string(module.announcement().moduleId) + " version " +
+         std::to_string(module.announcement().version) +
+         (refused ? " refused: " : " is damaged: ") + module.problem());
+}
+
+void ObjectCarousel::tell(const std::string& message)
+{
+    if (handler_)
+        handler_(message);
+}
+
+std::optional<uint32_t> ObjectCarousel::carouselId() const
+{
+    return gateway_ ? std::optional<uint32_t>(gateway_->carouselId) : std::nullopt;
+}
+
+CarouselProgress ObjectCarousel::progress() const
+{
+    CarouselProgress progress;
+    progress.modulesKnown = moduleCount_;
+    progress.memoryUsed = memory_.used();
+    for (const auto& [key, indication] : indications_) {
+        for (const auto& [id, module] : indication.modules) {
+            if (module->state() == CarouselModule::State::Refused) {
+                ++progress.modulesRefused;
+                continue;
+            }
+            if (module->state() == CarouselModule::State::Complete)
+                ++progress.modulesComplete;
+            progress.blocksNeeded += module->blocksNeeded();
+            progress.blocksReceived += module->blocksReceived();
+        }
+    }
+    return progress;
+}
+
+void ObjectCarousel::clear()
+{
+    fedTags_.clear();
+    gatewayTag_.reset();
+    gateway_.reset();
+    indications_.clear();
+    moduleCount_ = 0;
+    toldTooManyModules_ = false;
+    ++revision_;
+}
+
+}  // namespace receiver

@@ -1,0 +1,157 @@
+/// The object carousel: a broadcast file system (ISO/IEC 13818-6, ETSI TR 101 202).
+#ifndef VESTA_RECEIVER_CAROUSEL_OBJECT_CAROUSEL_H
+#define VESTA_RECEIVER_CAROUSEL_OBJECT_CAROUSEL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "receiver/carousel/biop_objects.h"
+#include "receiver/carousel/carousel_module.h"
+#include "receiver/carousel/dsmcc_sections.h"
+
+namespace receiver {
+
+/// The bytes of a file. They stay as they are while the view lives, whatever the carousel does.
+struct FileView {
+    std::shared_ptr<const std::vector<unsigned char>> owner;
+    const unsigned char* data = nullptr;  ///< null for an empty file
+    size_t size = 0;
+    std::string contentType;  ///< as signalled; empty when it is not
+};
+
+/// Answer to a question for a file.
+struct Lookup {
+    enum class Result {
+        Ready,    ///< the file is there
+        Pending,  ///< something on the way to it is not received yet
+        Error     ///< there is no such file, or it cannot be had
+    };
+    Result result = Result::Error;
+    FileView file;       ///< when ready
+    std::string reason;  ///< when not: what is missing, for people
+};
+
+struct CarouselFile {
+    std::string path;
+    FileView file;
+};
+
+struct CarouselStreamEvents {
+    std::string path;
+    std::vector<NamedEvent> events;
+    std::vector<Tap> taps;  ///< where their stream descriptors are broadcast
+};
+
+struct CarouselProgress {
+    size_t modulesKnown = 0;
+    size_t modulesComplete = 0;
+    size_t modulesRefused = 0;
+    size_t blocksNeeded = 0;    ///< of all modules but the refused ones
+    size_t blocksReceived = 0;  ///< a complete module counts with all its blocks
+    size_t memoryUsed = 0;      ///< bytes
+};
+
+/// Puts one carousel together from its sections and finds files in it. The carousel is the one
+/// whose gateway (DSI) comes first: feed the stream of its component alone at the beginning, then
+/// what wantedAssociationTags() asks for. One thread; file views may go to others.
+///
+/// A new version of a module takes the place of the old one as soon as it is announced; its files
+/// are pending until it is received.
+class ObjectCarousel {
+public:
+    /// Hears one sentence whenever a limit or damage makes the carousel refuse something.
+    using MessageHandler = std::function<void(const std::string& message)>;
+
+    explicit ObjectCarousel(const CarouselLimits& limits = {}, MessageHandler handler = nullptr);
+
+    /// Takes a section of table 0x3B or 0x3C.
+    /// @param associationTag of the stream that carried it: its component tag, unless
+    ///        mapAssociationTag() says more
+    /// @param section whole, with a correct CRC_32; borrowed for the call
+    /// @return false when it is no well-formed download message; nothing changed then
+    bool feedSection(uint16_t associationTag, const unsigned char* section, size_t size);
+
+    /// Tells that references by this association tag mean the stream that is fed under the other
+    /// one. Needed where an association tag descriptor differs from the component tag.
+    void mapAssociationTag(uint16_t associationTag, uint16_t streamTag);
+
+    /// Looks for a file.
+    /// @param path "a/b/c.html", without a leading "/", escapes decoded by the caller; naming a
+    ///        directory is an error
+    Lookup find(const std::string& path) const;
+
+    /// @return the complete files that are reached from the gateway, in the order of the
+    ///         directories; a directory bound twice is listed under one of its names
+    std::vector<CarouselFile> files() const;
+
+    /// @return the stream-event objects, listed like files
+    std::vector<CarouselStreamEvents> streamEvents() const;
+
+    /// @return tags of streams that the carousel refers to and that were not fed yet
+    std::set<uint16_t> wantedAssociationTags() const;
+
+    CarouselProgress progress() const;
+
+    /// Grows whenever an answer of the functions above may have changed, blocks in between aside.
+    uint64_t revision() const { return revision_; }
+
+    /// @return the carousel's id, once its gateway is known
+    std::optional<uint32_t> carouselId() const;
+
+    /// Forgets everything received, not the mapping of association tags.
+    void clear();
+
+private:
+    /// A DII is known by its stream and the identification in its transaction id.
+    using IndicationKey = std::pair<uint16_t, uint16_t>;
+    struct Indication {
+        std::vector<unsigned char> section;  // as received, to tell news from repetitions
+        uint32_t downloadId = 0;
+        std::map<uint16_t, std::unique_ptr<CarouselModule>> modules;
+    };
+    struct Resolution;
+    struct Visit;
+
+    bool feedServerInitiate(uint16_t tag, const DownloadMessage& message);
+    bool feedInfoIndication(const IndicationKey& key, const DownloadMessage& message,
+                            std::vector<unsigned char> section);
+    bool admits(const IndicationKey& key, const InfoIndication& indication) const;
+    void replaceIndication(const IndicationKey& key, const InfoIndication& news,
+                           std::vector<unsigned char> section);
+    std::unique_ptr<CarouselModule> newModule(const ModuleAnnouncement& announcement,
+                                              const InfoIndication& indication);
+    bool feedDataBlock(uint16_t tag, const DownloadMessage& message);
+    bool carriesBlocks(uint16_t tag, const IndicationKey& key, const CarouselModule& module) const;
+    void tellProblem(const CarouselModule& module);
+    void tell(const std::string& message);
+
+    uint16_t streamOf(uint16_t associationTag) const;
+    const CarouselModule* findModule(const ObjectReference& reference, Resolution& result) const;
+    Resolution resolve(const ObjectReference& reference) const;
+    Resolution walk(const std::string& path) const;
+    void visitAll(const std::function<void(const Visit&)>& visitor) const;
+
+    CarouselLimits limits_;
+    MessageHandler handler_;
+    MemoryBudget memory_;  // the modules below have shares of it
+    std::map<uint16_t, uint16_t> streamTags_;
+    std::set<uint16_t> fedTags_;
+    std::optional<uint16_t> gatewayTag_;
+    std::optional<ObjectReference> gateway_;
+    std::map<IndicationKey, Indication> indications_;
+    size_t moduleCount_ = 0;
+    bool toldTooManyModules_ = false;
+    uint64_t revision_ = 0;
+};
+
+}  // namespace receiver
+
+#endif

@@ -1,0 +1,121 @@
+/// The object carousels of the tuned service, and the files that the application manager reads
+/// from them.
+#ifndef VESTA_RECEIVER_CAROUSEL_SERVICE_CAROUSELS_H
+#define VESTA_RECEIVER_CAROUSEL_SERVICE_CAROUSELS_H
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "receiver/carousel/carousel_path.h"
+#include "receiver/carousel/object_carousel.h"
+#include "receiver/console/event_log.h"
+#include "receiver/service/service_tables.h"
+#include "receiver/stream/transport_stream.h"
+
+namespace receiver {
+
+/// Fed by the middleware thread, read by the browser thread in the dsmcc_* hooks.
+class ServiceCarousels {
+public:
+    /// @param log borrowed
+    ServiceCarousels(const CarouselLimits& limits, EventLog& log);
+
+    /// Forgets the former service and its files. Pending files are to be answered with an error.
+    /// @return the ids of the pending files
+    std::vector<void*> leave();
+
+    /// @param streams of the service's PMT, again whenever it changes: carousels that it lists no
+    ///        more are forgotten
+    void join(const Service& service, const std::vector<StreamDescription>& streams);
+
+    /// The PIDs that carry parts of the carousels, as far as they are known to be needed.
+    std::set<uint16_t> pids() const;
+
+    /// Takes a section of one of these PIDs.
+    void feed(uint16_t pid, const SectionBytes& section);
+
+    struct Answer {
+        void* id;
+        bool ready;
+    };
+    /// Pending files that are there now, or never will be.
+    std::vector<Answer> takeAnswers();
+
+    /// No more sections follow until leave(): nothing becomes pending any more.
+    /// @return the ids of the pending files, which will not come
+    std::vector<void*> giveUp();
+
+    /// @name The platform's side of dsmcc_*; results are DSMCC_RESULT
+    /// @{
+    unsigned int getFile(const std::string& path, void* id);
+    /// @return whether the id is known; an empty type is unknown
+    unsigned int mimeType(void* id, std::string& type) const;
+    /// The next bytes, valid until the file is closed.
+    unsigned int read(void* id, char** bytes, unsigned int* count);
+    /// Forgets the file, be it open or pending.
+    unsigned int close(void* id);
+    /// @}
+
+    struct Status {
+        uint8_t componentTag;
+        CarouselProgress progress;
+        std::vector<CarouselFile> files;
+        std::vector<CarouselStreamEvents> streamEvents;
+    };
+    std::vector<Status> status() const;
+
+    /// Whether some carousel has a complete file of this path.
+    bool hasFile(const std::string& path) const;
+
+private:
+    struct PendingFile {
+        CarouselPath path;
+        std::string name;  // as it was asked for
+    };
+    struct OpenFile {
+        std::string path;
+        FileView view;
+        size_t position = 0;
+    };
+
+    /// A carousel and the streams that it is fed from.
+    struct Reception {
+        std::unique_ptr<ObjectCarousel> carousel;
+        std::set<uint16_t> tags;
+        uint64_t toldRevision = 0;
+        size_t toldModules = 0;
+    };
+
+    Reception makeReception(uint8_t tag);
+    /// What was found, and under which path.
+    struct Search {
+        Lookup lookup;
+        std::string path;
+    };
+
+    const ObjectCarousel* carouselOf(uint8_t componentTag) const;
+    Search find(const CarouselPath& path) const;
+    void report(const std::string& event, const std::string& text,
+                const EventLog::Details& details = nullptr);
+    void reportNews(uint8_t tag, Reception& reception);
+    bool forget(void* id);
+
+    const CarouselLimits limits_;
+    EventLog& log_;
+    mutable std::mutex mutex_;
+    std::optional<Service> service_;
+    std::map<uint16_t, uint16_t> tagsByPid_;  // component tags
+    std::map<uint8_t, Reception> carousels_;  // by component tag
+    bool hasEnded_ = false;
+    std::map<void*, PendingFile> pending_;
+    std::map<void*, OpenFile> open_;
+};
+
+}  // namespace receiver
+
+#endif

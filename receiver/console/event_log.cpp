@@ -1,0 +1,110 @@
+#include "receiver/console/event_log.h"
+
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+namespace receiver {
+
+namespace {
+
+struct SourceLook {
+    const char* name;
+    const char* colour;
+};
+
+SourceLook lookOf(Source source)
+{
+    switch (source) {
+    case Source::Air:
+        return {"air", "\033[36m"};
+    case Source::Library:
+        return {"library", "\033[32m"};
+    case Source::Browser:
+        return {"browser", "\033[33m"};
+    case Source::Platform:
+        return {"platform", "\033[35m"};
+    case Source::User:
+        return {"user", "\033[1m"};
+    case Source::Receiver:
+        return {"receiver", "\033[34m"};
+    case Source::Log:
+        return {"log", "\033[2m"};
+    }
+    return {"?", ""};
+}
+
+const char colourOff[] = "\033[0m";
+const char clearLine[] = "\r\033[K";
+
+}  // namespace
+
+EventLog::EventLog(std::ostream& out, bool colour) : out_(out), colour_(colour)
+{
+}
+
+bool EventLog::openTrace(const std::string& path)
+{
+    trace_.open(path);
+    return trace_.is_open();
+}
+
+void EventLog::report(Source source, const std::string& event, const std::string& text,
+                      const Details& details)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    const SourceLook look = lookOf(source);
+    std::ostringstream line;
+    line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
+         << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
+         << (colour_ ? colourOff : "") << "  " << text << '\n';
+    write(line.str());
+    if (!trace_.is_open())
+        return;
+    Details object = {{"time", seconds}, {"source", look.name}, {"event", event}, {"text", text}};
+    if (!details.is_null())
+        object["details"] = details;
+    trace_ << object.dump(-1, ' ', false, Details::error_handler_t::replace) << '\n' << std::flush;
+}
+
+void EventLog::progress(const std::string& text)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    write(text);
+    hasProgress_ = true;
+}
+
+void EventLog::print(const std::string& text)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    write(text);
+}
+
+void EventLog::setTypedLine(TypedLine* line)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    typedLine_ = line;
+}
+
+/// Writes below the last line, in the place of a progress line.
+void EventLog::write(const std::string& text)
+{
+    if (typedLine_)
+        typedLine_->hide();
+    out_ << (hasProgress_ ? clearLine : "") << text << std::flush;
+    hasProgress_ = false;
+    if (typedLine_)
+        typedLine_->show();
+}
+
+std::string withSeparators(size_t number)
+{
+    std::string digits = std::to_string(number);
+    for (size_t place = digits.size(); place > 3; place -= 3)
+        digits.insert(place - 3, ",");
+    return digits;
+}
+
+}  // namespace receiver

@@ -1,0 +1,78 @@
+/// What a person sees: one line a happening, in time order; and the same as JSON lines.
+#ifndef VESTA_RECEIVER_CONSOLE_EVENT_LOG_H
+#define VESTA_RECEIVER_CONSOLE_EVENT_LOG_H
+
+#include <chrono>
+#include <fstream>
+#include <iosfwd>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace receiver {
+
+/// Who made it happen.
+enum class Source {
+    Air,       ///< it came with the transport stream
+    Library,   ///< the application manager told or asked it
+    Browser,   ///< the browser was made to do it
+    Platform,  ///< a hook of the platform was called
+    User,      ///< a command
+    Receiver,  ///< the receiver itself
+    Log        ///< a log line of the application manager
+};
+
+/// A line that is being typed below the happenings. Called with the log locked.
+class TypedLine {
+public:
+    virtual ~TypedLine() = default;
+    virtual void hide() = 0;
+    virtual void show() = 0;
+};
+
+/// Callable from any thread.
+class EventLog {
+public:
+    using Details = nlohmann::ordered_json;
+
+    /// @param out borrowed @param colour whether to use the terminal's colours
+    EventLog(std::ostream& out, bool colour);
+
+    /// Writes every happening to a file too, a JSON object a line:
+    /// {"time": seconds, "source": "air", "event": "ait", "text": "...", "details": {...}}
+    /// @return whether the file could be opened
+    bool openTrace(const std::string& path);
+
+    /// @param event a short name that does not change, for programs
+    /// @param text for people
+    /// @param details what a program may want to know; null when there is nothing
+    void report(Source source, const std::string& event, const std::string& text,
+                const Details& details = nullptr);
+
+    /// Shows how far a long stream has been read; replaced by the next line. Terminals only.
+    void progress(const std::string& text);
+
+    /// Text without time and source: answers to commands.
+    void print(const std::string& text);
+
+    /// Hides a line while others are written. @param line borrowed; null for none
+    void setTypedLine(TypedLine* line);
+
+private:
+    void write(const std::string& text);
+
+    std::mutex mutex_;
+    std::ostream& out_;
+    const bool colour_;
+    bool hasProgress_ = false;
+    TypedLine* typedLine_ = nullptr;
+    std::ofstream trace_;
+    const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/// "a 300,000-byte file" is easier to read than 300000.
+std::string withSeparators(size_t number);
+
+}  // namespace receiver
+
+#endif

@@ -1,0 +1,145 @@
+// Commands to the receiver itself, and to its middleware.
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/console/commands.h"
+#include "receiver/console/status_page.h"
+#include "receiver/integration/event_records.h"
+#include "receiver/session.h"
+
+namespace receiver {
+
+using namespace VestaHbbTV;
+
+Outcome listServices(Session& session, const Words&)
+{
+    session.log().print(servicesPage(session));
+    return Outcome::done();
+}
+
+Outcome zap(Session& session, const Words& words)
+{
+    const auto number = wholeNumber(words[1], 0xFFFF);
+    for (const Service& service : session.middleware().services()) {
+        if (words[1] != service.name && number != service.programNumber)
+            continue;
+        session.log().report(Source::User, "zap",
+                             "zap to service " + std::to_string(service.programNumber),
+                             {{"service", service.programNumber}});
+        const unsigned before = session.middleware().tunes();
+        const double enoughSeconds = 10;
+        session.middleware().tune(service.programNumber);
+        session.waitFor(
+            "the zap", [&session, before] { return session.middleware().tunes() != before; },
+            enoughSeconds);
+        return Outcome::done();
+    }
+    return Outcome::failed("no such service: " + words[1] + "; services lists them");
+}
+
+Outcome switchHttp(Session& session, const Words& words)
+{
+    const std::optional<bool> on = switchFrom(words[1]);
+    if (!on)
+        return Outcome::wrongUsage("expected on or off, not " + words[1]);
+    session.log().report(Source::User, "http", "broadband " + words[1]);
+    send({*on ? E_HTTP_AVAILABLE : E_HTTP_UNAVAILABLE, nullptr});
+    return Outcome::done();
+}
+
+Outcome switchTimeShift(Session& session, const Words& words)
+{
+    const std::optional<bool> on = switchFrom(words[1]);
+    if (!on)
+        return Outcome::wrongUsage("expected on or off, not " + words[1]);
+    session.log().report(Source::User, "timeshift", "time shift " + words[1]);
+    if (vesta_hbbtv_set_time_shifted(session.window(), *on ? 1 : 0) != 0)
+        session.log().report(Source::Library, "unchanged",
+                             "time shift was " + words[1] + " already");
+    return Outcome::done();
+}
+
+Outcome lowMemory(Session& session, const Words&)
+{
+    session.log().report(Source::User, "lowmemory", "memory is low");
+    send({E_LOW_MEMORY, nullptr});
+    return Outcome::done();
+}
+
+Outcome setProfiles(Session& session, const Words& words)
+{
+    const auto mask = wholeNumber(words[1], 0xFFFF);
+    if (!mask)
+        return Outcome::wrongUsage("expected a mask from 0 to 0xffff, not " + words[1]);
+    session.log().report(Source::User, "profiles", "supported profiles " + words[1]);
+    auto* const record = newRecord<HBBTV_ProfilesEventData>();
+    record->supportedProfiles = static_cast<unsigned short>(*mask);
+    send({E_SUPPORTED_PROFILES, record});
+    return Outcome::done();
+}
+
+Outcome setUserAgent(Session& session, const Words& words)
+{
+    const auto selector = wholeNumber(words[1], 2);
+    if (!selector || *selector == 0)
+        return Outcome::wrongUsage("expected 1 for HbbTV 1.1.1 or 2 for HbbTV 1.2.1, not " +
+                                   words[1]);
+    session.log().report(Source::User, "useragent", "user-agent information");
+    auto* const record = newRecord<HBBTV_UserAgentEventData>();
+    record->versionSelector = static_cast<unsigned short>(*selector);
+    char** const fields[] = {&record->capabilities,    &record->vendorName,      &record->modelName,
+                             &record->softwareVersion, &record->hardwareVersion, &record->reserved};
+    for (size_t index = 0; index < std::size(fields) && index + 2 < words.size(); ++index)
+        *fields[index] = ::strdup(words[index + 2].c_str());
+    send({E_USER_AGENT_INFO, record});
+    return Outcome::done();
+}
+
+Outcome setAnswer(Session& session, const Words& words)
+{
+    // In the order of HBBTV_ApplicationActionType and HBBTV_XHR_Permission.
+    static const char* const toStart[] = {"allow", "kill", "keep"};
+    static const char* const toRequest[] = {"allow", "deny", "core"};
+    const bool isStart = words[1] == "start";
+    if (!isStart && words[1] != "request")
+        return Outcome::wrongUsage("expected start or request, not " + words[1]);
+    const auto* const answers = isStart ? toStart : toRequest;
+    const auto index = std::find(answers, answers + 3, words[2]) - answers;
+    if (index == 3)
+        return Outcome::wrongUsage(std::string("expected ") + answers[0] + ", " + answers[1] +
+                                   " or " + answers[2] + ", not " + words[2]);
+    session.log().report(Source::User, "answer",
+                         "from now on the answer to " + words[1] + " is " + words[2]);
+    if (isStart)
+        session.integrator().startAnswer = static_cast<HBBTV_ApplicationActionType>(index);
+    else
+        session.integrator().requestAnswer = static_cast<HBBTV_XHR_Permission>(index);
+    return Outcome::done();
+}
+
+Outcome showStatus(Session& session, const Words&)
+{
+    session.log().print(statusPage(session));
+    return Outcome::done();
+}
+
+Outcome say(Session& session, const Words& words)
+{
+    std::string text;
+    for (size_t index = 1; index < words.size(); ++index)
+        text += (index > 1 ? " " : "") + words[index];
+    session.log().report(Source::User, "say", text);
+    return Outcome::done();
+}
+
+Outcome quit(Session& session, const Words&)
+{
+    session.quit();
+    return Outcome::done();
+}
+
+}  // namespace receiver

@@ -1,0 +1,75 @@
+/// How the middleware thread wakes the browser thread, and how it waits for it.
+#ifndef VESTA_RECEIVER_INTEGRATION_DOORBELL_H
+#define VESTA_RECEIVER_INTEGRATION_DOORBELL_H
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <pthread.h>
+
+namespace receiver {
+
+/// The condition and mutex that are registered with vesta_hbbtv_set_sendevent_condition(). The
+/// browser thread takes its last look at the library's queue with the mutex held: what is queued
+/// afterwards finds it waiting, so that no wake-up is lost.
+///
+/// The mutex is recursive, so that a listener or hook that runs within that last look may send
+/// events itself, and so that several events can be sent as one (Hold).
+class Doorbell {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    Doorbell();
+    ~Doorbell();
+    Doorbell(const Doorbell&) = delete;
+    Doorbell& operator=(const Doorbell&) = delete;
+
+    /// While one lives, the browser thread is not woken: it finds everything that its owner sent
+    /// meanwhile at once. For the calling thread's stack.
+    class Hold {
+    public:
+        explicit Hold(Doorbell& doorbell);
+        ~Hold();
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        Doorbell& doorbell_;
+    };
+
+    pthread_cond_t* condition() { return &condition_; }
+    pthread_mutex_t* mutex() { return &mutex_; }
+
+    /// Browser thread: sleeps until there is something to do, or something new to look at.
+    /// @param work does one piece of work, called with the mutex held; false when there is none
+    /// @param deadline when to return all the same
+    void waitForWork(const std::function<bool()>& work,
+                     const std::optional<Clock::time_point>& deadline);
+
+    /// Any thread: wakes the browser thread for something that is not in the library's queue.
+    void ring();
+
+    /// Middleware thread: sleeps until the browser thread has looked at everything that happened
+    /// before this call, and waits for more.
+    void waitUntilSettled();
+
+    /// Nobody waits from now on.
+    void close();
+
+private:
+    void waitUntil(const std::optional<Clock::time_point>& deadline);
+
+    pthread_mutex_t mutex_;
+    pthread_cond_t condition_;         // the browser thread waits on it
+    pthread_cond_t settledCondition_;  // the middleware thread waits on it
+    uint64_t asked_ = 0;               // how often the middleware thread waited
+    uint64_t seen_ = 0;                // as far as the browser thread has heard of it
+    uint64_t settled_ = 0;             // as far as it has looked at everything since
+    bool rung_ = false;
+    bool closed_ = false;
+};
+
+}  // namespace receiver
+
+#endif

@@ -1,0 +1,37 @@
+/// What the platform's hooks lead to.
+#ifndef VESTA_RECEIVER_INTEGRATION_PLATFORM_H
+#define VESTA_RECEIVER_INTEGRATION_PLATFORM_H
+
+#include <string>
+
+namespace receiver {
+
+class EventLog;
+class ServiceCarousels;
+
+/// Browser thread.
+class Platform {
+public:
+    /// @param carousels, log borrowed
+    Platform(ServiceCarousels& carousels, EventLog& log);
+    ~Platform();
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
+
+    ServiceCarousels& carousels() { return carousels_; }
+    void report(const char* hook, const std::string& text);
+
+    /// The key groups of the receiver's remote control: all of them.
+    int supportedKeySets = 0x3FF;
+
+    /// The one that the hooks lead to; null outside a run.
+    static Platform* current;
+
+private:
+    ServiceCarousels& carousels_;
+    EventLog& log_;
+};
+
+}  // namespace receiver
+
+#endif

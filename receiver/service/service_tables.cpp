@@ -1,0 +1,232 @@
+#include "receiver/service/service_tables.h"
+
+#include <functional>
+#include <utility>
+
+#include "foundation/byte_reader.h"
+
+namespace receiver {
+
+using VestaHbbTV::ByteReader;
+
+namespace {
+
+constexpr size_t headerSize = 8;
+constexpr size_t crcSize = 4;
+constexpr uint16_t pidMask = 0x1FFF;
+constexpr uint16_t noPid = 0x1FFF;
+constexpr uint8_t privateSectionsStreamType = 0x05;
+
+enum DescriptorTag : uint8_t {
+    carouselIdentifierTag = 0x13,
+    associationTagTag = 0x14,
+    serviceTag = 0x48,
+    streamIdentifierTag = 0x52,
+    applicationSignallingTag = 0x6F
+};
+
+// What lies between the common header and the CRC_32.
+ByteReader bodyOf(const SectionBytes& section)
+{
+    if (section.size() < headerSize + crcSize)
+        return ByteReader();
+    return ByteReader(section.data() + headerSize, section.size() - headerSize - crcSize);
+}
+
+void forEachDescriptor(ByteReader loop, const std::function<void(uint8_t, ByteReader)>& visit)
+{
+    while (loop.remaining() >= 2) {
+        const uint8_t tag = loop.u8();
+        const ByteReader payload = loop.take(loop.u8());
+        if (!loop.ok())
+            return;
+        visit(tag, payload);
+    }
+}
+
+std::string readServiceName(ByteReader serviceDescriptor)
+{
+    serviceDescriptor.skip(1);                       // service_type
+    serviceDescriptor.skip(serviceDescriptor.u8());  // the provider's name
+    return decodeDvbText(serviceDescriptor.text(serviceDescriptor.u8()));
+}
+
+std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
+{
+    std::vector<SignalledApplicationType> types;
+    while (payload.remaining() >= 3) {
+        const uint16_t type = payload.u16() & 0x7FFF;
+        types.push_back({type, static_cast<uint8_t>(payload.u8() & 0x1F)});
+    }
+    return types;
+}
+
+void readStreamDescriptor(StreamDescription& stream, uint8_t tag, ByteReader payload)
+{
+    switch (tag) {
+    case streamIdentifierTag:
+        if (payload.remaining() >= 1)
+            stream.componentTag = payload.u8();
+        break;
+    case associationTagTag:
+        if (payload.remaining() >= 2)
+            stream.associationTags.push_back(payload.u16());
+        break;
+    case carouselIdentifierTag:
+        if (payload.remaining() >= 4)
+            stream.carouselId = payload.u32();
+        break;
+    case applicationSignallingTag:
+        stream.hasApplicationSignalling = true;
+        stream.applicationTypes = readApplicationTypes(payload);
+        break;
+    default:
+        break;
+    }
+}
+
+void appendLatin1AsUtf8(std::string& text, unsigned char character)
+{
+    text += static_cast<char>(0xC0 | (character >> 6));
+    text += static_cast<char>(0x80 | (character & 0x3F));
+}
+
+enum class CharacterTable { Utf8, Latin1, Other };
+
+// The first bytes of a text select its table; without them it is close to ISO 6937.
+std::pair<CharacterTable, size_t> selectCharacterTable(const std::string& text)
+{
+    const unsigned char first = text.empty() ? 0x20 : static_cast<unsigned char>(text[0]);
+    if (first >= 0x20)
+        return {CharacterTable::Other, 0};
+    if (first == 0x15)
+        return {CharacterTable::Utf8, 1};
+    if (first == 0x10 && text.size() >= 3)
+        return {text[1] == 0 && text[2] == 1 ? CharacterTable::Latin1 : CharacterTable::Other, 3};
+    return {CharacterTable::Other, first == 0x1F ? 2 : 1};
+}
+
+}  // namespace
+
+bool TableCollector::add(const SectionBytes& section)
+{
+    const SectionHeader header = readSectionHeader(section);
+    const bool sameTable = header.tableIdExtension == header_.tableIdExtension &&
+                           header.version == header_.version &&
+                           header.lastSectionNumber == header_.lastSectionNumber;
+    if (!sameTable)
+        pending_.clear();
+    header_ = header;
+    if (header.sectionNumber > header.lastSectionNumber)
+        return false;
+    pending_[header.sectionNumber] = section;
+    if (pending_.size() <= header.lastSectionNumber)
+        return false;
+
+    std::vector<SectionBytes> table;
+    for (const auto& entry : pending_)
+        table.push_back(entry.second);
+    if (table == complete_)
+        return false;
+    complete_ = std::move(table);
+    return true;
+}
+
+std::vector<ProgramAssociation> readProgramAssociations(const std::vector<SectionBytes>& pat)
+{
+    constexpr size_t entrySize = 4;
+    std::vector<ProgramAssociation> programs;
+    for (const SectionBytes& section : pat) {
+        const uint16_t transportStreamId = readSectionHeader(section).tableIdExtension;
+        ByteReader body = bodyOf(section);
+        while (body.remaining() >= entrySize) {
+            const uint16_t programNumber = body.u16();
+            const uint16_t pid = body.u16() & pidMask;
+            if (programNumber != 0)  // 0 names the network information table
+                programs.push_back({transportStreamId, programNumber, pid});
+        }
+    }
+    return programs;
+}
+
+std::vector<ServiceDescription> readServiceDescriptions(const std::vector<SectionBytes>& sdt)
+{
+    std::vector<ServiceDescription> services;
+    for (const SectionBytes& section : sdt) {
+        ServiceDescription service;
+        service.transportStreamId = readSectionHeader(section).tableIdExtension;
+        ByteReader body = bodyOf(section);
+        service.originalNetworkId = body.u16();
+        body.skip(1);
+        while (!body.empty()) {
+            service.serviceId = body.u16();
+            body.skip(1);  // which EIT tables exist
+            const ByteReader descriptors = body.take(body.length12());
+            if (!body.ok())
+                break;
+            service.name.clear();
+            forEachDescriptor(descriptors, [&service](uint8_t tag, ByteReader payload) {
+                if (tag == serviceTag)
+                    service.name = readServiceName(payload);
+            });
+            services.push_back(service);
+        }
+    }
+    return services;
+}
+
+std::string decodeDvbText(const std::string& text)
+{
+    const auto [table, start] = selectCharacterTable(text);
+    std::string decoded;
+    for (size_t i = start; i < text.size(); ++i) {
+        const auto character = static_cast<unsigned char>(text[i]);
+        const bool control =
+            character < 0x20 || character == 0x7F ||
+            (table != CharacterTable::Utf8 && character >= 0x80 && character < 0xA0);
+        if (control)
+            continue;
+        if (character < 0x80 || table == CharacterTable::Utf8)
+            decoded += static_cast<char>(character);
+        else if (table == CharacterTable::Latin1)
+            appendLatin1AsUtf8(decoded, character);
+        else
+            decoded += '?';
+    }
+    return decoded;
+}
+
+bool StreamDescription::mayCarryApplicationInformation() const
+{
+    return streamType == privateSectionsStreamType;
+}
+
+std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection)
+{
+    std::vector<StreamDescription> streams;
+    ByteReader body = bodyOf(pmtSection);
+    body.skip(2);  // PCR_PID
+    body.skip(body.length12());
+    while (!body.empty()) {
+        StreamDescription stream;
+        stream.streamType = body.u8();
+        stream.pid = body.u16() & pidMask;
+        const ByteReader descriptors = body.take(body.length12());
+        if (!body.ok())
+            break;
+        forEachDescriptor(descriptors, [&stream](uint8_t tag, ByteReader payload) {
+            readStreamDescriptor(stream, tag, payload);
+        });
+        streams.push_back(std::move(stream));
+    }
+    return streams;
+}
+
+uint16_t readClockPid(const SectionBytes& pmtSection)
+{
+    ByteReader body = bodyOf(pmtSection);
+    const uint16_t pid = body.u16() & pidMask;
+    return body.ok() ? pid : noPid;
+}
+
+}  // namespace receiver

@@ -1,0 +1,87 @@
+/// What a receiver reads from PAT, PMT and SDT to know its services.
+#ifndef VESTA_RECEIVER_SERVICE_SERVICE_TABLES_H
+#define VESTA_RECEIVER_SERVICE_SERVICE_TABLES_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "receiver/stream/section_assembler.h"
+
+namespace receiver {
+
+/// Collects the sections of a table until all of one version are there.
+class TableCollector {
+public:
+    /// @param section with current_next_indicator 1; a section of another version or
+    ///        table_id_extension than the ones before begins a new collection
+    /// @return true when the section completes a table that differs from the last complete one
+    bool add(const SectionBytes& section);
+
+    /// @return the sections of the last complete table, by section number; empty before
+    const std::vector<SectionBytes>& sections() const { return complete_; }
+
+private:
+    SectionHeader header_;
+    std::map<uint8_t, SectionBytes> pending_;
+    std::vector<SectionBytes> complete_;
+};
+
+/// A service as the program association table lists it (ISO/IEC 13818-1, 2.4.4.3).
+struct ProgramAssociation {
+    uint16_t transportStreamId = 0;
+    uint16_t programNumber = 0;
+    uint16_t pmtPid = 0;
+};
+
+/// @return the programs in order, without the network PID; what does not fit is left out
+std::vector<ProgramAssociation> readProgramAssociations(const std::vector<SectionBytes>& pat);
+
+/// What the service description table says of one service (ETSI EN 300 468, 5.2.3).
+struct ServiceDescription {
+    uint16_t originalNetworkId = 0;
+    uint16_t transportStreamId = 0;
+    uint16_t serviceId = 0;
+    std::string name;  ///< UTF-8; empty without a service descriptor
+};
+
+/// @return the services in order; a loop that leaves the section ends the section's list
+std::vector<ServiceDescription> readServiceDescriptions(const std::vector<SectionBytes>& sdt);
+
+/// DVB text (ETSI EN 300 468, annex A) as UTF-8. Characters of tables other than ISO 8859-1 and
+/// UTF-8 become "?" where they are not ASCII; control codes are left out.
+std::string decodeDvbText(const std::string& text);
+
+/// One application type of an application signalling descriptor (ETSI TS 102 809, 5.3.5.1).
+struct SignalledApplicationType {
+    uint16_t applicationType = 0;
+    uint8_t aitVersion = 0;  ///< broadcasters do not keep it equal to the AIT's own version
+};
+
+/// An elementary stream as a program map table lists it, with what locates signalling and
+/// carousels.
+struct StreamDescription {
+    uint8_t streamType = 0;
+    uint16_t pid = 0;
+    std::optional<uint8_t> componentTag;    ///< stream identifier descriptor
+    std::vector<uint16_t> associationTags;  ///< association tag descriptors
+    std::optional<uint32_t> carouselId;     ///< carousel identifier descriptor
+    bool hasApplicationSignalling = false;  ///< an application signalling descriptor is there
+    std::vector<SignalledApplicationType> applicationTypes;  ///< in it; may be empty
+
+    /// Whether AITs are to be expected on the PID: stream type 5 (private sections), with or
+    /// without a descriptor that tells their application types.
+    bool mayCarryApplicationInformation() const;
+};
+
+/// @return the streams in the order of the section; one that does not fit ends the list
+std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection);
+
+/// @return the PID that carries the program's clock; 0x1FFF for none or a section too short
+uint16_t readClockPid(const SectionBytes& pmtSection);
+
+}  // namespace receiver
+
+#endif

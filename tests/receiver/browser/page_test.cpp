@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "receiver/browser/page.h"
+
+namespace receiver {
+namespace {
+
+using References = std::vector<std::string>;
+
+TEST(Page, ResourcesAreWhatAPageNeedsToBeShown)
+{
+    const std::string page =
+        "<html><head><link rel='stylesheet' href='a.css'><script src=a.js></script>"
+        "</head><body><img src=\"i/a.png\"><a href='next.html'>next</a>"
+        "<p><object><embed src='b.swf'></object></p></body></html>";
+    EXPECT_EQ(subresources(page), (References{"a.css", "a.js", "i/a.png", "b.swf"}));
+}
+
+TEST(Page, EachResourceIsNamedOnceAndPlacesInThePageAreNone)
+{
+    EXPECT_EQ(subresources("<img src='a'><img src='b'><img src='a'><img src='#top'><img src=''>"),
+              (References{"a", "b"}));
+}
+
+TEST(Page, XhtmlWithPrologueIsReadToo)
+{
+    const std::string page = "<?xml version='1.0' encoding='utf-8'?>\n<!DOCTYPE html PUBLIC "
+                             "'-//HbbTV//1.1.1//EN' 'http://www.hbbtv.org/dtd/HbbTV-1.1.1.dtd'>\n"
+                             "<html xmlns='http://www.w3.org/1999/xhtml'><head><LINK href='s.css'/>"
+                             "</head><body><img src='&amp;.png'/></body></html>";
+    EXPECT_EQ(subresources(page), (References{"s.css", "&.png"}));
+}
+
+TEST(Page, BrokenAndEmptyPagesHaveWhatCanBeFound)
+{
+    EXPECT_EQ(subresources(""), References());
+    EXPECT_EQ(subresources("no page at all"), References());
+    EXPECT_EQ(subresources("<img src='a'><div><p></span><img"), (References{"a"}));
+}
+
+TEST(Page, UrlsAreResolvedAgainstTheirPage)
+{
+    const std::string base = "dvb://20fa.441.6dd0.2a/a/index.html?x#y";
+    const std::pair<const char*, const char*> cases[] = {
+        {"b.css", "dvb://20fa.441.6dd0.2a/a/b.css"},
+        {"../b.css", "dvb://20fa.441.6dd0.2a/b.css"},
+        {"/b.css", "dvb://20fa.441.6dd0.2a/b.css"},
+        {"?q", "dvb://20fa.441.6dd0.2a/a/index.html?q"},
+        {"http://a.example/b", "http://a.example/b"},
+        {"//1.2.3.4/b", "dvb://1.2.3.4/b"},
+        {"with blank.html", "dvb://20fa.441.6dd0.2a/a/with%20blank.html"},
+        {"100%25", "dvb://20fa.441.6dd0.2a/a/100%25"},
+    };
+    for (const auto& [url, resolved] : cases)
+        EXPECT_EQ(resolveURL(base, url), resolved) << url;
+}
+
+TEST(Page, EscapesAreDecodedWhereTheyAreWhole)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"a%20b", "a b"}, {"%41%2e", "A."}, {"%C3%BC", "\xC3\xBC"}, {"100%", "100%"},
+        {"%2", "%2"},     {"%zz", "%zz"},   {"%%41", "%A"},         {"", ""},
+    };
+    for (const auto& [text, decoded] : cases)
+        EXPECT_EQ(withoutEscapes(text), decoded) << text;
+}
+
+TEST(Page, TypesComeFromTheEnding)
+{
+    EXPECT_EQ(mimeTypeOf("a/index.html"), "application/vnd.hbbtv.xhtml+xml");
+    EXPECT_EQ(mimeTypeOf("UPPER.HTM?x.css#y.js"), "application/vnd.hbbtv.xhtml+xml");
+    EXPECT_EQ(mimeTypeOf("a.css"), "text/css");
+    EXPECT_EQ(mimeTypeOf("a.JPEG"), "image/jpeg");
+    EXPECT_EQ(mimeTypeOf("html"), "");
+    EXPECT_EQ(mimeTypeOf("a.bin"), "");
+    EXPECT_TRUE(isPage("a.bin", "text/html"));
+    EXPECT_TRUE(isPage("a.html", ""));
+    EXPECT_FALSE(isPage("a.html", "text/plain"));
+    EXPECT_FALSE(isPage("a.css", ""));
+}
+
+}  // namespace
+}  // namespace receiver

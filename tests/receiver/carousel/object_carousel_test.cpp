@@ -1,0 +1,386 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "receiver/carousel/object_carousel.h"
+#include "tests/receiver/support/carousel_builder.h"
+#include "tests/receiver/support/stream_builder.h"
+
+namespace receiver {
+namespace {
+
+using Result = Lookup::Result;
+
+// Where most tests put things: the gateway alone in module 1, files in module 2.
+const IorFields gatewayIor = {"srg", 1, "g"};
+
+Bytes fileIor(const std::string& key, unsigned moduleId = 2)
+{
+    return makeIor({"fil", moduleId, key});
+}
+
+ModuleFields moduleOf(unsigned moduleId, const Bytes& bytes, unsigned version = 0)
+{
+    return {moduleId, uint32_t(bytes.size()), version};
+}
+
+class ObjectCarouselTest : public ::testing::Test {
+protected:
+    // A carousel with these modules, numbered from 1, the gateway in the first.
+    void broadcast(const std::vector<Bytes>& modules, unsigned version = 0)
+    {
+        feed(carousel_, makeDsi(makeIor(gatewayIor)));
+        std::vector<ModuleFields> announced;
+        for (const Bytes& module : modules)
+            announced.push_back(moduleOf(unsigned(announced.size() + 1), module, version));
+        feed(carousel_, makeDii(0x80000002 + (version << 16), announced));
+        for (size_t i = 0; i < modules.size(); ++i)
+            feed(carousel_, makeDdbs(unsigned(i + 1), version, modules[i]));
+    }
+
+    std::string read(const std::string& path) { return textOf(carousel_.find(path).file); }
+    Result resultOf(const std::string& path) { return carousel_.find(path).result; }
+
+    std::vector<std::string> listed()
+    {
+        std::vector<std::string> paths;
+        for (const CarouselFile& file : carousel_.files())
+            paths.push_back(file.path);
+        return paths;
+    }
+
+    std::vector<std::string> problems_;
+    ObjectCarousel carousel_{{}, [this](const std::string& text) { problems_.push_back(text); }};
+};
+
+using Carousel = ObjectCarouselTest;
+
+TEST_F(Carousel, FilesAreFoundByTheirPaths)
+{
+    broadcast({makeGateway("g", {{"index.html", fileIor("i")},
+                                 {"css", makeIor({"dir", 2, "c"})},
+                                 {"empty", fileIor("e")}}),
+               makeFile("i", "<html>") + makeDirectory("c", {{"a.css", fileIor("a")}}) +
+                   makeFile("a", {'b', '{', '}'}, "text/css") + makeFile("e", "")});
+
+    EXPECT_EQ(read("index.html"), "<html>");
+    const Lookup style = carousel_.find("css/a.css");
+    EXPECT_EQ(style.result, Result::Ready);
+    EXPECT_EQ(textOf(style.file), "b{}");
+    EXPECT_EQ(style.file.contentType, "text/css");
+    EXPECT_EQ(resultOf("empty"), Result::Ready);
+    EXPECT_EQ(listed(), (std::vector<std::string>{"index.html", "empty", "css/a.css"}));
+    EXPECT_EQ(carousel_.carouselId(), 42u);
+    EXPECT_TRUE(problems_.empty());
+}
+
+TEST_F(Carousel, WhatIsNotAListedFileIsAnError)
+{
+    broadcast({makeGateway("g", {{"file", fileIor("f")},
+                                 {"css", makeIor({"dir", 2, "c"})},
+                                 {"gone", fileIor("nowhere")},
+                                 {"unannounced", fileIor("f", 77)},
+                                 {"events", makeIor({"ste", 2, "s"})}}),
+               makeFile("f", "x") + makeDirectory("c", {}) + makeStreamEvents("s", {})});
+    for (const char* path : {"", "css", "css/", "other", "css/a", "file/below", "/file", "file/",
+                             "gone", "unannounced", "events", "..", "FILE"}) {
+        const Lookup lookup = carousel_.find(path);
+        EXPECT_EQ(lookup.result, Result::Error) << path;
+        EXPECT_FALSE(lookup.reason.empty()) << path;
+    }
+}
+
+TEST_F(Carousel, AFileIsPendingUntilEverythingOnItsWayIsThere)
+{
+    const Bytes gateway = makeGateway("g", {{"d", makeIor({"dir", 2, "d"})}});
+    const Bytes directory = makeDirectory("d", {{"f", fileIor("f", 3)}});
+    const Bytes file = makeFile("f", std::string(250, 'x'));
+    const std::vector<Bytes> blocks = makeDdbs(3, 0, file);
+    std::vector<Bytes> sections = {
+        makeDsi(makeIor(gatewayIor)),
+        makeDii(0x80000002, {moduleOf(1, gateway), moduleOf(2, directory), moduleOf(3, file)})};
+    for (const auto& [id, module] : {std::pair(1U, gateway), std::pair(2U, directory)})
+        for (const Bytes& block : makeDdbs(id, 0, module))
+            sections.push_back(block);
+    sections.insert(sections.end(), blocks.begin(), blocks.end() - 1);
+
+    for (const Bytes& section : sections) {
+        EXPECT_EQ(resultOf("d/f"), Result::Pending);
+        EXPECT_TRUE(feed(carousel_, section));
+    }
+    EXPECT_EQ(carousel_.find("d/f").reason, "module 3 has 2 of 3 blocks");
+    EXPECT_EQ(resultOf("d/g"), Result::Error);
+    const uint64_t before = carousel_.revision();
+    feed(carousel_, blocks.back());
+    EXPECT_EQ(read("d/f"), std::string(250, 'x'));
+    EXPECT_GT(carousel_.revision(), before);
+}
+
+TEST_F(Carousel, BlocksInAnyOrderAndRepeatedMakeAModule)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
+    const Bytes file = makeFile("f", std::string(333, 'y'));
+    std::vector<Bytes> blocks = makeDdbs(2, 0, file);
+    std::reverse(blocks.begin(), blocks.end());
+    blocks.insert(blocks.begin() + 1, blocks.front());
+    broadcast({gateway});
+    feed(carousel_, makeDii(0x80010003, {moduleOf(1, gateway), moduleOf(2, file)}));
+    feed(carousel_, blocks);
+    EXPECT_EQ(read("f"), std::string(333, 'y'));
+}
+
+TEST_F(Carousel, ANewModuleVersionReplacesTheOldOne)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
+    const Bytes old = makeFile("f", "old");
+    const Bytes fresh = makeFile("f", "fresh");
+    broadcast({gateway, old});
+    const Lookup before = carousel_.find("f");
+
+    feed(carousel_, makeDii(0x80010003, {moduleOf(1, gateway), moduleOf(2, fresh, 1)}));
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    feed(carousel_, makeDdbs(2, 0, old));
+    EXPECT_EQ(resultOf("f"), Result::Pending) << "blocks of the old version do not count";
+    feed(carousel_, makeDdbs(2, 1, fresh));
+    EXPECT_EQ(read("f"), "fresh");
+    EXPECT_EQ(textOf(before.file), "old") << "a view stays as it is";
+    EXPECT_EQ(carousel_.progress().modulesComplete, 2u) << "module 1 was kept";
+}
+
+TEST_F(Carousel, ModulesOnSeveralStreamsAreToldApartByAssociationTag)
+{
+    IorFields far = {"fil", 2, "f", 0x0B};
+    const Bytes gateway = makeGateway("g", {{"near", fileIor("f")}, {"far", makeIor(far)}});
+    const Bytes nearFile = makeFile("f", "near");
+    const Bytes farFile = makeFile("f", "farr");
+    broadcast({gateway, nearFile});
+    EXPECT_EQ(carousel_.wantedAssociationTags(), std::set<uint16_t>{0x0B});
+    EXPECT_EQ(resultOf("far"), Result::Pending);
+
+    ModuleFields module = moduleOf(2, farFile);
+    module.associationTag = 0x0C;  // the blocks are on a third stream
+    feed(carousel_, makeDii(0x80000002, {module}), 0x0B);
+    EXPECT_EQ(carousel_.wantedAssociationTags(), std::set<uint16_t>{0x0C});
+    feed(carousel_, makeDdbs(2, 0, farFile), 0x0B);
+    EXPECT_EQ(resultOf("far"), Result::Pending) << "these blocks are another module's";
+    feed(carousel_, makeDdbs(2, 0, farFile), 0x0C);
+    EXPECT_EQ(read("far"), "farr");
+    EXPECT_EQ(read("near"), "near");
+    EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
+}
+
+TEST_F(Carousel, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
+{
+    IorFields gateway = gatewayIor;
+    gateway.associationTag = 0x012A;
+    const Bytes module = makeGateway("g", {});
+    ModuleFields announced = moduleOf(1, module);
+    announced.associationTag = 0x012A;
+    feed(carousel_, makeDsi(makeIor(gateway)));
+    feed(carousel_, makeDii(0x80000002, {announced}));
+    feed(carousel_, makeDdbs(1, 0, module));
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    EXPECT_EQ(carousel_.wantedAssociationTags(), std::set<uint16_t>{0x012A});
+
+    carousel_.mapAssociationTag(0x012A, 0x2A);
+    feed(carousel_, makeDdbs(1, 0, module));
+    EXPECT_EQ(resultOf("f"), Result::Error) << "the gateway is complete and does not list it";
+    EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
+}
+
+TEST_F(Carousel, OneModuleIdUnderTwoListsIsTwoModules)
+{
+    IorFields second = {"fil", 1, "f"};
+    second.transactionId = 0x80000004;
+    const Bytes gateway = makeGateway("g", {{"f", makeIor(second)}});
+    const Bytes file = makeFile("f", "second");
+    feed(carousel_, makeDsi(makeIor(gatewayIor)));
+    feed(carousel_, makeDii(0x80000002, {moduleOf(1, gateway)}));
+    feed(carousel_, makeDii(0x80000004, {moduleOf(1, file)}, 100, 43));
+    feed(carousel_, makeDdbs(1, 0, gateway));
+    feed(carousel_, makeDdbs(1, 0, file, 100, 43));
+    EXPECT_EQ(read("f"), "second");
+}
+
+TEST_F(Carousel, AReferenceWithoutTransactionIdIsFoundInAnyListOfItsStream)
+{
+    IorFields reference = {"fil", 5, "f"};
+    reference.transactionId = std::nullopt;
+    const Bytes file = makeFile("f", "found");
+    broadcast({makeGateway("g", {{"f", makeIor(reference)}})});
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    feed(carousel_, makeDii(0x80000008, {moduleOf(5, file)}));
+    feed(carousel_, makeDdbs(5, 0, file));
+    EXPECT_EQ(read("f"), "found");
+}
+
+TEST_F(Carousel, TheUpdateFlagAndVersionOfATransactionIdDoNotMatterToReferences)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x");
+    feed(carousel_, makeDsi(makeIor(gatewayIor), 0x80050001));
+    feed(carousel_, makeDii(0x80FF0003, {moduleOf(1, gateway)}));
+    feed(carousel_, makeDdbs(1, 0, gateway));
+    EXPECT_EQ(read("f"), "x");
+}
+
+TEST_F(Carousel, ObjectKeysMayHaveAnyLength)
+{
+    std::vector<DirectoryEntry> entries;
+    Bytes files;
+    // A key that fills its location; the 8-bit length of the location bounds it.
+    for (const size_t length : {size_t(0), size_t(1), size_t(4), size_t(5), size_t(246)}) {
+        const std::string key(length, 'k');
+        entries.push_back({std::to_string(length), fileIor(key)});
+        files = files + makeFile(key, "key of " + std::to_string(length));
+    }
+    broadcast({makeGateway("g", entries), files});
+    for (const DirectoryEntry& entry : entries)
+        EXPECT_EQ(read(entry.name), "key of " + entry.name);
+}
+
+TEST_F(Carousel, DirectoriesThatLoopAreListedOnceAndWalkedAsFarAsAsked)
+{
+    broadcast({makeGateway("g", {{"again", makeIor(gatewayIor)}, {"f", fileIor("f", 1)}}) +
+               makeFile("f", "x")});
+    EXPECT_EQ(listed(), std::vector<std::string>{"f"});
+    EXPECT_EQ(read("again/again/again/f"), "x");
+}
+
+TEST_F(Carousel, DirectoriesBoundTwiceDoNotMultiply)
+{
+    Bytes module;
+    for (int level = 0; level < 40; ++level) {
+        const Bytes below = makeIor({"dir", 1, level == 39 ? "last" : std::to_string(level + 1)});
+        module = module + makeDirectory(level == 0 ? "g" : std::to_string(level),
+                                        {{"left", below}, {"right", below}});
+    }
+    broadcast({module + makeDirectory("last", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
+    EXPECT_EQ(listed().size(), 1u);
+}
+
+TEST_F(Carousel, ListingEndsAtTheDepthAllowed)
+{
+    CarouselLimits limits;
+    limits.directoryDepth = 1;
+    ObjectCarousel shallow(limits);
+    const Bytes module =
+        makeGateway("g", {{"d", makeIor({"dir", 1, "d"})}}) +
+        makeDirectory("d", {{"in", fileIor("f", 1)}, {"e", makeIor({"dir", 1, "e"})}}) +
+        makeDirectory("e", {{"deeper", fileIor("f", 1)}}) + makeFile("f", "x");
+    feed(shallow, makeDsi(makeIor(gatewayIor)));
+    feed(shallow, makeDii(0x80000002, {moduleOf(1, module)}));
+    feed(shallow, makeDdbs(1, 0, module));
+    ASSERT_EQ(shallow.files().size(), 1u);
+    EXPECT_EQ(shallow.files()[0].path, "d/in");
+}
+
+TEST_F(Carousel, StreamEventObjectsAreListedWithTheirEvents)
+{
+    broadcast({makeGateway("g", {{"events", makeIor({"ste", 1, "s"})}}) +
+               makeStreamEvents("s", {{"goal", 7}, {"end", 0x1234}})});
+    const auto list = carousel_.streamEvents();
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].path, "events");
+    ASSERT_EQ(list[0].events.size(), 2u);
+    EXPECT_EQ(list[0].events[0].name, "goal");
+    EXPECT_EQ(list[0].events[0].id, 7);
+    EXPECT_EQ(list[0].events[1].id, 0x1234);
+    ASSERT_EQ(list[0].taps.size(), 1u);
+    EXPECT_EQ(list[0].taps[0].associationTag, 0x2B);
+}
+
+TEST_F(Carousel, AReferenceToAnotherCarouselIsUnresolvableWithANote)
+{
+    const Bytes elsewhere = makeIor("fil", {{0x49534F05, {1, 2, 3}}});
+    broadcast({makeGateway("g", {{"f", elsewhere}})});
+    const Lookup lookup = carousel_.find("f");
+    EXPECT_EQ(lookup.result, Result::Error);
+    EXPECT_NE(lookup.reason.find("another carousel"), std::string::npos);
+}
+
+TEST_F(Carousel, AGatewayElsewhereIsRefusedOnceWithANote)
+{
+    const Bytes dsi = makeDsi(makeIor("srg", {{0x49534F05, {1, 2, 3}}}));
+    feed(carousel_, dsi);
+    feed(carousel_, dsi);
+    EXPECT_EQ(resultOf("f"), Result::Error);
+    ASSERT_EQ(problems_.size(), 1u);
+    EXPECT_NE(problems_[0].find("another carousel"), std::string::npos);
+}
+
+TEST_F(Carousel, AnotherStreamsGatewayDoesNotTakeThisOnesPlace)
+{
+    broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
+    IorFields other = gatewayIor;
+    other.carouselId = 43;
+    feed(carousel_, makeDsi(makeIor(other)), 0x0B);
+    EXPECT_EQ(read("f"), "x");
+    EXPECT_EQ(carousel_.carouselId(), 42u);
+}
+
+TEST_F(Carousel, AnotherCarouselOnTheSameStreamReplacesTheOldOne)
+{
+    broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
+    IorFields other = gatewayIor;
+    other.carouselId = 43;
+    feed(carousel_, makeDsi(makeIor(other)));
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    EXPECT_EQ(carousel_.progress().memoryUsed, 0u);
+    EXPECT_EQ(carousel_.carouselId(), 43u);
+}
+
+TEST_F(Carousel, NamesThatWouldLeaveTheFolderAreNotListed)
+{
+    broadcast({makeGateway("g", {{"..", fileIor("f", 1)},
+                                 {"../../etc", fileIor("f", 1)},
+                                 {"a/b", fileIor("f", 1)},
+                                 {".", fileIor("f", 1)},
+                                 {"", fileIor("f", 1)},
+                                 {std::string("a\0b", 3), fileIor("f", 1)},
+                                 {"...", fileIor("f", 1)}}) +
+               makeFile("f", "x")});
+    EXPECT_EQ(listed(), std::vector<std::string>{"..."});
+    EXPECT_EQ(resultOf(".."), Result::Error);
+}
+
+TEST_F(Carousel, OfEqualNamesTheFirstCounts)
+{
+    broadcast({makeGateway("g", {{"f", fileIor("missing", 9)}, {"f", fileIor("f", 1)}}) +
+               makeFile("f", "x")});
+    EXPECT_EQ(resultOf("f"), Result::Error);
+    EXPECT_TRUE(listed().empty());
+}
+
+TEST_F(Carousel, ClearForgetsEverythingReceived)
+{
+    broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
+    const Lookup kept = carousel_.find("f");
+    carousel_.clear();
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    EXPECT_TRUE(listed().empty());
+    EXPECT_EQ(carousel_.progress().modulesKnown, 0u);
+    EXPECT_EQ(carousel_.progress().memoryUsed, 0u);
+    EXPECT_EQ(textOf(kept.file), "x");
+}
+
+TEST_F(Carousel, ProgressCountsModulesAndBlocks)
+{
+    const Bytes gateway = makeGateway("g", {});
+    const Bytes file = makeFile("f", std::string(450, 'x'));
+    broadcast({gateway});
+    feed(carousel_,
+         makeDii(0x80010003, {moduleOf(1, gateway), moduleOf(2, file), {3, 17 * 1024 * 1024}}));
+    feed(carousel_, makeDdbs(2, 0, file).front());
+    const CarouselProgress progress = carousel_.progress();
+    EXPECT_EQ(progress.modulesKnown, 3u);
+    EXPECT_EQ(progress.modulesComplete, 1u);
+    EXPECT_EQ(progress.modulesRefused, 1u);
+    const size_t gatewayBlocks = makeDdbs(1, 0, gateway).size();
+    EXPECT_EQ(progress.blocksNeeded, gatewayBlocks + makeDdbs(2, 0, file).size());
+    EXPECT_EQ(progress.blocksReceived, gatewayBlocks + 1);
+    EXPECT_GE(progress.memoryUsed, gateway.size() + file.size());
+}
+
+}  // namespace
+}  // namespace receiver

@@ -1,0 +1,317 @@
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/carousel/service_carousels.h"
+#include "tests/receiver/support/carousel_builder.h"
+#include "tests/receiver/support/stream_builder.h"
+
+namespace receiver {
+namespace {
+
+const uint16_t carouselPid = 0x200;
+const uint16_t otherPid = 0x201;
+const uint8_t carouselTag = 0x2A;
+const uint8_t otherTag = 0x2B;
+
+const char page[] = "20fa.441.1.2a/index.html";
+
+Service service()
+{
+    Service service;
+    service.programNumber = 1;
+    service.transportStreamId = 0x441;
+    service.originalNetworkId = 0x20FA;
+    return service;
+}
+
+StreamDescription carouselStream(uint16_t pid, uint8_t tag, bool beginsCarousel = true)
+{
+    StreamDescription stream;
+    stream.streamType = 0x0B;
+    stream.pid = pid;
+    stream.componentTag = tag;
+    if (beginsCarousel)
+        stream.carouselId = 42;
+    return stream;
+}
+
+Bytes fileIor(const std::string& key, unsigned moduleId = 2, unsigned tag = carouselTag)
+{
+    IorFields fields = {"fil", moduleId, key};
+    fields.associationTag = tag;
+    if (tag != carouselTag)
+        fields.transactionId = 0x80000004;
+    return makeIor(fields);
+}
+
+class ServiceCarouselsTest : public ::testing::Test {
+protected:
+    ServiceCarouselsTest()
+    {
+        carousels_.join(service(), {carouselStream(carouselPid, carouselTag)});
+    }
+
+    /// Sends the carousel's directory, and with the second module its files.
+    void feedGateway()
+    {
+        const Bytes gateway = makeGateway("g", {{"index.html", fileIor("i")},
+                                                {"a b.css", fileIor("s")},
+                                                {"big", fileIor("b")},
+                                                {"big?size=1", fileIor("i")},
+                                                {"50%41.js", fileIor("i")}});
+        feed(makeDsi(makeIor({"srg", 1, "g"})));
+        feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}, {2, uint32_t(files_.size())}},
+                     4000));
+        for (const Bytes& block : makeDdbs(1, 0, gateway, 4000))
+            feed(block);
+    }
+
+    void feedFiles()
+    {
+        for (const Bytes& block : makeDdbs(2, 0, files_, 4000))
+            feed(block);
+    }
+
+    void feed(const Bytes& section, uint16_t pid = carouselPid) { carousels_.feed(pid, section); }
+
+    /// Reads an open file as the application manager does.
+    std::string read(void* id)
+    {
+        std::string text;
+        char* bytes = nullptr;
+        unsigned int count = 0;
+        while (carousels_.read(id, &bytes, &count) == DSMCC_OK && count > 0)
+            text.append(bytes, count);
+        return text;
+    }
+
+    static void* id(uintptr_t number) { return reinterpret_cast<void*>(number); }
+
+    std::vector<std::pair<uintptr_t, bool>> answers()
+    {
+        std::vector<std::pair<uintptr_t, bool>> list;
+        for (const auto& answer : carousels_.takeAnswers())
+            list.emplace_back(reinterpret_cast<uintptr_t>(answer.id), answer.ready);
+        return list;
+    }
+
+    using Answers = std::vector<std::pair<uintptr_t, bool>>;
+
+    std::ostringstream out_;
+    EventLog log_{out_, false};
+    ServiceCarousels carousels_{{}, log_};
+    const Bytes files_ = makeFile("i", "<html>") + makeFile("s", {'b', '{', '}'}, "text/x-css") +
+                         makeFile("b", Bytes((size_t(1) << 20) + 5, 'x'));
+};
+
+TEST_F(ServiceCarouselsTest, APendingFileIsAnsweredOnceItIsThere)
+{
+    feedGateway();
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_PENDING);
+    EXPECT_EQ(answers(), Answers());
+    feedFiles();
+    EXPECT_EQ(answers(), (Answers{{1, true}}));
+    EXPECT_EQ(answers(), Answers());
+    std::string type;
+    EXPECT_EQ(carousels_.mimeType(id(1), type), DSMCC_OK);
+    EXPECT_EQ(type, "application/vnd.hbbtv.xhtml+xml");
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(carousels_.close(id(1)), DSMCC_OK);
+    EXPECT_EQ(carousels_.close(id(1)), DSMCC_UNKNOWN_ID);
+}
+
+TEST_F(ServiceCarouselsTest, AFileThatIsThereIsReadyAtOnce)
+{
+    feedGateway();
+    feedFiles();
+    std::string type;
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/a b.css?query#place", id(1)), DSMCC_OK);
+    EXPECT_EQ(carousels_.mimeType(id(1), type), DSMCC_OK);
+    EXPECT_EQ(type, "text/x-css");  // as it is signalled
+    EXPECT_EQ(read(id(1)), "b{}");
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big", id(2)), DSMCC_OK);
+    EXPECT_EQ(carousels_.mimeType(id(2), type), DSMCC_OK);
+    EXPECT_EQ(type, "");
+    EXPECT_EQ(read(id(2)).size(), (size_t(1) << 20) + 5);
+}
+
+TEST_F(ServiceCarouselsTest, AQueryIsNoPartOfTheNameUnlessAFileIsCalledSo)
+{
+    feedGateway();
+    feedFiles();
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=1", id(1)), DSMCC_OK);
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=2", id(2)), DSMCC_OK);
+    EXPECT_EQ(read(id(2)).size(), (size_t(1) << 20) + 5);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big#size=1?x/y", id(3)), DSMCC_OK);
+    EXPECT_EQ(read(id(3)).size(), (size_t(1) << 20) + 5);
+    std::string type;
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/50%41.js?a.css", id(4)), DSMCC_OK);
+    EXPECT_EQ(carousels_.mimeType(id(4), type), DSMCC_OK);
+    EXPECT_EQ(type, "application/javascript");
+}
+
+TEST_F(ServiceCarouselsTest, APendingFileIsFoundUnderTheSameNameLater)
+{
+    feedGateway();
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/big?size=1", id(1)), DSMCC_PENDING);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/a b.css?size=1", id(2)), DSMCC_PENDING);
+    feedFiles();
+    EXPECT_EQ(answers(), (Answers{{1, true}, {2, true}}));
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(read(id(2)), "b{}");
+}
+
+TEST_F(ServiceCarouselsTest, WhatCannotBeHadIsAnError)
+{
+    feedGateway();
+    const std::pair<const char*, const char*> cases[] = {
+        {"20fa.441.1.2a/nothing", "does not list"},
+        {"20fa.441.1.2a/nothing?index.html", "does not list"},
+        {"20fa.441.1.2a/a%20b.css", "does not list \"a%20b.css\""},  // it was decoded before
+        {"20fa.441.1.2a/in%64ex.html", "does not list"},
+        {"20fa.441.1.2a/?index.html", "names a directory"},
+        {"20fa.441.1.2b/index.html", "no carousel with component tag 0x2b"},
+        {"20fa.441.2.2a/index.html", "not a carousel of the tuned service"},
+        {"20fa.442.1.2a/index.html", "not a carousel of the tuned service"},
+        {"20fb.441.1.2a/index.html", "not a carousel of the tuned service"},
+        {"index.html", "not a carousel path"},
+        {"", "not a carousel path"},
+    };
+    for (const auto& [path, reason] : cases) {
+        out_.str("");
+        EXPECT_EQ(carousels_.getFile(path, id(1)), DSMCC_ERROR) << path;
+        EXPECT_NE(out_.str().find(reason), std::string::npos) << path << ": " << out_.str();
+    }
+}
+
+TEST_F(ServiceCarouselsTest, IdsThatAreNotOpenAreUnknown)
+{
+    feedGateway();
+    carousels_.getFile(page, id(1));  // pending
+    std::string type;
+    char* bytes = nullptr;
+    unsigned int count = 0;
+    for (const uintptr_t number : {uintptr_t(0), uintptr_t(1), uintptr_t(2)}) {
+        EXPECT_EQ(carousels_.mimeType(id(number), type), DSMCC_UNKNOWN_ID);
+        EXPECT_EQ(carousels_.read(id(number), &bytes, &count), DSMCC_UNKNOWN_ID);
+    }
+}
+
+TEST_F(ServiceCarouselsTest, APendingFileThatIsClosedIsNotAnsweredAnyMore)
+{
+    feedGateway();
+    carousels_.getFile(page, id(1));
+    EXPECT_EQ(carousels_.close(id(1)), DSMCC_OK);
+    feedFiles();
+    EXPECT_EQ(answers(), Answers());
+    EXPECT_TRUE(carousels_.giveUp().empty());
+}
+
+TEST_F(ServiceCarouselsTest, AnIdThatIsUsedAgainNamesTheNewFileAlone)
+{
+    feedGateway();
+    carousels_.getFile("20fa.441.1.2a/a b.css", id(1));
+    feedFiles();
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_OK);
+    EXPECT_EQ(answers(), Answers());
+    EXPECT_EQ(read(id(1)), "<html>");
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/nothing", id(1)), DSMCC_ERROR);
+    EXPECT_EQ(carousels_.close(id(1)), DSMCC_UNKNOWN_ID);
+}
+
+TEST_F(ServiceCarouselsTest, LeavingAServiceReturnsItsPendingFilesAndKeepsOpenOnesReadable)
+{
+    feedGateway();
+    carousels_.getFile(page, id(1));
+    EXPECT_EQ(carousels_.leave(), std::vector<void*>{id(1)});
+    EXPECT_TRUE(carousels_.leave().empty());
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag)});
+    feedGateway();
+    feedFiles();
+    ASSERT_EQ(carousels_.getFile(page, id(2)), DSMCC_OK);
+    carousels_.leave();
+    EXPECT_EQ(read(id(2)), "<html>");
+    EXPECT_EQ(carousels_.getFile(page, id(3)), DSMCC_ERROR);
+}
+
+TEST_F(ServiceCarouselsTest, BehindTheStreamsEndNothingIsPending)
+{
+    feedGateway();
+    carousels_.getFile(page, id(1));
+    EXPECT_EQ(carousels_.giveUp(), std::vector<void*>{id(1)});
+    EXPECT_EQ(carousels_.getFile(page, id(2)), DSMCC_ERROR);
+    EXPECT_TRUE(carousels_.giveUp().empty());
+    carousels_.leave();
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag)});
+    EXPECT_EQ(carousels_.getFile(page, id(2)), DSMCC_PENDING);
+}
+
+TEST_F(ServiceCarouselsTest, APmtWithoutTheCarouselTakesItsFilesAway)
+{
+    feedGateway();
+    carousels_.getFile(page, id(1));
+    carousels_.join(service(), {carouselStream(otherPid, otherTag)});
+    EXPECT_EQ(carousels_.pids(), std::set<uint16_t>{otherPid});
+    EXPECT_EQ(answers(), (Answers{{1, false}}));
+}
+
+TEST_F(ServiceCarouselsTest, APmtThatKeepsTheCarouselKeepsWhatCame)
+{
+    feedGateway();
+    carousels_.join(service(), {carouselStream(otherPid, carouselTag)});  // on another PID
+    EXPECT_EQ(carousels_.pids(), std::set<uint16_t>{otherPid});
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_PENDING);
+    for (const Bytes& block : makeDdbs(2, 0, files_, 4000))
+        feed(block, otherPid);
+    EXPECT_EQ(answers(), (Answers{{1, true}}));
+}
+
+TEST_F(ServiceCarouselsTest, StreamsAreListenedToWhenTheCarouselRefersToThem)
+{
+    const auto streams = {carouselStream(carouselPid, carouselTag),
+                          carouselStream(otherPid, otherTag, false)};
+    carousels_.join(service(), streams);
+    EXPECT_EQ(carousels_.pids(), std::set<uint16_t>{carouselPid});
+    const Bytes gateway = makeGateway("g", {{"far", fileIor("f", 1, otherTag)}});
+    const Bytes far = makeFile("f", "far away");
+    feed(makeDsi(makeIor({"srg", 1, "g"})));
+    feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        feed(block);
+    EXPECT_EQ(carousels_.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/far", id(1)), DSMCC_PENDING);
+    ModuleFields module = {1, uint32_t(far.size())};
+    module.associationTag = otherTag;
+    feed(makeDii(0x80000004, {module}), otherPid);
+    for (const Bytes& block : makeDdbs(1, 0, far))
+        feed(block, otherPid);
+    EXPECT_EQ(answers(), (Answers{{1, true}}));
+    EXPECT_EQ(carousels_.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
+}
+
+TEST_F(ServiceCarouselsTest, FilesAreFoundWhereTheNetworkWasNotKnown)
+{
+    feedGateway();
+    EXPECT_EQ(carousels_.getFile("0.441.1.2a/index.html", id(1)), DSMCC_PENDING);
+    EXPECT_EQ(carousels_.getFile("20fa..1.2a/index.html", id(2)), DSMCC_PENDING);
+}
+
+TEST_F(ServiceCarouselsTest, StatusListsFilesWithTheirSizes)
+{
+    feedGateway();
+    EXPECT_FALSE(carousels_.hasFile("index.html"));
+    feedFiles();
+    EXPECT_TRUE(carousels_.hasFile("index.html"));
+    const auto status = carousels_.status();
+    ASSERT_EQ(status.size(), 1u);
+    EXPECT_EQ(status[0].componentTag, carouselTag);
+    EXPECT_EQ(status[0].progress.modulesComplete, 2u);
+    EXPECT_EQ(status[0].files.size(), 5u);
+    EXPECT_NE(out_.str().find("carousel 0x2a: 2 of 2 modules"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace receiver

@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+#include <thread>
+#include <utility>
+
+#include "receiver/console/commands.h"
+#include "tests/receiver/support/played_session.h"
+
+namespace receiver {
+namespace {
+
+TEST(Commands, LinesThatAreNoCommandsAreSaidBeforeAScriptBegins)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"jump", "there is no command jump; help lists them"},
+        {"say \"x", "a quotation mark has no partner"},
+        {"services now", "expected: services"},
+        {"zap", "expected: zap SERVICE"},
+        {"key RED down now", "expected: key NAME [down|up]"},
+        {"start", "expected: start URL|ORG.APP"},
+        {"terminate it", "expected: terminate"},
+        {"create", "expected: create URL"},
+        {"destroy a.1 a.2", "expected: destroy [ORG.APP]"},
+        {"show a b", "expected: show [ORG.APP]"},
+        {"hide a b", "expected: hide [ORG.APP]"},
+        {"keyset", "expected: keyset MASK|RED+GREEN..."},
+        {"xhr", "expected: xhr URL"},
+        {"load", "expected: load URL"},
+        {"subscribe", "expected: subscribe TARGET"},
+        {"http", "expected: http on|off"},
+        {"timeshift on off", "expected: timeshift on|off"},
+        {"lowmemory 1", "expected: lowmemory"},
+        {"profiles", "expected: profiles MASK"},
+        {"useragent", "expected: useragent 1|2 [TEXT...]"},
+        {"useragent 1 a b c d e f g", "expected: useragent"},
+        {"answer start", "expected: answer start|request WORD"},
+        {"status all", "expected: status"},
+        {"wait", "expected: wait CONDITION [within SECONDS]"},
+        {"say", "expected: say TEXT"},
+        {"help me please", "expected: help [COMMAND]"},
+        {"quit now", "expected: quit"},
+    };
+    for (const auto& [line, problem] : cases) {
+        const Outcome outcome = checkCommand(line);
+        EXPECT_EQ(outcome.kind, Outcome::Kind::WrongUsage) << line;
+        EXPECT_EQ(outcome.text.substr(0, std::string(problem).size()), problem) << line;
+    }
+    EXPECT_TRUE(checkCommand(""));
+    EXPECT_TRUE(checkCommand("# a comment"));
+    EXPECT_TRUE(checkCommand("wait loaded \"a b\" within 5"));
+}
+
+TEST(Commands, EachHasAHelpText)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"help", "help zap"}), exitSuccess);
+    for (const Command& command : commands()) {
+        EXPECT_TRUE(played.says(std::string("  ") + command.name + " ")) << command.name;
+        EXPECT_TRUE(played.says(command.help)) << command.name;
+    }
+}
+
+TEST(Commands, ArgumentsThatAreNotUnderstoodSayWhatWasExpected)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"help nothing", "there is no command nothing"},
+        {"key NOSUCH", "no such key: NOSUCH; expected RED, GREEN"},
+        {"key RED left", "expected down or up, not left"},
+        {"start nowhere", "expected a URL or ids such as a.2a01 (hexadecimal), not nowhere"},
+        {"keyset PINK", "expected a number or names joined with +"},
+        {"http maybe", "expected on or off, not maybe"},
+        {"timeshift maybe", "expected on or off, not maybe"},
+        {"profiles 0x10000", "expected a mask from 0 to 0xffff, not 0x10000"},
+        {"useragent 3", "expected 1 for HbbTV 1.1.1 or 2 for HbbTV 1.2.1, not 3"},
+        {"answer stop allow", "expected start or request, not stop"},
+        {"answer start deny", "expected allow, kill or keep, not deny"},
+        {"answer request keep", "expected allow, deny or core, not keep"},
+        {"wait for it", "expected service, running [IDS]"},
+        {"wait service 5", "expected service, running [IDS]"},
+        {"wait file", "expected service, running [IDS]"},
+        {"wait window", "expected service, running [IDS]"},
+        {"wait window first", "expected the number of a window, not first"},
+        {"wait end within x", "expected seconds behind within, not x"},
+        {"wait end within", "expected service, running [IDS]"},
+    };
+    for (const auto& [line, problem] : cases) {
+        PlayedSession played;
+        EXPECT_EQ(played.play({line}), exitUsage) << line;
+        EXPECT_NE(played.problem().find(problem), std::string::npos) << played.problem();
+        EXPECT_EQ(played.problem().substr(0, 10), "script:1: ") << played.problem();
+    }
+}
+
+TEST(Commands, WhatCannotBeDoneIsAnExpectationThatIsNotMet)
+{
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"create http://a.example/"}, "no application is running"},
+        {{"destroy"}, "no application is running"},
+        {{"show"}, "no application is running"},
+        {{"hide"}, "no application is running"},
+        {{"keyset RED"}, "no application is running"},
+        {{"xhr http://a.example/"}, "no application is running"},
+        {{"subscribe events"}, "no application is running"},
+        {{"load a"}, "no application is running"},
+        {{"show a.1"}, "no such application runs: a.1"},
+        {{"zap 1"}, "no such service: 1; services lists them"},
+        {{"wait loaded", "load http://a.example/"}, "loads dvb: resources alone"},
+        {{"wait running a.1"}, "the stream ended before running a.1"},
+        {{"wait end", "wait window 9"}, "the stream ended before window 9"},
+        {{"wait end", "wait shown"}, "the stream ended before shown"},
+    };
+    for (const auto& [lines, problem] : cases) {
+        PlayedSession played;
+        EXPECT_EQ(played.play(lines), exitExpectation) << lines.back();
+        EXPECT_NE(played.problem().find(problem), std::string::npos) << played.problem();
+        EXPECT_TRUE(played.says(problem)) << lines.back();
+    }
+}
+
+TEST(Commands, EveryConditionCanBeWaitedFor)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait service", "wait running", "wait running a.2a01", "wait window 1",
+                           "wait loaded", "wait loaded index.html",
+                           "wait loaded dvb://20fa.441.6dd0.2a/index.html",
+                           "wait file css/style.css within 5", "show", "wait shown",
+                           "answer start keep", "destroy", "wait stopped within 5", "wait end"}),
+              exitSuccess)
+        << played.problem();
+}
+
+TEST(Commands, TextsOfTheUserAgentMayHaveBlanks)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"useragent 1 +PVR \"A Maker\" model", "say \"two words\" three"}),
+              exitSuccess);
+    EXPECT_TRUE(played.says("user agent: HbbTV/1.1.1 (+PVR; A Maker; model; ; ; )"));
+    EXPECT_TRUE(played.says("two words three"));
+}
+
+TEST(Commands, SubscriptionsReachThePlatform)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait loaded", "subscribe events/one", "subscribe dvb://1.2.3.4/two"}),
+              exitSuccess)
+        << played.problem();
+    EXPECT_TRUE(played.says("stream events of 20fa.441.6dd0.2a/events/one: not delivered"));
+    EXPECT_TRUE(played.says("stream events of 1.2.3.4/two: not delivered"));
+}
+
+TEST(Commands, ServicesAreZappedToByNumberInAnyFormOrByName)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait loaded", "zap 0x6dd0", "wait window 2", "wait loaded",
+                           "zap \"Made one\"", "wait window 3", "services", "status"}),
+              exitSuccess)
+        << played.problem();
+    EXPECT_TRUE(played.says("* 28112  Made one"));
+    EXPECT_TRUE(played.says("a.2a01  in window 3, broadcast-related, hidden"));
+}
+
+TEST(Session, QuitEndsIt)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"quit", "say never"}), exitSuccess);
+    EXPECT_FALSE(played.says("never"));
+}
+
+TEST(Session, AScriptWithABrokenLineDoesNothing)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"say hello", "", "jump"}), exitUsage);
+    EXPECT_EQ(played.problem(), "script:3: there is no command jump; help lists them");
+    EXPECT_EQ(played.output(), "");
+}
+
+TEST(Session, AnEmptyScriptEndsAtOnce)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({}), exitSuccess);
+    EXPECT_TRUE(played.says("the receiver has ended"));
+}
+
+TEST(Session, AnInputThatCannotBeReadIsSaidAndNothingElse)
+{
+    PlayedSession played("/nowhere/at/all.ts");
+    EXPECT_EQ(played.play({"say hello"}), exitUnreadable);
+    EXPECT_EQ(played.problem(), "/nowhere/at/all.ts: No such file or directory");
+    EXPECT_EQ(played.output(), "");
+}
+
+TEST(Session, LinesThatArePostedRunAndMistakesEndNothing)
+{
+    PlayedSession played;
+    played.session().setInteractive(true);
+    std::thread person([&played] {
+        for (const char* const line :
+             {"jump", "wait running", "wait stopped", "destroy a.9", "say bye"})
+            played.session().postLine(line);
+        played.session().endOfInput();
+    });
+    EXPECT_EQ(played.session().run(), exitSuccess);
+    person.join();
+    EXPECT_TRUE(played.says("there is no command jump"));
+    EXPECT_TRUE(played.says("the stream ended before stopped"));
+    EXPECT_TRUE(played.says("no such application runs: a.9"));
+    EXPECT_TRUE(played.says("bye"));
+}
+
+}  // namespace
+}  // namespace receiver

@@ -1,0 +1,81 @@
+#include <cstddef>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "receiver/service/service_tables.h"
+#include "tests/receiver/support/stream_builder.h"
+
+namespace receiver {
+namespace {
+
+TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
+{
+    const Bytes pmt =
+        makePmt(7, 0,
+                {{0x1B, 0x100, makeDescriptor(0x52, {0})},
+                 {0x05, 0x200, makeDescriptor(0x6F, {0x80, 0x10, 0xE7, 0x00, 0x01, 0xE2})},
+                 {0x05, 0x201, {}},
+                 {0x0B, 0x300,
+                  makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 0x2A, 0}) +
+                      makeDescriptor(0x14, {0x01, 0x2A, 0, 0, 0})}});
+    const std::vector<StreamDescription> streams = readStreamDescriptions(pmt);
+    ASSERT_EQ(streams.size(), 4u);
+    EXPECT_FALSE(streams[0].mayCarryApplicationInformation());
+    EXPECT_TRUE(streams[1].mayCarryApplicationInformation());
+    ASSERT_EQ(streams[1].applicationTypes.size(), 2u);
+    EXPECT_EQ(streams[1].applicationTypes[0].applicationType, 0x0010);
+    EXPECT_EQ(streams[1].applicationTypes[0].aitVersion, 7);
+    EXPECT_TRUE(streams[2].mayCarryApplicationInformation());
+    EXPECT_FALSE(streams[2].hasApplicationSignalling);
+    EXPECT_EQ(streams[3].componentTag, 0x2A);
+    EXPECT_EQ(streams[3].carouselId, 0x2Au);
+    EXPECT_EQ(streams[3].associationTags, std::vector<uint16_t>{0x012A});
+    EXPECT_EQ(readClockPid(pmt), 0x100);
+}
+
+TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
+{
+    const Bytes pmt = makePmt(7, 0, {{5, 0x200, makeDescriptor(0x6F, {0, 0x10, 1})}, {5, 1, {}}});
+    const Bytes sdt = makeSdt(1, 2, {{3, "three"}, {4, "four"}});
+    for (size_t size = 0; size < pmt.size(); ++size)
+        EXPECT_LE(
+            readStreamDescriptions(Bytes(pmt.begin(), pmt.begin() + std::ptrdiff_t(size))).size(),
+            size < pmt.size() - 4 ? 1u : 2u);
+    for (size_t size = 0; size < sdt.size(); ++size)
+        EXPECT_LE(readServiceDescriptions({Bytes(sdt.begin(), sdt.begin() + std::ptrdiff_t(size))})
+                      .size(),
+                  1u);
+    EXPECT_EQ(readServiceDescriptions({sdt}).size(), 2u);
+    EXPECT_EQ(readStreamDescriptions(pmt).size(), 2u);
+    EXPECT_EQ(readClockPid({}), 0x1FFF);
+}
+
+TEST(ServiceTables, DvbTextBecomesUtf8)
+{
+    const std::tuple<const char*, std::string, std::string> cases[] = {
+        {"plain", "Das Erste", "Das Erste"},
+        {"UTF-8",
+         "\x15"
+         "F\xC3\xA9",
+         "F\xC3\xA9"},
+        {"ISO 8859-1", std::string("\x10\0\x01", 3) + "F\xE9", "F\xC3\xA9"},
+        {"another table",
+         "\x05"
+         "F\xE9",
+         "F?"},
+        {"emphasis left out",
+         "\x86"
+         "A\x87",
+         "A"},
+        {"empty", "", ""},
+        {"selector only", "\x10", ""},
+    };
+    for (const auto& [why, text, expected] : cases)
+        EXPECT_EQ(decodeDvbText(text), expected) << why;
+}
+
+}  // namespace
+}  // namespace receiver

@@ -1,0 +1,68 @@
+#include <gtest/gtest.h>
+
+#include "receiver/stream/stream_clock.h"
+
+namespace receiver {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr uint64_t second = 27000000;
+
+class StreamClockTest : public ::testing::Test {
+protected:
+    milliseconds dueAfterStart(double speed) const
+    {
+        return std::chrono::duration_cast<milliseconds>(*clock_.due(speed) - start_);
+    }
+
+    StreamClock clock_;
+    const StreamClock::Time start_ = StreamClock::Time() + seconds(1000);
+};
+
+TEST_F(StreamClockTest, WithoutAClockNothingIsDue)
+{
+    EXPECT_FALSE(clock_.due(1));
+    EXPECT_FALSE(clock_.isKnown());
+}
+
+TEST_F(StreamClockTest, ABitOfStreamIsDueWhenItsTimeHasPassed)
+{
+    clock_.note(5 * second, false, start_);
+    clock_.note(7 * second, false, start_ + milliseconds(1));
+    EXPECT_TRUE(clock_.isKnown());
+    EXPECT_EQ(dueAfterStart(1), seconds(2));
+    EXPECT_EQ(dueAfterStart(2), seconds(1));
+    EXPECT_EQ(dueAfterStart(0.5), seconds(4));
+}
+
+TEST_F(StreamClockTest, AClockThatJumpsBeginsANewTimeLine)
+{
+    const std::tuple<const char*, uint64_t, bool> cases[] = {
+        {"back", 3 * second, false},
+        {"far ahead", 100 * second, false},
+        {"as it says itself", 6 * second, true},
+    };
+    for (const auto& [why, ticks, discontinuity] : cases) {
+        clock_ = {};
+        clock_.note(5 * second, false, start_ - seconds(9));
+        clock_.note(ticks, discontinuity, start_);
+        EXPECT_EQ(dueAfterStart(1), seconds(0)) << why;
+        clock_.note(ticks + second, false, start_);
+        EXPECT_EQ(dueAfterStart(1), seconds(1)) << why;
+    }
+}
+
+TEST_F(StreamClockTest, AStreamThatBeginsAgainDoesToo)
+{
+    clock_.note(5 * second, false, start_ - seconds(9));
+    clock_.restart();
+    EXPECT_FALSE(clock_.due(1));
+    EXPECT_TRUE(clock_.isKnown());
+    clock_.note(5 * second, false, start_);
+    EXPECT_EQ(dueAfterStart(1), seconds(0));
+}
+
+}  // namespace
+}  // namespace receiver
