@@ -21,7 +21,7 @@ class Window;
 class WindowManager {
 public:
     /// The one instance, created on first use.
-    static WindowManager* getInstance() { return instance ? instance : create(); }
+    static WindowManager* getInstance();
 
     WindowManager(const WindowManager&) = delete;
     WindowManager& operator=(const WindowManager&) = delete;
@@ -99,8 +99,6 @@ public:
     static WindowManager* instance;
 
 private:
-    static WindowManager* create();
-
     WindowManager();
 
     void destroyWindow(Window* window);
