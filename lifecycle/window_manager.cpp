@@ -22,9 +22,10 @@ const char module[] = "WindowManager";
 
 WindowManager* WindowManager::instance = nullptr;
 
-WindowManager* WindowManager::create()
+WindowManager* WindowManager::getInstance()
 {
-    instance = new WindowManager;
+    if (!instance)
+        instance = new WindowManager;
     return instance;
 }
 

@@ -22,7 +22,7 @@ class Window;
 class WindowManager {
 public:
     /// The one instance, created on first use.
-    static WindowManager* getInstance() { return instance ? instance : create(); }
+    static WindowManager* getInstance();
 
     WindowManager(const WindowManager&) = delete;
     WindowManager& operator=(const WindowManager&) = delete;
@@ -100,8 +100,6 @@ public:
     static WindowManager* instance;
 
 private:
-    static WindowManager* create();
-
     WindowManager();
 
     struct Life {};
