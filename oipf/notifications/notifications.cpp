@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "foundation/out_of_memory.h"
 #include "signalling/ait.h"
 
 namespace VestaHbbTV {
@@ -12,18 +13,20 @@ namespace {
 
 HBBTV_NotificationData* zeroedRecord()
 {
-    return static_cast<HBBTV_NotificationData*>(std::calloc(1, sizeof(HBBTV_NotificationData)));
+    return allocated(
+        static_cast<HBBTV_NotificationData*>(std::calloc(1, sizeof(HBBTV_NotificationData))));
 }
 
 /// Deliberate: a reject record is not zeroed; listeners must not read what is not set.
 HBBTV_NotificationData* rawRecord()
 {
-    return static_cast<HBBTV_NotificationData*>(std::malloc(sizeof(HBBTV_NotificationData)));
+    return allocated(
+        static_cast<HBBTV_NotificationData*>(std::malloc(sizeof(HBBTV_NotificationData))));
 }
 
 char* copyOf(const char* text)
 {
-    return ::strdup(text ? text : "");
+    return allocated(::strdup(text ? text : ""));
 }
 
 /// What every record about one application says.
@@ -40,7 +43,7 @@ void identify(HBBTV_ApplicationNotificationData& record, void* window, bool broa
 template <typename Element>
 Element* zeroedArray(size_t count)
 {
-    return count ? static_cast<Element*>(std::calloc(count, sizeof(Element))) : nullptr;
+    return count ? allocated(static_cast<Element*>(std::calloc(count, sizeof(Element)))) : nullptr;
 }
 
 /// Fills the slots from the last to the first: listeners rely on the preferred transport standing

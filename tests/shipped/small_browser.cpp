@@ -10,6 +10,7 @@ char windowPlace;
 }  // namespace
 
 std::vector<std::string> SmallBrowser::openedPages;
+bool SmallBrowser::remembersPages = true;
 
 TAVO_Vesta* SmallBrowser::handle()
 {
@@ -29,7 +30,8 @@ extern "C" {
 
 int ve_open_url(TAVO_VestaWindow*, const char* url)
 {
-    SmallBrowser::openedPages.push_back(url);
+    if (SmallBrowser::remembersPages)
+        SmallBrowser::openedPages.push_back(url);
     return 0;
 }
 

@@ -15,6 +15,8 @@ struct SmallBrowser {
     static TAVO_VestaWindow* window();
 
     static std::vector<std::string> openedPages;
+    /// Whether it does; remembering needs memory.
+    static bool remembersPages;
 };
 
 }  // namespace vesta::test
