@@ -91,7 +91,8 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
     const unsigned long session = ConfigurationManager::getSession();
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
     hbbtv_ait_completed(table->getVersion());
