@@ -93,7 +93,8 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
     window.setAssemblyAIT(nullptr);
     const unsigned long session = ConfigurationManager::getSession();
     const unsigned long tables = window.getTableChanges();
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
     if (window.getTableChanges() != tables)
