@@ -21,9 +21,10 @@ unsigned long newSession()
 
 ConfigurationManager* ConfigurationManager::instance = nullptr;
 
-ConfigurationManager* ConfigurationManager::create()
+ConfigurationManager* ConfigurationManager::getInstance()
 {
-    instance = new ConfigurationManager;
+    if (!instance)
+        instance = new ConfigurationManager;
     return instance;
 }
 

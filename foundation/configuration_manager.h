@@ -17,7 +17,7 @@ class ThreadsafeEventQueue;
 class ConfigurationManager {
 public:
     /// The one instance, created without a queue on first use (without a lock).
-    static ConfigurationManager* getInstance() { return instance ? instance : create(); }
+    static ConfigurationManager* getInstance();
 
     /// The queue of the existing instance; null before init and after shutdown. Creates nothing.
     static ThreadsafeEventQueue* getCurrentQueue();
@@ -62,8 +62,6 @@ public:
     static ConfigurationManager* instance;
 
 private:
-    static ConfigurationManager* create();
-
     ConfigurationManager();
 
     const unsigned long session_;

@@ -101,15 +101,17 @@ void LogEntry::giveBack(std::unique_ptr<Line> line)
         delete spareLine.exchange(line.release());
 }
 
-/// "%x %X" of the current second, formatted once a second.
+/// "%x %X" of the current second, formatted once a second and once a time zone.
 std::string_view LogEntry::Line::dateAndTime()
 {
     const std::time_t now = std::time(nullptr);
-    if (now != second) {
+    const Zone current(tzname[0], tzname[1], timezone, daylight);
+    if (now != second || zone != current) {
         std::tm local = {};
         localtime_r(&now, &local);
         dateLength = std::strftime(date, sizeof(date), "%x %X", &local);
         second = now;
+        zone = current;
     }
     return {date, dateLength};
 }
@@ -165,6 +167,8 @@ LoggingOutputFile::LoggingOutputFile(LogLevel minimumLevel) : LoggingOutput(mini
 bool LoggingOutputFile::openFile(const char* path)
 {
     file_ = std::make_unique<std::ofstream>();
+    // Without a buffer nothing of a line that could not be written turns up before the next one.
+    file_->rdbuf()->pubsetbuf(nullptr, 0);
     if (path)
         file_->open(path, std::ios::out | std::ios::app);
     return file_->is_open();
@@ -172,8 +176,10 @@ bool LoggingOutputFile::openFile(const char* path)
 
 void LoggingOutputFile::output(LogEntry& entry)
 {
-    if (file_ && accepts(entry))
-        writeLine(*file_, entry);
+    if (!file_ || !file_->is_open() || !accepts(entry))
+        return;
+    file_->clear();  // a line that could not be written is lost, but not those after it
+    writeLine(*file_, entry);
 }
 
 Logging* Logging::instance = nullptr;

@@ -472,7 +472,8 @@ int native_PermissionsIsTrusted(long windowId, const char* url);
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
 
 /// @param windowId receives the browser's number of the application's window
-/// @return OK; ERROR also without a browser window, and when the browser does not know it
+/// @return OK; ERROR also without a browser or a browser window, and when the browser does not
+///         know it
 int native_AppManGetWindowOfApplication(void* appId, long* windowId);
 
 /// @param channel receives the channel reference of a broadcast-related application, else null

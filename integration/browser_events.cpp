@@ -108,7 +108,8 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
     log(DEBUG, module, text.size() > schemeLength ? text.c_str() + schemeLength : "");
     log(DEBUG, module, text);
 
-    if (HbbTVURL::getURLType(text) != HbbTVURL::dvbURL) {
+    HbbTVDVBURL url(text);
+    if (HbbTVURL::getURLType(url.getURL()) != HbbTVURL::dvbURL) {
         log(WARN, module, "Unsupported url protocol");
         return event.consume(failure);
     }
@@ -119,7 +120,6 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
         ve_protocol_failed(event.data->request_id, statusNotFound);
         return event.consume(success);
     }
-    HbbTVDVBURL url(text);
     url.resolveRelativeUrl(application->getCurrentURL());
     const unsigned int downloadFailed = 2;
     if (downloads()->startDownload(&url, event.data->request_id) == downloadFailed)
@@ -169,8 +169,7 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
 {
     const HbbTVURL page = event.url();
     HbbTVURL target = event.secondURL();
-    const char* const targetText = event.data->second_url ? event.data->second_url : "";
-    if (HbbTVURL::getURLType(targetText) == HbbTVURL::dvbURL)
+    if (target.getType() == HbbTVURL::dvbURL)
         target.resolveRelativeUrl(page);
 
     const Application* const application = applicationOf(event);

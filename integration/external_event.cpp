@@ -91,11 +91,14 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
     const unsigned long session = ConfigurationManager::getSession();
+    const unsigned long tables = window.getTableChanges();
     NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
+    if (window.getTableChanges() != tables)
+        return;  // a listener put a newer table in force, or changed the channel
     hbbtv_ait_completed(table->getVersion());
-    if (!window.isReleased()) {
+    if (!window.isReleased() && window.getTableChanges() == tables) {
         window.setAIT(table);
         window.activateAIT();
     }

@@ -115,8 +115,8 @@ void ApplicationDomain::parseSimpleApplicationBoundaryExtensionDescriptor(
     const unsigned char* descriptor)
 {
     if (descriptor)
-        parseSimpleApplicationBoundaryExtensionDescriptor(descriptor,
-                                                          descriptorHeaderSize + descriptor[1]);
+        parseSimpleApplicationBoundaryExtensionDescriptor(
+            descriptor, descriptorHeaderSize + descriptor[1] + size_t{1});
 }
 
 // simple_application_boundary_descriptor(): ETSI TS 102 809, 5.3.8.

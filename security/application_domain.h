@@ -48,9 +48,9 @@ public:
     /// @return whether at least one entry was added
     bool extendDomain(ApplicationDomain& other);
 
-    /// Adds the extensions of a simple application boundary descriptor that stands alone. It trusts
-    /// the descriptor's own length and reads nothing behind it: same as the other overload with
-    /// `available` = 2 + descriptor_length.
+    /// Adds the extensions of a simple application boundary descriptor whose surroundings are not
+    /// known: same as the other overload with `available` = 2 + descriptor_length + 1. So while
+    /// extensions are missing, the byte just past the descriptor is read; no byte after that one.
     /// @param descriptor at its tag, which is not checked; borrowed for the call; null adds nothing
     void parseSimpleApplicationBoundaryExtensionDescriptor(const unsigned char* descriptor);
 

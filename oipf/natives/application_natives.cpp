@@ -231,10 +231,10 @@ int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* ch
 int native_AppManGetWindowOfApplication(void* appId, long* windowId)
 {
     Application* const application = windowId ? get_application_from_id(appId) : nullptr;
-    if (!application || !application->getTavoWindow())
+    TAVO_Vesta* const browser = ConfigurationManager::getInstance()->getBrowser();
+    if (!application || !application->getTavoWindow() || !browser)
         return VEIF_RETURN_ERROR;
-    const int result = ve_get_window_identifier(ConfigurationManager::getInstance()->getBrowser(),
-                                                application->getTavoWindow(), windowId);
+    const int result = ve_get_window_identifier(browser, application->getTavoWindow(), windowId);
     return result == 0 ? VEIF_RETURN_OK : VEIF_RETURN_ERROR;
 }
 

@@ -177,6 +177,56 @@ TEST_F(FileOutput, ADeviceThatCannotBeWrittenDropsLines)
     EXPECT_EQ(linesOf(path).size(), 2u) << "the other sink still gets its lines";
 }
 
+/// Makes writing to an open file fail as on a full device, until it dies.
+class FullDevice {
+public:
+    explicit FullDevice(const fs::path& path)
+    {
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            if (fs::read_symlink(entry.path(), gone) == path)
+                file_ = std::stoi(entry.path().filename());
+        }
+        writable_ = ::dup(file_);
+        const int full = ::open("/dev/full", O_WRONLY);
+        ::dup2(full, file_);
+        ::close(full);
+    }
+    FullDevice(const FullDevice&) = delete;
+    FullDevice& operator=(const FullDevice&) = delete;
+    ~FullDevice()
+    {
+        ::dup2(writable_, file_);
+        ::close(writable_);
+    }
+
+private:
+    int file_ = -1;
+    int writable_ = -1;
+};
+
+TEST_F(FileOutput, WritesTheNextLineOnceThereIsSpaceAgain)
+{
+    if (::access("/dev/full", W_OK) != 0)
+        GTEST_SKIP() << "no /dev/full";
+    const fs::path path = directory_ / "log";
+    EXPECT_TRUE(add()->openFile(path.c_str()));
+    LogEntry(LOG, "M") << "first";
+    {
+        const FullDevice full(path);
+        LogEntry(LOG, "M") << "lost";
+        LogEntry(LOG, "M") << "lost, too" << std::string(100000, '.');
+    }
+    LogEntry(LOG, "M") << "next";
+    LogEntry(LOG, "M") << "last";
+    std::vector<std::string> texts;
+    for (const std::string& line : linesOf(path))
+        texts.push_back(behindDate(line));
+    EXPECT_EQ(texts,
+              std::vector<std::string>({"   LOG [           M] first", "   LOG [           M] next",
+                                        "   LOG [           M] last"}));
+}
+
 TEST_F(FileOutput, LinesOfSeveralThreadsStayWholeAndInOrder)
 {
     const int threadCount = 3;

@@ -1,5 +1,6 @@
 // Starts during which a listener, the browser or the scripts' plugin does something to the library.
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -144,23 +145,40 @@ TEST_F(InterruptedStarts, AnApplicationThatIsMadeWhileTheQueueGoesIsFreed)
     EXPECT_TRUE(window()->getApplications().empty());
 }
 
-TEST_F(InterruptedStarts, OneThatIsStartedWheneverAnotherMakesRoomStays)
+TEST_F(InterruptedStarts, TheOneThatIsStartedWhileABrowserWindowIsAskedForStays)
 {
     startEntry(window());
     once(HBBTV_NOTIFICATION_REQUEST_WINDOW, [&] {
-        pend(window(), "http://a.example/first");
+        pend(window(), "http://a.example/last");
         tickAll();
     });
-    once(HBBTV_NOTIFICATION_STOP_APPLICATION, [&] {
-        pend(window(), "http://a.example/second");
-        tickAll();
-    });
+    forgetJournal();
     tickAll();
-    EXPECT_EQ(runningURL(), "http://a.example/second");
+    EXPECT_EQ(runningURL(), "http://a.example/last");
     EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+    EXPECT_EQ(journal(), Lines({"REQUEST w1", "START 0.0 independent http://a.example/last",
+                                "REQUEST w2", "ve_clear_history(w2)",
+                                "ve_open_url(w2, http://a.example/last)", "RELEASE w1"}));
 }
 
-TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowIsTold)
+TEST_F(InterruptedStarts, TheOneThatIsStartedWhileTheFormerMakesRoomStays)
+{
+    run("http://a.example/former");
+    pend(window(), "http://a.example/next");
+    once(HBBTV_NOTIFICATION_RELEASE_WINDOW, [&] {
+        pend(window(), "http://a.example/last");
+        tickAll();
+    });
+    forgetJournal();
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/last");
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "REQUEST w1"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "REQUEST w2"), 0);
+}
+
+TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowIsReported)
 {
     Window* const released = createWindow("B");
     pend(released, "http://a.example/first");
@@ -171,12 +189,13 @@ TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowI
         vesta_hbbtv_release_window(released);
     });
     tickAll();
-    EXPECT_EQ(journal(), Lines({"STOP 0.0 independent reactivate=0 http://a.example/second @B",
-                                "RELEASE w2", "RELEASE w1"}));
+    EXPECT_EQ(journal(),
+              Lines({"RELEASE w1", "STOP 0.0 independent reactivate=0 http://a.example/second @B",
+                     "RELEASE w2"}));
     EXPECT_EQ(log().count("LOG Window: Shutting down existing application."), 0);
 }
 
-TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentGotAnotherOneMeanwhile)
+TEST_F(InterruptedStarts, AChildGivesWayToTheSiblingThatIsStartedMeanwhile)
 {
     Application* const parent = run("http://a.example/parent");
     createChild(parent, "child");
@@ -185,9 +204,9 @@ TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentGotAnotherOneMeanwhile)
         tickAll();
     });
     tickAll();
-    EXPECT_EQ(runningURL(), "http://a.example/child");
+    EXPECT_EQ(runningURL(), "http://a.example/sibling");
     EXPECT_EQ(running()->getParent(), parent);
-    EXPECT_EQ(window()->getApplications().size(), 3u);
+    EXPECT_EQ(window()->getApplications().size(), 2u);
 }
 
 TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentEndsMeanwhile)

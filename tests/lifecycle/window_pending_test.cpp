@@ -322,7 +322,7 @@ TEST_F(WindowPending, ABrowserWindowThatComesAfterAllWentIsGivenBackAtOnce)
     EXPECT_EQ(journal(), Lines({"REQUEST null", "RELEASE w4"}));
 }
 
-TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind)
+TEST_F(WindowPending, AnApplicationGivesWayToTheOneThatAListenerStartsMeanwhile)
 {
     for (const int type :
          {HBBTV_NOTIFICATION_STOP_APPLICATION, HBBTV_NOTIFICATION_REQUEST_WINDOW}) {
@@ -337,7 +337,7 @@ TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind
         pend("http://a.example/next");
         tickAll();
         EXPECT_TRUE(done);
-        EXPECT_EQ(runningURL(), "http://a.example/next");
+        EXPECT_EQ(runningURL(), "http://a.example/meanwhile");
         EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
         listener().onNotification.clear();
         window()->terminateRunningApplication(true);
@@ -381,38 +381,42 @@ TEST_F(WindowPending, AnUnknownBrowserWindowHasNoApplicationEvenWhenAskedTwice)
     EXPECT_FALSE(window()->applicationExists(nullptr));
 }
 
-TEST_F(WindowPending, ABrowserWindowLeadsToTheApplicationThatGotItLast)
+TEST_F(WindowPending, ABrowserWindowThatIsGivenOnceMoreEndsWhoWasShownThere)
 {
     run("http://a.example/parent");
-    Application* const parent = running();
     createChild("child");
     listener().nextWindows = {1};
+    forget();
     tickAll();
     Application* const child = running();
     EXPECT_EQ(window()->getApplication(browser().window(1)), child);
-    EXPECT_FALSE(window()->applicationExists(parent));
-    EXPECT_EQ(child->getParent(), parent);
+    EXPECT_EQ(child->getParent(), nullptr);
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({child}));
+    EXPECT_EQ(journal(), Lines({"REQUEST w1", "ve_clear_history(w1)",
+                                "ve_open_url(w1, http://a.example/child)",
+                                "STOP 0.0 independent reactivate=0 http://a.example/parent"}));
 
     finishLoading();
-    EXPECT_EQ(child->getParent(), nullptr);
+    forget();
     window()->shutdownApplication(child, true, false, true);
     EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
-    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({parent}));
+    EXPECT_EQ(journal(),
+              Lines({"STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}));
 }
 
 TEST_F(WindowPending, TheEndOfOneThatLostItsBrowserWindowLeavesTheOthersEntry)
 {
-    run("http://a.example/parent");
-    Application* const parent = running();
-    createChild("child");
-    listener().nextWindows = {1};
-    tickAll();
-    window()->registerApplication(parent);  // so that it can be shut down
-    window()->registerApplication(running());
-    EXPECT_FALSE(window()->shutdownApplication(parent, true, false, true));
-    delete parent;
+    run("http://a.example/former");
+    Application* const former = running();
+    auto* const latter = new Application(window(), HbbTVURL("http://a.example/latter"), nullptr);
+    latter->setTavoWindow(browser().window(1));
+    window()->registerApplication(latter);
+    EXPECT_FALSE(window()->shutdownApplication(former, true, false, true));
+    forget();
+    delete former;
+    EXPECT_EQ(journal(), Lines());
     EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
-    EXPECT_EQ(window()->getApplication(browser().window(1)), running());
+    EXPECT_EQ(window()->getApplication(browser().window(1)), latter);
 }
 
 TEST_F(WindowPending, AnotherWindowMayTakeOverABrowserWindow)
