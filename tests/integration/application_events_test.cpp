@@ -6,6 +6,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "lifecycle/window_storage.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -116,6 +117,13 @@ protected:
         forgetJournal();
         return in->getRunningApplication();
     }
+
+    /// Releases so many windows that the storage of those released before rests no longer.
+    static void freeRestingWindows()
+    {
+        for (unsigned n = 0; n < WindowStorage::resting; ++n)
+            vesta_hbbtv_release_window(vesta_hbbtv_create_window());
+    }
 };
 
 TEST_F(ApplicationEvents, StopEndsTheApplicationAtOnceWithItsFlags)
@@ -225,6 +233,7 @@ TEST_F(ApplicationEvents, AWindowCreatedAtTheSameAddressIsNotMeant)
     queue(new TAVOAITEvent(former, xmlTable({httpApplication(1, 2)})));
     former->startBroadcastIndependentApplication(HbbTVURL("http://a.example/pending"));
     vesta_hbbtv_release_window(former);
+    freeRestingWindows();
     Window* const later = static_cast<Window*>(vesta_hbbtv_create_window());
     ASSERT_EQ(later, former);
     log().clear();
@@ -236,6 +245,7 @@ TEST_F(ApplicationEvents, AWindowCreatedAtTheSameAddressIsNotMeant)
     EXPECT_EQ(later->getAIT(), nullptr);
     EXPECT_EQ(later->getState(), Window::IDLE);
     vesta_hbbtv_release_window(later);
+    freeRestingWindows();
 }
 
 TEST_F(ApplicationEvents, AnApplicationCreatedAtTheSameAddressIsNotStoppedForAnother)
