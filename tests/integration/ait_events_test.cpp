@@ -337,6 +337,23 @@ TEST_F(AITEvents, ListenerMayReleaseTheWindowWhenATableIsAnnounced)
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 
+TEST_F(AITEvents, AWindowThatIsReleasedWhenATableIsAnnouncedEndsAfterTheTable)
+{
+    startApplication(httpApplication(1, 1));
+    const auto release = [&] {
+        vesta_hbbtv_release_window(window());
+        Journal::instance().write("released");
+    };
+    const Lines ended = {"STOP 1.1 related reactivate=0 http://a.example/index.html", "RELEASE w1"};
+    journalLog({"AIT"});
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [&](auto*) { release(); };
+    sendAIT(AITSection().version(1));
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"AIT broadcast []", "released", "hbbtv_ait_completed(1)",
+                                "DEBUG AIT: --- Outputing AIT ---", "DEBUG AIT: --- Done ---",
+                                ended[0], ended[1]}));
+}
+
 // The application is still being made then and belongs to nobody else: it must not be forgotten.
 TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenAnApplicationBecomesBroadcastRelated)
 {

@@ -274,6 +274,37 @@ TEST_F(OCDownloads, LinesStandInTheLogBeforeTheBrowserIsAnswered)
     EXPECT_EQ(journal(), Lines({reading, mime, mimeError, failed, closed}));
 }
 
+TEST_F(OCDownloads, WhatTheBrowserAndTheClosingHookAnswerMakesNoDifference)
+{
+    for (const char* const function : {"ve_protocol_set_mime_type", "ve_protocol_write",
+                                       "ve_protocol_finished", "ve_protocol_failed"})
+        browser().results[function] = -1;
+    platform().results["dsmcc_close_file"] = DSMCC_ERROR;
+
+    file() = answering(0, 0, {}, "text/html");
+    file().bytes = patternOf(300000);
+    EXPECT_EQ(start(), 1u);
+    EXPECT_EQ(journal(),
+              Lines({asked, mime, "ve_protocol_set_mime_type(text/html)", read,
+                     "ve_protocol_write(130048)", "ve_protocol_write(130048)",
+                     "ve_protocol_write(39904)", read, "ve_protocol_finished(200)", closed}));
+    file() = answering(0, 0, DSMCC_ERROR);
+    EXPECT_EQ(start(), 2u);
+    EXPECT_EQ(journal(), Lines({asked, mime, read, failed, closed, failed, closed}));
+    EXPECT_TRUE(downloads().reportDownloadFailed(&load));
+    EXPECT_EQ(journal(), Lines({failed, closed}));
+}
+
+TEST_F(OCDownloads, AnEmptyMIMETypeIsPassedOnAndFreed)
+{
+    file() = answering(0, 0, {}, "");
+    EXPECT_EQ(start(), 1u);
+    EXPECT_EQ(journal(),
+              Lines({asked, mime, "ve_protocol_set_mime_type()", read, "ve_protocol_write(5)", read,
+                     "ve_protocol_finished(200)", closed}));
+    EXPECT_EQ(outstandingBlocks(), 0u);
+}
+
 TEST_F(OCDownloads, ReportsOfUnknownIdsAreLoggedAndDropped)
 {
     EXPECT_FALSE(downloads().reportDownloadSucceeded(&load));

@@ -181,6 +181,37 @@ TEST_F(MeetingLoads, AnIdThatIsMadeKnownInTheMiddleIsAnsweredAllTheSame)
     EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
 }
 
+TEST_F(MeetingLoads, ALoadThatIsStoppedInTheMiddleOfAnotherEndsAlone)
+{
+    onceIn("ve_protocol_write", [&] {
+        onceIn("ve_protocol_write", [&] { stop(); });
+        start("dvb://1.2.3.4/b", &otherLoad);
+    });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB, mime, read,
+                                "ve_protocol_write(5)", read, finished, closed, closed}));
+    EXPECT_EQ(platform().ids.back(), &load);
+}
+
+TEST_F(MeetingLoads, AnAnswerThatNobodyAskedForIsNotStopped)
+{
+    OCDownloadManager& downloads = *ConfigurationManager::getInstance()->getOCDownloadManager();
+    platform().open[&load] = {"1.2.3.4/b", 0, nullptr};
+    onceIn("ve_protocol_write", [&] { EXPECT_FALSE(downloads.stopDownload(&load)); });
+    EXPECT_TRUE(downloads.handleDownloaded(&load));
+    EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
+}
+
+TEST_F(MeetingLoads, ASecondInitTakesTheRestOfAFileAway)
+{
+    for (const char* const function :
+         {"dsmcc_get_file", "dsmcc_get_mime_type", "dsmcc_read", "ve_protocol_write"}) {
+        onceIn(function, [] { vesta_hbbtv_init(browser().handle()); });
+        start("dvb://1.2.3.4/a");
+        EXPECT_EQ(lastLine(), "dsmcc_start()") << function;
+    }
+}
+
 TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
 {
     onceIn("ve_protocol_write", [] {

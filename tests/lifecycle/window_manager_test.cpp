@@ -3,6 +3,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "tests/lifecycle/private_members.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -69,6 +70,55 @@ TEST_F(WindowManagerTest, AnEmptyManagerHasNoWindows)
     manager()->removeAllWindows();
     EXPECT_EQ(manager()->getWindow(0u), nullptr);
     EXPECT_TRUE(manager()->getWindows().empty());
+}
+
+/// A policy that writes what it is asked into the journal.
+class StrictPolicy : public ApplicationPolicy {
+public:
+    explicit StrictPolicy(int windows) : left_(windows) {}
+
+    bool requestNewWindow() override
+    {
+        Journal::instance().write(left_ > 0 ? "granted" : "refused");
+        return left_ > 0 && left_-- > 0;
+    }
+
+    void releaseWindow() override
+    {
+        ++left_;
+        Journal::instance().write("given back");
+    }
+
+private:
+    int left_;
+};
+
+TEST_F(WindowManagerTest, AsksItsPolicyForEveryWindowAndGivesEachBackOnce)
+{
+    policyOf(*manager()) = std::make_unique<StrictPolicy>(2);
+    Window* const second = manager()->createWindow();
+    EXPECT_NE(manager()->createWindow(), nullptr);
+    EXPECT_EQ(manager()->createWindow(), nullptr);
+    EXPECT_EQ(manager()->getWindows().size(), 3u);
+    EXPECT_EQ(journal(), Lines({"granted", "granted", "refused"}));
+
+    EXPECT_TRUE(manager()->removeWindow(second));
+    EXPECT_FALSE(manager()->removeWindow(second));
+    EXPECT_EQ(journal(), Lines({"given back"}));
+    EXPECT_NE(manager()->createWindow(), nullptr);
+    EXPECT_EQ(journal(), Lines({"granted"}));
+
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal(), Lines(3, "given back"));
+}
+
+TEST_F(WindowManagerTest, GivesAWindowBackBeforeItEnds)
+{
+    startApplication(httpApplication(1, 2));
+    policyOf(*manager()) = std::make_unique<StrictPolicy>(1);
+    const Lines ended = {"STOP 1.2 related reactivate=0 http://a.example/index.html", "RELEASE w1"};
+    manager()->removeWindow(window());
+    EXPECT_EQ(journal(), Lines({"given back", ended[0], ended[1]}));
 }
 
 TEST_F(WindowManagerTest, RemovingNullOnlyLogs)

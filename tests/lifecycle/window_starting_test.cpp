@@ -255,7 +255,10 @@ TEST_F(WindowStarting, AnEntryWithoutValidIdKillsTheRunningApplication)
     EXPECT_EQ(takeLog(), Lines({starting, blocking, "DEBUG Window: Killing running application.",
                                 "DEBUG Window: VestaHbbTV::Window::shutdownApplication()",
                                 "LOG Window: Delayed destroy of application"}));
+    forgetJournal();
     tickAll();
+    EXPECT_EQ(journal(),
+              Lines({"STOP 1.2 related reactivate=0 http://a.example/index.html", "RELEASE w1"}));
     EXPECT_EQ(running(), nullptr);
 }
 

@@ -268,6 +268,19 @@ TEST(ApplicationDomain, ExtendingLogsTheEntryThatIsTriedNotItsOrigin)
                                              "DEBUG HBBTV:  - Extended with domain: https:/"}));
 }
 
+TEST(ApplicationDomain, ExtendingAddsTheOriginOfAnEntryThatStillHasAPath)
+{
+    // The origin of the URL ends where that of an http URL would, and has a path as a dvb URL.
+    ApplicationDomain other = domainOf({"dvb:///x/http://"});
+    ASSERT_EQ(other.getEntries(), Entries({"dvb:///x"}));
+    ApplicationDomain domain;
+    const vesta::test::CapturedLog lines;
+    EXPECT_TRUE(domain.extendDomain(other));
+    EXPECT_EQ(domain.getEntries(), Entries({"dvb://"}));
+    EXPECT_EQ(lines.leveledLines(), Entries({"DEBUG HBBTV: Trying to extend with domain: dvb:///x",
+                                             "DEBUG HBBTV:  - Extended with domain: dvb:///x"}));
+}
+
 TEST(ApplicationDomain, DoesNotExtendItself)
 {
     ApplicationDomain domain = domainOf({"dvb://1.2.3", "http://a.example"});

@@ -291,6 +291,21 @@ TEST(AITApplicationReference, StandsInTheListWhicheverNeighbourGoesFirst)
     }
 }
 
+TEST(AITApplicationReference, PointedElsewhereLeavesTheListsThatItStoodIn)
+{
+    auto application = std::make_unique<AITApplication>(nullptr);
+    auto* const other = new AITApplication(nullptr);
+    const AITApplicationReference oldest(application.get());
+    AITApplicationReference middle(application.get());
+    const AITApplicationReference newest(application.get());
+    middle.reset(other);
+    middle.reset();
+    application.reset();
+    ASSERT_FALSE(oldest);
+    ASSERT_FALSE(newest);
+    delete other;
+}
+
 TEST(AITApplicationReference, BecomesNullWithTheTableThatAdoptedTheApplication)
 {
     bool alive = false;

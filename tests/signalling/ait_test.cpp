@@ -98,6 +98,21 @@ TEST(AIT, ListsByPriorityAcrossSections)
     EXPECT_THAT(ids(table), ElementsAre(1, 3, 4, 2));
 }
 
+TEST(AIT, ListsWhatARejectedSectionLeavesByPriority)
+{
+    Table table;
+    ASSERT_TRUE(parse(table, AITSection()
+                                 .number(0, 1)
+                                 .add(AITEntry(10, 1).priority(3))
+                                 .add(AITEntry(10, 2).priority(1))));
+    ASSERT_FALSE(parse(table, AITSection()
+                                  .number(1, 1)
+                                  .add(AITEntry(10, 3).priority(2))
+                                  .add(AITEntry(10, 4).priority(5))
+                                  .add(AITEntry(10, 5).raw(descriptor(0x50, {})))));
+    EXPECT_THAT(ids(table), ElementsAre(4, 1, 3, 2));
+}
+
 TEST(AIT, ListsManyApplicationsOfManySectionsByPriority)
 {
     constexpr unsigned lastSection = 0xFF;
