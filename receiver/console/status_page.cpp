@@ -63,6 +63,21 @@ void writeCarousels(Session& session, std::ostream& out)
     }
 }
 
+const char* wordsFor(std::optional<ApplicationSignalling> signalling)
+{
+    if (!signalling)
+        return "  (no PMT yet)";
+    switch (*signalling) {
+    case ApplicationSignalling::HbbTV:
+        return "  signals HbbTV";
+    case ApplicationSignalling::Unsaid:
+        return "  may signal HbbTV";
+    case ApplicationSignalling::None:
+        break;
+    }
+    return "";
+}
+
 }  // namespace
 
 std::string servicesPage(Session& session)
@@ -71,7 +86,8 @@ std::string servicesPage(Session& session)
     for (const Service& service : session.middleware().services()) {
         const bool isTuned = session.middleware().tunedService() == service.programNumber;
         out << (isTuned ? "* " : "  ") << std::setw(5) << service.programNumber << "  "
-            << service.name << "\n";
+            << service.name << wordsFor(session.middleware().signallingOf(service.programNumber))
+            << "\n";
     }
     return out.str().empty() ? "no services yet\n" : out.str();
 }
