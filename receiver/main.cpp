@@ -14,6 +14,7 @@
 #include "receiver/integration/log_bridge.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
+#include "receiver/text/printable.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ std::optional<std::vector<std::string>> readLines(const std::string& path)
 
 int complain(const std::string& problem, ExitCode code)
 {
-    std::cerr << "vesta_receiver: " << problem << "\n";
+    std::cerr << "vesta_receiver: " << printable(problem) << "\n";
     return code;
 }
 
@@ -71,7 +72,7 @@ int play(const Options& options, EventLog& log)
     const int code = session.run();
     input.reset();
     if (code != exitSuccess)
-        std::cerr << "vesta_receiver: " << session.problem() << "\n";
+        complain(session.problem(), ExitCode(code));
     if (options.extract.empty() || code == exitUnreadable)
         return code;
     if (extractFiles(middleware.carousels(), options.extract, log))

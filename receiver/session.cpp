@@ -160,7 +160,7 @@ bool Session::runTypedLine()
     }
     const Outcome outcome = runCommand(*this, line);
     if (!outcome)
-        log_.print(outcome.text + "\n");
+        log_.print({outcome.text});
     return true;
 }
 
@@ -171,7 +171,7 @@ void Session::giveUpWaiting(const std::string& why)
     if (line != 0)
         fail(exitExpectation, placeOf(line) + why);
     else
-        log_.print(why + "\n");
+        log_.print({why});
 }
 
 /// Ends the session.

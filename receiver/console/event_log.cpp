@@ -4,6 +4,8 @@
 #include <ostream>
 #include <sstream>
 
+#include "receiver/text/printable.h"
+
 namespace receiver {
 
 namespace {
@@ -59,25 +61,29 @@ void EventLog::report(Source source, const std::string& event, const std::string
     std::ostringstream line;
     line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
          << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
-         << (colour_ ? colourOff : "") << "  " << text << '\n';
+         << (colour_ ? colourOff : "") << "  " << printable(text) << '\n';
     write(line.str());
     if (!trace_.is_open())
         return;
     Details object = {{"time", seconds}, {"source", look.name}, {"event", event}, {"text", text}};
     if (!details.is_null())
         object["details"] = details;
-    trace_ << object.dump(-1, ' ', false, Details::error_handler_t::replace) << '\n' << std::flush;
+    const std::string json = object.dump(-1, ' ', false, Details::error_handler_t::replace);
+    trace_ << printableJson(json) << '\n' << std::flush;
 }
 
 void EventLog::progress(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    write(text);
+    write(printable(text));
     hasProgress_ = true;
 }
 
-void EventLog::print(const std::string& text)
+void EventLog::print(const std::vector<std::string>& lines)
 {
+    std::string text;
+    for (const std::string& line : lines)
+        text += printable(line) + '\n';
     const std::lock_guard<std::mutex> lock(mutex_);
     write(text);
 }

@@ -1,8 +1,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <string>
-#include <tuple>
 #include <vector>
 
 #include "receiver/service/service_tables.h"
@@ -51,30 +49,6 @@ TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
     EXPECT_EQ(readServiceDescriptions({sdt}).size(), 2u);
     EXPECT_EQ(readStreamDescriptions(pmt).size(), 2u);
     EXPECT_EQ(readClockPid({}), 0x1FFF);
-}
-
-TEST(ServiceTables, DvbTextBecomesUtf8)
-{
-    const std::tuple<const char*, std::string, std::string> cases[] = {
-        {"plain", "Das Erste", "Das Erste"},
-        {"UTF-8",
-         "\x15"
-         "F\xC3\xA9",
-         "F\xC3\xA9"},
-        {"ISO 8859-1", std::string("\x10\0\x01", 3) + "F\xE9", "F\xC3\xA9"},
-        {"another table",
-         "\x05"
-         "F\xE9",
-         "F?"},
-        {"emphasis left out",
-         "\x86"
-         "A\x87",
-         "A"},
-        {"empty", "", ""},
-        {"selector only", "\x10", ""},
-    };
-    for (const auto& [why, text, expected] : cases)
-        EXPECT_EQ(decodeDvbText(text), expected) << why;
 }
 
 }  // namespace
