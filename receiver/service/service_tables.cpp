@@ -1,28 +1,29 @@
 #include "receiver/service/service_tables.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
 #include "foundation/byte_reader.h"
 #include "receiver/text/dvb_text.h"
+#include "signalling/pmt.h"
 
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
+using VestaHbbTV::ElementaryStream;
 
 namespace {
 
 constexpr size_t headerSize = 8;
 constexpr size_t crcSize = 4;
 constexpr uint16_t pidMask = 0x1FFF;
-constexpr uint16_t noPid = 0x1FFF;
+constexpr size_t bytesBeforeStreamInfo = 3;  // stream_type and elementary_PID
 constexpr uint8_t privateSectionsStreamType = 0x05;
 
 enum DescriptorTag : uint8_t {
-    carouselIdentifierTag = 0x13,
     associationTagTag = 0x14,
     serviceTag = 0x48,
-    streamIdentifierTag = 0x52,
     applicationSignallingTag = 0x6F
 };
 
@@ -62,28 +63,25 @@ std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
     return types;
 }
 
-void readStreamDescriptor(StreamDescription& stream, uint8_t tag, ByteReader payload)
+// The library's class says where signalling and carousels are; of the descriptors that it only
+// notes the presence of, a receiver needs the content, too.
+StreamDescription describe(const ElementaryStream& stream, ByteReader descriptors)
 {
-    switch (tag) {
-    case streamIdentifierTag:
-        if (payload.remaining() >= 1)
-            stream.componentTag = payload.u8();
-        break;
-    case associationTagTag:
-        if (payload.remaining() >= 2)
-            stream.associationTags.push_back(payload.u16());
-        break;
-    case carouselIdentifierTag:
-        if (payload.remaining() >= 4)
-            stream.carouselId = payload.u32();
-        break;
-    case applicationSignallingTag:
-        stream.hasApplicationSignalling = true;
-        stream.applicationTypes = readApplicationTypes(payload);
-        break;
-    default:
-        break;
-    }
+    StreamDescription description;
+    description.streamType = stream.getStreamType();
+    description.pid = stream.getElementaryPID();
+    if (const auto* const identifier = stream.getStreamIdentifierDescriptor())
+        description.componentTag = identifier->getComponentTag();
+    if (const auto* const carousel = stream.getCarouselIdentifierDescriptor())
+        description.carouselId = carousel->getCarouselId();
+    description.hasApplicationSignalling = stream.getApplicationSignallingDescriptor() != nullptr;
+    forEachDescriptor(descriptors, [&description](uint8_t tag, ByteReader payload) {
+        if (tag == associationTagTag && payload.remaining() >= 2)
+            description.associationTags.push_back(payload.u16());
+        else if (tag == applicationSignallingTag)
+            description.applicationTypes = readApplicationTypes(payload);
+    });
+    return description;
 }
 
 }  // namespace
@@ -160,32 +158,30 @@ bool StreamDescription::mayCarryApplicationInformation() const
     return streamType == privateSectionsStreamType;
 }
 
-std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection)
+bool ProgramMap::mayCarryApplicationInformation() const
 {
-    std::vector<StreamDescription> streams;
-    ByteReader body = bodyOf(pmtSection);
-    body.skip(2);  // PCR_PID
-    body.skip(body.length12());
-    while (!body.empty()) {
-        StreamDescription stream;
-        stream.streamType = body.u8();
-        stream.pid = body.u16() & pidMask;
-        const ByteReader descriptors = body.take(body.length12());
-        if (!body.ok())
-            break;
-        forEachDescriptor(descriptors, [&stream](uint8_t tag, ByteReader payload) {
-            readStreamDescriptor(stream, tag, payload);
-        });
-        streams.push_back(std::move(stream));
-    }
-    return streams;
+    return std::any_of(streams.begin(), streams.end(), [](const StreamDescription& stream) {
+        return stream.mayCarryApplicationInformation();
+    });
 }
 
-uint16_t readClockPid(const SectionBytes& pmtSection)
+ProgramMap readProgramMap(const SectionBytes& pmtSection)
 {
+    ProgramMap map;
     ByteReader body = bodyOf(pmtSection);
-    const uint16_t pid = body.u16() & pidMask;
-    return body.ok() ? pid : noPid;
+    const uint16_t clockPid = body.u16() & pidMask;
+    if (body.ok())
+        map.clockPid = clockPid;
+    body.skip(body.length12());
+    while (!body.empty()) {
+        ByteReader entry = body;
+        entry.skip(bytesBeforeStreamInfo);
+        const ByteReader descriptors = entry.take(entry.length12());
+        if (!entry.ok())
+            break;
+        map.streams.push_back(describe(ElementaryStream(body), descriptors));
+    }
+    return map;
 }
 
 }  // namespace receiver

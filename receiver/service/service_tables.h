@@ -72,11 +72,18 @@ struct StreamDescription {
     bool mayCarryApplicationInformation() const;
 };
 
-/// @return the streams in the order of the section; one that does not fit ends the list
-std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection);
+/// What a receiver needs of a program map table.
+struct ProgramMap {
+    uint16_t clockPid = 0x1FFF;              ///< carries the program's clock (PCR); 0x1FFF: none
+    std::vector<StreamDescription> streams;  ///< in the order of the section
 
-/// @return the PID that carries the program's clock; 0x1FFF for none or a section too short
-uint16_t readClockPid(const SectionBytes& pmtSection);
+    /// Whether some stream may carry AITs.
+    bool mayCarryApplicationInformation() const;
+};
+
+/// Reads a PMT in one pass, its streams with the library's class.
+/// @return a stream that does not fit ends the list; all empty for a section too short
+ProgramMap readProgramMap(const SectionBytes& pmtSection);
 
 }  // namespace receiver
 

@@ -19,7 +19,8 @@ TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
                  {0x0B, 0x300,
                   makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 0x2A, 0}) +
                       makeDescriptor(0x14, {0x01, 0x2A, 0, 0, 0})}});
-    const std::vector<StreamDescription> streams = readStreamDescriptions(pmt);
+    const ProgramMap map = readProgramMap(pmt);
+    const std::vector<StreamDescription>& streams = map.streams;
     ASSERT_EQ(streams.size(), 4u);
     EXPECT_FALSE(streams[0].mayCarryApplicationInformation());
     EXPECT_TRUE(streams[1].mayCarryApplicationInformation());
@@ -31,7 +32,7 @@ TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
     EXPECT_EQ(streams[3].componentTag, 0x2A);
     EXPECT_EQ(streams[3].carouselId, 0x2Au);
     EXPECT_EQ(streams[3].associationTags, std::vector<uint16_t>{0x012A});
-    EXPECT_EQ(readClockPid(pmt), 0x100);
+    EXPECT_EQ(map.clockPid, 0x100);
 }
 
 TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
@@ -40,15 +41,15 @@ TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
     const Bytes sdt = makeSdt(1, 2, {{3, "three"}, {4, "four"}});
     for (size_t size = 0; size < pmt.size(); ++size)
         EXPECT_LE(
-            readStreamDescriptions(Bytes(pmt.begin(), pmt.begin() + std::ptrdiff_t(size))).size(),
+            readProgramMap(Bytes(pmt.begin(), pmt.begin() + std::ptrdiff_t(size))).streams.size(),
             size < pmt.size() - 4 ? 1u : 2u);
     for (size_t size = 0; size < sdt.size(); ++size)
         EXPECT_LE(readServiceDescriptions({Bytes(sdt.begin(), sdt.begin() + std::ptrdiff_t(size))})
                       .size(),
                   1u);
     EXPECT_EQ(readServiceDescriptions({sdt}).size(), 2u);
-    EXPECT_EQ(readStreamDescriptions(pmt).size(), 2u);
-    EXPECT_EQ(readClockPid({}), 0x1FFF);
+    EXPECT_EQ(readProgramMap(pmt).streams.size(), 2u);
+    EXPECT_EQ(readProgramMap({}).clockPid, 0x1FFF);
 }
 
 }  // namespace
