@@ -1,5 +1,7 @@
 #include "receiver/console/event_log.h"
 
+#include <cerrno>
+#include <cstring>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
@@ -48,6 +50,7 @@ EventLog::EventLog(std::ostream& out, bool colour) : out_(out), colour_(colour)
 bool EventLog::openTrace(const std::string& path)
 {
     trace_.open(path);
+    tracePath_ = path;
     return trace_.is_open();
 }
 
@@ -70,6 +73,7 @@ void EventLog::report(Source source, const std::string& event, const std::string
         object["details"] = details;
     const std::string json = object.dump(-1, ' ', false, Details::error_handler_t::replace);
     trace_ << printableJson(json) << '\n' << std::flush;
+    check(trace_, tracePath_);
 }
 
 void EventLog::progress(const std::string& text)
@@ -100,9 +104,23 @@ void EventLog::write(const std::string& text)
     if (typedLine_)
         typedLine_->hide();
     out_ << (hasProgress_ ? clearLine : "") << text << std::flush;
+    check(out_, "standard output");
     hasProgress_ = false;
     if (typedLine_)
         typedLine_->show();
+}
+
+/// To be called right after a write, while errno tells of it.
+void EventLog::check(const std::ostream& stream, const std::string& name)
+{
+    if (!stream && problem_.empty())
+        problem_ = name + ": " + std::strerror(errno);
+}
+
+std::string EventLog::problem() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return problem_;
 }
 
 std::string withSeparators(size_t number)

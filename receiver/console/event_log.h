@@ -57,18 +57,24 @@ public:
     /// Lines without time and source: answers to commands.
     void print(const std::vector<std::string>& lines);
 
+    /// Which output cannot be written any more, and why, for people; empty while all can.
+    std::string problem() const;
+
     /// Hides a line while others are written. @param line borrowed; null for none
     void setTypedLine(TypedLine* line);
 
 private:
     void write(const std::string& text);
+    void check(const std::ostream& stream, const std::string& name);
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::ostream& out_;
     const bool colour_;
     bool hasProgress_ = false;
     TypedLine* typedLine_ = nullptr;
     std::ofstream trace_;
+    std::string tracePath_;
+    std::string problem_;
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

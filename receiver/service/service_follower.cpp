@@ -52,6 +52,11 @@ std::vector<Outgoing> ServiceFollower::takeEvents()
     return std::exchange(outgoing_, {});
 }
 
+bool ServiceFollower::takeNews()
+{
+    return std::exchange(hasNews_, false);
+}
+
 void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers();
@@ -113,6 +118,7 @@ void ServiceFollower::leave()
 
 void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 {
+    hasNews_ = true;
     for (const Service& service : services) {
         // The SDT may come after the PMT that was tuned to.
         if (tuned_ && tuned_->programNumber == service.programNumber)
@@ -131,6 +137,7 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
+    hasNews_ = true;
     const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
     if (tuned_ && !isTuned)
         return;
@@ -193,6 +200,7 @@ void ServiceFollower::updateSubscriptions()
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
+    hasNews_ = true;
     if (filter_.isOnPid(pid))
         takeTableSection(pid, section);
     else

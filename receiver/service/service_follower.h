@@ -61,6 +61,10 @@ public:
     /// @return what is to be sent since the last call, in order; the events are the caller's
     std::vector<Outgoing> takeEvents();
 
+    /// @return whether a table or a section came since the last call: what is known may have
+    /// changed
+    bool takeNews();
+
     const std::vector<Service>& services() const { return stream_.services(); }
     const std::optional<Service>& tuned() const { return tuned_; }
     /// Whether there is no sign of the service that was asked for.
@@ -91,6 +95,7 @@ private:
     uint16_t clockPid_ = 0x1FFF;
     TableFilter filter_;
     std::vector<Outgoing> outgoing_;
+    bool hasNews_ = false;
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;
     std::set<uint16_t> subscribed_;

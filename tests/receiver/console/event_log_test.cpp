@@ -109,6 +109,26 @@ TEST(EventLog, ATraceThatCannotBeWrittenIsSaid)
     EXPECT_FALSE(log.openTrace("/nowhere/at/all"));
 }
 
+TEST(EventLog, OutputThatCannotBeWrittenIsKnown)
+{
+    std::ostringstream good;
+    EventLog well(good, false);
+    well.report(Source::Air, "event", "text");
+    EXPECT_EQ(well.problem(), "");
+
+    EventLog log(good, false);
+    ASSERT_TRUE(log.openTrace("/dev/full"));
+    log.report(Source::Air, "event", "text");
+    EXPECT_EQ(log.problem(), "/dev/full: No space left on device");
+    log.report(Source::Air, "event", "the first reason stays");
+    EXPECT_EQ(log.problem(), "/dev/full: No space left on device");
+
+    std::ofstream full("/dev/full");
+    EventLog screen(full, false);
+    screen.print({"text"});
+    EXPECT_EQ(screen.problem(), "standard output: No space left on device");
+}
+
 TEST(EventLog, ALineTakesThePlaceOfAProgressLine)
 {
     std::ostringstream out;
