@@ -78,6 +78,21 @@ void addCarousels(Session& session, Page& page)
     }
 }
 
+const char* wordsFor(std::optional<ApplicationSignalling> signalling)
+{
+    if (!signalling)
+        return "  (no PMT yet)";
+    switch (*signalling) {
+    case ApplicationSignalling::HbbTV:
+        return "  signals HbbTV";
+    case ApplicationSignalling::Unsaid:
+        return "  may signal HbbTV";
+    case ApplicationSignalling::None:
+        break;
+    }
+    return "";
+}
+
 }  // namespace
 
 std::vector<std::string> servicesPage(Session& session)
@@ -85,7 +100,8 @@ std::vector<std::string> servicesPage(Session& session)
     Page page;
     for (const Service& service : session.middleware().services()) {
         const bool isTuned = session.middleware().tunedService() == service.programNumber;
-        page.add(isTuned ? "* " : "  ", std::setw(5), service.programNumber, "  ", service.name);
+        page.add(isTuned ? "* " : "  ", std::setw(5), service.programNumber, "  ", service.name,
+                 wordsFor(session.middleware().signallingOf(service.programNumber)));
     }
     std::vector<std::string> lines = page.take();
     if (lines.empty())

@@ -70,6 +70,12 @@ std::optional<uint16_t> Middleware::tunedService() const
     return tuned ? std::optional<uint16_t>(tuned->programNumber) : std::nullopt;
 }
 
+std::optional<ApplicationSignalling> Middleware::signallingOf(uint16_t serviceId) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return follower_.signallingOf(serviceId);
+}
+
 std::string Middleware::error() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);

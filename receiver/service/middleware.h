@@ -22,7 +22,7 @@ namespace receiver {
 
 struct MiddlewareOptions {
     std::string input;                ///< a file, or "-" for standard input
-    std::optional<uint16_t> service;  ///< to tune to first; else the first with applications
+    std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     double speed = 0;      ///< times real time, by PCR; 0: as fast as the receiver takes it
     bool loop = false;     ///< play the file again and again
     bool verbose = false;  ///< also tell what is left out, and why
@@ -59,6 +59,8 @@ public:
     /// @{
     std::vector<Service> services() const;
     std::optional<uint16_t> tunedService() const;
+    /// What the service's PMT says of applications; nothing without a PMT.
+    std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
     bool hasEnded() const { return ended_; }
     /// Why the input could not be read (to its end); empty when it could.
     std::string error() const;

@@ -1,6 +1,8 @@
 #include "receiver/service/service_follower.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace receiver {
@@ -9,8 +11,13 @@ namespace {
 
 using namespace VestaHbbTV;
 
-// How long an AIT waits for the SDT, which names the network that carousel URLs begin with.
-const unsigned mostHeldBackTables = 8;
+// How often an AIT comes round while it waits for the SDT, which names the network that carousel
+// URLs begin with.
+const unsigned mostHeldBackRounds = 8;
+
+// More services than a multiplex has, and more bytes than their tables.
+const size_t mostCandidates = 256;
+const size_t mostHeldBytes = size_t(4) << 20;
 
 std::string nameOf(const Service& service)
 {
@@ -42,6 +49,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
 {
     if (!stream_.feed(bytes, count))
         return false;
+    if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
+        chooseService();
     reportFileAnswers();
     updateSubscriptions();
     return true;
@@ -60,9 +69,8 @@ bool ServiceFollower::takeNews()
 void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers();
-    // The network that they waited for will not be told.
-    for (const auto& [number, section] : std::exchange(heldBack_, {}))
-        sendTableSection(section);
+    chooseAtEnd();
+    sendHeldBack();  // the network that they waited for will not be told
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
 }
@@ -80,7 +88,7 @@ std::string ServiceFollower::lackAtEnd() const
     if (stream_.services().empty())
         return "no services: the stream lists none";
     if (!tuned_ && !wanted_)
-        return "no service of the stream signals applications (no AIT)";
+        return "no service of the stream signals HbbTV applications (no AIT)";
     if (!tuned_) {
         std::string list;
         for (const Service& service : stream_.services())
@@ -112,40 +120,184 @@ void ServiceFollower::leave()
     hasSentTable_ = hasTable_ = false;
     told_.clear();
     heldBack_.clear();
-    heldBackCount_ = 0;
+    heldBackRounds_ = 0;
+    candidates_.clear();
     remarks_.clear();
 }
 
 void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 {
     hasNews_ = true;
+    std::map<uint16_t, ApplicationSignalling> signalling;
     for (const Service& service : services) {
+        const auto known = signalling_.find(service.programNumber);
+        if (known != signalling_.end())
+            signalling.insert(*known);
         // The SDT may come after the PMT that was tuned to.
         if (tuned_ && tuned_->programNumber == service.programNumber)
             tuned_ = service;
-        const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
-        if (!isNew && told->second == service.name)
-            continue;
-        told->second = service.name;
-        log_.report(Source::Air, "service",
-                    isNew ? nameOf(service) + " found"
-                          : "service " + std::to_string(service.programNumber) + " is \"" +
-                                service.name + "\"",
-                    {{"service", service.programNumber}, {"name", service.name}});
+        reportService(service);
     }
+    signalling_ = std::move(signalling);
+    for (auto candidate = candidates_.begin(); candidate != candidates_.end();)
+        candidate = signalling_.count(candidate->first) == 0 ? candidates_.erase(candidate)
+                                                             : std::next(candidate);
+    if (tuned_ && tuned_->originalNetworkId)
+        sendHeldBack();
+}
+
+void ServiceFollower::reportService(const Service& service)
+{
+    const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
+    if (!isNew && told->second == service.name)
+        return;
+    told->second = service.name;
+    log_.report(Source::Air, "service",
+                isNew ? nameOf(service) + " found"
+                      : "service " + std::to_string(service.programNumber) + " is \"" +
+                            service.name + "\"",
+                {{"service", service.programNumber}, {"name", service.name}});
+}
+
+std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serviceId) const
+{
+    const auto known = signalling_.find(serviceId);
+    return known == signalling_.end() ? std::nullopt : std::optional(known->second);
 }
 
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
     hasNews_ = true;
+    ProgramMap map = readProgramMap(section);
+    signalling_[service.programNumber] = map.signalling();
     const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
-    if (tuned_ && !isTuned)
-        return;
-    const ProgramMap map = readProgramMap(section);
-    const bool isWanted =
-        wanted_ ? *wanted_ == service.programNumber : map.mayCarryApplicationInformation();
+    const bool isWanted = !tuned_ && wanted_ == service.programNumber;
     if (isTuned || isWanted)
         join(service, map);
+    else if (isChoosing())
+        addCandidate(service.programNumber, std::move(map));
+    if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
+        chooseService();
+}
+
+bool ServiceFollower::isChoosing() const
+{
+    return !wanted_ && !hasTableCome();
+}
+
+void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
+{
+    const auto known = candidates_.find(programNumber);
+    if (map.signalling() == ApplicationSignalling::None) {
+        if (known != candidates_.end())
+            candidates_.erase(known);
+        return;
+    }
+    if (known == candidates_.end() && candidates_.size() >= mostCandidates)
+        return;
+    Candidate& candidate = candidates_[programNumber];
+    candidate.filter.setStreams(map.streams);
+    candidate.map = std::move(map);
+    for (const uint16_t pid : candidate.filter.pids()) {
+        stream_.subscribe(pid);
+        subscribed_.insert(pid);
+    }
+}
+
+/// @param withTable only among those of which a table came
+/// @return null when there is none
+const Service* ServiceFollower::bestCandidate(bool withTable) const
+{
+    const Service* best = nullptr;
+    ApplicationSignalling most = ApplicationSignalling::None;
+    for (const Service& service : stream_.services()) {
+        const auto found = candidates_.find(service.programNumber);
+        if (found == candidates_.end() || (withTable && found->second.table.empty()))
+            continue;
+        const ApplicationSignalling signalling = found->second.map.signalling();
+        if (signalling > most) {
+            best = &service;
+            most = signalling;
+        }
+    }
+    return best;
+}
+
+void ServiceFollower::chooseService()
+{
+    tuneTo(bestCandidate(false));
+}
+
+/// @param service a candidate; null changes nothing
+void ServiceFollower::tuneTo(const Service* service)
+{
+    if (!service)
+        return;
+    Candidate candidate = std::move(candidates_.at(service->programNumber));
+    candidates_.erase(service->programNumber);
+    filter_ = std::move(candidate.filter);
+    join(*service, candidate.map);
+    for (const SectionBytes& section : candidate.table.take())
+        passOn(section);
+}
+
+/// A table that comes round on another service while there is none on this one decides.
+void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& section)
+{
+    bool hasComeRound = false;
+    for (auto& [programNumber, candidate] : candidates_) {
+        if (!candidate.filter.isOnPid(pid))
+            continue;
+        for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
+            hasComeRound = candidate.table.add(part) || hasComeRound;
+    }
+    if (hasComeRound && tuned_)
+        goOnToNextService();
+    else
+        limitWhatIsHeld();
+}
+
+void ServiceFollower::limitWhatIsHeld()
+{
+    size_t held = 0;
+    for (const auto& entry : candidates_)
+        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
+    if (held <= mostHeldBytes)
+        return;
+    for (auto& entry : candidates_) {
+        entry.second.table.clear();
+        entry.second.filter.forgetHeld();
+    }
+}
+
+void ServiceFollower::goOnToNextService()
+{
+    const Service* const next = bestCandidate(true);
+    if (!next)
+        return;
+    log_.report(Source::Receiver, "moved-on",
+                "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
+                {{"service", tuned_->programNumber}});
+    auto others = std::exchange(candidates_, {});
+    leave();
+    candidates_ = std::move(others);
+    tuneTo(next);
+}
+
+/// What came once will not come round any more.
+void ServiceFollower::chooseAtEnd()
+{
+    if (!tuned_ && isChoosing())
+        chooseService();
+    for (const SectionBytes& section : filter_.giveUpWaiting())
+        passOn(section);
+    if (!tuned_ || !isChoosing())
+        return;
+    for (auto& entry : candidates_) {
+        for (const SectionBytes& section : entry.second.filter.giveUpWaiting())
+            entry.second.table.add(section);
+    }
+    goOnToNextService();
 }
 
 /// Follows the service's PMT: the first, or one that differs.
@@ -160,9 +312,8 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
         log_.report(Source::Air, "streams",
                     nameOf(service) + " has other streams now: " + streamCount(map), details);
     tuned_ = service;
-    wanted_ = service.programNumber;
     clockPid_ = map.clockPid;
-    const bool hadTable = filter_.mayHaveTable() || hasTable_;
+    const bool hadTable = !isNew && (filter_.mayHaveTable() || hasTable_);
     filter_.setStreams(map.streams);
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
@@ -189,6 +340,10 @@ void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
+    for (const auto& entry : candidates_) {
+        const std::vector<uint16_t>& pids = entry.second.filter.pids();
+        needed.insert(pids.begin(), pids.end());
+    }
     for (const uint16_t pid : subscribed_) {
         if (needed.count(pid) == 0)
             stream_.unsubscribe(pid);
@@ -201,33 +356,46 @@ void ServiceFollower::updateSubscriptions()
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
     hasNews_ = true;
-    if (filter_.isOnPid(pid))
+    const bool isOnPid = filter_.isOnPid(pid);
+    if (isOnPid)
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
+    if (isChoosing())
+        listenForCandidates(pid, section);
 }
 
 void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
 {
-    std::string reason = filter_.reasonAgainst(pid, section);
-    if (!reason.empty()) {
-        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + reason);
-        return;
-    }
-    if (!tuned_->originalNetworkId && heldBackCount_ < mostHeldBackTables) {
-        ++heldBackCount_;
-        heldBack_[readSectionHeader(section).sectionNumber] = section;
-        remark("left-out", "held back: an AIT before the network is known");
-        return;
-    }
-    heldBack_.clear();
-    sendTableSection(section);
+    const TableFilter::Verdict verdict = filter_.judge(pid, section);
+    if (!verdict.reason.empty())
+        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + verdict.reason);
+    for (const SectionBytes& part : verdict.toSend)
+        passOn(part);
+}
+
+/// Sends a section, unless it has to wait for the network's id.
+void ServiceFollower::passOn(const SectionBytes& section)
+{
+    if (tuned_->originalNetworkId || heldBackRounds_ >= mostHeldBackRounds)
+        return sendTableSection(section);
+    remark("left-out", "held back: an AIT before the network is known");
+    if (heldBack_.add(section) && ++heldBackRounds_ >= mostHeldBackRounds)
+        sendHeldBack();
+}
+
+void ServiceFollower::sendHeldBack()
+{
+    for (const SectionBytes& section : heldBack_.take())
+        sendTableSection(section);
 }
 
 void ServiceFollower::sendTableSection(const SectionBytes& section)
 {
     reportTableSection(section);
     hasSentTable_ = hasTable_ = true;
+    signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
+    candidates_.clear();
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));

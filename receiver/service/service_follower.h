@@ -14,6 +14,7 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
+#include "receiver/stream/held_table.h"
 #include "receiver/stream/stream_clock.h"
 #include "receiver/stream/table_filter.h"
 #include "receiver/stream/transport_stream.h"
@@ -21,11 +22,15 @@
 namespace receiver {
 
 struct FollowerOptions {
-    std::optional<uint16_t> service;  ///< to tune to first; else the first with applications
+    std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     bool verbose = false;             ///< also tell what is left out, and why
     CarouselLimits limits;
 };
 
+/// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT
+/// says so before one whose PMT does not say, in the order of the PAT, and on to the next while no
+/// table comes. It knows which is first when every PMT has come, or one of them twice.
+///
 /// What it has to say piles up until takeEvents(). One thread at a time, carousels() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
@@ -67,22 +72,49 @@ public:
 
     const std::vector<Service>& services() const { return stream_.services(); }
     const std::optional<Service>& tuned() const { return tuned_; }
+    /// What the service's PMT says of applications; nothing without a PMT.
+    std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_ && !tuned_; }
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
 
 private:
+    /// A service that may be tuned to, and what came of its table meanwhile.
+    struct Candidate {
+        ProgramMap map;
+        TableFilter filter;
+        HeldTable table;
+    };
+
     void servicesChanged(const std::vector<Service>& services) override;
     void pmtReceived(const Service& service, const SectionBytes& section) override;
     void sectionReceived(uint16_t pid, const SectionBytes& section) override;
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
 
+    void reportService(const Service& service);
     void join(const Service& service, const ProgramMap& map);
     void leave();
     void sayThatThereIsNoTable(bool wasThere);
     void updateSubscriptions();
+
+    /// @name Choice of a service; none of it once one was asked for or a table was sent
+    /// @{
+    bool isChoosing() const;
+    void addCandidate(uint16_t programNumber, ProgramMap map);
+    const Service* bestCandidate(bool withTable) const;
+    void tuneTo(const Service* service);
+    void chooseService();
+    void listenForCandidates(uint16_t pid, const SectionBytes& section);
+    void limitWhatIsHeld();
+    void goOnToNextService();
+    void chooseAtEnd();
+    /// @}
+
+    bool hasTableCome() const { return hasSentTable_ || !heldBack_.empty(); }
     void takeTableSection(uint16_t pid, const SectionBytes& section);
+    void passOn(const SectionBytes& section);
+    void sendHeldBack();
     void sendTableSection(const SectionBytes& section);
     void reportTableSection(const SectionBytes& section);
     void reportFileAnswers();
@@ -97,13 +129,15 @@ private:
     std::vector<Outgoing> outgoing_;
     bool hasNews_ = false;
     std::optional<Service> tuned_;
-    std::optional<uint16_t> wanted_;
+    std::optional<uint16_t> wanted_;                        // asked for
+    std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
+    std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
     std::set<uint16_t> subscribed_;
     bool hasSentTable_ = false;             ///< of this service
     bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says
     std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
-    std::map<uint8_t, SectionBytes> heldBack_;  // until the network is known
-    unsigned heldBackCount_ = 0;
+    HeldTable heldBack_;                    // until the network is known
+    unsigned heldBackRounds_ = 0;
     std::set<std::string> remarks_;                 // each is made once a service
     std::map<uint16_t, std::string> toldServices_;  // names
     ServiceCarousels carousels_;

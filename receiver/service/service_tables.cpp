@@ -158,11 +158,24 @@ bool StreamDescription::mayCarryApplicationInformation() const
     return streamType == privateSectionsStreamType;
 }
 
-bool ProgramMap::mayCarryApplicationInformation() const
+ApplicationSignalling StreamDescription::signalling() const
 {
-    return std::any_of(streams.begin(), streams.end(), [](const StreamDescription& stream) {
-        return stream.mayCarryApplicationInformation();
-    });
+    if (!mayCarryApplicationInformation())
+        return ApplicationSignalling::None;
+    if (applicationTypes.empty())
+        return ApplicationSignalling::Unsaid;
+    const bool isSaid =
+        std::any_of(applicationTypes.begin(), applicationTypes.end(),
+                    [](const auto& type) { return type.applicationType == hbbtvApplicationType; });
+    return isSaid ? ApplicationSignalling::HbbTV : ApplicationSignalling::None;
+}
+
+ApplicationSignalling ProgramMap::signalling() const
+{
+    ApplicationSignalling best = ApplicationSignalling::None;
+    for (const StreamDescription& stream : streams)
+        best = std::max(best, stream.signalling());
+    return best;
 }
 
 ProgramMap readProgramMap(const SectionBytes& pmtSection)

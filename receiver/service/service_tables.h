@@ -50,10 +50,19 @@ struct ServiceDescription {
 /// @return the services in order; a loop that leaves the section ends the section's list
 std::vector<ServiceDescription> readServiceDescriptions(const std::vector<SectionBytes>& sdt);
 
+constexpr uint16_t hbbtvApplicationType = 0x0010;  // ETSI TS 102 796, 7.2.3.1
+
 /// One application type of an application signalling descriptor (ETSI TS 102 809, 5.3.5.1).
 struct SignalledApplicationType {
     uint16_t applicationType = 0;
     uint8_t aitVersion = 0;  ///< broadcasters do not keep it equal to the AIT's own version
+};
+
+/// What a PMT says of HbbTV applications.
+enum class ApplicationSignalling {
+    None,    ///< no stream with AITs, or other application types alone
+    Unsaid,  ///< a stream that may carry AITs, without a descriptor that tells their types
+    HbbTV    ///< an application signalling descriptor with the type of HbbTV
 };
 
 /// An elementary stream as a program map table lists it, with what locates signalling and
@@ -70,6 +79,9 @@ struct StreamDescription {
     /// Whether AITs are to be expected on the PID: stream type 5 (private sections), with or
     /// without a descriptor that tells their application types.
     bool mayCarryApplicationInformation() const;
+
+    /// Of the AITs on this PID.
+    ApplicationSignalling signalling() const;
 };
 
 /// What a receiver needs of a program map table.
@@ -77,8 +89,7 @@ struct ProgramMap {
     uint16_t clockPid = 0x1FFF;              ///< carries the program's clock (PCR); 0x1FFF: none
     std::vector<StreamDescription> streams;  ///< in the order of the section
 
-    /// Whether some stream may carry AITs.
-    bool mayCarryApplicationInformation() const;
+    ApplicationSignalling signalling() const;
 };
 
 /// Reads a PMT in one pass, its streams with the library's class.

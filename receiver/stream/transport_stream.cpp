@@ -270,16 +270,22 @@ void TransportStream::updateServices()
 void TransportStream::followProgramMaps()
 {
     const std::set<uint16_t> before = std::exchange(pmtPids_, {});
+    const size_t programsBefore = serviceIndex_.size();
     std::map<uint16_t, SectionBytes> kept;
-    for (const Service& service : services_) {
+    serviceIndex_.clear();
+    for (size_t index = 0; index < services_.size(); ++index) {
+        const Service& service = services_[index];
         if (service.pmtPid >= nullPid)
             continue;
+        serviceIndex_.emplace(std::pair(service.programNumber, service.pmtPid), index);
         pmtPids_.insert(service.pmtPid);
         need(service.pmtPid);
         const auto known = pmts_.find(service.programNumber);
         if (known != pmts_.end())
             kept.insert(*known);
     }
+    if (kept.size() != pmts_.size() || serviceIndex_.size() != programsBefore)
+        isProgramMapRepeated_ = false;
     pmts_ = std::move(kept);
     for (const uint16_t pid : before)
         releaseIfUnused(pid);
@@ -288,18 +294,29 @@ void TransportStream::followProgramMaps()
 void TransportStream::handleProgramMap(uint16_t pid, const SectionBytes& section)
 {
     const uint16_t programNumber = readSectionHeader(section).tableIdExtension;
-    const auto found =
-        std::find_if(services_.begin(), services_.end(), [=](const Service& service) {
-            return service.programNumber == programNumber && service.pmtPid == pid;
-        });
-    if (found == services_.end())
+    const auto found = serviceIndex_.find({programNumber, pid});
+    if (found == serviceIndex_.end())
         return;
     SectionBytes& known = pmts_[programNumber];
-    if (known == section)
+    if (known == section) {
+        isProgramMapRepeated_ = true;
         return;
+    }
     known = section;
-    const Service service = *found;  // the listener may not feed, but let it keep what it is told
+    // The listener may not feed, but let it keep what it is told.
+    const Service service = services_[found->second];
     listener_.pmtReceived(service, section);
+}
+
+void TransportStream::forgetProgramMaps()
+{
+    pmts_.clear();
+    isProgramMapRepeated_ = false;
+}
+
+bool TransportStream::haveProgramMapsComeRound() const
+{
+    return !services_.empty() && (isProgramMapRepeated_ || pmts_.size() >= serviceIndex_.size());
 }
 
 void TransportStream::need(uint16_t pid)

@@ -188,11 +188,13 @@ odd_streams() {
     expect 0 "index.html: 336 bytes" --script "$work/loaded" "$work/middle.ts"
     expect 0 "no clock in the stream" --speed 100 "$station"
     expect 0 "signals no applications (no AIT)" --service 1 "$streams/no-table.ts"
-    expect 0 "no service of the stream signals applications" "$streams/no-table.ts"
+    expect 0 "no service of the stream signals HbbTV applications" "$streams/no-table.ts"
     script zapped "wait running a.1" "zap Plain" "wait stopped" "status"
     expect 0 "service 2 \"Plain\" signals no applications" --script "$work/zapped" --service 1 \
         --site "http://one.example=$here/site/one" "$streams/services-without-table.ts"
     [[ $(grep -c "^  none$" "$work/out") -eq 3 ]] || fail "status shows more than nothing"
+    script listed "wait running" "services"
+    expect 0 "* 28112  Made one  signals HbbTV" --script "$work/listed" "$station"
     expect 0 "log       debug [      Window]" --log debug "$station"
 }
 
@@ -221,7 +223,9 @@ extraction() {
 # stream, what it says
 recordings() {
     [[ -d $shared/ts ]] || return 0
-    expect 0 'no AIT for HbbTV came in service 1 "Italia 1"' "$shared/ts/real-1-three-aits.ts"
+    expect 0 "no service of the stream signals HbbTV applications" "$shared/ts/real-1-three-aits.ts"
+    expect 0 'no AIT for HbbTV came in service 1 "Italia 1"' --service 1 \
+        "$shared/ts/real-1-three-aits.ts"
     expect 0 "AIT version 0, 250 bytes" "$shared/ts/real-2-two-types.ts"
     expect 0 "an AIT of application type 1" --log debug "$shared/ts/real-2-two-types.ts"
     expect 0 "AIT version 4, 224 bytes" "$shared/ts/real-3-launcher.ts"
