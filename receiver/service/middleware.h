@@ -78,7 +78,7 @@ private:
     void run();
     Progress step();
     bool playChunk();
-    void send(Progress progress);
+    bool send(Progress progress);
     void pace();
     bool endOfStream();
     void finishStream();

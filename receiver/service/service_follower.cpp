@@ -65,6 +65,11 @@ std::vector<Outgoing> ServiceFollower::takeEvents()
     return std::exchange(outgoing_, {});
 }
 
+bool ServiceFollower::takeNews()
+{
+    return std::exchange(hasNews_, false);
+}
+
 void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
@@ -126,6 +131,7 @@ void ServiceFollower::leave()
 
 void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 {
+    hasNews_ = true;
     std::map<uint16_t, ApplicationSignalling> signalling;
     for (const Service& service : services) {
         const auto known = signalling_.find(service.programNumber);
@@ -165,6 +171,7 @@ std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serv
 
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
+    hasNews_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
     const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
@@ -352,6 +359,7 @@ void ServiceFollower::updateSubscriptions()
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
+    hasNews_ = true;
     const bool isOnPid = filter_.isOnPid(pid);
     if (isOnPid)
         takeTableSection(pid, section);

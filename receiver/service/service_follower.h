@@ -66,6 +66,10 @@ public:
     /// @return what is to be sent since the last call, in order; the events are the caller's
     std::vector<Outgoing> takeEvents();
 
+    /// @return whether a table or a section came since the last call: what is known may have
+    /// changed
+    bool takeNews();
+
     const std::vector<Service>& services() const { return stream_.services(); }
     const std::optional<Service>& tuned() const { return tuned_; }
     /// What the service's PMT says of applications; nothing without a PMT.
@@ -123,6 +127,7 @@ private:
     uint16_t clockPid_ = 0x1FFF;
     TableFilter filter_;
     std::vector<Outgoing> outgoing_;
+    bool hasNews_ = false;
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT

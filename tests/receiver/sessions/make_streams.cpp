@@ -57,6 +57,13 @@ Bytes application(unsigned id, unsigned controlCode, const std::string& base)
     return application(id, controlCode, {1}, http(1, base));
 }
 
+/// An entry with a name, in whatever character table.
+Bytes namedApplication(unsigned id, unsigned controlCode, const std::string& name)
+{
+    const Bytes names = makeDescriptor(0x01, ByteWriter().add(std::string("eng")).with8(name));
+    return application(id, controlCode, {1}, http(1, "http://one.example/") + names);
+}
+
 Bytes table(unsigned version, const Bytes& applications, unsigned type = 0x0010,
             unsigned number = 0, unsigned last = 0)
 {
@@ -203,6 +210,22 @@ Bytes noNetwork()
     return stream.bytes();
 }
 
+/// Names in several character tables, and names that would do something to a terminal.
+Bytes names()
+{
+    Stream stream;
+    stream.services({"T\xC8\x65l\xC8\x65 \xA4", "\x86"
+                                                "Clear\x87\x1B[2J"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(pmtPid, makePmt(2, 0, {{0x1B, 0x300, {}}}));
+    stream.add(0x200, table(0, namedApplication(1, autostart, "\x05\xDDzmir") +
+                                   namedApplication(2, present, "Caf\xC2\x65") +
+                                   namedApplication(3, present,
+                                                    "\x15"
+                                                    "A\x1B]0;B\x07\xC2\x9B\xFF")));
+    return stream.pause().bytes();
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -232,6 +255,7 @@ int main(int argc, char** argv)
         {"no-network", noNetwork()},
         {"services-without-table", servicesWithoutTable()},
         {"contradicted-table", contradictedTable()},
+        {"names", names()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;
