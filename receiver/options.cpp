@@ -193,7 +193,7 @@ std::string usage()
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"
            "      --extract FOLDER       write the carousels' files to a folder at the end\n"
-           "      --carousel-limit MIB   memory of each carousel (else 64)\n"
+           "      --carousel-limit MIB   memory of all carousels together (else 64)\n"
            "      --version              the program's version\n"
            "  -h, --help                 this text\n"
            "\n"

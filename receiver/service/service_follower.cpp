@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -14,6 +15,9 @@ using namespace VestaHbbTV;
 // How often an AIT comes round while it waits for the SDT, which names the network that carousel
 // URLs begin with.
 const unsigned mostHeldBackRounds = 8;
+
+// Pending files that are looked for at a time: pages may name thousands.
+const size_t filesPerFeed = 64;
 
 // More services than a multiplex has, and more bytes than their tables.
 const size_t mostCandidates = 256;
@@ -51,7 +55,7 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
         return false;
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
-    reportFileAnswers();
+    reportFileAnswers(filesPerFeed);
     updateSubscriptions();
     return true;
 }
@@ -68,7 +72,7 @@ bool ServiceFollower::takeNews()
 
 void ServiceFollower::giveUpWaiting()
 {
-    reportFileAnswers();
+    reportFileAnswers(SIZE_MAX);
     chooseAtEnd();
     sendHeldBack();  // the network that they waited for will not be told
     for (void* const id : carousels_.giveUp())
@@ -430,9 +434,10 @@ void ServiceFollower::remark(const char* event, const std::string& text)
         log_.report(Source::Receiver, event, text);
 }
 
-void ServiceFollower::reportFileAnswers()
+/// @param most how many files are looked for
+void ServiceFollower::reportFileAnswers(size_t most)
 {
-    for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers())
+    for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers(most))
         outgoing_.push_back(fileAnswer(answer.id, answer.ready));
 }
 

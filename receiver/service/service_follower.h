@@ -117,7 +117,7 @@ private:
     void sendHeldBack();
     void sendTableSection(const SectionBytes& section);
     void reportTableSection(const SectionBytes& section);
-    void reportFileAnswers();
+    void reportFileAnswers(size_t most);
     std::string lackAtEnd() const;
 
     const bool isVerbose_;

@@ -92,9 +92,12 @@ bool TableCollector::add(const SectionBytes& section)
     const bool sameTable = header.tableIdExtension == header_.tableIdExtension &&
                            header.version == header_.version &&
                            header.lastSectionNumber == header_.lastSectionNumber;
-    if (!sameTable)
-        pending_.clear();
     header_ = header;
+    const auto known = pending_.find(header.sectionNumber);
+    if (sameTable && known != pending_.end() && known->second == section)
+        return false;  // a repetition, as most are: the table is not put together again
+    if (!sameTable || known != pending_.end())
+        pending_.clear();
     if (header.sectionNumber > header.lastSectionNumber)
         return false;
     pending_[header.sectionNumber] = section;

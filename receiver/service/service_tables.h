@@ -16,7 +16,8 @@ namespace receiver {
 class TableCollector {
 public:
     /// @param section with current_next_indicator 1; a section of another version or
-    ///        table_id_extension than the ones before begins a new collection
+    ///        table_id_extension than the ones before, or one that differs from the one of its
+    ///        number, begins a new collection
     /// @return true when the section completes a table that differs from the last complete one
     bool add(const SectionBytes& section);
 

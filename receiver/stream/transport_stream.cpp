@@ -237,28 +237,37 @@ void TransportStream::handleProgramAssociation(const SectionBytes& section)
 
 void TransportStream::handleServiceDescription(const SectionBytes& section)
 {
-    if (sdt_.add(section))
-        updateServices();
+    if (!sdt_.add(section))
+        return;
+    networks_.clear();
+    names_.clear();
+    for (const ServiceDescription& description : readServiceDescriptions(sdt_.sections())) {
+        networks_[description.transportStreamId] = description.originalNetworkId;
+        names_[{description.transportStreamId, description.serviceId}] = description.name;
+    }
+    updateServices();
+}
+
+Service TransportStream::describe(const ProgramAssociation& program) const
+{
+    Service service;
+    service.programNumber = program.programNumber;
+    service.pmtPid = program.pmtPid;
+    service.transportStreamId = program.transportStreamId;
+    const auto network = networks_.find(program.transportStreamId);
+    if (network != networks_.end())
+        service.originalNetworkId = network->second;
+    const auto name = names_.find({program.transportStreamId, program.programNumber});
+    if (name != names_.end())
+        service.name = name->second;
+    return service;
 }
 
 void TransportStream::updateServices()
 {
-    const std::vector<ServiceDescription> descriptions = readServiceDescriptions(sdt_.sections());
     std::vector<Service> services;
-    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections())) {
-        Service service;
-        service.programNumber = program.programNumber;
-        service.pmtPid = program.pmtPid;
-        service.transportStreamId = program.transportStreamId;
-        for (const ServiceDescription& description : descriptions) {
-            if (description.transportStreamId != program.transportStreamId)
-                continue;
-            service.originalNetworkId = description.originalNetworkId;
-            if (description.serviceId == program.programNumber)
-                service.name = description.name;
-        }
-        services.push_back(std::move(service));
-    }
+    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections()))
+        services.push_back(describe(program));
     if (services == services_)
         return;
     services_ = std::move(services);

@@ -118,6 +118,7 @@ private:
     void handleServiceDescription(const SectionBytes& section);
     void handleProgramMap(uint16_t pid, const SectionBytes& section);
     void updateServices();
+    Service describe(const ProgramAssociation& program) const;
     void followProgramMaps();
     void need(uint16_t pid);
     void releaseIfUnused(uint16_t pid);
@@ -132,6 +133,8 @@ private:
     std::set<uint16_t> pmtPids_;
     TableCollector pat_;
     TableCollector sdt_;
+    std::map<uint16_t, uint16_t> networks_;                       // by transport stream
+    std::map<std::pair<uint16_t, uint16_t>, std::string> names_;  // by transport stream and id
     std::map<uint16_t, SectionBytes> pmts_;  // the last of each program in the PAT
     std::map<std::pair<uint16_t, uint16_t>, size_t> serviceIndex_;  // by program and PMT PID
     bool isProgramMapRepeated_ = false;

@@ -52,5 +52,37 @@ TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
     EXPECT_EQ(readProgramMap({}).clockPid, 0x1FFF);
 }
 
+/// A section of a table with two. @param content what tells it from others
+SectionBytes half(unsigned number, unsigned char content, unsigned version = 0)
+{
+    return makeSection({0x42, 1, version, true, number, 1}, {content});
+}
+
+TEST(TableCollector, IsCompleteWhenTheLastSectionIsThereAndNotAgain)
+{
+    TableCollector table;
+    EXPECT_FALSE(table.add(half(1, 'b')));
+    EXPECT_FALSE(table.add(half(1, 'b')));
+    EXPECT_TRUE(table.add(half(0, 'a')));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_FALSE(table.add(half(0, 'a')));
+        EXPECT_FALSE(table.add(half(1, 'b')));
+    }
+    EXPECT_EQ(table.sections(), (std::vector<SectionBytes>{half(0, 'a'), half(1, 'b')}));
+}
+
+TEST(TableCollector, AChangedSectionBeginsACollectionWhateverItsVersionSays)
+{
+    TableCollector table;
+    table.add(half(0, 'a'));
+    table.add(half(1, 'b'));
+    EXPECT_FALSE(table.add(half(0, 'c'))) << "the others may have changed, too";
+    EXPECT_FALSE(table.add(half(0, 'd')));
+    EXPECT_TRUE(table.add(half(1, 'b')));
+    EXPECT_EQ(table.sections(), (std::vector<SectionBytes>{half(0, 'd'), half(1, 'b')}));
+    EXPECT_FALSE(table.add(half(1, 'b', 1)));
+    EXPECT_TRUE(table.add(half(0, 'd', 1)));
+}
+
 }  // namespace
 }  // namespace receiver
