@@ -5,7 +5,6 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/threadsafe_event_queue.h"
-#include "integration/oc_download_manager.h"
 
 namespace VestaHbbTV {
 
@@ -49,7 +48,7 @@ ConfigurationManager::~ConfigurationManager()
 bool ConfigurationManager::init(TAVO_Vesta* browser)
 {
     const unsigned long session = session_;
-    auto downloads = std::make_unique<OCDownloadManager>();
+    auto downloads = makeDownloads();
     auto queue = std::make_unique<ThreadsafeEventQueue>();
     browser_ = browser;
     ocDownloadManager_ = std::move(downloads);

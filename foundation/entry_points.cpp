@@ -154,8 +154,8 @@ TAVO_VestaWindow* vesta_hbbtv_get_tavo_window(void* window)
 {
     return guarded(noTavoWindow, [window] {
         WindowManager* const manager = WindowManager::getInstance();
-        return manager->handledWindow(asWindow(window)) ? manager->getTavoWindow(asWindow(window))
-                                                        : noTavoWindow;
+        Window* const known = manager->knownWindow(window);
+        return known ? manager->getTavoWindow(known) : noTavoWindow;
     });
 }
 
@@ -174,9 +174,8 @@ unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted)
 {
     const unsigned int failed = 1;
     return guarded(failed, [window, timeShifted] {
-        const bool isDone = WindowManager::getInstance()->handledWindow(asWindow(window)) &&
-                            asWindow(window)->setTimeShifted(timeShifted != 0);
-        return isDone ? 0 : failed;
+        Window* const known = WindowManager::getInstance()->knownWindow(window);
+        return known && known->setTimeShifted(timeShifted != 0) ? 0 : failed;
     });
 }
 

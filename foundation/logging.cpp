@@ -50,26 +50,6 @@ void writeLine(std::ostream& sink, LogEntry& entry)
     sink.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }
 
-/// Holds a mutex, if it could be initialised at all.
-class MutexLock {
-public:
-    MutexLock(pthread_mutex_t& mutex, bool usable) : mutex_(usable ? &mutex : nullptr)
-    {
-        if (mutex_)
-            pthread_mutex_lock(mutex_);
-    }
-    MutexLock(const MutexLock&) = delete;
-    MutexLock& operator=(const MutexLock&) = delete;
-    ~MutexLock()
-    {
-        if (mutex_)
-            pthread_mutex_unlock(mutex_);
-    }
-
-private:
-    pthread_mutex_t* mutex_;
-};
-
 }  // namespace
 
 std::atomic<LogEntry::Line*> LogEntry::spareLine{nullptr};
@@ -198,37 +178,34 @@ Logging* Logging::getInstance()
 
 Logging::Logging()
 {
-    hasMutex_ = pthread_mutex_init(&mutex_, nullptr) == 0;
-    if (!hasMutex_)
+    if (!mutex_.isUsable())
         std::cerr << "HbbTV Logging: failed initiating output mutex\n";
 }
 
 Logging::~Logging()
 {
     {
-        const MutexLock lock(mutex_, hasMutex_);
+        const MutexLock lock(mutex_);
         outputCount = 0;
         for (LoggingOutput* output : outputs_)
             delete output;
         outputs_.clear();
     }
     delete LogEntry::spareLine.exchange(nullptr);
-    if (hasMutex_)
-        pthread_mutex_destroy(&mutex_);
     if (instance == this)
         instance = nullptr;
 }
 
 void Logging::addOutput(LoggingOutput* output)
 {
-    const MutexLock lock(mutex_, hasMutex_);
+    const MutexLock lock(mutex_);
     outputs_.push_back(output);
     outputCount = static_cast<unsigned>(outputs_.size());
 }
 
 void Logging::output(LogEntry& entry)
 {
-    const MutexLock lock(mutex_, hasMutex_);
+    const MutexLock lock(mutex_);
     for (LoggingOutput* output : outputs_) {
         if (output)
             output->output(entry);

@@ -9,12 +9,13 @@
 #include <fstream>
 #include <memory>
 #include <new>
-#include <pthread.h>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <vector>
+
+#include "foundation/mutex.h"
 
 namespace VestaHbbTV {
 
@@ -176,9 +177,8 @@ private:
 
     static std::atomic<unsigned> outputCount;
 
-    std::vector<LoggingOutput*> outputs_;
-    pthread_mutex_t mutex_ = {};
-    bool hasMutex_ = false;
+    Mutex mutex_;
+    std::vector<LoggingOutput*> outputs_ VESTA_GUARDED_BY(mutex_);
 };
 
 /// Writes one line of the library's own, made of the parts in their order. A line for which there

@@ -541,6 +541,4 @@ int native_BroadcastRemoveAllStreamEventListeners(void* p1, long windowId);
 
 #pragma GCC visibility pop
 
-#include "vesta_hbbtv_layout.h"
-
 #endif

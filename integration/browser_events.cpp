@@ -58,11 +58,6 @@ Application* applicationOf(const BrowserEvent& event)
     return window ? window->getApplication(event.tavoWindow) : nullptr;
 }
 
-OCDownloadManager* downloads()
-{
-    return ConfigurationManager::getInstance()->getOCDownloadManager();
-}
-
 unsigned int handleWindowClose(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_WINDOW_CLOSE");
@@ -105,9 +100,9 @@ unsigned int handleLoadingFailed(const BrowserEvent& event)
 unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
 {
     const std::string text = event.data->url ? event.data->url : "";
-    const size_t schemeLength = 6;  // "dvb://"
     log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_START");
-    log(DEBUG, module, text.size() > schemeLength ? text.c_str() + schemeLength : "");
+    log(DEBUG, module,
+        text.size() > HbbTVURL::dvbPrefix.size() ? text.c_str() + HbbTVURL::dvbPrefix.size() : "");
     log(DEBUG, module, text);
 
     HbbTVDVBURL url(text);
@@ -115,7 +110,8 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
         log(WARN, module, "Unsupported url protocol");
         return event.consume(failure);
     }
-    if (!downloads())
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (!downloads)
         return notConsumed;
     Application* const application = applicationOf(event);
     if (!application || !application->isBroadcastRelated()) {
@@ -124,7 +120,7 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
     }
     url.resolveRelativeUrl(application->getCurrentURL());
     const unsigned int downloadFailed = 2;
-    if (downloads()->startDownload(&url, event.data->request_id) == downloadFailed)
+    if (downloads->startDownload(&url, event.data->request_id) == downloadFailed)
         log(ERR, module, "Failed to load dvb url.");
     return event.consume(success);
 }
@@ -132,9 +128,10 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
 unsigned int handleProtocolLoadingStop(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP");
-    if (!downloads())
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (!downloads)
         return notConsumed;
-    if (downloads()->stopDownload(event.data->request_id))
+    if (downloads->stopDownload(event.data->request_id))
         return event.consume(success);
     log(ERR, module, "Unrecognized id, releasing to platform");
     return notConsumed;
@@ -159,7 +156,7 @@ HBBTV_XHR_Permission decideOnRequest(const Application& application, const HbbTV
 {
     if (application.isWithinApplicationBoundaries(target))
         return askForPermission(page, target);
-    if (target.getFullUrl().compare(0, 4, "dvb:") != 0) {
+    if (HbbTVURL::getURLType(target.getURL()) == HbbTVURL::otherURL) {
         log(DEBUG, module, "Letting core decide on an out of bound http(s) XHR request.");
         return HBBTV_XHR_CORE_DECIDES;
     }

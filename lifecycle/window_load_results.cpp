@@ -26,7 +26,7 @@ AITApplicationTransport* nextUntriedTransport(const AITApplication& entry,
         bool tried = false;
         for (size_t earlier = 0; earlier <= place; ++earlier)
             tried = tried || transports[earlier].get() == candidate;
-        if (!tried && (httpAvailable || candidate->getProtocol() != AITApplicationTransport::HTTP))
+        if (!tried && candidate->isAvailable(httpAvailable))
             return candidate;
     }
     return nullptr;

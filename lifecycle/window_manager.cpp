@@ -130,6 +130,12 @@ void WindowManager::freeOrphans()
     }
 }
 
+Window* WindowManager::knownWindow(void* handle) const
+{
+    Window* const window = static_cast<Window*>(handle);
+    return windowExists(window) ? window : nullptr;
+}
+
 bool WindowManager::windowExists(const Window* window) const
 {
     return window && std::find(windows_.begin(), windows_.end(), window) != windows_.end();

@@ -52,6 +52,9 @@ public:
 
     /// Whether the window is in the list; the two are the same.
     bool windowExists(const Window* window) const;
+
+    /// The window of a handle that came from outside; null for whatever is no window in the list.
+    Window* knownWindow(void* handle) const;
     bool handledWindow(const Window* window) const { return windowExists(window); }
 
     /// The serial of a window in the list; 0 for any other pointer.

@@ -33,19 +33,23 @@ const Scheme& schemeOf(std::string_view url)
     return found == std::end(schemes) ? noScheme : *found;
 }
 
-// Deliberate: the host starts where it would if the scheme stood at the front. A URL in which a
-// scheme occurs is at least as long as the scheme, so the start is never past the end.
-std::string_view hostOf(std::string_view url, const Scheme& scheme)
+std::string_view hostFrom(std::string_view url, size_t begin)
 {
-    url.remove_prefix(scheme.text.size());
+    url.remove_prefix(begin);
     const std::string_view hostAndPort = url.substr(0, url.find('/'));
     return hostAndPort.substr(0, hostAndPort.find(':'));
 }
 
-/// How many characters of the URL its origin has.
-size_t originLength(std::string_view url)
+// Deliberate: the host starts where it would if the scheme stood at the front. A URL in which a
+// scheme occurs is at least as long as the scheme, so the start is never past the end.
+std::string_view hostOf(std::string_view url, const Scheme& scheme)
 {
-    const Scheme& scheme = schemeOf(url);
+    return hostFrom(url, scheme.text.size());
+}
+
+/// How many characters of the URL its origin has.
+size_t originLength(std::string_view url, const Scheme& scheme)
+{
     if (scheme.protocol == noScheme.protocol)
         return url.size();
     return std::min(url.find('/', scheme.text.size()), url.size());
@@ -73,16 +77,20 @@ std::string ApplicationDomain::extractHostName(std::string& url) const
 
 std::string ApplicationDomain::removePath(std::string& url) const
 {
-    return url.substr(0, originLength(url));
+    return url.substr(0, originLength(url, schemeOf(url)));
 }
 
 bool ApplicationDomain::addBoundaryExtension(std::string url)
 {
-    if (!startsWith(url, dvbPrefix) && !admits(hostOf(url, schemeOf(url))))
+    const Scheme* scheme = &schemeOf(url);
+    if (!startsWith(url, dvbPrefix) && !admits(hostOf(url, *scheme)))
         return false;
-    url.resize(originLength(url));
+    url.resize(originLength(url, *scheme));
+    if (!startsWith(url, scheme->text))
+        scheme = &schemeOf(url);  // it may have gone with the path
     entries_.push_back(std::move(url));
-    rememberHostOf(entries_.size() - 1);
+    if (scheme->protocol != dvbProtocol)
+        rememberHost(scheme->text.size());
     return true;
 }
 
@@ -97,21 +105,18 @@ std::string_view ApplicationDomain::sharedHost() const
     return std::string_view(entries_[hostEntry_]).substr(hostBegin_, hostLength_);
 }
 
-void ApplicationDomain::rememberHostOf(size_t index)
+/// @param begin where the host of the last entry begins
+void ApplicationDomain::rememberHost(size_t begin)
 {
-    const std::string_view entry = entries_[index];
-    const Scheme& scheme = schemeOf(entry);
-    if (scheme.protocol == dvbProtocol)
-        return;
-    const std::string_view host = hostOf(entry, scheme);
+    const std::string_view host = hostFrom(entries_.back(), begin);
     if (hosts_ != Hosts::NONE) {
         if (!admits(host))
             hosts_ = Hosts::SEVERAL;
         return;
     }
     hosts_ = Hosts::ONE;
-    hostEntry_ = static_cast<uint32_t>(index);
-    hostBegin_ = static_cast<uint32_t>(scheme.text.size());
+    hostEntry_ = static_cast<uint32_t>(entries_.size() - 1);
+    hostBegin_ = static_cast<uint32_t>(begin);
     hostLength_ = static_cast<uint32_t>(host.size());
 }
 

@@ -81,7 +81,7 @@ private:
 
     bool admits(std::string_view host) const;
     std::string_view sharedHost() const;
-    void rememberHostOf(size_t index);
+    void rememberHost(size_t begin);
 
     std::vector<std::string> entries_;
     /// Where the one host stands: an entry, and a part of it. No view, since entries move.

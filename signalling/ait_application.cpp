@@ -46,7 +46,7 @@ AITApplicationTransport* findAvailable(Transports::const_iterator from,
                                        Transports::const_iterator end, bool httpAvailable)
 {
     const auto found = std::find_if(from, end, [httpAvailable](const auto& transport) {
-        return httpAvailable || transport->getProtocol() != AITApplicationTransport::HTTP;
+        return transport->isAvailable(httpAvailable);
     });
     return found == end ? nullptr : found->get();
 }
@@ -111,7 +111,8 @@ bool AITApplication::parse(ByteReader& section)
     if (!section.ok() || !parseDescriptors(loop, section.remaining(), ownTransports))
         return false;
     chooseTransports(std::move(ownTransports));
-    applicationDomain_.releaseSpareMemory();
+    if (applicationDomain_)
+        applicationDomain_->releaseSpareMemory();
     if (!isNamed)
         keepNameShort(loop);
     return true;
@@ -135,7 +136,7 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
     switch (tag) {
     case applicationTag:
         if (!applicationDescriptor_)
-            applicationDescriptor_ = std::make_unique<ApplicationDescriptor>(payload);
+            applicationDescriptor_.emplace(payload);
         return true;
     case applicationNameTag:
         return parseName(toLoopEnd);
@@ -153,7 +154,7 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
         usageType_ = static_cast<ApplicationUsageType>(payload.u8());
         return true;
     case simpleApplicationBoundaryTag:
-        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(
+        getApplicationDomain()->parseSimpleApplicationBoundaryExtensionDescriptor(
             toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
         return true;
     default:
@@ -232,6 +233,19 @@ std::string AITApplication::getApplicationName() const
         return true;
     });
     return name;
+}
+
+ApplicationDomain* AITApplication::getApplicationDomain()
+{
+    if (!applicationDomain_)
+        applicationDomain_ = std::make_unique<ApplicationDomain>();
+    return applicationDomain_.get();
+}
+
+const ApplicationDomain* AITApplication::getApplicationDomain() const
+{
+    static const ApplicationDomain none;
+    return applicationDomain_ ? applicationDomain_.get() : &none;
 }
 
 bool AITApplication::isXMLAITbased() const
@@ -369,7 +383,7 @@ void AITApplication::setApplicationLocation(std::string location)
 
 void AITApplication::setApplicationDescriptor(ApplicationDescriptor descriptor)
 {
-    applicationDescriptor_ = std::make_unique<ApplicationDescriptor>(std::move(descriptor));
+    applicationDescriptor_ = std::move(descriptor);
 }
 
 void AITApplication::setApplicationRecordingDescriptor(ApplicationRecordingDescriptor descriptor)

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -133,7 +134,7 @@ public:
     /// Borrowed while the application lives; null when none was signalled.
     const ApplicationDescriptor* getApplicationDescriptor() const
     {
-        return applicationDescriptor_.get();
+        return applicationDescriptor_ ? &*applicationDescriptor_ : nullptr;
     }
 
     /// Borrowed while the application lives; null when none was signalled.
@@ -143,8 +144,8 @@ public:
     }
 
     /// The boundary as signalled and extended. Never null; borrowed while the application lives.
-    ApplicationDomain* getApplicationDomain() { return &applicationDomain_; }
-    const ApplicationDomain* getApplicationDomain() const { return &applicationDomain_; }
+    ApplicationDomain* getApplicationDomain();
+    const ApplicationDomain* getApplicationDomain() const;
 
     /// In the order of preference.
     const Transports& getTransports() const { return transports_; }
@@ -195,8 +196,8 @@ private:
     std::string applicationName_;
     std::string applicationLocation_;
     Transports transports_;
-    ApplicationDomain applicationDomain_;
-    std::unique_ptr<ApplicationDescriptor> applicationDescriptor_;
+    std::unique_ptr<ApplicationDomain> applicationDomain_;  ///< null while it is empty
+    std::optional<ApplicationDescriptor> applicationDescriptor_;
     std::unique_ptr<ApplicationRecordingDescriptor> recordingDescriptor_;
     ControlCode controlCode_ = ControlCode(0);
     ApplicationUsageType usageType_ = ApplicationUsageType(0);
