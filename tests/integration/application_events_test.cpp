@@ -7,6 +7,7 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "lifecycle/window_storage.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -366,14 +367,6 @@ TEST_F(ApplicationEvents, ATableIsAnnouncedPrintedAndActivated)
 
 TEST_F(ApplicationEvents, ATableOfAnUnknownWindowIsReleasedUntouched)
 {
-    class CountedTable : public AIT {
-    public:
-        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
-        ~CountedTable() override { --alive_; }
-
-    private:
-        int& alive_;
-    };
     int alive = 0;
     Window foreign(nullptr);
     queue(new TAVOAITEvent(&foreign, ref_ptr<AIT>(new CountedTable(alive))));

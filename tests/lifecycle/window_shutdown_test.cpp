@@ -7,6 +7,7 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -331,14 +332,6 @@ TEST_F(WindowShutdown, AWindowsEndReactivatesNothingWhateverAListenerSays)
 
 TEST_F(WindowShutdown, AWindowsEndReleasesItsTables)
 {
-    class CountedTable : public AIT {
-    public:
-        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
-        ~CountedTable() override { --alive_; }
-
-    private:
-        int& alive_;
-    };
     int alive = 0;
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
