@@ -49,10 +49,12 @@ ConfigurationManager::~ConfigurationManager()
 bool ConfigurationManager::init(TAVO_Vesta* browser)
 {
     const unsigned long session = session_;
+    auto downloads = std::make_unique<OCDownloadManager>();
+    auto queue = std::make_unique<ThreadsafeEventQueue>();
     browser_ = browser;
-    ocDownloadManager_ = std::make_unique<OCDownloadManager>();
+    ocDownloadManager_ = std::move(downloads);
     // The former queue dies last: the destructors of its events find the new one in place.
-    const auto former = std::exchange(eventQueue_, std::make_unique<ThreadsafeEventQueue>());
+    const auto former = std::exchange(eventQueue_, std::move(queue));
     const int supported = hbbtv_keyset_get_supported_values();
     if (getSession() != session)
         return false;

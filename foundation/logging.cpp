@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -81,7 +82,10 @@ LogEntry::LogEntry(LogLevel level, std::string module)
 
 LogEntry::~LogEntry()
 {
-    output();
+    try {
+        output();
+    } catch (const std::bad_alloc&) {  // the line is lost
+    }
     giveBack(std::move(line_));
 }
 

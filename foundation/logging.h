@@ -8,6 +8,7 @@
 #include <ctime>
 #include <fstream>
 #include <memory>
+#include <new>
 #include <pthread.h>
 #include <sstream>
 #include <string>
@@ -180,14 +181,19 @@ private:
     bool hasMutex_ = false;
 };
 
-/// Writes one line of the library's own, made of the parts in their order.
+/// Writes one line of the library's own, made of the parts in their order. A line for which there
+/// is no memory is lost.
 template <typename... Parts>
 inline void log(LogLevel level, const char* module, const Parts&... parts)
 {
     if (!Logging::hasOutputs())
         return;
-    LogEntry entry(level, module);
-    (entry.stream() << ... << parts);
+    try {
+        LogEntry entry(level, module);
+        (entry.stream() << ... << parts);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 }  // namespace VestaHbbTV

@@ -43,6 +43,10 @@ enum HBBTV_EventType : int {
 };
 
 /// Type 0: one section of an application information table (ETSI TS 102 809, 5.3.4).
+///
+/// Whatever a table holds, it takes less than 32 times its bytes in memory; the largest one of 256
+/// sections has a megabyte. A window keeps the table in force and the one that arrives, and its
+/// applications the tables from which they were started.
 struct HBBTV_AITSectionEventData {
     unsigned char* section;  ///< malloc'ed whole section, table_id to CRC_32, freed; may be null
     uint32_t reserved;       ///< not read
@@ -186,7 +190,9 @@ struct HBBTV_AITApplicationInfo {
     unsigned long organisationId;
     unsigned short applicationId;
     unsigned int numUrls;  ///< number of transports, modulo 256
-    char** urls;  ///< one per transport, the preferred one in the LAST slot; slots may be null
+    /// One per transport, the preferred one in the LAST slot; slots may be null. To be read only:
+    /// equal ones may be the same text.
+    char** urls;
     int usageType;
     int controlCode;  ///< 0 without an application descriptor
     unsigned char hasHttpTransport;
@@ -194,6 +200,11 @@ struct HBBTV_AITApplicationInfo {
 };
 
 /// A new table was taken in.
+///
+/// The record is made only where there is a listener, and freed after the last one. Table and
+/// record together take less than 32 times the table's bytes, but for texts that the record has to
+/// hold whole: up to 250 times for addresses of different transports with one long location, up to
+/// 85 times for names that overlap.
 struct HBBTV_AITNotificationData {
     void* window;  ///< the library's window handle
     int isXML;     ///< 1: built from an XML AIT

@@ -114,7 +114,8 @@ void TAVOAITEvent::execute()
         return;
     const Window::Hold hold(window);
     const unsigned long tables = window->getTableChanges();
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
     if (table_)
         table_->printAIT();
     if (window->isReleased() || window->getTableChanges() != tables)

@@ -6,6 +6,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
 #include "integration/key_set.h"
@@ -24,6 +25,7 @@ const char module[] = "vesta_hbbtv";
 
 const unsigned int notConsumed = 0;
 const unsigned int consumed = 1;
+const unsigned int outOfMemory = 2;  // told to nobody
 const int success = 0;
 const int failure = -3;
 const int statusNotFound = 404;
@@ -184,19 +186,11 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
     return event.consume(success);
 }
 
-}  // namespace
-
-unsigned int
-vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
-                                TAVO_VESTA_EVENT type, TavoVestaEventData* data,
-                                int* result)  // NOLINT(readability-non-const-parameter)
+unsigned int handle(TAVO_VESTA_EVENT type, const BrowserEvent& event)
 {
-    if (!data)
-        return notConsumed;
-    const BrowserEvent event = {tavoWindow, data, result};
     if (type == TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP)
         return handleProtocolLoadingStop(event);
-    if (!vesta_hbbtv_is_hbbtv_window(tavoWindow))
+    if (!vesta_hbbtv_is_hbbtv_window(event.tavoWindow))
         return notConsumed;
     const Window::Hold hold(windowOf(event));
     switch (type) {
@@ -219,23 +213,40 @@ vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoW
     }
 }
 
+}  // namespace
+
+unsigned int
+vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
+                                TAVO_VESTA_EVENT type, TavoVestaEventData* data,
+                                int* result)  // NOLINT(readability-non-const-parameter)
+{
+    if (!data)
+        return notConsumed;
+    const BrowserEvent event = {tavoWindow, data, result};
+    const unsigned int answer =
+        guarded(outOfMemory, [type, &event] { return handle(type, event); });
+    return answer == outOfMemory ? event.consume(failure) : answer;
+}
+
 int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event)
 {
     const int meantForNobody = 0;
     const int dealtWith = 1;
-    Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
-    Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
-    if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
-        return meantForNobody;
-    if (event->type == TAVO_KEY_DOWN) {
-        application->getKeys().insert(event->key_code);
-        tavo_keyboard_evt(event);
-    } else if (event->type == TAVO_KEY_UP) {
-        // An application never gets the end of a key press whose beginning it did not get.
-        if (application->getKeys().erase(event->key_code) != 0)
+    return guarded(meantForNobody, [&] {
+        Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
+        Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
+        if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
+            return meantForNobody;
+        if (event->type == TAVO_KEY_DOWN) {
+            application->getKeys().insert(event->key_code);
             tavo_keyboard_evt(event);
-    }
-    return dealtWith;
+        } else if (event->type == TAVO_KEY_UP) {
+            // An application never gets the end of a key press whose beginning it did not get.
+            if (application->getKeys().erase(event->key_code) != 0)
+                tavo_keyboard_evt(event);
+        }
+        return dealtWith;
+    });
 }
 
 }  // namespace VestaHbbTV

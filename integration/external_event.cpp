@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -92,7 +93,8 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
     window.setAssemblyAIT(nullptr);
     const unsigned long session = ConfigurationManager::getSession();
     const unsigned long tables = window.getTableChanges();
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
     if (window.getTableChanges() != tables)
@@ -273,7 +275,37 @@ const Handler handlers[] = {
     executeSupportedProfiles,  // E_SUPPORTED_PROFILES
 };
 
+bool namesWindow(HBBTV_EventType type, const HBBTV_EventData* data)
+{
+    switch (type) {
+    case E_START_APPLICATION:
+        return data && data->start.window;
+    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
+        return data && data->url.window;
+    case E_TERMINATE_APPLICATION:
+        return data && data->window.window;
+    default:
+        return false;
+    }
+}
+
 }  // namespace
+
+ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data)
+    : type_(type), data_(data), mention_(namesWindow(type, data))
+{
+}
+
+ExternalEvent* ExternalEvent::create(HBBTV_EventType type, HBBTV_EventData* data)
+{
+    auto* const event = new (std::nothrow) ExternalEvent(type, data);
+    if (!event) {
+        if (data)
+            releaseRecord(type, data);
+        throw std::bad_alloc();
+    }
+    return event;
+}
 
 ExternalEvent::~ExternalEvent()
 {

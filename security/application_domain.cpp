@@ -51,12 +51,6 @@ size_t originLength(std::string_view url)
     return std::min(url.find('/', scheme.text.size()), url.size());
 }
 
-bool isOfHostOrDVB(std::string_view entry, std::string_view host)
-{
-    const Scheme& scheme = schemeOf(entry);
-    return hostOf(entry, scheme) == host || scheme.protocol == dvbProtocol;
-}
-
 }  // namespace
 
 // The published signature takes the URL by value.
@@ -84,16 +78,41 @@ std::string ApplicationDomain::removePath(std::string& url) const
 
 bool ApplicationDomain::addBoundaryExtension(std::string url)
 {
-    if (!startsWith(url, dvbPrefix)) {
-        const std::string_view host = hostOf(url, schemeOf(url));
-        for (const std::string& entry : entries_) {
-            if (!isOfHostOrDVB(entry, host))
-                return false;
-        }
-    }
+    if (!startsWith(url, dvbPrefix) && !admits(hostOf(url, schemeOf(url))))
+        return false;
     url.resize(originLength(url));
     entries_.push_back(std::move(url));
+    rememberHostOf(entries_.size() - 1);
     return true;
+}
+
+/// Whether every entry has this host or is a dvb:// origin.
+bool ApplicationDomain::admits(std::string_view host) const
+{
+    return hosts_ == Hosts::NONE || (hosts_ == Hosts::ONE && host == sharedHost());
+}
+
+std::string_view ApplicationDomain::sharedHost() const
+{
+    return std::string_view(entries_[hostEntry_]).substr(hostBegin_, hostLength_);
+}
+
+void ApplicationDomain::rememberHostOf(size_t index)
+{
+    const std::string_view entry = entries_[index];
+    const Scheme& scheme = schemeOf(entry);
+    if (scheme.protocol == dvbProtocol)
+        return;
+    const std::string_view host = hostOf(entry, scheme);
+    if (hosts_ != Hosts::NONE) {
+        if (!admits(host))
+            hosts_ = Hosts::SEVERAL;
+        return;
+    }
+    hosts_ = Hosts::ONE;
+    hostEntry_ = static_cast<uint32_t>(index);
+    hostBegin_ = static_cast<uint32_t>(scheme.text.size());
+    hostLength_ = static_cast<uint32_t>(host.size());
 }
 
 bool ApplicationDomain::extendDomain(ApplicationDomain& other)

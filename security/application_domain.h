@@ -3,7 +3,9 @@
 #define VESTA_SECURITY_APPLICATION_DOMAIN_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VestaHbbTV {
@@ -69,8 +71,24 @@ public:
     /// The entries in the order in which they were added; valid until the next one is added.
     const std::vector<std::string>& getEntries() const { return entries_; }
 
+    /// Gives back the memory that is kept for further entries.
+    void releaseSpareMemory() { entries_.shrink_to_fit(); }
+
 private:
+    /// What the entries that are no dvb:// origins have as their hosts. More than one comes about
+    /// where a path decided on the host of a URL and is not part of its origin.
+    enum class Hosts : uint8_t { NONE, ONE, SEVERAL };
+
+    bool admits(std::string_view host) const;
+    std::string_view sharedHost() const;
+    void rememberHostOf(size_t index);
+
     std::vector<std::string> entries_;
+    /// Where the one host stands: an entry, and a part of it. No view, since entries move.
+    uint32_t hostEntry_ = 0;
+    uint32_t hostBegin_ = 0;
+    uint32_t hostLength_ = 0;
+    Hosts hosts_ = Hosts::NONE;
 };
 
 }  // namespace VestaHbbTV

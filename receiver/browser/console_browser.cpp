@@ -260,6 +260,9 @@ int ConsoleBrowser::finish(void* id, int status)
 
 void ConsoleBrowser::loadSubresources(const Load& page)
 {
+    if (page.bytes.size() > mostPageBytes)
+        report("page-too-long", page.url + ": too long to be looked through for what it needs",
+               {{"url", page.url}, {"size", page.bytes.size()}});
     for (const std::string& reference : subresources(page.bytes))
         loadResource(page.window, reference);
 }

@@ -1,12 +1,13 @@
 #include "receiver/browser/page.h"
 
-#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <libxml/HTMLparser.h>
 #include <libxml/uri.h>
 #include <memory>
 #include <strings.h>
+#include <unordered_set>
+#include <utility>
 
 namespace receiver {
 
@@ -25,15 +26,29 @@ const xmlChar* asXml(const char* text)
     return reinterpret_cast<const xmlChar*>(text);
 }
 
-void addReference(const xmlNode& element, const char* attribute, std::vector<std::string>& found)
+/// Strings in the order in which they came, each once.
+class References {
+public:
+    void add(const std::string& reference)
+    {
+        if (known_.insert(reference).second)
+            list_.push_back(reference);
+    }
+    std::vector<std::string> take() { return std::move(list_); }
+
+private:
+    std::unordered_set<std::string> known_;
+    std::vector<std::string> list_;
+};
+
+void addReference(const xmlNode& element, const char* attribute, References& found)
 {
     const XmlText value(xmlGetProp(&element, asXml(attribute)));
     if (!value)
         return;
     const std::string reference(reinterpret_cast<const char*>(value.get()));
-    if (!reference.empty() && reference[0] != '#' &&
-        std::find(found.begin(), found.end(), reference) == found.end())
-        found.push_back(reference);
+    if (!reference.empty() && reference[0] != '#')
+        found.add(reference);
 }
 
 /// The node behind `node` in the order of the page.
@@ -85,7 +100,9 @@ std::string withoutEscapes(const std::string& text)
 
 std::vector<std::string> subresources(const std::string& page)
 {
-    std::vector<std::string> found;
+    if (page.size() > mostPageBytes)
+        return {};
+    References found;
     const int options =
         HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
     const XmlDocument document(
@@ -98,7 +115,7 @@ std::vector<std::string> subresources(const std::string& page)
         if (xmlStrcasecmp(node->name, asXml("link")) == 0)
             addReference(*node, "href", found);
     }
-    return found;
+    return found.take();
 }
 
 bool isPage(const std::string& url, const std::string& mimeType)

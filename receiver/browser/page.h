@@ -2,6 +2,7 @@
 #ifndef VESTA_RECEIVER_BROWSER_PAGE_H
 #define VESTA_RECEIVER_BROWSER_PAGE_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,13 @@ std::string resolveURL(const std::string& base, const std::string& url);
 /// Decodes escapes such as %20.
 std::string withoutEscapes(const std::string& text);
 
+/// Longer pages are not looked through: a parsed page takes many times its bytes.
+constexpr size_t mostPageBytes = size_t(2) << 20;
+
 /// What a page needs to be shown: the `src` of its elements and the `href` of its links to style
 /// sheets and the like; links for people (`a`) are not among them.
-/// @return the references as they stand in the page, each once, in order
+/// @return the references as they stand in the page, each once, in order; none of a page that is
+///         longer than mostPageBytes
 std::vector<std::string> subresources(const std::string& page);
 
 /// Whether a file is a page by its name or type, so that its subresources are of interest.

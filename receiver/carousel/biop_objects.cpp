@@ -1,5 +1,7 @@
 #include "receiver/carousel/biop_objects.h"
 
+#include <algorithm>
+#include <numeric>
 #include <set>
 #include <utility>
 
@@ -108,9 +110,9 @@ std::optional<ObjectReference> readBiopProfile(ByteReader profile)
 }
 
 // Counts what the objects take, so that many small entries cannot exhaust the memory.
-class Budget {
+class ObjectBudget {
 public:
-    explicit Budget(size_t bytes) : left_(bytes) {}
+    explicit ObjectBudget(size_t bytes) : left_(bytes) {}
 
     bool spend(size_t bytes)
     {
@@ -166,8 +168,19 @@ std::string readBindingName(ByteReader& body)
     return components == 1 ? name : "";
 }
 
+void indexByName(BiopObject& directory)
+{
+    const std::vector<Binding>& bindings = directory.bindings;
+    directory.bindingsByName.resize(bindings.size());
+    std::iota(directory.bindingsByName.begin(), directory.bindingsByName.end(), uint16_t(0));
+    std::sort(directory.bindingsByName.begin(), directory.bindingsByName.end(),
+              [&bindings](uint16_t left, uint16_t right) {
+                  return bindings[left].name < bindings[right].name;
+              });
+}
+
 // Of entries with equal names the first counts.
-bool readDirectory(ByteReader body, Budget& budget, BiopObject& object)
+bool readDirectory(ByteReader body, ObjectBudget& budget, BiopObject& object)
 {
     std::set<std::string> names;
     for (unsigned count = body.u16(); count > 0; --count) {
@@ -180,18 +193,19 @@ bool readDirectory(ByteReader body, Budget& budget, BiopObject& object)
             return false;
         if (!canBeAskedFor(binding.name) || !names.insert(binding.name).second)
             continue;
-        const size_t memory = 2 * sizeof(Binding) + binding.name.size() +
+        const size_t memory = 2 * sizeof(Binding) + sizeof(uint16_t) + binding.name.size() +
                               binding.target.objectKey.size() +
                               binding.target.unresolvableReason.size();
         if (!budget.spend(memory))
             return false;
         object.bindings.push_back(std::move(binding));
     }
+    indexByName(object);
     return true;
 }
 
 // DSM::Event::EventList_T in the object's info, the ids in its body: TR 101 202, 4.7.4.5.
-bool readStreamEvents(ByteReader info, ByteReader body, Budget& budget, BiopObject& object)
+bool readStreamEvents(ByteReader info, ByteReader body, ObjectBudget& budget, BiopObject& object)
 {
     object.taps = readTaps(body);
     if (!body.ok() || !budget.spend(object.taps.size() * 2 * sizeof(Tap)))
@@ -213,7 +227,8 @@ bool readStreamEvents(ByteReader info, ByteReader body, Budget& budget, BiopObje
     return true;
 }
 
-bool readObject(ByteReader message, const unsigned char* module, Budget& budget, BiopObject& object)
+bool readObject(ByteReader message, const unsigned char* module, ObjectBudget& budget,
+                BiopObject& object)
 {
     object.key = message.text(message.u8());
     object.kind = objectKindNamed(withoutTrailingZeros(message.text(message.u32())));
@@ -257,6 +272,16 @@ ByteReader takeMessage(ByteReader& module)
 
 }  // namespace
 
+const Binding* BiopObject::findBinding(const std::string& name) const
+{
+    const auto found = std::lower_bound(bindingsByName.begin(), bindingsByName.end(), name,
+                                        [this](uint16_t index, const std::string& wanted) {
+                                            return bindings[index].name < wanted;
+                                        });
+    return found == bindingsByName.end() || bindings[*found].name != name ? nullptr
+                                                                          : &bindings[*found];
+}
+
 std::vector<Tap> readTaps(ByteReader& reader)
 {
     std::vector<Tap> taps;
@@ -291,7 +316,7 @@ ObjectReference readObjectReference(ByteReader& reader)
 BiopModule readBiopModule(const unsigned char* module, size_t size, size_t budgetBytes)
 {
     BiopModule result;
-    Budget budget(budgetBytes);
+    ObjectBudget budget(budgetBytes);
     ByteReader reader(module, size);
     while (!reader.empty() && !budget.exceeded()) {
         const ByteReader message = takeMessage(reader);

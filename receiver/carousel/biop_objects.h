@@ -58,14 +58,18 @@ struct NamedEvent {
 
 /// One object of a module. Which fields count depends on its kind.
 struct BiopObject {
+    /// @return a directory's entry of this name, or null; valid while the object is not changed
+    const Binding* findBinding(const std::string& name) const;
+
     ObjectKind kind = ObjectKind::Other;
     std::string key;
-    size_t contentOffset = 0;        ///< of a file, in the module's bytes
-    size_t contentSize = 0;          ///< of a file
-    std::string contentType;         ///< of a file, when signalled
-    std::vector<Binding> bindings;   ///< of a directory or service gateway, in order
-    std::vector<NamedEvent> events;  ///< of a stream-event object
-    std::vector<Tap> taps;           ///< of a stream or stream-event object
+    size_t contentOffset = 0;              ///< of a file, in the module's bytes
+    size_t contentSize = 0;                ///< of a file
+    std::string contentType;               ///< of a file, when signalled
+    std::vector<Binding> bindings;         ///< of a directory or service gateway, in order
+    std::vector<uint16_t> bindingsByName;  ///< their indices, in the order of their names
+    std::vector<NamedEvent> events;        ///< of a stream-event object
+    std::vector<Tap> taps;                 ///< of a stream or stream-event object
 };
 
 /// What came out of a module.

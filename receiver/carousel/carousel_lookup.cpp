@@ -1,6 +1,7 @@
 // How an ObjectCarousel finds what it has received: references, paths and listings.
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "receiver/carousel/object_carousel.h"
 
@@ -14,13 +15,6 @@ constexpr size_t longestListedPath = 4096;
 bool isDirectory(const BiopObject& object)
 {
     return object.kind == ObjectKind::Directory || object.kind == ObjectKind::ServiceGateway;
-}
-
-const Binding* findBinding(const BiopObject& directory, const std::string& name)
-{
-    const auto found = std::find_if(directory.bindings.begin(), directory.bindings.end(),
-                                    [&name](const Binding& entry) { return entry.name == name; });
-    return found == directory.bindings.end() ? nullptr : &*found;
 }
 
 FileView viewOf(const CarouselModule& module, const BiopObject& object)
@@ -117,7 +111,7 @@ ObjectCarousel::Resolution ObjectCarousel::walk(const std::string& path) const
         const std::string name = path.substr(start, end - start);
         if (!isDirectory(*place.object))
             return Resolution::error("\"" + path.substr(0, start) + "\" is not a directory");
-        const Binding* binding = findBinding(*place.object, name);
+        const Binding* binding = place.object->findBinding(name);
         if (!binding)
             return Resolution::error("the directory does not list \"" + name + "\"");
         place = resolve(binding->target);
@@ -197,26 +191,40 @@ std::vector<CarouselStreamEvents> ObjectCarousel::streamEvents() const
     return list;
 }
 
+void ObjectCarousel::noteReference(const ObjectReference& reference)
+{
+    if (reference.isResolvable())
+        noteReference(reference.associationTag);
+}
+
+void ObjectCarousel::noteReference(uint16_t associationTag)
+{
+    if (references_.insert(associationTag).second)
+        newReferences_.push_back(associationTag);
+}
+
+void ObjectCarousel::noteReferences(const CarouselModule& module)
+{
+    for (const auto& [key, object] : module.objects()) {
+        for (const Binding& binding : object.bindings)
+            noteReference(binding.target);
+    }
+}
+
+std::vector<uint16_t> ObjectCarousel::takeNewReferences()
+{
+    std::vector<uint16_t> streams;
+    for (const uint16_t tag : std::exchange(newReferences_, {}))
+        streams.push_back(streamOf(tag));
+    return streams;
+}
+
 std::set<uint16_t> ObjectCarousel::wantedAssociationTags() const
 {
     std::set<uint16_t> wanted;
-    const auto want = [&](uint16_t tag) {
+    for (const uint16_t tag : references_) {
         if (fedTags_.count(streamOf(tag)) == 0)
             wanted.insert(tag);
-    };
-    if (gateway_ && gateway_->isResolvable())
-        want(gateway_->associationTag);
-    for (const auto& [key, indication] : indications_) {
-        for (const auto& [id, module] : indication.modules) {
-            if (module->announcement().associationTag)
-                want(*module->announcement().associationTag);
-            for (const auto& [objectKey, object] : module->objects()) {
-                for (const Binding& binding : object.bindings) {
-                    if (binding.target.isResolvable())
-                        want(binding.target.associationTag);
-                }
-            }
-        }
     }
     return wanted;
 }

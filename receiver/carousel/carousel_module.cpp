@@ -36,17 +36,16 @@ bool inflateExactly(const std::vector<unsigned char>& packed, std::vector<unsign
 
 }  // namespace
 
-bool MemoryBudget::take(size_t bytes)
+bool Budget::take(size_t amount)
 {
-    if (bytes > available())
+    if (amount > available())
         return false;
-    used_ += bytes;
+    used_ += amount;
     return true;
 }
 
 CarouselModule::CarouselModule(const ModuleAnnouncement& announcement, uint32_t downloadId,
-                               uint16_t blockSize, const CarouselLimits& limits,
-                               MemoryBudget& memory)
+                               uint16_t blockSize, const CarouselLimits& limits, Budget& memory)
     : announcement_(announcement), downloadId_(downloadId), blockSize_(blockSize), memory_(memory)
 {
     checkAnnouncement(limits);
@@ -134,7 +133,7 @@ void CarouselModule::complete()
 std::string CarouselModule::unpack()
 {
     if (!memory_.take(announcement_.originalSize))
-        return limitText("with it the carousel takes", memory_.used() + announcement_.originalSize,
+        return limitText("with it the carousels take", memory_.used() + announcement_.originalSize,
                          memory_.limit());
     std::vector<unsigned char> unpacked(announcement_.originalSize);
     const bool exact = inflateExactly(received_, unpacked);
@@ -148,7 +147,7 @@ void CarouselModule::readObjects()
 {
     BiopModule result = readBiopModule(content_->data(), content_->size(), memory_.available());
     if (result.overBudget || !takeMemory(result.memory))
-        return refuse("its objects do not fit into the carousel's " +
+        return refuse("its objects do not fit into the carousels' " +
                       std::to_string(memory_.limit()) + " bytes");
     problem_ = result.problem;
     for (BiopObject& object : result.objects) {
@@ -163,7 +162,7 @@ bool CarouselModule::takeMemory(size_t bytes)
         memoryTaken_ += bytes;
         return true;
     }
-    refuse(limitText("with it the carousel takes", memory_.used() + bytes, memory_.limit()));
+    refuse(limitText("with it the carousels take", memory_.used() + bytes, memory_.limit()));
     return false;
 }
 

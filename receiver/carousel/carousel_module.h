@@ -14,7 +14,8 @@
 
 namespace receiver {
 
-/// What a carousel may take, so that no broadcast can exhaust the receiver.
+/// What the carousels of a service may take together, so that no broadcast can exhaust the
+/// receiver.
 struct CarouselLimits {
     size_t memory = 64 * 1024 * 1024;      ///< bytes of all modules and objects together
     size_t moduleSize = 16 * 1024 * 1024;  ///< bytes of one module, broadcast or unpacked
@@ -24,22 +25,34 @@ struct CarouselLimits {
     size_t listedFiles = 16384;            ///< how long a listing gets
 };
 
-/// Bytes in use out of those allowed. Must outlive the shares taken from it.
-class MemoryBudget {
+/// How much is in use out of what is allowed. Must outlive the shares taken from it.
+class Budget {
 public:
-    explicit MemoryBudget(size_t limit) : limit_(limit) {}
+    explicit Budget(size_t limit) : limit_(limit) {}
 
     size_t limit() const { return limit_; }
     size_t used() const { return used_; }
     size_t available() const { return limit_ - used_; }
 
     /// @return false, taking nothing, when there is not enough left
-    bool take(size_t bytes);
-    void giveBack(size_t bytes) { used_ -= bytes; }
+    bool take(size_t amount);
+    void giveBack(size_t amount) { used_ -= amount; }
 
 private:
     size_t limit_;
     size_t used_ = 0;
+};
+
+/// What is left of the limits for all carousels of a service.
+struct CarouselBudget {
+    explicit CarouselBudget(const CarouselLimits& limits)
+        : memory(limits.memory), modules(limits.modules), infoIndications(limits.infoIndications)
+    {
+    }
+
+    Budget memory;  ///< bytes
+    Budget modules;
+    Budget infoIndications;
 };
 
 /// Assembles one version of a module and unpacks it. Reports a refusal once, through its result.
@@ -50,14 +63,14 @@ public:
     /// Takes no memory yet: a size announced is not a size received.
     /// @param memory borrowed for the object's life
     CarouselModule(const ModuleAnnouncement& announcement, uint32_t downloadId, uint16_t blockSize,
-                   const CarouselLimits& limits, MemoryBudget& memory);
+                   const CarouselLimits& limits, Budget& memory);
     ~CarouselModule();
     CarouselModule(const CarouselModule&) = delete;
     CarouselModule& operator=(const CarouselModule&) = delete;
 
     /// Takes a block of this module. A block of another version, with a number or size that does
     /// not fit, or one that is there already changes nothing.
-    /// @return whether the state changed: look at state() and refusal()
+    /// @return whether the state changed: look at state() and problem()
     bool addBlock(const DataBlock& block);
 
     State state() const { return state_; }
@@ -92,7 +105,7 @@ private:
     const ModuleAnnouncement announcement_;
     const uint32_t downloadId_;
     const uint16_t blockSize_;
-    MemoryBudget& memory_;
+    Budget& memory_;
     size_t memoryTaken_ = 0;
     State state_ = State::Incomplete;
     std::string problem_;

@@ -23,9 +23,16 @@ bool isSameReference(const ObjectReference& left, const ObjectReference& right)
 
 }  // namespace
 
-ObjectCarousel::ObjectCarousel(const CarouselLimits& limits, MessageHandler handler)
-    : limits_(limits), handler_(std::move(handler)), memory_(limits.memory)
+ObjectCarousel::ObjectCarousel(const CarouselLimits& limits, MessageHandler handler,
+                               std::shared_ptr<CarouselBudget> budget)
+    : limits_(limits), handler_(std::move(handler)),
+      budget_(budget ? std::move(budget) : std::make_shared<CarouselBudget>(limits))
 {
+}
+
+ObjectCarousel::~ObjectCarousel()
+{
+    forgetIndications();
 }
 
 bool ObjectCarousel::feedSection(uint16_t associationTag, const unsigned char* section, size_t size)
@@ -49,7 +56,12 @@ bool ObjectCarousel::feedSection(uint16_t associationTag, const unsigned char* s
 
 void ObjectCarousel::mapAssociationTag(uint16_t associationTag, uint16_t streamTag)
 {
-    streamTags_[associationTag] = streamTag;
+    const auto [known, isNew] = streamTags_.emplace(associationTag, streamTag);
+    if (!isNew && known->second == streamTag)
+        return;
+    known->second = streamTag;
+    if (references_.count(associationTag) != 0)
+        newReferences_.push_back(associationTag);  // it leads elsewhere now
     ++revision_;
 }
 
@@ -73,6 +85,7 @@ bool ObjectCarousel::feedServerInitiate(uint16_t tag, const DownloadMessage& mes
     gatewayTag_ = tag;
     gateway_ = news->serviceGateway;
     ++revision_;
+    noteReference(*gateway_);
     if (!gateway_->isResolvable())
         tell("carousel refused: of its service gateway, " + gateway_->unresolvableReason);
     return true;
@@ -102,19 +115,22 @@ bool ObjectCarousel::admits(const IndicationKey& key, const InfoIndication& indi
 {
     const auto known = indications_.find(key);
     const bool isNew = known == indications_.end();
-    const size_t others = moduleCount_ - (isNew ? 0 : known->second.modules.size());
-    return (!isNew || indications_.size() < limits_.infoIndications) &&
-           others + indication.modules.size() <= limits_.modules;
+    const size_t own = isNew ? 0 : known->second.modules.size();
+    return (!isNew || budget_->infoIndications.available() > 0) &&
+           indication.modules.size() <= budget_->modules.available() + own;
 }
 
 // Modules that stay as they were keep what they have received.
 void ObjectCarousel::replaceIndication(const IndicationKey& key, const InfoIndication& news,
                                        std::vector<unsigned char> section)
 {
-    Indication& indication = indications_[key];
+    const auto [place, isNew] = indications_.try_emplace(key);
+    if (isNew)
+        budget_->infoIndications.take(1);
+    Indication& indication = place->second;
     const bool sameDownload = indication.downloadId == news.downloadId;
     auto old = std::exchange(indication.modules, {});
-    moduleCount_ -= old.size();
+    countModules(old, false);
     std::vector<const ModuleAnnouncement*> changed;
     for (const ModuleAnnouncement& announcement : news.modules) {
         const auto known = old.find(announcement.moduleId);
@@ -130,17 +146,44 @@ void ObjectCarousel::replaceIndication(const IndicationKey& key, const InfoIndic
         if (indication.modules.count(announcement->moduleId) == 0)
             indication.modules.emplace(announcement->moduleId, newModule(*announcement, news));
     }
-    moduleCount_ += indication.modules.size();
+    countModules(indication.modules, true);
     indication.downloadId = news.downloadId;
     indication.section = std::move(section);
     ++revision_;
+}
+
+// Modules come and go with their list.
+void ObjectCarousel::countModules(const Modules& modules, bool come)
+{
+    size_t complete = 0;
+    for (const auto& [id, module] : modules)
+        complete += module->state() == CarouselModule::State::Complete ? 1U : 0U;
+    if (come) {
+        budget_->modules.take(modules.size());
+        moduleCount_ += modules.size();
+        completeCount_ += complete;
+    } else {
+        budget_->modules.giveBack(modules.size());
+        moduleCount_ -= modules.size();
+        completeCount_ -= complete;
+    }
+}
+
+void ObjectCarousel::forgetIndications()
+{
+    for (const auto& [key, indication] : indications_)
+        countModules(indication.modules, false);
+    budget_->infoIndications.giveBack(indications_.size());
+    indications_.clear();
 }
 
 std::unique_ptr<CarouselModule> ObjectCarousel::newModule(const ModuleAnnouncement& announcement,
                                                           const InfoIndication& indication)
 {
     auto module = std::make_unique<CarouselModule>(announcement, indication.downloadId,
-                                                   indication.blockSize, limits_, memory_);
+                                                   indication.blockSize, limits_, budget_->memory);
+    if (announcement.associationTag)
+        noteReference(*announcement.associationTag);
     tellProblem(*module);
     return module;
 }
@@ -156,12 +199,20 @@ bool ObjectCarousel::feedDataBlock(uint16_t tag, const DownloadMessage& message)
         const auto found = indication.modules.find(block->moduleId);
         if (found == indication.modules.end() || !carriesBlocks(tag, key, *found->second))
             continue;
-        if (found->second->addBlock(*block)) {
-            ++revision_;
-            tellProblem(*found->second);
-        }
+        if (found->second->addBlock(*block))
+            moduleChanged(*found->second);
     }
     return true;
+}
+
+void ObjectCarousel::moduleChanged(const CarouselModule& module)
+{
+    ++revision_;
+    if (module.state() == CarouselModule::State::Complete) {
+        ++completeCount_;
+        noteReferences(module);
+    }
+    tellProblem(module);
 }
 
 // Module infos name the stream of the blocks; without them it is that of the DII.
@@ -198,7 +249,7 @@ CarouselProgress ObjectCarousel::progress() const
 {
     CarouselProgress progress;
     progress.modulesKnown = moduleCount_;
-    progress.memoryUsed = memory_.used();
+    progress.memoryUsed = budget_->memory.used();
     for (const auto& [key, indication] : indications_) {
         for (const auto& [id, module] : indication.modules) {
             if (module->state() == CarouselModule::State::Refused) {
@@ -219,8 +270,9 @@ void ObjectCarousel::clear()
     fedTags_.clear();
     gatewayTag_.reset();
     gateway_.reset();
-    indications_.clear();
-    moduleCount_ = 0;
+    references_.clear();
+    newReferences_.clear();
+    forgetIndications();
     toldTooManyModules_ = false;
     ++revision_;
 }

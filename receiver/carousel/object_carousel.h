@@ -56,7 +56,7 @@ struct CarouselProgress {
     size_t modulesRefused = 0;
     size_t blocksNeeded = 0;    ///< of all modules but the refused ones
     size_t blocksReceived = 0;  ///< a complete module counts with all its blocks
-    size_t memoryUsed = 0;      ///< bytes
+    size_t memoryUsed = 0;      ///< bytes, of all carousels that share a budget
 };
 
 /// Puts one carousel together from its sections and finds files in it. The carousel is the one
@@ -70,7 +70,12 @@ public:
     /// Hears one sentence whenever a limit or damage makes the carousel refuse something.
     using MessageHandler = std::function<void(const std::string& message)>;
 
-    explicit ObjectCarousel(const CarouselLimits& limits = {}, MessageHandler handler = nullptr);
+    /// @param budget what is left for all carousels; null: the limits are for this one alone
+    explicit ObjectCarousel(const CarouselLimits& limits = {}, MessageHandler handler = nullptr,
+                            std::shared_ptr<CarouselBudget> budget = nullptr);
+    ~ObjectCarousel();
+    ObjectCarousel(const ObjectCarousel&) = delete;
+    ObjectCarousel& operator=(const ObjectCarousel&) = delete;
 
     /// Takes a section of table 0x3B or 0x3C.
     /// @param associationTag of the stream that carried it: its component tag, unless
@@ -95,10 +100,16 @@ public:
     /// @return the stream-event objects, listed like files
     std::vector<CarouselStreamEvents> streamEvents() const;
 
-    /// @return tags of streams that the carousel refers to and that were not fed yet
+    /// @return tags of streams that the carousel referred to and that were not fed yet
     std::set<uint16_t> wantedAssociationTags() const;
 
+    /// @return the streams, as they are fed, that were referred to for the first time since the
+    ///         last call; each tag once
+    std::vector<uint16_t> takeNewReferences();
+
     CarouselProgress progress() const;
+    size_t modulesKnown() const { return moduleCount_; }
+    size_t modulesComplete() const { return completeCount_; }
 
     /// Grows whenever an answer of the functions above may have changed, blocks in between aside.
     uint64_t revision() const { return revision_; }
@@ -112,10 +123,11 @@ public:
 private:
     /// A DII is known by its stream and the identification in its transaction id.
     using IndicationKey = std::pair<uint16_t, uint16_t>;
+    using Modules = std::map<uint16_t, std::unique_ptr<CarouselModule>>;
     struct Indication {
         std::vector<unsigned char> section;  // as received, to tell news from repetitions
         uint32_t downloadId = 0;
-        std::map<uint16_t, std::unique_ptr<CarouselModule>> modules;
+        Modules modules;
     };
     struct Resolution;
     struct Visit;
@@ -130,8 +142,15 @@ private:
                                               const InfoIndication& indication);
     bool feedDataBlock(uint16_t tag, const DownloadMessage& message);
     bool carriesBlocks(uint16_t tag, const IndicationKey& key, const CarouselModule& module) const;
+    void countModules(const Modules& modules, bool come);
+    void moduleChanged(const CarouselModule& module);
     void tellProblem(const CarouselModule& module);
     void tell(const std::string& message);
+
+    void noteReference(const ObjectReference& reference);
+    void noteReference(uint16_t associationTag);
+    void noteReferences(const CarouselModule& module);
+    void forgetIndications();
 
     uint16_t streamOf(uint16_t associationTag) const;
     const CarouselModule* findModule(const ObjectReference& reference, Resolution& result) const;
@@ -141,13 +160,16 @@ private:
 
     CarouselLimits limits_;
     MessageHandler handler_;
-    MemoryBudget memory_;  // the modules below have shares of it
+    std::shared_ptr<CarouselBudget> budget_;  // the modules below have shares of it
     std::map<uint16_t, uint16_t> streamTags_;
     std::set<uint16_t> fedTags_;
+    std::set<uint16_t> references_;        // association tags, as they are written
+    std::vector<uint16_t> newReferences_;  // those that were not taken yet
     std::optional<uint16_t> gatewayTag_;
     std::optional<ObjectReference> gateway_;
     std::map<IndicationKey, Indication> indications_;
     size_t moduleCount_ = 0;
+    size_t completeCount_ = 0;
     bool toldTooManyModules_ = false;
     uint64_t revision_ = 0;
 };

@@ -1,6 +1,7 @@
 #include "receiver/carousel/service_carousels.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
@@ -24,7 +25,7 @@ std::string hex(unsigned number)
 }  // namespace
 
 ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log)
-    : limits_(limits), log_(log)
+    : limits_(limits), budget_(std::make_shared<CarouselBudget>(limits)), log_(log)
 {
 }
 
@@ -34,6 +35,7 @@ std::vector<void*> ServiceCarousels::leave()
     service_.reset();
     tagsByPid_.clear();
     carousels_.clear();
+    pids_.clear();
     hasEnded_ = false;
     std::vector<void*> ids;
     for (const auto& entry : pending_)
@@ -45,11 +47,13 @@ std::vector<void*> ServiceCarousels::leave()
 ServiceCarousels::Reception ServiceCarousels::makeReception(uint8_t tag)
 {
     Reception reception;
-    reception.carousel =
-        std::make_unique<ObjectCarousel>(limits_, [this, tag](const std::string& message) {
+    reception.carousel = std::make_unique<ObjectCarousel>(
+        limits_,
+        [this, tag](const std::string& message) {
             report("carousel-problem", "carousel " + hex(tag) + ": " + message,
                    {{"component_tag", tag}});
-        });
+        },
+        budget_);
     reception.tags.insert(tag);
     return reception;
 }
@@ -80,19 +84,19 @@ void ServiceCarousels::join(const Service& service, const std::vector<StreamDesc
             }
         }
     }
+    updatePids();
+    toLookFor_ = pending_.size();
 }
 
-std::set<uint16_t> ServiceCarousels::pids() const
+void ServiceCarousels::updatePids()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    std::set<uint16_t> pids;
+    pids_.clear();
     for (const auto& [pid, tag] : tagsByPid_) {
         for (const auto& entry : carousels_) {
             if (entry.second.tags.count(tag) != 0)
-                pids.insert(pid);
+                pids_.insert(pid);
         }
     }
-    return pids;
 }
 
 void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
@@ -105,8 +109,11 @@ void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
         if (reception.tags.count(tag->second) == 0)
             continue;
         reception.carousel->feedSection(tag->second, section.data(), section.size());
-        const std::set<uint16_t> wanted = reception.carousel->wantedAssociationTags();
-        reception.tags.insert(wanted.begin(), wanted.end());
+        bool hasNewStreams = false;
+        for (const uint16_t wanted : reception.carousel->takeNewReferences())
+            hasNewStreams = reception.tags.insert(wanted).second || hasNewStreams;
+        if (hasNewStreams)
+            updatePids();
         reportNews(carouselTag, reception);
     }
 }
@@ -116,38 +123,56 @@ void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
     if (reception.toldRevision == reception.carousel->revision())
         return;
     reception.toldRevision = reception.carousel->revision();
-    const CarouselProgress progress = reception.carousel->progress();
-    if (progress.modulesComplete == reception.toldModules)
+    toLookFor_ = pending_.size();
+    const size_t complete = reception.carousel->modulesComplete();
+    const size_t known = reception.carousel->modulesKnown();
+    if (complete == reception.toldModules)
         return;
-    reception.toldModules = progress.modulesComplete;
+    reception.toldModules = complete;
     report("carousel",
-           "carousel " + hex(tag) + ": " + std::to_string(progress.modulesComplete) + " of " +
-               std::to_string(progress.modulesKnown) + " modules",
-           {{"component_tag", tag},
-            {"modules_complete", progress.modulesComplete},
-            {"modules_known", progress.modulesKnown}});
+           "carousel " + hex(tag) + ": " + std::to_string(complete) + " of " +
+               std::to_string(known) + " modules",
+           {{"component_tag", tag}, {"modules_complete", complete}, {"modules_known", known}});
 }
 
-std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers()
+std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers(size_t most)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Answer> answers;
-    for (auto entry = pending_.begin(); entry != pending_.end();) {
-        const auto [lookup, path] = find(entry->second.path);
-        if (lookup.result == Lookup::Result::Pending) {
-            ++entry;
-            continue;
-        }
-        const bool ready = lookup.result == Lookup::Result::Ready;
-        if (ready)
-            open_[entry->first] = {path, lookup.file, 0};
-        report(ready ? "file-ready" : "file-error",
-               entry->second.name + ": " + (ready ? "it has come" : lookup.reason),
-               {{"path", entry->second.name}});
-        answers.push_back({entry->first, ready});
-        entry = pending_.erase(entry);
+    toLookFor_ = std::min(toLookFor_, pending_.size());
+    const bool isForAll = toLookFor_ <= most && toLookFor_ == pending_.size();
+    auto entry = isForAll ? pending_.begin() : pending_.upper_bound(lastLookedFor_);
+    for (size_t count = std::min(toLookFor_, most); count > 0; --count) {
+        if (entry == pending_.end())
+            entry = pending_.begin();
+        lastLookedFor_ = entry->first;
+        const bool isAnswered = answerIfThere(entry->first, entry->second, answers);
+        entry = isAnswered ? pending_.erase(entry) : std::next(entry);
+        --toLookFor_;
     }
     return answers;
+}
+
+bool ServiceCarousels::answerIfThere(void* id, const PendingFile& file,
+                                     std::vector<Answer>& answers)
+{
+    ++lookups_;
+    const auto [lookup, path] = find(file.path);
+    if (lookup.result == Lookup::Result::Pending)
+        return false;
+    const bool ready = lookup.result == Lookup::Result::Ready;
+    if (ready)
+        open_[id] = {path, lookup.file, 0};
+    report(ready ? "file-ready" : "file-error",
+           file.name + ": " + (ready ? "it has come" : lookup.reason), {{"path", file.name}});
+    answers.push_back({id, ready});
+    return true;
+}
+
+uint64_t ServiceCarousels::lookups() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return lookups_;
 }
 
 std::vector<void*> ServiceCarousels::giveUp()

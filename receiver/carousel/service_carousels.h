@@ -33,8 +33,9 @@ public:
     ///        more are forgotten
     void join(const Service& service, const std::vector<StreamDescription>& streams);
 
-    /// The PIDs that carry parts of the carousels, as far as they are known to be needed.
-    std::set<uint16_t> pids() const;
+    /// The PIDs that carry parts of the carousels, as far as they are known to be needed. For the
+    /// middleware thread alone.
+    const std::set<uint16_t>& pids() const { return pids_; }
 
     /// Takes a section of one of these PIDs.
     void feed(uint16_t pid, const SectionBytes& section);
@@ -43,8 +44,13 @@ public:
         void* id;
         bool ready;
     };
-    /// Pending files that are there now, or never will be.
-    std::vector<Answer> takeAnswers();
+    /// Pending files that are there now, or never will be. Nothing is looked for unless something
+    /// new has come.
+    /// @param most how many files are looked for at most; the next call goes on after them
+    std::vector<Answer> takeAnswers(size_t most);
+
+    /// How often a pending file was looked for: what takeAnswers() costs.
+    uint64_t lookups() const;
 
     /// No more sections follow until leave(): nothing becomes pending any more.
     /// @return the ids of the pending files, which will not come
@@ -98,21 +104,28 @@ private:
         std::string path;
     };
 
+    bool answerIfThere(void* id, const PendingFile& file, std::vector<Answer>& answers);
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
     Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
+    void updatePids();
     void reportNews(uint8_t tag, Reception& reception);
     bool forget(void* id);
 
     const CarouselLimits limits_;
+    const std::shared_ptr<CarouselBudget> budget_;  // of all carousels together
     EventLog& log_;
     mutable std::mutex mutex_;
     std::optional<Service> service_;
     std::map<uint16_t, uint16_t> tagsByPid_;  // component tags
+    std::set<uint16_t> pids_;
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
     std::map<void*, PendingFile> pending_;
+    size_t toLookFor_ = 0;           // so many of them, since something new came
+    void* lastLookedFor_ = nullptr;  // the next one has its turn
+    uint64_t lookups_ = 0;
     std::map<void*, OpenFile> open_;
 };
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "receiver/text/dvb_text.h"
+
 namespace receiver {
 
 using namespace VestaHbbTV;
@@ -45,11 +47,10 @@ const char* answerName(HBBTV_XHR_Permission answer)
     }
 }
 
-std::string titleOf(const HBBTV_AITApplicationInfo& info)
+std::string titleOf(const HBBTV_AITApplicationInfo& info, const std::string& name)
 {
     return receiver::idsOf(info.organisationId, info.applicationId) + " " +
-           controlCodeName(info.controlCode) +
-           (*info.name ? " \"" + std::string(info.name) + "\"" : "");
+           controlCodeName(info.controlCode) + (name.empty() ? "" : " \"" + name + "\"");
 }
 
 /// @return the URLs of the transports in the order in which they are tried
@@ -204,11 +205,12 @@ void Integrator::update(const HBBTV_NotificationData* data)
     for (int index = 0; index < count; ++index) {
         const HBBTV_AITApplicationInfo& info = data->ait.applications[index];
         const std::vector<std::string> urls = urlsOf(info);
-        table_.push_back("  " + titleOf(info));
+        const std::string name = decodeDvbText(info.name);
+        table_.push_back("  " + titleOf(info, name));
         report("ait-application", table_.back(),
                {{"application", receiver::idsOf(info.organisationId, info.applicationId)},
                 {"control_code", info.controlCode},
-                {"name", info.name},
+                {"name", name},
                 {"urls", urls}});
         for (const std::string& url : urls) {
             table_.push_back("    " + url);

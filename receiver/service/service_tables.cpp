@@ -1,27 +1,29 @@
 #include "receiver/service/service_tables.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
 #include "foundation/byte_reader.h"
+#include "receiver/text/dvb_text.h"
+#include "signalling/pmt.h"
 
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
+using VestaHbbTV::ElementaryStream;
 
 namespace {
 
 constexpr size_t headerSize = 8;
 constexpr size_t crcSize = 4;
 constexpr uint16_t pidMask = 0x1FFF;
-constexpr uint16_t noPid = 0x1FFF;
+constexpr size_t bytesBeforeStreamInfo = 3;  // stream_type and elementary_PID
 constexpr uint8_t privateSectionsStreamType = 0x05;
 
 enum DescriptorTag : uint8_t {
-    carouselIdentifierTag = 0x13,
     associationTagTag = 0x14,
     serviceTag = 0x48,
-    streamIdentifierTag = 0x52,
     applicationSignallingTag = 0x6F
 };
 
@@ -61,49 +63,25 @@ std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
     return types;
 }
 
-void readStreamDescriptor(StreamDescription& stream, uint8_t tag, ByteReader payload)
+// The library's class says where signalling and carousels are; of the descriptors that it only
+// notes the presence of, a receiver needs the content, too.
+StreamDescription describe(const ElementaryStream& stream, ByteReader descriptors)
 {
-    switch (tag) {
-    case streamIdentifierTag:
-        if (payload.remaining() >= 1)
-            stream.componentTag = payload.u8();
-        break;
-    case associationTagTag:
-        if (payload.remaining() >= 2)
-            stream.associationTags.push_back(payload.u16());
-        break;
-    case carouselIdentifierTag:
-        if (payload.remaining() >= 4)
-            stream.carouselId = payload.u32();
-        break;
-    case applicationSignallingTag:
-        stream.hasApplicationSignalling = true;
-        stream.applicationTypes = readApplicationTypes(payload);
-        break;
-    default:
-        break;
-    }
-}
-
-void appendLatin1AsUtf8(std::string& text, unsigned char character)
-{
-    text += static_cast<char>(0xC0 | (character >> 6));
-    text += static_cast<char>(0x80 | (character & 0x3F));
-}
-
-enum class CharacterTable { Utf8, Latin1, Other };
-
-// The first bytes of a text select its table; without them it is close to ISO 6937.
-std::pair<CharacterTable, size_t> selectCharacterTable(const std::string& text)
-{
-    const unsigned char first = text.empty() ? 0x20 : static_cast<unsigned char>(text[0]);
-    if (first >= 0x20)
-        return {CharacterTable::Other, 0};
-    if (first == 0x15)
-        return {CharacterTable::Utf8, 1};
-    if (first == 0x10 && text.size() >= 3)
-        return {text[1] == 0 && text[2] == 1 ? CharacterTable::Latin1 : CharacterTable::Other, 3};
-    return {CharacterTable::Other, first == 0x1F ? 2 : 1};
+    StreamDescription description;
+    description.streamType = stream.getStreamType();
+    description.pid = stream.getElementaryPID();
+    if (const auto* const identifier = stream.getStreamIdentifierDescriptor())
+        description.componentTag = identifier->getComponentTag();
+    if (const auto* const carousel = stream.getCarouselIdentifierDescriptor())
+        description.carouselId = carousel->getCarouselId();
+    description.hasApplicationSignalling = stream.getApplicationSignallingDescriptor() != nullptr;
+    forEachDescriptor(descriptors, [&description](uint8_t tag, ByteReader payload) {
+        if (tag == associationTagTag && payload.remaining() >= 2)
+            description.associationTags.push_back(payload.u16());
+        else if (tag == applicationSignallingTag)
+            description.applicationTypes = readApplicationTypes(payload);
+    });
+    return description;
 }
 
 }  // namespace
@@ -114,9 +92,12 @@ bool TableCollector::add(const SectionBytes& section)
     const bool sameTable = header.tableIdExtension == header_.tableIdExtension &&
                            header.version == header_.version &&
                            header.lastSectionNumber == header_.lastSectionNumber;
-    if (!sameTable)
-        pending_.clear();
     header_ = header;
+    const auto known = pending_.find(header.sectionNumber);
+    if (sameTable && known != pending_.end() && known->second == section)
+        return false;  // a repetition, as most are: the table is not put together again
+    if (!sameTable || known != pending_.end())
+        pending_.clear();
     if (header.sectionNumber > header.lastSectionNumber)
         return false;
     pending_[header.sectionNumber] = section;
@@ -175,58 +156,48 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
     return services;
 }
 
-std::string decodeDvbText(const std::string& text)
-{
-    const auto [table, start] = selectCharacterTable(text);
-    std::string decoded;
-    for (size_t i = start; i < text.size(); ++i) {
-        const auto character = static_cast<unsigned char>(text[i]);
-        const bool control =
-            character < 0x20 || character == 0x7F ||
-            (table != CharacterTable::Utf8 && character >= 0x80 && character < 0xA0);
-        if (control)
-            continue;
-        if (character < 0x80 || table == CharacterTable::Utf8)
-            decoded += static_cast<char>(character);
-        else if (table == CharacterTable::Latin1)
-            appendLatin1AsUtf8(decoded, character);
-        else
-            decoded += '?';
-    }
-    return decoded;
-}
-
 bool StreamDescription::mayCarryApplicationInformation() const
 {
     return streamType == privateSectionsStreamType;
 }
 
-std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection)
+ApplicationSignalling StreamDescription::signalling() const
 {
-    std::vector<StreamDescription> streams;
-    ByteReader body = bodyOf(pmtSection);
-    body.skip(2);  // PCR_PID
-    body.skip(body.length12());
-    while (!body.empty()) {
-        StreamDescription stream;
-        stream.streamType = body.u8();
-        stream.pid = body.u16() & pidMask;
-        const ByteReader descriptors = body.take(body.length12());
-        if (!body.ok())
-            break;
-        forEachDescriptor(descriptors, [&stream](uint8_t tag, ByteReader payload) {
-            readStreamDescriptor(stream, tag, payload);
-        });
-        streams.push_back(std::move(stream));
-    }
-    return streams;
+    if (!mayCarryApplicationInformation())
+        return ApplicationSignalling::None;
+    if (applicationTypes.empty())
+        return ApplicationSignalling::Unsaid;
+    const bool isSaid =
+        std::any_of(applicationTypes.begin(), applicationTypes.end(),
+                    [](const auto& type) { return type.applicationType == hbbtvApplicationType; });
+    return isSaid ? ApplicationSignalling::HbbTV : ApplicationSignalling::None;
 }
 
-uint16_t readClockPid(const SectionBytes& pmtSection)
+ApplicationSignalling ProgramMap::signalling() const
 {
+    ApplicationSignalling best = ApplicationSignalling::None;
+    for (const StreamDescription& stream : streams)
+        best = std::max(best, stream.signalling());
+    return best;
+}
+
+ProgramMap readProgramMap(const SectionBytes& pmtSection)
+{
+    ProgramMap map;
     ByteReader body = bodyOf(pmtSection);
-    const uint16_t pid = body.u16() & pidMask;
-    return body.ok() ? pid : noPid;
+    const uint16_t clockPid = body.u16() & pidMask;
+    if (body.ok())
+        map.clockPid = clockPid;
+    body.skip(body.length12());
+    while (!body.empty()) {
+        ByteReader entry = body;
+        entry.skip(bytesBeforeStreamInfo);
+        const ByteReader descriptors = entry.take(entry.length12());
+        if (!entry.ok())
+            break;
+        map.streams.push_back(describe(ElementaryStream(body), descriptors));
+    }
+    return map;
 }
 
 }  // namespace receiver

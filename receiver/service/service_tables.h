@@ -16,7 +16,8 @@ namespace receiver {
 class TableCollector {
 public:
     /// @param section with current_next_indicator 1; a section of another version or
-    ///        table_id_extension than the ones before begins a new collection
+    ///        table_id_extension than the ones before, or one that differs from the one of its
+    ///        number, begins a new collection
     /// @return true when the section completes a table that differs from the last complete one
     bool add(const SectionBytes& section);
 
@@ -50,14 +51,19 @@ struct ServiceDescription {
 /// @return the services in order; a loop that leaves the section ends the section's list
 std::vector<ServiceDescription> readServiceDescriptions(const std::vector<SectionBytes>& sdt);
 
-/// DVB text (ETSI EN 300 468, annex A) as UTF-8. Characters of tables other than ISO 8859-1 and
-/// UTF-8 become "?" where they are not ASCII; control codes are left out.
-std::string decodeDvbText(const std::string& text);
+constexpr uint16_t hbbtvApplicationType = 0x0010;  // ETSI TS 102 796, 7.2.3.1
 
 /// One application type of an application signalling descriptor (ETSI TS 102 809, 5.3.5.1).
 struct SignalledApplicationType {
     uint16_t applicationType = 0;
     uint8_t aitVersion = 0;  ///< broadcasters do not keep it equal to the AIT's own version
+};
+
+/// What a PMT says of HbbTV applications.
+enum class ApplicationSignalling {
+    None,    ///< no stream with AITs, or other application types alone
+    Unsaid,  ///< a stream that may carry AITs, without a descriptor that tells their types
+    HbbTV    ///< an application signalling descriptor with the type of HbbTV
 };
 
 /// An elementary stream as a program map table lists it, with what locates signalling and
@@ -74,13 +80,22 @@ struct StreamDescription {
     /// Whether AITs are to be expected on the PID: stream type 5 (private sections), with or
     /// without a descriptor that tells their application types.
     bool mayCarryApplicationInformation() const;
+
+    /// Of the AITs on this PID.
+    ApplicationSignalling signalling() const;
 };
 
-/// @return the streams in the order of the section; one that does not fit ends the list
-std::vector<StreamDescription> readStreamDescriptions(const SectionBytes& pmtSection);
+/// What a receiver needs of a program map table.
+struct ProgramMap {
+    uint16_t clockPid = 0x1FFF;              ///< carries the program's clock (PCR); 0x1FFF: none
+    std::vector<StreamDescription> streams;  ///< in the order of the section
 
-/// @return the PID that carries the program's clock; 0x1FFF for none or a section too short
-uint16_t readClockPid(const SectionBytes& pmtSection);
+    ApplicationSignalling signalling() const;
+};
+
+/// Reads a PMT in one pass, its streams with the library's class.
+/// @return a stream that does not fit ends the list; all empty for a section too short
+ProgramMap readProgramMap(const SectionBytes& pmtSection);
 
 }  // namespace receiver
 

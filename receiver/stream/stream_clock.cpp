@@ -5,8 +5,9 @@ namespace receiver {
 namespace {
 
 constexpr uint64_t ticksPerSecond = 27000000;
-// Clock references come ten times a second; what is further on is another clock.
-constexpr uint64_t longestStep = 10 * ticksPerSecond;
+// Clock references come ten times a second; what is further on is another clock, and nobody waits
+// for it.
+constexpr uint64_t longestStep = ticksPerSecond;
 
 }  // namespace
 

@@ -13,7 +13,8 @@ class StreamClock {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// @param ticks of 27 MHz. A clock that jumps, said or not, begins a new time line.
+    /// @param ticks of 27 MHz. A clock that jumps, said or not, begins a new time line: back,
+    ///        or by more than a second.
     void note(uint64_t ticks, bool discontinuity, Time now);
 
     /// The stream begins again; what was noted counts no more.

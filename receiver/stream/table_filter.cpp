@@ -1,42 +1,39 @@
 #include "receiver/stream/table_filter.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace receiver {
 
 namespace {
 
-constexpr uint8_t tableIdAIT = 0x74;               // ETSI TS 102 809, 5.3.4
-constexpr unsigned hbbtvApplicationType = 0x0010;  // ETSI TS 102 796, 7.2.3.1
-
-bool isSaidToCarryHbbTV(const StreamDescription& stream)
-{
-    return std::any_of(
-        stream.applicationTypes.begin(), stream.applicationTypes.end(),
-        [](const auto& type) { return type.applicationType == hbbtvApplicationType; });
-}
+constexpr uint8_t tableIdAIT = 0x74;  // ETSI TS 102 809, 5.3.4
 
 }  // namespace
 
 void TableFilter::setStreams(const std::vector<StreamDescription>& streams)
 {
     const std::optional<uint16_t> before = chosen_;
+    std::vector<uint16_t> ofOtherTypes;
     pids_.clear();
-    seen_.clear();
     chosen_.reset();
     mayHaveTable_ = false;
     for (const StreamDescription& stream : streams) {
         if (!stream.mayCarryApplicationInformation())
             continue;
-        pids_.push_back(stream.pid);
-        const bool isSaid = isSaidToCarryHbbTV(stream);
-        mayHaveTable_ = mayHaveTable_ || isSaid || stream.applicationTypes.empty();
-        if (!chosen_ && isSaid)
+        const ApplicationSignalling signalling = stream.signalling();
+        const bool mayBe = signalling != ApplicationSignalling::None;
+        (mayBe ? pids_ : ofOtherTypes).push_back(stream.pid);
+        mayHaveTable_ = mayHaveTable_ || mayBe;
+        if (!chosen_ && signalling == ApplicationSignalling::HbbTV)
             chosen_ = stream.pid;
     }
+    pids_.insert(pids_.end(), ofOtherTypes.begin(), ofOtherTypes.end());
     // What was found out by listening still holds where the PMT does not say.
     if (!chosen_ && before && isOnPid(*before))
         chosen_ = before;
+    for (auto held = held_.begin(); held != held_.end();)
+        held = chosen_ || !isOnPid(held->first) ? held_.erase(held) : std::next(held);
 }
 
 bool TableFilter::isOnPid(uint16_t pid) const
@@ -44,7 +41,7 @@ bool TableFilter::isOnPid(uint16_t pid) const
     return std::find(pids_.begin(), pids_.end(), pid) != pids_.end();
 }
 
-std::string TableFilter::reasonAgainst(uint16_t pid, const SectionBytes& section)
+std::string TableFilter::reasonAgainst(const SectionBytes& section) const
 {
     const SectionHeader header = readSectionHeader(section);
     if (header.tableId != tableIdAIT)
@@ -54,18 +51,51 @@ std::string TableFilter::reasonAgainst(uint16_t pid, const SectionBytes& section
     const unsigned type = header.tableIdExtension & 0x7FFFu;
     if (type != hbbtvApplicationType)
         return "an AIT of application type " + std::to_string(type);
-    return reasonAgainstPid(pid, section);
+    return "";
 }
 
-std::string TableFilter::reasonAgainstPid(uint16_t pid, const SectionBytes& section)
+TableFilter::Verdict TableFilter::judge(uint16_t pid, const SectionBytes& section)
 {
-    // Where the PMT does not tell, the first PID that carries such a table is found by listening:
-    // one further down is taken when its table comes round again and no other came before.
-    if (!chosen_ && (pid == pids_.front() || !seen_.emplace(pid, section).second))
-        chosen_ = pid;
-    if (!chosen_)
-        return "an AIT while one may come on a PID that the PMT lists before";
-    return *chosen_ == pid ? "" : "a second AIT of the service";
+    const std::string reason = reasonAgainst(section);
+    if (!reason.empty())
+        return {{}, reason};
+    if (!chosen_ && pid == pids_.front())
+        choose(pid);
+    if (chosen_ && *chosen_ != pid)
+        return {{}, "a second AIT of the service"};
+    if (chosen_)
+        return {{section}, ""};
+    if (held_[pid].add(section))
+        return {choose(pid), ""};
+    if (heldBytes() > mostHeldBytes)
+        return {giveUpWaiting(), ""};
+    return {{}, "held back: an AIT while one may come on a PID that the PMT lists before"};
+}
+
+/// @return what was held of its table
+std::vector<SectionBytes> TableFilter::choose(uint16_t pid)
+{
+    chosen_ = pid;
+    const std::vector<SectionBytes> sections = held_[pid].take();
+    held_.clear();
+    return sections;
+}
+
+std::vector<SectionBytes> TableFilter::giveUpWaiting()
+{
+    for (const uint16_t pid : pids_) {
+        if (held_.count(pid) != 0)
+            return choose(pid);
+    }
+    return {};
+}
+
+size_t TableFilter::heldBytes() const
+{
+    size_t bytes = 0;
+    for (const auto& entry : held_)
+        bytes += entry.second.bytes();
+    return bytes;
 }
 
 }  // namespace receiver

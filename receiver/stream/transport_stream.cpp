@@ -237,28 +237,37 @@ void TransportStream::handleProgramAssociation(const SectionBytes& section)
 
 void TransportStream::handleServiceDescription(const SectionBytes& section)
 {
-    if (sdt_.add(section))
-        updateServices();
+    if (!sdt_.add(section))
+        return;
+    networks_.clear();
+    names_.clear();
+    for (const ServiceDescription& description : readServiceDescriptions(sdt_.sections())) {
+        networks_[description.transportStreamId] = description.originalNetworkId;
+        names_[{description.transportStreamId, description.serviceId}] = description.name;
+    }
+    updateServices();
+}
+
+Service TransportStream::describe(const ProgramAssociation& program) const
+{
+    Service service;
+    service.programNumber = program.programNumber;
+    service.pmtPid = program.pmtPid;
+    service.transportStreamId = program.transportStreamId;
+    const auto network = networks_.find(program.transportStreamId);
+    if (network != networks_.end())
+        service.originalNetworkId = network->second;
+    const auto name = names_.find({program.transportStreamId, program.programNumber});
+    if (name != names_.end())
+        service.name = name->second;
+    return service;
 }
 
 void TransportStream::updateServices()
 {
-    const std::vector<ServiceDescription> descriptions = readServiceDescriptions(sdt_.sections());
     std::vector<Service> services;
-    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections())) {
-        Service service;
-        service.programNumber = program.programNumber;
-        service.pmtPid = program.pmtPid;
-        service.transportStreamId = program.transportStreamId;
-        for (const ServiceDescription& description : descriptions) {
-            if (description.transportStreamId != program.transportStreamId)
-                continue;
-            service.originalNetworkId = description.originalNetworkId;
-            if (description.serviceId == program.programNumber)
-                service.name = description.name;
-        }
-        services.push_back(std::move(service));
-    }
+    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections()))
+        services.push_back(describe(program));
     if (services == services_)
         return;
     services_ = std::move(services);
@@ -270,16 +279,22 @@ void TransportStream::updateServices()
 void TransportStream::followProgramMaps()
 {
     const std::set<uint16_t> before = std::exchange(pmtPids_, {});
+    const size_t programsBefore = serviceIndex_.size();
     std::map<uint16_t, SectionBytes> kept;
-    for (const Service& service : services_) {
+    serviceIndex_.clear();
+    for (size_t index = 0; index < services_.size(); ++index) {
+        const Service& service = services_[index];
         if (service.pmtPid >= nullPid)
             continue;
+        serviceIndex_.emplace(std::pair(service.programNumber, service.pmtPid), index);
         pmtPids_.insert(service.pmtPid);
         need(service.pmtPid);
         const auto known = pmts_.find(service.programNumber);
         if (known != pmts_.end())
             kept.insert(*known);
     }
+    if (kept.size() != pmts_.size() || serviceIndex_.size() != programsBefore)
+        isProgramMapRepeated_ = false;
     pmts_ = std::move(kept);
     for (const uint16_t pid : before)
         releaseIfUnused(pid);
@@ -288,18 +303,29 @@ void TransportStream::followProgramMaps()
 void TransportStream::handleProgramMap(uint16_t pid, const SectionBytes& section)
 {
     const uint16_t programNumber = readSectionHeader(section).tableIdExtension;
-    const auto found =
-        std::find_if(services_.begin(), services_.end(), [=](const Service& service) {
-            return service.programNumber == programNumber && service.pmtPid == pid;
-        });
-    if (found == services_.end())
+    const auto found = serviceIndex_.find({programNumber, pid});
+    if (found == serviceIndex_.end())
         return;
     SectionBytes& known = pmts_[programNumber];
-    if (known == section)
+    if (known == section) {
+        isProgramMapRepeated_ = true;
         return;
+    }
     known = section;
-    const Service service = *found;  // the listener may not feed, but let it keep what it is told
+    // The listener may not feed, but let it keep what it is told.
+    const Service service = services_[found->second];
     listener_.pmtReceived(service, section);
+}
+
+void TransportStream::forgetProgramMaps()
+{
+    pmts_.clear();
+    isProgramMapRepeated_ = false;
+}
+
+bool TransportStream::haveProgramMapsComeRound() const
+{
+    return !services_.empty() && (isProgramMapRepeated_ || pmts_.size() >= serviceIndex_.size());
 }
 
 void TransportStream::need(uint16_t pid)

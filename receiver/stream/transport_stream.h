@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "receiver/service/service_tables.h"
@@ -85,7 +86,11 @@ public:
     void restart();
 
     /// Forgets which PMTs were told: each is told again when it comes.
-    void forgetProgramMaps() { pmts_.clear(); }
+    void forgetProgramMaps();
+
+    /// Whether every program's PMT has come, or one of them twice: those that have not come
+    /// meanwhile are not on air.
+    bool haveProgramMapsComeRound() const;
 
     /// @return a clear sentence; empty while nothing is wrong
     std::string error() const;
@@ -113,6 +118,7 @@ private:
     void handleServiceDescription(const SectionBytes& section);
     void handleProgramMap(uint16_t pid, const SectionBytes& section);
     void updateServices();
+    Service describe(const ProgramAssociation& program) const;
     void followProgramMaps();
     void need(uint16_t pid);
     void releaseIfUnused(uint16_t pid);
@@ -127,7 +133,11 @@ private:
     std::set<uint16_t> pmtPids_;
     TableCollector pat_;
     TableCollector sdt_;
+    std::map<uint16_t, uint16_t> networks_;                       // by transport stream
+    std::map<std::pair<uint16_t, uint16_t>, std::string> names_;  // by transport stream and id
     std::map<uint16_t, SectionBytes> pmts_;  // the last of each program in the PAT
+    std::map<std::pair<uint16_t, uint16_t>, size_t> serviceIndex_;  // by program and PMT PID
+    bool isProgramMapRepeated_ = false;
     std::vector<Service> services_;
 };
 

@@ -248,4 +248,53 @@ TEST_F(InterruptedStarts, AnApplicationThatEndsWhileItsHistoryIsClearedOpensNoPa
                      "STOP 0.0 independent reactivate=0 http://a.example/i", "RELEASE w1"}));
 }
 
+TEST_F(InterruptedStarts, AWindowThatIsReleasedWhileTheBrowserResolvesAURLAsksForNoStart)
+{
+    Window* const released = createWindow("B");
+    pend(released, "http://a.example/dir/i");
+    tickAll();
+    forgetJournal();
+    browser().whileIn["ve_resolve_relative_url"] = [&] { vesta_hbbtv_release_window(released); };
+    EXPECT_EQ(pend(released, "next"), nullptr);
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "START 0.0 independent http://a.example/next"),
+              0);
+}
+
+std::vector<TAVO_VestaWindow**> slots;
+std::vector<TAVO_VestaWindow*> shown;
+
+HBBTV_STATUS watchSlots(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (type == HBBTV_NOTIFICATION_SHOW_WINDOW || type == HBBTV_NOTIFICATION_HIDE_WINDOW) {
+        slots.push_back(data->window.tavoWindow);
+        shown.push_back(*data->window.tavoWindow);
+    }
+    return HBBTV_STATUS_OK;
+}
+
+TEST_F(InterruptedStarts, EveryListenerSeesTheSameSlotAlsoWhenOneOfThemEndsTheApplication)
+{
+    slots.clear();
+    shown.clear();
+    vesta_hbbtv_add_notification_listener(watchSlots);
+    for (const int type : {HBBTV_NOTIFICATION_SHOW_WINDOW, HBBTV_NOTIFICATION_HIDE_WINDOW}) {
+        Application* const application = run("http://a.example/i");
+        listener().onNotification[type] = [this](auto* data) {
+            slots.push_back(data->window.tavoWindow);
+            shown.push_back(*data->window.tavoWindow);
+            window()->terminateRunningApplication(true);
+        };
+        if (type == HBBTV_NOTIFICATION_SHOW_WINDOW)
+            application->show();
+        else
+            application->hide();
+        listener().onNotification.clear();
+    }
+    ASSERT_EQ(slots.size(), 4u);
+    EXPECT_EQ(slots[0], slots[1]);
+    EXPECT_EQ(slots[2], slots[3]);
+    EXPECT_EQ(shown, std::vector<TAVO_VestaWindow*>(4, browser().window(1)));
+}
+
 }  // namespace

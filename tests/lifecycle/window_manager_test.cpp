@@ -380,4 +380,72 @@ TEST_F(WindowManagerTest, TheEndOfAReplacedApplicationLeavesTheIdToTheOther)
     EXPECT_EQ(manager()->getApplication(50), &second);
 }
 
+class RemoveAllWindows : public LibraryTest {};
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatShutsTheLibraryDown)
+{
+    for (const int type :
+         {HBBTV_NOTIFICATION_STOP_APPLICATION, HBBTV_NOTIFICATION_RELEASE_WINDOW}) {
+        for (const int windows : {1, 3}) {
+            vesta_hbbtv_shutdown();
+            vesta_hbbtv_init(browser().handle());
+            vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+            for (int count = 0; count < windows; ++count)
+                createWindow("A")->startBroadcastIndependentApplication(
+                    HbbTVURL("http://a.example/"));
+            tickAll();
+            listener().onNotification[type] = [](auto*) { vesta_hbbtv_shutdown(); };
+            manager()->removeAllWindows();
+            listener().onNotification.clear();
+            EXPECT_EQ(WindowManager::instance, nullptr);
+            EXPECT_TRUE(listener().windowsInUse.empty());
+        }
+    }
+}
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatShutsTheLibraryDownForOneLeftBehind)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    tickAll();
+    window()->setRunningApplication(nullptr);
+    vesta_hbbtv_release_window(window());
+    native_ApplicationManagerSetAppDestroyedListener([](void*) { vesta_hbbtv_shutdown(); });
+    manager()->removeAllWindows();
+    EXPECT_EQ(WindowManager::instance, nullptr);
+}
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatDeletesTheManagerWhileAWindowIsHeld)
+{
+    Window* const held = window();
+    held->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    tickAll();
+    {
+        const Window::Hold hold(held);
+        vesta_hbbtv_release_window(held);
+        listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto*) {
+            vesta_hbbtv_shutdown();
+        };
+        manager()->removeAllWindows();
+    }
+    EXPECT_EQ(WindowManager::instance, nullptr);
+}
+
+TEST_F(RemoveAllWindows, LetsNothingStartForGoodWhenTheLibraryShutsDown)
+{
+    for (const char* const hook : {"hbbtv_ait_stop", "dsmcc_stop"}) {
+        vesta_hbbtv_init(browser().handle());
+        vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+        forgetJournal();
+        Application* started = nullptr;
+        platform().whileIn[hook] = [&started] {
+            started = static_cast<Window*>(vesta_hbbtv_create_window())
+                          ->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+        };
+        vesta_hbbtv_shutdown();
+        platform().whileIn.clear();
+        EXPECT_EQ(started, nullptr);
+        EXPECT_EQ(journal(), Lines({"hbbtv_ait_stop()", "dsmcc_stop()"}));
+    }
+}
+
 }  // namespace

@@ -473,4 +473,68 @@ TEST_F(WindowPending, ARunningApplicationThatIsSetAgainChangesNoState)
     EXPECT_EQ(window()->getState(), Window::TEARDOWN);
 }
 
+TEST_F(WindowPending, AForbiddenApplicationRunsAgainWhenTheChildThatCameBetweenGetsNoBrowserWindow)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const parent = running();
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    createChild("child");
+    listener().refuseWindows = true;
+    tickAll();
+    EXPECT_EQ(running(), parent);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({parent}));
+}
+
+TEST_F(WindowPending, AForbiddenApplicationRunsAgainWhenTheQueueGoesWithTheStartOfItsSuccessor)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const forbidden = running();
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    vesta_hbbtv_init(browser().handle());
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+    EXPECT_EQ(running(), forbidden);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+}
+
+int ends;
+
+TEST_F(WindowPending, NothingIsKeptOfManyThatShareOneBrowserWindow)
+{
+    ends = 0;
+    native_ApplicationManagerSetAppDestroyedListener([](void*) { ++ends; });
+    run("http://a.example/0");
+    const int children = 1000;
+    for (int child = 0; child < children; ++child) {
+        createChild("child");
+        listener().nextWindows = {1};
+        tickAll();
+        finishLoading();
+        ASSERT_EQ(window()->getApplications().size(), 1u);
+    }
+    EXPECT_EQ(ends, children);
+    forget();
+    window()->terminateRunningApplication(true);
+    EXPECT_EQ(journal(),
+              Lines({"STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}));
+}
+
+TEST_F(WindowPending, AListenerMayEndTheNewcomerWhenItHearsThatTheFormerOneEnded)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    listener().nextWindows = {1};
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [this](auto*) {
+        window()->terminateRunningApplication(true);
+    };
+    tickAll();
+    EXPECT_EQ(running(), nullptr);
+    EXPECT_TRUE(window()->getApplications().empty());
+    EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
 }  // namespace

@@ -41,14 +41,16 @@ TEST(Options, AStreamIsEnough)
     EXPECT_TRUE(parsed.options->script.empty());
     EXPECT_TRUE(parsed.options->trace.empty());
     EXPECT_TRUE(parsed.options->extract.empty());
+    EXPECT_EQ(parsed.options->duration, 0);
     EXPECT_FALSE(parsed.options->help);
+    EXPECT_FALSE(parsed.options->version);
 }
 
 TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
 {
-    const Parsed parsed =
-        parse("--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
-              "--carousel-limit 2 --site http://a.example/?x=y=folder --site http://b=c");
+    const Parsed parsed = parse(
+        "--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
+        "--duration 1.5 --carousel-limit 2 --site http://a.example/?x=y=folder --site http://b=c");
     ASSERT_TRUE(parsed.options) << parsed.problem;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.middleware.service, 0x6DD0);
@@ -57,11 +59,13 @@ TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
     EXPECT_EQ(options.script, "s");
     EXPECT_EQ(options.trace, "t");
     EXPECT_EQ(options.extract, "e");
+    EXPECT_EQ(options.duration, 1.5);
     EXPECT_EQ(options.middleware.limits.memory, size_t(2) << 20);
     ASSERT_EQ(options.sites.size(), 2u);
     EXPECT_EQ(options.sites[0].prefix, "http://a.example/?x=y");
     EXPECT_EQ(options.sites[0].folder, "folder");
     EXPECT_EQ(parse("-s x a.ts").options->script, "x");
+    EXPECT_EQ(parse("-s - a.ts").options->script, "-");
     EXPECT_EQ(parse("-- -").options->middleware.input, "-");
 }
 
@@ -76,12 +80,15 @@ TEST(Options, LogLevelsAreNamedAndDebugTellsWhatIsLeftOut)
     EXPECT_TRUE(debug.options->middleware.verbose);
 }
 
-TEST(Options, HelpWantsNoStream)
+TEST(Options, HelpAndVersionWantNoStream)
 {
+    EXPECT_TRUE(parse("--version").options->version);
+    EXPECT_EQ(versionText().rfind("vesta_receiver ", 0), 0u);
     EXPECT_TRUE(parse("--help").options->help);
     EXPECT_TRUE(parse("-h a b c").options->help);
-    for (const char* const option : {"--script", "--service", "--site", "--speed", "--loop",
-                                     "--log", "--trace", "--extract", "--carousel-limit", "--help"})
+    for (const char* const option :
+         {"--script", "--service", "--site", "--speed", "--loop", "--log", "--trace", "--extract",
+          "--carousel-limit", "--duration", "--version", "--help"})
         EXPECT_NE(usage().find(option), std::string::npos) << option;
 }
 
@@ -107,6 +114,9 @@ TEST(Options, WhatIsWrongIsSaid)
         {"--carousel-limit 0 a", "--carousel-limit wants MiB from 1 to 2048, not 0"},
         {"--carousel-limit 2049 a", "not 2049"},
         {"--loop -", "--loop wants a file"},
+        {"--script - -", "standard input cannot be both the script and the stream"},
+        {"--duration 0 a", "--duration wants seconds such as 60 or 0.5, not 0"},
+        {"--duration -1 a", "not -1"},
     };
     for (const auto& [line, problem] : cases) {
         const Parsed parsed = parse(line);

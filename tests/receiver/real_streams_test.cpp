@@ -168,7 +168,7 @@ TEST_P(RealStream, PmtsLeadToTheStreamsOfApplicationInformation)
                 listed.insert(stream["elementary_pid"].get<unsigned>());
     }
     for (const auto& [service, section] : heard_.pmts)
-        for (const StreamDescription& stream : readStreamDescriptions(section))
+        for (const StreamDescription& stream : readProgramMap(section).streams)
             if (stream.mayCarryApplicationInformation())
                 found.insert(stream.pid);
     EXPECT_EQ(found, listed);

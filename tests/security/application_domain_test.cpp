@@ -13,8 +13,7 @@ namespace {
 
 using Entries = std::vector<std::string>;
 
-static_assert(!std::is_polymorphic_v<ApplicationDomain> &&
-              sizeof(ApplicationDomain) == sizeof(Entries));
+static_assert(!std::is_polymorphic_v<ApplicationDomain>);
 
 ApplicationDomain domainOf(std::initializer_list<const char*> urls)
 {

@@ -224,6 +224,32 @@ TEST(AIT, HasNoNextApplicationAfterOneThatIsNotItsOwn)
     EXPECT_FALSE(table.isHandledAITApplication(nullptr));
 }
 
+TEST(AIT, GivesTheNextApplicationAlsoWhenOthersWereInsertedMeanwhile)
+{
+    AIT table;
+    const auto insert = [&table](int priority) {
+        auto* const application = new AITApplication(&table);
+        AITApplication::ApplicationDescriptor descriptor;
+        descriptor.setApplicationPriority(static_cast<uint8_t>(priority));
+        application->setApplicationDescriptor(descriptor);
+        application->setControlCode(AUTOSTART);
+        application->addTransport(ref_ptr<AITApplicationTransport>(new AITApplicationTransport));
+        table.insertAITApplication(application);
+        return application;
+    };
+    const AITApplication* const fifth = insert(5);
+    const AITApplication* const third = insert(3);
+    EXPECT_EQ(table.getAITApplication(AUTOSTART, true), fifth);
+    const AITApplication* const ninth = insert(9);
+    EXPECT_EQ(table.getNextAITApplication(fifth, AUTOSTART, true), third);
+    const AITApplication* const fourth = insert(4);
+    EXPECT_EQ(table.getNextAITApplication(fifth, AUTOSTART, true), fourth);
+    EXPECT_EQ(table.getNextAITApplication(fourth, AUTOSTART, true), third);
+    EXPECT_EQ(table.getNextAITApplication(third, AUTOSTART, true), nullptr);
+    EXPECT_EQ(table.getNextAITApplication(ninth, AUTOSTART, true), fifth);
+    EXPECT_TRUE(table.isHandledAITApplication(ninth));
+}
+
 TEST(AIT, GivesTheFirstApplicationOfAUsageType)
 {
     const Table table(AITSection()

@@ -22,6 +22,25 @@ TEST(Page, EachResourceIsNamedOnceAndPlacesInThePageAreNone)
               (References{"a", "b"}));
 }
 
+TEST(Page, APageThatIsTooLongIsNotLookedThrough)
+{
+    const std::string page = "<img src='a'>";
+    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size(), ' ')),
+              (References{"a"}));
+    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size() + 1, ' ')), References());
+}
+
+TEST(Page, TensOfThousandsOfReferencesAreEachNamedOnce)
+{
+    std::string page;
+    References wanted;
+    for (int number = 0; number < 20000; ++number) {
+        wanted.push_back(std::to_string(number));
+        page += "<img src='" + wanted.back() + "'><img src='0'>";
+    }
+    EXPECT_EQ(subresources(page), wanted);
+}
+
 TEST(Page, XhtmlWithPrologueIsReadToo)
 {
     const std::string page = "<?xml version='1.0' encoding='utf-8'?>\n<!DOCTYPE html PUBLIC "

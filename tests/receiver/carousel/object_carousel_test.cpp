@@ -170,6 +170,50 @@ TEST_F(Carousel, ModulesOnSeveralStreamsAreToldApartByAssociationTag)
     EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
 }
 
+TEST_F(Carousel, EachStreamIsReferredToOnce)
+{
+    std::vector<DirectoryEntry> entries;
+    for (unsigned number = 0; number < 300; ++number) {
+        IorFields file = {"fil", 2, "f"};
+        file.associationTag = number % 3;
+        entries.push_back({std::to_string(number), makeIor(file)});
+    }
+    size_t references = 0;
+    feed(carousel_, makeDsi(makeIor(gatewayIor)));
+    const Bytes gateway = makeGateway("g", entries);
+    for (unsigned version = 0; version < 5; ++version) {
+        feed(carousel_, makeDii(0x80000002 + (version << 16), {moduleOf(1, gateway, version)}));
+        for (const Bytes& block : makeDdbs(1, version, gateway)) {
+            feed(carousel_, block);
+            references += carousel_.takeNewReferences().size();
+        }
+    }
+    EXPECT_EQ(references, 4u) << "three streams of files and the gateway's own";
+    EXPECT_EQ(carousel_.wantedAssociationTags(), (std::set<uint16_t>{0, 1, 2}));
+}
+
+TEST_F(Carousel, AReferenceIsFollowedAgainWhenItsTagIsMapped)
+{
+    IorFields far = {"fil", 2, "f", 0x012B};
+    broadcast({makeGateway("g", {{"far", makeIor(far)}})});
+    EXPECT_EQ(carousel_.takeNewReferences(), (std::vector<uint16_t>{0x2A, 0x012B}));
+    carousel_.mapAssociationTag(0x012B, 0x2B);
+    carousel_.mapAssociationTag(0x012B, 0x2B);
+    EXPECT_EQ(carousel_.takeNewReferences(), std::vector<uint16_t>{0x2B});
+}
+
+TEST_F(Carousel, AFileIsFoundInADirectoryOfThousands)
+{
+    std::vector<DirectoryEntry> entries;
+    for (unsigned number = 0; number < 3000; ++number)
+        entries.push_back({std::to_string((number * 7919) % 3000), fileIor("f", 1)});
+    broadcast({makeGateway("g", entries) + makeFile("f", "x")});
+    for (const char* name : {"0", "1", "1500", "2999"})
+        EXPECT_EQ(read(name), "x") << name;
+    for (const char* name : {"3000", "-1", "15000", "a"})
+        EXPECT_EQ(resultOf(name), Result::Error) << name;
+}
+
 TEST_F(Carousel, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
 {
     IorFields gateway = gatewayIor;

@@ -92,7 +92,7 @@ protected:
     std::vector<std::pair<uintptr_t, bool>> answers()
     {
         std::vector<std::pair<uintptr_t, bool>> list;
-        for (const auto& answer : carousels_.takeAnswers())
+        for (const auto& answer : carousels_.takeAnswers(64))
             list.emplace_back(reinterpret_cast<uintptr_t>(answer.id), answer.ready);
         return list;
     }
@@ -290,6 +290,96 @@ TEST_F(ServiceCarouselsTest, StreamsAreListenedToWhenTheCarouselRefersToThem)
         feed(block, otherPid);
     EXPECT_EQ(answers(), (Answers{{1, true}}));
     EXPECT_EQ(carousels_.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
+}
+
+TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
+{
+    CarouselLimits limits;
+    limits.memory = 40000;
+    ServiceCarousels carousels(limits, log_);
+    std::vector<StreamDescription> streams;
+    const unsigned count = 38;
+    for (unsigned index = 0; index < count; ++index)
+        streams.push_back(carouselStream(uint16_t(0x300 + index), uint8_t(index)));
+    carousels.join(service(), streams);
+    const Bytes gateway = makeGateway("g", {}) + makeFile("f", std::string(10000, 'x'));
+    for (const StreamDescription& stream : streams) {
+        IorFields ior = {"srg", 1, "g"};
+        ior.associationTag = *stream.componentTag;
+        ModuleFields module = {1, uint32_t(gateway.size())};
+        module.associationTag = *stream.componentTag;
+        carousels.feed(stream.pid, makeDsi(makeIor(ior)));
+        carousels.feed(stream.pid, makeDii(0x80000002, {module}, 4000));
+        for (const Bytes& block : makeDdbs(1, 0, gateway, 4000))
+            carousels.feed(stream.pid, block);
+    }
+    size_t complete = 0;
+    size_t refused = 0;
+    for (const ServiceCarousels::Status& status : carousels.status()) {
+        complete += status.progress.modulesComplete;
+        refused += status.progress.modulesRefused;
+        EXPECT_LE(status.progress.memoryUsed, limits.memory);
+    }
+    EXPECT_EQ(complete, 3u);
+    EXPECT_EQ(refused, count - complete);
+    carousels.leave();
+    carousels.join(service(), {carouselStream(carouselPid, carouselTag)});
+    EXPECT_EQ(carousels.status().at(0).progress.memoryUsed, 0u);
+}
+
+TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimitOfModules)
+{
+    CarouselLimits limits;
+    limits.modules = 5;
+    ServiceCarousels carousels(limits, log_);
+    carousels.join(service(),
+                   {carouselStream(carouselPid, carouselTag), carouselStream(otherPid, otherTag)});
+    carousels.feed(carouselPid, makeDii(0x80000002, {{1, 10}, {2, 10}, {3, 10}}));
+    carousels.feed(otherPid, makeDii(0x80000002, {{1, 10}, {2, 10}, {3, 10}}));
+    const auto known = [&carousels](size_t index) {
+        return carousels.status().at(index).progress.modulesKnown;
+    };
+    EXPECT_EQ(known(0), 3u);
+    EXPECT_EQ(known(1), 0u);
+    carousels.feed(carouselPid, makeDii(0x80010002, {{1, 10}}));
+    carousels.feed(otherPid, makeDii(0x80010002, {{1, 10}, {2, 10}, {3, 10}}));
+    EXPECT_EQ(known(0) + known(1), 4u);
+}
+
+TEST_F(ServiceCarouselsTest, PendingFilesAreLookedForWhenSomethingNewHasComeAlone)
+{
+    feedGateway();
+    const unsigned files = 1000;
+    for (unsigned number = 1; number <= files; ++number)
+        carousels_.getFile(page, id(number));
+    answers();
+    const uint64_t before = carousels_.lookups();
+    const std::vector<Bytes> blocks = makeDdbs(2, 0, files_, 4000);
+    ASSERT_GT(blocks.size(), 100u);
+    for (size_t index = 0; index + 1 < blocks.size(); ++index) {
+        feed(blocks[index]);
+        EXPECT_TRUE(answers().empty());
+    }
+    EXPECT_LE(carousels_.lookups() - before, files) << "blocks in between change nothing";
+    feed(blocks.back());
+    size_t answered = 0;
+    for (unsigned turn = 0; turn < files / 64 + 1; ++turn)
+        answered += answers().size();
+    EXPECT_EQ(answered, files) << "each has had its turn";
+    EXPECT_EQ(answers(), Answers());
+}
+
+TEST_F(ServiceCarouselsTest, SoManyPendingFilesAreLookedForAtATimeWhateverComes)
+{
+    feedGateway();
+    for (unsigned number = 1; number <= 1000; ++number)
+        carousels_.getFile(page, id(number));
+    const unsigned changes = 100;
+    for (unsigned change = 1; change <= changes; ++change) {
+        feed(makeDii(0x80000006 | (change << 16), {{9, 10, change}}));
+        EXPECT_TRUE(answers().empty());
+    }
+    EXPECT_LE(carousels_.lookups(), 64u * changes);
 }
 
 TEST_F(ServiceCarouselsTest, FilesAreFoundWhereTheNetworkWasNotKnown)

@@ -1,8 +1,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <string>
-#include <tuple>
 #include <vector>
 
 #include "receiver/service/service_tables.h"
@@ -21,7 +19,8 @@ TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
                  {0x0B, 0x300,
                   makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 0x2A, 0}) +
                       makeDescriptor(0x14, {0x01, 0x2A, 0, 0, 0})}});
-    const std::vector<StreamDescription> streams = readStreamDescriptions(pmt);
+    const ProgramMap map = readProgramMap(pmt);
+    const std::vector<StreamDescription>& streams = map.streams;
     ASSERT_EQ(streams.size(), 4u);
     EXPECT_FALSE(streams[0].mayCarryApplicationInformation());
     EXPECT_TRUE(streams[1].mayCarryApplicationInformation());
@@ -33,7 +32,7 @@ TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
     EXPECT_EQ(streams[3].componentTag, 0x2A);
     EXPECT_EQ(streams[3].carouselId, 0x2Au);
     EXPECT_EQ(streams[3].associationTags, std::vector<uint16_t>{0x012A});
-    EXPECT_EQ(readClockPid(pmt), 0x100);
+    EXPECT_EQ(map.clockPid, 0x100);
 }
 
 TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
@@ -42,39 +41,47 @@ TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
     const Bytes sdt = makeSdt(1, 2, {{3, "three"}, {4, "four"}});
     for (size_t size = 0; size < pmt.size(); ++size)
         EXPECT_LE(
-            readStreamDescriptions(Bytes(pmt.begin(), pmt.begin() + std::ptrdiff_t(size))).size(),
+            readProgramMap(Bytes(pmt.begin(), pmt.begin() + std::ptrdiff_t(size))).streams.size(),
             size < pmt.size() - 4 ? 1u : 2u);
     for (size_t size = 0; size < sdt.size(); ++size)
         EXPECT_LE(readServiceDescriptions({Bytes(sdt.begin(), sdt.begin() + std::ptrdiff_t(size))})
                       .size(),
                   1u);
     EXPECT_EQ(readServiceDescriptions({sdt}).size(), 2u);
-    EXPECT_EQ(readStreamDescriptions(pmt).size(), 2u);
-    EXPECT_EQ(readClockPid({}), 0x1FFF);
+    EXPECT_EQ(readProgramMap(pmt).streams.size(), 2u);
+    EXPECT_EQ(readProgramMap({}).clockPid, 0x1FFF);
 }
 
-TEST(ServiceTables, DvbTextBecomesUtf8)
+/// A section of a table with two. @param content what tells it from others
+SectionBytes half(unsigned number, unsigned char content, unsigned version = 0)
 {
-    const std::tuple<const char*, std::string, std::string> cases[] = {
-        {"plain", "Das Erste", "Das Erste"},
-        {"UTF-8",
-         "\x15"
-         "F\xC3\xA9",
-         "F\xC3\xA9"},
-        {"ISO 8859-1", std::string("\x10\0\x01", 3) + "F\xE9", "F\xC3\xA9"},
-        {"another table",
-         "\x05"
-         "F\xE9",
-         "F?"},
-        {"emphasis left out",
-         "\x86"
-         "A\x87",
-         "A"},
-        {"empty", "", ""},
-        {"selector only", "\x10", ""},
-    };
-    for (const auto& [why, text, expected] : cases)
-        EXPECT_EQ(decodeDvbText(text), expected) << why;
+    return makeSection({0x42, 1, version, true, number, 1}, {content});
+}
+
+TEST(TableCollector, IsCompleteWhenTheLastSectionIsThereAndNotAgain)
+{
+    TableCollector table;
+    EXPECT_FALSE(table.add(half(1, 'b')));
+    EXPECT_FALSE(table.add(half(1, 'b')));
+    EXPECT_TRUE(table.add(half(0, 'a')));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_FALSE(table.add(half(0, 'a')));
+        EXPECT_FALSE(table.add(half(1, 'b')));
+    }
+    EXPECT_EQ(table.sections(), (std::vector<SectionBytes>{half(0, 'a'), half(1, 'b')}));
+}
+
+TEST(TableCollector, AChangedSectionBeginsACollectionWhateverItsVersionSays)
+{
+    TableCollector table;
+    table.add(half(0, 'a'));
+    table.add(half(1, 'b'));
+    EXPECT_FALSE(table.add(half(0, 'c'))) << "the others may have changed, too";
+    EXPECT_FALSE(table.add(half(0, 'd')));
+    EXPECT_TRUE(table.add(half(1, 'b')));
+    EXPECT_EQ(table.sections(), (std::vector<SectionBytes>{half(0, 'd'), half(1, 'b')}));
+    EXPECT_FALSE(table.add(half(1, 'b', 1)));
+    EXPECT_TRUE(table.add(half(0, 'd', 1)));
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <string>
 
 #include "tests/receiver/support/stream_builder.h"
@@ -58,6 +57,13 @@ Bytes application(unsigned id, unsigned controlCode, const std::string& base)
     return application(id, controlCode, {1}, http(1, base));
 }
 
+/// An entry with a name, in whatever character table.
+Bytes namedApplication(unsigned id, unsigned controlCode, const std::string& name)
+{
+    const Bytes names = makeDescriptor(0x01, ByteWriter().add(std::string("eng")).with8(name));
+    return application(id, controlCode, {1}, http(1, "http://one.example/") + names);
+}
+
 Bytes table(unsigned version, const Bytes& applications, unsigned type = 0x0010,
             unsigned number = 0, unsigned last = 0)
 {
@@ -71,16 +77,9 @@ Bytes signalling(unsigned type)
     return makeDescriptor(0x6F, ByteWriter().u16(0x8000 | type).u8(0xE0));
 }
 
-/// A stream that grows section by section, each PID with its own counter.
-class Stream {
+/// A stream that may begin with PAT and SDT.
+class Stream : public StreamWriter {
 public:
-    Stream& add(unsigned pid, const Bytes& section)
-    {
-        const Bytes packets = writers_.try_emplace(pid, pid).first->second.section(section);
-        bytes_.insert(bytes_.end(), packets.begin(), packets.end());
-        return *this;
-    }
-
     /// PAT and SDT of services with the ids 1, 2, ..., whose PMTs share a PID.
     Stream& services(const std::vector<std::string>& names)
     {
@@ -92,25 +91,9 @@ public:
             descriptions.emplace_back(id, name);
         }
         add(0, makePat(transportStreamId, 0, programs));
-        return add(0x11, makeSdt(transportStreamId, network, descriptions));
-    }
-
-    /// So much of nothing that the receiver acts on what came before.
-    Stream& pause()
-    {
-        const size_t packets = 64;
-        for (size_t count = 0; count < packets; ++count) {
-            const Bytes null = PacketWriter(0x1FFF).packet(false, {}, Bytes(184, 0xFF));
-            bytes_.insert(bytes_.end(), null.begin(), null.end());
-        }
+        add(0x11, makeSdt(transportStreamId, network, descriptions));
         return *this;
     }
-
-    const Bytes& bytes() const { return bytes_; }
-
-private:
-    std::map<unsigned, PacketWriter> writers_;
-    Bytes bytes_;
 };
 
 PmtStream tablesOn(unsigned pid)
@@ -227,6 +210,22 @@ Bytes noNetwork()
     return stream.bytes();
 }
 
+/// Names in several character tables, and names that would do something to a terminal.
+Bytes names()
+{
+    Stream stream;
+    stream.services({"T\xC8\x65l\xC8\x65 \xA4", "\x86"
+                                                "Clear\x87\x1B[2J"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(pmtPid, makePmt(2, 0, {{0x1B, 0x300, {}}}));
+    stream.add(0x200, table(0, namedApplication(1, autostart, "\x05\xDDzmir") +
+                                   namedApplication(2, present, "Caf\xC2\x65") +
+                                   namedApplication(3, present,
+                                                    "\x15"
+                                                    "A\x1B]0;B\x07\xC2\x9B\xFF")));
+    return stream.pause().bytes();
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -256,6 +255,7 @@ int main(int argc, char** argv)
         {"no-network", noNetwork()},
         {"services-without-table", servicesWithoutTable()},
         {"contradicted-table", contradictedTable()},
+        {"names", names()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;

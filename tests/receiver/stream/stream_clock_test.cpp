@@ -30,7 +30,8 @@ TEST_F(StreamClockTest, WithoutAClockNothingIsDue)
 TEST_F(StreamClockTest, ABitOfStreamIsDueWhenItsTimeHasPassed)
 {
     clock_.note(5 * second, false, start_);
-    clock_.note(7 * second, false, start_ + milliseconds(1));
+    clock_.note(6 * second, false, start_ + milliseconds(1));
+    clock_.note(7 * second, false, start_ + milliseconds(2));
     EXPECT_TRUE(clock_.isKnown());
     EXPECT_EQ(dueAfterStart(1), seconds(2));
     EXPECT_EQ(dueAfterStart(2), seconds(1));
@@ -42,6 +43,7 @@ TEST_F(StreamClockTest, AClockThatJumpsBeginsANewTimeLine)
     const std::tuple<const char*, uint64_t, bool> cases[] = {
         {"back", 3 * second, false},
         {"far ahead", 100 * second, false},
+        {"more than a second ahead", 6 * second + 1, false},
         {"as it says itself", 6 * second, true},
     };
     for (const auto& [why, ticks, discontinuity] : cases) {

@@ -46,6 +46,36 @@ protected:
 
 using Stream = TransportStreamTest;
 
+TEST_F(Stream, ThousandsOfServicesFindTheirNames)
+{
+    const unsigned parts = 20;
+    const unsigned perPart = 100;
+    PacketWriter pat(0), sdt(0x11);
+    Bytes bytes;
+    for (unsigned part = 0; part < parts; ++part) {
+        ByteWriter programs, descriptions;
+        descriptions.u16(0x20FA).u8(0xFF);
+        for (unsigned index = 0; index < perPart; ++index) {
+            const unsigned id = part * perPart + index + 1;
+            programs.u16(id).u16(0xE100);
+            const Bytes name = ByteWriter().u8(1).u8(0).with8(std::to_string(id));
+            const Bytes descriptor = makeDescriptor(0x48, name);
+            descriptions.u16(id).u8(0xFC).u16(0x8000 | unsigned(descriptor.size()));
+            descriptions.add(descriptor);
+        }
+        bytes = bytes + pat.section(makeSection({0, 0x441, 0, true, part, parts - 1}, programs));
+        bytes =
+            bytes + sdt.section(makeSection({0x42, 0x441, 0, true, part, parts - 1}, descriptions));
+    }
+    feed(bytes);
+    const std::vector<Service>& services = stream_.services();
+    ASSERT_EQ(services.size(), size_t(parts) * perPart);
+    for (const Service& service : services)
+        EXPECT_EQ(service.name, std::to_string(service.programNumber));
+    EXPECT_EQ(services.back().originalNetworkId, 0x20FA);
+    EXPECT_EQ(heard_.services.size(), 2u);
+}
+
 TEST_F(Stream, ServicesComeFromThePatAndTheirNamesFromTheSdt)
 {
     PacketWriter pat(0), sdt(0x11);

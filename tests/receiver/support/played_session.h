@@ -36,6 +36,7 @@ public:
     }
 
     Session& session() { return session_; }
+    const Doorbell& doorbell() const { return doorbell_; }
     const std::string& problem() const { return problem_; }
     std::string output() const { return out_.str(); }
     bool says(const std::string& text) const { return output().find(text) != std::string::npos; }

@@ -89,6 +89,23 @@ Bytes PacketWriter::packet(bool unitStart, const Bytes& adaptationField, const B
     return writer.add(payload);
 }
 
+StreamWriter& StreamWriter::add(unsigned pid, const Bytes& section)
+{
+    const Bytes packets = writers_.try_emplace(pid, pid).first->second.section(section);
+    bytes_.insert(bytes_.end(), packets.begin(), packets.end());
+    return *this;
+}
+
+StreamWriter& StreamWriter::pause()
+{
+    const size_t packets = 64;
+    for (size_t count = 0; count < packets; ++count) {
+        const Bytes null = PacketWriter(0x1FFF).packet(false, {}, Bytes(184, 0xFF));
+        bytes_.insert(bytes_.end(), null.begin(), null.end());
+    }
+    return *this;
+}
+
 Bytes operator+(Bytes left, const Bytes& right)
 {
     left.insert(left.end(), right.begin(), right.end());

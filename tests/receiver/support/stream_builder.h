@@ -3,6 +3,7 @@
 #define VESTA_TESTS_RECEIVER_SUPPORT_STREAM_BUILDER_H
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,6 +60,21 @@ public:
 private:
     unsigned pid_;
     unsigned counter_ = 0;
+};
+
+/// A stream that grows section by section, each PID with its own counter.
+class StreamWriter {
+public:
+    StreamWriter& add(unsigned pid, const Bytes& section);
+
+    /// So much of nothing that the receiver acts on what came before.
+    StreamWriter& pause();
+
+    const Bytes& bytes() const { return bytes_; }
+
+private:
+    std::map<unsigned, PacketWriter> writers_;
+    Bytes bytes_;
 };
 
 Bytes operator+(Bytes left, const Bytes& right);

@@ -1,0 +1,450 @@
+#include "receiver/service/service_follower.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+
+namespace receiver {
+
+namespace {
+
+using namespace VestaHbbTV;
+
+// How often an AIT comes round while it waits for the SDT, which names the network that carousel
+// URLs begin with.
+const unsigned mostHeldBackRounds = 8;
+
+// Pending files that are looked for at a time: pages may name thousands.
+const size_t filesPerFeed = 64;
+
+// More services than a multiplex has, and more bytes than their tables.
+const size_t mostCandidates = 256;
+const size_t mostHeldBytes = size_t(4) << 20;
+
+std::string nameOf(const Service& service)
+{
+    return "service " + std::to_string(service.programNumber) +
+           (service.name.empty() ? "" : " \"" + service.name + "\"");
+}
+
+std::string streamCount(const ProgramMap& map)
+{
+    const size_t count = map.streams.size();
+    return std::to_string(count) + (count == 1 ? " stream" : " streams");
+}
+
+}  // namespace
+
+ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
+    : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
+      wanted_(options.service), carousels_(options.limits, log)
+{
+}
+
+ServiceFollower::~ServiceFollower()
+{
+    for (const Outgoing& event : outgoing_)
+        discard(event);
+}
+
+bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
+{
+    if (!stream_.feed(bytes, count))
+        return false;
+    if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
+        chooseService();
+    reportFileAnswers(filesPerFeed);
+    updateSubscriptions();
+    return true;
+}
+
+std::vector<Outgoing> ServiceFollower::takeEvents()
+{
+    return std::exchange(outgoing_, {});
+}
+
+bool ServiceFollower::takeNews()
+{
+    return std::exchange(hasNews_, false);
+}
+
+void ServiceFollower::giveUpWaiting()
+{
+    reportFileAnswers(SIZE_MAX);
+    chooseAtEnd();
+    sendHeldBack();  // the network that they waited for will not be told
+    for (void* const id : carousels_.giveUp())
+        outgoing_.push_back(fileAnswer(id, false));
+}
+
+void ServiceFollower::remarkAtEnd()
+{
+    const std::string text = lackAtEnd();
+    if (!text.empty())
+        remark("remark", text);
+}
+
+/// Empty when it was all there.
+std::string ServiceFollower::lackAtEnd() const
+{
+    if (stream_.services().empty())
+        return "no services: the stream lists none";
+    if (!tuned_ && !wanted_)
+        return "no service of the stream signals HbbTV applications (no AIT)";
+    if (!tuned_) {
+        std::string list;
+        for (const Service& service : stream_.services())
+            list += (list.empty() ? "" : ", ") + std::to_string(service.programNumber);
+        return "no such service: " + std::to_string(*wanted_) + "; the stream has " + list;
+    }
+    if (hasSentTable_)
+        return "";
+    return filter_.pids().empty() ? nameOf(*tuned_) + " signals no applications (no AIT)"
+                                  : "no AIT for HbbTV came in " + nameOf(*tuned_);
+}
+
+void ServiceFollower::tune(uint16_t serviceId)
+{
+    outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
+    leave();
+    wanted_ = serviceId;
+    // Its PMT may be known from before, and is then not told again.
+    stream_.forgetProgramMaps();
+}
+
+void ServiceFollower::leave()
+{
+    for (void* const id : carousels_.leave())
+        outgoing_.push_back(fileAnswer(id, false));
+    tuned_.reset();
+    filter_.setStreams({});
+    updateSubscriptions();
+    hasSentTable_ = hasTable_ = false;
+    told_.clear();
+    heldBack_.clear();
+    heldBackRounds_ = 0;
+    candidates_.clear();
+    remarks_.clear();
+}
+
+void ServiceFollower::servicesChanged(const std::vector<Service>& services)
+{
+    hasNews_ = true;
+    std::map<uint16_t, ApplicationSignalling> signalling;
+    for (const Service& service : services) {
+        const auto known = signalling_.find(service.programNumber);
+        if (known != signalling_.end())
+            signalling.insert(*known);
+        // The SDT may come after the PMT that was tuned to.
+        if (tuned_ && tuned_->programNumber == service.programNumber)
+            tuned_ = service;
+        reportService(service);
+    }
+    signalling_ = std::move(signalling);
+    for (auto candidate = candidates_.begin(); candidate != candidates_.end();)
+        candidate = signalling_.count(candidate->first) == 0 ? candidates_.erase(candidate)
+                                                             : std::next(candidate);
+    if (tuned_ && tuned_->originalNetworkId)
+        sendHeldBack();
+}
+
+void ServiceFollower::reportService(const Service& service)
+{
+    const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
+    if (!isNew && told->second == service.name)
+        return;
+    told->second = service.name;
+    log_.report(Source::Air, "service",
+                isNew ? nameOf(service) + " found"
+                      : "service " + std::to_string(service.programNumber) + " is \"" +
+                            service.name + "\"",
+                {{"service", service.programNumber}, {"name", service.name}});
+}
+
+std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serviceId) const
+{
+    const auto known = signalling_.find(serviceId);
+    return known == signalling_.end() ? std::nullopt : std::optional(known->second);
+}
+
+void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
+{
+    hasNews_ = true;
+    ProgramMap map = readProgramMap(section);
+    signalling_[service.programNumber] = map.signalling();
+    const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
+    const bool isWanted = !tuned_ && wanted_ == service.programNumber;
+    if (isTuned || isWanted)
+        join(service, map);
+    else if (isChoosing())
+        addCandidate(service.programNumber, std::move(map));
+    if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
+        chooseService();
+}
+
+bool ServiceFollower::isChoosing() const
+{
+    return !wanted_ && !hasTableCome();
+}
+
+void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
+{
+    const auto known = candidates_.find(programNumber);
+    if (map.signalling() == ApplicationSignalling::None) {
+        if (known != candidates_.end())
+            candidates_.erase(known);
+        return;
+    }
+    if (known == candidates_.end() && candidates_.size() >= mostCandidates)
+        return;
+    Candidate& candidate = candidates_[programNumber];
+    candidate.filter.setStreams(map.streams);
+    candidate.map = std::move(map);
+    for (const uint16_t pid : candidate.filter.pids()) {
+        stream_.subscribe(pid);
+        subscribed_.insert(pid);
+    }
+}
+
+/// @param withTable only among those of which a table came
+/// @return null when there is none
+const Service* ServiceFollower::bestCandidate(bool withTable) const
+{
+    const Service* best = nullptr;
+    ApplicationSignalling most = ApplicationSignalling::None;
+    for (const Service& service : stream_.services()) {
+        const auto found = candidates_.find(service.programNumber);
+        if (found == candidates_.end() || (withTable && found->second.table.empty()))
+            continue;
+        const ApplicationSignalling signalling = found->second.map.signalling();
+        if (signalling > most) {
+            best = &service;
+            most = signalling;
+        }
+    }
+    return best;
+}
+
+void ServiceFollower::chooseService()
+{
+    tuneTo(bestCandidate(false));
+}
+
+/// @param service a candidate; null changes nothing
+void ServiceFollower::tuneTo(const Service* service)
+{
+    if (!service)
+        return;
+    Candidate candidate = std::move(candidates_.at(service->programNumber));
+    candidates_.erase(service->programNumber);
+    filter_ = std::move(candidate.filter);
+    join(*service, candidate.map);
+    for (const SectionBytes& section : candidate.table.take())
+        passOn(section);
+}
+
+/// A table that comes round on another service while there is none on this one decides.
+void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& section)
+{
+    bool hasComeRound = false;
+    for (auto& [programNumber, candidate] : candidates_) {
+        if (!candidate.filter.isOnPid(pid))
+            continue;
+        for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
+            hasComeRound = candidate.table.add(part) || hasComeRound;
+    }
+    if (hasComeRound && tuned_)
+        goOnToNextService();
+    else
+        limitWhatIsHeld();
+}
+
+void ServiceFollower::limitWhatIsHeld()
+{
+    size_t held = 0;
+    for (const auto& entry : candidates_)
+        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
+    if (held <= mostHeldBytes)
+        return;
+    for (auto& entry : candidates_) {
+        entry.second.table.clear();
+        entry.second.filter.forgetHeld();
+    }
+}
+
+void ServiceFollower::goOnToNextService()
+{
+    const Service* const next = bestCandidate(true);
+    if (!next)
+        return;
+    log_.report(Source::Receiver, "moved-on",
+                "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
+                {{"service", tuned_->programNumber}});
+    auto others = std::exchange(candidates_, {});
+    leave();
+    candidates_ = std::move(others);
+    tuneTo(next);
+}
+
+/// What came once will not come round any more.
+void ServiceFollower::chooseAtEnd()
+{
+    if (!tuned_ && isChoosing())
+        chooseService();
+    for (const SectionBytes& section : filter_.giveUpWaiting())
+        passOn(section);
+    if (!tuned_ || !isChoosing())
+        return;
+    for (auto& entry : candidates_) {
+        for (const SectionBytes& section : entry.second.filter.giveUpWaiting())
+            entry.second.table.add(section);
+    }
+    goOnToNextService();
+}
+
+/// Follows the service's PMT: the first, or one that differs.
+void ServiceFollower::join(const Service& service, const ProgramMap& map)
+{
+    const EventLog::Details details = {{"service", service.programNumber}};
+    const bool isNew = !tuned_;
+    if (isNew)
+        log_.report(Source::Receiver, "tuned",
+                    "tuned to " + nameOf(service) + ", " + streamCount(map), details);
+    else
+        log_.report(Source::Air, "streams",
+                    nameOf(service) + " has other streams now: " + streamCount(map), details);
+    tuned_ = service;
+    clockPid_ = map.clockPid;
+    const bool hadTable = !isNew && (filter_.mayHaveTable() || hasTable_);
+    filter_.setStreams(map.streams);
+    if ((hadTable || isNew) && !filter_.mayHaveTable())
+        sayThatThereIsNoTable(hadTable);
+    carousels_.join(service, map.streams);
+    updateSubscriptions();
+}
+
+/// The application of a table that has gone, or of the service before, is to stop: no table will
+/// say so. @param wasThere whether this service had one before
+void ServiceFollower::sayThatThereIsNoTable(bool wasThere)
+{
+    const char* const what = filter_.pids().empty() ? "applications" : "HbbTV applications";
+    log_.report(Source::Air, wasThere ? "ait-gone" : "no-ait",
+                nameOf(*tuned_) + " signals no " + what + (wasThere ? " any more" : ""),
+                {{"service", tuned_->programNumber}});
+    outgoing_.push_back(tableGone());
+    hasTable_ = false;
+    told_.clear();
+    heldBack_.clear();
+}
+
+/// Listens to what the service needs now, and to nothing else.
+void ServiceFollower::updateSubscriptions()
+{
+    std::set<uint16_t> needed = carousels_.pids();
+    needed.insert(filter_.pids().begin(), filter_.pids().end());
+    for (const auto& entry : candidates_) {
+        const std::vector<uint16_t>& pids = entry.second.filter.pids();
+        needed.insert(pids.begin(), pids.end());
+    }
+    for (const uint16_t pid : subscribed_) {
+        if (needed.count(pid) == 0)
+            stream_.unsubscribe(pid);
+    }
+    for (const uint16_t pid : needed)
+        stream_.subscribe(pid);
+    subscribed_ = std::move(needed);
+}
+
+void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
+{
+    hasNews_ = true;
+    const bool isOnPid = filter_.isOnPid(pid);
+    if (isOnPid)
+        takeTableSection(pid, section);
+    else
+        carousels_.feed(pid, section);
+    if (isChoosing())
+        listenForCandidates(pid, section);
+}
+
+void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
+{
+    const TableFilter::Verdict verdict = filter_.judge(pid, section);
+    if (!verdict.reason.empty())
+        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + verdict.reason);
+    for (const SectionBytes& part : verdict.toSend)
+        passOn(part);
+}
+
+/// Sends a section, unless it has to wait for the network's id.
+void ServiceFollower::passOn(const SectionBytes& section)
+{
+    if (tuned_->originalNetworkId || heldBackRounds_ >= mostHeldBackRounds)
+        return sendTableSection(section);
+    remark("left-out", "held back: an AIT before the network is known");
+    if (heldBack_.add(section) && ++heldBackRounds_ >= mostHeldBackRounds)
+        sendHeldBack();
+}
+
+void ServiceFollower::sendHeldBack()
+{
+    for (const SectionBytes& section : heldBack_.take())
+        sendTableSection(section);
+}
+
+void ServiceFollower::sendTableSection(const SectionBytes& section)
+{
+    reportTableSection(section);
+    hasSentTable_ = hasTable_ = true;
+    signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
+    candidates_.clear();
+    outgoing_.push_back(tableSection(section.data(), section.size(),
+                                     tuned_->originalNetworkId.value_or(0),
+                                     tuned_->transportStreamId, tuned_->programNumber));
+}
+
+/// Tells of a section that was not there before; the air repeats them all the time.
+void ServiceFollower::reportTableSection(const SectionBytes& section)
+{
+    const SectionHeader header = readSectionHeader(section);
+    SectionBytes& told = told_[header.sectionNumber];
+    if (told == section)
+        return;
+    told = section;
+    const std::string place = header.lastSectionNumber == 0
+                                  ? ""
+                                  : ", section " + std::to_string(header.sectionNumber + 1) +
+                                        " of " + std::to_string(header.lastSectionNumber + 1);
+    log_.report(Source::Air, "ait",
+                "AIT version " + std::to_string(header.version) + place + ", " +
+                    withSeparators(section.size()) + " bytes",
+                {{"version", header.version},
+                 {"section", header.sectionNumber},
+                 {"last_section", header.lastSectionNumber},
+                 {"size", section.size()}});
+}
+
+/// Something that is not for everybody, or that would be said again and again.
+void ServiceFollower::remark(const char* event, const std::string& text)
+{
+    const bool isForEverybody = std::string(event) != "left-out";
+    if ((isForEverybody || isVerbose_) && remarks_.insert(text).second)
+        log_.report(Source::Receiver, event, text);
+}
+
+/// @param most how many files are looked for
+void ServiceFollower::reportFileAnswers(size_t most)
+{
+    for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers(most))
+        outgoing_.push_back(fileAnswer(answer.id, answer.ready));
+}
+
+void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity)
+{
+    if (pid == clockPid_)
+        clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
+}
+
+}  // namespace receiver

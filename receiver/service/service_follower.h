@@ -1,0 +1,148 @@
+/// Follows one service of a transport stream: which one is tuned to, which PIDs it needs, and what
+/// the application manager is to hear of it.
+#ifndef VESTA_RECEIVER_SERVICE_SERVICE_FOLLOWER_H
+#define VESTA_RECEIVER_SERVICE_SERVICE_FOLLOWER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "receiver/carousel/service_carousels.h"
+#include "receiver/console/event_log.h"
+#include "receiver/integration/event_records.h"
+#include "receiver/stream/held_table.h"
+#include "receiver/stream/stream_clock.h"
+#include "receiver/stream/table_filter.h"
+#include "receiver/stream/transport_stream.h"
+
+namespace receiver {
+
+struct FollowerOptions {
+    std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
+    bool verbose = false;             ///< also tell what is left out, and why
+    CarouselLimits limits;
+};
+
+/// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT
+/// says so before one whose PMT does not say, in the order of the PAT, and on to the next while no
+/// table comes. It knows which is first when every PMT has come, or one of them twice.
+///
+/// What it has to say piles up until takeEvents(). One thread at a time, carousels() aside.
+class ServiceFollower : private TransportStreamListener {
+public:
+    /// @param clock hears the clock references of the tuned service @param log, clock borrowed
+    ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock);
+    ~ServiceFollower() override;
+    ServiceFollower(const ServiceFollower&) = delete;
+    ServiceFollower& operator=(const ServiceFollower&) = delete;
+
+    /// @name What comes from the air
+    /// @{
+    /// @return false once it is clear that this is not a transport stream (error() says so)
+    bool feed(const unsigned char* bytes, size_t count);
+    /// No more bytes follow. @return false when there never was a transport stream
+    bool finish() { return stream_.finish(); }
+    /// The stream is played again from its beginning.
+    void restart() { stream_.restart(); }
+    std::string error() const { return stream_.error(); }
+    /// @}
+
+    /// Leaves the service and waits for this one.
+    void tune(uint16_t serviceId);
+
+    /// Nothing comes any more: what was waited for will not be there.
+    void giveUpWaiting();
+
+    /// Says what a person might have expected of the stream and was not there.
+    void remarkAtEnd();
+
+    /// Something that is not for everybody, or that would be said again and again.
+    void remark(const char* event, const std::string& text);
+
+    /// @return what is to be sent since the last call, in order; the events are the caller's
+    std::vector<Outgoing> takeEvents();
+
+    /// @return whether a table or a section came since the last call: what is known may have
+    /// changed
+    bool takeNews();
+
+    const std::vector<Service>& services() const { return stream_.services(); }
+    const std::optional<Service>& tuned() const { return tuned_; }
+    /// What the service's PMT says of applications; nothing without a PMT.
+    std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
+    /// Whether there is no sign of the service that was asked for.
+    bool lacksWantedService() const { return wanted_ && !tuned_; }
+    const StreamStatistics& statistics() const { return stream_.statistics(); }
+    ServiceCarousels& carousels() { return carousels_; }
+
+private:
+    /// A service that may be tuned to, and what came of its table meanwhile.
+    struct Candidate {
+        ProgramMap map;
+        TableFilter filter;
+        HeldTable table;
+    };
+
+    void servicesChanged(const std::vector<Service>& services) override;
+    void pmtReceived(const Service& service, const SectionBytes& section) override;
+    void sectionReceived(uint16_t pid, const SectionBytes& section) override;
+    void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
+
+    void reportService(const Service& service);
+    void join(const Service& service, const ProgramMap& map);
+    void leave();
+    void sayThatThereIsNoTable(bool wasThere);
+    void updateSubscriptions();
+
+    /// @name Choice of a service; none of it once one was asked for or a table was sent
+    /// @{
+    bool isChoosing() const;
+    void addCandidate(uint16_t programNumber, ProgramMap map);
+    const Service* bestCandidate(bool withTable) const;
+    void tuneTo(const Service* service);
+    void chooseService();
+    void listenForCandidates(uint16_t pid, const SectionBytes& section);
+    void limitWhatIsHeld();
+    void goOnToNextService();
+    void chooseAtEnd();
+    /// @}
+
+    bool hasTableCome() const { return hasSentTable_ || !heldBack_.empty(); }
+    void takeTableSection(uint16_t pid, const SectionBytes& section);
+    void passOn(const SectionBytes& section);
+    void sendHeldBack();
+    void sendTableSection(const SectionBytes& section);
+    void reportTableSection(const SectionBytes& section);
+    void reportFileAnswers(size_t most);
+    std::string lackAtEnd() const;
+
+    const bool isVerbose_;
+    EventLog& log_;
+    StreamClock& clock_;
+    TransportStream stream_;
+    uint16_t clockPid_ = 0x1FFF;
+    TableFilter filter_;
+    std::vector<Outgoing> outgoing_;
+    bool hasNews_ = false;
+    std::optional<Service> tuned_;
+    std::optional<uint16_t> wanted_;                        // asked for
+    std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
+    std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
+    std::set<uint16_t> subscribed_;
+    bool hasSentTable_ = false;             ///< of this service
+    bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says
+    std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
+    HeldTable heldBack_;                    // until the network is known
+    unsigned heldBackRounds_ = 0;
+    std::set<std::string> remarks_;                 // each is made once a service
+    std::map<uint16_t, std::string> toldServices_;  // names
+    ServiceCarousels carousels_;
+};
+
+}  // namespace receiver
+
+#endif

@@ -1,0 +1,300 @@
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/service/service_follower.h"
+#include "tests/receiver/support/stream_builder.h"
+
+namespace receiver {
+namespace {
+
+using namespace VestaHbbTV;
+
+const unsigned hbbtv = 0x0010;
+const unsigned network = 0x20FA;
+
+/// The PMT's PID of a service, and the PIDs of its tables.
+unsigned pmtPid(unsigned service)
+{
+    return 0x100 + service;
+}
+unsigned tablePid(unsigned service)
+{
+    return 0x200 + service;
+}
+
+Bytes signalling(unsigned type)
+{
+    return makeDescriptor(0x6F, ByteWriter().u16(0x8000 | type).u8(0xE0));
+}
+
+/// A stream of tables; without a type the PMT does not say what they are.
+PmtStream tables(unsigned pid)
+{
+    return {0x05, pid, {}};
+}
+PmtStream tables(unsigned pid, unsigned type)
+{
+    return {0x05, pid, signalling(type)};
+}
+
+Bytes table(unsigned version, unsigned number = 0, unsigned last = 0, unsigned type = hbbtv)
+{
+    return makeSection({0x74, type, version, true, number, last}, {0xF0, 0, 0xF0, 0});
+}
+
+class Follower : public ::testing::Test {
+protected:
+    /// PAT (and SDT) of these services.
+    void services(const std::vector<unsigned>& ids, bool withNetwork = true)
+    {
+        std::vector<PatEntry> programs;
+        std::vector<std::pair<unsigned, std::string>> names;
+        for (const unsigned id : ids) {
+            programs.push_back({id, pmtPid(id)});
+            names.emplace_back(id, "");
+        }
+        play(0, makePat(0x441, 0, programs));
+        if (withNetwork)
+            play(0x11, makeSdt(0x441, network, names));
+    }
+
+    void pmt(unsigned service, const std::vector<PmtStream>& streams, unsigned version = 0)
+    {
+        play(pmtPid(service), makePmt(service, version, streams));
+    }
+
+    void play(unsigned pid, const Bytes& section)
+    {
+        const size_t before = stream_.bytes().size();
+        stream_.add(pid, section).pause();
+        follower_.feed(stream_.bytes().data() + before, stream_.bytes().size() - before);
+    }
+
+    void end()
+    {
+        follower_.finish();
+        follower_.giveUpWaiting();
+    }
+
+    /// "service: version/section" of the tables that were sent since the last call.
+    std::string sent()
+    {
+        std::string text;
+        for (const Outgoing& event : follower_.takeEvents()) {
+            if (event.type == E_AIT_SECTION) {
+                const auto& record = *static_cast<HBBTV_AITSectionEventData*>(event.record);
+                text += text.empty() ? "" : ", ";
+                text += std::to_string(record.service_id) + ": ";
+                if (record.section)
+                    text += std::to_string((record.section[5] >> 1) & 0x1F) + "/" +
+                            std::to_string(record.section[6]);
+                else
+                    text += "none";
+                network_ = record.original_network_id;
+            }
+            discard(event);
+        }
+        return text;
+    }
+
+    unsigned tuned() const { return follower_.tuned() ? follower_.tuned()->programNumber : 0; }
+
+    std::ostringstream out_;
+    EventLog log_{out_, false};
+    StreamClock clock_;
+    ServiceFollower follower_{{}, log_, clock_};
+    StreamWriter stream_;
+    unsigned network_ = 0;
+};
+
+TEST_F(Follower, TunesInTheOrderOfThePatNotOfArrival)
+{
+    services({1, 2, 3});
+    pmt(3, {tables(tablePid(3), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 0u);
+    pmt(1, {{0x1B, 0x300, {}}});
+    EXPECT_EQ(tuned(), 2u);
+}
+
+TEST_F(Follower, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
+{
+    services({1, 2, 3});
+    pmt(1, {tables(tablePid(1))});
+    pmt(2, {tables(tablePid(2), 1)});
+    pmt(3, {tables(tablePid(3), 1), tables(0x300, hbbtv)});
+    EXPECT_EQ(tuned(), 3u);
+}
+
+TEST_F(Follower, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
+{
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), 1)});
+    pmt(2, {{0x1B, 0x300, signalling(hbbtv)}});
+    end();
+    EXPECT_EQ(tuned(), 0u);
+    follower_.remarkAtEnd();
+    EXPECT_NE(out_.str().find("no service of the stream signals HbbTV applications"),
+              std::string::npos);
+}
+
+TEST_F(Follower, DoesNotWaitForAPmtThatIsMissing)
+{
+    services({1, 2});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 0u);
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 2u) << "the tables have come round";
+}
+
+TEST_F(Follower, ATableThatComesBeforeTheChoiceIsSentAfterIt)
+{
+    services({1, 2});
+    pmt(2, {tables(tablePid(2))});
+    play(tablePid(2), table(7));
+    EXPECT_EQ(sent(), "");
+    pmt(1, {{0x1B, 0x300, {}}});
+    EXPECT_EQ(sent(), "2: 7/0");
+}
+
+TEST_F(Follower, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
+{
+    services({1, 2});
+    pmt(2, {tables(tablePid(2))});
+    play(tablePid(2), table(7));
+    end();
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 7/0");
+}
+
+TEST_F(Follower, GoesOnToTheNextServiceWhileNoTableComes)
+{
+    services({1, 2, 3});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    pmt(3, {tables(tablePid(3))});
+    EXPECT_EQ(tuned(), 1u);
+    play(tablePid(1), table(0, 0, 0, 1));
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 1u) << "its table may still come";
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_NE(out_.str().find("no AIT for HbbTV came in service 1"), std::string::npos);
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "") << "the choice is made";
+}
+
+TEST_F(Follower, StaysWhereTheTableCame)
+{
+    services({1, 2});
+    pmt(1, {tables(tablePid(1))});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 2u);
+    play(tablePid(2), table(5));
+    for (int round = 0; round < 3; ++round)
+        play(tablePid(1), table(6));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
+TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
+{
+    services({1, 2, 3});
+    for (const unsigned service : {1u, 2u, 3u})
+        pmt(service, {tables(tablePid(service))});
+    play(tablePid(3), table(3));
+    play(tablePid(2), table(2));
+    EXPECT_EQ(tuned(), 1u);
+    end();
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 2/0");
+}
+
+TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
+{
+    follower_.tune(1);
+    services({1, 2});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 0u);
+    pmt(1, {tables(tablePid(1))});
+    EXPECT_EQ(tuned(), 1u);
+    for (int round = 0; round < 3; ++round)
+        play(tablePid(2), table(6));
+    end();
+    EXPECT_EQ(tuned(), 1u);
+    EXPECT_EQ(sent(), "");
+}
+
+TEST_F(Follower, SaysWhichServicesSignalHbbTV)
+{
+    services({1, 2, 3, 4});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2))});
+    pmt(3, {tables(tablePid(3), 1)});
+    EXPECT_EQ(follower_.signallingOf(1), ApplicationSignalling::HbbTV);
+    EXPECT_EQ(follower_.signallingOf(2), ApplicationSignalling::Unsaid);
+    EXPECT_EQ(follower_.signallingOf(3), ApplicationSignalling::None);
+    EXPECT_EQ(follower_.signallingOf(4), std::nullopt) << "its PMT is not there";
+    EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
+}
+
+TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1)), tables(0x300)});
+    for (unsigned number = 0; number < 3; ++number)
+        play(0x300, table(5, number, 2));
+    EXPECT_EQ(sent(), "");
+    end();
+    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 5/2");
+}
+
+TEST_F(Follower, ATableOfManySectionsIsSentWholeWithoutANetwork)
+{
+    services({1}, false);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    std::string whole;
+    const unsigned last = 11;
+    for (unsigned number = 0; number <= last; ++number) {
+        play(tablePid(1), table(5, number, last));
+        whole += (number == 0 ? "1: 5/" : ", 1: 5/") + std::to_string(number);
+    }
+    EXPECT_EQ(sent(), "");
+    end();
+    EXPECT_EQ(sent(), whole);
+    EXPECT_EQ(network_, 0u);
+}
+
+TEST_F(Follower, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
+{
+    services({1}, false);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    play(tablePid(1), table(5, 0, 1));
+    play(tablePid(1), table(5, 1, 1));
+    EXPECT_EQ(sent(), "");
+    services({1});
+    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1");
+    EXPECT_EQ(network_, network);
+}
+
+TEST_F(Follower, ATableWaitsEightRoundsForTheNetworkAndNoMore)
+{
+    services({1}, false);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    for (int round = 0; round < 8; ++round) {
+        play(tablePid(1), table(5));
+        EXPECT_EQ(sent(), "");
+    }
+    play(tablePid(1), table(5));
+    EXPECT_EQ(sent(), "1: 5/0");
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "1: 6/0");
+}
+
+}  // namespace
+}  // namespace receiver
