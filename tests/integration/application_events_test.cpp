@@ -9,6 +9,7 @@
 #include "lifecycle/window_storage.h"
 #include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -96,11 +97,6 @@ void VESTA_SIZED_DELETE(__wrap__)(void* block, size_t size)
 }  // extern "C"
 
 namespace {
-
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const noLongerPending =
-    "WARN Window: startPendingApplication: application does not matching pending application, "
-    "aborting.";
 
 class ApplicationEvents : public LibraryTest {
 protected:
