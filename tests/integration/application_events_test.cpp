@@ -7,7 +7,9 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "lifecycle/window_storage.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -95,11 +97,6 @@ void VESTA_SIZED_DELETE(__wrap__)(void* block, size_t size)
 }  // extern "C"
 
 namespace {
-
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const noLongerPending =
-    "WARN Window: startPendingApplication: application does not matching pending application, "
-    "aborting.";
 
 class ApplicationEvents : public LibraryTest {
 protected:
@@ -366,14 +363,6 @@ TEST_F(ApplicationEvents, ATableIsAnnouncedPrintedAndActivated)
 
 TEST_F(ApplicationEvents, ATableOfAnUnknownWindowIsReleasedUntouched)
 {
-    class CountedTable : public AIT {
-    public:
-        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
-        ~CountedTable() override { --alive_; }
-
-    private:
-        int& alive_;
-    };
     int alive = 0;
     Window foreign(nullptr);
     queue(new TAVOAITEvent(&foreign, ref_ptr<AIT>(new CountedTable(alive))));

@@ -10,13 +10,13 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
 const char* const notCreated =
     "DEBUG Window: createApplication(): Failed to create new application.";
 

@@ -14,6 +14,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -32,12 +33,6 @@ unsigned stepsOfASession()
 }
 
 int livingTables = 0;
-
-class CountedTable : public AIT {
-public:
-    CountedTable() { ++livingTables; }
-    ~CountedTable() override { --livingTables; }
-};
 
 class LifecycleProperty : public LibraryTest, public ::testing::WithParamInterface<unsigned> {
 protected:
@@ -122,7 +117,7 @@ protected:
         ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
         if (!queue)
             return;
-        const ref_ptr<AIT> table(new CountedTable);
+        const ref_ptr<AIT> table(new CountedTable(livingTables));
         for (unsigned entries = below(3); entries > 0; --entries) {
             auto application = std::make_unique<AITApplication>(table.get());
             application->parse(anyEntry().exactBlock().get());

@@ -8,18 +8,15 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const noLongerPending =
-    "WARN Window: startPendingApplication: application does not matching pending application, "
-    "aborting.";
 const char* const initFailed =
     "WARN Window: startPendingApplication(): Failed to initialize application.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
 const char* const fallback =
     "DEBUG Window: Allowing currently running application to live as fallback until initial page "
     "of new application loaded.";

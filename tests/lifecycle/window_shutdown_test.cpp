@@ -9,16 +9,15 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const delayed = "LOG Window: Delayed destroy of application";
 const char* const terminating = "DEBUG Window: terminateRunningApplication";
 const char* const reactivating = "LOG Window: Reactivating AIT...";
 const char* const stopOfIndex = "STOP 1.2 related reactivate=0 http://a.example/index.html";
@@ -333,14 +332,6 @@ TEST_F(WindowShutdown, AWindowsEndReactivatesNothingWhateverAListenerSays)
 
 TEST_F(WindowShutdown, AWindowsEndReleasesItsTables)
 {
-    class CountedTable : public AIT {
-    public:
-        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
-        ~CountedTable() override { --alive_; }
-
-    private:
-        int& alive_;
-    };
     int alive = 0;
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));

@@ -9,15 +9,14 @@
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
 const char* const startingByURL = "LOG Window: Starting broadcast independent application.";
-const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
 
 class WindowStarting : public LibraryTest {
 protected:

@@ -19,15 +19,20 @@
 #include "lifecycle/window_manager.h"
 #include "lifecycle/window_storage.h"
 #include "tests/memory/failing_memory.h"
-#include "tests/shipped/small_browser.h"
 #include "tests/support/counted_memory.h"
 #include "tests/support/event_records.h"
+#include "tests/support/fake_browser.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
+
+FakeBrowser& browser()
+{
+    return FakeBrowser::instance();
+}
 
 // A platform with one file; dvb://1.2.3.7/later is pending, and everything else is there at once.
 bool isFileRead = false;
@@ -39,7 +44,7 @@ bool isWindowInUse = false;
 HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 {
     if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
-        *data->window.tavoWindow = SmallBrowser::window();
+        *data->window.tavoWindow = browser().window(1);
         data->window.success = 1;
         isWindowInUse = true;
     } else if (type == HBBTV_NOTIFICATION_RELEASE_WINDOW) {
@@ -97,7 +102,7 @@ Window* broadcastWindow()
 
 void start()
 {
-    vesta_hbbtv_init(SmallBrowser::handle());
+    vesta_hbbtv_init(browser().handle());
     vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
     vesta_hbbtv_add_notification_listener(listen);
 }
@@ -129,8 +134,8 @@ unsigned int notify(TAVO_VESTA_EVENT event, const char* url = nullptr, const cha
     data.http_status = static_cast<decltype(data.http_status)>(httpStatus);
     data.request_id = &load;
     int result = 0;
-    return vesta_hbbtv_handle_notification(SmallBrowser::handle(), SmallBrowser::window(), event,
-                                           &data, &result);
+    return vesta_hbbtv_handle_notification(browser().handle(), browser().window(1), event, &data,
+                                           &result);
 }
 
 void nothing()
@@ -219,15 +224,15 @@ std::vector<Scenario> scenarios()
         return Scenario{name, runService, call};
     };
     return {
-        {"Init", nothing, [] { vesta_hbbtv_init(SmallBrowser::handle()); }},
-        {"InitAgain", runService, [] { vesta_hbbtv_init(SmallBrowser::handle()); }},
+        {"Init", nothing, [] { vesta_hbbtv_init(browser().handle()); }},
+        {"InitAgain", runService, [] { vesta_hbbtv_init(browser().handle()); }},
         {"InitWhileAStartIsPending",
          [] {
              runService();
              sendTable(1, 2);
              vesta_hbbtv_tick();
          },
-         [] { vesta_hbbtv_init(SmallBrowser::handle()); }},
+         [] { vesta_hbbtv_init(browser().handle()); }},
         {"Shutdown", runService, [] { vesta_hbbtv_shutdown(); }},
         {"ShutdownBeforeInit", nothing, [] { vesta_hbbtv_shutdown(); }},
         {"ShutdownWithAFullQueue",
@@ -258,17 +263,17 @@ std::vector<Scenario> scenarios()
          [] { vesta_hbbtv_release_window(broadcastWindow()); }},
         {"WindowQuestions", runService,
          [none] {
-             vesta_hbbtv_get_window_identifier(SmallBrowser::window());
+             vesta_hbbtv_get_window_identifier(browser().window(1));
              vesta_hbbtv_set_broadcast_window(none);
              vesta_hbbtv_get_tavo_window(vesta_hbbtv_get_broadcast_window());
-             vesta_hbbtv_is_hbbtv_window(SmallBrowser::window());
+             vesta_hbbtv_is_hbbtv_window(browser().window(1));
          }},
         {"WindowQuestionsBeforeInit", nothing,
          [] {
-             vesta_hbbtv_get_window_identifier(SmallBrowser::window());
+             vesta_hbbtv_get_window_identifier(browser().window(1));
              vesta_hbbtv_set_broadcast_window(nullptr);
              vesta_hbbtv_get_tavo_window(vesta_hbbtv_get_broadcast_window());
-             vesta_hbbtv_is_hbbtv_window(SmallBrowser::window());
+             vesta_hbbtv_is_hbbtv_window(browser().window(1));
              vesta_hbbtv_release_window(nullptr);
              vesta_hbbtv_set_time_shifted(nullptr, 1);
          }},
@@ -315,7 +320,7 @@ std::vector<Scenario> scenarios()
                 TavoVestaEventData data = {};
                 data.url = "dvb://1.2.3.7/later";
                 data.request_id = &pendingLoad;
-                vesta_hbbtv_handle_notification(SmallBrowser::handle(), SmallBrowser::window(),
+                vesta_hbbtv_handle_notification(browser().handle(), browser().window(1),
                                                 TAVO_VESTA_EVT_PROTOCOL_LOADING_START, &data,
                                                 nullptr);
             }),
@@ -405,7 +410,7 @@ std::vector<Scenario> scenarios()
         script("EventOfAnUnknownWindow",
                [] {
                    TavoVestaEventData data = {};
-                   vesta_hbbtv_handle_notification(SmallBrowser::handle(), nullptr,
+                   vesta_hbbtv_handle_notification(browser().handle(), nullptr,
                                                    TAVO_VESTA_EVT_WINDOW_CLOSE, &data, nullptr);
                }),
         script("KeyInput",
@@ -414,7 +419,7 @@ std::vector<Scenario> scenarios()
                    native_KeySetSetValue(runningId(), 0x3FF, &granted);
                    for (const int type : {TAVO_KEY_DOWN, TAVO_KEY_UP}) {
                        TAVO_KeyboardEvent event = {type, TAVO_VK_RED};
-                       vesta_hbbtv_key_input(SmallBrowser::window(), &event);
+                       vesta_hbbtv_key_input(browser().window(1), &event);
                    }
                }),
 
@@ -490,7 +495,7 @@ class OutOfMemory : public ::testing::TestWithParam<Scenario> {
 protected:
     OutOfMemory()
     {
-        SmallBrowser::remembersPages = false;
+        browser().journalling = false;
         isWindowInUse = false;
         pluginCalls = 0;
         native_ApplicationManagerSetListener([](int, void*) { ++pluginCalls; });
@@ -617,9 +622,9 @@ TEST_F(OutOfMemoryReport, EveryFunctionAnswersItsError)
     TavoVestaEventData data = {};
     data.url = page;
     EXPECT_EQ(failing([&] {
-                  return vesta_hbbtv_handle_notification(
-                      SmallBrowser::handle(), SmallBrowser::window(), TAVO_VESTA_EVT_URL_CHANGED,
-                      &data, &result);
+                  return vesta_hbbtv_handle_notification(browser().handle(), browser().window(1),
+                                                         TAVO_VESTA_EVT_URL_CHANGED, &data,
+                                                         &result);
               }),
               1u);
     EXPECT_EQ(result, -3);
