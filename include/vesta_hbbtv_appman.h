@@ -431,8 +431,8 @@ unsigned int dsmcc_get_mime_type(void* id, char** mimeType);
 /// @return anything but OK fails the load, as bytes without a buffer do
 unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length);
 
-/// The library has done with the file, or could not get it. Comes twice for a file that could not
-/// be read although dsmcc_get_file() said so. The result is ignored.
+/// The library has done with the file, or could not get it. May come twice: for a file of which
+/// dsmcc_get_file() said that it can be read, and which could not be. The result is ignored.
 unsigned int dsmcc_close_file(void* id);
 
 /// The service changed: its files are void. The result is ignored.
@@ -471,8 +471,8 @@ void hbbtv_ait_completed(unsigned char version);
 /// What every native answers. A native whose result pointer is null does nothing and answers ERROR;
 /// so does one whose application id is 0 or unknown (the latter is logged), unless it says
 /// otherwise. An id is known from the tick on in which its application's first page is opened,
-/// until the application ends. Where memory runs out, the answer is ERROR, or NOT_PERMITTED of the
-/// permission queries.
+/// until the application ends. Where memory runs out, the answer is ERROR, and that of permission
+/// queries NOT_PERMITTED.
 enum VEIF_RETURN : int {
     VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
     VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
@@ -536,9 +536,8 @@ int native_PermissionsIsTrusted(long windowId, const char* url);
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
 
 /// @param windowId receives the browser's number of the application's window
-/// @return OK; ERROR also without a browser or a browser window (which an application loses with
-/// its
-///         window), and when the browser does not know it
+/// @return OK; ERROR also without a browser, for an application that has lost its browser window
+///         with its window, and when the browser does not know the browser window
 int native_AppManGetWindowOfApplication(void* appId, long* windowId);
 
 /// @param channel receives the channel reference of a broadcast-related application, else null
