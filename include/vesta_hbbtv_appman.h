@@ -123,7 +123,8 @@ struct HBBTV_UserAgentEventData {
     char* reserved;  ///< the sixth text; used and freed as the others are
 };
 
-/// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1).
+/// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1). None
+/// until this event; applications that were rejected before are not started by it.
 struct HBBTV_ProfilesEventData {
     unsigned short supportedProfiles;
 };
