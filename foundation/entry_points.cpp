@@ -38,9 +38,12 @@ Window* asWindow(void* handle)
 void start(TAVO_Vesta* browser)
 {
     Logging::getInstance();  // before other threads log
-    ConfigurationManager* const configuration = ConfigurationManager::getInstance();
-    WindowManager::getInstance();  // here, so that nothing has begun where there is no memory
-    if (!configuration->init(browser))
+    // Where there is no memory for the windows the library does not begin.
+    const AtExit giveUp([] {
+        if (!WindowManager::instance)
+            delete ConfigurationManager::instance;
+    });
+    if (!ConfigurationManager::getInstance()->init(browser))
         return;
     const unsigned long session = ConfigurationManager::getSession();
     WindowManager::getInstance()->init();

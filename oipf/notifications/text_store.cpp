@@ -22,11 +22,11 @@ char* TextStore::add(std::string_view text)
 char* TextStore::take(size_t size)
 {
     if (size > longestShared) {
-        blocks_.emplace_back(new char[size]);
+        blocks_.push_back(std::unique_ptr<char[]>(new char[size]));
         return blocks_.back().get();
     }
     if (size > freeSize_) {
-        blocks_.emplace_back(new char[sharedBlockSize]);
+        blocks_.push_back(std::unique_ptr<char[]>(new char[sharedBlockSize]));
         free_ = blocks_.back().get();
         freeSize_ = sharedBlockSize;
     }

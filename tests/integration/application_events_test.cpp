@@ -407,6 +407,20 @@ TEST_F(ApplicationEvents, ATableIsNotActivatedInAWindowThatAListenerReleased)
     EXPECT_EQ(takeLog("Window"), Lines({"DEBUG Window: terminateRunningApplication"}));
 }
 
+TEST_F(ApplicationEvents, ANewerTableThatComesWhileATableIsAnnouncedStaysInForce)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [this](auto*) {
+        listener().onNotification.clear();
+        sendXMLAIT({httpApplication(3, 5, "newer")});
+        tickAll();
+    };
+    sendXMLAIT({httpApplication(3, 4, "older")});
+    tickAll();
+    EXPECT_EQ(window()->getAIT()->getAITApplication(0U)->getApplicationId(), 5);
+    EXPECT_EQ(runningURL(), "http://a.example/newer");
+    EXPECT_EQ(log().count("DEBUG AIT: --- Done ---"), 2);
+}
+
 TEST_F(ApplicationEvents, DeletedUnexecutedTheyDoNothing)
 {
     Application* const application = run(window());

@@ -76,6 +76,12 @@ __attribute__((noinline)) void* operator new(size_t size, const std::nothrow_t&)
     return block;
 }
 
+// A sanitizer has forms of its own for arrays.
+__attribute__((noinline)) void* operator new[](size_t size)
+{
+    return operator new(size);
+}
+
 __attribute__((noinline)) void operator delete(void* block) noexcept
 {
     if (block)
@@ -84,6 +90,16 @@ __attribute__((noinline)) void operator delete(void* block) noexcept
 }
 
 __attribute__((noinline)) void operator delete(void* block, size_t) noexcept
+{
+    operator delete(block);
+}
+
+__attribute__((noinline)) void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
+__attribute__((noinline)) void operator delete[](void* block, size_t) noexcept
 {
     operator delete(block);
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -172,6 +173,11 @@ struct Scenario {
     std::function<void()> prepare;
     std::function<void()> act;
 };
+
+void PrintTo(const Scenario& scenario, std::ostream* out)
+{
+    *out << scenario.name;
+}
 
 using Record = std::function<HBBTV_EventData*()>;
 
