@@ -45,7 +45,8 @@ public:
     virtual Window* getWindow();
     virtual void setTavoWindow(TAVO_VestaWindow* tavoWindow);
 
-    /// The browser window that shows it; null until a listener supplied one.
+    /// The browser window that shows it; null before a listener supplied one, and after it was
+    /// given back or the application has ended.
     virtual TAVO_VestaWindow* getTavoWindow();
 
     /// Asks the listeners for a browser window. @return false without one, or if there is one
@@ -109,9 +110,9 @@ public:
     Application* getParent() const { return parent_; }
     void setParent(Application* parent) { parent_ = parent; }
 
-    /// Leaves the window's books and releases the browser window. Whoever still holds a pointer
-    /// sees an application without window. Does nothing the second time. Calls out, and cannot fail
-    /// where memory has run out.
+    /// Leaves the window's books and releases the browser window, unless another application of
+    /// the window has it by now. Whoever still holds a pointer sees an application without window.
+    /// Does nothing the second time. Calls out, and cannot fail where memory has run out.
     void end();
 
     /// Whether its window is ending it, or it has ended.
