@@ -119,7 +119,11 @@ std::vector<std::string> statusPage(Session& session)
     const StreamStatistics statistics = session.middleware().statistics();
     page.add("stream: ", withSeparators(statistics.packets), " packets, ",
              withSeparators(statistics.continuityErrors), " gaps, ",
-             withSeparators(statistics.crcErrors), " damaged sections");
+             withSeparators(statistics.damagedPackets), " damaged and ",
+             withSeparators(statistics.scrambledPackets), " scrambled packets, ",
+             withSeparators(statistics.crcErrors), " damaged sections, ",
+             withSeparators(statistics.syncLosses), " losses of sync (",
+             withSeparators(statistics.skippedBytes), " bytes skipped)");
     return page.take();
 }
 

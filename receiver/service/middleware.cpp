@@ -88,6 +88,12 @@ bool Middleware::lacksWantedService() const
     return ended_ && follower_.lacksWantedService();
 }
 
+std::string Middleware::lack() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return follower_.lack();
+}
+
 StreamStatistics Middleware::statistics() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
