@@ -56,9 +56,9 @@ void writeCarousels(Session& session, std::ostream& out)
         out << "carousel 0x" << std::hex << static_cast<unsigned>(status.componentTag) << std::dec
             << ": " << status.progress.modulesComplete << " of " << status.progress.modulesKnown
             << " modules, " << withSeparators(status.progress.memoryUsed) << " bytes\n";
-        for (const CarouselFile& file : status.files)
+        for (const CarouselFile& file : status.listing.files)
             out << std::setw(12) << withSeparators(file.file.size) << "  " << file.path << "\n";
-        for (const CarouselStreamEvents& events : status.streamEvents)
+        for (const CarouselStreamEvents& events : status.listing.streamEvents)
             out << "     stream events  " << events.path << " (" << events.events.size() << ")\n";
     }
 }

@@ -39,8 +39,9 @@ std::string streamCount(const ProgramMap& map)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), carousels_(options.limits, log)
+      wanted_(options.service), carousels_(options.limits, log, options.carousels)
 {
+    updateSubscriptions();
 }
 
 ServiceFollower::~ServiceFollower()

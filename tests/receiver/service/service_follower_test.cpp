@@ -6,6 +6,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/service/service_follower.h"
+#include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
 
 namespace receiver {
@@ -241,6 +242,22 @@ TEST_F(Follower, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(3), ApplicationSignalling::None);
     EXPECT_EQ(follower_.signallingOf(4), std::nullopt) << "its PMT is not there";
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
+}
+
+TEST_F(Follower, ListensToACarouselWithoutAnyTable)
+{
+    FollowerOptions options;
+    options.carousels.push_back({0x76A, std::nullopt});
+    ServiceFollower follower(options, log_, clock_);
+    StreamWriter stream;
+    const Bytes gateway = makeGateway("g", {});
+    stream.add(0x76A, makeDsi(makeIor({"srg", 1, "g"}))).pause();
+    stream.add(0x76A, makeDii(0x80000002, {{1, uint32_t(gateway.size())}})).pause();
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        stream.add(0x76A, block).pause();
+    follower.feed(stream.bytes().data(), stream.bytes().size());
+    ASSERT_EQ(follower.carousels().status().size(), 1u);
+    EXPECT_EQ(follower.carousels().status()[0].progress.modulesComplete, 1u);
 }
 
 TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
