@@ -317,6 +317,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
     updateSubscriptions();
+    if (isNew)
+        stream_.visitEarlySections(
+            carousels_.pids(),
+            [this](uint16_t pid, const SectionBytes& part) { carousels_.feed(pid, part); });
 }
 
 /// The application of a table that has gone, or of the service before, is to stop: no table will
