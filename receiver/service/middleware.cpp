@@ -10,7 +10,7 @@ const size_t chunkBytes = 32 * 188;
 
 FollowerOptions followerOptions(const MiddlewareOptions& options)
 {
-    return {options.service, options.verbose, options.limits};
+    return {options.service, options.verbose, options.limits, options.carousels};
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ struct MiddlewareOptions {
     bool verbose = false;  ///< also tell what is left out, and why
     bool showProgress = false;
     CarouselLimits limits;
+    std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
 
 /// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, and

@@ -76,8 +76,9 @@ std::string damageOf(const StreamStatistics& statistics)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), carousels_(options.limits, log)
+      wanted_(options.service), carousels_(options.limits, log, options.carousels)
 {
+    updateSubscriptions();
 }
 
 ServiceFollower::~ServiceFollower()
@@ -408,6 +409,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
     updateSubscriptions();
+    if (isNew)
+        stream_.visitEarlySections(
+            carousels_.pids(),
+            [this](uint16_t pid, const SectionBytes& part) { carousels_.feed(pid, part); });
 }
 
 /// The application of a table that has gone, or of the service before, is to stop: no table will

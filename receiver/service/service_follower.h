@@ -27,6 +27,7 @@ struct FollowerOptions {
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     bool verbose = false;             ///< also tell what is left out, and why
     CarouselLimits limits;
+    std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
 
 /// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT

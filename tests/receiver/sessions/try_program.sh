@@ -217,10 +217,15 @@ compare() {
 
 extraction() {
     expect 0 "11 files written" --extract "$work/files" "$station"
+    [[ $(grep -c '"complete": true' "$work/files/index.json") -eq 11 ]] || fail "the index is not whole"
+    expect 0 "PID 300: no carousel began there" --carousel-pid 300 --extract "$work/files" "$station"
     compare "${station%.ts}.json" "$work/files/2a"
     if [[ -e $shared/ts/made-1-signal.ts ]]; then
         expect 0 "11 files written" --extract "$work/made" "$shared/ts/made-1-signal.ts"
         compare "$shared/ts/made-1-signal.json" "$work/made/2a"
+        expect 0 "3 files written" --carousel-pid 0x76a:1 --extract "$work/real" \
+            "$shared/ts/real-4-carousel.ts"
+        compare "$shared/ts/real-4-carousel.json" "$work/real/1"
     fi
 }
 
