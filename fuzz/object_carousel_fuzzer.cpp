@@ -57,7 +57,8 @@ void feedSection(ObjectCarousel& carousel, uint16_t tag, VestaHbbTV::ByteReader 
 
 void askEverything(const ObjectCarousel& carousel)
 {
-    for (const auto& file : carousel.files()) {
+    const receiver::CarouselListing listing = carousel.list();
+    for (const auto& file : listing.files) {
         readAll(file.file);
         require(carousel.find(file.path).result == Lookup::Result::Ready);
     }
@@ -66,7 +67,7 @@ void askEverything(const ObjectCarousel& carousel)
     const auto progress = carousel.progress();
     require(progress.modulesKnown <= smallLimits().modules);
     require(progress.modulesComplete + progress.modulesRefused <= progress.modulesKnown);
-    require(carousel.streamEvents().size() <= smallLimits().listedFiles);
+    require(carousel.list().streamEvents.size() <= smallLimits().listedFiles);
     carousel.wantedAssociationTags();
 }
 

@@ -116,7 +116,7 @@ int play(const Options& options, EventLog& log)
     Middleware middleware(options.middleware, log, doorbell);
     ConsoleBrowser browser(log, options.sites);
     Platform platform(middleware.carousels(), log);
-    Integrator integrator(log, browser);
+    Integrator integrator(log, browser, &middleware.tableBook());
     Session session(log, middleware, doorbell, browser, integrator);
     session.setDuration(options.duration);
     if (!options.script.empty()) {

@@ -21,6 +21,7 @@ enum Option : int {
     traceOption,
     extractOption,
     limitOption,
+    carouselOption,
     durationOption,
     versionOption
 };
@@ -36,6 +37,7 @@ const option longOptions[] = {
     {"trace", required_argument, nullptr, traceOption},
     {"extract", required_argument, nullptr, extractOption},
     {"carousel-limit", required_argument, nullptr, limitOption},
+    {"carousel-pid", required_argument, nullptr, carouselOption},
     {"duration", required_argument, nullptr, durationOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
@@ -103,6 +105,25 @@ std::string takeLimit(const std::string& text, Options& options)
     return "";
 }
 
+std::string takeCarousel(const std::string& text, Options& options)
+{
+    const size_t colon = text.find(':');
+    const std::optional<uint32_t> pid = wholeNumber(text.substr(0, colon), 0x1FFE);
+    const std::optional<uint32_t> tag =
+        colon == std::string::npos ? 0 : wholeNumber(text.substr(colon + 1), 0xFF);
+    if (!pid || *pid == 0 || !tag)
+        return "--carousel-pid wants a PID from 1 to 0x1ffe and, after a colon, a component tag "
+               "from "
+               "0 to 255, not " +
+               text;
+    CarouselPid carousel;
+    carousel.pid = static_cast<uint16_t>(*pid);
+    if (colon != std::string::npos)
+        carousel.componentTag = static_cast<uint8_t>(*tag);
+    options.middleware.carousels.push_back(carousel);
+    return "";
+}
+
 std::string takeOption(int name, const std::string& value, Options& options)
 {
     switch (name) {
@@ -132,6 +153,8 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return takeSpeed(value, options);
     case logOption:
         return takeLogLevel(value, options);
+    case carouselOption:
+        return takeCarousel(value, options);
     case durationOption:
         return takeDuration(value, options);
     case limitOption:
@@ -193,6 +216,8 @@ std::string usage()
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"
            "      --extract FOLDER       write the carousels' files to a folder at the end\n"
+           "      --carousel-pid PID[:TAG]\n"
+           "                             read this PID as a carousel, whatever the tables say\n"
            "      --carousel-limit MIB   memory of all carousels together (else 64)\n"
            "      --version              the program's version\n"
            "  -h, --help                 this text\n"

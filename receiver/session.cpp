@@ -21,23 +21,6 @@ Doorbell::Clock::duration clockTime(double seconds)
         std::chrono::duration<double>(seconds));
 }
 
-/// "it has 1 "First", 2": a long list is cut.
-std::string servicesOf(const Middleware& middleware)
-{
-    const size_t most = 20;
-    const std::vector<Service> services = middleware.services();
-    std::string list;
-    for (size_t index = 0; index < services.size() && index < most; ++index) {
-        const Service& service = services[index];
-        list += (index == 0 ? "it has " : ", ") + std::to_string(service.programNumber);
-        if (!service.name.empty())
-            list += " \"" + service.name + "\"";
-    }
-    if (services.size() > most)
-        list += " and " + withSeparators(services.size() - most) + " more";
-    return list.empty() ? "it lists none" : list;
-}
-
 }  // namespace
 
 Session::Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, ConsoleBrowser& browser,
@@ -108,6 +91,7 @@ int Session::run()
     middleware_.start();
     while (!quit_) {
         settle();
+        integrator_.reportStartsThatCameToNothing();
         if (isDue() || runNextLine())
             continue;
         if (quit_ || (middleware_.hasEnded() && endWithStream()))
@@ -144,7 +128,7 @@ bool Session::endWithStream()
     else if (mayHearMore())
         return false;
     else if (middleware_.lacksWantedService())
-        fail(exitUsage, "no such service in the stream; " + servicesOf(middleware_));
+        fail(exitUsage, middleware_.lack());
     else
         quit_ = true;
     return true;

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "receiver/browser/page.h"
+#include "receiver/folder_place.h"
 
 namespace receiver {
 
@@ -26,10 +27,7 @@ fs::path fileOf(const Site& site, const std::string& url)
     path.erase(0, path.find_first_not_of('/'));
     if (path.empty() || path.back() == '/')
         path += "index.html";
-    const fs::path relative = fs::path(path).lexically_normal();
-    if (relative.is_absolute() || *relative.begin() == ".." || path.find('\0') != std::string::npos)
-        return {};
-    return fs::path(site.folder) / relative;
+    return placeInFolder(site.folder, path);
 }
 
 /// "a, b": a long list is cut. Empty when there is nothing, or no such folder.

@@ -19,7 +19,7 @@ constexpr uint32_t connectionBinderTag = 0x49534F40;
 constexpr uint16_t messageSelector = 0x0001;
 constexpr uint8_t contentTypeTag = 0x72;
 constexpr size_t contentSizeField = 8;
-constexpr size_t streamInfoSizeAfterDescription = 9;  // duration and three flags
+constexpr size_t streamInfoSizeAfterDescription = 9;  // duration of 4 + 2 bytes, three flags
 
 std::string withoutTrailingZeros(std::string text)
 {
@@ -204,6 +204,32 @@ bool readDirectory(ByteReader body, ObjectBudget& budget, BiopObject& object)
     return true;
 }
 
+// The list of names when the stream's info has this size. It fails where the list does not fit.
+ByteReader eventNamesBehind(ByteReader info, size_t streamInfoSize)
+{
+    info.skip(info.u8());  // a description
+    info.skip(streamInfoSize);
+    return info;
+}
+
+// Whether there are so many names and the lengths of all fit.
+bool areEventNames(ByteReader names, unsigned wanted)
+{
+    const unsigned count = names.u16();
+    for (unsigned i = 0; i < count && names.ok(); ++i)
+        names.skip(names.u8());
+    return names.ok() && count == wanted;
+}
+
+// The document prints a duration with 16 bits of microseconds, encoders write 32: the reading
+// counts that has as many names as there are ids. Where neither does, it is the document's.
+ByteReader chooseEventNames(ByteReader info, unsigned ids)
+{
+    const ByteReader printed = eventNamesBehind(info, streamInfoSizeAfterDescription);
+    const ByteReader broadcast = eventNamesBehind(info, streamInfoSizeAfterDescription + 2);
+    return !areEventNames(printed, ids) && areEventNames(broadcast, ids) ? broadcast : printed;
+}
+
 // DSM::Event::EventList_T in the object's info, the ids in its body: TR 101 202, 4.7.4.5.
 bool readStreamEvents(ByteReader info, ByteReader body, ObjectBudget& budget, BiopObject& object)
 {
@@ -212,15 +238,14 @@ bool readStreamEvents(ByteReader info, ByteReader body, ObjectBudget& budget, Bi
         return false;
     if (object.kind == ObjectKind::Stream)
         return true;
-    info.skip(info.u8());  // a description
-    info.skip(streamInfoSizeAfterDescription);
-    const unsigned names = info.u16();
     const unsigned ids = body.u8();
-    for (unsigned i = 0; i < names && i < ids; ++i) {
+    ByteReader names = chooseEventNames(info, ids);
+    const unsigned count = names.u16();
+    for (unsigned i = 0; i < count && i < ids; ++i) {
         NamedEvent event;
-        event.name = withoutTrailingZeros(info.text(info.u8()));
+        event.name = withoutTrailingZeros(names.text(names.u8()));
         event.id = body.u16();
-        if (!info.ok() || !body.ok() || !budget.spend(2 * sizeof(NamedEvent) + event.name.size()))
+        if (!names.ok() || !body.ok() || !budget.spend(2 * sizeof(NamedEvent) + event.name.size()))
             return false;
         object.events.push_back(std::move(event));
     }

@@ -52,10 +52,11 @@ struct ObjectCarousel::Resolution {
     }
 };
 
-struct ObjectCarousel::Visit {
-    const std::string& path;
-    const CarouselModule& module;
-    const BiopObject& object;
+// A directory on the way, and its path with a "/" at the end.
+struct ObjectCarousel::Place {
+    std::string path;
+    size_t depth;
+    const BiopObject* directory;
 };
 
 // Sets the result when there is no such module. A reference without a transaction id leaves open
@@ -141,16 +142,12 @@ Lookup ObjectCarousel::find(const std::string& path) const
 
 // Every directory is entered once, so that neither loops nor directories bound again and again
 // make the way endless.
-void ObjectCarousel::visitAll(const std::function<void(const Visit&)>& visitor) const
+CarouselListing ObjectCarousel::list() const
 {
-    struct Place {
-        std::string path;
-        size_t depth;
-        const BiopObject* directory;
-    };
+    CarouselListing listing;
     const Resolution root = gateway_ ? resolve(*gateway_) : Resolution();
     if (!root.object)
-        return;
+        return listing;
     std::set<const BiopObject*> entered = {root.object};
     std::vector<Place> toDo = {{"", 0, root.object}};
     while (!toDo.empty()) {
@@ -160,35 +157,50 @@ void ObjectCarousel::visitAll(const std::function<void(const Visit&)>& visitor) 
         for (const Binding& binding : place.directory->bindings) {
             const std::string path = place.path + binding.name;
             const Resolution found = resolve(binding.target);
-            if (!found.object || path.size() > longestListedPath)
-                continue;
-            if (!isDirectory(*found.object))
-                visitor({path, *found.module, *found.object});
-            else if (place.depth < limits_.directoryDepth && entered.insert(found.object).second)
+            const size_t listed =
+                listing.files.size() + listing.missing.size() + listing.boundTwice.size();
+            const bool isPlace = found.object && isDirectory(*found.object);
+            if (path.size() > longestListedPath || listed >= limits_.listedFiles ||
+                (isPlace && place.depth >= limits_.directoryDepth))
+                ++listing.leftOut;
+            else if (!found.object)
+                listing.missing.push_back(missingFile(path, binding.target, found.reason));
+            else if (!isPlace)
+                listObject(path, found, listing);
+            else if (entered.insert(found.object).second)
                 below.push_back({path + "/", place.depth + 1, found.object});
+            else
+                listing.boundTwice.push_back(path);
         }
         toDo.insert(toDo.end(), below.rbegin(), below.rend());
     }
+    return listing;
 }
 
-std::vector<CarouselFile> ObjectCarousel::files() const
+void ObjectCarousel::listObject(const std::string& path, const Resolution& found,
+                                CarouselListing& listing) const
 {
-    std::vector<CarouselFile> files;
-    visitAll([&](const Visit& visit) {
-        if (visit.object.kind == ObjectKind::File && files.size() < limits_.listedFiles)
-            files.push_back({visit.path, viewOf(visit.module, visit.object)});
-    });
-    return files;
+    const BiopObject& object = *found.object;
+    const ModuleAnnouncement& module = found.module->announcement();
+    if (object.kind == ObjectKind::File)
+        listing.files.push_back(
+            {path, viewOf(*found.module, object), module.moduleId, module.version});
+    else if (object.kind == ObjectKind::StreamEvent &&
+             listing.streamEvents.size() < limits_.listedFiles)
+        listing.streamEvents.push_back({path, object.events, object.taps});
 }
 
-std::vector<CarouselStreamEvents> ObjectCarousel::streamEvents() const
+MissingFile ObjectCarousel::missingFile(const std::string& path, const ObjectReference& target,
+                                        const std::string& reason) const
 {
-    std::vector<CarouselStreamEvents> list;
-    visitAll([&](const Visit& visit) {
-        if (visit.object.kind == ObjectKind::StreamEvent && list.size() < limits_.listedFiles)
-            list.push_back({visit.path, visit.object.events, visit.object.taps});
-    });
-    return list;
+    MissingFile missing = {path, reason, {}, {}};
+    if (!target.isResolvable())
+        return missing;
+    missing.moduleId = target.moduleId;
+    Resolution ignored;
+    if (const CarouselModule* const module = findModule(target, ignored))
+        missing.moduleVersion = module->announcement().version;
+    return missing;
 }
 
 void ObjectCarousel::noteReference(const ObjectReference& reference)

@@ -89,9 +89,10 @@ size_t CarouselModule::sizeOfBlock(size_t blockNumber) const
 bool CarouselModule::addBlock(const DataBlock& block)
 {
     if (state_ != State::Incomplete || block.moduleVersion != announcement_.version ||
-        block.blockNumber >= blocksNeeded() ||
-        block.data.remaining() != sizeOfBlock(block.blockNumber))
+        block.blockNumber >= blocksNeeded())
         return false;
+    if (block.data.remaining() != sizeOfBlock(block.blockNumber))
+        return noteOddBlock(block);
     if (blocksReceived_ == 0 && !beginReceiving())
         return true;
     if (blockIsThere_[block.blockNumber])
@@ -104,6 +105,17 @@ bool CarouselModule::addBlock(const DataBlock& block)
     if (blocksReceived_ < blocksNeeded())
         return false;
     complete();
+    return true;
+}
+
+bool CarouselModule::noteOddBlock(const DataBlock& block)
+{
+    if (!problem_.empty())
+        return false;
+    const bool isLast = block.blockNumber + 1U == blocksNeeded();
+    problem_ = std::string(isLast ? "its last block" : "a block") + " has " +
+               std::to_string(block.data.remaining()) + " bytes where " +
+               std::to_string(sizeOfBlock(block.blockNumber)) + " were announced";
     return true;
 }
 

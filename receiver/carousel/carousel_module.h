@@ -69,13 +69,14 @@ public:
     CarouselModule& operator=(const CarouselModule&) = delete;
 
     /// Takes a block of this module. A block of another version, with a number or size that does
-    /// not fit, or one that is there already changes nothing.
-    /// @return whether the state changed: look at state() and problem()
+    /// not fit, or one that is there already changes nothing; of the first with another size than
+    /// announced problem() says so.
+    /// @return whether the state or the problem changed
     bool addBlock(const DataBlock& block);
 
     State state() const { return state_; }
 
-    /// Why the module is refused, or what is wrong with a complete one; else empty.
+    /// Why the module is refused, or what is wrong with it; else empty.
     const std::string& problem() const { return problem_; }
 
     const ModuleAnnouncement& announcement() const { return announcement_; }
@@ -94,6 +95,7 @@ public:
 
 private:
     void checkAnnouncement(const CarouselLimits& limits);
+    bool noteOddBlock(const DataBlock& block);
     size_t sizeOfBlock(size_t blockNumber) const;
     bool beginReceiving();
     void complete();

@@ -5,7 +5,11 @@
 
 namespace receiver {
 
+using VestaHbbTV::ByteReader;
+
 namespace {
+
+constexpr size_t earlyBlockOverhead = 128;  // of the map and the heap
 
 // Bit 0 is toggled and the upper half counted up when a DII changes: ETSI TR 101 202, 4.7.9.
 uint16_t identificationOf(uint32_t transactionId)
@@ -33,6 +37,7 @@ ObjectCarousel::ObjectCarousel(const CarouselLimits& limits, MessageHandler hand
 ObjectCarousel::~ObjectCarousel()
 {
     forgetIndications();
+    forgetEarlyBlocks();
 }
 
 bool ObjectCarousel::feedSection(uint16_t associationTag, const unsigned char* section, size_t size)
@@ -150,6 +155,7 @@ void ObjectCarousel::replaceIndication(const IndicationKey& key, const InfoIndic
     indication.downloadId = news.downloadId;
     indication.section = std::move(section);
     ++revision_;
+    useEarlyBlocks(key, indication);
 }
 
 // Modules come and go with their list.
@@ -193,16 +199,77 @@ bool ObjectCarousel::feedDataBlock(uint16_t tag, const DownloadMessage& message)
     const std::optional<DataBlock> block = readDataBlock(message);
     if (!block)
         return false;
+    bool isAnnounced = false;
     for (auto& [key, indication] : indications_) {
         if (indication.downloadId != block->downloadId)
             continue;
         const auto found = indication.modules.find(block->moduleId);
         if (found == indication.modules.end() || !carriesBlocks(tag, key, *found->second))
             continue;
-        if (found->second->addBlock(*block))
-            moduleChanged(*found->second);
+        isAnnounced = true;
+        addBlock(*found->second, *block);
     }
+    if (!isAnnounced)
+        keepEarlyBlock(tag, *block);
     return true;
+}
+
+void ObjectCarousel::addBlock(CarouselModule& module, const DataBlock& block)
+{
+    // What may never be announced gives way to what is.
+    const ModuleAnnouncement& announcement = module.announcement();
+    const size_t needed = 2 * size_t(announcement.size) + announcement.originalSize;
+    if (module.blocksReceived() == 0 && budget_->memory.available() < needed)
+        forgetEarlyBlocks();
+    if (module.addBlock(block))
+        moduleChanged(module);
+}
+
+void ObjectCarousel::keepEarlyBlock(uint16_t tag, const DataBlock& block)
+{
+    const EarlyBlockKey key(block.downloadId, block.moduleId, tag, block.moduleVersion,
+                            block.blockNumber);
+    const size_t bytes = block.data.remaining() + earlyBlockOverhead;
+    if (block.data.empty() || earlyBytes_ + bytes > limits_.memory / 2 ||
+        earlyBlocks_.count(key) != 0 || !budget_->memory.take(bytes))
+        return;
+    earlyBytes_ += bytes;
+    const unsigned char* const data = block.data.data();
+    earlyBlocks_.emplace(key, std::vector<unsigned char>(data, data + block.data.remaining()));
+}
+
+// Of the modules that a list announces, in the order of the modules.
+void ObjectCarousel::useEarlyBlocks(const IndicationKey& key, const Indication& indication)
+{
+    for (const auto& [id, module] : indication.modules) {
+        auto entry = earlyBlocks_.lower_bound({indication.downloadId, id, 0, 0, 0});
+        std::vector<std::pair<EarlyBlockKey, std::vector<unsigned char>>> blocks;
+        while (entry != earlyBlocks_.end() && std::get<0>(entry->first) == indication.downloadId &&
+               std::get<1>(entry->first) == id) {
+            const size_t bytes = entry->second.size() + earlyBlockOverhead;
+            earlyBytes_ -= bytes;
+            budget_->memory.giveBack(bytes);
+            blocks.emplace_back(entry->first, std::move(entry->second));
+            entry = earlyBlocks_.erase(entry);
+        }
+        for (const auto& [place, bytes] : blocks) {
+            DataBlock block;
+            block.downloadId = indication.downloadId;
+            block.moduleId = id;
+            block.moduleVersion = std::get<3>(place);
+            block.blockNumber = std::get<4>(place);
+            block.data = ByteReader(bytes.data(), bytes.size());
+            if (carriesBlocks(std::get<2>(place), key, *module))
+                addBlock(*module, block);
+        }
+    }
+}
+
+void ObjectCarousel::forgetEarlyBlocks()
+{
+    budget_->memory.giveBack(earlyBytes_);
+    earlyBytes_ = 0;
+    earlyBlocks_.clear();
 }
 
 void ObjectCarousel::moduleChanged(const CarouselModule& module)
@@ -273,6 +340,7 @@ void ObjectCarousel::clear()
     references_.clear();
     newReferences_.clear();
     forgetIndications();
+    forgetEarlyBlocks();
     toldTooManyModules_ = false;
     ++revision_;
 }

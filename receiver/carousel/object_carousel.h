@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -42,12 +43,31 @@ struct Lookup {
 struct CarouselFile {
     std::string path;
     FileView file;
+    uint16_t moduleId = 0;
+    uint8_t moduleVersion = 0;
+};
+
+/// A name that leads to something that is not there, or not yet whole.
+struct MissingFile {
+    std::string path;
+    std::string reason;                    ///< for people
+    std::optional<uint16_t> moduleId;      ///< where it should be; nothing for a useless reference
+    std::optional<uint8_t> moduleVersion;  ///< once the module is announced
 };
 
 struct CarouselStreamEvents {
     std::string path;
     std::vector<NamedEvent> events;
     std::vector<Tap> taps;  ///< where their stream descriptors are broadcast
+};
+
+/// Everything that is reached from the gateway, in the order of the directories.
+struct CarouselListing {
+    std::vector<CarouselFile> files;  ///< complete
+    std::vector<CarouselStreamEvents> streamEvents;
+    std::vector<MissingFile> missing;
+    std::vector<std::string> boundTwice;  ///< directories that are listed under another name
+    size_t leftOut = 0;                   ///< names that a limit keeps from being listed
 };
 
 struct CarouselProgress {
@@ -64,7 +84,8 @@ struct CarouselProgress {
 /// what wantedAssociationTags() asks for. One thread; file views may go to others.
 ///
 /// A new version of a module takes the place of the old one as soon as it is announced; its files
-/// are pending until it is received.
+/// are pending until it is received. Blocks of modules that are not announced yet are kept within
+/// half of the memory, until announced modules need it.
 class ObjectCarousel {
 public:
     /// Hears one sentence whenever a limit or damage makes the carousel refuse something.
@@ -93,12 +114,8 @@ public:
     ///        directory is an error
     Lookup find(const std::string& path) const;
 
-    /// @return the complete files that are reached from the gateway, in the order of the
-    ///         directories; a directory bound twice is listed under one of its names
-    std::vector<CarouselFile> files() const;
-
-    /// @return the stream-event objects, listed like files
-    std::vector<CarouselStreamEvents> streamEvents() const;
+    /// @return what the carousel holds; a directory bound twice is listed under one of its names
+    CarouselListing list() const;
 
     /// @return tags of streams that the carousel referred to and that were not fed yet
     std::set<uint16_t> wantedAssociationTags() const;
@@ -129,8 +146,11 @@ private:
         uint32_t downloadId = 0;
         Modules modules;
     };
+    /// A block of a module that no list has announced yet: download id, module, stream, version,
+    /// number.
+    using EarlyBlockKey = std::tuple<uint32_t, uint16_t, uint16_t, uint8_t, uint16_t>;
     struct Resolution;
-    struct Visit;
+    struct Place;
 
     bool feedServerInitiate(uint16_t tag, const DownloadMessage& message);
     bool feedInfoIndication(const IndicationKey& key, const DownloadMessage& message,
@@ -141,6 +161,10 @@ private:
     std::unique_ptr<CarouselModule> newModule(const ModuleAnnouncement& announcement,
                                               const InfoIndication& indication);
     bool feedDataBlock(uint16_t tag, const DownloadMessage& message);
+    void addBlock(CarouselModule& module, const DataBlock& block);
+    void keepEarlyBlock(uint16_t tag, const DataBlock& block);
+    void useEarlyBlocks(const IndicationKey& key, const Indication& indication);
+    void forgetEarlyBlocks();
     bool carriesBlocks(uint16_t tag, const IndicationKey& key, const CarouselModule& module) const;
     void countModules(const Modules& modules, bool come);
     void moduleChanged(const CarouselModule& module);
@@ -156,7 +180,10 @@ private:
     const CarouselModule* findModule(const ObjectReference& reference, Resolution& result) const;
     Resolution resolve(const ObjectReference& reference) const;
     Resolution walk(const std::string& path) const;
-    void visitAll(const std::function<void(const Visit&)>& visitor) const;
+    void listObject(const std::string& path, const Resolution& found,
+                    CarouselListing& listing) const;
+    MissingFile missingFile(const std::string& path, const ObjectReference& target,
+                            const std::string& reason) const;
 
     CarouselLimits limits_;
     MessageHandler handler_;
@@ -168,6 +195,8 @@ private:
     std::optional<uint16_t> gatewayTag_;
     std::optional<ObjectReference> gateway_;
     std::map<IndicationKey, Indication> indications_;
+    std::map<EarlyBlockKey, std::vector<unsigned char>> earlyBlocks_;
+    size_t earlyBytes_ = 0;
     size_t moduleCount_ = 0;
     size_t completeCount_ = 0;
     bool toldTooManyModules_ = false;

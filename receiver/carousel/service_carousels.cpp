@@ -13,7 +13,13 @@ namespace receiver {
 namespace {
 
 const uint8_t carouselStreamType = 0x0B;  // ISO/IEC 13818-6 type B
+const size_t heldSectionOverhead = 128;   // of the set and the heap
 const size_t readBytes = size_t(1) << 20;
+
+bool isCarouselStream(const StreamDescription& stream)
+{
+    return stream.streamType == carouselStreamType && stream.componentTag;
+}
 
 std::string hex(unsigned number)
 {
@@ -24,24 +30,32 @@ std::string hex(unsigned number)
 
 }  // namespace
 
-ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log)
-    : limits_(limits), budget_(std::make_shared<CarouselBudget>(limits)), log_(log)
+ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log,
+                                   std::vector<CarouselPid> alwaysRead)
+    : limits_(limits), budget_(std::make_shared<CarouselBudget>(limits)), log_(log),
+      alwaysRead_(std::move(alwaysRead))
 {
+    listenTo(std::vector<StreamDescription>());
 }
 
 std::vector<void*> ServiceCarousels::leave()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     service_.reset();
-    tagsByPid_.clear();
-    carousels_.clear();
-    pids_.clear();
+    listenTo(std::vector<StreamDescription>());
     hasEnded_ = false;
     std::vector<void*> ids;
     for (const auto& entry : pending_)
         ids.push_back(entry.first);
     pending_.clear();
     return ids;
+}
+
+void ServiceCarousels::join(const Service& service, const std::vector<StreamDescription>& streams)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    service_ = service;
+    listenTo(streams);
 }
 
 ServiceCarousels::Reception ServiceCarousels::makeReception(uint8_t tag)
@@ -54,54 +68,111 @@ ServiceCarousels::Reception ServiceCarousels::makeReception(uint8_t tag)
                    {{"component_tag", tag}});
         },
         budget_);
+    for (const auto& [association, stream] : associations_)
+        reception.carousel->mapAssociationTag(association, stream);
     reception.tags.insert(tag);
     return reception;
 }
 
-void ServiceCarousels::join(const Service& service, const std::vector<StreamDescription>& streams)
+std::vector<StreamDescription>
+ServiceCarousels::withThoseAlwaysRead(std::vector<StreamDescription> streams) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    service_ = service;
-    tagsByPid_.clear();
-    std::map<uint8_t, Reception> before;
-    before.swap(carousels_);
-    for (const StreamDescription& stream : streams) {
-        if (stream.streamType != carouselStreamType || !stream.componentTag)
+    for (const CarouselPid& wanted : alwaysRead_) {
+        const bool isListed =
+            std::any_of(streams.begin(), streams.end(), [&wanted](const auto& stream) {
+                return stream.pid == wanted.pid && isCarouselStream(stream);
+            });
+        if (isListed)
             continue;
-        const uint8_t tag = *stream.componentTag;
-        tagsByPid_[stream.pid] = tag;
-        if (!stream.carouselId)
+        StreamDescription stream;
+        stream.streamType = carouselStreamType;
+        stream.pid = wanted.pid;
+        stream.componentTag = wanted.componentTag;
+        streams.push_back(std::move(stream));
+    }
+    return streams;
+}
+
+/// Carousels and sections of streams that stay are kept.
+void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
+{
+    std::map<uint8_t, Reception> carousels = std::exchange(carousels_, {});
+    std::map<uint16_t, Unclaimed> unclaimed = std::exchange(unclaimed_, {});
+    const std::map<uint16_t, uint8_t> tagsBefore = std::exchange(tagsByPid_, {});
+    pids_.clear();
+    associations_.clear();
+    std::vector<StreamDescription> streams = withThoseAlwaysRead(listed);
+    for (StreamDescription& stream : streams) {
+        const auto tagBefore = tagsBefore.find(stream.pid);
+        if (!stream.componentTag && tagBefore != tagsBefore.end())
+            stream.componentTag = tagBefore->second;  // as the carousel itself called it
+        if (!stream.componentTag)
             continue;
-        const auto known = before.find(tag);
-        carousels_.emplace(tag,
-                           known == before.end() ? makeReception(tag) : std::move(known->second));
+        for (const uint16_t association : stream.associationTags)
+            associations_[association] = *stream.componentTag;
     }
     for (const StreamDescription& stream : streams) {
-        for (const uint16_t association : stream.associationTags) {
-            for (const auto& entry : carousels_) {
-                if (stream.componentTag)
-                    entry.second.carousel->mapAssociationTag(association, *stream.componentTag);
-            }
-        }
+        if (stream.streamType == carouselStreamType)
+            listenTo(stream, carousels, unclaimed);
     }
-    updatePids();
+    for (auto& entry : unclaimed)
+        takeHeld(entry.second);  // of streams that are not there any more
+    for (auto& [tag, reception] : carousels_) {
+        for (const auto& [association, stream] : associations_)
+            reception.carousel->mapAssociationTag(association, stream);
+        followReferences(reception);
+    }
     toLookFor_ = pending_.size();
 }
 
-void ServiceCarousels::updatePids()
+void ServiceCarousels::listenTo(const StreamDescription& stream,
+                                std::map<uint8_t, Reception>& carousels,
+                                std::map<uint16_t, Unclaimed>& unclaimed)
 {
-    pids_.clear();
-    for (const auto& [pid, tag] : tagsByPid_) {
-        for (const auto& entry : carousels_) {
-            if (entry.second.tags.count(tag) != 0)
-                pids_.insert(pid);
-        }
+    if (!stream.componentTag && !isAlwaysRead(stream.pid))
+        return;  // nobody could ask for its files
+    pids_.insert(stream.pid);
+    if (stream.componentTag) {
+        const uint8_t tag = *stream.componentTag;
+        tagsByPid_[stream.pid] = tag;
+        const auto known = carousels.find(tag);
+        if (known != carousels.end())
+            carousels_.emplace(tag, std::move(known->second));
+        else if (stream.carouselId && carousels_.count(tag) == 0)
+            carousels_.emplace(tag, makeReception(tag));
+        if (carousels_.count(tag) != 0)
+            return;
     }
+    Unclaimed& place = unclaimed_[stream.pid];
+    const auto known = unclaimed.find(stream.pid);
+    if (known != unclaimed.end())
+        std::swap(place, known->second);
+    place.tag = stream.componentTag;
+    place.isReferredTo = false;
+    for (const auto& entry : carousels_)
+        place.isReferredTo =
+            place.isReferredTo || (place.tag && entry.second.tags.count(*place.tag) != 0);
+}
+
+bool ServiceCarousels::isAlwaysRead(uint16_t pid) const
+{
+    return std::any_of(alwaysRead_.begin(), alwaysRead_.end(),
+                       [pid](const CarouselPid& wanted) { return wanted.pid == pid; });
+}
+
+bool ServiceCarousels::isComponentTag(uint16_t tag) const
+{
+    const bool isKnown = std::any_of(tagsByPid_.begin(), tagsByPid_.end(),
+                                     [tag](const auto& entry) { return entry.second == tag; });
+    return isKnown || std::any_of(unclaimed_.begin(), unclaimed_.end(),
+                                  [tag](const auto& entry) { return entry.second.tag == tag; });
 }
 
 void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
+    makeRoom();
+    hold(pid, section);
     const auto tag = tagsByPid_.find(pid);
     if (tag == tagsByPid_.end())
         return;
@@ -109,13 +180,99 @@ void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
         if (reception.tags.count(tag->second) == 0)
             continue;
         reception.carousel->feedSection(tag->second, section.data(), section.size());
-        bool hasNewStreams = false;
-        for (const uint16_t wanted : reception.carousel->takeNewReferences())
-            hasNewStreams = reception.tags.insert(wanted).second || hasNewStreams;
-        if (hasNewStreams)
-            updatePids();
+        followReferences(reception);
         reportNews(carouselTag, reception);
     }
+}
+
+/// Looks whether a carousel begins on a stream that is nobody's yet, and else keeps the section.
+void ServiceCarousels::hold(uint16_t pid, const SectionBytes& section)
+{
+    const auto stream = unclaimed_.find(pid);
+    if (stream == unclaimed_.end())
+        return;
+    const auto message = openDownloadSection(section.data(), section.size());
+    if (!message)
+        return;
+    if (message->kind != DownloadMessageKind::ServerInitiate)
+        return keep(stream->second, section);
+    const std::optional<ServerInitiate> gateway = readServerInitiate(*message);
+    if (gateway && (stream->second.tag || gateway->serviceGateway.isResolvable()))
+        beginCarousel(pid, gateway->serviceGateway, section);
+}
+
+void ServiceCarousels::keep(Unclaimed& stream, const SectionBytes& section)
+{
+    const size_t bytes = section.size() + heldSectionOverhead;
+    if (stream.isReferredTo || heldBytes_ + bytes > limits_.memory / 4 ||
+        stream.sections.count(section) != 0 || !budget_->memory.take(bytes))
+        return;
+    heldBytes_ += bytes;
+    stream.sections.insert(section);
+}
+
+void ServiceCarousels::beginCarousel(uint16_t pid, const ObjectReference& gateway,
+                                     const SectionBytes& section)
+{
+    Unclaimed stream = std::move(unclaimed_.at(pid));
+    unclaimed_.erase(pid);
+    const uint8_t tag = stream.tag.value_or(static_cast<uint8_t>(gateway.associationTag));
+    tagsByPid_[pid] = tag;
+    // No table tells how the carousel calls the stream: as its gateway does.
+    const bool isCalledOtherwise = isAlwaysRead(pid) && tag != gateway.associationTag &&
+                                   !isComponentTag(gateway.associationTag);
+    if (isCalledOtherwise)
+        associations_[gateway.associationTag] = tag;
+    auto place = carousels_.find(tag);
+    if (place == carousels_.end())
+        place = carousels_.emplace(tag, makeReception(tag)).first;
+    ObjectCarousel& carousel = *place->second.carousel;
+    if (isCalledOtherwise)
+        carousel.mapAssociationTag(gateway.associationTag, tag);
+    carousel.feedSection(tag, section.data(), section.size());
+    for (const SectionBytes& held : takeHeld(stream))
+        carousel.feedSection(tag, held.data(), held.size());
+    followReferences(place->second);
+    reportNews(tag, place->second);
+}
+
+/// Feeds a carousel from the streams that it refers to, beginning with what they carried before.
+void ServiceCarousels::followReferences(Reception& reception)
+{
+    for (auto wanted = reception.carousel->takeNewReferences(); !wanted.empty();
+         wanted = reception.carousel->takeNewReferences()) {
+        for (const uint16_t tag : wanted) {
+            if (!reception.tags.insert(tag).second)
+                continue;
+            for (auto& entry : unclaimed_) {
+                if (entry.second.tag != tag)
+                    continue;
+                entry.second.isReferredTo = true;
+                for (const SectionBytes& held : takeHeld(entry.second))
+                    reception.carousel->feedSection(tag, held.data(), held.size());
+            }
+        }
+    }
+}
+
+/// The stream's sections, which take no memory of the carousels any more.
+std::set<SectionBytes> ServiceCarousels::takeHeld(Unclaimed& stream)
+{
+    size_t bytes = 0;
+    for (const SectionBytes& section : stream.sections)
+        bytes += section.size() + heldSectionOverhead;
+    heldBytes_ -= bytes;
+    budget_->memory.giveBack(bytes);
+    return std::exchange(stream.sections, {});
+}
+
+/// What may belong to no carousel gives way to what does.
+void ServiceCarousels::makeRoom()
+{
+    if (heldBytes_ == 0 || budget_->memory.available() >= limits_.memory / 4)
+        return;
+    for (auto& entry : unclaimed_)
+        takeHeld(entry.second);
 }
 
 void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
@@ -296,9 +453,22 @@ std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
     std::vector<Status> list;
     for (const auto& [tag, reception] : carousels_) {
         const ObjectCarousel& carousel = *reception.carousel;
-        list.push_back({tag, carousel.progress(), carousel.files(), carousel.streamEvents()});
+        list.push_back(
+            {tag, carousel.progress(), carousel.list(), carousel.carouselId().has_value()});
     }
     return list;
+}
+
+std::vector<uint16_t> ServiceCarousels::pidsWithoutCarousel() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<uint16_t> pids;
+    for (const CarouselPid& wanted : alwaysRead_) {
+        const auto stream = unclaimed_.find(wanted.pid);
+        if (stream != unclaimed_.end() && !stream->second.isReferredTo)
+            pids.push_back(wanted.pid);
+    }
+    return pids;
 }
 
 bool ServiceCarousels::hasFile(const std::string& path) const

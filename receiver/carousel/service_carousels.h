@@ -19,11 +19,22 @@
 
 namespace receiver {
 
+/// A stream that is read as a carousel whatever the tables say.
+struct CarouselPid {
+    uint16_t pid = 0;
+    std::optional<uint8_t> componentTag;  ///< nothing: as the carousel itself calls the stream
+};
+
 /// Fed by the middleware thread, read by the browser thread in the dsmcc_* hooks.
+///
+/// A stream of the service without carousel identifier descriptor begins a carousel of its own when
+/// it carries a gateway (DSI). Until then, or until another carousel refers to it, what it carries
+/// is kept within a quarter of the memory.
 class ServiceCarousels {
 public:
-    /// @param log borrowed
-    ServiceCarousels(const CarouselLimits& limits, EventLog& log);
+    /// @param alwaysRead whatever service is tuned to @param log borrowed
+    ServiceCarousels(const CarouselLimits& limits, EventLog& log,
+                     std::vector<CarouselPid> alwaysRead = {});
 
     /// Forgets the former service and its files. Pending files are to be answered with an error.
     /// @return the ids of the pending files
@@ -33,8 +44,7 @@ public:
     ///        more are forgotten
     void join(const Service& service, const std::vector<StreamDescription>& streams);
 
-    /// The PIDs that carry parts of the carousels, as far as they are known to be needed. For the
-    /// middleware thread alone.
+    /// The PIDs that carry carousels, or may. For the middleware thread alone.
     const std::set<uint16_t>& pids() const { return pids_; }
 
     /// Takes a section of one of these PIDs.
@@ -70,10 +80,13 @@ public:
     struct Status {
         uint8_t componentTag;
         CarouselProgress progress;
-        std::vector<CarouselFile> files;
-        std::vector<CarouselStreamEvents> streamEvents;
+        CarouselListing listing;
+        bool hasGateway;
     };
     std::vector<Status> status() const;
+
+    /// Of the streams that are always read, those without any gateway yet.
+    std::vector<uint16_t> pidsWithoutCarousel() const;
 
     /// Whether some carousel has a complete file of this path.
     bool hasFile(const std::string& path) const;
@@ -97,7 +110,27 @@ private:
         size_t toldModules = 0;
     };
 
+    /// A stream that may begin a carousel, or belong to one.
+    struct Unclaimed {
+        std::optional<uint8_t> tag;
+        bool isReferredTo = false;        // a carousel gets its sections already
+        std::set<SectionBytes> sections;  // the others; in this order lists come before blocks
+    };
+
     Reception makeReception(uint8_t tag);
+    std::vector<StreamDescription>
+    withThoseAlwaysRead(std::vector<StreamDescription> streams) const;
+    void listenTo(const std::vector<StreamDescription>& streams);
+    void listenTo(const StreamDescription& stream, std::map<uint8_t, Reception>& carousels,
+                  std::map<uint16_t, Unclaimed>& unclaimed);
+    bool isAlwaysRead(uint16_t pid) const;
+    bool isComponentTag(uint16_t tag) const;
+    void hold(uint16_t pid, const SectionBytes& section);
+    void keep(Unclaimed& stream, const SectionBytes& section);
+    void beginCarousel(uint16_t pid, const ObjectReference& gateway, const SectionBytes& section);
+    void followReferences(Reception& reception);
+    std::set<SectionBytes> takeHeld(Unclaimed& stream);
+    void makeRoom();
     /// What was found, and under which path.
     struct Search {
         Lookup lookup;
@@ -109,7 +142,6 @@ private:
     Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
-    void updatePids();
     void reportNews(uint8_t tag, Reception& reception);
     bool forget(void* id);
 
@@ -118,8 +150,12 @@ private:
     EventLog& log_;
     mutable std::mutex mutex_;
     std::optional<Service> service_;
-    std::map<uint16_t, uint16_t> tagsByPid_;  // component tags
+    const std::vector<CarouselPid> alwaysRead_;
+    std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
     std::set<uint16_t> pids_;
+    std::map<uint16_t, uint8_t> associations_;  // association tags and the component tags they mean
+    std::map<uint16_t, Unclaimed> unclaimed_;   // by PID
+    size_t heldBytes_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
     std::map<void*, PendingFile> pending_;

@@ -71,9 +71,9 @@ void addCarousels(Session& session, Page& page)
         page.add("carousel 0x", std::hex, static_cast<unsigned>(status.componentTag), std::dec,
                  ": ", status.progress.modulesComplete, " of ", status.progress.modulesKnown,
                  " modules, ", withSeparators(status.progress.memoryUsed), " bytes");
-        for (const CarouselFile& file : status.files)
+        for (const CarouselFile& file : status.listing.files)
             page.add(std::setw(12), withSeparators(file.file.size), "  ", file.path);
-        for (const CarouselStreamEvents& events : status.streamEvents)
+        for (const CarouselStreamEvents& events : status.listing.streamEvents)
             page.add("     stream events  ", events.path, " (", events.events.size(), ")");
     }
 }
@@ -119,7 +119,11 @@ std::vector<std::string> statusPage(Session& session)
     const StreamStatistics statistics = session.middleware().statistics();
     page.add("stream: ", withSeparators(statistics.packets), " packets, ",
              withSeparators(statistics.continuityErrors), " gaps, ",
-             withSeparators(statistics.crcErrors), " damaged sections");
+             withSeparators(statistics.damagedPackets), " damaged and ",
+             withSeparators(statistics.scrambledPackets), " scrambled packets, ",
+             withSeparators(statistics.crcErrors), " damaged sections, ",
+             withSeparators(statistics.syncLosses), " losses of sync (",
+             withSeparators(statistics.skippedBytes), " bytes skipped)");
     return page.take();
 }
 

@@ -10,7 +10,7 @@ const size_t chunkBytes = 32 * 188;
 
 FollowerOptions followerOptions(const MiddlewareOptions& options)
 {
-    return {options.service, options.verbose, options.limits};
+    return {options.service, options.verbose, options.limits, options.carousels};
 }
 
 }  // namespace
@@ -86,6 +86,12 @@ bool Middleware::lacksWantedService() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     return ended_ && follower_.lacksWantedService();
+}
+
+std::string Middleware::lack() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return follower_.lack();
 }
 
 StreamStatistics Middleware::statistics() const

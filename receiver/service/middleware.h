@@ -28,6 +28,7 @@ struct MiddlewareOptions {
     bool verbose = false;  ///< also tell what is left out, and why
     bool showProgress = false;
     CarouselLimits limits;
+    std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
 
 /// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, and
@@ -66,11 +67,15 @@ public:
     std::string error() const;
     /// Whether the stream ended without a sign of the service of the options.
     bool lacksWantedService() const;
+    /// What the stream did not have, for people; empty when it had all.
+    std::string lack() const;
     StreamStatistics statistics() const;
     /// @}
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
     ServiceCarousels& carousels() { return follower_.carousels(); }
+    /// The tuned service's table, for the notifications. Thread-safe.
+    const TableBook& tableBook() const { return follower_.tableBook(); }
 
 private:
     enum class Progress { Playing, Tuned, Ended };

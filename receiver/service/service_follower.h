@@ -14,6 +14,8 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
+#include "receiver/service/table_book.h"
+#include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
 #include "receiver/stream/stream_clock.h"
 #include "receiver/stream/table_filter.h"
@@ -25,13 +27,15 @@ struct FollowerOptions {
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     bool verbose = false;             ///< also tell what is left out, and why
     CarouselLimits limits;
+    std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
 
 /// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT
 /// says so before one whose PMT does not say, in the order of the PAT, and on to the next while no
 /// table comes. It knows which is first when every PMT has come, or one of them twice.
 ///
-/// What it has to say piles up until takeEvents(). One thread at a time, carousels() aside.
+/// What it has to say piles up until takeEvents(). One thread at a time, carousels() and
+/// tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
@@ -57,7 +61,7 @@ public:
     /// Nothing comes any more: what was waited for will not be there.
     void giveUpWaiting();
 
-    /// Says what a person might have expected of the stream and was not there.
+    /// Says what a person might have expected of the stream and was not there, or not whole.
     void remarkAtEnd();
 
     /// Something that is not for everybody, or that would be said again and again.
@@ -78,6 +82,10 @@ public:
     bool lacksWantedService() const { return wanted_ && !tuned_; }
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
+    const TableBook& tableBook() const { return book_; }
+
+    /// What a person might have expected of the stream and was not there; empty when it was.
+    std::string lack() const;
 
 private:
     /// A service that may be tuned to, and what came of its table meanwhile.
@@ -93,6 +101,7 @@ private:
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
 
     void reportService(const Service& service);
+    void reportServicesGone();
     void join(const Service& service, const ProgramMap& map);
     void leave();
     void sayThatThereIsNoTable(bool wasThere);
@@ -118,7 +127,8 @@ private:
     void sendTableSection(const SectionBytes& section);
     void reportTableSection(const SectionBytes& section);
     void reportFileAnswers(size_t most);
-    std::string lackAtEnd() const;
+    std::string lackOfTable() const;
+    void remarkOnTable();
 
     const bool isVerbose_;
     EventLog& log_;
@@ -140,6 +150,8 @@ private:
     unsigned heldBackRounds_ = 0;
     std::set<std::string> remarks_;                 // each is made once a service
     std::map<uint16_t, std::string> toldServices_;  // names
+    TableExaminer examiner_;
+    TableBook book_;
     ServiceCarousels carousels_;
 };
 

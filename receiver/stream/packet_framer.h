@@ -38,9 +38,6 @@ public:
 
     State state() const { return state_; }
 
-    /// Distance between two packets in bytes: 188, 192 or 204; 0 before the first packet.
-    size_t packetDistance() const { return distance_; }
-
     /// Bytes that belonged to no packet, other than the extra bytes of 192 and 204.
     uint64_t skippedBytes() const { return skippedBytes_; }
 

@@ -114,13 +114,21 @@ TransportStream::~TransportStream() = default;
 bool TransportStream::feed(const unsigned char* bytes, size_t count)
 {
     framer_.feed(bytes, count);
+    countFraming();
     return framer_.state() != PacketFramer::State::NotATransportStream;
 }
 
 bool TransportStream::finish()
 {
     framer_.finish();
+    countFraming();
     return framer_.state() != PacketFramer::State::NotATransportStream;
+}
+
+void TransportStream::countFraming()
+{
+    statistics_.syncLosses = framer_.syncLosses();
+    statistics_.skippedBytes = framer_.skippedBytes();
 }
 
 void TransportStream::restart()
@@ -164,10 +172,12 @@ void TransportStream::handlePacket(const unsigned char* bytes)
     reportClock(packet);
     if (!packet.hasPayload || !continues(packet))
         return;
-    if (packet.scrambled)
+    if (packet.scrambled) {
         ++statistics_.scrambledPackets;
-    else
-        assemble(packet);
+        return;
+    }
+    earlyPackets_.add(bytes);
+    assemble(packet);
 }
 
 // False for a repetition of the packet before. A gap is only counted: the assembler sees it too.
@@ -211,6 +221,27 @@ void TransportStream::assemble(const Packet& packet)
     const std::vector<SectionBytes> sections = assembler.takeSections();
     for (const SectionBytes& section : sections)
         handleSection(packet.pid, section);
+}
+
+void TransportStream::visitEarlySections(const std::set<uint16_t>& pids,
+                                         const SectionVisitor& visit)
+{
+    const std::vector<unsigned char> packets = earlyPackets_.takeAll();
+    std::map<uint16_t, std::unique_ptr<SectionPid>> assembled;
+    for (size_t at = 0; at < packets.size(); at += PacketFramer::packetSize) {
+        const Packet packet(packets.data() + at);
+        if (pids.count(packet.pid) == 0 || !isSubscribed(packet.pid))
+            continue;
+        std::unique_ptr<SectionPid>& entry = assembled[packet.pid];
+        if (!entry)
+            entry = std::make_unique<SectionPid>();
+        entry->assembler.push(packet.bytes, packet.payloadOffset);
+        std::copy_n(packet.bytes, PacketFramer::packetSize, entry->lastPacket.begin());
+        for (const SectionBytes& section : entry->assembler.takeSections())
+            visit(packet.pid, section);
+    }
+    for (auto& [pid, entry] : assembled)
+        sectionPids_[pid] = std::move(entry);
 }
 
 void TransportStream::handleSection(uint16_t pid, const SectionBytes& section)

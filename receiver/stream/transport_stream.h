@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "receiver/service/service_tables.h"
+#include "receiver/stream/early_packets.h"
 #include "receiver/stream/packet_framer.h"
 #include "receiver/stream/section_assembler.h"
 
@@ -40,6 +42,8 @@ struct StreamStatistics {
     uint64_t crcErrors = 0;          ///< sections with a wrong CRC_32; left out
     uint64_t uncheckedSections = 0;  ///< sections that have no CRC_32; left out
     uint64_t sections = 0;           ///< sections with a correct CRC_32
+    uint64_t syncLosses = 0;         ///< how often a packet did not begin where it had to
+    uint64_t skippedBytes = 0;       ///< that belonged to no packet
 };
 
 /// Hears what a TransportStream finds, within the calls that feed it. May subscribe and
@@ -101,6 +105,11 @@ public:
     void unsubscribe(uint16_t pid);
     bool isSubscribed(uint16_t pid) const { return subscribed_.count(pid) != 0; }
 
+    using SectionVisitor = std::function<void(uint16_t pid, const SectionBytes& section)>;
+    /// Visits the sections of subscribed PIDs that came before: once, with what EarlyPackets kept.
+    /// They do not count in the statistics. What follows of them goes to the listener.
+    void visitEarlySections(const std::set<uint16_t>& pids, const SectionVisitor& visit);
+
     const std::vector<Service>& services() const { return services_; }
     const StreamStatistics& statistics() const { return statistics_; }
     const PacketFramer& framer() const { return framer_; }
@@ -109,6 +118,7 @@ private:
     struct Packet;
     struct SectionPid;
 
+    void countFraming();
     void handlePacket(const unsigned char* packet);
     bool continues(const Packet& packet);
     void reportClock(const Packet& packet);
@@ -126,6 +136,7 @@ private:
 
     TransportStreamListener& listener_;
     PacketFramer framer_;
+    EarlyPackets earlyPackets_;
     StreamStatistics statistics_;
     std::array<uint8_t, 8192> continuityCounters_{};  // of the last packet with a payload, by PID
     std::map<uint16_t, std::unique_ptr<SectionPid>> sectionPids_;

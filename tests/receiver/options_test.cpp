@@ -50,7 +50,8 @@ TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
 {
     const Parsed parsed = parse(
         "--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
-        "--duration 1.5 --carousel-limit 2 --site http://a.example/?x=y=folder --site http://b=c");
+        "--duration 1.5 --carousel-limit 2 --carousel-pid 0x76a --carousel-pid 256:0x2a --site "
+        "http://a.example/?x=y=folder --site http://b=c");
     ASSERT_TRUE(parsed.options) << parsed.problem;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.middleware.service, 0x6DD0);
@@ -61,6 +62,11 @@ TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
     EXPECT_EQ(options.extract, "e");
     EXPECT_EQ(options.duration, 1.5);
     EXPECT_EQ(options.middleware.limits.memory, size_t(2) << 20);
+    ASSERT_EQ(options.middleware.carousels.size(), 2u);
+    EXPECT_EQ(options.middleware.carousels[0].pid, 0x76A);
+    EXPECT_EQ(options.middleware.carousels[0].componentTag, std::nullopt);
+    EXPECT_EQ(options.middleware.carousels[1].pid, 256);
+    EXPECT_EQ(options.middleware.carousels[1].componentTag, 0x2A);
     ASSERT_EQ(options.sites.size(), 2u);
     EXPECT_EQ(options.sites[0].prefix, "http://a.example/?x=y");
     EXPECT_EQ(options.sites[0].folder, "folder");
@@ -88,7 +94,7 @@ TEST(Options, HelpAndVersionWantNoStream)
     EXPECT_TRUE(parse("-h a b c").options->help);
     for (const char* const option :
          {"--script", "--service", "--site", "--speed", "--loop", "--log", "--trace", "--extract",
-          "--carousel-limit", "--duration", "--version", "--help"})
+          "--carousel-limit", "--carousel-pid", "--duration", "--version", "--help"})
         EXPECT_NE(usage().find(option), std::string::npos) << option;
 }
 
@@ -113,6 +119,10 @@ TEST(Options, WhatIsWrongIsSaid)
         {"--site x= a", "not x="},
         {"--carousel-limit 0 a", "--carousel-limit wants MiB from 1 to 2048, not 0"},
         {"--carousel-limit 2049 a", "not 2049"},
+        {"--carousel-pid 0 a", "--carousel-pid wants a PID from 1 to 0x1ffe"},
+        {"--carousel-pid 0x1fff a", "not 0x1fff"},
+        {"--carousel-pid 1:256 a", "not 1:256"},
+        {"--carousel-pid 1: a", "not 1:"},
         {"--loop -", "--loop wants a file"},
         {"--script - -", "standard input cannot be both the script and the stream"},
         {"--duration 0 a", "--duration wants seconds such as 60 or 0.5, not 0"},

@@ -210,7 +210,8 @@ TEST_P(RealStream, CarouselsHoldTheFilesWithTheirHashes)
         std::set<std::tuple<std::string, size_t, std::string>> wanted, found;
         for (const json& file : description["files"])
             wanted.emplace(file["path"], file["size"], file["sha256"]);
-        for (const CarouselFile& file : carousel.files()) {
+        const CarouselListing listing = carousel.list();
+        for (const CarouselFile& file : listing.files) {
             found.emplace(file.path, file.file.size, sha256Of(file.file));
             EXPECT_EQ(carousel.find(file.path).result, Lookup::Result::Ready) << file.path;
         }

@@ -70,6 +70,41 @@ TEST(BiopModule, EveryKindOfObjectIsReadUnderItsShortAndLongName)
     EXPECT_TRUE(read(makeFile("f", {1}, "", "")).objects.empty());
 }
 
+std::vector<std::string> eventNames(const Bytes& object)
+{
+    std::vector<std::string> names;
+    const BiopModule module = read(object);
+    for (const NamedEvent& event : module.objects.at(0).events)
+        names.push_back(event.name + "=" + std::to_string(event.id));
+    return names;
+}
+
+TEST(BiopModule, StreamEventsAreReadWithMicrosecondsOfTwoBytesAndOfFour)
+{
+    const std::string kind("ste\0", 4);
+    const std::vector<std::string> wanted = {"goal=7", "end=4660"};
+    for (const size_t bytes : {size_t(2), size_t(4)})
+        EXPECT_EQ(eventNames(makeStreamEvents("s", {{"goal", 7}, {"end", 0x1234}}, kind, bytes)),
+                  wanted)
+            << bytes;
+    for (const size_t bytes : {size_t(2), size_t(4)})
+        EXPECT_TRUE(eventNames(makeStreamEvents("s", {}, kind, bytes)).empty()) << bytes;
+}
+
+TEST(BiopModule, EventNamesThatFitNeitherReadingAreReadAsTheDocumentPrints)
+{
+    const std::string kind("ste\0", 4);
+    const auto objectWith = [&](unsigned names, unsigned ids) {
+        ByteWriter info, body;
+        info.u8(0).fill(9, 0).u16(names).with8(std::string("a")).with8(std::string("b"));
+        body.u8(0).u8(ids).u16(1).u16(2).u16(3);
+        return makeBiopMessage("s", kind, info, body);
+    };
+    EXPECT_EQ(eventNames(objectWith(2, 3)), (std::vector<std::string>{"a=1", "b=2"}));
+    EXPECT_EQ(eventNames(objectWith(2, 1)), std::vector<std::string>{"a=1"});
+    EXPECT_TRUE(read(objectWith(3, 3)).objects.empty()) << "a name is missing";
+}
+
 TEST(BiopModule, CutAtAnyLengthItKeepsTheObjectsBefore)
 {
     Bytes module;

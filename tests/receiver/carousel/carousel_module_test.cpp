@@ -150,6 +150,34 @@ TEST_F(Module, BlocksThatDoNotFitAreIgnored)
     EXPECT_EQ(textOf(carousel_->find("a").file), std::string(200, 'x'));
 }
 
+TEST_F(Module, ALastBlockOfAnotherLengthIsSaidOnce)
+{
+    begin();
+    const Bytes file = makeFile("f", std::string(200, 'x'));
+    const std::string rest = std::to_string(file.size() % 100);
+    feed(*carousel_, makeDii(0x80000002, {{2, uint32_t(file.size())}}));
+    feed(*carousel_, {makeDdb(2, 0, 2, Bytes(100, 1)), makeDdb(2, 0, 2, Bytes(100, 1))});
+    ASSERT_EQ(problems_.size(), 1u);
+    EXPECT_NE(
+        problems_[0].find("module 2 version 0 is damaged: its last block has 100 bytes where " +
+                          rest + " were announced"),
+        std::string::npos)
+        << problems_[0];
+    feed(*carousel_, makeDdbs(2, 0, file));
+    EXPECT_EQ(carousel_->find("a").result, Lookup::Result::Ready);
+    EXPECT_EQ(problems_.size(), 1u);
+}
+
+TEST_F(Module, ABlockInTheMiddleOfAnotherLengthIsSaid)
+{
+    begin();
+    feed(*carousel_, makeDii(0x80000002, {{2, 250}}));
+    feed(*carousel_, makeDdb(2, 0, 1, Bytes(99, 1)));
+    ASSERT_EQ(problems_.size(), 1u);
+    EXPECT_NE(problems_[0].find("a block has 99 bytes where 100 were announced"),
+              std::string::npos);
+}
+
 TEST_F(Module, TheCarouselsMemoryIsBounded)
 {
     CarouselLimits limits;

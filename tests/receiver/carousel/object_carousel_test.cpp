@@ -45,7 +45,8 @@ protected:
     std::vector<std::string> listed()
     {
         std::vector<std::string> paths;
-        for (const CarouselFile& file : carousel_.files())
+        const CarouselListing listing = carousel_.list();
+        for (const CarouselFile& file : listing.files)
             paths.push_back(file.path);
         return paths;
     }
@@ -128,6 +129,77 @@ TEST_F(Carousel, BlocksInAnyOrderAndRepeatedMakeAModule)
     feed(carousel_, makeDii(0x80010003, {moduleOf(1, gateway), moduleOf(2, file)}));
     feed(carousel_, blocks);
     EXPECT_EQ(read("f"), std::string(333, 'y'));
+}
+
+TEST_F(Carousel, BlocksThatComeBeforeTheirListMakeAModule)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
+    const Bytes file = makeFile("f", std::string(333, 'y'));
+    feed(carousel_, makeDdbs(2, 0, file));
+    feed(carousel_, makeDdbs(1, 0, gateway));
+    EXPECT_GE(carousel_.progress().memoryUsed, file.size() + gateway.size());
+    feed(carousel_, makeDii(0x80000002, {moduleOf(1, gateway), moduleOf(2, file)}));
+    EXPECT_EQ(carousel_.modulesComplete(), 2u);
+    feed(carousel_, makeDsi(makeIor(gatewayIor)));
+    EXPECT_EQ(read("f"), std::string(333, 'y'));
+    ObjectCarousel same;
+    feed(same, makeDii(0x80000002, {moduleOf(1, gateway), moduleOf(2, file)}));
+    feed(same, makeDdbs(1, 0, gateway));
+    feed(same, makeDdbs(2, 0, file));
+    EXPECT_EQ(carousel_.progress().memoryUsed, same.progress().memoryUsed)
+        << "nothing is left over";
+}
+
+TEST_F(Carousel, ACaptureOfOneCycleComesOutWholeWhereverItBegins)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
+    const Bytes file = makeFile("f", std::string(333, 'y'));
+    std::vector<Bytes> cycle = {makeDsi(makeIor(gatewayIor)),
+                                makeDii(0x80000002, {moduleOf(1, gateway), moduleOf(2, file)})};
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        cycle.push_back(block);
+    for (const Bytes& block : makeDdbs(2, 0, file))
+        cycle.push_back(block);
+    for (size_t start = 0; start < cycle.size(); ++start) {
+        std::rotate(cycle.begin(), cycle.begin() + 1, cycle.end());
+        ObjectCarousel carousel;
+        feed(carousel, cycle);
+        EXPECT_EQ(textOf(carousel.find("f").file), std::string(333, 'y')) << start;
+    }
+}
+
+TEST_F(Carousel, EarlyBlocksOfAnotherVersionOrStreamDoNotCount)
+{
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
+    const Bytes file = makeFile("f", "fresh");
+    broadcast({gateway});
+    feed(carousel_, makeDdbs(2, 7, makeFile("f", "other")));
+    feed(carousel_, makeDdbs(2, 0, makeFile("f", "wrong")), 0x0B);
+    feed(carousel_, makeDdbs(2, 0, makeFile("f", "alien"), 100, 43));
+    feed(carousel_, makeDii(0x80010002, {moduleOf(1, gateway), moduleOf(2, file)}));
+    EXPECT_EQ(resultOf("f"), Result::Pending);
+    feed(carousel_, makeDdbs(2, 0, file));
+    EXPECT_EQ(read("f"), "fresh");
+}
+
+TEST_F(Carousel, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
+{
+    CarouselLimits limits;
+    limits.memory = 100 * 1024;
+    ObjectCarousel carousel(limits, [this](const std::string& text) { problems_.push_back(text); });
+    for (unsigned module = 10; module < 500; ++module)
+        feed(carousel, makeDdb(module, 0, 0, Bytes(1000, 1)));
+    EXPECT_LE(carousel.progress().memoryUsed, limits.memory / 2);
+    EXPECT_GT(carousel.progress().memoryUsed, limits.memory / 4);
+    const Bytes gateway =
+        makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", std::string(70000, 'x'));
+    feed(carousel, makeDsi(makeIor(gatewayIor)));
+    feed(carousel, makeDii(0x80000002, {moduleOf(1, gateway)}));
+    feed(carousel, makeDdbs(1, 0, gateway));
+    EXPECT_EQ(carousel.find("f").result, Result::Ready);
+    EXPECT_TRUE(problems_.empty());
+    carousel.clear();
+    EXPECT_EQ(carousel.progress().memoryUsed, 0u);
 }
 
 TEST_F(Carousel, ANewModuleVersionReplacesTheOldOne)
@@ -315,15 +387,15 @@ TEST_F(Carousel, ListingEndsAtTheDepthAllowed)
     feed(shallow, makeDsi(makeIor(gatewayIor)));
     feed(shallow, makeDii(0x80000002, {moduleOf(1, module)}));
     feed(shallow, makeDdbs(1, 0, module));
-    ASSERT_EQ(shallow.files().size(), 1u);
-    EXPECT_EQ(shallow.files()[0].path, "d/in");
+    ASSERT_EQ(shallow.list().files.size(), 1u);
+    EXPECT_EQ(shallow.list().files[0].path, "d/in");
 }
 
 TEST_F(Carousel, StreamEventObjectsAreListedWithTheirEvents)
 {
     broadcast({makeGateway("g", {{"events", makeIor({"ste", 1, "s"})}}) +
                makeStreamEvents("s", {{"goal", 7}, {"end", 0x1234}})});
-    const auto list = carousel_.streamEvents();
+    const auto list = carousel_.list().streamEvents;
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(list[0].path, "events");
     ASSERT_EQ(list[0].events.size(), 2u);

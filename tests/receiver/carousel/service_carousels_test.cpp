@@ -274,7 +274,7 @@ TEST_F(ServiceCarouselsTest, StreamsAreListenedToWhenTheCarouselRefersToThem)
     const auto streams = {carouselStream(carouselPid, carouselTag),
                           carouselStream(otherPid, otherTag, false)};
     carousels_.join(service(), streams);
-    EXPECT_EQ(carousels_.pids(), std::set<uint16_t>{carouselPid});
+    EXPECT_EQ(carousels_.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
     const Bytes gateway = makeGateway("g", {{"far", fileIor("f", 1, otherTag)}});
     const Bytes far = makeFile("f", "far away");
     feed(makeDsi(makeIor({"srg", 1, "g"})));
@@ -289,7 +289,108 @@ TEST_F(ServiceCarouselsTest, StreamsAreListenedToWhenTheCarouselRefersToThem)
     for (const Bytes& block : makeDdbs(1, 0, far))
         feed(block, otherPid);
     EXPECT_EQ(answers(), (Answers{{1, true}}));
-    EXPECT_EQ(carousels_.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
+    EXPECT_EQ(carousels_.status().size(), 1u) << "the other stream begins no carousel";
+}
+
+TEST_F(ServiceCarouselsTest, AStreamWithoutIdentifierBeginsACarouselWithItsGateway)
+{
+    carousels_.leave();
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag, false)});
+    EXPECT_EQ(carousels_.pids(), std::set<uint16_t>{carouselPid});
+    EXPECT_TRUE(carousels_.status().empty());
+    feedFiles();  // before everything else
+    feedGateway();
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_OK);
+    EXPECT_EQ(carousels_.status().at(0).componentTag, carouselTag);
+    carousels_.join(service(), {carouselStream(otherPid, carouselTag, false)});
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_OK) << "it stays the one that it was";
+}
+
+TEST_F(ServiceCarouselsTest, AStreamThatIsReferredToLateHasBeenKept)
+{
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag),
+                                carouselStream(otherPid, otherTag, false)});
+    const Bytes gateway = makeGateway("g", {{"far", fileIor("f", 1, otherTag)}});
+    const Bytes far = makeFile("f", "far away");
+    ModuleFields module = {1, uint32_t(far.size())};
+    module.associationTag = otherTag;
+    for (const Bytes& block : makeDdbs(1, 0, far))
+        feed(block, otherPid);
+    feed(makeDii(0x80000004, {module}), otherPid);
+    feed(makeDsi(makeIor({"srg", 1, "g"})));
+    feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        feed(block);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/far", id(1)), DSMCC_OK);
+    EXPECT_EQ(read(id(1)), "far away");
+}
+
+TEST_F(ServiceCarouselsTest, AStreamIsFollowedByItsAssociationTag)
+{
+    StreamDescription other = carouselStream(otherPid, otherTag, false);
+    other.associationTags = {0x012B};
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag), other});
+    IorFields reference = {"fil", 1, "f", 0x012B};
+    reference.transactionId = 0x80000004;
+    const Bytes gateway = makeGateway("g", {{"far", makeIor(reference)}});
+    const Bytes far = makeFile("f", "far away");
+    feed(makeDsi(makeIor({"srg", 1, "g"})));
+    feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        feed(block);
+    ModuleFields module = {1, uint32_t(far.size())};
+    module.associationTag = 0x012B;
+    feed(makeDii(0x80000004, {module}), otherPid);
+    for (const Bytes& block : makeDdbs(1, 0, far))
+        feed(block, otherPid);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2a/far", id(1)), DSMCC_OK);
+}
+
+TEST_F(ServiceCarouselsTest, WhatIsNobodysTakesAQuarterOfTheMemory)
+{
+    CarouselLimits limits;
+    limits.memory = 100000;
+    ServiceCarousels carousels(limits, log_);
+    carousels.join(service(), {carouselStream(otherPid, otherTag, false),
+                               carouselStream(carouselPid, carouselTag)});
+    for (unsigned module = 0; module < 100; ++module)
+        carousels.feed(otherPid, makeDdb(module, 0, 0, Bytes(1000, 1)));
+    const size_t held = carousels.status().at(0).progress.memoryUsed;
+    EXPECT_LE(held, limits.memory / 4);
+    EXPECT_GT(held, limits.memory / 8);
+    carousels.leave();
+    carousels.join(service(), {carouselStream(carouselPid, carouselTag)});
+    EXPECT_EQ(carousels.status().at(0).progress.memoryUsed, 0u);
+}
+
+TEST_F(ServiceCarouselsTest, AStreamCanBeReadWithoutAnyTable)
+{
+    ServiceCarousels carousels({}, log_, {{carouselPid, std::nullopt}, {otherPid, uint8_t(7)}});
+    EXPECT_EQ(carousels.pids(), (std::set<uint16_t>{carouselPid, otherPid}));
+    EXPECT_EQ(carousels.pidsWithoutCarousel(), (std::vector<uint16_t>{carouselPid, otherPid}));
+    const auto feedCarousel = [&carousels](uint16_t pid, unsigned tag) {
+        IorFields file = {"fil", 1, "f", tag};
+        const Bytes module = makeGateway("g", {{"f", makeIor(file)}}) + makeFile("f", "x");
+        ModuleFields announced = {1, uint32_t(module.size())};
+        announced.associationTag = tag;
+        std::vector<Bytes> sections = makeDdbs(1, 0, module);
+        sections.push_back(makeDii(0x80000002, {announced}));
+        sections.push_back(makeDsi(makeIor({"srg", 1, "g", tag})));
+        for (const Bytes& section : sections)
+            carousels.feed(pid, section);
+    };
+    feedCarousel(carouselPid, carouselTag);
+    EXPECT_EQ(carousels.pidsWithoutCarousel(), std::vector<uint16_t>{otherPid});
+    ASSERT_EQ(carousels.status().size(), 1u);
+    EXPECT_EQ(carousels.status()[0].componentTag, carouselTag) << "as its gateway calls it";
+    EXPECT_TRUE(carousels.hasFile("f"));
+    feedCarousel(otherPid, 0x55);
+    ASSERT_EQ(carousels.status().size(), 2u);
+    EXPECT_EQ(carousels.status()[0].componentTag, 7) << "as it was asked for";
+    EXPECT_EQ(carousels.status()[0].listing.files.size(), 1u);
+    carousels.join(service(), {});
+    carousels.leave();
+    EXPECT_TRUE(carousels.hasFile("f")) << "whatever service is tuned to";
 }
 
 TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
@@ -399,7 +500,7 @@ TEST_F(ServiceCarouselsTest, StatusListsFilesWithTheirSizes)
     ASSERT_EQ(status.size(), 1u);
     EXPECT_EQ(status[0].componentTag, carouselTag);
     EXPECT_EQ(status[0].progress.modulesComplete, 2u);
-    EXPECT_EQ(status[0].files.size(), 5u);
+    EXPECT_EQ(status[0].listing.files.size(), 5u);
     EXPECT_NE(out_.str().find("carousel 0x2a: 2 of 2 modules"), std::string::npos);
 }
 

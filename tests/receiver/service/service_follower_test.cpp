@@ -6,6 +6,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/service/service_follower.h"
+#include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
 
 namespace receiver {
@@ -241,6 +242,66 @@ TEST_F(Follower, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(3), ApplicationSignalling::None);
     EXPECT_EQ(follower_.signallingOf(4), std::nullopt) << "its PMT is not there";
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
+}
+
+TEST_F(Follower, ListensToACarouselWithoutAnyTable)
+{
+    FollowerOptions options;
+    options.carousels.push_back({0x76A, std::nullopt});
+    ServiceFollower follower(options, log_, clock_);
+    StreamWriter stream;
+    const Bytes gateway = makeGateway("g", {});
+    stream.add(0x76A, makeDsi(makeIor({"srg", 1, "g"}))).pause();
+    stream.add(0x76A, makeDii(0x80000002, {{1, uint32_t(gateway.size())}})).pause();
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        stream.add(0x76A, block).pause();
+    follower.feed(stream.bytes().data(), stream.bytes().size());
+    ASSERT_EQ(follower.carousels().status().size(), 1u);
+    EXPECT_EQ(follower.carousels().status()[0].progress.modulesComplete, 1u);
+}
+
+TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
+{
+    const unsigned pid = 0x300;
+    const Bytes gateway =
+        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(500, 'x'));
+    std::vector<Bytes> blocks = makeDdbs(1, 0, gateway);
+    play(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    const Bytes last = blocks.back();
+    blocks.pop_back();
+    for (const Bytes& block : blocks)
+        play(pid, block);
+    services({1});
+    const uint64_t before = follower_.statistics().sections;
+    pmt(1, {tables(tablePid(1), hbbtv),
+            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    EXPECT_EQ(follower_.statistics().sections, before + 1) << "the PMT alone is new";
+    EXPECT_FALSE(follower_.carousels().hasFile("f"));
+    play(pid, last);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+    EXPECT_EQ(follower_.statistics().continuityErrors, 0u);
+}
+
+TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
+{
+    const unsigned pid = 0x300;
+    const Bytes gateway =
+        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(900, 'x'));
+    services({1});
+    play(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}, 4000));
+    const size_t half = 188 * 3;
+    // The counter goes on behind the two sections before.
+    PacketWriter writer(pid);
+    writer.skipCounter(2);
+    const Bytes packets = writer.section(makeDdbs(1, 0, gateway, 4000).front());
+    ASSERT_GT(packets.size(), half);
+    follower_.feed(packets.data(), half);
+    pmt(1, {tables(tablePid(1), hbbtv),
+            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    follower_.feed(packets.data() + half, packets.size() - half);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
 TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)

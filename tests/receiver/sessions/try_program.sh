@@ -45,8 +45,8 @@ wrong_usage() {
     expect 1 "--speed wants a value" --speed
     expect 1 "--speed wants a factor" --speed fast "$station"
     expect 1 "--loop wants a file" --loop -
-    expect 1 "no such service: 5; the stream has 28112" --service 5 "$station"
-    expect 1 "no such service in the stream; it has 28112 \"" --service 5 "$station"
+    expect 1 "no such service: 5; the stream has 28112 \"" --service 5 "$station"
+    tail -n 1 "$work/err" | grep -q "no such service: 5; the stream has 28112" || fail "the last line does not say what there is"
     expect 0 "usage: vesta_receiver" --help
     expect 0 "vesta_receiver $version" --version
     expect 1 "cannot be both the script and the stream" --script - -
@@ -193,6 +193,10 @@ odd_streams() {
     expect 0 "service 2 \"Plain\" signals no applications" --script "$work/zapped" --service 1 \
         --site "http://one.example=$here/site/one" "$streams/services-without-table.ts"
     [[ $(grep -c "^  none$" "$work/out") -eq 3 ]] || fail "status shows more than nothing"
+    script ended "wait end" "status"
+    expect 0 "2 gaps, 1 damaged and 1 scrambled packets, 0 damaged sections, 1 losses of sync (77 bytes skipped)" \
+        --script "$work/ended" "$streams/damaged.ts"
+    expect 1 "no PMT of service 3 came" --service 3 "$streams/damaged.ts"
     script listed "wait running" "services"
     expect 0 "* 28112  Made one  signals HbbTV" --script "$work/listed" "$station"
     expect 0 "log       debug [      Window]" --log debug "$station"
@@ -213,10 +217,15 @@ compare() {
 
 extraction() {
     expect 0 "11 files written" --extract "$work/files" "$station"
+    [[ $(grep -c '"complete": true' "$work/files/index.json") -eq 11 ]] || fail "the index is not whole"
+    expect 0 "PID 300: no carousel began there" --carousel-pid 300 --extract "$work/files" "$station"
     compare "${station%.ts}.json" "$work/files/2a"
     if [[ -e $shared/ts/made-1-signal.ts ]]; then
         expect 0 "11 files written" --extract "$work/made" "$shared/ts/made-1-signal.ts"
         compare "$shared/ts/made-1-signal.json" "$work/made/2a"
+        expect 0 "3 files written" --carousel-pid 0x76a:1 --extract "$work/real" \
+            "$shared/ts/real-4-carousel.ts"
+        compare "$shared/ts/real-4-carousel.json" "$work/real/1"
     fi
 }
 

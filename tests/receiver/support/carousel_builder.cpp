@@ -104,10 +104,10 @@ Bytes makeGateway(const std::string& key, const std::vector<DirectoryEntry>& ent
 
 Bytes makeStreamEvents(const std::string& key,
                        const std::vector<std::pair<std::string, unsigned>>& events,
-                       const std::string& kind)
+                       const std::string& kind, size_t microsecondBytes)
 {
     ByteWriter info, body;
-    info.with8(std::string("desc")).fill(9, 0).u16(unsigned(events.size()));
+    info.with8(std::string("desc")).fill(4 + microsecondBytes + 3, 0).u16(unsigned(events.size()));
     body.u8(1).u16(0).u16(0x0C).u16(0x2B).u8(0).u8(unsigned(events.size()));
     for (const auto& [name, id] : events) {
         info.with8(name + '\0');

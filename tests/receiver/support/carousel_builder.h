@@ -41,7 +41,8 @@ Bytes makeDirectory(const std::string& key, const std::vector<DirectoryEntry>& e
 Bytes makeGateway(const std::string& key, const std::vector<DirectoryEntry>& entries);
 Bytes makeStreamEvents(const std::string& key,
                        const std::vector<std::pair<std::string, unsigned>>& events,
-                       const std::string& kind = std::string("ste\0", 4));
+                       const std::string& kind = std::string("ste\0", 4),
+                       size_t microsecondBytes = 2);
 
 Bytes makeDsi(const Bytes& ior, uint32_t transactionId = 0x80000000);
 

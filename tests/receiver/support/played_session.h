@@ -18,8 +18,9 @@ namespace receiver {
 class PlayedSession {
 public:
     explicit PlayedSession(const std::string& stream = VESTA_SAMPLES "/station.ts")
-        : middleware_({stream, {}, 0, false, false, false, {}}, log_, doorbell_),
-          browser_(log_, {}), platform_(middleware_.carousels(), log_), integrator_(log_, browser_),
+        : middleware_({stream, {}, 0, false, false, false, {}, {}}, log_, doorbell_),
+          browser_(log_, {}), platform_(middleware_.carousels(), log_),
+          integrator_(log_, browser_, &middleware_.tableBook()),
           session_(log_, middleware_, doorbell_, browser_, integrator_)
     {
     }
