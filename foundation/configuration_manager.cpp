@@ -47,7 +47,7 @@ ConfigurationManager::~ConfigurationManager()
 
 bool ConfigurationManager::init(TAVO_Vesta* browser)
 {
-    const unsigned long session = session_;
+    const Session session;
     auto downloads = makeDownloads();
     auto queue = std::make_unique<ThreadsafeEventQueue>();
     browser_ = browser;
@@ -55,7 +55,7 @@ bool ConfigurationManager::init(TAVO_Vesta* browser)
     // The former queue dies last: the destructors of its events find the new one in place.
     const auto former = std::exchange(eventQueue_, std::move(queue));
     const int supported = hbbtv_keyset_get_supported_values();
-    if (getSession() != session)
+    if (session.isOver())
         return false;
     supportedKeySetValues_ = supported;
     return true;

@@ -81,6 +81,16 @@ private:
     int32_t supportedKeySetValues_ = 0;
 };
 
+/// The life of the library in which it was made: whoever calls out and goes on asks afterwards
+/// whether that one is over.
+class Session {
+public:
+    bool isOver() const { return ConfigurationManager::getSession() != number_; }
+
+private:
+    const unsigned long number_ = ConfigurationManager::getSession();
+};
+
 }  // namespace VestaHbbTV
 
 #endif

@@ -45,14 +45,19 @@ void start(TAVO_Vesta* browser)
     });
     if (!ConfigurationManager::getInstance()->init(browser))
         return;
-    const unsigned long session = ConfigurationManager::getSession();
+    const Session session;
     WindowManager::getInstance()->init();
     hbbtv_ait_start();
-    if (ConfigurationManager::getSession() != session)
+    if (session.isOver())
         return;
     dsmcc_start();
-    if (ConfigurationManager::getSession() != session)
+    if (session.isOver())
         return;
+    // Where there is none for the listeners, the platform stops again.
+    const AtExit stop([] {
+        if (!NotificationManager::instance)
+            vesta_hbbtv_shutdown();
+    });
     NotificationManager::getInstance()->init();
 }
 

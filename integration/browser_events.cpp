@@ -54,8 +54,7 @@ Window* windowOf(const BrowserEvent& event)
 
 Application* applicationOf(const BrowserEvent& event)
 {
-    Window* const window = windowOf(event);
-    return window ? window->getApplication(event.tavoWindow) : nullptr;
+    return WindowManager::getInstance()->findApplication(event.tavoWindow);
 }
 
 unsigned int handleWindowClose(const BrowserEvent& event)
@@ -230,8 +229,7 @@ int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* even
     const int meantForNobody = 0;
     const int dealtWith = 1;
     return guarded(meantForNobody, [&] {
-        Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
-        Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
+        Application* const application = WindowManager::getInstance()->findApplication(tavoWindow);
         if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
             return meantForNobody;
         if (event->type == TAVO_KEY_DOWN) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "foundation/at_exit.h"
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "integration/oc_download_manager.h"
@@ -75,11 +76,11 @@ void stopBroadcastRelatedApplication(Window& window)
 void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
-    const unsigned long session = ConfigurationManager::getSession();
+    const Session session;
     const unsigned long tables = window.getTableChanges();
     if (NotificationManager::hasListeners())
         NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
-    if (ConfigurationManager::getSession() != session)
+    if (session.isOver())
         return;  // a listener shut the library down, and the platform has stopped
     if (window.getTableChanges() != tables)
         return;  // a listener put a newer table in force, or changed the channel
@@ -91,6 +92,20 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
     table->printAIT();
 }
 
+/// A section for which there is no memory must not keep its table, which counts it as received: the
+/// next one begins the table anew.
+bool parse(Window& window, AIT& table, const unsigned char* section)
+{
+    bool isRead = false;
+    const AtExit giveUp([&] {
+        if (!isRead)
+            window.setAssemblyAIT(nullptr);
+    });
+    const bool isAccepted = table.parse(section);
+    isRead = true;
+    return isAccepted;
+}
+
 void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
 {
     const ref_ptr<AIT> current(window.getAIT());
@@ -98,7 +113,7 @@ void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
         window.setAssemblyAIT(new AIT(record.original_network_id, record.transport_stream_id,
                                       record.service_id, record.channelHandle));
     const ref_ptr<AIT> table(window.getAssemblyAIT());
-    if (!table->parse(record.section))
+    if (!parse(window, *table, record.section))
         return;
     // Deliberate: a table of the version in force is dropped at its first section.
     if (current && !current->isStale() && current->getVersion() == table->getVersion()) {
@@ -126,12 +141,12 @@ void executeAITSection(const Record& record)
 
 void executeChannelChange()
 {
-    const unsigned long session = ConfigurationManager::getSession();
+    const Session session;
     dsmcc_clear_cache();
-    if (ConfigurationManager::getSession() != session)
+    if (session.isOver())
         return;  // the platform shut the library down in return
     hbbtv_ait_invalidate();
-    if (ConfigurationManager::getSession() != session)
+    if (session.isOver())
         return;
     if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
         window->setAIT(ref_ptr<AIT>());

@@ -176,6 +176,12 @@ Window* WindowManager::getWindow(TAVO_VestaWindow* tavoWindow) const
     return found == tavoWindows_.end() ? nullptr : found->second;
 }
 
+Application* WindowManager::findApplication(TAVO_VestaWindow* tavoWindow) const
+{
+    Window* const window = getWindow(tavoWindow);
+    return window ? window->getApplication(tavoWindow) : nullptr;
+}
+
 void WindowManager::registerTavoWindow(TAVO_VestaWindow* tavoWindow, Window* window)
 {
     tavoWindows_[tavoWindow] = window;

@@ -72,6 +72,8 @@ public:
 
     /// The window that manages a browser window; null when none does.
     Window* getWindow(TAVO_VestaWindow* tavoWindow) const;
+    /// The application shown in a browser window; null when there is none.
+    Application* findApplication(TAVO_VestaWindow* tavoWindow) const;
     void registerTavoWindow(TAVO_VestaWindow* tavoWindow, Window* window);
     void unregisterTavoWindow(TAVO_VestaWindow* tavoWindow);
 

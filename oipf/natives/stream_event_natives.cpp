@@ -29,9 +29,8 @@ Application* findSubscriber(long windowId)
         return nullptr;
     TAVO_VestaWindow* tavoWindow = nullptr;
     ve_get_window(browser, windowId, &tavoWindow);  // the handle tells, not the status
-    Window* const window =
-        tavoWindow ? WindowManager::getInstance()->getWindow(tavoWindow) : nullptr;
-    Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
+    Application* const application =
+        tavoWindow ? WindowManager::getInstance()->findApplication(tavoWindow) : nullptr;
     return application && application->getAITApplication() ? application : nullptr;
 }
 

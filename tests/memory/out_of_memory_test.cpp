@@ -587,6 +587,24 @@ TEST_F(OutOfMemoryReport, IsAnErrLine)
     expectUsable();
 }
 
+TEST_F(OutOfMemoryReport, ATableIsTakenWhenItComesAgain)
+{
+    const long endless = 2000;
+    long failures = 1;
+    for (long number = 1; number < endless && failures > 0; ++number) {
+        start();
+        sendTable(0, 1);
+        FailingMemory::fail(number, false);
+        vesta_hbbtv_tick();
+        failures = FailingMemory::stop();
+        sendTable(0, 1);
+        tickAll();
+        ASSERT_NE(broadcastWindow()->getAIT(), nullptr) << "allocation " << number;
+        EXPECT_EQ(broadcastWindow()->getAIT()->getNumApplications(), 2u) << "allocation " << number;
+        vesta_hbbtv_shutdown();
+    }
+}
+
 TEST_F(OutOfMemoryReport, EveryFunctionAnswersItsError)
 {
     runService();
