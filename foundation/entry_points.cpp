@@ -97,11 +97,14 @@ void vesta_hbbtv_shutdown()
 
 bool vesta_hbbtv_tick()
 {
-    return guarded(false, [] {
-        ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue();
-        // An event that was given up for want of memory has run, too.
-        return queue && guarded(true, [queue] { return queue->executeFirst(); });
-    });
+    // Straight to the instance, since this is called all the time and mostly finds nothing to do.
+    if (!ConfigurationManager::instance) {
+        guarded([] { ConfigurationManager::getInstance(); });  // Deliberate: without a queue
+        return false;
+    }
+    ThreadsafeEventQueue* const queue = ConfigurationManager::instance->getEventQueue();
+    // An event that was given up for want of memory has run, too.
+    return queue && guarded(true, [queue] { return queue->executeFirst(); });
 }
 
 void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
