@@ -9,6 +9,7 @@
 
 #include "receiver/browser/page.h"
 #include "receiver/console/key_names.h"
+#include "receiver/text/mime_type.h"
 
 namespace receiver {
 

@@ -1,11 +1,8 @@
 #include "receiver/browser/page.h"
 
-#include <cctype>
-#include <cstring>
 #include <libxml/HTMLparser.h>
 #include <libxml/uri.h>
 #include <memory>
-#include <strings.h>
 #include <unordered_set>
 #include <utility>
 
@@ -61,11 +58,6 @@ const xmlNode* next(const xmlNode* node, const xmlNode* root)
     return node == root ? nullptr : node->next;
 }
 
-std::string pathOf(const std::string& url)
-{
-    return url.substr(0, url.find_first_of("?#"));
-}
-
 }  // namespace
 
 std::string resolveURL(const std::string& base, const std::string& url)
@@ -79,23 +71,6 @@ std::string resolveURL(const std::string& base, const std::string& url)
         result.reset(xmlBuildURI(escapedURL.get(), escapedBase.get()));
     }
     return result ? reinterpret_cast<const char*>(result.get()) : "";
-}
-
-std::string withoutEscapes(const std::string& text)
-{
-    std::string decoded;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const bool isEscape = text[at] == '%' && at + 2 < text.size() &&
-                              std::isxdigit(static_cast<unsigned char>(text[at + 1])) &&
-                              std::isxdigit(static_cast<unsigned char>(text[at + 2]));
-        if (isEscape) {
-            decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
-            at += 2;
-        } else {
-            decoded += text[at];
-        }
-    }
-    return decoded;
 }
 
 std::vector<std::string> subresources(const std::string& page)
@@ -116,39 +91,6 @@ std::vector<std::string> subresources(const std::string& page)
             addReference(*node, "href", found);
     }
     return found.take();
-}
-
-bool isPage(const std::string& url, const std::string& mimeType)
-{
-    return (mimeType.empty() ? mimeTypeOf(url) : mimeType).find("html") != std::string::npos;
-}
-
-std::string mimeTypeOf(const std::string& path)
-{
-    static const struct {
-        const char* ending;
-        const char* type;
-    } types[] = {
-        {".html", "application/vnd.hbbtv.xhtml+xml"},
-        {".htm", "application/vnd.hbbtv.xhtml+xml"},
-        {".xhtml", "application/vnd.hbbtv.xhtml+xml"},
-        {".css", "text/css"},
-        {".js", "application/javascript"},
-        {".json", "application/json"},
-        {".xml", "text/xml"},
-        {".txt", "text/plain"},
-        {".png", "image/png"},
-        {".jpg", "image/jpeg"},
-        {".jpeg", "image/jpeg"},
-        {".gif", "image/gif"},
-    };
-    const std::string name = pathOf(path);
-    for (const auto& [ending, type] : types) {
-        const size_t length = std::strlen(ending);
-        if (name.size() >= length && ::strcasecmp(name.c_str() + name.size() - length, ending) == 0)
-            return type;
-    }
-    return "";
 }
 
 }  // namespace receiver

@@ -12,9 +12,6 @@ namespace receiver {
 /// escaped where needed. @return empty when it cannot be
 std::string resolveURL(const std::string& base, const std::string& url);
 
-/// Decodes escapes such as %20.
-std::string withoutEscapes(const std::string& text);
-
 /// Longer pages are not looked through: a parsed page takes many times its bytes.
 constexpr size_t mostPageBytes = size_t(2) << 20;
 
@@ -23,12 +20,6 @@ constexpr size_t mostPageBytes = size_t(2) << 20;
 /// @return the references as they stand in the page, each once, in order; none of a page that is
 ///         longer than mostPageBytes
 std::vector<std::string> subresources(const std::string& page);
-
-/// Whether a file is a page by its name or type, so that its subresources are of interest.
-bool isPage(const std::string& url, const std::string& mimeType);
-
-/// A MIME type by a file's name; empty for an unknown ending.
-std::string mimeTypeOf(const std::string& path);
 
 }  // namespace receiver
 

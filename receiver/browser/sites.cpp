@@ -2,8 +2,8 @@
 
 #include <set>
 
-#include "receiver/browser/page.h"
 #include "receiver/folder_place.h"
+#include "receiver/text/url.h"
 
 namespace receiver {
 
@@ -23,7 +23,7 @@ bool answersFor(const Site& site, const std::string& url)
 fs::path fileOf(const Site& site, const std::string& url)
 {
     std::string path = url.substr(site.prefix.size());
-    path = withoutEscapes(path.substr(0, path.find_first_of("?#")));
+    path = withoutEscapes(withoutQuery(path));
     path.erase(0, path.find_first_not_of('/'));
     if (path.empty() || path.back() == '/')
         path += "index.html";

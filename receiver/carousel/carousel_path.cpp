@@ -69,9 +69,4 @@ std::optional<CarouselPath> parseCarouselPath(const std::string& text)
     return path;
 }
 
-std::string withoutQuery(const std::string& path)
-{
-    return path.substr(0, path.find_first_of("?#"));
-}
-
 }  // namespace receiver

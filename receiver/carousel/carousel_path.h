@@ -21,9 +21,6 @@ struct CarouselPath {
 /// @return nothing when the ids are not there, are no hexadecimal numbers or too large
 std::optional<CarouselPath> parseCarouselPath(const std::string& text);
 
-/// What stands before the first "?" or "#".
-std::string withoutQuery(const std::string& path);
-
 }  // namespace receiver
 
 #endif

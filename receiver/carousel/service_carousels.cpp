@@ -6,7 +6,8 @@
 
 #include "vesta_hbbtv_appman.h"
 
-#include "receiver/browser/page.h"
+#include "receiver/text/mime_type.h"
+#include "receiver/text/url.h"
 
 namespace receiver {
 

@@ -27,7 +27,10 @@ StreamInput::~StreamInput()
 std::string StreamInput::open()
 {
     struct stat status = {};
-    file_ = path_ == "-" ? STDIN_FILENO : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    // A named pipe without a writer would keep the caller until one comes; poll() waits for it,
+    // too.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    file_ = path_ == "-" ? STDIN_FILENO : ::open(path_.c_str(), flags);
     if (file_ < 0 || ::fstat(file_, &status) != 0 ||
         ::pipe2(wakePipe_, O_CLOEXEC | O_NONBLOCK) != 0)
         return path_ + ": " + std::strerror(errno);
@@ -43,6 +46,8 @@ std::optional<size_t> StreamInput::read(unsigned char* buffer, size_t size)
     if (!waitForBytes())
         return std::nullopt;
     const ssize_t count = ::read(file_, buffer, size);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return std::nullopt;
     if (count < 0) {
         error_ = path_ + ": " + std::strerror(errno);
         return 0;

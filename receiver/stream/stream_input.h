@@ -22,7 +22,8 @@ public:
     std::string open();
 
     /// Waits for bytes and reads some. Every byte counts in bytesRead().
-    /// @return how many; 0 at the end and for a failure (error() says so); nothing when woken
+    /// @return how many; 0 at the end and for a failure (error() says so); nothing when woken,
+    ///         or when there is nothing yet after all
     std::optional<size_t> read(unsigned char* buffer, size_t size);
 
     /// Lets a read() that waits, or else the next one, return. Any thread.

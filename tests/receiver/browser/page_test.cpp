@@ -74,29 +74,5 @@ TEST(Page, UrlsAreResolvedAgainstTheirPage)
         EXPECT_EQ(resolveURL(base, url), resolved) << url;
 }
 
-TEST(Page, EscapesAreDecodedWhereTheyAreWhole)
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"a%20b", "a b"}, {"%41%2e", "A."}, {"%C3%BC", "\xC3\xBC"}, {"100%", "100%"},
-        {"%2", "%2"},     {"%zz", "%zz"},   {"%%41", "%A"},         {"", ""},
-    };
-    for (const auto& [text, decoded] : cases)
-        EXPECT_EQ(withoutEscapes(text), decoded) << text;
-}
-
-TEST(Page, TypesComeFromTheEnding)
-{
-    EXPECT_EQ(mimeTypeOf("a/index.html"), "application/vnd.hbbtv.xhtml+xml");
-    EXPECT_EQ(mimeTypeOf("UPPER.HTM?x.css#y.js"), "application/vnd.hbbtv.xhtml+xml");
-    EXPECT_EQ(mimeTypeOf("a.css"), "text/css");
-    EXPECT_EQ(mimeTypeOf("a.JPEG"), "image/jpeg");
-    EXPECT_EQ(mimeTypeOf("html"), "");
-    EXPECT_EQ(mimeTypeOf("a.bin"), "");
-    EXPECT_TRUE(isPage("a.bin", "text/html"));
-    EXPECT_TRUE(isPage("a.html", ""));
-    EXPECT_FALSE(isPage("a.html", "text/plain"));
-    EXPECT_FALSE(isPage("a.css", ""));
-}
-
 }  // namespace
 }  // namespace receiver

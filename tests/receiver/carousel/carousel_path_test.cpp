@@ -27,14 +27,6 @@ TEST(CarouselPath, ThePathStaysAsItStands)
     EXPECT_EQ(parseCarouselPath("1.2.3.4")->path, "");
 }
 
-TEST(CarouselPath, WithoutQueryEndsAtTheFirstMark)
-{
-    EXPECT_EQ(withoutQuery("a?b#c"), "a");
-    EXPECT_EQ(withoutQuery("a#b?c"), "a");
-    EXPECT_EQ(withoutQuery("?a"), "");
-    EXPECT_EQ(withoutQuery("a/b"), "a/b");
-}
-
 TEST(CarouselPath, TheTransportStreamMayBeLeftOut)
 {
     const auto path = parseCarouselPath("FFFF..1.FF/x");

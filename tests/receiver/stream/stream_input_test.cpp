@@ -69,6 +69,23 @@ TEST_F(StreamInputTest, ACallReachesAReadThatWaits)
     EXPECT_EQ(read(input, 9), "123");
 }
 
+TEST_F(StreamInputTest, APipeThatNobodyWritesToCanBeLeft)
+{
+    const std::string pipe = (folder_ / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    StreamInput input(pipe);
+    ASSERT_EQ(input.open(), "");  // at once
+    input.wake();
+    EXPECT_EQ(read(input, 9), "woken");
+    {
+        std::ofstream writer(pipe);
+        writer << "123" << std::flush;
+        EXPECT_EQ(read(input, 9), "123");
+    }
+    EXPECT_EQ(read(input, 9), "");
+    EXPECT_EQ(input.error(), "");
+}
+
 TEST_F(StreamInputTest, ACallBeforeTheReadCountsOnce)
 {
     StreamInput input(file("a", "12345"));
