@@ -35,6 +35,9 @@ struct FollowerOptions {
 /// What it has to say piles up until takeEvents(). One thread at a time, carousels() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
+    /// What heldBytes() may be: more than the tables of a multiplex. With more they are forgotten.
+    static constexpr size_t mostHeldBytes = size_t(4) << 20;
+
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
     ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock);
     ~ServiceFollower() override;
@@ -73,6 +76,8 @@ public:
     std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_ && !tuned_; }
+    /// Bytes of tables of services that may still be tuned to.
+    size_t heldBytes() const;
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
 
