@@ -284,6 +284,28 @@ void largestTable(benchmark::State& state, bool rising)
                 state.SkipWithError("a section was refused");
     }
 }
+/// Passing over one AUTOSTART application after the other, in a table of this many percent of the
+/// largest.
+void walkAutostart(benchmark::State& state)
+{
+    const unsigned int entriesOfAPercent = 512;
+    AIT table;
+    for (unsigned int entry = 0; entry < entriesOfAPercent * state.range(0); ++entry) {
+        auto* const application = new AITApplication(&table);
+        application->setControlCode(AITApplication::AUTOSTART);
+        application->addTransport(ref_ptr<AITApplicationTransport>(new AITApplicationTransport));
+        table.insertAITApplication(application);
+    }
+    for ([[maybe_unused]] auto _ : state) {
+        const AITApplication* application =
+            table.getAITApplication(AITApplication::AUTOSTART, true);
+        while (application)
+            application = table.getNextAITApplication(application, AITApplication::AUTOSTART, true);
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * table.getNumApplications());
+}
+BENCHMARK(walkAutostart)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+
 BENCHMARK_CAPTURE(largestTable, fallingPriorities, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(largestTable, risingPriorities, true)->Unit(benchmark::kMillisecond);
 

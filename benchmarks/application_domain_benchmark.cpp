@@ -56,4 +56,17 @@ void addBoundaryExtension(benchmark::State& state)
 }
 BENCHMARK(addBoundaryExtension)->Arg(0)->Arg(3)->Arg(20);
 
+/// As many empty extensions as an entry of a table has room for (4000), and a part of them.
+void addEmptyExtensions(benchmark::State& state)
+{
+    for ([[maybe_unused]] auto _ : state) {
+        ApplicationDomain domain;
+        for (int64_t n = 0; n < state.range(0); ++n)
+            domain.addBoundaryExtension("");
+        benchmark::DoNotOptimize(domain);
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+BENCHMARK(addEmptyExtensions)->Arg(40)->Arg(400)->Arg(4000);
+
 }  // namespace

@@ -15,5 +15,6 @@ endif()
 # The warnings that our own code is held to; they are errors.
 function(vesta_own_code target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 endfunction()

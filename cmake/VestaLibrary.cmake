@@ -14,6 +14,7 @@ set(VESTA_INSTALLED_HEADERS
   foundation/configuration_manager.h
   foundation/descriptor.h
   foundation/logging.h
+  foundation/mutex.h
   foundation/ref_ptr.h
   foundation/small_vector.h
   foundation/threadsafe_event_queue.h

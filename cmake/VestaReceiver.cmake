@@ -49,6 +49,8 @@ if(VESTA_BUILD_RECEIVER)
   target_link_libraries(vesta_receiver_objects PUBLIC
     vesta_hbbtv_appman "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
     nlohmann_json::nlohmann_json Threads::Threads)
+  set_source_files_properties(receiver/options.cpp PROPERTIES
+    COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_receiver_objects)
   add_executable(vesta_receiver receiver/main.cpp)
   target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)

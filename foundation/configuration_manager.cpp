@@ -5,7 +5,6 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/threadsafe_event_queue.h"
-#include "integration/oc_download_manager.h"
 
 namespace VestaHbbTV {
 
@@ -21,9 +20,10 @@ unsigned long newSession()
 
 ConfigurationManager* ConfigurationManager::instance = nullptr;
 
-ConfigurationManager* ConfigurationManager::create()
+ConfigurationManager* ConfigurationManager::getInstance()
 {
-    instance = new ConfigurationManager;
+    if (!instance)
+        instance = new ConfigurationManager;
     return instance;
 }
 
@@ -48,10 +48,12 @@ ConfigurationManager::~ConfigurationManager()
 bool ConfigurationManager::init(TAVO_Vesta* browser)
 {
     const unsigned long session = session_;
+    auto downloads = makeDownloads();
+    auto queue = std::make_unique<ThreadsafeEventQueue>();
     browser_ = browser;
-    ocDownloadManager_ = std::make_unique<OCDownloadManager>();
+    ocDownloadManager_ = std::move(downloads);
     // The former queue dies last: the destructors of its events find the new one in place.
-    const auto former = std::exchange(eventQueue_, std::make_unique<ThreadsafeEventQueue>());
+    const auto former = std::exchange(eventQueue_, std::move(queue));
     const int supported = hbbtv_keyset_get_supported_values();
     if (getSession() != session)
         return false;

@@ -13,11 +13,17 @@ namespace VestaHbbTV {
 class OCDownloadManager;
 class ThreadsafeEventQueue;
 
+/// Whose the downloads are need not know what they are: both of these are defined beside them.
+struct DownloadsDeleter {
+    void operator()(OCDownloadManager* downloads) const;
+};
+std::unique_ptr<OCDownloadManager, DownloadsDeleter> makeDownloads();
+
 /// Singleton of the browser thread; only its event queue is shared with other threads.
 class ConfigurationManager {
 public:
     /// The one instance, created without a queue on first use (without a lock).
-    static ConfigurationManager* getInstance() { return instance ? instance : create(); }
+    static ConfigurationManager* getInstance();
 
     /// The queue of the existing instance; null before init and after shutdown. Creates nothing.
     static ThreadsafeEventQueue* getCurrentQueue();
@@ -62,14 +68,12 @@ public:
     static ConfigurationManager* instance;
 
 private:
-    static ConfigurationManager* create();
-
     ConfigurationManager();
 
     const unsigned long session_;
     TAVO_Vesta* browser_ = nullptr;
     std::unique_ptr<ThreadsafeEventQueue> eventQueue_;
-    std::unique_ptr<OCDownloadManager> ocDownloadManager_;
+    std::unique_ptr<OCDownloadManager, DownloadsDeleter> ocDownloadManager_;
     uint8_t hbbtvVersionMajor_ = 1;
     uint8_t hbbtvVersionMinor_ = 2;
     uint8_t hbbtvVersionMicro_ = 1;

@@ -3,6 +3,7 @@
 #define VESTA_FOUNDATION_DESCRIPTOR_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "foundation/byte_reader.h"
@@ -19,6 +20,24 @@ inline ByteReader descriptorPayload(const unsigned char* descriptor)
     if (!descriptor)
         return ByteReader();
     return ByteReader(descriptor + descriptorHeaderSize, descriptor[1]);
+}
+
+/// Walks a loop of descriptors.
+/// @param visit called with tag, payload and all that the loop holds from the descriptor's tag on;
+///        false ends the walk
+/// @return false where the walk was ended or a descriptor leaves the loop
+template <typename Visit>
+bool forEachDescriptor(ByteReader loop, Visit visit)
+{
+    while (!loop.empty()) {
+        const ByteReader toLoopEnd = loop;
+        const uint8_t tag = loop.u8();
+        const uint8_t length = loop.u8();
+        const ByteReader payload = loop.take(length);
+        if (!loop.ok() || !visit(tag, payload, toLoopEnd))
+            return false;
+    }
+    return true;
 }
 
 /// Adds bytes to a text as they stand.

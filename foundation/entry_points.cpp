@@ -4,8 +4,10 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/at_exit.h"
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
@@ -23,20 +25,26 @@ pthread_mutex_t* sendEventMutex = nullptr;
 
 bool shuttingDown = false;
 
+void* const none = nullptr;
+TAVO_VestaWindow* const noTavoWindow = nullptr;
+
 /// A handle that came from outside: only to be compared until it is known to be a window.
 Window* asWindow(void* handle)
 {
     return static_cast<Window*>(handle);
 }
 
-}  // namespace
-
-void vesta_hbbtv_init(TAVO_Vesta* browser)
+/// Each step that calls out may shut the library down in return, which ends the rest.
+void start(TAVO_Vesta* browser)
 {
     Logging::getInstance();  // before other threads log
+    // Where there is no memory for the windows the library does not begin.
+    const AtExit giveUp([] {
+        if (!WindowManager::instance)
+            delete ConfigurationManager::instance;
+    });
     if (!ConfigurationManager::getInstance()->init(browser))
         return;
-    // The platform, too, may shut the library down in return.
     const unsigned long session = ConfigurationManager::getSession();
     WindowManager::getInstance()->init();
     hbbtv_ait_start();
@@ -48,32 +56,8 @@ void vesta_hbbtv_init(TAVO_Vesta* browser)
     NotificationManager::getInstance()->init();
 }
 
-void vesta_hbbtv_shutdown()
+void wakeUpBrowserThread()
 {
-    if (shuttingDown)
-        return;  // a listener that hears of the shutdown may ask for it again
-    shuttingDown = true;
-    WindowManager::getInstance()->close();
-    hbbtv_ait_stop();
-    dsmcc_stop();
-    if (NotificationManager::instance)
-        NotificationManager::instance->shutdown();
-    delete WindowManager::getInstance();
-    delete ConfigurationManager::getInstance();
-    shuttingDown = false;
-}
-
-bool vesta_hbbtv_tick()
-{
-    ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue();
-    return queue && queue->executeFirst();
-}
-
-void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
-{
-    if (ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue())
-        queue->add(new ExternalEvent(type, data));
-    // Deliberate: the wake-up does not depend on the queue.
     pthread_mutex_t* const mutex = sendEventMutex;
     pthread_cond_t* const condition = sendEventCondition;
     if (!condition || !mutex)
@@ -81,6 +65,49 @@ void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
     pthread_mutex_lock(mutex);
     pthread_cond_signal(condition);
     pthread_mutex_unlock(mutex);
+}
+
+}  // namespace
+
+void vesta_hbbtv_init(TAVO_Vesta* browser)
+{
+    guarded([browser] { start(browser); });
+}
+
+void vesta_hbbtv_shutdown()
+{
+    if (shuttingDown)
+        return;  // a listener that hears of the shutdown may ask for it again
+    shuttingDown = true;
+    const AtExit done([] { shuttingDown = false; });
+    if (WindowManager::instance)
+        WindowManager::instance->close();
+    hbbtv_ait_stop();
+    dsmcc_stop();
+    if (NotificationManager::instance)
+        NotificationManager::instance->shutdown();
+    delete WindowManager::instance;
+    delete ConfigurationManager::instance;
+}
+
+bool vesta_hbbtv_tick()
+{
+    return guarded(false, [] {
+        ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue();
+        // An event that was given up for want of memory has run, too.
+        return queue && guarded(true, [queue] { return queue->executeFirst(); });
+    });
+}
+
+void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
+{
+    guarded([type, data] {
+        ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue();
+        if (queue)
+            queue->add(ExternalEvent::create(type, data));
+    });
+    // Deliberate: the wake-up does not depend on the queue.
+    wakeUpBrowserThread();
 }
 
 void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mutex_t* mutex)
@@ -91,63 +118,72 @@ void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mute
 
 bool vesta_hbbtv_add_notification_listener(HBBTV_NotificationListener listener)
 {
-    if (!listener)
-        return false;
-    NotificationManager::getInstance()->addListener(listener);
-    return true;
+    return listener && guarded(false, [listener] {
+               NotificationManager::getInstance()->addListener(listener);
+               return true;
+           });
 }
 
 void* vesta_hbbtv_create_window()
 {
-    return WindowManager::getInstance()->createWindow();
+    return guarded(none, [] { return WindowManager::getInstance()->createWindow(); });
 }
 
 void vesta_hbbtv_release_window(void* window)
 {
-    WindowManager::getInstance()->removeWindow(asWindow(window));
+    guarded([window] { WindowManager::getInstance()->removeWindow(asWindow(window)); });
 }
 
 void* vesta_hbbtv_get_window_identifier(TAVO_VestaWindow* tavoWindow)
 {
-    return WindowManager::getInstance()->getWindow(tavoWindow);
+    return guarded(none,
+                   [tavoWindow] { return WindowManager::getInstance()->getWindow(tavoWindow); });
 }
 
 void vesta_hbbtv_set_broadcast_window(void* window)
 {
-    WindowManager::getInstance()->setBroadcastWindow(asWindow(window));
+    guarded([window] { WindowManager::getInstance()->setBroadcastWindow(asWindow(window)); });
 }
 
 void* vesta_hbbtv_get_broadcast_window()
 {
-    return WindowManager::getInstance()->getBroadcastWindow();
+    return guarded(none, [] { return WindowManager::getInstance()->getBroadcastWindow(); });
 }
 
 TAVO_VestaWindow* vesta_hbbtv_get_tavo_window(void* window)
 {
-    WindowManager* const manager = WindowManager::getInstance();
-    return manager->handledWindow(asWindow(window)) ? manager->getTavoWindow(asWindow(window))
-                                                    : nullptr;
+    return guarded(noTavoWindow, [window] {
+        WindowManager* const manager = WindowManager::getInstance();
+        Window* const known = manager->knownWindow(window);
+        return known ? manager->getTavoWindow(known) : noTavoWindow;
+    });
 }
 
 bool vesta_hbbtv_is_within_boundaries(void* window, const char* url)
 {
-    if (!window || !url)
+    // Deliberate: it need not be a window of the window manager's.
+    if (!url || !Window::exists(window))
         return false;
-    // Deliberate: the handle is not looked up.
-    const Application* const running = asWindow(window)->getRunningApplication();
-    return running && running->isWithinApplicationBoundaries(url);
+    return guarded(false, [window, url] {
+        const Application* const running = asWindow(window)->getRunningApplication();
+        return running && running->isWithinApplicationBoundaries(url);
+    });
 }
 
 unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted)
 {
-    if (!WindowManager::getInstance()->handledWindow(asWindow(window)))
-        return 1;
-    return asWindow(window)->setTimeShifted(timeShifted != 0) ? 0 : 1;
+    const unsigned int failed = 1;
+    return guarded(failed, [window, timeShifted] {
+        Window* const known = WindowManager::getInstance()->knownWindow(window);
+        return known && known->setTimeShifted(timeShifted != 0) ? 0 : failed;
+    });
 }
 
 bool vesta_hbbtv_is_hbbtv_window(TAVO_VestaWindow* tavoWindow)
 {
-    return tavoWindow && WindowManager::getInstance()->getWindow(tavoWindow) != nullptr;
+    return tavoWindow && guarded(false, [tavoWindow] {
+               return WindowManager::getInstance()->getWindow(tavoWindow) != nullptr;
+           });
 }
 
 }  // namespace VestaHbbTV

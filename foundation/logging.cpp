@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -49,26 +50,6 @@ void writeLine(std::ostream& sink, LogEntry& entry)
     sink.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
 }
 
-/// Holds a mutex, if it could be initialised at all.
-class MutexLock {
-public:
-    MutexLock(pthread_mutex_t& mutex, bool usable) : mutex_(usable ? &mutex : nullptr)
-    {
-        if (mutex_)
-            pthread_mutex_lock(mutex_);
-    }
-    MutexLock(const MutexLock&) = delete;
-    MutexLock& operator=(const MutexLock&) = delete;
-    ~MutexLock()
-    {
-        if (mutex_)
-            pthread_mutex_unlock(mutex_);
-    }
-
-private:
-    pthread_mutex_t* mutex_;
-};
-
 }  // namespace
 
 std::atomic<LogEntry::Line*> LogEntry::spareLine{nullptr};
@@ -81,7 +62,10 @@ LogEntry::LogEntry(LogLevel level, std::string module)
 
 LogEntry::~LogEntry()
 {
-    output();
+    try {
+        output();
+    } catch (const std::bad_alloc&) {  // the line is lost
+    }
     giveBack(std::move(line_));
 }
 
@@ -101,15 +85,17 @@ void LogEntry::giveBack(std::unique_ptr<Line> line)
         delete spareLine.exchange(line.release());
 }
 
-/// "%x %X" of the current second, formatted once a second.
+/// "%x %X" of the current second, formatted once a second and once a time zone.
 std::string_view LogEntry::Line::dateAndTime()
 {
     const std::time_t now = std::time(nullptr);
-    if (now != second) {
+    const Zone current(tzname[0], tzname[1], timezone, daylight);
+    if (now != second || zone != current) {
         std::tm local = {};
         localtime_r(&now, &local);
         dateLength = std::strftime(date, sizeof(date), "%x %X", &local);
         second = now;
+        zone = current;
     }
     return {date, dateLength};
 }
@@ -165,6 +151,8 @@ LoggingOutputFile::LoggingOutputFile(LogLevel minimumLevel) : LoggingOutput(mini
 bool LoggingOutputFile::openFile(const char* path)
 {
     file_ = std::make_unique<std::ofstream>();
+    // Without a buffer nothing of a line that could not be written turns up before the next one.
+    file_->rdbuf()->pubsetbuf(nullptr, 0);
     if (path)
         file_->open(path, std::ios::out | std::ios::app);
     return file_->is_open();
@@ -172,8 +160,10 @@ bool LoggingOutputFile::openFile(const char* path)
 
 void LoggingOutputFile::output(LogEntry& entry)
 {
-    if (file_ && accepts(entry))
-        writeLine(*file_, entry);
+    if (!file_ || !file_->is_open() || !accepts(entry))
+        return;
+    file_->clear();  // a line that could not be written is lost, but not those after it
+    writeLine(*file_, entry);
 }
 
 Logging* Logging::instance = nullptr;
@@ -188,37 +178,34 @@ Logging* Logging::getInstance()
 
 Logging::Logging()
 {
-    hasMutex_ = pthread_mutex_init(&mutex_, nullptr) == 0;
-    if (!hasMutex_)
+    if (!mutex_.isUsable())
         std::cerr << "HbbTV Logging: failed initiating output mutex\n";
 }
 
 Logging::~Logging()
 {
     {
-        const MutexLock lock(mutex_, hasMutex_);
+        const MutexLock lock(mutex_);
         outputCount = 0;
         for (LoggingOutput* output : outputs_)
             delete output;
         outputs_.clear();
     }
     delete LogEntry::spareLine.exchange(nullptr);
-    if (hasMutex_)
-        pthread_mutex_destroy(&mutex_);
     if (instance == this)
         instance = nullptr;
 }
 
 void Logging::addOutput(LoggingOutput* output)
 {
-    const MutexLock lock(mutex_, hasMutex_);
+    const MutexLock lock(mutex_);
     outputs_.push_back(output);
     outputCount = static_cast<unsigned>(outputs_.size());
 }
 
 void Logging::output(LogEntry& entry)
 {
-    const MutexLock lock(mutex_, hasMutex_);
+    const MutexLock lock(mutex_);
     for (LoggingOutput* output : outputs_) {
         if (output)
             output->output(entry);

@@ -8,16 +8,26 @@
 #include <ctime>
 #include <fstream>
 #include <memory>
-#include <pthread.h>
+#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
+
+#include "foundation/mutex.h"
 
 namespace VestaHbbTV {
 
+// Many programs are compiled with -DDEBUG. The macro stays theirs: to log at that level they
+// undefine it after this header, or write LogLevel(1).
+#pragma push_macro("DEBUG")
+#undef DEBUG
+
 /// Severities; higher is more severe.
 enum LogLevel : int { DEBUG = 1, LOG = 2, WARN = 3, ERR = 4 };
+
+#pragma pop_macro("DEBUG")
 
 /// One log line under construction; belongs to the thread that builds it.
 ///
@@ -63,8 +73,13 @@ private:
 
     /// What a line is built in. Making a stream is most of a line's cost, so lines serve again.
     struct Line {
+        /// What tzset() stores of a time zone: its two names, its distance from UTC and whether it
+        /// has a summer time. Asking for more than that would cost a conversion a line.
+        using Zone = std::tuple<const char*, const char*, long, int>;
+
         std::ostringstream text;
         std::time_t second = -1;  ///< that `date` stands for
+        Zone zone;                ///< likewise
         size_t dateLength = 0;
         char date[32] = "";
 
@@ -162,19 +177,23 @@ private:
 
     static std::atomic<unsigned> outputCount;
 
-    std::vector<LoggingOutput*> outputs_;
-    pthread_mutex_t mutex_ = {};
-    bool hasMutex_ = false;
+    Mutex mutex_;
+    std::vector<LoggingOutput*> outputs_ VESTA_GUARDED_BY(mutex_);
 };
 
-/// Writes one line of the library's own, made of the parts in their order.
+/// Writes one line of the library's own, made of the parts in their order. A line for which there
+/// is no memory is lost.
 template <typename... Parts>
 inline void log(LogLevel level, const char* module, const Parts&... parts)
 {
     if (!Logging::hasOutputs())
         return;
-    LogEntry entry(level, module);
-    (entry.stream() << ... << parts);
+    try {
+        LogEntry entry(level, module);
+        (entry.stream() << ... << parts);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 }  // namespace VestaHbbTV

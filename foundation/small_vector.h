@@ -5,13 +5,16 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
 namespace VestaHbbTV {
 
-/// Holds up to `inPlace` elements without the heap, and any number with it.
-template <typename T, size_t inPlace>
+/// Holds up to `inPlace` elements without the heap, and any number with it. It is as large as a
+/// vector, but the lists of most applications of a table need no blocks of their own.
+template <typename T, uint8_t inPlace>
 class SmallVector {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -23,42 +26,48 @@ public:
     ~SmallVector() = default;
 
     // No moves: they copy, so that what was moved from holds what it says that it holds.
-    SmallVector(const SmallVector&) = default;
-    SmallVector& operator=(const SmallVector&) = default;
+    SmallVector(const SmallVector& other) { assign(other.begin(), other.size()); }
+    SmallVector& operator=(const SmallVector& other)
+    {
+        if (this != &other)
+            assign(other.begin(), other.size());
+        return *this;
+    }
 
     void push_back(const T& element)
     {
-        if (size_ >= inPlace) {
-            if (size_ == inPlace)
-                all_.assign(first_.begin(), first_.end());
-            all_.push_back(element);
-        } else {
-            first_[size_] = element;
+        if (!all_ && size_ < inPlace) {
+            first_[size_++] = element;
+            return;
         }
-        ++size_;
+        if (!all_)
+            all_ = std::make_unique<std::vector<T>>(first_.begin(), first_.end());
+        all_->push_back(element);
     }
 
-    /// Replaces everything by `count` elements.
+    /// Replaces everything by `count` elements of somebody else.
     void assign(const T* elements, size_t count)
     {
-        if (count > inPlace)
-            all_.assign(elements, elements + count);
-        else
+        all_.reset();
+        size_ = 0;
+        if (count > inPlace) {
+            all_ = std::make_unique<std::vector<T>>(elements, elements + count);
+        } else {
             std::copy_n(elements, count, first_.begin());
-        size_ = count;
+            size_ = static_cast<uint8_t>(count);
+        }
     }
 
-    size_t size() const { return size_; }
-    bool empty() const { return size_ == 0; }
-    const_iterator begin() const { return size_ > inPlace ? all_.data() : first_.data(); }
-    const_iterator end() const { return begin() + size_; }
+    size_t size() const { return all_ ? all_->size() : size_; }
+    bool empty() const { return size() == 0; }
+    const_iterator begin() const { return all_ ? all_->data() : first_.data(); }
+    const_iterator end() const { return begin() + size(); }
     const T& operator[](size_t index) const { return begin()[index]; }
 
 private:
-    size_t size_ = 0;
     std::array<T, inPlace> first_{};
-    /// All elements, once they are too many.
-    std::vector<T> all_;
+    uint8_t size_ = 0;  ///< of the first ones, while they are all
+    std::unique_ptr<std::vector<T>> all_;
 };
 
 }  // namespace VestaHbbTV

@@ -17,14 +17,14 @@ void ThreadsafeEventQueue::add(Event* event)
 {
     if (!event)
         return;
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     *end_ = event;
     end_ = &event->next_;
 }
 
 ThreadsafeEventQueue::Event* ThreadsafeEventQueue::getFirst()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     Event* const first = first_;
     if (!first)
         return nullptr;
@@ -47,7 +47,7 @@ void ThreadsafeEventQueue::clear()
 {
     Event* discarded = nullptr;
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const MutexLock lock(mutex_);
         discarded = std::exchange(first_, nullptr);
         end_ = &first_;
     }
@@ -60,7 +60,7 @@ void ThreadsafeEventQueue::clear()
 
 bool ThreadsafeEventQueue::isEmpty()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return !first_;
 }
 

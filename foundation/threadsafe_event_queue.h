@@ -2,7 +2,7 @@
 #ifndef VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
 #define VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
 
-#include <mutex>
+#include "foundation/mutex.h"
 
 namespace VestaHbbTV {
 
@@ -51,9 +51,9 @@ private:
     bool isEmpty();
 
     // Linked through the events: adding allocates nothing.
-    Event* first_ = nullptr;
-    Event** end_ = &first_;  ///< where the next event is linked in
-    std::mutex mutex_;
+    Event* first_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    Event** end_ VESTA_GUARDED_BY(mutex_) = &first_;  ///< where the next event is linked in
+    Mutex mutex_;
 };
 
 }  // namespace VestaHbbTV

@@ -39,13 +39,13 @@ ApplicationDomain parsedInSection(const uint8_t* data, size_t size)
 
 void checkParsedAlone(const uint8_t* data, size_t size)
 {
-    if (size < 2 || size < 2u + data[1])
+    if (size < 2 || size < 2u + data[1] + 1u)
         return;
-    const size_t own = 2u + data[1];
+    const size_t own = 2u + data[1] + 1u;
     ApplicationDomain domain;
     domain.parseSimpleApplicationBoundaryExtensionDescriptor(exactBlock(data, own).get());
     require(domain.getEntries() == parsedInSection(data, own).getEntries(),
-            "alone is the same as in a section that ends with the descriptor");
+            "alone is the same as in a section that ends one byte later");
 }
 
 void checkEntries(ApplicationDomain& domain)

@@ -1,7 +1,8 @@
 /// The browser engine's C interface, as far as the application manager uses it.
 ///
 /// The browser engine defines every function declared here; the library only calls them. All of
-/// them are called on the browser thread. Results are 0 for success and anything else for failure.
+/// them are called on the browser thread, and none may throw. Results are 0 for success and
+/// anything else for failure.
 /// A handle (`TAVO_Vesta`, `TAVO_VestaWindow`) is opaque and passed through unchanged.
 #ifndef VESTA_BROWSER_H
 #define VESTA_BROWSER_H
@@ -16,26 +17,46 @@ typedef struct TAVO_Vesta TAVO_Vesta;
 /// One window (page view) of the browser.
 typedef struct TAVO_VestaWindow TAVO_VestaWindow;
 
-/// What happened in a browser window. Values that are not listed may occur and are not the
-/// library's business.
+/// What happened in a browser window; values that are not listed may occur and answer 0.
+///
+/// The comments name the fields of TavoVestaEventData that are read, what
+/// vesta_hbbtv_handle_notification() answers (1: consumed, 0: to be handled as usual) and what it
+/// writes as the result; where none is named, the result stays as it was. A browser window that
+/// shows no application of the library answers 0, but for PROTOCOL_LOADING_STOP.
 enum TAVO_VESTA_EVENT : int {
+    /// No field. Ends the running application of the library's window on a later tick. 1.
     TAVO_VESTA_EVT_WINDOW_CLOSE = 2,
+    /// `url`: the page that is shown from now on. 1, result 0.
     TAVO_VESTA_EVT_URL_CHANGED = 10,
+    /// `load_status`, `http_status`. TAVO_LOAD_CONNECTION_FAILED and HTTP status 404 are a failed
+    /// load, as below. Anything else, 500 too, is a loaded page, which counts from a later tick on:
+    /// 1, result 0.
     TAVO_VESTA_EVT_LOADING_FINISHED = 12,
+    /// No field. 1, result 0 when the library dealt with the failure, -3 when it can do nothing.
     TAVO_VESTA_EVT_LOADING_FAILED = 13,
+    /// `url`, `request_id`. 1, result 0: the load is answered with ve_protocol_*(), perhaps inside
+    /// this call; with 404 where no broadcast-related application is shown. 1, result -3 and no
+    /// answer for a `url` that, once percent-decoded, does not begin with "dvb:", or begins with
+    /// "dvb://current.ait/".
     TAVO_VESTA_EVT_PROTOCOL_LOADING_START = 51,
+    /// `request_id`, in any browser window: the load is over and wants no (further) answer. 1,
+    /// result 0; 0 for an id that is not known.
     TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP = 120,
+    /// No field. The page is not well-formed: its load result, which follows, is a failure. 1.
     TAVO_VESTA_EVT_XML_PARSE_FAILED = 128,
+    /// `url` (the page), `second_url` (the target). 1, result 0 and the HBBTV_XHR_Permission in
+    /// `request_id`; result -3 and no permission when the application is gone.
     TAVO_VESTA_EVT_XHR_PERMISSION = 162
 };
 
 /// `TavoVestaEventData::load_status` of a page whose connection failed.
 enum TAVO_LOAD_STATUS : int { TAVO_LOAD_CONNECTION_FAILED = 3 };
 
-/// The record that comes with a browser event. Strings are the browser's and valid for the call.
+/// The record that comes with a browser event. Strings are the browser's and valid for the call;
+/// null counts as empty.
 struct TavoVestaEventData {
-    const char* url;             ///< the URL concerned; may be null
-    const char* second_url;      ///< the target of an XMLHttpRequest; may be null
+    const char* url;             ///< the URL concerned
+    const char* second_url;      ///< the target of an XMLHttpRequest
     void* request_id;            ///< protocol load handle; for an XMLHttpRequest the answer's slot
     int load_status;             ///< load finished: a TAVO_LOAD_STATUS
     unsigned short http_status;  ///< load finished: the HTTP status, 0 where there is none
@@ -80,8 +101,11 @@ struct TAVO_KeyboardEvent {
 
 extern "C" {
 
-/// Starts loading a page.
-/// @param window the window to load it in @param url absolute, borrowed for the call
+/// Starts loading an application's first page.
+/// @param window the window to load it in
+/// @param url borrowed for the call; percent-decoded up to its query. It is as relative as whoever
+///        started the application gave it, where no application ran whose start URL could serve as
+///        the base, or ve_resolve_relative_url() failed
 int ve_open_url(TAVO_VestaWindow* window, const char* url);
 
 /// Forgets the window's history, so that the next page is its first.
@@ -98,8 +122,9 @@ int ve_get_window_identifier(TAVO_Vesta* browser, TAVO_VestaWindow* window, long
 /// @param url receives a string that stays the browser's, valid until its next call
 int ve_get_loading_url(TAVO_VestaWindow* window, const char** url);
 
-/// Makes a URL absolute.
-/// @param base absolute URL @param url the URL to resolve
+/// Makes the URL of a start absolute.
+/// @param base the address that the running application was started with, without query
+/// @param url the address to resolve, without query; both percent-decoded
 /// @param result receives a string that stays the browser's, valid until its next call; may be
 ///        left null, the URL then stays as it was
 int ve_resolve_relative_url(const char* base, const char* url, const char** result);
@@ -121,6 +146,8 @@ int ve_protocol_write(void* id, const char* bytes, unsigned int length);
 /// @param status an HTTP status, always 200
 int ve_protocol_finished(void* id, int status);
 
+/// A load may be answered with this twice: if dsmcc_get_file() said that the file can be read, and
+/// reading it fails.
 /// @param status an HTTP status, always 404
 int ve_protocol_failed(void* id, int status);
 /// @}

@@ -6,6 +6,11 @@
 /// may be sending while these run. Everything else belongs to the browser thread. Enumerations that
 /// cross this boundary have a fixed underlying type, so that values outside the lists are well
 /// defined: `int`, and `unsigned int` for what the platform's hooks answer.
+///
+/// Failures are return values. Where memory runs out, too, nothing is thrown: a function gives up
+/// what it was doing, frees the event's record, writes the log line "Out of memory." (ERR, module
+/// vesta_hbbtv) if it can, and answers its error; the library works on afterwards. Listeners, hooks
+/// and browser functions are not to throw: the call that called them would be given up.
 #ifndef VESTA_HBBTV_APPMAN_H
 #define VESTA_HBBTV_APPMAN_H
 
@@ -27,7 +32,7 @@ namespace VestaHbbTV {
 /// What happened. The comments name the member of HBBTV_EventData that comes with it; the record of
 /// an event without one is null or only freed.
 enum HBBTV_EventType : int {
-    E_AIT_SECTION = 0,        ///< ait: a section of the broadcast window's service
+    E_AIT_SECTION = 0,        ///< ait: of the broadcast window's service; dropped without one
     E_CHANNEL_CHANGE = 1,     ///< the broadcast window shows another service
     E_START_APPLICATION = 2,  ///< start
     E_START_BROADCAST_INDEPENDENT_APPLICATION = 3,  ///< url
@@ -37,20 +42,30 @@ enum HBBTV_EventType : int {
     E_HTTP_AVAILABLE = 7,      ///< broadband works: HTTP transports may be used
     E_HTTP_UNAVAILABLE = 8,    ///< broadband fails
     E_DSMCC_STREAM_EVENT = 9,  ///< streamEvent
-    E_LOW_MEMORY = 10,         ///< the scripts' plugin is told
+    E_LOW_MEMORY = 10,         ///< passed on to the scripts' plugin
     E_USER_AGENT_INFO = 11,    ///< userAgent
     E_SUPPORTED_PROFILES = 12  ///< profiles
 };
 
 /// Type 0: one section of an application information table (ETSI TS 102 809, 5.3.4).
+///
+/// Whatever a table holds, it takes less than 32 times its bytes in memory; the largest one of 256
+/// sections has a megabyte. A window keeps the table in force and the arriving one, and its
+/// applications the tables from which they were started.
+///
+/// A table takes its ids and its channel from the record with which it begins: the first after the
+/// table before it was completed or dropped, even if the section of that record is refused. Until
+/// it is complete, or the channel changes, sections of another version are refused.
 struct HBBTV_AITSectionEventData {
-    unsigned char* section;  ///< malloc'ed whole section, table_id to CRC_32, freed; may be null
-    uint32_t reserved;       ///< not read
+    /// malloc'ed whole section from table_id on, freed; may be null. The block holds
+    /// 3 + section_length bytes; no byte after them is read, and CRC_32 is not checked.
+    unsigned char* section;
+    uint32_t reserved;                   ///< not read
     unsigned short original_network_id;  ///< of the service that carries the table
     unsigned short transport_stream_id;
     unsigned short service_id;
     /// Only read when section is null: 0 means the table went away. Anything else stops nothing,
-    /// and the ids and the channel are those of the table that begins with the next section.
+    /// but begins a table if none has begun.
     uintptr_t keepApplication;
     void* channelHandle;  ///< the integrator's channel reference, kept in the table
 };
@@ -105,10 +120,11 @@ struct HBBTV_UserAgentEventData {
     char* modelName;
     char* softwareVersion;
     char* hardwareVersion;
-    char* reserved;
+    char* reserved;  ///< the sixth text; used and freed as the others are
 };
 
-/// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1).
+/// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1). None
+/// until this event; applications that were rejected before are not started by it.
 struct HBBTV_ProfilesEventData {
     unsigned short supportedProfiles;
 };
@@ -127,10 +143,10 @@ union HBBTV_EventData {
 };
 
 // ------------------------------------------------------------------------------------------------
-// Notifications: what the library tells and asks its listeners.
+// Notifications: what the library reports to its listeners, and what it asks them.
 // ------------------------------------------------------------------------------------------------
 
-/// What the library tells or asks. The comments name the member of HBBTV_NotificationData.
+/// What the library reports or asks. The comments name the member of HBBTV_NotificationData.
 enum HBBTV_NotificationType : int {
     HBBTV_NOTIFICATION_START_APPLICATION = 0,  ///< application; asks
     HBBTV_NOTIFICATION_STOP_APPLICATION = 1,   ///< application; asks whether the table comes back
@@ -141,16 +157,18 @@ enum HBBTV_NotificationType : int {
     HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE = 5,  ///< application
     HBBTV_NOTIFICATION_XHR = 6,                       ///< xhr; asks
     HBBTV_NOTIFICATION_REQUEST_WINDOW = 7,            ///< window; asks
-    HBBTV_NOTIFICATION_RELEASE_WINDOW = 8,            ///< window; asks
+    HBBTV_NOTIFICATION_RELEASE_WINDOW = 8,            ///< window
     HBBTV_NOTIFICATION_SHOW_WINDOW = 9,               ///< window
     HBBTV_NOTIFICATION_HIDE_WINDOW = 10,              ///< window
     HBBTV_NOTIFICATION_KEYSET_CHANGED = 11,           ///< keyset
     HBBTV_NOTIFICATION_GET_FREE_MEMORY = 12           ///< memory; asks
 };
 
-/// A listener's answer to a start request; any other value counts as START.
+/// A listener's answer to a start request; any other value counts as START. START is preset, but
+/// for an entry of a broadcast table whose application id is 0 or above 0x7FFF: there it is
+/// BLOCK_AND_KILL.
 enum HBBTV_ApplicationActionType : int {
-    HBBTV_APPLICATION_ACTION_START = 0,           ///< let it start (the default)
+    HBBTV_APPLICATION_ACTION_START = 0,           ///< let it start
     HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL = 1,  ///< do not start it, stop the running one
     HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP = 2   ///< do not start it, leave the running one
 };
@@ -166,17 +184,25 @@ enum HBBTV_XHR_Permission : int {
 enum HBBTV_STATUS : int { HBBTV_STATUS_OK = 0, HBBTV_STATUS_ERROR = 1 };
 
 /// Start, stop, reject, trusted and broadcast-related-change notifications.
+///
+/// An application of a broadcast table is reported as broadcast-related while it is created: that
+/// change has the ids 0 and autostart 0, whatever the entry says.
 struct HBBTV_ApplicationNotificationData {
     void* window;          ///< the library's window handle
     int broadcastRelated;  ///< 1: signalled in a broadcast table
     int serviceBound;      ///< start only: service_bound_flag
     int trusted;           ///< trusted: in/out verdict; broadcast-related change: always 1
     int autostart;         ///< start, reject: AUTOSTART; trusted, change: was started as such
-    unsigned long organisationId;
+    unsigned long organisationId;  ///< 0, like the next one, for a start by URL
     unsigned short applicationId;
-    char* url;                ///< full URL, valid for the call; empty when there is none
-    int* reactivateAIT;       ///< stop only: the listener may overwrite the value; null otherwise
-    unsigned char usageType;  ///< application usage type, 1 is digital teletext
+    /// Full URL, valid for the call; empty when there is none. Percent-decoded up to its query, and
+    /// cut at "%00"; trusted: as the script gave it.
+    char* url;
+    /// Stop only, else null. Whether the service's table is activated again after this end, so that
+    /// its AUTOSTART application comes back. 1 or 0 as the library decided; a listener may write
+    /// another value, and anything but 0 counts as yes.
+    int* reactivateAIT;
+    unsigned char usageType;             ///< application usage type, 1 is digital teletext
     HBBTV_ApplicationActionType action;  ///< start only: the answer
 };
 
@@ -186,7 +212,9 @@ struct HBBTV_AITApplicationInfo {
     unsigned long organisationId;
     unsigned short applicationId;
     unsigned int numUrls;  ///< number of transports, modulo 256
-    char** urls;  ///< one per transport, the preferred one in the LAST slot; slots may be null
+    /// One per transport, the preferred one in the LAST slot; slots may be null. To be read only:
+    /// equal ones may be the same text.
+    char** urls;
     int usageType;
     int controlCode;  ///< 0 without an application descriptor
     unsigned char hasHttpTransport;
@@ -194,6 +222,11 @@ struct HBBTV_AITApplicationInfo {
 };
 
 /// A new table was taken in.
+///
+/// The record is made only where there is a listener, and freed after the last one. Table and
+/// record together take less than 32 times the table's bytes, but for texts that the record has to
+/// hold whole: up to 250 times for addresses of different transports with one long location, up to
+/// 85 times for names that overlap.
 struct HBBTV_AITNotificationData {
     void* window;  ///< the library's window handle
     int isXML;     ///< 1: built from an XML AIT
@@ -202,7 +235,8 @@ struct HBBTV_AITNotificationData {
     int reserved;
 };
 
-/// An XMLHttpRequest inside the application's boundaries wants permission.
+/// An XMLHttpRequest inside the application's boundaries wants permission. Both URLs are
+/// percent-decoded up to their queries, and cut at "%00".
 struct HBBTV_XHRNotificationData {
     char* documentUrl;
     char* requestUrl;
@@ -210,10 +244,18 @@ struct HBBTV_XHRNotificationData {
 };
 
 /// Request, release, show and hide of a browser window.
+///
+/// A listener answers a request with a browser window in the slot and `success` 1; if either is
+/// missing, the application ends, and a browser window that is in the slot is released. A browser
+/// window is meant for one application: given to a second one of the same window, it ends the first
+/// (STOP, no RELEASE) as soon as the page of the second is opened, and is released once, when its
+/// last application ends. It must not be given to applications of two windows.
 struct HBBTV_WindowNotificationData {
-    TAVO_VestaWindow** tavoWindow;  ///< the application's browser-window slot in the library
-    int success;                    ///< request and release: the answer
-    void* window;                   ///< request only: the library's window handle
+    /// The application's slot in the library: null at a request, which alone may write it, and the
+    /// browser window in the others.
+    TAVO_VestaWindow** tavoWindow;
+    int success;   ///< request: the answer, preset to 0; release: not read; else without meaning
+    void* window;  ///< request: the library's window handle; else null
 };
 
 /// An application changed its key set.
@@ -239,33 +281,44 @@ union HBBTV_NotificationData {
 };
 
 /// A listener. Runs on the browser thread, synchronously; it may call back into the library, add
-/// and remove listeners, and release the very window that the library is working on.
+/// listeners (none can be removed), and release the very window that the library is working on.
 /// @param data may be null (AIT update without a table)
 typedef HBBTV_STATUS (*HBBTV_NotificationListener)(HBBTV_NotificationType type,
                                                    HBBTV_NotificationData* data);
 
 // ------------------------------------------------------------------------------------------------
-// Entry functions. A window handle (`void*`) is the library's own; it may be null, stale or
-// foreign unless said otherwise.
+// Entry functions. A window handle (`void*`) is the library's own; it may be null, foreign or that
+// of a window that was released, which names no other window until 64 more were released after it
+// and no queued event names a window.
+//
+// Before vesta_hbbtv_init(), and after vesta_hbbtv_shutdown(), windows can be created, listeners
+// added and the condition set, and init keeps them. Nothing starts, events are dropped, and
+// whatever asks is answered as where there is nothing.
 // ------------------------------------------------------------------------------------------------
 
 /// Starts the library. Must return before any other thread calls in. A second call without a
-/// shutdown replaces the event queue and the download manager and deletes what they held.
+/// shutdown replaces the event queue and the download manager and deletes what they held, pending
+/// applications included; the rest stays. Where memory runs out, the library is initialised
+/// afterwards or it is not: there is nothing in between.
 /// @param browser passed to every call into the browser; stored as given. With null no script can
 ///        subscribe to stream events
 void vesta_hbbtv_init(TAVO_Vesta* browser);
 
-/// Stops every application, releases every window, forgets every listener and frees everything.
-/// Events still queued are deleted unexecuted. May be called from inside a listener.
+/// Stops every application, releases every window, forgets every listener and deletes the events
+/// that are still queued, unexecuted. The scripts' plugin's listeners, the condition with its mutex
+/// and the sinks of the log stay. May be called from inside a listener. A vesta_hbbtv_init() from
+/// inside it is undone by it.
 void vesta_hbbtv_shutdown();
 
-/// Runs at most one queued event. @return false when none ran
+/// Runs at most one queued event.
+/// @return false when none ran; true also for one that was given up for want of memory
 bool vesta_hbbtv_tick();
 
 /// Queues a record for the browser thread and wakes it. Callable from any thread.
 /// @param type any value; one that is not listed only frees the record
 /// @param data malloc'ed like every buffer in it; may be null. The library frees it, except while
-///        no queue exists (before init, after shutdown): then it is neither queued nor freed.
+///        no queue exists (before init, after shutdown): then it is neither queued nor freed. A
+///        record for which there is no memory in the queue is freed.
 void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data);
 
 /// Registers what vesta_hbbtv_send_event() signals. The library locks the mutex around
@@ -275,17 +328,18 @@ void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data);
 /// @param condition, mutex stay the integrator's; null for either switches the wake-up off
 void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mutex_t* mutex);
 
-/// Registers a listener; one that is registered twice is called twice.
-/// @return false for a null listener
+/// Registers a listener until vesta_hbbtv_shutdown(); one that is registered twice is called twice.
+/// @return false for a null listener, and where memory runs out
 bool vesta_hbbtv_add_notification_listener(HBBTV_NotificationListener listener);
 
-/// Creates a window that can hold applications. @return its handle, owned by the library
+/// Creates a window that can hold applications.
+/// @return its handle, owned by the library; null where memory runs out
 void* vesta_hbbtv_create_window();
 
-/// Stops the window's running and pending application and destroys it; others that are left over
-/// (their end is queued, say) keep their browser window until vesta_hbbtv_shutdown(). From inside a
-/// call that works on the window its end waits until that returns. A handle that is not held is
-/// ignored.
+/// Stops the window's running and pending application and destroys the window. Applications that
+/// are left over (their end is queued, say) give their browser windows back (RELEASE, no STOP);
+/// their ids are known, without a window, until vesta_hbbtv_shutdown(). From inside a call that
+/// works on the window its end waits until that returns. A handle that is not held is ignored.
 void vesta_hbbtv_release_window(void* window);
 
 /// The window that holds a browser window; null if none does.
@@ -297,16 +351,17 @@ void vesta_hbbtv_set_broadcast_window(void* window);
 /// The window that shows the broadcast service; null if none does.
 void* vesta_hbbtv_get_broadcast_window();
 
-/// The browser window of a window; null for a null or unknown handle, or when it has none.
+/// The browser window of a window; null for a null or unknown handle, or when it has none. Of
+/// several (those of a child and of the parent that is hidden behind it) it is any one.
 TAVO_VestaWindow* vesta_hbbtv_get_tavo_window(void* window);
 
 /// Whether a URL lies inside the boundaries of the window's running application
-/// (ETSI TS 102 796, 6.3).
-/// @param window deliberately not checked: it must be null or live
-/// @return false for null arguments or without a running application
+/// (ETSI TS 102 796, 6.3): whether, percent-decoded, it begins with one of their origins. That is
+/// all that is compared: "http://a.example" also admits "http://a.example.other/".
+/// @return false for null arguments, the handle of no window, or without a running application
 bool vesta_hbbtv_is_within_boundaries(void* window, const char* url);
 
-/// Tells that the service of a window is shown time-shifted (nonzero) or live (zero). A running
+/// Reports that the service of a window is shown time-shifted (nonzero) or live (zero). A running
 /// application that is not signalled as time-shift aware is stopped.
 /// @return 0 when this changed something, 1 for an unknown handle or an unchanged value
 unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted);
@@ -314,19 +369,22 @@ unsigned int vesta_hbbtv_set_time_shifted(void* window, int timeShifted);
 /// Whether some window of the library holds this browser window; false for null.
 bool vesta_hbbtv_is_hbbtv_window(TAVO_VestaWindow* tavoWindow);
 
-/// Hands a browser event to the library. Call it for every event, before acting on it.
+/// Hands a browser event to the library. Call it for every event, before acting on it. What is
+/// read and answered is written at each TAVO_VESTA_EVENT.
 /// @param browser not used
-/// @param data the event's record; for an XMLHttpRequest its `request_id` receives the
-///        HBBTV_XHR_Permission; null answers 0
+/// @param data the event's record; null answers 0
 /// @param result receives 0 (success) or -3 (failure) for events that say so; may be null
-/// @return 1 when the library consumed the event, 0 when it is to be handled as usual
+/// @return 1 when the library consumed the event, 0 when it is to be handled as usual. Where memory
+///         runs out: 1, with the result -3
 unsigned int vesta_hbbtv_handle_notification(TAVO_Vesta* browser, TAVO_VestaWindow* tavoWindow,
                                              TAVO_VESTA_EVENT event, TavoVestaEventData* data,
                                              int* result);
 
 /// Offers a key event of a browser window to its application, which gets it when its key set
 /// admits the key.
-/// @return 1 when the library dealt with the event, 0 when it is not meant for an application
+/// @param tavoWindow, event null is meant for no application
+/// @return 1 when the library dealt with the event (also by swallowing a key up whose key down the
+///         application did not get), 0 when it is not meant for an application
 int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event);
 
 }  // namespace VestaHbbTV
@@ -374,7 +432,8 @@ unsigned int dsmcc_get_mime_type(void* id, char** mimeType);
 /// @return anything but OK fails the load, as bytes without a buffer do
 unsigned int dsmcc_read(void* id, char** buffer, unsigned int* length);
 
-/// The library has done with the file, or with one that it could not get. The result is ignored.
+/// The library has done with the file, or could not get it. May come twice: for a file of which
+/// dsmcc_get_file() said that it can be read, and which could not be. The result is ignored.
 unsigned int dsmcc_close_file(void* id);
 
 /// The service changed: its files are void. The result is ignored.
@@ -410,8 +469,11 @@ void hbbtv_ait_completed(unsigned char version);
 // count as empty, but for what is passed on unchanged.
 // ------------------------------------------------------------------------------------------------
 
-/// What every native answers. One whose result pointer is null does nothing and answers ERROR; so
-/// does one whose application id is 0 or unknown (the latter is logged), unless it says otherwise.
+/// What every native answers. A native whose result pointer is null does nothing and answers ERROR;
+/// so does one whose application id is 0 or unknown (the latter is logged), unless it says
+/// otherwise. An id is known from the tick on in which its application's first page is opened,
+/// until the application ends. Where memory runs out, the answer is ERROR, and that of permission
+/// queries NOT_PERMITTED.
 enum VEIF_RETURN : int {
     VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
     VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
@@ -428,11 +490,14 @@ typedef void (*VEIF_ApplicationDestroyedListener)(void* appId);
 extern VEIF_ApplicationManagerListener veif_applicationManagerListener;
 extern VEIF_ApplicationDestroyedListener veif_applicationDestroyedListener;
 
-/// Sets who hears of low memory, and of applications that failed to load behind their parents.
+/// Sets who hears of low memory, and of applications that failed to load and gave way to their
+/// parents. Stays set after vesta_hbbtv_shutdown().
 /// @param listener null for none @return always OK
 int native_ApplicationManagerSetListener(VEIF_ApplicationManagerListener listener);
 
-/// Sets who hears that an application ended, once for each.
+/// Sets who hears that an application ended: once for each whose first page was opened. The end of
+/// any other, such as one that got no browser window, is not reported. Stays set after
+/// vesta_hbbtv_shutdown().
 /// @param listener null for none @return always OK
 int native_ApplicationManagerSetAppDestroyedListener(VEIF_ApplicationDestroyedListener listener);
 
@@ -445,7 +510,7 @@ int native_AppPrivateDataGetFreeMem(long windowId, double* freeMemory);
 /// @param windowId not used @param maximum receives the terminal's key-set mask @return OK
 int native_KeySetGetMaximumValue(long windowId, double* maximum);
 
-/// Asks for key groups; listeners are told of the new set.
+/// Asks for key groups; the new set is reported to the listeners.
 /// @param value truncated toward zero, held at the limits of an int; 0 for what is not a number
 /// @param granted receives the mask that the terminal can grant
 /// @return OK or ERROR
@@ -468,11 +533,12 @@ int native_PermissionsIsTrusted(long windowId, const char* url);
 /// @param channel the integrator's channel reference, kept with the application's table entry; null
 ///        for no channel: if the page lies inside its boundaries, the application is
 ///        broadcast-independent from now on
-/// @return always OK
+/// @return always OK, also where memory runs out
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel);
 
 /// @param windowId receives the browser's number of the application's window
-/// @return OK; ERROR also without a browser window, and when the browser does not know it
+/// @return OK; ERROR also without a browser, for an application that has lost its browser window
+///         with its window, and when the browser does not know the browser window
 int native_AppManGetWindowOfApplication(void* appId, long* windowId);
 
 /// @param channel receives the channel reference of a broadcast-related application, else null
@@ -496,8 +562,11 @@ int native_AppManGetApplicationId(long windowId, void* reserved, void** appId);
 
 /// Starts an application, by URL or as "dvb://current.ait/<organisation>.<application>".
 /// @param createChild not used
-/// @param parentAppId the calling application, which stays until the new one's page has loaded
-/// @param appId receives the new application's id, null if none
+/// @param parentAppId the calling application, which stays until the new one's page has loaded. A
+///        second call before that leaves the application of the first, if its page was opened
+///        already, in the window, unseen, until it is destroyed or the window is released
+/// @param appId receives the new application's id, null if none. The natives know it only from a
+///        later tick on, and never if the application gets no browser window
 /// @return OK; VALUE_NULL when it did not start; ERROR for an unknown parent, a parent without
 ///         window or a malformed current-AIT URL
 int native_ApplicationCreateApplication(const char* url, int createChild, void* parentAppId,
@@ -528,7 +597,5 @@ int native_BroadcastRemoveAllStreamEventListeners(void* p1, long windowId);
 }  // extern "C"
 
 #pragma GCC visibility pop
-
-#include "vesta_hbbtv_layout.h"
 
 #endif

@@ -1,6 +1,6 @@
-/// The binary interface of the 32-bit receiver: the place and size of every field, checked wherever
-/// the public header is compiled. Options that change layouts (packing, short enumerations) are
-/// noticed here.
+/// The binary interface of the 32-bit receiver: the place and size of every field, checked where
+/// this header is compiled. The library does so; an integration does it in one of its files, so
+/// that options of its own that change layouts (packing, short enumerations) are noticed.
 #ifndef VESTA_HBBTV_LAYOUT_H
 #define VESTA_HBBTV_LAYOUT_H
 

@@ -51,15 +51,12 @@ StartApplicationEvent::StartApplicationEvent(Window* window, Application* applic
 
 StartApplicationEvent::~StartApplicationEvent()
 {
-    if (executed_)
-        return;
     if (Window* const window = target_.findWindow())
         window->abandonStart(target_.getApplicationId());
 }
 
 void StartApplicationEvent::execute()
 {
-    executed_ = true;
     log(DEBUG, "StartApplicationEvent", "StartApplicationEvent::execute()");
     if (Window* const window = target_.findWindow())
         window->startPendingApplication(target_.findApplication(*window));
@@ -116,11 +113,13 @@ void TAVOAITEvent::execute()
     if (!window)
         return;
     const Window::Hold hold(window);
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
+    const unsigned long tables = window->getTableChanges();
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
     if (table_)
         table_->printAIT();
-    if (window->isReleased())
-        return;
+    if (window->isReleased() || window->getTableChanges() != tables)
+        return;  // a listener released the window, or put a newer table in force
     window->setAIT(table_);
     window->activateAIT();
 }

@@ -51,8 +51,8 @@ private:
     bool notify_;
 };
 
-/// Starts the pending application of a window. Deleted unexecuted, it ends the application, pending
-/// or superseded as such.
+/// Starts the pending application of a window. An application that did not start by it, because it
+/// was superseded, memory ran out or the event was deleted unexecuted, ends with the event.
 class StartApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     StartApplicationEvent(Window* window, Application* application);
@@ -61,7 +61,6 @@ public:
 
 private:
     ApplicationTarget target_;
-    bool executed_ = false;
 };
 
 /// The browser loaded a page.

@@ -6,6 +6,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
 #include "integration/key_set.h"
@@ -24,6 +25,7 @@ const char module[] = "vesta_hbbtv";
 
 const unsigned int notConsumed = 0;
 const unsigned int consumed = 1;
+const unsigned int outOfMemory = 2;  // told to nobody
 const int success = 0;
 const int failure = -3;
 const int statusNotFound = 404;
@@ -54,11 +56,6 @@ Application* applicationOf(const BrowserEvent& event)
 {
     Window* const window = windowOf(event);
     return window ? window->getApplication(event.tavoWindow) : nullptr;
-}
-
-OCDownloadManager* downloads()
-{
-    return ConfigurationManager::getInstance()->getOCDownloadManager();
 }
 
 unsigned int handleWindowClose(const BrowserEvent& event)
@@ -103,26 +100,27 @@ unsigned int handleLoadingFailed(const BrowserEvent& event)
 unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
 {
     const std::string text = event.data->url ? event.data->url : "";
-    const size_t schemeLength = 6;  // "dvb://"
     log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_START");
-    log(DEBUG, module, text.size() > schemeLength ? text.c_str() + schemeLength : "");
+    log(DEBUG, module,
+        text.size() > HbbTVURL::dvbPrefix.size() ? text.c_str() + HbbTVURL::dvbPrefix.size() : "");
     log(DEBUG, module, text);
 
-    if (HbbTVURL::getURLType(text) != HbbTVURL::dvbURL) {
+    HbbTVDVBURL url(text);
+    if (HbbTVURL::getURLType(url.getURL()) != HbbTVURL::dvbURL) {
         log(WARN, module, "Unsupported url protocol");
         return event.consume(failure);
     }
-    if (!downloads())
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (!downloads)
         return notConsumed;
     Application* const application = applicationOf(event);
     if (!application || !application->isBroadcastRelated()) {
         ve_protocol_failed(event.data->request_id, statusNotFound);
         return event.consume(success);
     }
-    HbbTVDVBURL url(text);
     url.resolveRelativeUrl(application->getCurrentURL());
     const unsigned int downloadFailed = 2;
-    if (downloads()->startDownload(&url, event.data->request_id) == downloadFailed)
+    if (downloads->startDownload(&url, event.data->request_id) == downloadFailed)
         log(ERR, module, "Failed to load dvb url.");
     return event.consume(success);
 }
@@ -130,9 +128,10 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
 unsigned int handleProtocolLoadingStop(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP");
-    if (!downloads())
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (!downloads)
         return notConsumed;
-    if (downloads()->stopDownload(event.data->request_id))
+    if (downloads->stopDownload(event.data->request_id))
         return event.consume(success);
     log(ERR, module, "Unrecognized id, releasing to platform");
     return notConsumed;
@@ -157,7 +156,7 @@ HBBTV_XHR_Permission decideOnRequest(const Application& application, const HbbTV
 {
     if (application.isWithinApplicationBoundaries(target))
         return askForPermission(page, target);
-    if (target.getFullUrl().compare(0, 4, "dvb:") != 0) {
+    if (HbbTVURL::getURLType(target.getURL()) == HbbTVURL::otherURL) {
         log(DEBUG, module, "Letting core decide on an out of bound http(s) XHR request.");
         return HBBTV_XHR_CORE_DECIDES;
     }
@@ -169,8 +168,7 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
 {
     const HbbTVURL page = event.url();
     HbbTVURL target = event.secondURL();
-    const char* const targetText = event.data->second_url ? event.data->second_url : "";
-    if (HbbTVURL::getURLType(targetText) == HbbTVURL::dvbURL)
+    if (target.getType() == HbbTVURL::dvbURL)
         target.resolveRelativeUrl(page);
 
     const Application* const application = applicationOf(event);
@@ -185,19 +183,11 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
     return event.consume(success);
 }
 
-}  // namespace
-
-unsigned int
-vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
-                                TAVO_VESTA_EVENT type, TavoVestaEventData* data,
-                                int* result)  // NOLINT(readability-non-const-parameter)
+unsigned int handle(TAVO_VESTA_EVENT type, const BrowserEvent& event)
 {
-    if (!data)
-        return notConsumed;
-    const BrowserEvent event = {tavoWindow, data, result};
     if (type == TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP)
         return handleProtocolLoadingStop(event);
-    if (!vesta_hbbtv_is_hbbtv_window(tavoWindow))
+    if (!vesta_hbbtv_is_hbbtv_window(event.tavoWindow))
         return notConsumed;
     const Window::Hold hold(windowOf(event));
     switch (type) {
@@ -220,23 +210,40 @@ vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoW
     }
 }
 
+}  // namespace
+
+unsigned int
+vesta_hbbtv_handle_notification(TAVO_Vesta* /*browser*/, TAVO_VestaWindow* tavoWindow,
+                                TAVO_VESTA_EVENT type, TavoVestaEventData* data,
+                                int* result)  // NOLINT(readability-non-const-parameter)
+{
+    if (!data)
+        return notConsumed;
+    const BrowserEvent event = {tavoWindow, data, result};
+    const unsigned int answer =
+        guarded(outOfMemory, [type, &event] { return handle(type, event); });
+    return answer == outOfMemory ? event.consume(failure) : answer;
+}
+
 int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event)
 {
     const int meantForNobody = 0;
     const int dealtWith = 1;
-    Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
-    Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
-    if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
-        return meantForNobody;
-    if (event->type == TAVO_KEY_DOWN) {
-        application->getKeys().insert(event->key_code);
-        tavo_keyboard_evt(event);
-    } else if (event->type == TAVO_KEY_UP) {
-        // An application never gets the end of a key press whose beginning it did not get.
-        if (application->getKeys().erase(event->key_code) != 0)
+    return guarded(meantForNobody, [&] {
+        Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
+        Application* const application = window ? window->getApplication(tavoWindow) : nullptr;
+        if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
+            return meantForNobody;
+        if (event->type == TAVO_KEY_DOWN) {
+            application->getKeys().insert(event->key_code);
             tavo_keyboard_evt(event);
-    }
-    return dealtWith;
+        } else if (event->type == TAVO_KEY_UP) {
+            // An application never gets the end of a key press whose beginning it did not get.
+            if (application->getKeys().erase(event->key_code) != 0)
+                tavo_keyboard_evt(event);
+        }
+        return dealtWith;
+    });
 }
 
 }  // namespace VestaHbbTV

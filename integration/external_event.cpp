@@ -1,7 +1,8 @@
 #include "integration/external_event.h"
 
 #include <cstdlib>
-#include <iterator>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -14,6 +15,7 @@
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
 #include "oipf/notifications/notifications.h"
+#include "vesta_hbbtv_layout.h"
 
 namespace VestaHbbTV {
 
@@ -51,32 +53,15 @@ void releaseRecord(HBBTV_EventType type, HBBTV_EventData* data)
     std::free(data);
 }
 
-/// Keeps a record for the time of its execution.
-class Record {
-public:
-    Record(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data) {}
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-    ~Record()
-    {
-        if (data_)
-            releaseRecord(type_, data_);
-    }
+/// Frees the record of an event of this type.
+struct RecordDeleter {
+    HBBTV_EventType type;
 
-    explicit operator bool() const { return data_ != nullptr; }
-    const HBBTV_EventData* operator->() const { return data_; }
-
-private:
-    HBBTV_EventType type_;
-    HBBTV_EventData* data_;
+    void operator()(HBBTV_EventData* data) const { releaseRecord(type, data); }
 };
 
-/// The window of a handle that came from outside; null for whatever is not a window of ours.
-Window* knownWindow(void* handle)
-{
-    Window* const window = static_cast<Window*>(handle);
-    return WindowManager::getInstance()->windowExists(window) ? window : nullptr;
-}
+/// A record for the time of its execution; null where the integrator gave none.
+using Record = std::unique_ptr<HBBTV_EventData, RecordDeleter>;
 
 /// The service's table went away: its application goes with it.
 void stopBroadcastRelatedApplication(Window& window)
@@ -91,11 +76,15 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
     const unsigned long session = ConfigurationManager::getSession();
-    NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
+    const unsigned long tables = window.getTableChanges();
+    if (NotificationManager::hasListeners())
+        NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (ConfigurationManager::getSession() != session)
         return;  // a listener shut the library down, and the platform has stopped
+    if (window.getTableChanges() != tables)
+        return;  // a listener put a newer table in force, or changed the channel
     hbbtv_ait_completed(table->getVersion());
-    if (!window.isReleased()) {
+    if (!window.isReleased() && window.getTableChanges() == tables) {
         window.setAIT(table);
         window.activateAIT();
     }
@@ -135,7 +124,7 @@ void executeAITSection(const Record& record)
         takeSection(*window, record->ait);
 }
 
-void executeChannelChange(const Record& /*record*/)
+void executeChannelChange()
 {
     const unsigned long session = ConfigurationManager::getSession();
     dsmcc_clear_cache();
@@ -152,7 +141,8 @@ void executeChannelChange(const Record& /*record*/)
 
 void executeStartApplication(const Record& record)
 {
-    Window* const window = record ? knownWindow(record->start.window) : nullptr;
+    Window* const window =
+        record ? WindowManager::getInstance()->knownWindow(record->start.window) : nullptr;
     if (window)
         window->startApplication(record->start.organisationId, record->start.applicationId,
                                  HbbTVURL(""));
@@ -160,7 +150,8 @@ void executeStartApplication(const Record& record)
 
 void executeStartURL(const Record& record)
 {
-    Window* const window = record ? knownWindow(record->url.window) : nullptr;
+    Window* const window =
+        record ? WindowManager::getInstance()->knownWindow(record->url.window) : nullptr;
     if (!window || !record->url.url)
         return;
     Application* const application =
@@ -171,30 +162,28 @@ void executeStartURL(const Record& record)
 
 void executeTerminate(const Record& record)
 {
-    Window* const window = record ? knownWindow(record->window.window) : nullptr;
+    Window* const window =
+        record ? WindowManager::getInstance()->knownWindow(record->window.window) : nullptr;
     if (!window)
         return;
     log(LOG, module, "Terminate app!");
     window->terminateRunningApplication(true);
 }
 
-OCDownloadManager* downloads()
-{
-    return ConfigurationManager::getInstance()->getOCDownloadManager();
-}
-
 void executeFileReady(const Record& record)
 {
     log(DEBUG, module, "E_DSMCC_FILE_READY");
-    if (record && downloads())
-        downloads()->reportDownloadSucceeded(record->download.downloadId);
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (record && downloads)
+        downloads->reportDownloadSucceeded(record->download.downloadId);
 }
 
 void executeFileError(const Record& record)
 {
     log(DEBUG, module, "E_DSMCC_FILE_ERROR");
-    if (record && downloads())
-        downloads()->reportDownloadFailed(record->download.downloadId);
+    OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
+    if (record && downloads)
+        downloads->reportDownloadFailed(record->download.downloadId);
 }
 
 void executeStreamEvent(const Record& record)
@@ -236,41 +225,37 @@ void executeSupportedProfiles(const Record& record)
             record->profiles.supportedProfiles);
 }
 
-void executeHttpAvailable(const Record& /*record*/)
+bool namesWindow(HBBTV_EventType type, const HBBTV_EventData* data)
 {
-    WindowManager::getInstance()->setHttpAvailable(true);
+    switch (type) {
+    case E_START_APPLICATION:
+        return data && data->start.window;
+    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
+        return data && data->url.window;
+    case E_TERMINATE_APPLICATION:
+        return data && data->window.window;
+    default:
+        return false;
+    }
 }
-
-void executeHttpUnavailable(const Record& /*record*/)
-{
-    WindowManager::getInstance()->setHttpAvailable(false);
-}
-
-void executeLowMemory(const Record& /*record*/)
-{
-    call_low_memory_listener();
-}
-
-using Handler = void (*)(const Record& record);
-
-/// What each type of event does, by its number.
-const Handler handlers[] = {
-    executeAITSection,         // E_AIT_SECTION
-    executeChannelChange,      // E_CHANNEL_CHANGE
-    executeStartApplication,   // E_START_APPLICATION
-    executeStartURL,           // E_START_BROADCAST_INDEPENDENT_APPLICATION
-    executeTerminate,          // E_TERMINATE_APPLICATION
-    executeFileReady,          // E_DSMCC_FILE_READY
-    executeFileError,          // E_DSMCC_FILE_ERROR
-    executeHttpAvailable,      // E_HTTP_AVAILABLE
-    executeHttpUnavailable,    // E_HTTP_UNAVAILABLE
-    executeStreamEvent,        // E_DSMCC_STREAM_EVENT
-    executeLowMemory,          // E_LOW_MEMORY
-    executeUserAgentInfo,      // E_USER_AGENT_INFO
-    executeSupportedProfiles,  // E_SUPPORTED_PROFILES
-};
 
 }  // namespace
+
+ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data)
+    : type_(type), data_(data), mention_(namesWindow(type, data))
+{
+}
+
+ExternalEvent* ExternalEvent::create(HBBTV_EventType type, HBBTV_EventData* data)
+{
+    auto* const event = new (std::nothrow) ExternalEvent(type, data);
+    if (!event) {
+        if (data)
+            releaseRecord(type, data);
+        throw std::bad_alloc();
+    }
+    return event;
+}
 
 ExternalEvent::~ExternalEvent()
 {
@@ -280,11 +265,36 @@ ExternalEvent::~ExternalEvent()
 
 void ExternalEvent::execute()
 {
-    const Record record(type_, std::exchange(data_, nullptr));
-    const auto number = static_cast<unsigned>(type_);
-    if (number < std::size(handlers))
-        handlers[number](record);
-    // Any other type only frees its record.
+    const Record record(std::exchange(data_, nullptr), RecordDeleter{type_});
+    switch (type_) {
+    case E_AIT_SECTION:
+        return executeAITSection(record);
+    case E_CHANNEL_CHANGE:
+        return executeChannelChange();
+    case E_START_APPLICATION:
+        return executeStartApplication(record);
+    case E_START_BROADCAST_INDEPENDENT_APPLICATION:
+        return executeStartURL(record);
+    case E_TERMINATE_APPLICATION:
+        return executeTerminate(record);
+    case E_DSMCC_FILE_READY:
+        return executeFileReady(record);
+    case E_DSMCC_FILE_ERROR:
+        return executeFileError(record);
+    case E_HTTP_AVAILABLE:
+        return WindowManager::getInstance()->setHttpAvailable(true);
+    case E_HTTP_UNAVAILABLE:
+        return WindowManager::getInstance()->setHttpAvailable(false);
+    case E_DSMCC_STREAM_EVENT:
+        return executeStreamEvent(record);
+    case E_LOW_MEMORY:
+        return call_low_memory_listener();
+    case E_USER_AGENT_INFO:
+        return executeUserAgentInfo(record);
+    case E_SUPPORTED_PROFILES:
+        return executeSupportedProfiles(record);
+    }
+    // The record of any other type is only freed.
 }
 
 }  // namespace VestaHbbTV

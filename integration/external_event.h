@@ -5,6 +5,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/threadsafe_event_queue.h"
+#include "lifecycle/window_storage.h"
 
 namespace VestaHbbTV {
 
@@ -13,13 +14,18 @@ namespace VestaHbbTV {
 class ExternalEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param data malloc'ed like every buffer in it; may be null
-    ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data) : type_(type), data_(data) {}
+    ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data);
     ~ExternalEvent() override;
+
+    /// As the constructor; where there is no memory for the event, its record is freed.
+    static ExternalEvent* create(HBBTV_EventType type, HBBTV_EventData* data);
+
     void execute() override;
 
 private:
     HBBTV_EventType type_;
     HBBTV_EventData* data_;
+    const WindowStorage::Mention mention_;
 };
 
 }  // namespace VestaHbbTV

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "signalling/hbbtv_url.h"
 
@@ -175,6 +177,22 @@ void OCDownloadManager::Answer::send(const char* bytes, unsigned int length) con
     }
 }
 
+void DownloadsDeleter::operator()(OCDownloadManager* downloads) const
+{
+    delete downloads;
+}
+
+std::unique_ptr<OCDownloadManager, DownloadsDeleter> makeDownloads()
+{
+    return std::unique_ptr<OCDownloadManager, DownloadsDeleter>(new OCDownloadManager);
+}
+
+OCDownloadManager* OCDownloadManager::getCurrent()
+{
+    return ConfigurationManager::instance ? ConfigurationManager::instance->getOCDownloadManager()
+                                          : nullptr;
+}
+
 OCDownloadManager::~OCDownloadManager()
 {
     Answer::loseManager(innermostAnswer_);
@@ -201,9 +219,9 @@ unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
     addDownload(id);
     Answer::takeOver(innermostAnswer_, id);
     Answer answer(this, id);
-    const size_t schemeLength = 6;  // "dvb://"
     const std::string text = url->getFullUrl();
-    const std::string path = text.size() > schemeLength ? text.substr(schemeLength) : "";
+    const std::string path =
+        text.size() > HbbTVURL::dvbPrefix.size() ? text.substr(HbbTVURL::dvbPrefix.size()) : "";
     const unsigned int state = dsmcc_get_file(path.c_str(), id);
     if (state == DSMCC_PENDING)
         return 0;

@@ -17,6 +17,9 @@ class HbbTVDVBURL;
 /// another call has ended or taken over meanwhile lets go of it.
 class OCDownloadManager {
 public:
+    /// That of the existing configuration; null before init and after shutdown. Creates nothing.
+    static OCDownloadManager* getCurrent();
+
     OCDownloadManager() = default;
     OCDownloadManager(const OCDownloadManager&) = delete;
     OCDownloadManager& operator=(const OCDownloadManager&) = delete;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "foundation/configuration_manager.h"
+#include "foundation/out_of_memory.h"
 #include "integration/key_set.h"
 #include "lifecycle/call_scope.h"
 #include "lifecycle/window.h"
@@ -16,21 +17,27 @@ namespace VestaHbbTV {
 
 unsigned long Application::next_id = 1;
 
-Application::Application(Window* window, HbbTVURL url, AITApplication* entry)
+Application::Application(Window* window, HbbTVURL url, AITApplication* entry, NotYetAdopted)
     : id_(next_id++), window_(window), url_(std::move(url)),
       currentUrl_(std::make_unique<HbbTVURL>(url_)), entry_(entry),
-      domain_(std::make_unique<ApplicationDomain>())
+      domain_(std::make_unique<ApplicationDomain>()), keySet_(std::make_unique<KeySet>(0))
+{
+    domain_->addBoundaryExtension(url_.getFullUrl());
+    extendDomainFromAITApplication();
+}
+
+// Where memory runs out in the body, the destructor undoes it: the object is complete by then.
+Application::Application(Window* window, HbbTVURL url, AITApplication* entry)
+    : Application(window, std::move(url), entry, NotYetAdopted())
 {
     if (window_)
         window_->adopt(this);
-    domain_->addBoundaryExtension(url_.getFullUrl());
-    extendDomainFromAITApplication();
 
     // Deliberate: the ids are set afterwards, so that the notification of this change carries none.
     setBroadcastRelated(entry && !entry->isXMLAITbased());
     visible_ = !broadcastRelated_;
-    keySet_ = std::make_unique<KeySet>(
-        broadcastRelated_ ? 0 : ConfigurationManager::getInstance()->getSupportedKeySetValues());
+    if (!broadcastRelated_)
+        *keySet_ = KeySet(ConfigurationManager::getInstance()->getSupportedKeySetValues());
     if (AITApplication* const current = entry_.get()) {
         organisationId_ = current->getOrganisationId();
         applicationId_ = current->getApplicationId();
@@ -56,38 +63,38 @@ Window* Application::getWindow()
 void Application::setTavoWindow(TAVO_VestaWindow* tavoWindow)
 {
     tavoWindow_ = tavoWindow;
+    tavoWindowReleased_ = false;
 }
 
 TAVO_VestaWindow* Application::getTavoWindow()
 {
-    return tavoWindow_;
+    return tavoWindowReleased_ ? nullptr : tavoWindow_;
 }
 
 bool Application::init()
 {
     if (tavoWindow_)
         return false;
-    const CallScope scope;
+    releaseNotice_ = std::make_unique<ReleaseWindowNotification>(&tavoWindow_, &releaseAnswer_);
     bool success = false;
     NotificationManager::broadcastIfAny(
         new RequestWindowNotification(&tavoWindow_, &success, window_));
-    if (ended_)
+    if (stage_ == ENDED)
         releaseTavoWindow();  // it came after a listener had ended the application
-    return success && tavoWindow_;
+    return success && getTavoWindow();
 }
 
 void Application::loadInitialPage()
 {
-    const CallScope scope;
     const std::string url = url_.getFullUrl();
-    ve_clear_history(tavoWindow_);
-    if (tavoWindow_)
-        ve_open_url(tavoWindow_, url.c_str());
+    ve_clear_history(getTavoWindow());
+    if (getTavoWindow())
+        ve_open_url(getTavoWindow(), url.c_str());
 }
 
 void Application::show()
 {
-    if (!tavoWindow_)
+    if (!getTavoWindow())
         return;
     visible_ = true;
     if (!initialPageLoaded_ && parent_)
@@ -98,7 +105,7 @@ void Application::show()
 
 void Application::hide()
 {
-    if (!tavoWindow_)
+    if (!getTavoWindow())
         return;
     visible_ = false;
     const CallScope scope;
@@ -110,7 +117,6 @@ void Application::setBroadcastRelated(bool broadcastRelated)
     if (broadcastRelated_ == broadcastRelated)
         return;
     broadcastRelated_ = broadcastRelated;
-    const CallScope scope;
     const AITApplication* const entry = entry_.get();
     NotificationManager::broadcastIfAny(new BroadcastRelatedChangeNotification(
         window_, broadcastRelated_, trusted_, autostarted_, organisationId_, applicationId_,
@@ -141,18 +147,26 @@ void Application::setCurrentURL(const HbbTVURL& url)
 
 void Application::end()
 {
-    if (ended_)
+    if (stage_ == ENDED)
         return;
-    ended_ = true;
-    const CallScope scope;
-    Window* const window = window_;
-    if (window) {
-        window->releaseTavoWindow(this);
-        window->forget(this);
-        window_ = nullptr;
-    }
-    releaseTavoWindow();
+    stage_ = ENDED;
     parent_ = nullptr;
+    // One browser window may show several applications: the last of them gives it back.
+    bool isLast = true;
+    if (Window* const window = std::exchange(window_, nullptr)) {
+        isLast = window->releaseTavoWindow(this);
+        window->forget(this);
+    }
+    if (isLast)
+        releaseTavoWindow();
+    else
+        tavoWindowReleased_ = true;
+}
+
+void Application::setOwnedByWindow()
+{
+    if (stage_ == NEW)
+        stage_ = OWNED;
 }
 
 void Application::loseWindow()
@@ -163,11 +177,16 @@ void Application::loseWindow()
 
 void Application::releaseTavoWindow()
 {
-    if (!tavoWindow_)
+    if (!getTavoWindow())
         return;
-    bool released = false;
-    NotificationManager::broadcastIfAny(new ReleaseWindowNotification(&tavoWindow_, &released));
-    tavoWindow_ = nullptr;
+    // The slot keeps its value for those listeners who are just reading it.
+    tavoWindowReleased_ = true;
+    guarded([this] {
+        if (!releaseNotice_)  // nobody was asked for the browser window
+            releaseNotice_ =
+                std::make_unique<ReleaseWindowNotification>(&tavoWindow_, &releaseAnswer_);
+        NotificationManager::broadcastIfAny(releaseNotice_.release());
+    });
 }
 
 void Application::extendDomainFromAITApplication()

@@ -16,6 +16,7 @@ namespace VestaHbbTV {
 
 class ApplicationDomain;
 class KeySet;
+class ReleaseWindowNotification;
 class Window;
 
 /// The page that it was started with, the table's entry that it runs for, the browser window that
@@ -44,7 +45,8 @@ public:
     virtual Window* getWindow();
     virtual void setTavoWindow(TAVO_VestaWindow* tavoWindow);
 
-    /// The browser window that shows it; null until a listener supplied one.
+    /// The browser window that shows it; null before a listener supplied one, and after it was
+    /// given back or the application has ended.
     virtual TAVO_VestaWindow* getTavoWindow();
 
     /// Asks the listeners for a browser window. @return false without one, or if there is one
@@ -108,30 +110,53 @@ public:
     Application* getParent() const { return parent_; }
     void setParent(Application* parent) { parent_ = parent; }
 
-    /// Leaves the window's books and releases the browser window. Whoever still holds a pointer
-    /// sees an application without window. Does nothing the second time.
+    /// Leaves the window's books and releases the browser window, unless another application of
+    /// the window has it by now. Whoever still holds a pointer sees an application without window.
+    /// Does nothing the second time. Calls out, and cannot fail where memory has run out.
     void end();
 
-    /// Whether its window is already ending it.
-    bool isEnding() const { return ending_; }
-    void setEnding() { ending_ = true; }
+    /// Whether its window is ending it, or it has ended.
+    bool isEnding() const { return stage_ >= ENDING; }
+    void setEnding() { stage_ = ENDING; }
 
     /// Whether its window frees it: from the moment on when it became pending or was registered.
-    bool isOwnedByWindow() const { return ownedByWindow_; }
-    void setOwnedByWindow() { ownedByWindow_ = true; }
+    bool isOwnedByWindow() const { return stage_ >= OWNED; }
+    void setOwnedByWindow();
+
+    /// The end that is under way is to be reported to the listeners, whoever began it.
+    void wantStopNotice() { stopNoticeWanted_ = true; }
+    bool isStopNoticeWanted() const { return stopNoticeWanted_; }
 
     /// The window died and left this application to the window manager.
     void loseWindow();
 
+    /// Gives the browser window back to the listeners. Does nothing without one.
+    void releaseTavoWindow();
+
     static unsigned long next_id;
 
 private:
+    friend class ApplicationList;
+
+    /// From its creation to its end.
+    enum Stage {
+        NEW,     ///< whoever created it owns it
+        OWNED,   ///< its window does
+        ENDING,  ///< its window is ending it
+        ENDED    ///< nothing leads to it any more
+    };
+
+    struct NotYetAdopted {};
+
+    /// Everything of it that nobody hears of.
+    Application(Window* window, HbbTVURL url, AITApplication* entry, NotYetAdopted);
+
     void extendDomainFromAITApplication();
-    void releaseTavoWindow();
 
     const unsigned long id_;
     Window* window_;
-    TAVO_VestaWindow* tavoWindow_ = nullptr;
+    TAVO_VestaWindow* tavoWindow_ = nullptr;  ///< listeners know it by its address
+    bool tavoWindowReleased_ = false;
     const HbbTVURL url_;
     std::unique_ptr<HbbTVURL> currentUrl_;
     AITApplicationReference entry_;
@@ -143,15 +168,18 @@ private:
     bool startedOnRequest_ = false;
     bool visible_ = false;
     bool terminateOnLoad_ = false;
-    bool ending_ = false;
-    bool ended_ = false;
-    bool ownedByWindow_ = false;
+    bool stopNoticeWanted_ = false;
+    Stage stage_ = NEW;
     unsigned long organisationId_ = 0;
     unsigned short applicationId_ = 0;
     std::unique_ptr<ApplicationDomain> domain_;
     std::unique_ptr<KeySet> keySet_;
     Application* parent_ = nullptr;
     std::set<TAVO_VIRTUAL_KEY> keys_;
+    /// Made before a browser window is asked for: giving it back must not need memory.
+    std::unique_ptr<ReleaseWindowNotification> releaseNotice_;
+    bool releaseAnswer_ = false;
+    std::unique_ptr<Application> next_;  ///< in the list of those that wait for their end
 };
 
 }  // namespace VestaHbbTV

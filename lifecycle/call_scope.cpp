@@ -2,16 +2,16 @@
 
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "lifecycle/application.h"
+#include "lifecycle/application_list.h"
 
 namespace VestaHbbTV {
 
 namespace {
 
 unsigned depth = 0;
-std::vector<std::unique_ptr<Application>> retired;
+ApplicationList retired;
 
 }  // namespace
 
@@ -22,11 +22,11 @@ CallScope::CallScope()
 
 CallScope::~CallScope()
 {
-    if (--depth > 0 || retired.empty())
+    if (--depth > 0)
         return;
     // An application's memory may be the last to hold a table; nothing calls out from there.
-    const std::vector<std::unique_ptr<Application>> freed = std::move(retired);
-    retired.clear();
+    while (!retired.empty())
+        retired.pop();
 }
 
 void CallScope::retire(Application* application)
@@ -36,7 +36,7 @@ void CallScope::retire(Application* application)
     std::unique_ptr<Application> owned(application);
     const CallScope scope;
     owned->end();
-    retired.push_back(std::move(owned));
+    retired.push(std::move(owned));
 }
 
 }  // namespace VestaHbbTV

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
@@ -13,6 +14,7 @@ namespace VestaHbbTV {
 namespace {
 
 unsigned long nextSerial = 1;
+Window* firstWindow = nullptr;
 
 }  // namespace
 
@@ -28,22 +30,34 @@ Window::Hold::~Hold()
         delete window_;
 }
 
-Window::Window(WindowManager* manager) : manager_(manager), serial_(nextSerial++)
+Window::Window(WindowManager* manager)
+    : manager_(manager), serial_(nextSerial++), next_(std::exchange(firstWindow, this))
 {
 }
 
 Window::~Window()
 {
-    const CallScope scope;
     ++holds_;  // no hold taken from here on may destroy the window again
     released_ = true;
     endApplications();
     if (manager_)
         manager_->forgetWindow(this);
+    Window** link = &firstWindow;
+    while (*link != this)
+        link = &(*link)->next_;
+    *link = next_;
     broadcastAIT_.reset();
     assemblyAIT_.reset();
     previousAIT_.reset();
     ait_.reset();
+}
+
+bool Window::exists(const void* window)
+{
+    const Window* each = firstWindow;
+    while (each && each != window)
+        each = each->next_;
+    return each != nullptr;
 }
 
 void Window::release()
@@ -55,6 +69,7 @@ void Window::release()
 
 void Window::endApplications()
 {
+    const CallScope scope;
     // A listener that hears of an end may shut the library down: the second time ends what is left.
     if (!applicationsEnded_) {
         applicationsEnded_ = true;
@@ -69,7 +84,21 @@ void Window::setRunningApplication(Application* application)
     if (application == runningApplication_)
         return;
     runningApplication_ = application;
-    state_ = application ? RUNNING : IDLE;
+    enter(application ? RUNNING : IDLE);
+}
+
+/// An application that was replaced, or was to be, is the running one for good.
+void Window::runAgain(Application* application)
+{
+    setRunningApplication(application);
+    enter(RUNNING);
+}
+
+/// TEARDOWN waits for a successor: without one the forbidden application goes on.
+void Window::leaveTeardownWithoutSuccessor()
+{
+    if (state_ == TEARDOWN && !pendingApplication_)
+        enter(RUNNING);
 }
 
 Application* Window::getRunningApplication()
@@ -101,52 +130,53 @@ bool Window::isPendingApplication(const Application* application) const
 
 void Window::registerApplication(Application* application)
 {
-    applications_[application->getTavoWindow()] = application;
+    shown_[application->getTavoWindow()] = application;
     application->setOwnedByWindow();
 }
 
 void Window::unregisterApplication(Application* application)
 {
-    const auto entry = applications_.find(application->getTavoWindow());
-    if (entry != applications_.end() && entry->second == application)
-        applications_.erase(entry);
+    const auto entry = shown_.find(application->getTavoWindow());
+    if (entry != shown_.end() && entry->second == application)
+        shown_.erase(entry);
 }
 
 bool Window::applicationExists(const Application* application) const
 {
     return application &&
-           std::any_of(applications_.begin(), applications_.end(),
+           std::any_of(shown_.begin(), shown_.end(),
                        [application](const auto& entry) { return entry.second == application; });
 }
 
 Application* Window::getApplication(TAVO_VestaWindow* tavoWindow)
 {
     // Deliberate: asking for an unknown browser window leaves an empty entry for it.
-    return applications_[tavoWindow];
+    return shown_[tavoWindow];
 }
 
 unsigned long Window::getApplicationId(const Application* application) const
 {
-    const auto found = std::find(members_.begin(), members_.end(), application);
-    return found == members_.end() ? 0 : (*found)->getID();
+    const auto found = std::find(applications_.begin(), applications_.end(), application);
+    return found == applications_.end() ? 0 : (*found)->getID();
 }
 
 Application* Window::findApplication(unsigned long id) const
 {
     const auto found =
-        std::find_if(members_.begin(), members_.end(),
+        std::find_if(applications_.begin(), applications_.end(),
                      [id](Application* application) { return application->getID() == id; });
-    return found == members_.end() ? nullptr : *found;
+    return found == applications_.end() ? nullptr : *found;
 }
 
 bool Window::isMember(const Application* application) const
 {
-    return std::find(members_.begin(), members_.end(), application) != members_.end();
+    return std::find(applications_.begin(), applications_.end(), application) !=
+           applications_.end();
 }
 
 void Window::adopt(Application* application)
 {
-    members_.push_back(application);
+    applications_.push_back(application);
 }
 
 void Window::forget(Application* application)
@@ -158,36 +188,40 @@ void Window::forget(Application* application)
 
 void Window::dropFromBooks(Application* application)
 {
-    members_.erase(std::remove(members_.begin(), members_.end(), application), members_.end());
-    for (Application* other : members_) {
+    applications_.erase(std::remove(applications_.begin(), applications_.end(), application),
+                        applications_.end());
+    for (Application* other : applications_) {
         if (other->getParent() == application)
             other->setParent(nullptr);
     }
-    for (auto entry = applications_.begin(); entry != applications_.end();)
-        entry = entry->second == application ? applications_.erase(entry) : std::next(entry);
+    for (auto entry = shown_.begin(); entry != shown_.end();)
+        entry = entry->second == application ? shown_.erase(entry) : std::next(entry);
     if (pendingApplication_ == application)
         unsetPendingApplication();
     if (runningApplication_ == application)
         setRunningApplication(nullptr);
 }
 
-void Window::releaseTavoWindow(Application* application)
+bool Window::releaseTavoWindow(Application* application)
 {
     TAVO_VestaWindow* const tavoWindow = application->getTavoWindow();
-    if (!tavoWindow || !manager_ || manager_->getWindow(tavoWindow) != this)
-        return;
-    const auto entry = applications_.find(tavoWindow);
-    if (entry == applications_.end() || !entry->second || entry->second == application)
+    const auto entry = shown_.find(tavoWindow);
+    if (entry != shown_.end() && entry->second && entry->second != application)
+        return false;
+    if (tavoWindow && manager_ && manager_->getWindow(tavoWindow) == this)
         manager_->unregisterTavoWindow(tavoWindow);
+    return true;
 }
 
 void Window::abandonStart(unsigned long id)
 {
+    const Hold hold(this);
     Application* const application = findApplication(id);
     if (isPendingApplication(application))
         destroyPendingApplication();
-    else if (application && !applicationExists(application) && application->isOwnedByWindow())
+    else if (application && !applicationExists(application))
         destroyApplication(application);
+    leaveTeardownWithoutSuccessor();
 }
 
 void Window::destroyApplication(Application* application)
@@ -208,24 +242,31 @@ void Window::tellPlugin(Application* application)
 
 void Window::leaveApplicationsBehind()
 {
-    while (!members_.empty()) {
-        Application* const application = members_.back();
+    while (!applications_.empty()) {
+        Application* const application = applications_.back();
         if (!application->isOwnedByWindow()) {
-            members_.pop_back();
+            applications_.pop_back();
             application->loseWindow();
         } else if (manager_ && applicationExists(application)) {
-            releaseTavoWindow(application);
-            dropFromBooks(application);
-            application->loseWindow();
-            manager_->adoptOrphan(application);
+            leaveBehind(application);
         } else {
-            // One that another took the browser window from, or one that is just ending. The id of
-            // one whose end was told already leads nowhere.
+            // One that waits for its start, or is just ending. The id of one whose end was reported
+            // already leads nowhere.
             if (manager_ && manager_->getApplication(application->getID()) == application)
                 manager_->unregisterApplication(application);
             destroyApplication(application);
         }
     }
+}
+
+/// Hands an application to the window manager; its browser window is not wanted any more.
+void Window::leaveBehind(Application* application)
+{
+    releaseTavoWindow(application);
+    dropFromBooks(application);
+    application->loseWindow();
+    manager_->adoptOrphan(application);
+    application->releaseTavoWindow();
 }
 
 bool Window::isHttpAvailable() const

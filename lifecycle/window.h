@@ -14,6 +14,7 @@
 
 #include "foundation/ref_ptr.h"
 #include "lifecycle/call_scope.h"
+#include "lifecycle/window_storage.h"
 #include "signalling/ait.h"
 #include "signalling/hbbtv_url.h"
 
@@ -25,7 +26,8 @@ class WindowManager;
 
 /// Browser thread only. Created by the WindowManager, which owns it. Applications belong to their
 /// window. Every function that calls listeners, the browser or scripts survives whatever they do in
-/// return, the release of this very window included.
+/// return, the release of this very window included. Whoever calls out while acting on a table
+/// gives way to a newer one that came in force meanwhile.
 class Window {
 public:
     enum State : int {
@@ -57,10 +59,24 @@ public:
     /// window manager; the rest are freed.
     virtual ~Window();
 
+    /// Whether the address is that of a window that exists. Any pointer may be asked for.
+    static bool exists(const void* window);
+
+    /// The storage of a window is not used again at once, so that a handle which somebody still
+    /// keeps does not name its successor.
+    /// @{
+    static void* operator new(size_t size) { return WindowStorage::take(size); }
+    static void operator delete(void* storage) { WindowStorage::giveBack(storage, sizeof(Window)); }
+    /// @}
+
     /// Puts a table in force. Starts and stops nothing.
     /// @param ait a null table marks the one in force as stale
     /// @return false for a null table
     virtual bool setAIT(const ref_ptr<AIT>& ait);
+
+    /// How often the table in force was replaced or became stale: whoever calls out while acting on
+    /// a table compares it, and gives way where it has changed.
+    unsigned long getTableChanges() const { return tableChanges_; }
 
     /// Acts on the table in force: keeps, adopts or replaces the running application, or starts
     /// the first AUTOSTART application. @return false when there was nothing to act on
@@ -180,7 +196,7 @@ public:
     void loseManager() { manager_ = nullptr; }
 
     /// Every application that was created for this window and has not ended, in creation order.
-    const std::vector<Application*>& getApplications() const { return members_; }
+    const std::vector<Application*>& getApplications() const { return applications_; }
 
     /// The id of one of these applications; 0 for any other pointer, which is not followed.
     unsigned long getApplicationId(const Application* application) const;
@@ -188,8 +204,8 @@ public:
     /// The one of these applications that has the id; null when there is none.
     Application* findApplication(unsigned long id) const;
 
-    /// The start that was queued for an application will not run: the application is destroyed,
-    /// unless it runs already.
+    /// The start that was queued for an application is over, or will not run: an application that
+    /// did not get into the map by it is destroyed.
     void abandonStart(unsigned long id);
 
     /// An application was created for this window. It belongs to itself until the window takes it
@@ -199,17 +215,38 @@ public:
     /// An application ends: nothing in this window leads to it any longer.
     void forget(Application* application);
 
-    /// An application gives its browser window back: it leads to this window no longer, unless
+    /// An application is shown no longer: its browser window leads to this window no more, unless
     /// another application was given the same one meanwhile.
-    void releaseTavoWindow(Application* application);
+    /// @return whether none was, so that the browser window is to be given back
+    bool releaseTavoWindow(Application* application);
 
 private:
+    /// How an application ends: what shutdownApplication() takes.
+    struct Ending {
+        bool destroyNow;
+        bool reactivate;
+        bool notify;
+    };
+    static constexpr Ending atOnce = {true, false, true};
+    static constexpr Ending atOnceInSilence = {true, false, false};
+    static constexpr Ending atOnceReactivating = {true, true, true};
+    static constexpr Ending onALaterTick = {false, false, true};
+
+    bool shutdown(Application* application, const Ending& ending);
+
+    void enter(State state) { state_ = state; }
+    void runAgain(Application* application);
+    void leaveTeardownWithoutSuccessor();
+
     bool activateForRunningApplication();
     bool isServiceBoundToFormerService(const AITApplication* entry) const;
-    bool adoptRunningApplication(Application* running, AITApplication* entry, AITApplication* app);
+    bool adoptRunningApplication(Application* running, AITApplication* entry,
+                                 AITApplication* successor);
     bool becomeBroadcastRelated(Application* running, const AITApplication* entry,
-                                AITApplication* app, ref_ptr<AITApplicationTransport>& transport);
-    AITApplicationTransport* findTransportOfXMLStart(Application* running, AITApplication* app);
+                                AITApplication* successor,
+                                ref_ptr<AITApplicationTransport>& transport);
+    AITApplicationTransport* findTransportOfXMLStart(Application* running,
+                                                     AITApplication* successor);
     bool tearDownRunningApplication();
     bool activateWithoutRunningApplication();
     bool startFirstAutostartApplication(AITApplication* first);
@@ -217,13 +254,14 @@ private:
 
     bool mayStart(const AITApplication* entry);
     bool survivesTimeShift(const AITApplication* entry) const;
+    bool mayCreateApplications() const;
     HBBTV_ApplicationActionType askForStart(const HbbTVURL& url, const AITApplication* entry);
     void refuseStart(HBBTV_ApplicationActionType answer);
-    Application* makePending(const HbbTVURL& url, AITApplication* entry);
+    Application* makePending(const HbbTVURL& url, AITApplication* entry, unsigned long tables);
     void settleRunningApplication(Application* successor);
-    bool isReplacedBy(const Application* application, const Application* kept) const;
     void abortStart(Application* application);
     void run(Application* application);
+    void endDisplaced(unsigned long id);
 
     bool handleFailedStart(Application* application);
     void showLoadedApplication(Application* application);
@@ -234,16 +272,19 @@ private:
     void destroyApplication(Application* application);
     void tellPlugin(Application* application);
     void leaveApplicationsBehind();
+    void leaveBehind(Application* application);
     void dropFromBooks(Application* application);
     bool isMember(const Application* application) const;
     bool isHttpAvailable() const;
 
-    std::map<TAVO_VestaWindow*, Application*> applications_;
+    std::vector<Application*> applications_;
+    std::map<TAVO_VestaWindow*, Application*> shown_;  ///< by the browser window that shows them
     WindowManager* manager_;
     ref_ptr<AIT> ait_;
     ref_ptr<AIT> previousAIT_;
     ref_ptr<AIT> assemblyAIT_;
     ref_ptr<AIT> broadcastAIT_;
+    unsigned long tableChanges_ = 0;
     Application* runningApplication_ = nullptr;
     Application* pendingApplication_ = nullptr;
     State state_ = IDLE;
@@ -253,7 +294,7 @@ private:
     unsigned holds_ = 0;
     bool released_ = false;
     bool applicationsEnded_ = false;
-    std::vector<Application*> members_;
+    Window* next_;  ///< of all that exist
 };
 
 }  // namespace VestaHbbTV

@@ -1,5 +1,6 @@
 // What a table means for the application that runs in a window.
 
+#include "foundation/at_exit.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
@@ -15,6 +16,7 @@ const char module[] = "Window";
 
 bool Window::setAIT(const ref_ptr<AIT>& ait)
 {
+    ++tableChanges_;
     if (!ait) {
         if (ait_)
             ait_->setStale(true);
@@ -31,8 +33,10 @@ bool Window::setAIT(const ref_ptr<AIT>& ait)
 
 void Window::scheduleReactivateAIT(bool restoreBroadcastAIT)
 {
-    if (restoreBroadcastAIT)
+    if (restoreBroadcastAIT && ait_ != broadcastAIT_) {
         ait_ = broadcastAIT_;
+        ++tableChanges_;
+    }
     activateAIT();
 }
 
@@ -56,7 +60,7 @@ bool Window::activateForRunningApplication()
         log(WARN, module,
             "When activating AIT the manager state was RUNNING, but no running application was "
             "found.");
-        state_ = IDLE;
+        enter(IDLE);
         return activateAIT();
     }
     AITApplication* const entry = running->getAITApplication();
@@ -79,15 +83,11 @@ bool Window::isServiceBoundToFormerService(const AITApplication* entry) const
 bool Window::adoptRunningApplication(Application* running, AITApplication* entry,
                                      AITApplication* successor)
 {
-    // Listeners are told of the transfer, and both tables must outlive whatever they do.
-    const AITApplicationReference formerEntry(entry);
-    const AITApplicationReference newEntry(successor);
-    const ref_ptr<AIT> table(ait_);
     ref_ptr<AITApplicationTransport> transport;
-
     if (!running->isBroadcastRelated()) {
+        const unsigned long tables = tableChanges_;
         const bool mayStay = becomeBroadcastRelated(running, entry, successor, transport);
-        if (running != runningApplication_ || table != ait_ || released_)
+        if (running != runningApplication_ || tables != tableChanges_ || released_)
             return true;  // whoever was called ended it, or put another table in force
         if (!mayStay)
             return tearDownRunningApplication();
@@ -147,7 +147,9 @@ AITApplicationTransport* Window::findTransportOfXMLStart(Application* running,
 bool Window::tearDownRunningApplication()
 {
     log(LOG, module, "Tearing down running application at new AIT load");
-    state_ = TEARDOWN;
+    enter(TEARDOWN);
+    // Also where memory runs out: the application does not wait for a successor that nobody starts.
+    const AtExit leave([this] { leaveTeardownWithoutSuccessor(); });
     scheduleReactivateAIT(false);
     return true;
 }
@@ -158,9 +160,11 @@ bool Window::activateWithoutRunningApplication()
         endTeardown();
         return false;
     }
+    const unsigned long tables = tableChanges_;
     AITApplication* const first =
         ait_->getAITApplication(AITApplication::AUTOSTART, isHttpAvailable());
-    if (!first || !startFirstAutostartApplication(first))
+    const bool isStarted = first && startFirstAutostartApplication(first);
+    if (!isStarted && tables == tableChanges_)
         endTeardown();
     return true;
 }
@@ -168,7 +172,7 @@ bool Window::activateWithoutRunningApplication()
 /// @return whether an application was started, or runs after all
 bool Window::startFirstAutostartApplication(AITApplication* first)
 {
-    const AITApplicationReference keepsTable(first);
+    const unsigned long tables = tableChanges_;
     const bool isXML = ait_->isXMLBased();
     if (Application* const started = startApplication(first, HbbTVURL(""), nullptr)) {
         started->setAutostarted(true);
@@ -180,19 +184,22 @@ bool Window::startFirstAutostartApplication(AITApplication* first)
     }
     if (state_ == RUNNING)
         return true;
+    if (tables != tableChanges_)
+        return false;  // who was asked put another table in force, which decides by itself
     if (startNextAutostartApplication(first)) {
         log(LOG, module,
             "First AUTOSTART application failed to start, started lower prio one instead.");
         return true;
     }
-    log(WARN, module, "AUTOSTART application failed to start.");
+    if (tables == tableChanges_)
+        log(WARN, module, "AUTOSTART application failed to start.");
     return false;
 }
 
 void Window::endTeardown()
 {
     if (state_ == TEARDOWN && runningApplication_)
-        shutdownApplication(runningApplication_, true, false, true);
+        shutdown(runningApplication_, atOnce);
 }
 
 Application* Window::startNextAutostartApplication(AITApplication* after)
@@ -201,9 +208,9 @@ Application* Window::startNextAutostartApplication(AITApplication* after)
     const ref_ptr<AIT> table(ait_);
     if (!after || !table)
         return nullptr;
-    const AITApplicationReference keepsTable(after);
+    const unsigned long tables = tableChanges_;
     AITApplication* candidate = after;
-    while (!released_) {
+    while (!released_ && tables == tableChanges_) {
         candidate =
             table->getNextAITApplication(candidate, AITApplication::AUTOSTART, isHttpAvailable());
         if (!candidate)
@@ -218,7 +225,6 @@ Application* Window::startNextAutostartApplication(AITApplication* after)
 
 bool Window::setTimeShifted(bool timeShifted)
 {
-    const Hold hold(this);
     if (timeShifted == timeShifted_)
         return false;
     timeShifted_ = timeShifted;
@@ -226,7 +232,7 @@ bool Window::setTimeShifted(bool timeShifted)
         return true;
     Application* const running = getRunningApplication();
     if (running && !survivesTimeShift(running->getAITApplication()))
-        shutdownApplication(running, true, true, true);
+        shutdown(running, atOnceReactivating);
     return true;
 }
 

@@ -26,7 +26,7 @@ AITApplicationTransport* nextUntriedTransport(const AITApplication& entry,
         bool tried = false;
         for (size_t earlier = 0; earlier <= place; ++earlier)
             tried = tried || transports[earlier].get() == candidate;
-        if (!tried && (httpAvailable || candidate->getProtocol() != AITApplicationTransport::HTTP))
+        if (!tried && candidate->isAvailable(httpAvailable))
             return candidate;
     }
     return nullptr;
@@ -70,7 +70,7 @@ void Window::showLoadedApplication(Application* application)
     Application* const parent = application->getParent();
     if (applicationExists(parent)) {
         log(LOG, module, "Shutting down parent application");
-        shutdownApplication(parent, false, false, true);
+        shutdown(parent, onALaterTick);
     }
     application->setParent(nullptr);
 }
@@ -114,7 +114,7 @@ bool Window::handleFailedStart(Application* application)
         return true;
     }
     log(ERR, module, "Automatic load of AUTOSTART application failed.");
-    shutdownApplication(application, false, false, true);
+    shutdown(application, onALaterTick);
     return true;
 }
 
@@ -123,7 +123,7 @@ bool Window::restartApplicationOnNextTransport(Application* application)
     const Hold hold(this);
     if (!application || application != runningApplication_)
         return false;
-    const AITApplicationReference entry(application->getAITApplication());
+    AITApplication* const entry = application->getAITApplication();
     const ref_ptr<AITApplicationTransport> current(application->getTransport());
     if (!entry || !current)
         return false;
@@ -131,13 +131,13 @@ bool Window::restartApplicationOnNextTransport(Application* application)
         nextUntriedTransport(*entry, current.get(), isHttpAvailable());
     if (!next)
         return false;
-    Application* const restarted = startApplication(entry.get(), HbbTVURL(""), next);
+    Application* const restarted = startApplication(entry, HbbTVURL(""), next);
     if (!restarted)
         return false;
     restarted->setParent(application->getParent());
     restarted->setAutostarted(application->isAutostarted());
     application->setParent(nullptr);
-    shutdownApplication(application, false, false, true);
+    shutdown(application, onALaterTick);
     return true;
 }
 

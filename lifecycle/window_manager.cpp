@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "foundation/at_exit.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
 #include "lifecycle/application_policy.h"
@@ -21,20 +22,21 @@ const char module[] = "WindowManager";
 
 WindowManager* WindowManager::instance = nullptr;
 
-WindowManager* WindowManager::create()
+WindowManager* WindowManager::getInstance()
 {
-    instance = new WindowManager;
+    if (!instance)
+        instance = new WindowManager;
     return instance;
 }
 
-WindowManager::WindowManager() : policy_(std::make_unique<ApplicationPolicyHbbTV>())
+WindowManager::WindowManager()
+    : policy_(std::make_unique<ApplicationPolicyHbbTV>()), life_(std::make_shared<const Life>())
 {
 }
 
 WindowManager::~WindowManager()
 {
-    if (instance == this)
-        instance = nullptr;
+    instance = nullptr;
     removeAllWindows();
     // Windows that are still being worked on end later, on their own.
     for (Window* window : departing_)
@@ -52,8 +54,15 @@ Window* WindowManager::createWindow()
     log(LOG, module, "WindowManager::createWindow()");
     if (!policy_->requestNewWindow())
         return nullptr;
-    windows_.push_back(new Window(this));
-    return windows_.back();
+    bool isCreated = false;
+    const AtExit release([&] {
+        if (!isCreated)
+            policy_->releaseWindow();
+    });
+    auto window = std::make_unique<Window>(this);
+    windows_.push_back(window.get());
+    isCreated = true;
+    return window.release();
 }
 
 bool WindowManager::removeWindow(Window* window)
@@ -61,30 +70,36 @@ bool WindowManager::removeWindow(Window* window)
     log(LOG, module, "WindowManager::removeWindow()");
     if (!windowExists(window))
         return false;
-    policy_->releaseWindow();
-    windows_.remove(window);
     destroyWindow(window);
     return true;
 }
 
 void WindowManager::removeAllWindows()
 {
+    const CallScope scope;
     // Listeners hear of ending applications here and may create or release windows, in which
-    // nothing starts any more.
+    // nothing starts any more; or shut the library down, which removes what is left.
+    const std::weak_ptr<const Life> life(life_);
     const bool wasClosing = std::exchange(closing_, true);
-    while (!windows_.empty()) {
+    while (!life.expired() && !windows_.empty()) {
         Window* const window = windows_.front();
         const Window::Hold hold(window);
-        policy_->releaseWindow();
-        windows_.pop_front();
         destroyWindow(window);
         window->endApplications();
     }
     // Whoever is working on a window that was removed before may outlive the listeners.
-    for (Window* window : std::vector<Window*>(departing_))
-        window->endApplications();
+    const auto isWaiting = [](Window* window) { return !window->getApplications().empty(); };
+    while (!life.expired()) {
+        const auto waiting = std::find_if(departing_.begin(), departing_.end(), isWaiting);
+        if (waiting == departing_.end())
+            break;
+        (*waiting)->endApplications();
+    }
+    if (life.expired())
+        return;
     freeOrphans();
-    closing_ = wasClosing;
+    if (!life.expired())
+        closing_ = wasClosing;
 }
 
 void WindowManager::close()
@@ -93,24 +108,32 @@ void WindowManager::close()
     removeAllWindows();
 }
 
+/// Takes a window out of the list; it is destroyed now, or when nobody holds it any more.
 void WindowManager::destroyWindow(Window* window)
 {
+    policy_->releaseWindow();
+    departing_.splice(departing_.end(), windows_,
+                      std::find(windows_.begin(), windows_.end(), window));
     if (broadcastWindow_ == window)
         broadcastWindow_ = nullptr;
-    departing_.push_back(window);
     window->release();
 }
 
 void WindowManager::freeOrphans()
 {
-    const CallScope scope;
-    while (!orphans_.empty()) {
-        Application* const application = orphans_.back();
-        orphans_.pop_back();
+    const std::weak_ptr<const Life> life(life_);
+    while (!life.expired() && !orphans_.empty()) {
+        Application* const application = orphans_.pop().release();
         if (getApplication(application->getID()) == application)
             unregisterApplication(application);
         CallScope::retire(application);
     }
+}
+
+Window* WindowManager::knownWindow(void* handle) const
+{
+    Window* const window = static_cast<Window*>(handle);
+    return windowExists(window) ? window : nullptr;
 }
 
 bool WindowManager::windowExists(const Window* window) const
@@ -189,14 +212,14 @@ void WindowManager::forgetApplication(Application* application)
 
 void WindowManager::adoptOrphan(Application* application)
 {
-    orphans_.push_back(application);
+    orphans_.push(std::unique_ptr<Application>(application));
 }
 
 void WindowManager::forgetWindow(Window* window)
 {
     for (auto entry = tavoWindows_.begin(); entry != tavoWindows_.end();)
         entry = entry->second == window ? tavoWindows_.erase(entry) : std::next(entry);
-    departing_.erase(std::remove(departing_.begin(), departing_.end(), window), departing_.end());
+    departing_.remove(window);
 }
 
 }  // namespace VestaHbbTV

@@ -5,9 +5,10 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <vector>
 
 #include "vesta_browser.h"
+
+#include "lifecycle/application_list.h"
 
 namespace VestaHbbTV {
 
@@ -21,7 +22,7 @@ class Window;
 class WindowManager {
 public:
     /// The one instance, created on first use.
-    static WindowManager* getInstance() { return instance ? instance : create(); }
+    static WindowManager* getInstance();
 
     WindowManager(const WindowManager&) = delete;
     WindowManager& operator=(const WindowManager&) = delete;
@@ -51,6 +52,9 @@ public:
 
     /// Whether the window is in the list; the two are the same.
     bool windowExists(const Window* window) const;
+
+    /// The window of a handle that came from outside; null for whatever is no window in the list.
+    Window* knownWindow(void* handle) const;
     bool handledWindow(const Window* window) const { return windowExists(window); }
 
     /// The serial of a window in the list; 0 for any other pointer.
@@ -99,22 +103,24 @@ public:
     static WindowManager* instance;
 
 private:
-    static WindowManager* create();
-
     WindowManager();
+
+    struct Life {};
 
     void destroyWindow(Window* window);
     void freeOrphans();
 
     std::list<Window*> windows_;
-    std::vector<Window*> departing_;  // out of the list, not yet destroyed
+    std::list<Window*> departing_;  // out of the list, not yet destroyed
     bool httpAvailable_ = true;
     bool closing_ = false;
     std::map<TAVO_VestaWindow*, Window*> tavoWindows_;
     std::map<unsigned long, Application*> applications_;
-    std::vector<Application*> orphans_;
+    ApplicationList orphans_;
     std::unique_ptr<ApplicationPolicy> policy_;
     Window* broadcastWindow_ = nullptr;
+    /// Tells whoever calls out and goes on whether the manager still exists.
+    std::shared_ptr<const Life> life_;
 };
 
 }  // namespace VestaHbbTV

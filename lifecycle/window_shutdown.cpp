@@ -2,6 +2,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
 #include "lifecycle/application.h"
@@ -20,10 +21,14 @@ const char module[] = "Window";
 
 void Window::terminateRunningApplication(bool destroyNow)
 {
-    const Hold hold(this);
     log(DEBUG, module, "terminateRunningApplication");
     if (state_ == RUNNING || state_ == TEARDOWN)
-        shutdownApplication(runningApplication_, destroyNow, false, true);
+        shutdown(runningApplication_, destroyNow ? atOnce : onALaterTick);
+}
+
+bool Window::shutdown(Application* application, const Ending& ending)
+{
+    return shutdownApplication(application, ending.destroyNow, ending.reactivate, ending.notify);
 }
 
 bool Window::shutdownApplication(Application* application, bool destroyNow, bool reactivate,
@@ -31,8 +36,14 @@ bool Window::shutdownApplication(Application* application, bool destroyNow, bool
 {
     const Hold hold(this);
     log(DEBUG, module, "VestaHbbTV::Window::shutdownApplication()");
-    if (!applicationExists(application) || application->isEnding())
+    if (!applicationExists(application))
         return false;
+    if (application->isEnding()) {
+        // Asked for once more from inside its end, which goes on and reports what was wanted.
+        if (notify)
+            application->wantStopNotice();
+        return false;
+    }
     if (!destroyNow)
         return queueShutdown(application, reactivate, notify);
     endNow(application, reactivate, notify);
@@ -53,33 +64,40 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
 {
     application->setEnding();  // what is called below may ask for the same end
     if (applicationExists(application->getParent()))
-        shutdownApplication(application->getParent(), true, false, true);
+        shutdown(application->getParent(), atOnce);
     if (!isMember(application))
         return;  // a listener shut the library down meanwhile
     tellPlugin(application);
+    if (!isMember(application))
+        return;  // so did the plugin
     unregisterApplication(application);
     if (application == runningApplication_)
         setRunningApplication(nullptr);
 
+    const unsigned long tables = tableChanges_;
     bool reactivateNow = reactivate && application->isBroadcastRelated() && !pendingApplication_ &&
                          !runningApplication_;
-    if (notify)
+    if (notify || application->isStopNoticeWanted())
         reactivateNow = notifyStop(application, reactivateNow);
     destroyApplication(application);
-    if (reactivateNow && !released_) {
+    // A listener may have put another table in force, which was activated then.
+    if (reactivateNow && !released_ && tables == tableChanges_) {
         log(LOG, module, "Reactivating AIT...");
         scheduleReactivateAIT(true);
     }
 }
 
+/// An end goes on also where there is no memory to report it.
 /// @return whether the table is to be activated again, after the listeners had their say
 bool Window::notifyStop(Application* application, bool reactivateNow)
 {
     int reactivateAIT = reactivateNow ? 1 : 0;
-    const std::string url = application->getURL().getFullUrl();
-    NotificationManager::broadcastIfAny(new StopApplicationNotification(
-        this, application->isBroadcastRelated(), application->getOrganisationId(),
-        application->getApplicationId(), url.c_str(), &reactivateAIT));
+    guarded([&] {
+        const std::string url = application->getURL().getFullUrl();
+        NotificationManager::broadcastIfAny(new StopApplicationNotification(
+            this, application->isBroadcastRelated(), application->getOrganisationId(),
+            application->getApplicationId(), url.c_str(), &reactivateAIT));
+    });
     return reactivateAIT != 0;
 }
 

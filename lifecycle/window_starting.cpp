@@ -1,5 +1,7 @@
 // From an entry of the table, or a URL, to a running application.
 
+#include <memory>
+
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "foundation/threadsafe_event_queue.h"
@@ -37,7 +39,6 @@ Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
 {
     const Hold hold(this);
     log(LOG, module, "Starting application from AITApplication.");
-    const AITApplicationReference keepsTable(entry);
     if (!mayStart(entry))
         return nullptr;
     const ref_ptr<AITApplicationTransport> chosen(
@@ -88,27 +89,32 @@ Application* Window::startBroadcastIndependentApplication(HbbTVURL url)
 
 Application* Window::createApplication(HbbTVURL url, AITApplication* entry)
 {
-    if (released_ || (manager_ && manager_->isClosing()) || !NotificationManager::instance ||
-        !ConfigurationManager::getCurrentQueue())
+    if (!mayCreateApplications())
         return nullptr;
     const Hold hold(this);
     const AITApplicationReference keptEntry(entry);
+    const unsigned long tables = tableChanges_;
+    // Whoever is called may release the window, and let an entry die whose table nobody counts, or
+    // put another table in force: what the former one signals is started no more.
+    const auto isOver = [&] {
+        return !mayCreateApplications() || (entry && (!keptEntry || tables != tableChanges_));
+    };
     if (runningApplication_)
         url.resolveRelativeUrl(HbbTVURL(runningApplication_->getURL()));
-
-    if (entry && !keptEntry)
+    if (isOver())
         return nullptr;
     const HBBTV_ApplicationActionType answer = askForStart(url, entry);
-    if (released_)
-        return nullptr;
-    if (answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL ||
-        answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP) {
+    const bool isBlocked = answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL ||
+                           answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP;
+    if (isBlocked && !released_ && (!entry || tables == tableChanges_))
         refuseStart(answer);
-        return nullptr;
-    }
-    if (entry && !keptEntry)
-        return nullptr;  // a table that nobody counts died while the listeners were asked
-    return makePending(url, entry);
+    return isBlocked || isOver() ? nullptr : makePending(url, entry, tables);
+}
+
+bool Window::mayCreateApplications() const
+{
+    return !released_ && !(manager_ && manager_->isClosing()) && NotificationManager::instance &&
+           ConfigurationManager::getCurrentQueue();
 }
 
 /// Asks the listeners whether an application may start.
@@ -144,26 +150,28 @@ void Window::refuseStart(HBBTV_ApplicationActionType answer)
         return;
     if (answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL) {
         log(DEBUG, module, "Killing running application.");
-        shutdownApplication(runningApplication_, false, false, true);
+        shutdown(runningApplication_, onALaterTick);
     } else {
         log(DEBUG, module, "Leaving running application.");
-        state_ = RUNNING;
+        enter(RUNNING);
     }
 }
 
-Application* Window::makePending(const HbbTVURL& url, AITApplication* entry)
+/// @param tables how often the table had changed when the start began
+Application* Window::makePending(const HbbTVURL& url, AITApplication* entry, unsigned long tables)
 {
     // Its creation already tells listeners something.
-    Application* const application = new Application(this, url, entry);
+    auto application = std::make_unique<Application>(this, url, entry);
     ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
-    if (released_ || !queue || !isMember(application)) {
+    if (released_ || !queue || (entry && tables != tableChanges_)) {
         log(DEBUG, module, "createApplication(): Failed to create new application.");
-        CallScope::retire(application);  // no window's yet, whatever the listeners did
+        CallScope::retire(application.release());  // no window's yet, whatever the listeners did
         return nullptr;
     }
-    setPendingApplication(application);
-    queue->add(new StartApplicationEvent(this, application));
-    return application;
+    auto start = std::make_unique<StartApplicationEvent>(this, application.get());
+    setPendingApplication(application.get());
+    queue->add(start.release());
+    return application.release();
 }
 
 void Window::startPendingApplication(Application* application)
@@ -177,30 +185,25 @@ void Window::startPendingApplication(Application* application)
         return;
     }
     unsetPendingApplication();
-    const bool replacesRunning = !application->getParent();
+    // Whoever started last stays: a listener may start another one wherever it is called.
+    const Application* const former = runningApplication_;
+    const auto isSuperseded = [&] { return runningApplication_ && runningApplication_ != former; };
     settleRunningApplication(application);
-    const Application* const kept = replacesRunning ? nullptr : runningApplication_;
     if (released_)
         return;  // the application goes with the window
-    if (!application->init() || !application->getTavoWindow()) {
-        log(WARN, module, "startPendingApplication(): Failed to initialize application.");
-        abortStart(application);
+    if (isSuperseded()) {
+        destroyApplication(application);
         return;
     }
-    if (isReplacedBy(application, kept))
-        settleRunningApplication(application);  // a listener has started one meanwhile
-    if (isReplacedBy(application, kept))
-        destroyApplication(application);  // and another one at once: that one stays
-    else if (!released_)
+    const bool isInitialized = application->init() && application->getTavoWindow();
+    if (!isInitialized) {
+        log(WARN, module, "startPendingApplication(): Failed to initialize application.");
+        abortStart(application);
+    } else if (isSuperseded()) {
+        destroyApplication(application);
+    } else if (!released_) {
         run(application);
-}
-
-/// Whether the start of an application would drop a running one that nobody expects.
-/// @param kept the one that may run on behind it
-bool Window::isReplacedBy(const Application* application, const Application* kept) const
-{
-    return !released_ && !application->getParent() && runningApplication_ &&
-           runningApplication_ != kept;
+    }
 }
 
 /// A running application makes room for its successor, or stays behind it as its parent.
@@ -221,19 +224,21 @@ void Window::settleRunningApplication(Application* successor)
     log(LOG, module, "Shutting down existing application.");
     const bool isRestart = running->getOrganisationId() == successor->getOrganisationId() &&
                            running->getApplicationId() == successor->getApplicationId();
-    shutdownApplication(running, true, false, !isRestart);
+    shutdown(running, isRestart ? atOnceInSilence : atOnce);
 }
 
 /// An application that got no browser window is in no map: it is freed here, silently.
 void Window::abortStart(Application* application)
 {
     if (!tryRestoreParentApplication(application))
-        shutdownApplication(application, true, false, true);
+        shutdown(application, atOnce);
     destroyApplication(application);
 }
 
 void Window::run(Application* application)
 {
+    Application* const displaced = getApplication(application->getTavoWindow());
+    const unsigned long displacedId = displaced ? displaced->getID() : 0;
     registerApplication(application);
     if (manager_)
         manager_->registerTavoWindow(application->getTavoWindow(), this);
@@ -241,6 +246,17 @@ void Window::run(Application* application)
     if (manager_)
         manager_->registerApplication(application);
     application->loadInitialPage();
+    endDisplaced(displacedId);
+}
+
+/// A listener gave the browser window of another application: what it showed ends, and the browser
+/// window stays with the newcomer.
+/// @param id of the former application; 0 when there was none
+void Window::endDisplaced(unsigned long id)
+{
+    Application* const displaced = id ? findApplication(id) : nullptr;
+    if (displaced && !applicationExists(displaced) && !displaced->isEnding())
+        endNow(displaced, false, true);
 }
 
 bool Window::tryRestoreParentApplication(Application* application)
@@ -254,9 +270,9 @@ bool Window::tryRestoreParentApplication(Application* application)
     if (!applicationExists(parent))
         return false;                            // the scripts' plugin ended it in return
     if (runningApplication_ == formerlyRunning)  // else it started another in return
-        setRunningApplication(parent);
+        runAgain(parent);
     application->setParent(nullptr);
-    shutdownApplication(application, false, false, true);
+    shutdown(application, onALaterTick);
     return true;
 }
 

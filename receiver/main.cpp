@@ -1,6 +1,10 @@
 // The reference receiver: the smallest complete integration of the application manager.
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -11,9 +15,12 @@
 
 #include "receiver/carousel/extraction.h"
 #include "receiver/console/line_input.h"
+#include "receiver/console/piped_input.h"
+#include "receiver/console/signal_watch.h"
 #include "receiver/integration/log_bridge.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
+#include "receiver/text/printable.h"
 
 namespace {
 
@@ -27,24 +34,80 @@ bool usesColour()
     return ::isatty(STDOUT_FILENO) && !(refusal && *refusal) && !isDumb;
 }
 
-std::optional<std::vector<std::string>> readLines(const std::string& path)
+std::vector<std::string> readLines(std::istream& stream)
 {
-    std::error_code problem;
-    std::ifstream file;
-    if (!std::filesystem::is_directory(path, problem))
-        file.open(path);
-    if (!file.is_open())
-        return std::nullopt;
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
     return lines;
 }
 
+/// @param path "-" for standard input
+std::optional<std::vector<std::string>> readScript(const std::string& path)
+{
+    if (path == "-")
+        return readLines(std::cin);
+    std::error_code problem;
+    std::ifstream file;
+    if (!std::filesystem::is_directory(path, problem))
+        file.open(path);
+    return file.is_open() ? std::optional(readLines(file)) : std::nullopt;
+}
+
 int complain(const std::string& problem, ExitCode code)
 {
-    std::cerr << "vesta_receiver: " << problem << "\n";
+    std::cerr << "vesta_receiver: " << printable(problem) << "\n";
     return code;
+}
+
+/// A standard stream that the caller closed stays closed: no file may get its number.
+void reserveStandardStreams()
+{
+    int lowest = ::open("/dev/null", O_RDONLY);
+    while (lowest >= 0 && lowest <= STDERR_FILENO)
+        lowest = ::open("/dev/null", O_RDONLY);
+    if (lowest >= 0)
+        ::close(lowest);
+}
+
+/// Text that was asked for on the command line.
+int answer(const std::string& text)
+{
+    std::cout << text << std::flush;
+    return std::cout
+               ? exitSuccess
+               : complain(std::string("standard output: ") + std::strerror(errno), exitUnreadable);
+}
+
+/// Nobody wants to hear at the end of a long stream that the output was never possible.
+std::string problemOf(const Options& options)
+{
+    for (const Site& site : options.sites) {
+        if (std::string problem = receiver::problemOf(site); !problem.empty())
+            return "--site: " + problem;
+    }
+    if (options.extract.empty())
+        return "";
+    std::error_code problem;
+    std::filesystem::create_directories(options.extract, problem);
+    const bool isWritable = !problem && ::access(options.extract.c_str(), W_OK | X_OK) == 0;
+    return isWritable ? "" : options.extract + ": cannot be written";
+}
+
+/// @return what standard input is, for a session without a script
+Session::Commander commanderOf(const Options& options)
+{
+    if (!options.script.empty() || options.middleware.input == "-")
+        return Session::Commander::None;
+    return ::isatty(STDIN_FILENO) ? Session::Commander::Person : Session::Commander::Program;
+}
+
+int extract(Middleware& middleware, const std::string& folder, EventLog& log, int code)
+{
+    const bool hasPlayed = middleware.statistics().packets != 0;
+    if (folder.empty() || !hasPlayed || extractFiles(middleware.carousels(), folder, log))
+        return code;
+    return complain(folder + ": not all files could be written", exitUnreadable);
 }
 
 int play(const Options& options, EventLog& log)
@@ -53,52 +116,72 @@ int play(const Options& options, EventLog& log)
     Middleware middleware(options.middleware, log, doorbell);
     ConsoleBrowser browser(log, options.sites);
     Platform platform(middleware.carousels(), log);
-    Integrator integrator(log, browser);
+    Integrator integrator(log, browser, &middleware.tableBook());
     Session session(log, middleware, doorbell, browser, integrator);
-
-    std::optional<LineInput> input;
+    session.setDuration(options.duration);
     if (!options.script.empty()) {
-        const auto lines = readLines(options.script);
+        const std::string name = options.script == "-" ? "standard input" : options.script;
+        const auto lines = readScript(options.script);
         if (!lines)
-            return complain(options.script + ": cannot be read", exitUnreadable);
-        const std::string problem = session.setScript(options.script, *lines);
+            return complain(name + ": cannot be read", exitUnreadable);
+        const std::string problem = session.setScript(name, *lines);
         if (!problem.empty())
             return complain(problem, exitUsage);
-    } else if (options.middleware.input != "-" && ::isatty(STDIN_FILENO)) {
-        session.setInteractive(true);
-        input.emplace(session, log);
     }
+
+    const SignalWatch signals([&](const std::string& name) {
+        log.report(Source::Receiver, "signal", name + ": the receiver is to end");
+        session.quit();
+    });
+    const Session::Commander commander = commanderOf(options);
+    session.setCommander(commander);
+    std::optional<LineInput> typed;
+    std::optional<PipedInput> piped;
+    if (commander == Session::Commander::Person)
+        typed.emplace(session, log);
+    else if (commander == Session::Commander::Program)
+        piped.emplace(session, STDIN_FILENO);
     const int code = session.run();
-    input.reset();
+    typed.reset();
+    piped.reset();
     if (code != exitSuccess)
-        std::cerr << "vesta_receiver: " << session.problem() << "\n";
-    if (options.extract.empty() || code == exitUnreadable)
-        return code;
-    if (extractFiles(middleware.carousels(), options.extract, log))
-        return code;
-    return complain(options.extract + ": not all files could be written", exitUnreadable);
+        complain(session.problem(), ExitCode(code));
+    return extract(middleware, options.extract, log, code);
+}
+
+/// As far as it could be written.
+int playAndLog(const Options& options)
+{
+    EventLog log(std::cout, usesColour());
+    if (!options.trace.empty() && !log.openTrace(options.trace))
+        return complain(options.trace + ": cannot be written", exitUnreadable);
+    if (options.logLevel)
+        VestaHbbTV::Logging::getInstance()->addOutput(new LogBridge(*options.logLevel, log));
+    const int code = play(options, log);
+    delete VestaHbbTV::Logging::getInstance();
+    const bool isUnwritten = code == exitSuccess && !log.problem().empty();
+    return isUnwritten ? complain(log.problem(), exitUnreadable) : code;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    reserveStandardStreams();
+    // Output that nobody reads any more is output that cannot be written.
+    std::signal(SIGPIPE, SIG_IGN);
     std::string problem;
     std::optional<Options> options = parseOptions(argc, argv, problem);
     if (!options)
         return complain(problem + " (--help lists the options)", exitUsage);
-    if (options->help) {
-        std::cout << usage();
-        return exitSuccess;
-    }
-    const bool isTyped = options->script.empty() && ::isatty(STDIN_FILENO);
+    if (options->help)
+        return answer(usage());
+    if (options->version)
+        return answer(versionText());
+    problem = problemOf(*options);
+    if (!problem.empty())
+        return complain(problem, exitUnreadable);
+    const bool isTyped = commanderOf(*options) == Session::Commander::Person;
     options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
-    EventLog log(std::cout, usesColour());
-    if (!options->trace.empty() && !log.openTrace(options->trace))
-        return complain(options->trace + ": cannot be written", exitUnreadable);
-    if (options->logLevel)
-        VestaHbbTV::Logging::getInstance()->addOutput(new LogBridge(*options->logLevel, log));
-    const int code = play(*options, log);
-    delete VestaHbbTV::Logging::getInstance();
-    return code;
+    return playAndLog(*options);
 }

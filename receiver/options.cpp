@@ -21,7 +21,9 @@ enum Option : int {
     traceOption,
     extractOption,
     limitOption,
-    carouselOption
+    carouselOption,
+    durationOption,
+    versionOption
 };
 
 const option longOptions[] = {
@@ -36,6 +38,8 @@ const option longOptions[] = {
     {"extract", required_argument, nullptr, extractOption},
     {"carousel-limit", required_argument, nullptr, limitOption},
     {"carousel-pid", required_argument, nullptr, carouselOption},
+    {"duration", required_argument, nullptr, durationOption},
+    {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -83,6 +87,15 @@ std::string takeSpeed(const std::string& text, Options& options)
     return "";
 }
 
+std::string takeDuration(const std::string& text, Options& options)
+{
+    const std::optional<double> seconds = positiveNumber(text);
+    if (!seconds)
+        return "--duration wants seconds such as 60 or 0.5, not " + text;
+    options.duration = *seconds;
+    return "";
+}
+
 std::string takeLimit(const std::string& text, Options& options)
 {
     const std::optional<uint32_t> mebibytes = wholeNumber(text, 2048);
@@ -117,6 +130,9 @@ std::string takeOption(int name, const std::string& value, Options& options)
     case helpOption:
         options.help = true;
         return "";
+    case versionOption:
+        options.version = true;
+        return "";
     case scriptOption:
         options.script = value;
         return "";
@@ -139,6 +155,8 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return takeLogLevel(value, options);
     case carouselOption:
         return takeCarousel(value, options);
+    case durationOption:
+        return takeDuration(value, options);
     case limitOption:
         return takeLimit(value, options);
     default:
@@ -165,7 +183,7 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
         if (!problem.empty())
             return std::nullopt;
     }
-    if (options.help)
+    if (options.help || options.version)
         return options;
     if (optind + 1 != argc) {
         problem = optind == argc ? "which transport stream?" : "one transport stream at a time";
@@ -174,6 +192,8 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
     options.middleware.input = argv[optind];
     if (options.middleware.loop && options.middleware.input == "-")
         problem = "--loop wants a file: standard input cannot be played again";
+    else if (options.script == "-" && options.middleware.input == "-")
+        problem = "standard input cannot be both the script and the stream";
     return problem.empty() ? std::optional<Options>(options) : std::nullopt;
 }
 
@@ -184,23 +204,33 @@ std::string usage()
            "Plays a transport stream (a file, or - for standard input) and runs the HbbTV\n"
            "applications that it signals in a browser on the console.\n"
            "\n"
-           "  -s, --script FILE          run the commands of a file, a line each, then end\n"
+           "  -s, --script FILE          run the commands of a file (- for standard input), a "
+           "line\n"
+           "                             each, then end\n"
            "      --service ID           tune to this service first (else the first with "
            "applications)\n"
            "      --site PREFIX=FOLDER   answer URLs that begin with PREFIX from a folder\n"
            "      --speed FACTOR         times real time, by the stream's clock (else: at once)\n"
            "      --loop                 play a file again and again\n"
+           "      --duration SECONDS     end after so long, as quit does\n"
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"
            "      --extract FOLDER       write the carousels' files to a folder at the end\n"
            "      --carousel-pid PID[:TAG]\n"
            "                             read this PID as a carousel, whatever the tables say\n"
            "      --carousel-limit MIB   memory of all carousels together (else 64)\n"
+           "      --version              the program's version\n"
            "  -h, --help                 this text\n"
            "\n"
-           "Without a script, and with a terminal, commands are typed; help lists them.\n"
+           "Without a script commands come from standard input, typed or piped; help lists them.\n"
+           "SIGINT, SIGTERM and SIGHUP end it as quit does; the second one at once.\n"
            "Exit codes: 0 success, 1 wrong usage, 2 unreadable input or unwritable output,\n"
            "3 a script's expectation was not met.\n";
+}
+
+std::string versionText()
+{
+    return "vesta_receiver " VESTA_VERSION "\n";
 }
 
 }  // namespace receiver

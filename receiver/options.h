@@ -15,18 +15,21 @@ namespace receiver {
 struct Options {
     MiddlewareOptions middleware;
     std::vector<Site> sites;
-    std::string script;   ///< empty: none
+    std::string script;   ///< empty: none; "-" for standard input
     std::string trace;    ///< empty: none
     std::string extract;  ///< empty: no
     std::optional<VestaHbbTV::LogLevel> logLevel;
+    double duration = 0;  ///< seconds; 0: as long as it takes
     bool help = false;
+    bool version = false;
 };
 
 /// @param problem receives an error for people @return nothing where there is one
 std::optional<Options> parseOptions(int argc, char** argv, std::string& problem);
 
-/// What --help shows.
+/// What --help and --version show.
 std::string usage();
+std::string versionText();
 
 }  // namespace receiver
 

@@ -1,5 +1,6 @@
 #include "receiver/session.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -11,6 +12,16 @@
 namespace receiver {
 
 using namespace VestaHbbTV;
+
+namespace {
+
+Doorbell::Clock::duration clockTime(double seconds)
+{
+    return std::chrono::duration_cast<Doorbell::Clock::duration>(
+        std::chrono::duration<double>(seconds));
+}
+
+}  // namespace
 
 Session::Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, ConsoleBrowser& browser,
                  Integrator& integrator)
@@ -33,8 +44,8 @@ std::string Session::setScript(std::string name, std::vector<std::string> lines)
 void Session::postLine(std::string line)
 {
     {
-        const std::lock_guard<std::mutex> lock(typedMutex_);
-        typed_.push_back(std::move(line));
+        const std::lock_guard<std::mutex> lock(postedMutex_);
+        posted_.push_back(std::move(line));
     }
     doorbell_.ring();
 }
@@ -42,9 +53,15 @@ void Session::postLine(std::string line)
 void Session::endOfInput()
 {
     {
-        const std::lock_guard<std::mutex> lock(typedMutex_);
+        const std::lock_guard<std::mutex> lock(postedMutex_);
         inputEnded_ = true;
     }
+    doorbell_.ring();
+}
+
+void Session::quit()
+{
+    quit_ = true;
     doorbell_.ring();
 }
 
@@ -69,10 +86,13 @@ int Session::run()
     if (!problem_.empty())
         return exitUnreadable;
     startLibrary();
+    if (durationSeconds_ > 0)
+        end_ = Doorbell::Clock::now() + clockTime(durationSeconds_);
     middleware_.start();
     while (!quit_) {
         settle();
-        if (runNextLine())
+        integrator_.reportStartsThatCameToNothing();
+        if (isDue() || runNextLine())
             continue;
         if (quit_ || (middleware_.hasEnded() && endWithStream()))
             continue;
@@ -85,8 +105,19 @@ int Session::run()
     return exitCode_;
 }
 
-/// What the end of the stream means; a person may still want to look around.
-/// @return whether there is more to do than to wait for that person
+/// Whether there is no more to do: the time is up, or nobody can see what is done.
+bool Session::isDue()
+{
+    const std::string problem = log_.problem();
+    if (!problem.empty())
+        fail(exitUnreadable, problem);
+    else if (end_ && Doorbell::Clock::now() >= *end_)
+        quit_ = true;
+    return quit_;
+}
+
+/// What the end of the stream means; whoever gives commands may still want to look around.
+/// @return whether there is more to do than to wait for that commander
 bool Session::endWithStream()
 {
     const std::string problem = middleware_.error();
@@ -94,10 +125,10 @@ bool Session::endWithStream()
         fail(exitUnreadable, problem);
     else if (wait_)
         giveUpWaiting("the stream ended before " + wait_->what);
-    else if (interactive_)
+    else if (mayHearMore())
         return false;
     else if (middleware_.lacksWantedService())
-        fail(exitUsage, "no such service in the stream");
+        fail(exitUsage, middleware_.lack());
     else
         quit_ = true;
     return true;
@@ -113,7 +144,7 @@ void Session::settle()
 /// @return whether there was a line to run
 bool Session::runNextLine()
 {
-    return !isWaiting() && !quit_ && (runScriptLine() || runTypedLine());
+    return !isWaiting() && !quit_ && (runScriptLine() || runPostedLine());
 }
 
 bool Session::isWaiting()
@@ -134,34 +165,55 @@ bool Session::isWaiting()
 bool Session::runScriptLine()
 {
     if (nextLine_ >= script_.size()) {
-        // A script is a whole session: nothing is left to do behind its last line.
+        // A script is a whole session: nothing is left to do after its last line.
         quit_ = quit_ || !scriptName_.empty();
         return false;
     }
     const size_t line = ++nextLine_;
-    const Outcome outcome = runCommand(*this, script_[line - 1]);
-    if (!outcome)
-        fail(outcome.kind == Outcome::Kind::WrongUsage ? exitUsage : exitExpectation,
-             placeOf(line) + outcome.text);
+    if (const Outcome outcome = runCommand(*this, script_[line - 1]); !outcome)
+        failAt(line, outcome);
     return true;
 }
 
-bool Session::runTypedLine()
+bool Session::runPostedLine()
 {
-    std::string line;
-    {
-        const std::lock_guard<std::mutex> lock(typedMutex_);
-        if (typed_.empty()) {
-            quit_ = quit_ || inputEnded_;
-            return false;
-        }
-        line = std::move(typed_.front());
-        typed_.pop_front();
-    }
-    const Outcome outcome = runCommand(*this, line);
-    if (!outcome)
-        log_.print(outcome.text + "\n");
+    const std::optional<std::string> line = takePostedLine();
+    if (!line)
+        return false;
+    const Outcome outcome = runCommand(*this, *line);
+    if (!outcome && commander_ == Commander::Program)
+        failAt(nextLine_, outcome);
+    else if (!outcome)
+        log_.print({outcome.text});
     return true;
+}
+
+/// Nothing when there is none; then the end of the input may be the session's, too.
+std::optional<std::string> Session::takePostedLine()
+{
+    const std::lock_guard<std::mutex> lock(postedMutex_);
+    if (posted_.empty()) {
+        const bool wasCommanded = commander_ == Commander::Person || nextLine_ > 0;
+        quit_ = quit_ || (inputEnded_ && wasCommanded);
+        return std::nullopt;
+    }
+    std::string line = std::move(posted_.front());
+    posted_.pop_front();
+    ++nextLine_;
+    return line;
+}
+
+/// Whether commands may still come.
+bool Session::mayHearMore()
+{
+    const std::lock_guard<std::mutex> lock(postedMutex_);
+    return commander_ != Commander::None && !(inputEnded_ && posted_.empty());
+}
+
+void Session::failAt(size_t line, const Outcome& outcome)
+{
+    fail(outcome.kind == Outcome::Kind::WrongUsage ? exitUsage : exitExpectation,
+         placeOf(line) + outcome.text);
 }
 
 void Session::giveUpWaiting(const std::string& why)
@@ -171,7 +223,7 @@ void Session::giveUpWaiting(const std::string& why)
     if (line != 0)
         fail(exitExpectation, placeOf(line) + why);
     else
-        log_.print(why + "\n");
+        log_.print({why});
 }
 
 /// Ends the session.
@@ -185,20 +237,22 @@ void Session::fail(ExitCode code, const std::string& problem)
 
 std::string Session::placeOf(size_t line) const
 {
-    return scriptName_ + ":" + std::to_string(line) + ": ";
+    const std::string name = scriptName_.empty() ? "standard input" : scriptName_;
+    return name + ":" + std::to_string(line) + ": ";
 }
 
 void Session::waitFor(std::string what, std::function<bool()> condition, double seconds)
 {
-    const auto patience = std::chrono::duration_cast<Doorbell::Clock::duration>(
-        std::chrono::duration<double>(seconds));
-    const size_t line = interactive_ ? 0 : nextLine_;
-    wait_ = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + patience, line};
+    const size_t line = commander_ == Commander::Person ? 0 : nextLine_;
+    wait_ = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + clockTime(seconds),
+                 line};
 }
 
 std::optional<Doorbell::Clock::time_point> Session::deadline() const
 {
-    return wait_ ? std::optional<Doorbell::Clock::time_point>(wait_->deadline) : std::nullopt;
+    if (!wait_)
+        return end_;
+    return end_ ? std::min(*end_, wait_->deadline) : wait_->deadline;
 }
 
 const Integrator::RunningApplication* Session::currentApplication() const

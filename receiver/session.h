@@ -2,6 +2,7 @@
 #ifndef VESTA_RECEIVER_SESSION_H
 #define VESTA_RECEIVER_SESSION_H
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -18,6 +19,8 @@
 
 namespace receiver {
 
+struct Outcome;
+
 /// The program's exit codes.
 enum ExitCode : int {
     exitSuccess = 0,
@@ -26,8 +29,8 @@ enum ExitCode : int {
     exitExpectation = 3  ///< a script's expectation was not met
 };
 
-/// One run of the receiver, from tuning in to the clean end. Everything but postLine() and
-/// endOfInput() belongs to the thread that calls run().
+/// One run of the receiver, from tuning in to the clean end. Everything but postLine(),
+/// endOfInput() and quit() belongs to the thread that calls run().
 class Session {
 public:
     /// @param log, middleware, doorbell, browser, integrator borrowed
@@ -41,16 +44,28 @@ public:
     /// @return the first such line with its number; empty for success
     std::string setScript(std::string name, std::vector<std::string> lines);
 
-    /// Whether to wait for postLine() when there is nothing else to do.
-    void setInteractive(bool interactive) { interactive_ = interactive; }
+    /// Who else tells the session what to do, by postLine(). It is waited for as long as it may.
+    enum class Commander {
+        None,
+        Person,  ///< whose mistakes are said, and who ends the session with the input
+        Program  ///< whose lines are a script's: the first that fails ends the session, so does the
+                 ///< last; without any the stream is played to its end
+    };
+    void setCommander(Commander commander) { commander_ = commander; }
 
-    /// Any thread: a line that a person typed, and that no more will come.
+    /// Any thread: a line of the commander's, and that no more will come.
     void postLine(std::string line);
     void endOfInput();
+
+    /// Ends the session so long after its beginning, as quit() does.
+    void setDuration(double seconds) { durationSeconds_ = seconds; }
 
     /// Runs until a command, the script's end or the end of the stream ends it.
     /// @return an ExitCode
     int run();
+
+    /// Any thread: ends the session, a success if nothing has failed.
+    void quit();
 
     /// Why run() did not return exitSuccess, for people.
     const std::string& problem() const { return problem_; }
@@ -62,7 +77,6 @@ public:
     ConsoleBrowser& browser() { return browser_; }
     Integrator& integrator() { return integrator_; }
     void* window() const { return window_; }
-    void quit() { quit_ = true; }
 
     /// The next command waits until the condition holds.
     /// @param what for the message when it does not in time
@@ -81,18 +95,22 @@ private:
         std::string what;
         std::function<bool()> condition;
         Doorbell::Clock::time_point deadline;
-        size_t line;  ///< of the script; 0 for one that a person typed
+        size_t line;  ///< of the script or program; 0 for one that a person typed
     };
 
     void startLibrary();
     void settle();
     bool runNextLine();
     bool runScriptLine();
-    bool runTypedLine();
+    bool runPostedLine();
+    std::optional<std::string> takePostedLine();
+    bool mayHearMore();
     bool isWaiting();
     bool endWithStream();
     void giveUpWaiting(const std::string& why);
+    void failAt(size_t line, const Outcome& outcome);
     void fail(ExitCode code, const std::string& problem);
+    bool isDue();
     std::string placeOf(size_t line) const;
     std::optional<Doorbell::Clock::time_point> deadline() const;
 
@@ -106,13 +124,15 @@ private:
     std::vector<std::string> script_;
     size_t nextLine_ = 0;
     std::optional<Wait> wait_;
-    bool interactive_ = false;
-    bool quit_ = false;
+    Commander commander_ = Commander::None;
+    double durationSeconds_ = 0;  // 0: as long as it takes
+    std::optional<Doorbell::Clock::time_point> end_;
+    std::atomic<bool> quit_{false};
     ExitCode exitCode_ = exitSuccess;
     std::string problem_;
 
-    std::mutex typedMutex_;
-    std::deque<std::string> typed_;
+    std::mutex postedMutex_;
+    std::deque<std::string> posted_;
     bool inputEnded_ = false;
 };
 

@@ -33,28 +33,26 @@ const Scheme& schemeOf(std::string_view url)
     return found == std::end(schemes) ? noScheme : *found;
 }
 
-// Deliberate: the host starts where it would if the scheme stood at the front. A URL in which a
-// scheme occurs is at least as long as the scheme, so the start is never past the end.
-std::string_view hostOf(std::string_view url, const Scheme& scheme)
+std::string_view hostFrom(std::string_view url, size_t begin)
 {
-    url.remove_prefix(scheme.text.size());
+    url.remove_prefix(begin);
     const std::string_view hostAndPort = url.substr(0, url.find('/'));
     return hostAndPort.substr(0, hostAndPort.find(':'));
 }
 
-/// How many characters of the URL its origin has.
-size_t originLength(std::string_view url)
+// Deliberate: the host starts where it would if the scheme stood at the front. A URL in which a
+// scheme occurs is at least as long as the scheme, so the start is never past the end.
+std::string_view hostOf(std::string_view url, const Scheme& scheme)
 {
-    const Scheme& scheme = schemeOf(url);
+    return hostFrom(url, scheme.text.size());
+}
+
+/// How many characters of the URL its origin has.
+size_t originLength(std::string_view url, const Scheme& scheme)
+{
     if (scheme.protocol == noScheme.protocol)
         return url.size();
     return std::min(url.find('/', scheme.text.size()), url.size());
-}
-
-bool isOfHostOrDVB(std::string_view entry, std::string_view host)
-{
-    const Scheme& scheme = schemeOf(entry);
-    return hostOf(entry, scheme) == host || scheme.protocol == dvbProtocol;
 }
 
 }  // namespace
@@ -79,21 +77,47 @@ std::string ApplicationDomain::extractHostName(std::string& url) const
 
 std::string ApplicationDomain::removePath(std::string& url) const
 {
-    return url.substr(0, originLength(url));
+    return url.substr(0, originLength(url, schemeOf(url)));
 }
 
 bool ApplicationDomain::addBoundaryExtension(std::string url)
 {
-    if (!startsWith(url, dvbPrefix)) {
-        const std::string_view host = hostOf(url, schemeOf(url));
-        for (const std::string& entry : entries_) {
-            if (!isOfHostOrDVB(entry, host))
-                return false;
-        }
-    }
-    url.resize(originLength(url));
+    const Scheme* scheme = &schemeOf(url);
+    if (!startsWith(url, dvbPrefix) && !admits(hostOf(url, *scheme)))
+        return false;
+    url.resize(originLength(url, *scheme));
+    if (!startsWith(url, scheme->text))
+        scheme = &schemeOf(url);  // it may have gone with the path
     entries_.push_back(std::move(url));
+    if (scheme->protocol != dvbProtocol)
+        rememberHost(scheme->text.size());
     return true;
+}
+
+/// Whether every entry has this host or is a dvb:// origin.
+bool ApplicationDomain::admits(std::string_view host) const
+{
+    return hosts_ == Hosts::NONE || (hosts_ == Hosts::ONE && host == sharedHost());
+}
+
+std::string_view ApplicationDomain::sharedHost() const
+{
+    return std::string_view(entries_[hostEntry_]).substr(hostBegin_, hostLength_);
+}
+
+/// @param begin where the host of the last entry begins
+void ApplicationDomain::rememberHost(size_t begin)
+{
+    const std::string_view host = hostFrom(entries_.back(), begin);
+    if (hosts_ != Hosts::NONE) {
+        if (!admits(host))
+            hosts_ = Hosts::SEVERAL;
+        return;
+    }
+    hosts_ = Hosts::ONE;
+    hostEntry_ = static_cast<uint32_t>(entries_.size() - 1);
+    hostBegin_ = static_cast<uint32_t>(begin);
+    hostLength_ = static_cast<uint32_t>(host.size());
 }
 
 bool ApplicationDomain::extendDomain(ApplicationDomain& other)
@@ -115,8 +139,8 @@ void ApplicationDomain::parseSimpleApplicationBoundaryExtensionDescriptor(
     const unsigned char* descriptor)
 {
     if (descriptor)
-        parseSimpleApplicationBoundaryExtensionDescriptor(descriptor,
-                                                          descriptorHeaderSize + descriptor[1]);
+        parseSimpleApplicationBoundaryExtensionDescriptor(
+            descriptor, descriptorHeaderSize + descriptor[1] + size_t{1});
 }
 
 // simple_application_boundary_descriptor(): ETSI TS 102 809, 5.3.8.

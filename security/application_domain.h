@@ -3,7 +3,9 @@
 #define VESTA_SECURITY_APPLICATION_DOMAIN_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VestaHbbTV {
@@ -48,9 +50,9 @@ public:
     /// @return whether at least one entry was added
     bool extendDomain(ApplicationDomain& other);
 
-    /// Adds the extensions of a simple application boundary descriptor that stands alone. It trusts
-    /// the descriptor's own length and reads nothing behind it: same as the other overload with
-    /// `available` = 2 + descriptor_length.
+    /// Adds the extensions of a simple application boundary descriptor whose surroundings are not
+    /// known: same as the other overload with `available` = 2 + descriptor_length + 1. So while
+    /// extensions are missing, the byte just past the descriptor is read; no byte after that one.
     /// @param descriptor at its tag, which is not checked; borrowed for the call; null adds nothing
     void parseSimpleApplicationBoundaryExtensionDescriptor(const unsigned char* descriptor);
 
@@ -69,8 +71,24 @@ public:
     /// The entries in the order in which they were added; valid until the next one is added.
     const std::vector<std::string>& getEntries() const { return entries_; }
 
+    /// Gives back the memory that is kept for further entries.
+    void releaseSpareMemory() { entries_.shrink_to_fit(); }
+
 private:
+    /// What the entries that are no dvb:// origins have as their hosts. More than one comes about
+    /// where a path decided on the host of a URL and is not part of its origin.
+    enum class Hosts : uint8_t { NONE, ONE, SEVERAL };
+
+    bool admits(std::string_view host) const;
+    std::string_view sharedHost() const;
+    void rememberHost(size_t begin);
+
     std::vector<std::string> entries_;
+    /// Where the one host stands: an entry, and a part of it. No view, since entries move.
+    uint32_t hostEntry_ = 0;
+    uint32_t hostBegin_ = 0;
+    uint32_t hostLength_ = 0;
+    Hosts hosts_ = Hosts::NONE;
 };
 
 }  // namespace VestaHbbTV

@@ -89,20 +89,19 @@ bool AIT::parseCommonDescriptorsLoop(const unsigned char* data, unsigned short l
 
 bool AIT::parseCommonDescriptorsLoop(ByteReader loop)
 {
-    while (!loop.empty()) {
-        const uint8_t tag = loop.u8();
-        const uint8_t length = loop.u8();
-        const ByteReader payload = loop.take(length);
-        if (!loop.ok())
-            return false;
-        if (tag != transportProtocolTag)
-            continue;
-        ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
-        if (!transport->isRemote())
-            transport->setService(originalNetworkId_, transportStreamId_, serviceId_);
-        insertCommonTransport(std::move(transport));
-    }
-    return true;
+    return forEachDescriptor(loop, [this](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        if (tag == transportProtocolTag)
+            addCommonTransport(payload);
+        return true;
+    });
+}
+
+void AIT::addCommonTransport(ByteReader payload)
+{
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport(payload));
+    if (!transport->isRemote())
+        transport->setService(originalNetworkId_, transportStreamId_, serviceId_);
+    insertCommonTransport(std::move(transport));
 }
 
 /// @param section begins with the application loop, which is known to end within it
@@ -194,8 +193,10 @@ AITApplication* AIT::findSignalled(size_t from, AITApplication::ControlCode code
     for (size_t i = from; i < applications_.size(); ++i) {
         AITApplication* const application = applications_[i].get();
         if (application->isSignalledWith(code) &&
-            application->getFirstAvailableTransport(httpAvailable))
+            application->getFirstAvailableTransport(httpAvailable)) {
+            lastFound_ = i;
             return application;
+        }
     }
     return nullptr;
 }
@@ -205,9 +206,12 @@ bool AIT::isHandledAITApplication(const AITApplication* application) const
     return placeOf(application) < applications_.size();
 }
 
-/// The number of applications for one that is not in the list.
+/// The number of applications for one that is not in the list. It may be any pointer, so it is not
+/// asked for its place.
 size_t AIT::placeOf(const AITApplication* application) const
 {
+    if (lastFound_ < applications_.size() && applications_[lastFound_].get() == application)
+        return lastFound_;
     size_t place = 0;
     while (place < applications_.size() && applications_[place].get() != application)
         ++place;

@@ -130,6 +130,7 @@ private:
     void recordSection(uint8_t version, uint8_t number, uint8_t lastNumber);
     bool parseBody(ByteReader section);
     bool parseCommonDescriptorsLoop(ByteReader loop);
+    void addCommonTransport(ByteReader payload);
     bool parseApplications(ByteReader section, size_t loopLength);
     bool addApplications(ByteReader section, size_t loopLength);
     void insert(std::unique_ptr<AITApplication> application, size_t from);
@@ -139,6 +140,9 @@ private:
                                   bool httpAvailable) const;
 
     Applications applications_;
+    /// Where the last question for a signalled application ended: the next one mostly goes on
+    /// there.
+    mutable size_t lastFound_ = 0;
     /// One for each label; a table has few.
     std::vector<ref_ptr<AITApplicationTransport>> commonTransports_;
     void* channelHandle_ = nullptr;

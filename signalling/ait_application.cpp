@@ -46,9 +46,21 @@ AITApplicationTransport* findAvailable(Transports::const_iterator from,
                                        Transports::const_iterator end, bool httpAvailable)
 {
     const auto found = std::find_if(from, end, [httpAvailable](const auto& transport) {
-        return httpAvailable || transport->getProtocol() != AITApplicationTransport::HTTP;
+        return transport->isAvailable(httpAvailable);
     });
     return found == end ? nullptr : found->get();
+}
+
+// application_name_descriptor(): ETSI TS 102 809, 5.3.5.6.1. Only the first language is read.
+// Deliberate: the name is bounded by the loop, not by its descriptor, and the names of several
+// descriptors concatenate.
+ByteReader nameIn(ByteReader toLoopEnd)
+{
+    constexpr size_t languageCodeSize = 3;
+    toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
+    const uint8_t length = toLoopEnd.u8();
+    // After a byte that was not there, nothing may be taken, not even nothing.
+    return toLoopEnd.ok() ? toLoopEnd.take(length) : toLoopEnd;
 }
 
 template <typename... Values>
@@ -92,27 +104,28 @@ bool AITApplication::parse(ByteReader& section)
     controlCode_ = static_cast<ControlCode>(section.u8());
     const uint16_t loopLength = section.length12();
     const ByteReader loop = section.take(loopLength);
+    if (nameIsInLoop_)
+        setApplicationName(getApplicationName());  // what follows is added to it
+    const bool isNamed = !applicationName_.empty();
     Transports ownTransports;
     if (!section.ok() || !parseDescriptors(loop, section.remaining(), ownTransports))
         return false;
     chooseTransports(std::move(ownTransports));
+    if (applicationDomain_)
+        applicationDomain_->releaseSpareMemory();
+    if (!isNamed)
+        keepNameShort(loop);
     return true;
 }
 
 /// @param behindLoop bytes of the section that follow the loop
 bool AITApplication::parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports)
 {
-    while (!loop.empty()) {
-        const ByteReader descriptor = loop;
-        const uint8_t tag = loop.u8();
-        const uint8_t length = loop.u8();
-        const ByteReader payload = loop.take(length);
+    return forEachDescriptor(loop, [&](uint8_t tag, ByteReader payload, ByteReader toLoopEnd) {
         // Deliberate: a descriptor without payload fails the entry, whatever its tag.
-        if (length == 0 || !loop.ok() ||
-            !parseDescriptor(tag, payload, descriptor, behindLoop, ownTransports))
-            return false;
-    }
-    return true;
+        return !payload.empty() &&
+               parseDescriptor(tag, payload, toLoopEnd, behindLoop, ownTransports);
+    });
 }
 
 /// @param toLoopEnd from the tag on, for the descriptors that may go on behind their payload
@@ -132,7 +145,7 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
         return true;
     case applicationRecordingTag:
         if (!recordingDescriptor_)
-            recordingDescriptor_.emplace(payload);
+            recordingDescriptor_ = std::make_unique<ApplicationRecordingDescriptor>(payload);
         return true;
     case simpleApplicationLocationTag:
         append(applicationLocation_, payload);
@@ -141,7 +154,7 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
         usageType_ = static_cast<ApplicationUsageType>(payload.u8());
         return true;
     case simpleApplicationBoundaryTag:
-        applicationDomain_.parseSimpleApplicationBoundaryExtensionDescriptor(
+        getApplicationDomain()->parseSimpleApplicationBoundaryExtensionDescriptor(
             toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
         return true;
     default:
@@ -149,16 +162,22 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
     }
 }
 
-// application_name_descriptor(): ETSI TS 102 809, 5.3.5.6.1. Only the first language is read.
-// Deliberate: the name is bounded by the loop, not by its descriptor, and the names of several
-// descriptors concatenate.
 bool AITApplication::parseName(ByteReader toLoopEnd)
 {
-    constexpr size_t languageCodeSize = 3;
-    toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
-    const uint8_t length = toLoopEnd.u8();
-    append(applicationName_, toLoopEnd.take(length));
-    return toLoopEnd.ok();
+    const ByteReader name = nameIn(toLoopEnd);
+    append(applicationName_, name);
+    return name.ok();
+}
+
+/// Names that overlap are together up to 85 times as long as the loop: then the loop is kept.
+void AITApplication::keepNameShort(ByteReader loop)
+{
+    if (applicationName_.size() <= loop.remaining())
+        return;
+    std::string bytes;
+    append(bytes, loop);
+    applicationName_ = std::move(bytes);
+    nameIsInLoop_ = true;
 }
 
 void AITApplication::parseTransport(ByteReader payload, Transports& ownTransports) const
@@ -199,6 +218,34 @@ void AITApplication::chooseTransports(Transports ownTransports)
             addTransport(ref_ptr<AITApplicationTransport>(parent_->getCommonTransport(label)));
         }
     }
+}
+
+std::string AITApplication::getApplicationName() const
+{
+    if (!nameIsInLoop_)
+        return applicationName_;
+    const ByteReader loop(reinterpret_cast<const unsigned char*>(applicationName_.data()),
+                          applicationName_.size());
+    std::string name;
+    forEachDescriptor(loop, [&name](uint8_t tag, ByteReader /*payload*/, ByteReader toLoopEnd) {
+        if (tag == applicationNameTag)
+            append(name, nameIn(toLoopEnd));
+        return true;
+    });
+    return name;
+}
+
+ApplicationDomain* AITApplication::getApplicationDomain()
+{
+    if (!applicationDomain_)
+        applicationDomain_ = std::make_unique<ApplicationDomain>();
+    return applicationDomain_.get();
+}
+
+const ApplicationDomain* AITApplication::getApplicationDomain() const
+{
+    static const ApplicationDomain none;
+    return applicationDomain_ ? applicationDomain_.get() : &none;
 }
 
 bool AITApplication::isXMLAITbased() const
@@ -291,7 +338,7 @@ void AITApplication::printAITApplication() const
         applicationDescriptor_ ? *applicationDescriptor_ : none;
     // clang-format off
     print("--------------------------------------------------------------------------");
-    print("AITApplication.application_name                            = ", applicationName_);
+    print("AITApplication.application_name                            = ", getApplicationName());
     print("AITApplication.organisation_identifier                     = ", std::hex, organisationId_);
     print("AITApplication.application_identifier                      = ", std::hex, applicationId_);
     print("AITApplication.application_descriptor.control_code         = ", int{controlCode_});
@@ -326,6 +373,7 @@ void AITApplication::printTransport(size_t index) const
 void AITApplication::setApplicationName(std::string name)
 {
     applicationName_ = std::move(name);
+    nameIsInLoop_ = false;
 }
 
 void AITApplication::setApplicationLocation(std::string location)
@@ -340,7 +388,7 @@ void AITApplication::setApplicationDescriptor(ApplicationDescriptor descriptor)
 
 void AITApplication::setApplicationRecordingDescriptor(ApplicationRecordingDescriptor descriptor)
 {
-    recordingDescriptor_ = std::move(descriptor);
+    recordingDescriptor_ = std::make_unique<ApplicationRecordingDescriptor>(std::move(descriptor));
 }
 
 void AITApplication::addTransport(ref_ptr<AITApplicationTransport> transport)

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -120,7 +121,7 @@ public:
     uint16_t getApplicationId() const { return applicationId_; }
 
     /// The bytes as signalled, in whatever character set.
-    const std::string& getApplicationName() const { return applicationName_; }
+    std::string getApplicationName() const;
 
     /// The initial page, relative to a transport's base.
     const std::string& getApplicationLocation() const { return applicationLocation_; }
@@ -139,12 +140,12 @@ public:
     /// Borrowed while the application lives; null when none was signalled.
     const ApplicationRecordingDescriptor* getApplicationRecordingDescriptor() const
     {
-        return recordingDescriptor_ ? &*recordingDescriptor_ : nullptr;
+        return recordingDescriptor_.get();
     }
 
     /// The boundary as signalled and extended. Never null; borrowed while the application lives.
-    ApplicationDomain* getApplicationDomain() { return &applicationDomain_; }
-    const ApplicationDomain* getApplicationDomain() const { return &applicationDomain_; }
+    ApplicationDomain* getApplicationDomain();
+    const ApplicationDomain* getApplicationDomain() const;
 
     /// In the order of preference.
     const Transports& getTransports() const { return transports_; }
@@ -182,6 +183,7 @@ private:
     bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd, size_t behindLoop,
                          Transports& ownTransports);
     bool parseName(ByteReader toLoopEnd);
+    void keepNameShort(ByteReader loop);
     void parseTransport(ByteReader payload, Transports& ownTransports) const;
     void chooseTransports(Transports ownTransports);
     void printTransport(size_t index) const;
@@ -190,16 +192,18 @@ private:
     /// Head of the references that point here; they are told when the application dies.
     AITApplicationReference* firstReference_ = nullptr;
     void* channelHandle_;
+    /// The name; or the descriptor loop that it is put together from, where that is shorter.
     std::string applicationName_;
     std::string applicationLocation_;
     Transports transports_;
-    ApplicationDomain applicationDomain_;
+    std::unique_ptr<ApplicationDomain> applicationDomain_;  ///< null while it is empty
     std::optional<ApplicationDescriptor> applicationDescriptor_;
-    std::optional<ApplicationRecordingDescriptor> recordingDescriptor_;
+    std::unique_ptr<ApplicationRecordingDescriptor> recordingDescriptor_;
     ControlCode controlCode_ = ControlCode(0);
     ApplicationUsageType usageType_ = ApplicationUsageType(0);
     uint32_t organisationId_ = 0;
     uint16_t applicationId_ = 0;
+    bool nameIsInLoop_ = false;
 };
 
 }  // namespace VestaHbbTV

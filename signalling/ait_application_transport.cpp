@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/descriptor.h"
+#include "signalling/hbbtv_url.h"
 
 namespace VestaHbbTV {
 
@@ -62,7 +63,7 @@ std::string AITApplicationTransport::getURL(std::string location) const
     case HTTP:
         return urlBase_ + location;
     case OBJECT_CAROUSEL:
-        return "dvb://" + getHostname() + "/" + location;
+        return std::string(HbbTVURL::dvbPrefix) + getHostname() + "/" + location;
     }
     return std::string();
 }

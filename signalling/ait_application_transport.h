@@ -50,6 +50,9 @@ public:
     std::string getHostname() const;
 
     ProtocolId getProtocol() const { return protocol_; }
+    /// @param httpAvailable whether HTTP transports can be used
+    bool isAvailable(bool httpAvailable) const { return httpAvailable || protocol_ != HTTP; }
+
     uint8_t getLabel() const { return label_; }
     const std::string& getURLBase() const { return urlBase_; }
 

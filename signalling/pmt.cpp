@@ -49,14 +49,11 @@ void ElementaryStream::parse(ByteReader& reader)
     streamType_ = reader.u8();
     elementaryPID_ = reader.u16() & 0x1FFF;
     const size_t infoLength = reader.length12();
-    ByteReader info = reader.take(std::min(infoLength, reader.remaining()));
-    while (info.remaining() >= descriptorHeaderSize) {
-        const uint8_t tag = info.u8();
-        const uint8_t length = info.u8();
-        if (length > info.remaining())
-            return;
-        addDescriptor(tag, info.take(length));
-    }
+    const ByteReader info = reader.take(std::min(infoLength, reader.remaining()));
+    forEachDescriptor(info, [this](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        addDescriptor(tag, payload);
+        return true;
+    });
 }
 
 // A tag that occurs twice keeps the later one, but one too short for its field does not count.

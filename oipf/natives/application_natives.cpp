@@ -9,6 +9,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "foundation/utilities.h"
 #include "integration/application_events.h"
@@ -25,6 +26,11 @@ namespace VestaHbbTV {
 namespace {
 
 const char module[] = "ApplicationManager";
+
+// What scripts get where memory runs out.
+const int done = VEIF_RETURN_OK;
+const int failed = VEIF_RETURN_ERROR;
+const int refused = VEIF_RETURN_NOT_PERMITTED;
 
 int asPermission(bool granted)
 {
@@ -147,180 +153,209 @@ int native_ApplicationManagerSetAppDestroyedListener(VEIF_ApplicationDestroyedLi
 
 int native_AppPrivateDataGetFreeMem(long /*windowId*/, double* freeMemory)
 {
-    log(DEBUG, module, "native_AppPrivateDataGetFreeMem");
-    if (!freeMemory)
-        return VEIF_RETURN_ERROR;
-    long answer = -1;
-    NotificationManager::broadcastIfAny(new GetFreeMemoryNotification(&answer));
-    *freeMemory = static_cast<double>(answer);
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_AppPrivateDataGetFreeMem");
+        if (!freeMemory)
+            return VEIF_RETURN_ERROR;
+        long answer = -1;
+        NotificationManager::broadcastIfAny(new GetFreeMemoryNotification(&answer));
+        *freeMemory = static_cast<double>(answer);
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_KeySetGetMaximumValue(long /*windowId*/, double* maximum)
 {
-    log(DEBUG, module, "native_KeySetGetMaximumValue");
-    if (!maximum)
-        return VEIF_RETURN_ERROR;
-    *maximum = ConfigurationManager::getInstance()->getSupportedKeySetValues();
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_KeySetGetMaximumValue");
+        if (!maximum)
+            return VEIF_RETURN_ERROR;
+        *maximum = ConfigurationManager::getInstance()->getSupportedKeySetValues();
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_KeySetSetValue(void* appId, double value, double* granted)
 {
-    log(DEBUG, module, "native_KeySetSetValue");
-    Application* const application = granted ? get_application_from_id(appId) : nullptr;
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    const int stored = application->getKeySet()->setValue(toInt(value));
-    *granted = stored;
-    NotificationManager::broadcastIfAny(
-        new KeysetChangedNotification(application->getTavoWindow(), stored));
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_KeySetSetValue");
+        Application* const application = granted ? get_application_from_id(appId) : nullptr;
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        const int stored = application->getKeySet()->setValue(toInt(value));
+        *granted = stored;
+        NotificationManager::broadcastIfAny(
+            new KeysetChangedNotification(application->getTavoWindow(), stored));
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_KeySetGetValue(void* appId, double* value)
 {
-    log(DEBUG, module, "native_KeySetGetValue");
-    const Application* const application = value ? get_application_from_id(appId) : nullptr;
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    *value = application->getKeySet()->getValue();
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_KeySetGetValue");
+        const Application* const application = value ? get_application_from_id(appId) : nullptr;
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        *value = application->getKeySet()->getValue();
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_PermissionsIsBroadcastRelated(long windowId, const char* url)
 {
-    log(DEBUG, module, "native_PermissionsIsBroadcastRelated()");
-    const Application* const application = get_application_from_window(windowId);
-    return asPermission(application && application->isWithinApplicationBoundaries(url) &&
-                        application->isBroadcastRelated());
+    return guarded(refused, [&]() -> int {
+        log(DEBUG, module, "native_PermissionsIsBroadcastRelated()");
+        const Application* const application = get_application_from_window(windowId);
+        return asPermission(application && application->isWithinApplicationBoundaries(url) &&
+                            application->isBroadcastRelated());
+    });
 }
 
 int native_PermissionsIsTrusted(long windowId, const char* url)
 {
-    log(DEBUG, module, "native_PermissionIsTrusted()");
-    Application* const application = get_application_from_window(windowId);
-    if (!application)
-        return VEIF_RETURN_NOT_PERMITTED;
-    bool trusted = isTrusted(*application, url);
-    const AITApplication* const entry = application->getAITApplication();
-    NotificationManager::broadcastIfAny(new TrustedNotification(
-        application->getWindow(), url, &trusted, application->isBroadcastRelated(),
-        entry ? entry->getOrganisationId() : 0, entry ? entry->getApplicationId() : uint16_t(0),
-        entry ? static_cast<unsigned char>(entry->getUsageType()) : uint8_t(0),
-        application->isAutostarted()));
-    return asPermission(trusted);
+    return guarded(refused, [&]() -> int {
+        log(DEBUG, module, "native_PermissionIsTrusted()");
+        Application* const application = get_application_from_window(windowId);
+        if (!application)
+            return VEIF_RETURN_NOT_PERMITTED;
+        bool trusted = isTrusted(*application, url);
+        const AITApplication* const entry = application->getAITApplication();
+        NotificationManager::broadcastIfAny(new TrustedNotification(
+            application->getWindow(), url, &trusted, application->isBroadcastRelated(),
+            entry ? entry->getOrganisationId() : 0, entry ? entry->getApplicationId() : uint16_t(0),
+            entry ? static_cast<unsigned char>(entry->getUsageType()) : uint8_t(0),
+            application->isAutostarted()));
+        return asPermission(trusted);
+    });
 }
 
 int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* channel)
 {
-    log(DEBUG, module, "native_AppManNotifySetChannelCalled()");
-    Application* const application = get_application_from_window(windowId);
-    if (!application)
+    return guarded(done, [&]() -> int {
+        log(DEBUG, module, "native_AppManNotifySetChannelCalled()");
+        Application* const application = get_application_from_window(windowId);
+        if (!application)
+            return VEIF_RETURN_OK;
+        const Window::Hold hold(application->getWindow());
+        if (!channel)
+            leaveBroadcast(*application, url);
+        if (!application->getAITApplication() || !application->getWindow())
+            return VEIF_RETURN_OK;
+        application->getAITApplication()->setChannelHandle(channel);
+        takeOverBroadcast(application->getWindow());
         return VEIF_RETURN_OK;
-    const Window::Hold hold(application->getWindow());
-    if (!channel)
-        leaveBroadcast(*application, url);
-    if (!application->getAITApplication() || !application->getWindow())
-        return VEIF_RETURN_OK;
-    application->getAITApplication()->setChannelHandle(channel);
-    takeOverBroadcast(application->getWindow());
-    return VEIF_RETURN_OK;
+    });
 }
 
 int native_AppManGetWindowOfApplication(void* appId, long* windowId)
 {
-    Application* const application = windowId ? get_application_from_id(appId) : nullptr;
-    if (!application || !application->getTavoWindow())
-        return VEIF_RETURN_ERROR;
-    const int result = ve_get_window_identifier(ConfigurationManager::getInstance()->getBrowser(),
-                                                application->getTavoWindow(), windowId);
-    return result == 0 ? VEIF_RETURN_OK : VEIF_RETURN_ERROR;
+    return guarded(failed, [&]() -> int {
+        Application* const application = windowId ? get_application_from_id(appId) : nullptr;
+        TAVO_Vesta* const browser = ConfigurationManager::getInstance()->getBrowser();
+        if (!application || !application->getTavoWindow() || !browser)
+            return VEIF_RETURN_ERROR;
+        const int result =
+            ve_get_window_identifier(browser, application->getTavoWindow(), windowId);
+        return result == 0 ? VEIF_RETURN_OK : VEIF_RETURN_ERROR;
+    });
 }
 
 int native_AppPrivateDataGetCurrentChannel(void* appId, void** channel)
 {
-    log(DEBUG, module, "native_AppPrivateDataGetCurrentChannel");
-    if (!channel)
-        return VEIF_RETURN_ERROR;
-    *channel = nullptr;
-    const Application* const application = get_application_from_id(appId);
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    const AITApplication* const entry = application->getAITApplication();
-    if (entry && application->isBroadcastRelated())
-        *channel = entry->getChannelHandle();
-    return *channel ? VEIF_RETURN_OK : VEIF_RETURN_VALUE_NULL;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_AppPrivateDataGetCurrentChannel");
+        if (!channel)
+            return VEIF_RETURN_ERROR;
+        *channel = nullptr;
+        const Application* const application = get_application_from_id(appId);
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        const AITApplication* const entry = application->getAITApplication();
+        if (entry && application->isBroadcastRelated())
+            *channel = entry->getChannelHandle();
+        return *channel ? VEIF_RETURN_OK : VEIF_RETURN_VALUE_NULL;
+    });
 }
 
 int native_ApplicationDestroyApplication(void* appId)
 {
-    log(DEBUG, module, "native_ApplicationDestroyApplication");
-    if (!appId)
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_ApplicationDestroyApplication");
+        if (!appId)
+            return VEIF_RETURN_OK;
+        Application* const application = get_application_from_id(appId);
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        log(DEBUG, module, application->getURL());
+        Window* const window = application->getWindow();
+        if (!window) {
+            log(ERR, module, "No window found for application in native call.");
+            return VEIF_RETURN_ERROR;
+        }
+        window->shutdownApplication(application, false, true, true);
         return VEIF_RETURN_OK;
-    Application* const application = get_application_from_id(appId);
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    log(DEBUG, module, application->getURL());
-    Window* const window = application->getWindow();
-    if (!window) {
-        log(ERR, module, "No window found for application in native call.");
-        return VEIF_RETURN_ERROR;
-    }
-    window->shutdownApplication(application, false, true, true);
-    return VEIF_RETURN_OK;
+    });
 }
 
 // Hide and Show differ on purpose: one is queued and takes a null id for nothing to do, the other
 // acts at once and takes it for an error.
 int native_ApplicationHide(void* appId)
 {
-    log(DEBUG, module, "native_ApplicationHide");
-    if (!appId)
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_ApplicationHide");
+        if (!appId)
+            return VEIF_RETURN_OK;
+        Application* const application = get_application_from_id(appId);
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        const int requeuings = 2;
+        if (ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue())
+            queue->add(new HideApplicationEvent(application->getID(), requeuings));
         return VEIF_RETURN_OK;
-    Application* const application = get_application_from_id(appId);
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    const int requeuings = 2;
-    if (ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue())
-        queue->add(new HideApplicationEvent(application->getID(), requeuings));
-    return VEIF_RETURN_OK;
+    });
 }
 
 int native_ApplicationShow(void* appId)
 {
-    log(DEBUG, module, "native_ApplicationShow");
-    Application* const application = get_application_from_id(appId);
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    application->show();
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_ApplicationShow");
+        Application* const application = get_application_from_id(appId);
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        application->show();
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_AppManGetApplicationId(long windowId, void* /*reserved*/, void** appId)
 {
-    log(DEBUG, module, "native_AppManGetApplicationId");
-    Application* const application = appId ? get_application_from_window(windowId) : nullptr;
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    *appId = get_id_from_application(application);
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_AppManGetApplicationId");
+        Application* const application = appId ? get_application_from_window(windowId) : nullptr;
+        if (!application)
+            return VEIF_RETURN_ERROR;
+        *appId = get_id_from_application(application);
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_ApplicationCreateApplication(const char* url, int /*createChild*/, void* parentAppId,
                                         void** appId)
 {
-    log(DEBUG, module, "native_ApplicationCreateApplication");
-    if (!appId || !WindowManager::instance)
-        return VEIF_RETURN_ERROR;
-    Application* const parent = get_application_from_id(parentAppId);
-    if (!parent) {
-        log(ERR, module, "Invalid parent application id in native application create call");
-        return VEIF_RETURN_ERROR;
-    }
-    if (!parent->getWindow()) {
-        log(ERR, module, "No window found to create application in in native call");
-        return VEIF_RETURN_ERROR;
-    }
-    return createApplication(*parent->getWindow(), url ? url : "", parentAppId, appId);
+    return guarded(failed, [&]() -> int {
+        log(DEBUG, module, "native_ApplicationCreateApplication");
+        if (!appId || !WindowManager::instance)
+            return VEIF_RETURN_ERROR;
+        Application* const parent = get_application_from_id(parentAppId);
+        if (!parent) {
+            log(ERR, module, "Invalid parent application id in native application create call");
+            return VEIF_RETURN_ERROR;
+        }
+        if (!parent->getWindow()) {
+            log(ERR, module, "No window found to create application in in native call");
+            return VEIF_RETURN_ERROR;
+        }
+        return createApplication(*parent->getWindow(), url ? url : "", parentAppId, appId);
+    });
 }

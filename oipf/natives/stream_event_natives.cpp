@@ -8,14 +8,18 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/out_of_memory.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "signalling/ait_application.h"
+#include "signalling/hbbtv_url.h"
 
 using namespace VestaHbbTV;
 
 namespace {
+
+const int failed = VEIF_RETURN_ERROR;  // also where memory runs out
 
 /// The application of an entry of the table that is shown in the window; null when there is none.
 Application* findSubscriber(long windowId)
@@ -33,8 +37,8 @@ Application* findSubscriber(long windowId)
 
 bool isAbsolute(const std::string& target)
 {
-    const size_t schemeLength = 6;  // "dvb://"
-    return target.size() > schemeLength && target.find("dvb://") != std::string::npos;
+    return target.size() > HbbTVURL::dvbPrefix.size() &&
+           target.find(HbbTVURL::dvbPrefix) != std::string::npos;
 }
 
 /// The low 16 bits of a script's number; 0 for what no 64-bit integer holds.
@@ -52,33 +56,37 @@ unsigned short low16(double number)
 int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p2, void* p3,
                                            void* p4, long windowId)
 {
-    const Application* const application = findSubscriber(windowId);
-    if (!application)
-        return VEIF_RETURN_ERROR;
-    std::string path = target ? target : "";
-    if (isAbsolute(path)) {
-        path.erase(0, 6);
-    } else {
-        const AITApplicationTransport* const transport = application->getTransport();
-        if (!transport)
+    return guarded(failed, [&]() -> int {
+        const Application* const application = findSubscriber(windowId);
+        if (!application)
             return VEIF_RETURN_ERROR;
-        path = transport->getHostname() + "/" + path;
-    }
-    dsmcc_stream_event_subscribe(path.c_str(), p1, p2, p3, p4);
-    return VEIF_RETURN_OK;
+        std::string path = target ? target : "";
+        if (isAbsolute(path)) {
+            path.erase(0, HbbTVURL::dvbPrefix.size());
+        } else {
+            const AITApplicationTransport* const transport = application->getTransport();
+            if (!transport)
+                return VEIF_RETURN_ERROR;
+            path = transport->getHostname() + "/" + path;
+        }
+        dsmcc_stream_event_subscribe(path.c_str(), p1, p2, p3, p4);
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, double d2, void* x3,
                                               void* x4, void* x5, long windowId)
 {
-    const Application* const application = findSubscriber(windowId);
-    const AITApplicationTransport* const transport =
-        application ? application->getTransport() : nullptr;
-    if (!transport)
-        return VEIF_RETURN_ERROR;
-    dsmcc_xml_stream_event_subscribe(x1, x2, low16(d1), transport->getServiceId(), low16(d2), x3,
-                                     x4, x5);
-    return VEIF_RETURN_OK;
+    return guarded(failed, [&]() -> int {
+        const Application* const application = findSubscriber(windowId);
+        const AITApplicationTransport* const transport =
+            application ? application->getTransport() : nullptr;
+        if (!transport)
+            return VEIF_RETURN_ERROR;
+        dsmcc_xml_stream_event_subscribe(x1, x2, low16(d1), transport->getServiceId(), low16(d2),
+                                         x3, x4, x5);
+        return VEIF_RETURN_OK;
+    });
 }
 
 int native_BroadcastRemoveStreamEventListener(const char* target, void* p1, void* p2, void* p3,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "foundation/at_exit.h"
 #include "oipf/notifications/notifications.h"
 
 namespace VestaHbbTV {
@@ -63,11 +64,14 @@ void NotificationManager::broadcast(Notification* notification)
     if (!owned)
         return;
     ++broadcasts_;
+    // A listener may shut the library down in return.
+    const AtExit end([this] {
+        if (--broadcasts_ == 0 && shutDown_)
+            delete this;
+    });
     // By index, and with the end looked up anew: listeners may change the list.
     for (size_t index = 0; index < listeners_.size(); ++index)
         listeners_[index](owned->getType(), owned->getData());
-    if (--broadcasts_ == 0 && shutDown_)
-        delete this;
 }
 
 }  // namespace VestaHbbTV

@@ -20,6 +20,9 @@ public:
     /// caller's answers become the record's initial values. @param notification ownership passes
     static void broadcastIfAny(Notification* notification);
 
+    /// Whether a broadcast would reach anybody: a record that is large need not be built else.
+    static bool hasListeners() { return instance && !instance->listeners_.empty(); }
+
     NotificationManager(const NotificationManager&) = delete;
     NotificationManager& operator=(const NotificationManager&) = delete;
     ~NotificationManager();

@@ -1,9 +1,11 @@
 #include "oipf/notifications/notifications.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "foundation/out_of_memory.h"
 #include "signalling/ait.h"
 
 namespace VestaHbbTV {
@@ -12,18 +14,20 @@ namespace {
 
 HBBTV_NotificationData* zeroedRecord()
 {
-    return static_cast<HBBTV_NotificationData*>(std::calloc(1, sizeof(HBBTV_NotificationData)));
+    return allocated(
+        static_cast<HBBTV_NotificationData*>(std::calloc(1, sizeof(HBBTV_NotificationData))));
 }
 
 /// Deliberate: a reject record is not zeroed; listeners must not read what is not set.
 HBBTV_NotificationData* rawRecord()
 {
-    return static_cast<HBBTV_NotificationData*>(std::malloc(sizeof(HBBTV_NotificationData)));
+    return allocated(
+        static_cast<HBBTV_NotificationData*>(std::malloc(sizeof(HBBTV_NotificationData))));
 }
 
 char* copyOf(const char* text)
 {
-    return ::strdup(text ? text : "");
+    return allocated(::strdup(text ? text : ""));
 }
 
 /// What every record about one application says.
@@ -37,31 +41,43 @@ void identify(HBBTV_ApplicationNotificationData& record, void* window, bool broa
     record.url = copyOf(url);
 }
 
-template <typename Element>
-Element* zeroedArray(size_t count)
+unsigned int numberOfURLs(const AITApplication& application)
 {
-    return count ? static_cast<Element*>(std::calloc(count, sizeof(Element))) : nullptr;
+    return static_cast<unsigned int>(application.getNumTransports() % 256);
+}
+
+/// Without what stands behind a NUL, which no listener would see.
+char* addTo(TextStore& texts, const std::string& text)
+{
+    return texts.add(text.c_str());
 }
 
 /// Fills the slots from the last to the first: listeners rely on the preferred transport standing
-/// in the last one.
-void fillURLs(HBBTV_AITApplicationInfo& info, const AITApplication& application)
+/// in the last one. What follows a transport that comes again is what followed it before, so that
+/// the addresses repeat from there on, and are not built again.
+void fillURLs(HBBTV_AITApplicationInfo& info, const AITApplication& application, TextStore& texts)
 {
-    info.numUrls = static_cast<unsigned int>(application.getNumTransports() % 256);
-    info.urls = zeroedArray<char*>(info.numUrls);
+    std::vector<const AITApplicationTransport*> walked;
     const AITApplicationTransport* transport = application.getFirstAvailableTransport(true);
-    for (unsigned int slot = info.numUrls; slot-- > 0;) {
-        if (!transport)
-            continue;
-        const std::string url = transport->getURL(application.getApplicationLocation());
-        info.urls[slot] = copyOf(url.c_str());
+    unsigned int slot = info.numUrls;
+    for (; slot > 0 && transport; --slot) {
+        const auto former = std::find(walked.begin(), walked.end(), transport);
+        if (former != walked.end()) {
+            const auto period = static_cast<unsigned int>(walked.end() - former);
+            for (; slot > 0; --slot)
+                info.urls[slot - 1] = info.urls[slot - 1 + period];
+            return;
+        }
+        walked.push_back(transport);
+        info.urls[slot - 1] = addTo(texts, transport->getURL(application.getApplicationLocation()));
         transport = application.getNextAvailableTransport(transport, true);
     }
 }
 
-void fillApplication(HBBTV_AITApplicationInfo& info, const AITApplication& application)
+void fillApplication(HBBTV_AITApplicationInfo& info, const AITApplication& application,
+                     TextStore& texts)
 {
-    info.name = copyOf(application.getApplicationName().c_str());
+    info.name = addTo(texts, application.getApplicationName());
     info.organisationId = application.getOrganisationId();
     info.applicationId = application.getApplicationId();
     info.usageType = application.getUsageType();
@@ -70,15 +86,7 @@ void fillApplication(HBBTV_AITApplicationInfo& info, const AITApplication& appli
         application.isTransportedOverProtocol(AITApplicationTransport::HTTP) ? 1 : 0;
     info.hasOCTransport =
         application.isTransportedOverProtocol(AITApplicationTransport::OBJECT_CAROUSEL) ? 1 : 0;
-    fillURLs(info, application);
-}
-
-void freeApplication(HBBTV_AITApplicationInfo& info)
-{
-    std::free(info.name);
-    for (unsigned int slot = 0; slot < info.numUrls; ++slot)
-        std::free(info.urls[slot]);
-    std::free(info.urls);
+    fillURLs(info, application, texts);
 }
 
 }  // namespace
@@ -155,25 +163,28 @@ AITUpdateNotification::AITUpdateNotification(void* window, AIT* ait)
 {
     if (!ait)
         return;
+    applications_.resize(ait->getNumApplications());
+    size_t urlCount = 0;
+    for (unsigned int index = 0; index < applications_.size(); ++index)
+        urlCount += numberOfURLs(*ait->getAITApplication(index));
+    urls_.resize(urlCount);
+    char** urls = urls_.data();
+    for (unsigned int index = 0; index < applications_.size(); ++index) {
+        const AITApplication& application = *ait->getAITApplication(index);
+        HBBTV_AITApplicationInfo& info = applications_[index];
+        info.numUrls = numberOfURLs(application);
+        info.urls = info.numUrls == 0 ? nullptr : urls;
+        urls += info.numUrls;
+        fillApplication(info, application, texts_);
+    }
     HBBTV_AITNotificationData& record = getData()->ait;
     record.window = window;
     record.isXML = ait->isXMLBased();
-    const unsigned int count = ait->getNumApplications();
-    record.numApplications = static_cast<int>(count);
-    record.applications = zeroedArray<HBBTV_AITApplicationInfo>(count);
-    for (unsigned int index = 0; index < count; ++index)
-        fillApplication(record.applications[index], *ait->getAITApplication(index));
+    record.numApplications = static_cast<int>(applications_.size());
+    record.applications = applications_.empty() ? nullptr : applications_.data();
 }
 
-AITUpdateNotification::~AITUpdateNotification()
-{
-    if (!getData())
-        return;
-    HBBTV_AITNotificationData& record = getData()->ait;
-    for (int index = 0; index < record.numApplications; ++index)
-        freeApplication(record.applications[index]);
-    std::free(record.applications);
-}
+AITUpdateNotification::~AITUpdateNotification() = default;
 
 TrustedNotification::TrustedNotification(void* window, const char* url, bool* answer,
                                          bool broadcastRelated, unsigned long orgId,
@@ -212,9 +223,16 @@ BroadcastRelatedChangeNotification::~BroadcastRelatedChangeNotification()
     std::free(getData()->application.url);
 }
 
+XHRNotification::XHRNotification(HBBTV_XHR_Permission* answer)
+    : Notification(HBBTV_NOTIFICATION_XHR, zeroedRecord()), answer_(answer)
+{
+}
+
+// Where there is no memory for the second text, the destructor frees the first: the object is
+// complete by then.
 XHRNotification::XHRNotification(const char* documentUrl, const char* requestUrl,
                                  HBBTV_XHR_Permission* answer)
-    : Notification(HBBTV_NOTIFICATION_XHR, zeroedRecord()), answer_(answer)
+    : XHRNotification(answer)
 {
     getData()->xhr.documentUrl = copyOf(documentUrl);
     getData()->xhr.requestUrl = copyOf(requestUrl);

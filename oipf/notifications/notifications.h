@@ -6,7 +6,11 @@
 #ifndef VESTA_OIPF_NOTIFICATIONS_NOTIFICATIONS_H
 #define VESTA_OIPF_NOTIFICATIONS_NOTIFICATIONS_H
 
+#include <vector>
+
 #include "vesta_hbbtv_appman.h"
+
+#include "oipf/notifications/text_store.h"
 
 namespace VestaHbbTV {
 
@@ -66,12 +70,18 @@ public:
                                   bool autostart);
 };
 
-/// A table was taken in.
+/// A table was taken in. A record can be much larger than its table: without listeners there is no
+/// need for one. Equal addresses of an application are one text.
 class AITUpdateNotification : public Notification {
 public:
     /// @param ait null gives a null record
     AITUpdateNotification(void* window, AIT* ait);
     ~AITUpdateNotification() override;
+
+private:
+    std::vector<HBBTV_AITApplicationInfo> applications_;
+    std::vector<char*> urls_;  ///< of all applications, one after the other
+    TextStore texts_;
 };
 
 /// Is this application trusted? The listeners see the library's verdict and may overrule it.
@@ -103,6 +113,8 @@ public:
     ~XHRNotification() override;
 
 private:
+    explicit XHRNotification(HBBTV_XHR_Permission* answer);
+
     HBBTV_XHR_Permission* answer_;
 };
 

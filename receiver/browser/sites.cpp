@@ -1,5 +1,7 @@
 #include "receiver/browser/sites.h"
 
+#include <set>
+
 #include "receiver/browser/page.h"
 #include "receiver/folder_place.h"
 
@@ -28,7 +30,41 @@ fs::path fileOf(const Site& site, const std::string& url)
     return placeInFolder(site.folder, path);
 }
 
+/// "a, b": a long list is cut. Empty when there is nothing, or no such folder.
+std::string folderNames(const fs::path& parent)
+{
+    const size_t most = 20;
+    std::error_code problem;
+    std::set<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(parent, problem)) {
+        if (entry.is_directory(problem))
+            names.insert(entry.path().filename().string());
+    }
+    std::string list;
+    size_t count = 0;
+    for (const std::string& name : names) {
+        if (++count > most)
+            return list + " and more";
+        list += (list.empty() ? "" : ", ") + name;
+    }
+    return list;
+}
+
 }  // namespace
+
+std::string problemOf(const Site& site)
+{
+    std::error_code problem;
+    const fs::path folder(site.folder);
+    if (fs::is_directory(folder, problem))
+        return "";
+    if (fs::exists(folder, problem))
+        return site.folder + ": is no folder";
+    const fs::path parent = folder.has_parent_path() ? folder.parent_path() : fs::path(".");
+    const std::string names = folderNames(parent);
+    return site.folder + ": no such folder" +
+           (names.empty() ? "" : "; in " + parent.string() + " there are " + names);
+}
 
 std::optional<fs::path> fileOfURL(const std::vector<Site>& sites, const std::string& url)
 {

@@ -21,6 +21,10 @@ struct Site {
 std::optional<std::filesystem::path> fileOfURL(const std::vector<Site>& sites,
                                                const std::string& url);
 
+/// @return what is wrong with the folder of a site, and what there is instead, for people; empty
+///         when it is a folder
+std::string problemOf(const Site& site);
+
 }  // namespace receiver
 
 #endif

@@ -89,6 +89,8 @@ Outcome startApplication(Session& session, const Words& words)
         return Outcome::wrongUsage("expected a URL or ids such as a.2a01 (hexadecimal), not " +
                                    words[1]);
     session.log().report(Source::User, "start", "start " + words[1]);
+    session.integrator().expectStart(ids ? idsOf(ids->organisationId, ids->applicationId)
+                                         : words[1]);
     if (ids) {
         auto* const record = newRecord<HBBTV_StartApplicationEventData>();
         record->window = session.window();

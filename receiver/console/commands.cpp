@@ -1,7 +1,6 @@
 #include "receiver/console/commands.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "receiver/session.h"
 
@@ -93,15 +92,15 @@ Outcome help(Session& session, const Words& words)
     if (words.size() > 1 && !one)
         return Outcome::wrongUsage("there is no command " + words[1] + "; help lists them");
     const size_t usageWidth = 34;
-    std::ostringstream text;
+    std::vector<std::string> lines;
     for (const Command& command : commands()) {
         if (one && one != &command)
             continue;
         std::string usage = std::string(command.name) + " " + command.arguments;
         usage.resize(std::max(usage.size() + 2, usageWidth), ' ');
-        text << "  " << usage << command.help << "\n";
+        lines.push_back("  " + usage + command.help);
     }
-    session.log().print(text.str());
+    session.log().print(lines);
     return Outcome::done();
 }
 

@@ -1,8 +1,12 @@
 #include "receiver/console/event_log.h"
 
+#include <cerrno>
+#include <cstring>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
+
+#include "receiver/text/printable.h"
 
 namespace receiver {
 
@@ -46,6 +50,7 @@ EventLog::EventLog(std::ostream& out, bool colour) : out_(out), colour_(colour)
 bool EventLog::openTrace(const std::string& path)
 {
     trace_.open(path);
+    tracePath_ = path;
     return trace_.is_open();
 }
 
@@ -59,25 +64,30 @@ void EventLog::report(Source source, const std::string& event, const std::string
     std::ostringstream line;
     line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
          << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
-         << (colour_ ? colourOff : "") << "  " << text << '\n';
+         << (colour_ ? colourOff : "") << "  " << printable(text) << '\n';
     write(line.str());
     if (!trace_.is_open())
         return;
     Details object = {{"time", seconds}, {"source", look.name}, {"event", event}, {"text", text}};
     if (!details.is_null())
         object["details"] = details;
-    trace_ << object.dump(-1, ' ', false, Details::error_handler_t::replace) << '\n' << std::flush;
+    const std::string json = object.dump(-1, ' ', false, Details::error_handler_t::replace);
+    trace_ << printableJson(json) << '\n' << std::flush;
+    check(trace_, tracePath_);
 }
 
 void EventLog::progress(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    write(text);
+    write(printable(text));
     hasProgress_ = true;
 }
 
-void EventLog::print(const std::string& text)
+void EventLog::print(const std::vector<std::string>& lines)
 {
+    std::string text;
+    for (const std::string& line : lines)
+        text += printable(line) + '\n';
     const std::lock_guard<std::mutex> lock(mutex_);
     write(text);
 }
@@ -94,9 +104,23 @@ void EventLog::write(const std::string& text)
     if (typedLine_)
         typedLine_->hide();
     out_ << (hasProgress_ ? clearLine : "") << text << std::flush;
+    check(out_, "standard output");
     hasProgress_ = false;
     if (typedLine_)
         typedLine_->show();
+}
+
+/// To be called right after a write, while errno tells of it.
+void EventLog::check(const std::ostream& stream, const std::string& name)
+{
+    if (!stream && problem_.empty())
+        problem_ = name + ": " + std::strerror(errno);
+}
+
+std::string EventLog::problem() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return problem_;
 }
 
 std::string withSeparators(size_t number)

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 namespace receiver {
 
@@ -30,7 +31,8 @@ public:
     virtual void show() = 0;
 };
 
-/// Callable from any thread.
+/// Callable from any thread. The terminal gets every text, whoever wrote it, as printable() makes
+/// it; the trace has it as it is.
 class EventLog {
 public:
     using Details = nlohmann::ordered_json;
@@ -44,7 +46,7 @@ public:
     bool openTrace(const std::string& path);
 
     /// @param event a short name that does not change, for programs
-    /// @param text for people
+    /// @param text for people, a line
     /// @param details what a program may want to know; null when there is nothing
     void report(Source source, const std::string& event, const std::string& text,
                 const Details& details = nullptr);
@@ -52,21 +54,27 @@ public:
     /// Shows how far a long stream has been read; replaced by the next line. Terminals only.
     void progress(const std::string& text);
 
-    /// Text without time and source: answers to commands.
-    void print(const std::string& text);
+    /// Lines without time and source: answers to commands.
+    void print(const std::vector<std::string>& lines);
+
+    /// Which output cannot be written any more, and why, for people; empty while all can.
+    std::string problem() const;
 
     /// Hides a line while others are written. @param line borrowed; null for none
     void setTypedLine(TypedLine* line);
 
 private:
     void write(const std::string& text);
+    void check(const std::ostream& stream, const std::string& name);
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::ostream& out_;
     const bool colour_;
     bool hasProgress_ = false;
     TypedLine* typedLine_ = nullptr;
     std::ofstream trace_;
+    std::string tracePath_;
+    std::string problem_;
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

@@ -47,6 +47,7 @@ Outcome switchHttp(Session& session, const Words& words)
     if (!on)
         return Outcome::wrongUsage("expected on or off, not " + words[1]);
     session.log().report(Source::User, "http", "broadband " + words[1]);
+    session.integrator().hasBroadband = *on;
     send({*on ? E_HTTP_AVAILABLE : E_HTTP_UNAVAILABLE, nullptr});
     return Outcome::done();
 }
@@ -76,6 +77,7 @@ Outcome setProfiles(Session& session, const Words& words)
     if (!mask)
         return Outcome::wrongUsage("expected a mask from 0 to 0xffff, not " + words[1]);
     session.log().report(Source::User, "profiles", "supported profiles " + words[1]);
+    session.integrator().supportedProfiles = *mask;
     auto* const record = newRecord<HBBTV_ProfilesEventData>();
     record->supportedProfiles = static_cast<unsigned short>(*mask);
     send({E_SUPPORTED_PROFILES, record});
@@ -89,6 +91,7 @@ Outcome setUserAgent(Session& session, const Words& words)
         return Outcome::wrongUsage("expected 1 for HbbTV 1.1.1 or 2 for HbbTV 1.2.1, not " +
                                    words[1]);
     session.log().report(Source::User, "useragent", "user-agent information");
+    session.integrator().version = *selector == 1 ? "1.1.1" : "1.2.1";
     auto* const record = newRecord<HBBTV_UserAgentEventData>();
     record->versionSelector = static_cast<unsigned short>(*selector);
     char** const fields[] = {&record->capabilities,    &record->vendorName,      &record->modelName,

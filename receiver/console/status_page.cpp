@@ -2,6 +2,7 @@
 
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 #include "receiver/session.h"
 
@@ -9,57 +10,71 @@ namespace receiver {
 
 namespace {
 
+/// The lines of a page; names from the air cannot begin one.
+class Page {
+public:
+    template <typename... Parts>
+    void add(const Parts&... parts)
+    {
+        std::ostringstream line;
+        (line << ... << parts);
+        lines_.push_back(line.str());
+    }
+
+    std::vector<std::string> take() { return std::move(lines_); }
+
+private:
+    std::vector<std::string> lines_;
+};
+
 const char* stateOf(const TAVO_VestaWindow& window)
 {
     return window.loaded ? "loaded" : "loading";
 }
 
-void writeWindows(Session& session, std::ostream& out)
+void addWindows(Session& session, Page& page)
 {
-    out << "windows\n";
+    page.add("windows");
     if (session.browser().windows().empty())
-        out << "  none\n";
+        page.add("  none");
     for (const TAVO_VestaWindow* const window : session.browser().windows()) {
         const bool hasKeys = window == session.browser().focusedWindow();
-        out << "  " << window->id << "  " << (window->visible ? "shown" : "hidden") << ", "
-            << stateOf(*window) << (hasKeys ? ", has the keys" : "") << "  " << window->url << "\n";
+        page.add("  ", window->id, "  ", window->visible ? "shown" : "hidden", ", ",
+                 stateOf(*window), hasKeys ? ", has the keys" : "", "  ", window->url);
     }
 }
 
-void writeApplications(Session& session, std::ostream& out)
+void addApplications(Session& session, Page& page)
 {
-    out << "applications\n";
+    page.add("applications");
     if (session.integrator().applications().empty())
-        out << "  none\n";
-    for (const auto& application : session.integrator().applications()) {
-        out << "  " << application.ids << "  in window " << application.window->id << ", "
-            << "broadcast-" << (application.broadcastRelated ? "related" : "independent") << ", "
-            << (application.visible ? "shown" : "hidden");
-        if (!application.parent.empty())
-            out << ", created by " << application.parent;
-        out << "\n";
-    }
+        page.add("  none");
+    for (const auto& application : session.integrator().applications())
+        page.add("  ", application.ids, "  in window ", application.window->id, ", broadcast-",
+                 application.broadcastRelated ? "related" : "independent", ", ",
+                 application.visible ? "shown" : "hidden",
+                 application.parent.empty() ? "" : ", created by ", application.parent);
 }
 
-void writeTable(Session& session, std::ostream& out)
+void addTable(Session& session, Page& page)
 {
-    out << "table in force\n";
+    page.add("table in force");
     if (session.integrator().table().empty())
-        out << "  none\n";
+        page.add("  none");
     for (const std::string& line : session.integrator().table())
-        out << line << "\n";
+        page.add(line);
 }
 
-void writeCarousels(Session& session, std::ostream& out)
+void addCarousels(Session& session, Page& page)
 {
     for (const auto& status : session.middleware().carousels().status()) {
-        out << "carousel 0x" << std::hex << static_cast<unsigned>(status.componentTag) << std::dec
-            << ": " << status.progress.modulesComplete << " of " << status.progress.modulesKnown
-            << " modules, " << withSeparators(status.progress.memoryUsed) << " bytes\n";
+        page.add("carousel 0x", std::hex, static_cast<unsigned>(status.componentTag), std::dec,
+                 ": ", status.progress.modulesComplete, " of ", status.progress.modulesKnown,
+                 " modules, ", withSeparators(status.progress.memoryUsed), " bytes");
         for (const CarouselFile& file : status.listing.files)
-            out << std::setw(12) << withSeparators(file.file.size) << "  " << file.path << "\n";
+            page.add(std::setw(12), withSeparators(file.file.size), "  ", file.path);
         for (const CarouselStreamEvents& events : status.listing.streamEvents)
-            out << "     stream events  " << events.path << " (" << events.events.size() << ")\n";
+            page.add("     stream events  ", events.path, " (", events.events.size(), ")");
     }
 }
 
@@ -80,30 +95,36 @@ const char* wordsFor(std::optional<ApplicationSignalling> signalling)
 
 }  // namespace
 
-std::string servicesPage(Session& session)
+std::vector<std::string> servicesPage(Session& session)
 {
-    std::ostringstream out;
+    Page page;
     for (const Service& service : session.middleware().services()) {
         const bool isTuned = session.middleware().tunedService() == service.programNumber;
-        out << (isTuned ? "* " : "  ") << std::setw(5) << service.programNumber << "  "
-            << service.name << wordsFor(session.middleware().signallingOf(service.programNumber))
-            << "\n";
+        page.add(isTuned ? "* " : "  ", std::setw(5), service.programNumber, "  ", service.name,
+                 wordsFor(session.middleware().signallingOf(service.programNumber)));
     }
-    return out.str().empty() ? "no services yet\n" : out.str();
+    std::vector<std::string> lines = page.take();
+    if (lines.empty())
+        lines.emplace_back("no services yet");
+    return lines;
 }
 
-std::string statusPage(Session& session)
+std::vector<std::string> statusPage(Session& session)
 {
-    std::ostringstream out;
-    writeWindows(session, out);
-    writeApplications(session, out);
-    writeTable(session, out);
-    writeCarousels(session, out);
+    Page page;
+    addWindows(session, page);
+    addApplications(session, page);
+    addTable(session, page);
+    addCarousels(session, page);
     const StreamStatistics statistics = session.middleware().statistics();
-    out << "stream: " << withSeparators(statistics.packets) << " packets, "
-        << withSeparators(statistics.continuityErrors) << " gaps, "
-        << withSeparators(statistics.crcErrors) << " damaged sections\n";
-    return out.str();
+    page.add("stream: ", withSeparators(statistics.packets), " packets, ",
+             withSeparators(statistics.continuityErrors), " gaps, ",
+             withSeparators(statistics.damagedPackets), " damaged and ",
+             withSeparators(statistics.scrambledPackets), " scrambled packets, ",
+             withSeparators(statistics.crcErrors), " damaged sections, ",
+             withSeparators(statistics.syncLosses), " losses of sync (",
+             withSeparators(statistics.skippedBytes), " bytes skipped)");
+    return page.take();
 }
 
 }  // namespace receiver

@@ -87,6 +87,14 @@ void Doorbell::waitUntilSettled()
         pthread_cond_wait(&settledCondition_, &mutex_);
 }
 
+uint64_t Doorbell::waits() const
+{
+    pthread_mutex_lock(&mutex_);
+    const uint64_t count = asked_;
+    pthread_mutex_unlock(&mutex_);
+    return count;
+}
+
 void Doorbell::close()
 {
     const Hold lock(*this);

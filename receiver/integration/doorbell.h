@@ -54,13 +54,16 @@ public:
     /// before this call, and waits for more.
     void waitUntilSettled();
 
+    /// How often it was waited for so; callable from any thread.
+    uint64_t waits() const;
+
     /// Nobody waits from now on.
     void close();
 
 private:
     void waitUntil(const std::optional<Clock::time_point>& deadline);
 
-    pthread_mutex_t mutex_;
+    mutable pthread_mutex_t mutex_;
     pthread_cond_t condition_;         // the browser thread waits on it
     pthread_cond_t settledCondition_;  // the middleware thread waits on it
     uint64_t asked_ = 0;               // how often the middleware thread waited

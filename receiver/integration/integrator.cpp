@@ -1,13 +1,19 @@
 #include "receiver/integration/integrator.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <sstream>
+
+#include "receiver/service/table_book.h"
+#include "receiver/text/dvb_text.h"
 
 namespace receiver {
 
 using namespace VestaHbbTV;
 
 namespace {
+
+constexpr int autostartCode = 1;
 
 std::string idsOf(const HBBTV_ApplicationNotificationData& record)
 {
@@ -45,11 +51,10 @@ const char* answerName(HBBTV_XHR_Permission answer)
     }
 }
 
-std::string titleOf(const HBBTV_AITApplicationInfo& info)
+std::string titleOf(const HBBTV_AITApplicationInfo& info, const std::string& name)
 {
     return receiver::idsOf(info.organisationId, info.applicationId) + " " +
-           controlCodeName(info.controlCode) +
-           (*info.name ? " \"" + std::string(info.name) + "\"" : "");
+           controlCodeName(info.controlCode) + (name.empty() ? "" : " \"" + name + "\"");
 }
 
 /// @return the URLs of the transports in the order in which they are tried
@@ -75,7 +80,8 @@ std::string idsOf(unsigned long organisationId, unsigned applicationId)
     return text.str();
 }
 
-Integrator::Integrator(EventLog& log, BrowserEngine& browser) : log_(log), browser_(browser)
+Integrator::Integrator(EventLog& log, BrowserEngine& browser, const TableBook* book)
+    : log_(log), browser_(browser), book_(book)
 {
     current = this;
 }
@@ -94,8 +100,11 @@ HBBTV_STATUS Integrator::listen(HBBTV_NotificationType type, HBBTV_NotificationD
 
 void Integrator::forgetTable()
 {
-    if (current)
-        current->table_.clear();
+    if (!current)
+        return;
+    current->table_.clear();
+    current->listed_.clear();
+    current->rejected_.clear();
 }
 
 void Integrator::handle(HBBTV_NotificationType type, HBBTV_NotificationData* data)
@@ -136,6 +145,8 @@ void Integrator::handle(HBBTV_NotificationType type, HBBTV_NotificationData* dat
 
 void Integrator::start(HBBTV_ApplicationNotificationData& record)
 {
+    expectedStart_.reset();
+    expectsAutostart_ = false;
     // An application without a valid id comes with the answer set to a refusal; it stays so.
     if (startAnswer != HBBTV_APPLICATION_ACTION_START)
         record.action = startAnswer;
@@ -167,8 +178,65 @@ void Integrator::stop(const HBBTV_ApplicationNotificationData& record)
 
 void Integrator::reject(const HBBTV_ApplicationNotificationData& record)
 {
-    report("reject", idsOf(record) + " rejected: its profile is not supported",
-           {{"application", idsOf(record)}});
+    const std::string ids = idsOf(record);
+    std::vector<std::string> wanted;
+    if (book_)
+        wanted =
+            book_->profilesOf(static_cast<uint32_t>(record.organisationId), record.applicationId);
+    std::string list;
+    for (const std::string& profile : wanted)
+        list += (list.empty() ? "" : " or ") + profile;
+    std::ostringstream had;
+    had << "0x" << std::hex << std::setw(4) << std::setfill('0') << supportedProfiles
+        << " with version " << version;
+    rejected_.insert(ids);
+    report("reject",
+           ids + " rejected: it wants " + (list.empty() ? "no known profile" : "profile " + list) +
+               ", the terminal has " + had.str(),
+           {{"application", ids}, {"wanted", wanted}, {"had", had.str()}});
+}
+
+void Integrator::reportStartsThatCameToNothing()
+{
+    if (expectedStart_) {
+        const bool isURL = expectedStart_->find(':') != std::string::npos;
+        reportNotStarted(*expectedStart_, isURL ? "the application manager gives no reason"
+                                                : reasonAgainst(*expectedStart_));
+    }
+    if (expectsAutostart_ && applications_.empty()) {
+        for (const Listed& application : listed_) {
+            // One that was rejected has been said to be.
+            if (application.isAutostart && rejected_.count(application.ids) == 0)
+                reportNotStarted(application.ids, reasonAgainst(application.ids));
+        }
+    }
+    expectedStart_.reset();
+    expectsAutostart_ = false;
+}
+
+void Integrator::reportNotStarted(const std::string& what, const std::string& reason)
+{
+    log_.report(Source::Receiver, "not-started", what + " was not started: " + reason,
+                {{"application", what}});
+}
+
+/// What the receiver knows; the application manager only does not start it.
+std::string Integrator::reasonAgainst(const std::string& ids) const
+{
+    if (listed_.empty())
+        return "there is no table";
+    const auto found =
+        std::find_if(listed_.begin(), listed_.end(),
+                     [&ids](const Listed& application) { return application.ids == ids; });
+    if (found == listed_.end())
+        return "the table does not have it";
+    if (!found->hasTransport)
+        return "the table says of no transport where to load it from";
+    if (found->needsBroadband && !hasBroadband)
+        return "it comes by broadband, which is off";
+    if (rejected_.count(ids) != 0)
+        return "it was rejected";
+    return "the application manager gives no reason";
 }
 
 void Integrator::change(const HBBTV_ApplicationNotificationData& record)
@@ -195,6 +263,8 @@ void Integrator::trusted(const HBBTV_ApplicationNotificationData& record)
 void Integrator::update(const HBBTV_NotificationData* data)
 {
     table_.clear();
+    listed_.clear();
+    rejected_.clear();
     if (!data)
         return;
     const int count = data->ait.numApplications;
@@ -204,11 +274,19 @@ void Integrator::update(const HBBTV_NotificationData* data)
     for (int index = 0; index < count; ++index) {
         const HBBTV_AITApplicationInfo& info = data->ait.applications[index];
         const std::vector<std::string> urls = urlsOf(info);
-        table_.push_back("  " + titleOf(info));
+        const std::string name =
+            decodeDvbText(book_ ? book_->wholeName(static_cast<uint32_t>(info.organisationId),
+                                                   info.applicationId, info.name)
+                                : info.name);
+        const std::string ids = receiver::idsOf(info.organisationId, info.applicationId);
+        const bool isAutostart = info.controlCode == autostartCode;
+        listed_.push_back({ids, isAutostart, !urls.empty(), info.hasOCTransport == 0});
+        expectsAutostart_ = expectsAutostart_ || isAutostart;
+        table_.push_back("  " + titleOf(info, name));
         report("ait-application", table_.back(),
-               {{"application", receiver::idsOf(info.organisationId, info.applicationId)},
+               {{"application", ids},
                 {"control_code", info.controlCode},
-                {"name", info.name},
+                {"name", name},
                 {"urls", urls}});
         for (const std::string& url : urls) {
             table_.push_back("    " + url);

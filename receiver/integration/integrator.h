@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,12 +15,15 @@
 
 namespace receiver {
 
+class TableBook;
+
 /// Answers the application manager's questions and keeps the books for the status page. Browser
 /// thread.
 class Integrator {
 public:
-    /// @param log, browser borrowed
-    Integrator(EventLog& log, BrowserEngine& browser);
+    /// @param log, browser borrowed @param book what the notifications leave out of the tables;
+    ///        borrowed, may be null
+    Integrator(EventLog& log, BrowserEngine& browser, const TableBook* book = nullptr);
     ~Integrator();
     Integrator(const Integrator&) = delete;
     Integrator& operator=(const Integrator&) = delete;
@@ -35,6 +39,20 @@ public:
     VestaHbbTV::HBBTV_XHR_Permission requestAnswer = VestaHbbTV::HBBTV_XHR_ALLOW;
     long freeMemory = 64L << 20;  ///< bytes
     /// @}
+
+    /// @name What the application manager was told of the terminal
+    /// @{
+    unsigned supportedProfiles = 0;
+    std::string version = "1.2.1";  ///< of HbbTV
+    bool hasBroadband = true;
+    /// @}
+
+    /// A start was asked for. @param what ids of an application of the table, or a URL
+    void expectStart(const std::string& what) { expectedStart_ = what; }
+
+    /// To be called when everything that was queued is done: says which starts came to nothing, of
+    /// those that were expected and of applications that are signalled to start by themselves.
+    void reportStartsThatCameToNothing();
 
     /// An application as far as the notifications tell.
     struct RunningApplication {
@@ -73,9 +91,24 @@ private:
     void setVisible(const VestaHbbTV::HBBTV_WindowNotificationData& record, bool visible);
     void report(const char* event, const std::string& text,
                 const EventLog::Details& details = nullptr);
+    void reportNotStarted(const std::string& what, const std::string& reason);
+    std::string reasonAgainst(const std::string& ids) const;
+
+    /// An application of the table in force.
+    struct Listed {
+        std::string ids;
+        bool isAutostart;
+        bool hasTransport;
+        bool needsBroadband;  ///< all its transports do
+    };
 
     EventLog& log_;
     BrowserEngine& browser_;
+    const TableBook* book_;
+    std::vector<Listed> listed_;
+    std::set<std::string> rejected_;            // of the table in force
+    std::optional<std::string> expectedStart_;  // until it is asked for
+    bool expectsAutostart_ = false;
     std::vector<RunningApplication> applications_;
     std::vector<std::string> table_;
     std::optional<RunningApplication> starting_;

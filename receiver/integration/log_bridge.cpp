@@ -4,6 +4,27 @@
 
 namespace receiver {
 
+namespace {
+
+using namespace VestaHbbTV;
+
+const char* nameOf(LogLevel level)
+{
+    switch (level) {
+    case DEBUG:
+        return "debug ";
+    case LOG:
+        return "log   ";
+    case WARN:
+        return "warn  ";
+    case ERR:
+        return "err   ";
+    }
+    return "";
+}
+
+}  // namespace
+
 LogBridge::LogBridge(VestaHbbTV::LogLevel minimumLevel, EventLog& log)
     : LoggingOutput(minimumLevel), log_(log)
 {
@@ -13,10 +34,12 @@ void LogBridge::output(VestaHbbTV::LogEntry& entry)
 {
     if (!accepts(entry))
         return;
-    // Date and time stand in front; the event log has its own.
+    // Date, time and level stand in front; the event log has a time of its own, and the options'
+    // names for the levels.
     std::string text = entry.stream().str();
     const size_t module = text.find('[');
     text.erase(0, module == std::string::npos ? 0 : module);
+    text.insert(0, nameOf(entry.getLevel()));
     if (!text.empty() && text.back() == '\n')
         text.pop_back();
     log_.report(Source::Log, "log", text, {{"level", static_cast<int>(entry.getLevel())}});

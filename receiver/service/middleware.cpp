@@ -88,6 +88,12 @@ bool Middleware::lacksWantedService() const
     return ended_ && follower_.lacksWantedService();
 }
 
+std::string Middleware::lack() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return follower_.lack();
+}
+
 StreamStatistics Middleware::statistics() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -96,12 +102,15 @@ StreamStatistics Middleware::statistics() const
 
 void Middleware::run()
 {
+    bool hasNews = true;
     while (!stopping_) {
         // The air waits for the receiver: what it says never piles up, and plays alike every time.
-        doorbell_.waitUntilSettled();
+        // Where nothing was said the receiver waits already.
+        if (hasNews)
+            doorbell_.waitUntilSettled();
         if (stopping_)
             return;
-        send(step());
+        hasNews = send(step());
         pace();
     }
 }
@@ -157,19 +166,23 @@ void Middleware::showProgress()
 }
 
 /// The browser thread sees the whole step at once, the events and how far it went.
-void Middleware::send(Progress progress)
+/// @return whether there was anything to see
+bool Middleware::send(Progress progress)
 {
     const Doorbell::Hold hold(doorbell_);
     std::vector<Outgoing> events;
+    bool hasNews = progress != Progress::Playing;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         events = follower_.takeEvents();
+        hasNews = follower_.takeNews() || !events.empty() || hasNews;
         ended_ = progress == Progress::Ended && requests_.empty();
     }
     for (const Outgoing& event : events)
         receiver::send(event);
     if (progress == Progress::Tuned)
         ++tunes_;
+    return hasNews;
 }
 
 void Middleware::pace()

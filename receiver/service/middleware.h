@@ -67,11 +67,15 @@ public:
     std::string error() const;
     /// Whether the stream ended without a sign of the service of the options.
     bool lacksWantedService() const;
+    /// What the stream did not have, for people; empty when it had all.
+    std::string lack() const;
     StreamStatistics statistics() const;
     /// @}
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
     ServiceCarousels& carousels() { return follower_.carousels(); }
+    /// The tuned service's table, for the notifications. Thread-safe.
+    const TableBook& tableBook() const { return follower_.tableBook(); }
 
 private:
     enum class Progress { Playing, Tuned, Ended };
@@ -79,7 +83,7 @@ private:
     void run();
     Progress step();
     bool playChunk();
-    void send(Progress progress);
+    bool send(Progress progress);
     void pace();
     bool endOfStream();
     void finishStream();

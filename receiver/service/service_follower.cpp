@@ -34,6 +34,43 @@ std::string streamCount(const ProgramMap& map)
     return std::to_string(count) + (count == 1 ? " stream" : " streams");
 }
 
+/// "1 "First", 2": a long list is cut.
+std::string listOf(const std::vector<Service>& services)
+{
+    const size_t most = 20;
+    std::string list;
+    for (size_t index = 0; index < std::min(services.size(), most); ++index) {
+        const Service& service = services[index];
+        list += (index == 0 ? "" : ", ") + std::to_string(service.programNumber) +
+                (service.name.empty() ? "" : " \"" + service.name + "\"");
+    }
+    if (services.size() > most)
+        list += " and " + withSeparators(services.size() - most) + " more";
+    return list;
+}
+
+/// "1 gap, 2 gaps"; empty for none.
+std::string countOf(uint64_t count, const char* one, const char* several)
+{
+    return count == 0 ? "" : withSeparators(count) + " " + (count == 1 ? one : several);
+}
+
+/// What was missing or left out of the stream; empty when it was whole.
+std::string damageOf(const StreamStatistics& statistics)
+{
+    std::string text;
+    const std::string parts[] = {
+        countOf(statistics.continuityErrors, "gap", "gaps"),
+        countOf(statistics.damagedPackets, "damaged packet", "damaged packets"),
+        countOf(statistics.scrambledPackets, "scrambled packet", "scrambled packets"),
+        countOf(statistics.crcErrors, "damaged section", "damaged sections"),
+        countOf(statistics.syncLosses, "loss of sync", "losses of sync"),
+    };
+    for (const std::string& part : parts)
+        text += (text.empty() || part.empty() ? "" : ", ") + part;
+    return text.empty() ? "" : "the stream was not whole: " + text;
+}
+
 }  // namespace
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
@@ -65,6 +102,11 @@ std::vector<Outgoing> ServiceFollower::takeEvents()
     return std::exchange(outgoing_, {});
 }
 
+bool ServiceFollower::takeNews()
+{
+    return std::exchange(hasNews_, false);
+}
+
 void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
@@ -76,26 +118,48 @@ void ServiceFollower::giveUpWaiting()
 
 void ServiceFollower::remarkAtEnd()
 {
-    const std::string text = lackAtEnd();
-    if (!text.empty())
+    remarkOnTable();
+    if (const std::string text = lack(); !text.empty())
+        remark("remark", text);
+    if (const std::string text = damageOf(stream_.statistics()); !text.empty())
         remark("remark", text);
 }
 
-/// Empty when it was all there.
-std::string ServiceFollower::lackAtEnd() const
+/// A table that has begun and does not go on.
+void ServiceFollower::remarkOnTable()
 {
-    if (stream_.services().empty())
+    if (const std::string text = examiner_.lack(); !text.empty())
+        remark("ait-problem", text);
+}
+
+std::string ServiceFollower::lack() const
+{
+    const std::vector<Service>& services = stream_.services();
+    if (services.empty())
         return "no services: the stream lists none";
-    if (!tuned_ && !wanted_)
-        return "no service of the stream signals HbbTV applications (no AIT)";
-    if (!tuned_) {
-        std::string list;
-        for (const Service& service : stream_.services())
-            list += (list.empty() ? "" : ", ") + std::to_string(service.programNumber);
-        return "no such service: " + std::to_string(*wanted_) + "; the stream has " + list;
+    if (tuned_)
+        return hasSentTable_ ? "" : lackOfTable();
+    const auto hasNoMap = [this](const Service& service) {
+        return signalling_.count(service.programNumber) == 0;
+    };
+    if (wanted_) {
+        const bool isListed =
+            std::any_of(services.begin(), services.end(),
+                        [this](const auto& one) { return one.programNumber == *wanted_; });
+        return isListed ? "no PMT of service " + std::to_string(*wanted_) + " came"
+                        : "no such service: " + std::to_string(*wanted_) + "; the stream has " +
+                              listOf(services);
     }
-    if (hasSentTable_)
-        return "";
+    std::vector<Service> withoutMap;
+    std::copy_if(services.begin(), services.end(), std::back_inserter(withoutMap), hasNoMap);
+    if (withoutMap.size() == services.size())
+        return "no PMT of any service came: of " + listOf(services);
+    return "no service of the stream signals HbbTV applications (no AIT)" +
+           (withoutMap.empty() ? "" : "; no PMT came of " + listOf(withoutMap));
+}
+
+std::string ServiceFollower::lackOfTable() const
+{
     return filter_.pids().empty() ? nameOf(*tuned_) + " signals no applications (no AIT)"
                                   : "no AIT for HbbTV came in " + nameOf(*tuned_);
 }
@@ -113,6 +177,9 @@ void ServiceFollower::leave()
 {
     for (void* const id : carousels_.leave())
         outgoing_.push_back(fileAnswer(id, false));
+    remarkOnTable();
+    examiner_.clear();
+    book_.clear();
     tuned_.reset();
     filter_.setStreams({});
     updateSubscriptions();
@@ -126,6 +193,7 @@ void ServiceFollower::leave()
 
 void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 {
+    hasNews_ = true;
     std::map<uint16_t, ApplicationSignalling> signalling;
     for (const Service& service : services) {
         const auto known = signalling_.find(service.programNumber);
@@ -136,6 +204,7 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
             tuned_ = service;
         reportService(service);
     }
+    reportServicesGone();
     signalling_ = std::move(signalling);
     for (auto candidate = candidates_.begin(); candidate != candidates_.end();)
         candidate = signalling_.count(candidate->first) == 0 ? candidates_.erase(candidate)
@@ -157,6 +226,28 @@ void ServiceFollower::reportService(const Service& service)
                 {{"service", service.programNumber}, {"name", service.name}});
 }
 
+/// The PAT lists them no more. What is known of the one tuned to goes on to count.
+void ServiceFollower::reportServicesGone()
+{
+    std::set<uint16_t> listed;
+    for (const Service& service : stream_.services())
+        listed.insert(service.programNumber);
+    for (auto told = toldServices_.begin(); told != toldServices_.end();) {
+        const auto& [number, name] = *told;
+        if (listed.count(number) != 0) {
+            ++told;
+            continue;
+        }
+        const bool isTuned = tuned_ && tuned_->programNumber == number;
+        log_.report(Source::Air, "service-gone",
+                    "service " + std::to_string(number) +
+                        (name.empty() ? "" : " \"" + name + "\"") + " is no longer listed" +
+                        (isTuned ? ", and is the one tuned to" : ""),
+                    {{"service", number}, {"name", name}});
+        told = toldServices_.erase(told);
+    }
+}
+
 std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serviceId) const
 {
     const auto known = signalling_.find(serviceId);
@@ -165,6 +256,7 @@ std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serv
 
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
+    hasNews_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
     const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
@@ -361,6 +453,7 @@ void ServiceFollower::updateSubscriptions()
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
+    hasNews_ = true;
     const bool isOnPid = filter_.isOnPid(pid);
     if (isOnPid)
         takeTableSection(pid, section);
@@ -398,6 +491,9 @@ void ServiceFollower::sendHeldBack()
 void ServiceFollower::sendTableSection(const SectionBytes& section)
 {
     reportTableSection(section);
+    if (const std::string problem = examiner_.examine(section); !problem.empty())
+        remark("ait-problem", problem);
+    book_.note(section);
     hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
     candidates_.clear();
@@ -430,8 +526,9 @@ void ServiceFollower::reportTableSection(const SectionBytes& section)
 /// Something that is not for everybody, or that would be said again and again.
 void ServiceFollower::remark(const char* event, const std::string& text)
 {
+    const size_t most = 1000;  // a broadcast has no end of texts
     const bool isForEverybody = std::string(event) != "left-out";
-    if ((isForEverybody || isVerbose_) && remarks_.insert(text).second)
+    if ((isForEverybody || isVerbose_) && remarks_.size() < most && remarks_.insert(text).second)
         log_.report(Source::Receiver, event, text);
 }
 

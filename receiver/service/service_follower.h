@@ -14,6 +14,8 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
+#include "receiver/service/table_book.h"
+#include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
 #include "receiver/stream/stream_clock.h"
 #include "receiver/stream/table_filter.h"
@@ -32,7 +34,8 @@ struct FollowerOptions {
 /// says so before one whose PMT does not say, in the order of the PAT, and on to the next while no
 /// table comes. It knows which is first when every PMT has come, or one of them twice.
 ///
-/// What it has to say piles up until takeEvents(). One thread at a time, carousels() aside.
+/// What it has to say piles up until takeEvents(). One thread at a time, carousels() and
+/// tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
     /// What heldBytes() may be: more than the tables of a multiplex. With more they are forgotten.
@@ -61,7 +64,7 @@ public:
     /// Nothing comes any more: what was waited for will not be there.
     void giveUpWaiting();
 
-    /// Says what a person might have expected of the stream and was not there.
+    /// Says what a person might have expected of the stream and was not there, or not whole.
     void remarkAtEnd();
 
     /// Something that is not for everybody, or that would be said again and again.
@@ -69,6 +72,10 @@ public:
 
     /// @return what is to be sent since the last call, in order; the events are the caller's
     std::vector<Outgoing> takeEvents();
+
+    /// @return whether a table or a section came since the last call: what is known may have
+    /// changed
+    bool takeNews();
 
     const std::vector<Service>& services() const { return stream_.services(); }
     const std::optional<Service>& tuned() const { return tuned_; }
@@ -80,6 +87,10 @@ public:
     size_t heldBytes() const;
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
+    const TableBook& tableBook() const { return book_; }
+
+    /// What a person might have expected of the stream and was not there; empty when it was.
+    std::string lack() const;
 
 private:
     /// A service that may be tuned to, and what came of its table meanwhile.
@@ -95,6 +106,7 @@ private:
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
 
     void reportService(const Service& service);
+    void reportServicesGone();
     void join(const Service& service, const ProgramMap& map);
     void leave();
     void sayThatThereIsNoTable(bool wasThere);
@@ -120,7 +132,8 @@ private:
     void sendTableSection(const SectionBytes& section);
     void reportTableSection(const SectionBytes& section);
     void reportFileAnswers(size_t most);
-    std::string lackAtEnd() const;
+    std::string lackOfTable() const;
+    void remarkOnTable();
 
     const bool isVerbose_;
     EventLog& log_;
@@ -129,6 +142,7 @@ private:
     uint16_t clockPid_ = 0x1FFF;
     TableFilter filter_;
     std::vector<Outgoing> outgoing_;
+    bool hasNews_ = false;
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
@@ -141,6 +155,8 @@ private:
     unsigned heldBackRounds_ = 0;
     std::set<std::string> remarks_;                 // each is made once a service
     std::map<uint16_t, std::string> toldServices_;  // names
+    TableExaminer examiner_;
+    TableBook book_;
     ServiceCarousels carousels_;
 };
 

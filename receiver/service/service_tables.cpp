@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "foundation/byte_reader.h"
+#include "receiver/text/dvb_text.h"
 #include "signalling/pmt.h"
 
 namespace receiver {
@@ -83,27 +84,6 @@ StreamDescription describe(const ElementaryStream& stream, ByteReader descriptor
     return description;
 }
 
-void appendLatin1AsUtf8(std::string& text, unsigned char character)
-{
-    text += static_cast<char>(0xC0 | (character >> 6));
-    text += static_cast<char>(0x80 | (character & 0x3F));
-}
-
-enum class CharacterTable { Utf8, Latin1, Other };
-
-// The first bytes of a text select its table; without them it is close to ISO 6937.
-std::pair<CharacterTable, size_t> selectCharacterTable(const std::string& text)
-{
-    const unsigned char first = text.empty() ? 0x20 : static_cast<unsigned char>(text[0]);
-    if (first >= 0x20)
-        return {CharacterTable::Other, 0};
-    if (first == 0x15)
-        return {CharacterTable::Utf8, 1};
-    if (first == 0x10 && text.size() >= 3)
-        return {text[1] == 0 && text[2] == 1 ? CharacterTable::Latin1 : CharacterTable::Other, 3};
-    return {CharacterTable::Other, first == 0x1F ? 2 : 1};
-}
-
 }  // namespace
 
 bool TableCollector::add(const SectionBytes& section)
@@ -174,27 +154,6 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
         }
     }
     return services;
-}
-
-std::string decodeDvbText(const std::string& text)
-{
-    const auto [table, start] = selectCharacterTable(text);
-    std::string decoded;
-    for (size_t i = start; i < text.size(); ++i) {
-        const auto character = static_cast<unsigned char>(text[i]);
-        const bool control =
-            character < 0x20 || character == 0x7F ||
-            (table != CharacterTable::Utf8 && character >= 0x80 && character < 0xA0);
-        if (control)
-            continue;
-        if (character < 0x80 || table == CharacterTable::Utf8)
-            decoded += static_cast<char>(character);
-        else if (table == CharacterTable::Latin1)
-            appendLatin1AsUtf8(decoded, character);
-        else
-            decoded += '?';
-    }
-    return decoded;
 }
 
 bool StreamDescription::mayCarryApplicationInformation() const

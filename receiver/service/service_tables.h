@@ -51,10 +51,6 @@ struct ServiceDescription {
 /// @return the services in order; a loop that leaves the section ends the section's list
 std::vector<ServiceDescription> readServiceDescriptions(const std::vector<SectionBytes>& sdt);
 
-/// DVB text (ETSI EN 300 468, annex A) as UTF-8. Characters of tables other than ISO 8859-1 and
-/// UTF-8 become "?" where they are not ASCII; control codes are left out.
-std::string decodeDvbText(const std::string& text);
-
 constexpr uint16_t hbbtvApplicationType = 0x0010;  // ETSI TS 102 796, 7.2.3.1
 
 /// One application type of an application signalling descriptor (ETSI TS 102 809, 5.3.5.1).

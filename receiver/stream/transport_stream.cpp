@@ -114,13 +114,21 @@ TransportStream::~TransportStream() = default;
 bool TransportStream::feed(const unsigned char* bytes, size_t count)
 {
     framer_.feed(bytes, count);
+    countFraming();
     return framer_.state() != PacketFramer::State::NotATransportStream;
 }
 
 bool TransportStream::finish()
 {
     framer_.finish();
+    countFraming();
     return framer_.state() != PacketFramer::State::NotATransportStream;
+}
+
+void TransportStream::countFraming()
+{
+    statistics_.syncLosses = framer_.syncLosses();
+    statistics_.skippedBytes = framer_.skippedBytes();
 }
 
 void TransportStream::restart()

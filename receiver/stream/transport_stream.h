@@ -42,6 +42,8 @@ struct StreamStatistics {
     uint64_t crcErrors = 0;          ///< sections with a wrong CRC_32; left out
     uint64_t uncheckedSections = 0;  ///< sections that have no CRC_32; left out
     uint64_t sections = 0;           ///< sections with a correct CRC_32
+    uint64_t syncLosses = 0;         ///< how often a packet did not begin where it had to
+    uint64_t skippedBytes = 0;       ///< that belonged to no packet
 };
 
 /// Hears what a TransportStream finds, within the calls that feed it. May subscribe and
@@ -116,6 +118,7 @@ private:
     struct Packet;
     struct SectionPid;
 
+    void countFraming();
     void handlePacket(const unsigned char* packet);
     bool continues(const Packet& packet);
     void reportClock(const Packet& packet);

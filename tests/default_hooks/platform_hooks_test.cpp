@@ -19,21 +19,21 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class DefaultHooks : public ::testing::Test {
+class PlatformHooks : public ::testing::Test {
 protected:
-    DefaultHooks()
+    PlatformHooks()
     {
         FakeBrowser::instance().reset();
         vesta_hbbtv_init(FakeBrowser::instance().handle());
     }
-    ~DefaultHooks() override
+    ~PlatformHooks() override
     {
         vesta_hbbtv_shutdown();
         Journal::instance().clear();
     }
 };
 
-TEST_F(DefaultHooks, TerminalHasEveryKeySet)
+TEST_F(PlatformHooks, TerminalHasEveryKeySet)
 {
     EXPECT_EQ(hbbtv_keyset_get_supported_values(), 0x3FF);
     double maximum = 0;
@@ -41,7 +41,7 @@ TEST_F(DefaultHooks, TerminalHasEveryKeySet)
     EXPECT_EQ(maximum, 0x3FF);
 }
 
-TEST_F(DefaultHooks, StartingAndStoppingAsksNothingOfTheBrowserOrTheLibrary)
+TEST_F(PlatformHooks, StartingAndStoppingAsksNothingOfTheBrowserOrTheLibrary)
 {
     hbbtv_ait_start();
     dsmcc_start();
@@ -53,7 +53,7 @@ TEST_F(DefaultHooks, StartingAndStoppingAsksNothingOfTheBrowserOrTheLibrary)
     EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
-TEST_F(DefaultHooks, FileHooksSucceedAndLeaveTheirResultsUntouched)
+TEST_F(PlatformHooks, FileHooksSucceedAndLeaveTheirResultsUntouched)
 {
     char place = 'x';
     char* text = &place;
@@ -67,7 +67,7 @@ TEST_F(DefaultHooks, FileHooksSucceedAndLeaveTheirResultsUntouched)
     EXPECT_EQ(dsmcc_clear_cache(), 0u);
 }
 
-TEST_F(DefaultHooks, DownloadIsReadAtOnceAndEnds)
+TEST_F(PlatformHooks, DownloadIsReadAtOnceAndEnds)
 {
     HbbTVDVBURL url("dvb://1.2.3.4/a");
     char load;
@@ -77,7 +77,7 @@ TEST_F(DefaultHooks, DownloadIsReadAtOnceAndEnds)
     EXPECT_EQ(Journal::instance().take(), Lines({"ve_protocol_finished(200)"}));
 }
 
-TEST_F(DefaultHooks, SubscriptionsAreAcceptedAndForgotten)
+TEST_F(PlatformHooks, SubscriptionsAreAcceptedAndForgotten)
 {
     char place;
     EXPECT_EQ(dsmcc_stream_event_subscribe("1.2.3.4/ev", &place, nullptr, nullptr, nullptr), 0u);
@@ -90,7 +90,7 @@ TEST_F(DefaultHooks, SubscriptionsAreAcceptedAndForgotten)
     EXPECT_EQ(dsmcc_stream_event_unsubscribe_all(&place, 1), 0u);
 }
 
-TEST_F(DefaultHooks, QuestionAboutCarouselsIsLeftUnanswered)
+TEST_F(PlatformHooks, QuestionAboutCarouselsIsLeftUnanswered)
 {
     for (const bool before : {false, true}) {
         bool same = before;
@@ -99,7 +99,7 @@ TEST_F(DefaultHooks, QuestionAboutCarouselsIsLeftUnanswered)
     }
 }
 
-TEST_F(DefaultHooks, ChannelChangeRunsThroughThem)
+TEST_F(PlatformHooks, ChannelChangeRunsThroughThem)
 {
     auto* const window = static_cast<Window*>(vesta_hbbtv_create_window());
     vesta_hbbtv_set_broadcast_window(window);

@@ -12,15 +12,15 @@ using namespace vesta::test;
 
 namespace {
 
-class Configuration : public ::testing::Test {
+class ConfigurationManagerTest : public ::testing::Test {
 protected:
-    Configuration() { FakePlatform::instance().reset(); }
-    ~Configuration() override { delete ConfigurationManager::getInstance(); }
+    ConfigurationManagerTest() { FakePlatform::instance().reset(); }
+    ~ConfigurationManagerTest() override { delete ConfigurationManager::getInstance(); }
 
     static ConfigurationManager* manager() { return ConfigurationManager::getInstance(); }
 };
 
-TEST_F(Configuration, IsOneInstanceWithDefaults)
+TEST_F(ConfigurationManagerTest, IsOneInstanceWithDefaults)
 {
     EXPECT_EQ(ConfigurationManager::instance, nullptr);
     EXPECT_EQ(ConfigurationManager::getCurrentQueue(), nullptr);
@@ -39,7 +39,7 @@ TEST_F(Configuration, IsOneInstanceWithDefaults)
     EXPECT_EQ(created->getSupportedKeySetValues(), 0);
 }
 
-TEST_F(Configuration, InitStoresTheBrowserMakesTheQueuesAndAsksForTheKeySets)
+TEST_F(ConfigurationManagerTest, InitStoresTheBrowserMakesTheQueuesAndAsksForTheKeySets)
 {
     FakePlatform::instance().supportedKeySets = 0x155;
     TAVO_Vesta* const browser = FakeBrowser::instance().handle();
@@ -53,14 +53,14 @@ TEST_F(Configuration, InitStoresTheBrowserMakesTheQueuesAndAsksForTheKeySets)
     EXPECT_EQ(manager()->getHbbTVVersionMinor(), 2);
 }
 
-TEST_F(Configuration, ANullBrowserIsStoredAsGiven)
+TEST_F(ConfigurationManagerTest, ANullBrowserIsStoredAsGiven)
 {
     manager()->init(FakeBrowser::instance().handle());
     manager()->init(nullptr);
     EXPECT_EQ(manager()->getBrowser(), nullptr);
 }
 
-TEST_F(Configuration, KeepsTheTerminalsCapabilities)
+TEST_F(ConfigurationManagerTest, KeepsTheTerminalsCapabilities)
 {
     manager()->setHbbTVVersion(3, 4, 5);
     EXPECT_EQ(manager()->getHbbTVVersionMajor(), 3);
@@ -88,7 +88,7 @@ private:
     std::function<void()> atEnd_;
 };
 
-TEST_F(Configuration, TheEndDeletesTheDownloadsBeforeTheQueuedEvents)
+TEST_F(ConfigurationManagerTest, TheEndDeletesTheDownloadsBeforeTheQueuedEvents)
 {
     manager()->init(nullptr);
     bool isDeleted = false;
@@ -103,7 +103,7 @@ TEST_F(Configuration, TheEndDeletesTheDownloadsBeforeTheQueuedEvents)
     EXPECT_EQ(manager()->getEventQueue(), nullptr) << "a later one is not initialised";
 }
 
-TEST_F(Configuration, ASecondInitDeletesTheFormerQueueWhenTheNewOneIsThere)
+TEST_F(ConfigurationManagerTest, ASecondInitDeletesTheFormerQueueWhenTheNewOneIsThere)
 {
     manager()->init(nullptr);
     ThreadsafeEventQueue* const former = manager()->getEventQueue();

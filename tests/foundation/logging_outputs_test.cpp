@@ -54,9 +54,9 @@ long openFilesUnder(const fs::path& path)
     return count;
 }
 
-class FileOutput : public ::testing::Test {
+class LoggingOutputFileTest : public ::testing::Test {
 protected:
-    FileOutput()
+    LoggingOutputFileTest()
     {
         const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
         directory_ = fs::temp_directory_path() /
@@ -64,7 +64,7 @@ protected:
         fs::create_directories(directory_);
     }
 
-    ~FileOutput() override
+    ~LoggingOutputFileTest() override
     {
         delete Logging::getInstance();
         fs::remove_all(directory_);
@@ -80,7 +80,7 @@ protected:
     fs::path directory_;
 };
 
-TEST_F(FileOutput, WritesEveryLineThroughAtOnce)
+TEST_F(LoggingOutputFileTest, WritesEveryLineThroughAtOnce)
 {
     const fs::path path = directory_ / "log";
     EXPECT_TRUE(add()->openFile(path.c_str()));
@@ -95,7 +95,7 @@ TEST_F(FileOutput, WritesEveryLineThroughAtOnce)
     EXPECT_EQ(behindDate(expected.substr(0, expected.find('\n'))), "   LOG [      Window] first");
 }
 
-TEST_F(FileOutput, AppendsToWhatIsThere)
+TEST_F(LoggingOutputFileTest, AppendsToWhatIsThere)
 {
     const fs::path path = directory_ / "log";
     std::ofstream(path) << "kept\n";
@@ -107,7 +107,7 @@ TEST_F(FileOutput, AppendsToWhatIsThere)
     EXPECT_EQ(behindDate(lines[1]), "   LOG [           M] new");
 }
 
-TEST_F(FileOutput, DropsLinesBelowItsMinimumLevel)
+TEST_F(LoggingOutputFileTest, DropsLinesBelowItsMinimumLevel)
 {
     const fs::path path = directory_ / "log";
     EXPECT_TRUE(add(WARN)->openFile(path.c_str()));
@@ -119,7 +119,7 @@ TEST_F(FileOutput, DropsLinesBelowItsMinimumLevel)
         EXPECT_NE(lines[n].find("level " + std::to_string(n + 3)), std::string::npos) << lines[n];
 }
 
-TEST_F(FileOutput, OpeningAgainReleasesTheFirstFile)
+TEST_F(LoggingOutputFileTest, OpeningAgainReleasesTheFirstFile)
 {
     const fs::path first = directory_ / "first";
     const fs::path second = directory_ / "second";
@@ -137,7 +137,7 @@ TEST_F(FileOutput, OpeningAgainReleasesTheFirstFile)
     EXPECT_EQ(linesOf(first).size(), 2u);
 }
 
-TEST_F(FileOutput, AFailedOpeningLosesLinesSilently)
+TEST_F(LoggingOutputFileTest, AFailedOpeningLosesLinesSilently)
 {
     const fs::path path = directory_ / "log";
     LoggingOutputFile* const output = add();
@@ -156,7 +156,7 @@ TEST_F(FileOutput, AFailedOpeningLosesLinesSilently)
     EXPECT_EQ(linesOf(path).size(), 1u) << "a failed opening replaces the open file";
 }
 
-TEST_F(FileOutput, ClosesTheFileWithTheLog)
+TEST_F(LoggingOutputFileTest, ClosesTheFileWithTheLog)
 {
     const fs::path path = directory_ / "log";
     EXPECT_TRUE(add()->openFile(path.c_str()));
@@ -165,7 +165,7 @@ TEST_F(FileOutput, ClosesTheFileWithTheLog)
     EXPECT_EQ(openFilesUnder(path), 0);
 }
 
-TEST_F(FileOutput, ADeviceThatCannotBeWrittenDropsLines)
+TEST_F(LoggingOutputFileTest, ADeviceThatCannotBeWrittenDropsLines)
 {
     if (::access("/dev/full", W_OK) != 0)
         GTEST_SKIP() << "no /dev/full";
@@ -177,7 +177,57 @@ TEST_F(FileOutput, ADeviceThatCannotBeWrittenDropsLines)
     EXPECT_EQ(linesOf(path).size(), 2u) << "the other sink still gets its lines";
 }
 
-TEST_F(FileOutput, LinesOfSeveralThreadsStayWholeAndInOrder)
+/// Makes writing to an open file fail as on a full device, until it dies.
+class FullDevice {
+public:
+    explicit FullDevice(const fs::path& path)
+    {
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            if (fs::read_symlink(entry.path(), gone) == path)
+                file_ = std::stoi(entry.path().filename());
+        }
+        writable_ = ::dup(file_);
+        const int full = ::open("/dev/full", O_WRONLY);
+        ::dup2(full, file_);
+        ::close(full);
+    }
+    FullDevice(const FullDevice&) = delete;
+    FullDevice& operator=(const FullDevice&) = delete;
+    ~FullDevice()
+    {
+        ::dup2(writable_, file_);
+        ::close(writable_);
+    }
+
+private:
+    int file_ = -1;
+    int writable_ = -1;
+};
+
+TEST_F(LoggingOutputFileTest, WritesTheNextLineOnceThereIsSpaceAgain)
+{
+    if (::access("/dev/full", W_OK) != 0)
+        GTEST_SKIP() << "no /dev/full";
+    const fs::path path = directory_ / "log";
+    EXPECT_TRUE(add()->openFile(path.c_str()));
+    LogEntry(LOG, "M") << "first";
+    {
+        const FullDevice full(path);
+        LogEntry(LOG, "M") << "lost";
+        LogEntry(LOG, "M") << "lost, too" << std::string(100000, '.');
+    }
+    LogEntry(LOG, "M") << "next";
+    LogEntry(LOG, "M") << "last";
+    std::vector<std::string> texts;
+    for (const std::string& line : linesOf(path))
+        texts.push_back(behindDate(line));
+    EXPECT_EQ(texts,
+              std::vector<std::string>({"   LOG [           M] first", "   LOG [           M] next",
+                                        "   LOG [           M] last"}));
+}
+
+TEST_F(LoggingOutputFileTest, LinesOfSeveralThreadsStayWholeAndInOrder)
 {
     const int threadCount = 3;
     const int lineCount = 1000;
@@ -242,7 +292,7 @@ private:
     int saved_ = -1;
 };
 
-TEST(StdoutOutput, FlushesEveryLineAndDropsThoseBelowItsMinimum)
+TEST(LoggingOutputStdoutTest, FlushesEveryLineAndDropsThoseBelowItsMinimum)
 {
     Logging::getInstance()->addOutput(new LoggingOutputStdout(LOG));
     std::string first;

@@ -130,6 +130,27 @@ TEST_F(LoggingTest, DateFollowsTheClock)
     }
 }
 
+TEST_F(LoggingTest, DateFollowsTheTimeZoneWithinTheSameSecond)
+{
+    clockStandsAt = 1000000000;  // 2001-09-09, 01:46:40 UTC
+    const std::pair<const char*, const char*> zones[] = {
+        {"UTC0", "01:46:40"},
+        {"XXX-05:45", "07:31:40"},
+        {"XXX-06:45", "08:31:40"},
+        {"YYY-06:45", "08:31:40"},
+        {"XXX-1XXS,M3.1.0,M10.1.0", "03:46:40"},
+        {"XXX-1", "02:46:40"},
+        {"UTC0", "01:46:40"},
+    };
+    for (const auto& [zone, time] : zones) {
+        texts_.clear();
+        const LocalTimeZone set(zone);
+        LogEntry(LOG, "Window") << "text";
+        EXPECT_EQ(texts_, Texts({"09/09/01 " + std::string(time) + "   LOG [      Window] text\n"}))
+            << zone;
+    }
+}
+
 TEST_F(LoggingTest, EveryLevelHasItsTagAndOtherValuesHaveNone)
 {
     const std::pair<int, const char*> cases[] = {

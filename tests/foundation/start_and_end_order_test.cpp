@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "foundation/configuration_manager.h"
+#include "foundation/logging.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -57,6 +58,16 @@ TEST_F(Start, AsksForTheKeySetsWhenEventsAndDownloadsArePossibleAndNothingElseIs
     EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
+TEST_F(Start, MakesTheLogFirst)
+{
+    delete Logging::getInstance();
+    ASSERT_EQ(Logging::instance, nullptr);
+    bool isThere = false;
+    whenAskedForKeySets([&isThere] { isThere = Logging::instance != nullptr; });
+    init();
+    EXPECT_TRUE(isThere);
+}
+
 TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
 {
     whenAskedForKeySets(vesta_hbbtv_shutdown);
@@ -87,6 +98,31 @@ TEST_F(Start, EndsWhereThePlatformShutsTheLibraryDown)
         EXPECT_EQ(WindowManager::instance, nullptr);
         EXPECT_EQ(NotificationManager::instance, nullptr);
         FakePlatform::instance().whileIn.clear();
+    }
+}
+
+TEST_F(Start, GoesOnNoFurtherWhereThePlatformStartsTheLibraryAnew)
+{
+    const std::pair<const char*, size_t> hooks[] = {
+        {"hbbtv_keyset_get_supported_values", 0}, {"hbbtv_ait_start", 1}, {"dsmcc_start", 2}};
+    const Lines whole = {"hbbtv_ait_start()", "dsmcc_start()"};
+    for (const auto& [hook, before] : hooks) {
+        FakePlatform::instance().supportedKeySets = 0x21;
+        FakePlatform::instance().whileIn[hook] = [] {
+            FakePlatform::instance().whileIn.clear();
+            FakePlatform::instance().supportedKeySets = 0x42;
+            vesta_hbbtv_shutdown();
+            init();
+            FakePlatform::instance().supportedKeySets = 0x21;
+        };
+        init();
+        Lines expected(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(before));
+        expected.insert(expected.end(), {"hbbtv_ait_stop()", "dsmcc_stop()"});
+        expected.insert(expected.end(), whole.begin(), whole.end());
+        EXPECT_EQ(Journal::instance().take(), expected) << hook;
+        EXPECT_EQ(ConfigurationManager::instance->getSupportedKeySetValues(), 0x42) << hook;
+        vesta_hbbtv_shutdown();
+        Journal::instance().clear();
     }
 }
 

@@ -47,9 +47,9 @@ void addFromAnotherThread(ThreadsafeEventQueue& queue)
     std::thread([&queue] { queue.add(new TestEvent); }).join();
 }
 
-class EventQueue : public ::testing::Test {
+class ThreadsafeEventQueueTest : public ::testing::Test {
 protected:
-    ~EventQueue() override
+    ~ThreadsafeEventQueueTest() override
     {
         queue_.reset();
         EXPECT_EQ(living, 0);
@@ -64,7 +64,7 @@ protected:
     std::vector<int> ran_;
 };
 
-TEST_F(EventQueue, EmptyGivesNothing)
+TEST_F(ThreadsafeEventQueueTest, EmptyGivesNothing)
 {
     EXPECT_EQ(queue_->getFirst(), nullptr);
     EXPECT_FALSE(queue_->executeFirst());
@@ -72,7 +72,7 @@ TEST_F(EventQueue, EmptyGivesNothing)
     EXPECT_FALSE(queue_->executeFirst());
 }
 
-TEST_F(EventQueue, RunsOneEventACallInTheOrderOfAdding)
+TEST_F(ThreadsafeEventQueueTest, RunsOneEventACallInTheOrderOfAdding)
 {
     for (int number : {1, 2, 3})
         queue_->add(event(number));
@@ -85,7 +85,7 @@ TEST_F(EventQueue, RunsOneEventACallInTheOrderOfAdding)
     EXPECT_FALSE(queue_->executeFirst());
 }
 
-TEST_F(EventQueue, FillsAndEmptiesAgainAndAgain)
+TEST_F(ThreadsafeEventQueueTest, FillsAndEmptiesAgainAndAgain)
 {
     std::vector<int> expected;
     int added = 0;
@@ -102,7 +102,7 @@ TEST_F(EventQueue, FillsAndEmptiesAgainAndAgain)
     EXPECT_EQ(ran_, expected);
 }
 
-TEST_F(EventQueue, FirstIsTakenOutUnexecuted)
+TEST_F(ThreadsafeEventQueueTest, FirstIsTakenOutUnexecuted)
 {
     TestEvent* const first = event(1);
     queue_->add(first);
@@ -113,7 +113,7 @@ TEST_F(EventQueue, FirstIsTakenOutUnexecuted)
     EXPECT_EQ(ran_, std::vector<int>({2}));
 }
 
-TEST_F(EventQueue, AnEventTakenOutCanBeAddedAgain)
+TEST_F(ThreadsafeEventQueueTest, AnEventTakenOutCanBeAddedAgain)
 {
     queue_->add(event(1));
     queue_->add(event(2));
@@ -123,7 +123,7 @@ TEST_F(EventQueue, AnEventTakenOutCanBeAddedAgain)
     EXPECT_EQ(ran_, std::vector<int>({2, 1}));
 }
 
-TEST_F(EventQueue, NullIsNotQueued)
+TEST_F(ThreadsafeEventQueueTest, NullIsNotQueued)
 {
     queue_->add(nullptr);
     EXPECT_FALSE(queue_->executeFirst());
@@ -135,7 +135,7 @@ TEST_F(EventQueue, NullIsNotQueued)
     EXPECT_EQ(ran_, std::vector<int>({1, 2}));
 }
 
-TEST_F(EventQueue, ExecutesWithTheMutexReleasedAndQueuesBehindTheRest)
+TEST_F(ThreadsafeEventQueueTest, ExecutesWithTheMutexReleasedAndQueuesBehindTheRest)
 {
     queue_->add(new TestEvent([this] {
         addFromAnotherThread(*queue_);
@@ -149,7 +149,7 @@ TEST_F(EventQueue, ExecutesWithTheMutexReleasedAndQueuesBehindTheRest)
     EXPECT_EQ(ran_, std::vector<int>({2, 3}));
 }
 
-TEST_F(EventQueue, DeletesAnExecutedEventWithTheMutexReleased)
+TEST_F(ThreadsafeEventQueueTest, DeletesAnExecutedEventWithTheMutexReleased)
 {
     queue_->add(new TestEvent({}, [this] { addFromAnotherThread(*queue_); }));
     EXPECT_TRUE(queue_->executeFirst());
@@ -157,7 +157,7 @@ TEST_F(EventQueue, DeletesAnExecutedEventWithTheMutexReleased)
     EXPECT_FALSE(queue_->executeFirst());
 }
 
-TEST_F(EventQueue, NestedExecutionTakesTheNextEvent)
+TEST_F(ThreadsafeEventQueueTest, NestedExecutionTakesTheNextEvent)
 {
     queue_->add(new TestEvent([this] {
         EXPECT_TRUE(queue_->executeFirst());
@@ -169,7 +169,7 @@ TEST_F(EventQueue, NestedExecutionTakesTheNextEvent)
     EXPECT_EQ(ran_, std::vector<int>({2, 1}));
 }
 
-TEST_F(EventQueue, ClearDeletesWithoutExecuting)
+TEST_F(ThreadsafeEventQueueTest, ClearDeletesWithoutExecuting)
 {
     for (int number : {1, 2, 3})
         queue_->add(event(number));
@@ -182,7 +182,7 @@ TEST_F(EventQueue, ClearDeletesWithoutExecuting)
     EXPECT_EQ(ran_, std::vector<int>({4}));
 }
 
-TEST_F(EventQueue, ClearDeletesInOrderWithTheMutexReleased)
+TEST_F(ThreadsafeEventQueueTest, ClearDeletesInOrderWithTheMutexReleased)
 {
     for (int number : {1, 2})
         queue_->add(new TestEvent({}, [this, number] {
@@ -197,7 +197,7 @@ TEST_F(EventQueue, ClearDeletesInOrderWithTheMutexReleased)
     EXPECT_FALSE(queue_->executeFirst());
 }
 
-TEST_F(EventQueue, ADestructorMayTakeFromAQueueThatIsCleared)
+TEST_F(ThreadsafeEventQueueTest, ADestructorMayTakeFromAQueueThatIsCleared)
 {
     queue_->add(new TestEvent({}, [this] { EXPECT_FALSE(queue_->executeFirst()); }));
     queue_->add(event(2));
@@ -205,7 +205,7 @@ TEST_F(EventQueue, ADestructorMayTakeFromAQueueThatIsCleared)
     EXPECT_TRUE(ran_.empty());
 }
 
-TEST_F(EventQueue, DestructionDeletesWhatIsQueuedAndWhatThatQueues)
+TEST_F(ThreadsafeEventQueueTest, DestructionDeletesWhatIsQueuedAndWhatThatQueues)
 {
     ThreadsafeEventQueue* const queue = queue_.get();
     queue->add(new TestEvent({}, [this, queue] { queue->add(event(2)); }));
@@ -215,7 +215,7 @@ TEST_F(EventQueue, DestructionDeletesWhatIsQueuedAndWhatThatQueues)
     EXPECT_TRUE(ran_.empty());
 }
 
-TEST_F(EventQueue, AnEventMayDeleteTheQueueThatRunsIt)
+TEST_F(ThreadsafeEventQueueTest, AnEventMayDeleteTheQueueThatRunsIt)
 {
     bool isQueueGone = false;
     queue_->add(new TestEvent([this, &isQueueGone] {

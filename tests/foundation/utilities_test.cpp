@@ -100,6 +100,23 @@ TEST(FormattedTime, IsTheLocalOne)
     clockStandsAt.reset();
 }
 
+TEST(FormattedTime, FollowsTheTimeZoneWithinTheSameSecond)
+{
+    timespec moment = {};
+    moment.tv_sec = 1000000000;  // 2001-09-09, 01:46:40 UTC
+    clockStandsAt = moment;
+    const std::pair<const char*, const char*> zones[] = {
+        {"UTC0", "01:46:40:000000"},
+        {"XXX-05:45", "07:31:40:000000"},
+        {"XXX-06:45", "08:31:40:000000"},
+    };
+    for (const auto& [name, time] : zones) {
+        const LocalTimeZone zone(name);
+        EXPECT_STREQ(getFormattedTime(), time);
+    }
+    clockStandsAt.reset();
+}
+
 TEST(FormattedTime, EveryCallOfEveryThreadOverwritesTheSameBuffer)
 {
     const void* const first = getFormattedTime();

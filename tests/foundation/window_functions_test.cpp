@@ -84,6 +84,14 @@ TEST_F(WindowFunctions, BoundariesAreThoseOfTheRunningApplication)
     EXPECT_FALSE(vesta_hbbtv_is_within_boundaries(window(), ""));
 }
 
+TEST_F(WindowFunctions, NoURLIsWithinABoundaryThatHoldsEverything)
+{
+    startApplication(AITEntry(1, 2).carousel(1, 7).location("i").boundary({""}));
+    EXPECT_TRUE(vesta_hbbtv_is_within_boundaries(window(), ""));
+    EXPECT_TRUE(vesta_hbbtv_is_within_boundaries(window(), "http://b.example/x"));
+    EXPECT_FALSE(vesta_hbbtv_is_within_boundaries(window(), nullptr));
+}
+
 TEST_F(WindowFunctions, TimeShiftAnswersWhetherItChanged)
 {
     for (void* handle : strangers()) {

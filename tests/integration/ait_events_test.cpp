@@ -337,6 +337,61 @@ TEST_F(AITEvents, ListenerMayReleaseTheWindowWhenATableIsAnnounced)
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 
+TEST_F(AITEvents, AWindowThatIsReleasedWhenATableIsAnnouncedEndsAfterTheTable)
+{
+    startApplication(httpApplication(1, 1));
+    const auto release = [&] {
+        vesta_hbbtv_release_window(window());
+        Journal::instance().write("released");
+    };
+    const Lines ended = {"STOP 1.1 related reactivate=0 http://a.example/index.html", "RELEASE w1"};
+    journalLog({"AIT"});
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [&](auto*) { release(); };
+    sendAIT(AITSection().version(1));
+    tickAll();
+    EXPECT_EQ(journal(), Lines({"AIT broadcast []", "released", "hbbtv_ait_completed(1)",
+                                "DEBUG AIT: --- Outputing AIT ---", "DEBUG AIT: --- Done ---",
+                                ended[0], ended[1]}));
+}
+
+/// A newer table comes while an older one is announced or completed.
+class MeetingTables : public AITEvents {
+protected:
+    void sendNewer()
+    {
+        listener().onNotification.clear();
+        platform().whileIn.clear();
+        sendAIT(AITSection().version(2).add(httpApplication(1, 2, "newer")));
+        tickAll();
+    }
+
+    void expectNewerAfter(Lines lines)
+    {
+        sendAIT(AITSection().version(1).add(httpApplication(1, 1, "older")));
+        tickAll();
+        lines.insert(lines.end(),
+                     {"AIT broadcast [1.2]", "hbbtv_ait_completed(2)",
+                      "START 1.2 related autostart http://a.example/newer",
+                      "CHANGE 0.0 related trusted=1 http://a.example/newer", "REQUEST w1",
+                      "ve_clear_history(w1)", "ve_open_url(w1, http://a.example/newer)"});
+        EXPECT_EQ(journal(), lines);
+        EXPECT_EQ(window()->getAIT()->getVersion(), 2);
+        EXPECT_EQ(runningURL(), "http://a.example/newer");
+    }
+};
+
+TEST_F(MeetingTables, TheOneThatAListenerLetsInStays)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [this](auto*) { sendNewer(); };
+    expectNewerAfter({"AIT broadcast [1.1]"});
+}
+
+TEST_F(MeetingTables, TheOneThatThePlatformLetsInStays)
+{
+    platform().whileIn["hbbtv_ait_completed"] = [this] { sendNewer(); };
+    expectNewerAfter({"AIT broadcast [1.1]", "hbbtv_ait_completed(1)"});
+}
+
 // The application is still being made then and belongs to nobody else: it must not be forgotten.
 TEST_F(AITEvents, ListenerMayShutTheLibraryDownWhenAnApplicationBecomesBroadcastRelated)
 {

@@ -346,6 +346,14 @@ const XHRCase xhrCases[] = {
      {"XHR? dvb://1.2.3.4/dir/page.html -> dvb://1.2.3.4/dir/data"},
      0,
      nullptr},
+    {"EscapedRelativeDVBIsResolvedToo",
+     page,
+     "dvb%3A/data",
+     {},
+     {"XHR? dvb://1.2.3.4/dir/page.html -> dvb://1.2.3.4/dir/data"},
+     0,
+     nullptr},
+    {"EscapedCurrentAITIsNotResolved", page, "dvb://current%2Eait/1.1", 0, {}, 1, deny},
     {"RelativeDVBOfAnotherPageIsDenied", "dvb://9.9.9.9/p", "dvb:/data", 0, {}, 1, deny},
     {"RelativeDVBOfAForeignWebPageGoesToTheCore",
      "http://c.example/p",
@@ -395,6 +403,17 @@ TEST_P(XHRPermission, IsAnsweredInTheRecord)
 INSTANTIATE_TEST_SUITE_P(Requests, XHRPermission, ::testing::ValuesIn(xhrCases),
                          [](const auto& suite) { return suite.param.name; });
 
+TEST_F(BrowserEvents, XHRListenersGetThePageDecodedWithItsQueryAndItsFragment)
+{
+    startRelated();
+    TavoVestaEventData data = {};
+    data.url = "http://a.example/%70age.html?a=%20b#c%20";
+    data.second_url = "http://a.example/%64ata?d=%20e#f%20";
+    EXPECT_EQ(report(TAVO_VESTA_EVT_XHR_PERMISSION, 1, data), (Answer{1, 0}));
+    EXPECT_EQ(journal(), Lines({"XHR? http://a.example/page.html?a=%20b#c%20 -> "
+                                "http://a.example/data?d=%20e#f%20"}));
+}
+
 TEST_F(BrowserEvents, XHRWithoutAnApplicationIsInvalid)
 {
     startRelated();
@@ -420,6 +439,62 @@ TEST_F(BrowserEvents, XHRListenerMayReleaseTheWindow)
     data.second_url = "http://a.example/data";
     EXPECT_EQ(report(TAVO_VESTA_EVT_XHR_PERMISSION, 1, data), (Answer{1, 0}));
     EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
+}
+
+/// What ends the window while its event is handled, and what the browser and the integrator hear of
+/// that event afterwards: the window ends after all of it.
+class WindowReleasedInsideAnEvent : public BrowserEvents {
+protected:
+    void release()
+    {
+        vesta_hbbtv_release_window(window());
+        Journal::instance().write("released");
+    }
+
+    void releaseWhenNotified(HBBTV_NotificationType type)
+    {
+        listener().onNotification[type] = [this](auto*) {
+            listener().onNotification.clear();
+            release();
+        };
+    }
+};
+
+TEST_F(WindowReleasedInsideAnEvent, EndsAfterTheAnswerToARequest)
+{
+    startRelated();
+    releaseWhenNotified(HBBTV_NOTIFICATION_XHR);
+    TavoVestaEventData data = {};
+    data.second_url = "http://a.example/data";
+    EXPECT_EQ(report(TAVO_VESTA_EVT_XHR_PERMISSION, 1, data), (Answer{1, 0}));
+    EXPECT_EQ(journal(),
+              Lines({"XHR?  -> http://a.example/data", "released",
+                     "STOP 1.1 related reactivate=0 http://a.example/index.html", "RELEASE w1"}));
+}
+
+TEST_F(WindowReleasedInsideAnEvent, EndsAfterTheFileThatWasAskedFor)
+{
+    startApplication(AITEntry(1, 1).carousel(1, 4).location("i"));
+    platform().files["1.2.3.4/a"].bytes = "bytes";
+    platform().whileIn["dsmcc_get_file"] = [this] { release(); };
+    TavoVestaEventData data = {};
+    data.url = "dvb://1.2.3.4/a";
+    EXPECT_EQ(report(TAVO_VESTA_EVT_PROTOCOL_LOADING_START, 1, data), (Answer{1, 0}));
+    EXPECT_EQ(journal(), Lines({"dsmcc_get_file(1.2.3.4/a)", "released", "dsmcc_get_mime_type()",
+                                "dsmcc_read()", "ve_protocol_write(5)", "dsmcc_read()",
+                                "ve_protocol_finished(200)", "dsmcc_close_file()",
+                                "STOP 1.1 related reactivate=0 dvb://1.2.3.4/i", "RELEASE w1"}));
+}
+
+TEST_F(WindowReleasedInsideAnEvent, EndsAfterTheAttemptToLoadFromElsewhere)
+{
+    startApplication(AITEntry(1, 1).http(1, "http://a.example/").carousel(2, 4).location("i"));
+    releaseWhenNotified(HBBTV_NOTIFICATION_START_APPLICATION);
+    EXPECT_EQ(report(TAVO_VESTA_EVT_LOADING_FAILED, 1), (Answer{1, 0}));
+    EXPECT_EQ(journal(), Lines({"START 1.1 related autostart dvb://1.2.3.4/i", "released",
+                                "STOP 1.1 related reactivate=0 http://a.example/i", "RELEASE w1"}));
+    tickAll();
+    EXPECT_EQ(journal(), Lines());
 }
 
 TEST_F(BrowserEvents, ScriptMayShutTheLibraryDownWhenItsPageFailsToLoad)

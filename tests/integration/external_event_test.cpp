@@ -321,6 +321,19 @@ TEST_F(ExternalEvents, HTTPSwitchIsSetAtTheStartAndFollowsTheEvents)
     EXPECT_TRUE(manager()->isHttpAvailable());
 }
 
+TEST_F(ExternalEvents, HTTPSwitchDoesNotAskForARecord)
+{
+    for (HBBTV_EventData* (*const makeRecord)() :
+         {+[]() -> HBBTV_EventData* { return nullptr; }, unknownWindow}) {
+        send(E_HTTP_UNAVAILABLE, makeRecord());
+        tickAll();
+        EXPECT_FALSE(manager()->isHttpAvailable());
+        send(E_HTTP_AVAILABLE, makeRecord());
+        tickAll();
+        EXPECT_TRUE(manager()->isHttpAvailable());
+    }
+}
+
 TEST_F(ExternalEvents, HTTPUnavailablePassesOverHTTPTransports)
 {
     send(E_HTTP_UNAVAILABLE);
@@ -380,6 +393,9 @@ TEST_F(ExternalEvents, LowMemoryTellsTheScriptsListener)
     send(E_LOW_MEMORY);
     tickAll();
     EXPECT_EQ(calls, (decltype(calls){{0, nullptr}}));
+    send(E_LOW_MEMORY, unknownWindow());
+    tickAll();
+    EXPECT_EQ(calls, (decltype(calls){{0, nullptr}, {0, nullptr}}));
 }
 
 struct UserAgentCase {
@@ -410,6 +426,47 @@ TEST_F(ExternalEvents, UserAgentJoinsSixStringsBehindTheVersion)
         EXPECT_EQ(browser().askedBrowser, browser().handle());
         EXPECT_EQ(outstandingBlocks(), 0u);
     }
+}
+
+TEST_F(ExternalEvents, UserAgentSetsTheVersionBeforeItCallsTheBrowser)
+{
+    int version = 0;
+    browser().whileIn["ve_set_uastring_extension"] = [&version] {
+        version = ConfigurationManager::getInstance()->getHbbTVVersionMinor();
+    };
+    for (const unsigned short selector : {uint16_t{1}, uint16_t{2}}) {
+        send(E_USER_AGENT_INFO, userAgentRecord(selector, {}));
+        tickAll();
+        EXPECT_EQ(version, selector);
+    }
+}
+
+TEST_F(ExternalEvents, ChannelChangeMarksNothingWhenThePlatformStartsTheLibraryAnew)
+{
+    for (const char* const hook : {"dsmcc_clear_cache", "hbbtv_ait_invalidate"}) {
+        platform().whileIn[hook] = [] {
+            vesta_hbbtv_shutdown();
+            vesta_hbbtv_init(browser().handle());
+            Window* const later = manager()->createWindow();
+            manager()->setBroadcastWindow(later);
+            later->setAIT(broadcastTable(AITSection()));
+            later->setAssemblyAIT(new AIT(1, 2, 3, nullptr));
+        };
+        send(E_CHANNEL_CHANGE);
+        tickAll();
+        ASSERT_NE(manager()->getBroadcastWindow(), nullptr) << hook;
+        EXPECT_FALSE(manager()->getBroadcastWindow()->getAIT()->isStale()) << hook;
+        EXPECT_NE(manager()->getBroadcastWindow()->getAssemblyAIT(), nullptr) << hook;
+    }
+}
+
+TEST_F(ExternalEvents, ChannelChangeEndsWhereThePlatformShutsTheLibraryDown)
+{
+    platform().whileIn["hbbtv_ait_invalidate"] = vesta_hbbtv_shutdown;
+    send(E_CHANNEL_CHANGE);
+    EXPECT_TRUE(vesta_hbbtv_tick());
+    EXPECT_EQ(WindowManager::instance, nullptr) << "nobody asked for one any more";
+    EXPECT_EQ(lastLine(), "dsmcc_stop()");
 }
 
 TEST_F(ExternalEvents, UserAgentWithoutARecordKeepsTheVersion)

@@ -43,7 +43,7 @@ std::set<int> admitted(int value)
     return keys;
 }
 
-class KeySets : public LibraryTest {
+class KeySetTest : public LibraryTest {
 protected:
     static void restartSupporting(int mask)
     {
@@ -52,13 +52,13 @@ protected:
     }
 };
 
-TEST_F(KeySets, EveryGroupAdmitsItsKeysAndNoOthers)
+TEST_F(KeySetTest, EveryGroupAdmitsItsKeysAndNoOthers)
 {
     for (const auto& [group, keys] : groups)
         EXPECT_EQ(admitted(group), keys) << group;
 }
 
-TEST_F(KeySets, UnionAdmitsTheKeysOfItsGroups)
+TEST_F(KeySetTest, UnionAdmitsTheKeysOfItsGroups)
 {
     std::set<int> all;
     for (const auto& [group, keys] : groups)
@@ -71,7 +71,7 @@ TEST_F(KeySets, UnionAdmitsTheKeysOfItsGroups)
     EXPECT_EQ(admitted(~0x3FF), std::set<int>());
 }
 
-TEST_F(KeySets, ConstructorStoresTheValueUnmasked)
+TEST_F(KeySetTest, ConstructorStoresTheValueUnmasked)
 {
     restartSupporting(0x1F);
     EXPECT_EQ(KeySet(0x3FF).getValue(), 0x3FF);
@@ -79,7 +79,7 @@ TEST_F(KeySets, ConstructorStoresTheValueUnmasked)
     EXPECT_EQ(KeySet(0).getValue(), 0);
 }
 
-TEST_F(KeySets, SetValueStoresWhatTheTerminalSupports)
+TEST_F(KeySetTest, SetValueStoresWhatTheTerminalSupports)
 {
     restartSupporting(0x1F);
     KeySet keySet(0);
@@ -91,7 +91,7 @@ TEST_F(KeySets, SetValueStoresWhatTheTerminalSupports)
     EXPECT_EQ(keySet.getValue(), 0);
 }
 
-TEST_F(KeySets, SupportedMaskIsAskedOnceAtTheStartAndTakenAsItIs)
+TEST_F(KeySetTest, SupportedMaskIsAskedOnceAtTheStartAndTakenAsItIs)
 {
     restartSupporting(-1);
     platform().supportedKeySets = 0;
@@ -100,7 +100,7 @@ TEST_F(KeySets, SupportedMaskIsAskedOnceAtTheStartAndTakenAsItIs)
     EXPECT_EQ(keySet.setValue(0x7FFFFFFF), 0x7FFFFFFF);
 }
 
-TEST_F(KeySets, NothingIsSupportedOutsideTheLifeOfTheLibrary)
+TEST_F(KeySetTest, NothingIsSupportedOutsideTheLifeOfTheLibrary)
 {
     shutdown();
     KeySet keySet(0x3FF);

@@ -148,6 +148,18 @@ TEST_F(MissingManagers, AHideThatStillCountsIsForgottenWithoutAQueue)
     EXPECT_EQ(tickAll(), 0);
 }
 
+TEST_F(MissingManagers, WithoutABrowserNoWindowHasANumber)
+{
+    loseConfiguration();
+    browser().askedBrowser = browser().handle();
+    long windowId = untouched;
+    EXPECT_EQ(native_AppManGetWindowOfApplication(idOf(running()), &windowId), VEIF_RETURN_ERROR);
+    EXPECT_EQ(windowId, untouched);
+    EXPECT_EQ(browser().askedBrowser, browser().handle()) << "no browser is asked";
+    vesta_hbbtv_init(browser().handle());
+    EXPECT_EQ(native_AppManGetWindowOfApplication(idOf(running()), &windowId), VEIF_RETURN_OK);
+}
+
 TEST_F(MissingManagers, AnApplicationWithoutBrowserWindowHasNoWindowNumber)
 {
     long windowId = untouched;

@@ -19,7 +19,7 @@ const char readError[] = "DEBUG OCDownloadManager: dsmcc_read != DSMCC_OK";
 char load;
 char otherLoad;
 
-class OCDownloads : public LibraryTest {
+class OCDownloadManagerTest : public LibraryTest {
 protected:
     static OCDownloadManager& downloads()
     {
@@ -51,7 +51,7 @@ protected:
     }
 };
 
-TEST_F(OCDownloads, IdsAreASet)
+TEST_F(OCDownloadManagerTest, IdsAreASet)
 {
     OCDownloadManager manager;
     EXPECT_FALSE(manager.downloadExists(&load));
@@ -71,7 +71,7 @@ TEST_F(OCDownloads, IdsAreASet)
     EXPECT_FALSE(manager.downloadExists(nullptr));
 }
 
-TEST_F(OCDownloads, StartKnowsTheIdBeforeThePlatformIsAsked)
+TEST_F(OCDownloadManagerTest, StartKnowsTheIdBeforeThePlatformIsAsked)
 {
     bool known = false;
     platform().whileIn["dsmcc_get_file"] = [&] { known = downloads().downloadExists(&load); };
@@ -79,7 +79,7 @@ TEST_F(OCDownloads, StartKnowsTheIdBeforeThePlatformIsAsked)
     EXPECT_TRUE(known);
 }
 
-TEST_F(OCDownloads, PathIsTheFullURLWithoutItsFirstSixCharacters)
+TEST_F(OCDownloadManagerTest, PathIsTheFullURLWithoutItsFirstSixCharacters)
 {
     const std::pair<const char*, const char*> paths[] = {
         {"dvb://1.2.3.4/a%20b?q=%20#f", "1.2.3.4/a b?q=%20#f"},
@@ -166,7 +166,8 @@ const StartCase startCases[] = {
      {reading, readError}},
 };
 
-class StartedDownloads : public OCDownloads, public ::testing::WithParamInterface<StartCase> {};
+class StartedDownloads : public OCDownloadManagerTest,
+                         public ::testing::WithParamInterface<StartCase> {};
 
 TEST_P(StartedDownloads, FollowThePlatformsAnswers)
 {
@@ -191,7 +192,7 @@ struct WriteCase {
     Sizes writes;
 };
 
-TEST_F(OCDownloads, LargeReadsAreWrittenInPieces)
+TEST_F(OCDownloadManagerTest, LargeReadsAreWrittenInPieces)
 {
     const WriteCase cases[] = {
         {0, 0, {}},
@@ -217,7 +218,7 @@ TEST_F(OCDownloads, LargeReadsAreWrittenInPieces)
     EXPECT_TRUE(platform().readsBeginEmpty);
 }
 
-TEST_F(OCDownloads, ReadThatLeavesItsResultsAloneEndsTheFile)
+TEST_F(OCDownloadManagerTest, ReadThatLeavesItsResultsAloneEndsTheFile)
 {
     file().bytes = "bytes";
     file().endsUntouched = true;
@@ -226,7 +227,7 @@ TEST_F(OCDownloads, ReadThatLeavesItsResultsAloneEndsTheFile)
     EXPECT_TRUE(platform().readsBeginEmpty);
 }
 
-TEST_F(OCDownloads, ReadThatFailsOnTheWayFailsTheLoadBehindWhatWasWritten)
+TEST_F(OCDownloadManagerTest, ReadThatFailsOnTheWayFailsTheLoadBehindWhatWasWritten)
 {
     file().bytes = std::string(10, 'x');
     file().readSize = 4;
@@ -238,7 +239,7 @@ TEST_F(OCDownloads, ReadThatFailsOnTheWayFailsTheLoadBehindWhatWasWritten)
                                 "ve_protocol_write(4)", read, failed, closed}));
 }
 
-TEST_F(OCDownloads, ReadThatGivesALengthWithoutBytesFailsTheLoad)
+TEST_F(OCDownloadManagerTest, ReadThatGivesALengthWithoutBytesFailsTheLoad)
 {
     file().bytes = "x";
     file().lendsNothing = true;
@@ -249,7 +250,7 @@ TEST_F(OCDownloads, ReadThatGivesALengthWithoutBytesFailsTheLoad)
     EXPECT_EQ(log().leveledLines(), Lines({reading, readError}));
 }
 
-TEST_F(OCDownloads, AManagerOfOnesOwnServesItsLoadsWhateverBecomesOfTheLibrary)
+TEST_F(OCDownloadManagerTest, AManagerOfOnesOwnServesItsLoadsWhateverBecomesOfTheLibrary)
 {
     OCDownloadManager own;
     HbbTVDVBURL url("dvb://1.2.3.4/f");
@@ -261,7 +262,7 @@ TEST_F(OCDownloads, AManagerOfOnesOwnServesItsLoadsWhateverBecomesOfTheLibrary)
     expectOneLoadEverywhere();
 }
 
-TEST_F(OCDownloads, LinesStandInTheLogBeforeTheBrowserIsAnswered)
+TEST_F(OCDownloadManagerTest, LinesStandInTheLogBeforeTheBrowserIsAnswered)
 {
     journalLog({"OCDownloadManager"});
     file() = answering(DSMCC_PENDING, 0, {});
@@ -274,7 +275,38 @@ TEST_F(OCDownloads, LinesStandInTheLogBeforeTheBrowserIsAnswered)
     EXPECT_EQ(journal(), Lines({reading, mime, mimeError, failed, closed}));
 }
 
-TEST_F(OCDownloads, ReportsOfUnknownIdsAreLoggedAndDropped)
+TEST_F(OCDownloadManagerTest, WhatTheBrowserAndTheClosingHookAnswerMakesNoDifference)
+{
+    for (const char* const function : {"ve_protocol_set_mime_type", "ve_protocol_write",
+                                       "ve_protocol_finished", "ve_protocol_failed"})
+        browser().results[function] = -1;
+    platform().results["dsmcc_close_file"] = DSMCC_ERROR;
+
+    file() = answering(0, 0, {}, "text/html");
+    file().bytes = patternOf(300000);
+    EXPECT_EQ(start(), 1u);
+    EXPECT_EQ(journal(),
+              Lines({asked, mime, "ve_protocol_set_mime_type(text/html)", read,
+                     "ve_protocol_write(130048)", "ve_protocol_write(130048)",
+                     "ve_protocol_write(39904)", read, "ve_protocol_finished(200)", closed}));
+    file() = answering(0, 0, DSMCC_ERROR);
+    EXPECT_EQ(start(), 2u);
+    EXPECT_EQ(journal(), Lines({asked, mime, read, failed, closed, failed, closed}));
+    EXPECT_TRUE(downloads().reportDownloadFailed(&load));
+    EXPECT_EQ(journal(), Lines({failed, closed}));
+}
+
+TEST_F(OCDownloadManagerTest, AnEmptyMIMETypeIsPassedOnAndFreed)
+{
+    file() = answering(0, 0, {}, "");
+    EXPECT_EQ(start(), 1u);
+    EXPECT_EQ(journal(),
+              Lines({asked, mime, "ve_protocol_set_mime_type()", read, "ve_protocol_write(5)", read,
+                     "ve_protocol_finished(200)", closed}));
+    EXPECT_EQ(outstandingBlocks(), 0u);
+}
+
+TEST_F(OCDownloadManagerTest, ReportsOfUnknownIdsAreLoggedAndDropped)
 {
     EXPECT_FALSE(downloads().reportDownloadSucceeded(&load));
     EXPECT_FALSE(downloads().reportDownloadFailed(nullptr));
@@ -284,7 +316,7 @@ TEST_F(OCDownloads, ReportsOfUnknownIdsAreLoggedAndDropped)
                      "WARN OCDownloadManager: Unknown id when reporting download failed"}));
 }
 
-TEST_F(OCDownloads, ReadyEventDeliversAPendingFile)
+TEST_F(OCDownloadManagerTest, ReadyEventDeliversAPendingFile)
 {
     file() = answering(DSMCC_PENDING, 0, {}, "text/html");
     start();
@@ -299,7 +331,7 @@ TEST_F(OCDownloads, ReadyEventDeliversAPendingFile)
     expectOneLoadEverywhere();
 }
 
-TEST_F(OCDownloads, ReadyEventThatCannotBeReadFailsTheLoadOnce)
+TEST_F(OCDownloadManagerTest, ReadyEventThatCannotBeReadFailsTheLoadOnce)
 {
     file() = answering(DSMCC_PENDING, 0, 1);
     start();
@@ -309,7 +341,7 @@ TEST_F(OCDownloads, ReadyEventThatCannotBeReadFailsTheLoadOnce)
     EXPECT_EQ(journal(), Lines({mime, read, failed, closed}));
 }
 
-TEST_F(OCDownloads, ErrorEventFailsAPendingFileOnce)
+TEST_F(OCDownloadManagerTest, ErrorEventFailsAPendingFileOnce)
 {
     file().getFileResult = DSMCC_PENDING;
     start();
@@ -321,7 +353,7 @@ TEST_F(OCDownloads, ErrorEventFailsAPendingFileOnce)
     EXPECT_EQ(journal(), Lines({failed, closed}));
 }
 
-TEST_F(OCDownloads, LateReadyEventOfAFinishedFileIsReadAgain)
+TEST_F(OCDownloadManagerTest, LateReadyEventOfAFinishedFileIsReadAgain)
 {
     file() = answering(0, 0, {});
     EXPECT_EQ(start(), 1u);
@@ -332,7 +364,7 @@ TEST_F(OCDownloads, LateReadyEventOfAFinishedFileIsReadAgain)
     EXPECT_EQ(journal(), Lines({mime, failed, closed}));
 }
 
-TEST_F(OCDownloads, FailureIsAnsweredForAnyId)
+TEST_F(OCDownloadManagerTest, FailureIsAnsweredForAnyId)
 {
     downloads().handleDownloadFailed(nullptr);
     EXPECT_EQ(journal(), Lines({failed, closed}));

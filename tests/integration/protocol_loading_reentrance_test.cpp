@@ -26,9 +26,9 @@ const char closed[] = "dsmcc_close_file()";
 const char bigWrite[] = "ve_protocol_write(130048)";
 
 /// The file a takes three writes, the file b one.
-class MeetingLoads : public LibraryTest {
+class ProtocolLoadingReentrance : public LibraryTest {
 protected:
-    MeetingLoads()
+    ProtocolLoadingReentrance()
     {
         startApplication(AITEntry(1, 1).carousel(1, 4).location("dir/index.html"));
         platform().files["1.2.3.4/a"].bytes = std::string(300000, 'a');
@@ -68,7 +68,7 @@ protected:
     static FakePlatform::File& fileB() { return platform().files["1.2.3.4/b"]; }
 };
 
-TEST_F(MeetingLoads, AnotherLoadInTheMiddleLeavesThisOneAlone)
+TEST_F(ProtocolLoadingReentrance, AnotherLoadInTheMiddleLeavesThisOneAlone)
 {
     onceIn("ve_protocol_write", [&] { start("dvb://1.2.3.4/b", &otherLoad); });
     start("dvb://1.2.3.4/a");
@@ -79,7 +79,7 @@ TEST_F(MeetingLoads, AnotherLoadInTheMiddleLeavesThisOneAlone)
                                 "ve_protocol_write(39904)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, ALoadThatIsStoppedAndStartedAnewGetsTheNewFileOnly)
+TEST_F(ProtocolLoadingReentrance, ALoadThatIsStoppedAndStartedAnewGetsTheNewFileOnly)
 {
     onceIn("ve_protocol_write", [&] {
         stop();
@@ -90,7 +90,7 @@ TEST_F(MeetingLoads, ALoadThatIsStoppedAndStartedAnewGetsTheNewFileOnly)
                                 "ve_protocol_write(5)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndPendingAwaitsItsOwnFile)
+TEST_F(ProtocolLoadingReentrance, ALoadThatIsStartedAnewAndPendingAwaitsItsOwnFile)
 {
     fileB().getFileResult = DSMCC_PENDING;
     onceIn("ve_protocol_write", [&] { start("dvb://1.2.3.4/b"); });
@@ -100,7 +100,7 @@ TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndPendingAwaitsItsOwnFile)
     EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, ALoadThatIsStartedAnewInItsLastAnswerKeepsItsNewFileOpen)
+TEST_F(ProtocolLoadingReentrance, ALoadThatIsStartedAnewInItsLastAnswerKeepsItsNewFileOpen)
 {
     fileB().getFileResult = DSMCC_PENDING;
     for (const char* const answer : {"ve_protocol_finished", "ve_protocol_failed"}) {
@@ -117,7 +117,7 @@ TEST_F(MeetingLoads, ALoadThatIsStartedAnewInItsLastAnswerKeepsItsNewFileOpen)
     }
 }
 
-TEST_F(MeetingLoads, AFileThatIsReportedOnceMoreIsFinishedOnce)
+TEST_F(ProtocolLoadingReentrance, AFileThatIsReportedOnceMoreIsFinishedOnce)
 {
     onceIn("ve_protocol_write", [] { report(E_DSMCC_FILE_READY); });
     platform().files["1.2.3.4/a"].readSize = 150000;
@@ -126,7 +126,7 @@ TEST_F(MeetingLoads, AFileThatIsReportedOnceMoreIsFinishedOnce)
                                 "ve_protocol_write(19952)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, AFileThatIsGivenUpInTheMiddleIsFailedOnce)
+TEST_F(ProtocolLoadingReentrance, AFileThatIsGivenUpInTheMiddleIsFailedOnce)
 {
     onceIn("ve_protocol_write", [] { report(E_DSMCC_FILE_ERROR); });
     start("dvb://1.2.3.4/a");
@@ -139,7 +139,8 @@ struct Stop {
     const char* function;
 };
 
-class StoppedInTheInnerAnswer : public MeetingLoads, public ::testing::WithParamInterface<Stop> {};
+class StoppedInTheInnerAnswer : public ProtocolLoadingReentrance,
+                                public ::testing::WithParamInterface<Stop> {};
 
 TEST_P(StoppedInTheInnerAnswer, TheFileIsClosedOnce)
 {
@@ -160,7 +161,7 @@ INSTANTIATE_TEST_SUITE_P(Functions, StoppedInTheInnerAnswer,
                                            Stop{"Read", "dsmcc_read"}),
                          [](const auto& suite) { return std::string(suite.param.name); });
 
-TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndStoppedAgainClosesEachFileOnce)
+TEST_F(ProtocolLoadingReentrance, ALoadThatIsStartedAnewAndStoppedAgainClosesEachFileOnce)
 {
     onceIn("ve_protocol_write", [&] {
         stop();
@@ -172,7 +173,7 @@ TEST_F(MeetingLoads, ALoadThatIsStartedAnewAndStoppedAgainClosesEachFileOnce)
                                 "ve_protocol_write(5)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, AnIdThatIsMadeKnownInTheMiddleIsAnsweredAllTheSame)
+TEST_F(ProtocolLoadingReentrance, AnIdThatIsMadeKnownInTheMiddleIsAnsweredAllTheSame)
 {
     OCDownloadManager& downloads = *ConfigurationManager::getInstance()->getOCDownloadManager();
     platform().open[&load] = {"1.2.3.4/b", 0, nullptr};
@@ -181,7 +182,38 @@ TEST_F(MeetingLoads, AnIdThatIsMadeKnownInTheMiddleIsAnsweredAllTheSame)
     EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
 }
 
-TEST_F(MeetingLoads, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
+TEST_F(ProtocolLoadingReentrance, ALoadThatIsStoppedInTheMiddleOfAnotherEndsAlone)
+{
+    onceIn("ve_protocol_write", [&] {
+        onceIn("ve_protocol_write", [&] { stop(); });
+        start("dvb://1.2.3.4/b", &otherLoad);
+    });
+    start("dvb://1.2.3.4/a");
+    EXPECT_EQ(journal(), Lines({readA, mime, read, bigWrite, readB, mime, read,
+                                "ve_protocol_write(5)", read, finished, closed, closed}));
+    EXPECT_EQ(platform().ids.back(), &load);
+}
+
+TEST_F(ProtocolLoadingReentrance, AnAnswerThatNobodyAskedForIsNotStopped)
+{
+    OCDownloadManager& downloads = *ConfigurationManager::getInstance()->getOCDownloadManager();
+    platform().open[&load] = {"1.2.3.4/b", 0, nullptr};
+    onceIn("ve_protocol_write", [&] { EXPECT_FALSE(downloads.stopDownload(&load)); });
+    EXPECT_TRUE(downloads.handleDownloaded(&load));
+    EXPECT_EQ(journal(), Lines({mime, read, "ve_protocol_write(5)", read, finished, closed}));
+}
+
+TEST_F(ProtocolLoadingReentrance, ASecondInitTakesTheRestOfAFileAway)
+{
+    for (const char* const function :
+         {"dsmcc_get_file", "dsmcc_get_mime_type", "dsmcc_read", "ve_protocol_write"}) {
+        onceIn(function, [] { vesta_hbbtv_init(browser().handle()); });
+        start("dvb://1.2.3.4/a");
+        EXPECT_EQ(lastLine(), "dsmcc_start()") << function;
+    }
+}
+
+TEST_F(ProtocolLoadingReentrance, AnotherSessionOfTheLibraryDoesNotGetTheRestOfAFile)
 {
     onceIn("ve_protocol_write", [] {
         vesta_hbbtv_shutdown();

@@ -111,7 +111,9 @@ TEST_F(ProtocolLoading, StartOfAnotherTypeIsRefused)
         {"httpss", ""},
         {"", ""},
         {nullptr, ""},
-        {"%64vb://1.2.3.4/a", "//1.2.3.4/a"},
+        {"dvb://current%2Eait/1.1", "current%2Eait/1.1"},
+        {"%44vb://1.2.3.4/a", "//1.2.3.4/a"},
+        {"?dvb://1.2.3.4/a", "/1.2.3.4/a"},
     };
     for (const auto& [url, rest] : unsupported) {
         log().clear();
@@ -123,6 +125,24 @@ TEST_F(ProtocolLoading, StartOfAnotherTypeIsRefused)
     }
     EXPECT_EQ(journal(), Lines());
     EXPECT_FALSE(downloads().downloadExists(&load));
+}
+
+TEST_F(ProtocolLoading, StartIsServedByTheDecodedURL)
+{
+    startCarouselApplication();
+    const std::pair<const char*, const char*> spellings[] = {
+        {"d%76b://1.2.3.4/a", "1.2.3.4/a"},
+        {"%64vb://1.2.3.4/b%20c", "1.2.3.4/b c"},
+        {"dvb%3A/d", "1.2.3.4/dir/d"},
+        {"dvb:%2F%2F1.2.3.4/e", "1.2.3.4/e"},
+    };
+    for (const auto& [url, path] : spellings) {
+        platform().files[path].getFileResult = DSMCC_PENDING;
+        forgetJournal();
+        EXPECT_EQ(startLoading(url), 1u);
+        EXPECT_EQ(result_, 0) << url;
+        EXPECT_EQ(journal(), Lines({"dsmcc_get_file(" + std::string(path) + ")"}));
+    }
 }
 
 TEST_F(ProtocolLoading, StartOfAShortURLLogsAnEmptyRest)

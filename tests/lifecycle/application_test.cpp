@@ -259,7 +259,9 @@ TEST_F(ApplicationTest, ShowingAndHidingIsToldToListenersEachTime)
     application->show();
     application->hide();
     EXPECT_FALSE(application->isVisible());
-    EXPECT_EQ(journal(), Lines({"SHOW w2", "SHOW w2", "HIDE w2"}));
+    application->hide();
+    EXPECT_FALSE(application->isVisible());
+    EXPECT_EQ(journal(), Lines({"SHOW w2", "SHOW w2", "HIDE w2", "HIDE w2"}));
 }
 
 TEST_F(ApplicationTest, AChildWhosePageHasNotLoadedStaysBehindItsParent)

@@ -1,6 +1,7 @@
 // Load results, and tables that are activated, while a listener, the browser or the scripts' plugin
 // does something to the library.
 
+#include <algorithm>
 #include <functional>
 
 #include "lifecycle/application.h"
@@ -101,6 +102,26 @@ TEST_F(InterruptedLoads, AFailedTransportsEndDoesNotBringTheServicesApplicationB
     forgetJournal();
     EXPECT_EQ(tickAll(), 2);
     EXPECT_EQ(journal(), Lines({"STOP 1.2 related reactivate=0 http://a.example/i", "RELEASE w1"}));
+}
+
+TEST_F(InterruptedLoads, AWindowThatIsReleasedWhenItsPageIsShownEndsAfterTheLoad)
+{
+    startParentAndChild();
+    running()->show();  // is shown as soon as it is loaded
+    listener().onNotification[HBBTV_NOTIFICATION_SHOW_WINDOW] = [&](auto*) {
+        vesta_hbbtv_release_window(window());
+        Journal::instance().write("released");
+    };
+    journalLog({"Window"});
+    window()->reportLoadSuccess(browser().window(2));
+    const Lines lines = journal();
+    ASSERT_GE(lines.size(), 4u);
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 4),
+              Lines({"LOG Window: Initial page of application successfully loaded.", "SHOW w2",
+                     "released", "LOG Window: Shutting down parent application"}));
+    EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                         "STOP 1.2 related reactivate=0 http://a.example/child"),
+              1);
 }
 
 class InterruptedActivation : public LibraryTest {

@@ -1,5 +1,6 @@
 // Starts during which a listener, the browser or the scripts' plugin does something to the library.
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -9,13 +10,13 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
 const char* const notCreated =
     "DEBUG Window: createApplication(): Failed to create new application.";
 
@@ -144,23 +145,40 @@ TEST_F(InterruptedStarts, AnApplicationThatIsMadeWhileTheQueueGoesIsFreed)
     EXPECT_TRUE(window()->getApplications().empty());
 }
 
-TEST_F(InterruptedStarts, OneThatIsStartedWheneverAnotherMakesRoomStays)
+TEST_F(InterruptedStarts, TheOneThatIsStartedWhileABrowserWindowIsAskedForStays)
 {
     startEntry(window());
     once(HBBTV_NOTIFICATION_REQUEST_WINDOW, [&] {
-        pend(window(), "http://a.example/first");
+        pend(window(), "http://a.example/last");
         tickAll();
     });
-    once(HBBTV_NOTIFICATION_STOP_APPLICATION, [&] {
-        pend(window(), "http://a.example/second");
-        tickAll();
-    });
+    forgetJournal();
     tickAll();
-    EXPECT_EQ(runningURL(), "http://a.example/second");
+    EXPECT_EQ(runningURL(), "http://a.example/last");
     EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+    EXPECT_EQ(journal(), Lines({"REQUEST w1", "START 0.0 independent http://a.example/last",
+                                "REQUEST w2", "ve_clear_history(w2)",
+                                "ve_open_url(w2, http://a.example/last)", "RELEASE w1"}));
 }
 
-TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowIsTold)
+TEST_F(InterruptedStarts, TheOneThatIsStartedWhileTheFormerMakesRoomStays)
+{
+    run("http://a.example/former");
+    pend(window(), "http://a.example/next");
+    once(HBBTV_NOTIFICATION_RELEASE_WINDOW, [&] {
+        pend(window(), "http://a.example/last");
+        tickAll();
+    });
+    forgetJournal();
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/last");
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "REQUEST w1"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "REQUEST w2"), 0);
+}
+
+TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowIsReported)
 {
     Window* const released = createWindow("B");
     pend(released, "http://a.example/first");
@@ -171,12 +189,13 @@ TEST_F(InterruptedStarts, TheStopOfAnApplicationThatWasStartedInAReleasedWindowI
         vesta_hbbtv_release_window(released);
     });
     tickAll();
-    EXPECT_EQ(journal(), Lines({"STOP 0.0 independent reactivate=0 http://a.example/second @B",
-                                "RELEASE w2", "RELEASE w1"}));
+    EXPECT_EQ(journal(),
+              Lines({"RELEASE w1", "STOP 0.0 independent reactivate=0 http://a.example/second @B",
+                     "RELEASE w2"}));
     EXPECT_EQ(log().count("LOG Window: Shutting down existing application."), 0);
 }
 
-TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentGotAnotherOneMeanwhile)
+TEST_F(InterruptedStarts, AChildGivesWayToTheSiblingThatIsStartedMeanwhile)
 {
     Application* const parent = run("http://a.example/parent");
     createChild(parent, "child");
@@ -185,9 +204,9 @@ TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentGotAnotherOneMeanwhile)
         tickAll();
     });
     tickAll();
-    EXPECT_EQ(runningURL(), "http://a.example/child");
+    EXPECT_EQ(runningURL(), "http://a.example/sibling");
     EXPECT_EQ(running()->getParent(), parent);
-    EXPECT_EQ(window()->getApplications().size(), 3u);
+    EXPECT_EQ(window()->getApplications().size(), 2u);
 }
 
 TEST_F(InterruptedStarts, AChildRunsAlthoughItsParentEndsMeanwhile)
@@ -227,6 +246,55 @@ TEST_F(InterruptedStarts, AnApplicationThatEndsWhileItsHistoryIsClearedOpensNoPa
     EXPECT_EQ(journal(),
               Lines({"REQUEST w1", "ve_clear_history(w1)",
                      "STOP 0.0 independent reactivate=0 http://a.example/i", "RELEASE w1"}));
+}
+
+TEST_F(InterruptedStarts, AWindowThatIsReleasedWhileTheBrowserResolvesAURLAsksForNoStart)
+{
+    Window* const released = createWindow("B");
+    pend(released, "http://a.example/dir/i");
+    tickAll();
+    forgetJournal();
+    browser().whileIn["ve_resolve_relative_url"] = [&] { vesta_hbbtv_release_window(released); };
+    EXPECT_EQ(pend(released, "next"), nullptr);
+    const Lines lines = journal();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "START 0.0 independent http://a.example/next"),
+              0);
+}
+
+std::vector<TAVO_VestaWindow**> slots;
+std::vector<TAVO_VestaWindow*> shown;
+
+HBBTV_STATUS watchSlots(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (type == HBBTV_NOTIFICATION_SHOW_WINDOW || type == HBBTV_NOTIFICATION_HIDE_WINDOW) {
+        slots.push_back(data->window.tavoWindow);
+        shown.push_back(*data->window.tavoWindow);
+    }
+    return HBBTV_STATUS_OK;
+}
+
+TEST_F(InterruptedStarts, EveryListenerSeesTheSameSlotAlsoWhenOneOfThemEndsTheApplication)
+{
+    slots.clear();
+    shown.clear();
+    vesta_hbbtv_add_notification_listener(watchSlots);
+    for (const int type : {HBBTV_NOTIFICATION_SHOW_WINDOW, HBBTV_NOTIFICATION_HIDE_WINDOW}) {
+        Application* const application = run("http://a.example/i");
+        listener().onNotification[type] = [this](auto* data) {
+            slots.push_back(data->window.tavoWindow);
+            shown.push_back(*data->window.tavoWindow);
+            window()->terminateRunningApplication(true);
+        };
+        if (type == HBBTV_NOTIFICATION_SHOW_WINDOW)
+            application->show();
+        else
+            application->hide();
+        listener().onNotification.clear();
+    }
+    ASSERT_EQ(slots.size(), 4u);
+    EXPECT_EQ(slots[0], slots[1]);
+    EXPECT_EQ(slots[2], slots[3]);
+    EXPECT_EQ(shown, std::vector<TAVO_VestaWindow*>(4, browser().window(1)));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -32,12 +33,6 @@ unsigned stepsOfASession()
 }
 
 int livingTables = 0;
-
-class CountedTable : public AIT {
-public:
-    CountedTable() { ++livingTables; }
-    ~CountedTable() override { --livingTables; }
-};
 
 class LifecycleProperty : public LibraryTest, public ::testing::WithParamInterface<unsigned> {
 protected:
@@ -122,7 +117,7 @@ protected:
         ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
         if (!queue)
             return;
-        const ref_ptr<AIT> table(new CountedTable);
+        const ref_ptr<AIT> table(new CountedTable(livingTables));
         for (unsigned entries = below(3); entries > 0; --entries) {
             auto application = std::make_unique<AITApplication>(table.get());
             application->parse(anyEntry().exactBlock().get());
@@ -252,13 +247,22 @@ protected:
     /// A listener that calls back into the library.
     void interfere()
     {
-        if (interfering_)
+        const int deepest = 4;
+        if (interfering_ == deepest)
             return;
-        interfering_ = true;
-        switch (below(7)) {
+        ++interfering_;
+        switch (below(9)) {
         case 0:
             if (oneIn(5))
                 vesta_hbbtv_release_window(anyHandle());
+            break;
+        case 7:
+            sendTable();
+            vesta_hbbtv_tick();
+            break;
+        case 8:
+            sendXMLTable();
+            vesta_hbbtv_tick();
             break;
         case 1:
             vesta_hbbtv_tick();
@@ -278,7 +282,7 @@ protected:
             callFromScript();
             break;
         }
-        interfering_ = false;
+        --interfering_;
     }
 
     void step()
@@ -354,6 +358,8 @@ protected:
         Application* const pending = window.getPendingApplication();
         if ((window.getState() == Window::IDLE) != (running == nullptr))
             return "the state does not agree with the running application";
+        if (window.getState() == Window::TEARDOWN && !pending)
+            return "nobody succeeds a forbidden application";
         if (running && !window.applicationExists(running))
             return "the running application is not in the map";
         if (pending && (pending == running || window.applicationExists(pending)))
@@ -431,7 +437,7 @@ protected:
 
     std::mt19937 random_;
     std::vector<void*> handles_;
-    bool interfering_ = false;
+    int interfering_ = 0;  // calls back that stand in each other
     const char* last_ = "";
     unsigned runningSeen_ = 0;
     unsigned childrenSeen_ = 0;

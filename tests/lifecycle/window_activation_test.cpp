@@ -5,6 +5,7 @@
 #include "lifecycle/window_manager.h"
 #include "security/application_domain.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -13,8 +14,6 @@ namespace {
 
 const char* const keep = "LOG Window: Allowing running application to continue at new AIT load.";
 const char* const tearDown = "LOG Window: Tearing down running application at new AIT load";
-const char* const starting = "LOG Window: Starting application from AITApplication.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
 const char* const fromXML =
     "LOG Window: Transferring state of running application from broadcast independent to broadcast "
     "related at new AIT load";

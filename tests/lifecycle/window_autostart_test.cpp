@@ -4,19 +4,18 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
 const char* const lowerStarted =
     "LOG Window: First AUTOSTART application failed to start, started lower prio one instead.";
 const char* const noneStarted = "WARN Window: AUTOSTART application failed to start.";
 const char* const unsupported =
     "WARN Window: Attempt to start application with unsupported platform profile.";
-const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
 
 const uint8_t timeShiftAware = 0x60;  // trick_mode_aware_flag and time_shift_flag
 

@@ -5,16 +5,14 @@
 #include "lifecycle/window_manager.h"
 #include "security/application_domain.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
 const char* const loaded = "LOG Window: Initial page of application successfully loaded.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const delayed = "LOG Window: Delayed destroy of application";
 const char* const nextTransport =
     "ERR Window: Loading failed, loading on next available transport instead.";
 const char* const parentStays =

@@ -3,6 +3,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
+#include "tests/lifecycle/private_members.h"
 #include "tests/support/library_test.h"
 
 using namespace VestaHbbTV;
@@ -69,6 +70,55 @@ TEST_F(WindowManagerTest, AnEmptyManagerHasNoWindows)
     manager()->removeAllWindows();
     EXPECT_EQ(manager()->getWindow(0u), nullptr);
     EXPECT_TRUE(manager()->getWindows().empty());
+}
+
+/// A policy that writes what it is asked into the journal.
+class StrictPolicy : public ApplicationPolicy {
+public:
+    explicit StrictPolicy(int windows) : left_(windows) {}
+
+    bool requestNewWindow() override
+    {
+        Journal::instance().write(left_ > 0 ? "granted" : "refused");
+        return left_ > 0 && left_-- > 0;
+    }
+
+    void releaseWindow() override
+    {
+        ++left_;
+        Journal::instance().write("given back");
+    }
+
+private:
+    int left_;
+};
+
+TEST_F(WindowManagerTest, AsksItsPolicyForEveryWindowAndGivesEachBackOnce)
+{
+    policyOf(*manager()) = std::make_unique<StrictPolicy>(2);
+    Window* const second = manager()->createWindow();
+    EXPECT_NE(manager()->createWindow(), nullptr);
+    EXPECT_EQ(manager()->createWindow(), nullptr);
+    EXPECT_EQ(manager()->getWindows().size(), 3u);
+    EXPECT_EQ(journal(), Lines({"granted", "granted", "refused"}));
+
+    EXPECT_TRUE(manager()->removeWindow(second));
+    EXPECT_FALSE(manager()->removeWindow(second));
+    EXPECT_EQ(journal(), Lines({"given back"}));
+    EXPECT_NE(manager()->createWindow(), nullptr);
+    EXPECT_EQ(journal(), Lines({"granted"}));
+
+    manager()->removeAllWindows();
+    EXPECT_EQ(journal(), Lines(3, "given back"));
+}
+
+TEST_F(WindowManagerTest, GivesAWindowBackBeforeItEnds)
+{
+    startApplication(httpApplication(1, 2));
+    policyOf(*manager()) = std::make_unique<StrictPolicy>(1);
+    const Lines ended = {"STOP 1.2 related reactivate=0 http://a.example/index.html", "RELEASE w1"};
+    manager()->removeWindow(window());
+    EXPECT_EQ(journal(), Lines({"given back", ended[0], ended[1]}));
 }
 
 TEST_F(WindowManagerTest, RemovingNullOnlyLogs)
@@ -328,6 +378,74 @@ TEST_F(WindowManagerTest, TheEndOfAReplacedApplicationLeavesTheIdToTheOther)
     manager()->registerApplication(&second);
     first.reset();
     EXPECT_EQ(manager()->getApplication(50), &second);
+}
+
+class RemoveAllWindows : public LibraryTest {};
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatShutsTheLibraryDown)
+{
+    for (const int type :
+         {HBBTV_NOTIFICATION_STOP_APPLICATION, HBBTV_NOTIFICATION_RELEASE_WINDOW}) {
+        for (const int windows : {1, 3}) {
+            vesta_hbbtv_shutdown();
+            vesta_hbbtv_init(browser().handle());
+            vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+            for (int count = 0; count < windows; ++count)
+                createWindow("A")->startBroadcastIndependentApplication(
+                    HbbTVURL("http://a.example/"));
+            tickAll();
+            listener().onNotification[type] = [](auto*) { vesta_hbbtv_shutdown(); };
+            manager()->removeAllWindows();
+            listener().onNotification.clear();
+            EXPECT_EQ(WindowManager::instance, nullptr);
+            EXPECT_TRUE(listener().windowsInUse.empty());
+        }
+    }
+}
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatShutsTheLibraryDownForOneLeftBehind)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    tickAll();
+    window()->setRunningApplication(nullptr);
+    vesta_hbbtv_release_window(window());
+    native_ApplicationManagerSetAppDestroyedListener([](void*) { vesta_hbbtv_shutdown(); });
+    manager()->removeAllWindows();
+    EXPECT_EQ(WindowManager::instance, nullptr);
+}
+
+TEST_F(RemoveAllWindows, SurvivesAListenerThatDeletesTheManagerWhileAWindowIsHeld)
+{
+    Window* const held = window();
+    held->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+    tickAll();
+    {
+        const Window::Hold hold(held);
+        vesta_hbbtv_release_window(held);
+        listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto*) {
+            vesta_hbbtv_shutdown();
+        };
+        manager()->removeAllWindows();
+    }
+    EXPECT_EQ(WindowManager::instance, nullptr);
+}
+
+TEST_F(RemoveAllWindows, LetsNothingStartForGoodWhenTheLibraryShutsDown)
+{
+    for (const char* const hook : {"hbbtv_ait_stop", "dsmcc_stop"}) {
+        vesta_hbbtv_init(browser().handle());
+        vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+        forgetJournal();
+        Application* started = nullptr;
+        platform().whileIn[hook] = [&started] {
+            started = static_cast<Window*>(vesta_hbbtv_create_window())
+                          ->startBroadcastIndependentApplication(HbbTVURL("http://a.example/"));
+        };
+        vesta_hbbtv_shutdown();
+        platform().whileIn.clear();
+        EXPECT_EQ(started, nullptr);
+        EXPECT_EQ(journal(), Lines({"hbbtv_ait_stop()", "dsmcc_stop()"}));
+    }
 }
 
 }  // namespace

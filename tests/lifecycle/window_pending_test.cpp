@@ -8,18 +8,15 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const noLongerPending =
-    "WARN Window: startPendingApplication: application does not matching pending application, "
-    "aborting.";
 const char* const initFailed =
     "WARN Window: startPendingApplication(): Failed to initialize application.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
 const char* const fallback =
     "DEBUG Window: Allowing currently running application to live as fallback until initial page "
     "of new application loaded.";
@@ -322,7 +319,7 @@ TEST_F(WindowPending, ABrowserWindowThatComesAfterAllWentIsGivenBackAtOnce)
     EXPECT_EQ(journal(), Lines({"REQUEST null", "RELEASE w4"}));
 }
 
-TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind)
+TEST_F(WindowPending, AnApplicationGivesWayToTheOneThatAListenerStartsMeanwhile)
 {
     for (const int type :
          {HBBTV_NOTIFICATION_STOP_APPLICATION, HBBTV_NOTIFICATION_REQUEST_WINDOW}) {
@@ -337,7 +334,7 @@ TEST_F(WindowPending, AnApplicationThatAListenerStartsMeanwhileDoesNotStayBehind
         pend("http://a.example/next");
         tickAll();
         EXPECT_TRUE(done);
-        EXPECT_EQ(runningURL(), "http://a.example/next");
+        EXPECT_EQ(runningURL(), "http://a.example/meanwhile");
         EXPECT_EQ(window()->getApplications(), std::vector<Application*>({running()}));
         listener().onNotification.clear();
         window()->terminateRunningApplication(true);
@@ -381,38 +378,42 @@ TEST_F(WindowPending, AnUnknownBrowserWindowHasNoApplicationEvenWhenAskedTwice)
     EXPECT_FALSE(window()->applicationExists(nullptr));
 }
 
-TEST_F(WindowPending, ABrowserWindowLeadsToTheApplicationThatGotItLast)
+TEST_F(WindowPending, ABrowserWindowThatIsGivenOnceMoreEndsWhoWasShownThere)
 {
     run("http://a.example/parent");
-    Application* const parent = running();
     createChild("child");
     listener().nextWindows = {1};
+    forget();
     tickAll();
     Application* const child = running();
     EXPECT_EQ(window()->getApplication(browser().window(1)), child);
-    EXPECT_FALSE(window()->applicationExists(parent));
-    EXPECT_EQ(child->getParent(), parent);
+    EXPECT_EQ(child->getParent(), nullptr);
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({child}));
+    EXPECT_EQ(journal(), Lines({"REQUEST w1", "ve_clear_history(w1)",
+                                "ve_open_url(w1, http://a.example/child)",
+                                "STOP 0.0 independent reactivate=0 http://a.example/parent"}));
 
     finishLoading();
-    EXPECT_EQ(child->getParent(), nullptr);
+    forget();
     window()->shutdownApplication(child, true, false, true);
     EXPECT_FALSE(vesta_hbbtv_is_hbbtv_window(browser().window(1)));
-    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({parent}));
+    EXPECT_EQ(journal(),
+              Lines({"STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}));
 }
 
 TEST_F(WindowPending, TheEndOfOneThatLostItsBrowserWindowLeavesTheOthersEntry)
 {
-    run("http://a.example/parent");
-    Application* const parent = running();
-    createChild("child");
-    listener().nextWindows = {1};
-    tickAll();
-    window()->registerApplication(parent);  // so that it can be shut down
-    window()->registerApplication(running());
-    EXPECT_FALSE(window()->shutdownApplication(parent, true, false, true));
-    delete parent;
+    run("http://a.example/former");
+    Application* const former = running();
+    auto* const latter = new Application(window(), HbbTVURL("http://a.example/latter"), nullptr);
+    latter->setTavoWindow(browser().window(1));
+    window()->registerApplication(latter);
+    EXPECT_FALSE(window()->shutdownApplication(former, true, false, true));
+    forget();
+    delete former;
+    EXPECT_EQ(journal(), Lines());
     EXPECT_EQ(manager()->getWindow(browser().window(1)), window());
-    EXPECT_EQ(window()->getApplication(browser().window(1)), running());
+    EXPECT_EQ(window()->getApplication(browser().window(1)), latter);
 }
 
 TEST_F(WindowPending, AnotherWindowMayTakeOverABrowserWindow)
@@ -467,6 +468,70 @@ TEST_F(WindowPending, ARunningApplicationThatIsSetAgainChangesNoState)
     ASSERT_EQ(window()->getState(), Window::TEARDOWN);
     window()->setRunningApplication(running());
     EXPECT_EQ(window()->getState(), Window::TEARDOWN);
+}
+
+TEST_F(WindowPending, AForbiddenApplicationRunsAgainWhenTheChildThatCameBetweenGetsNoBrowserWindow)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const parent = running();
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    createChild("child");
+    listener().refuseWindows = true;
+    tickAll();
+    EXPECT_EQ(running(), parent);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+    EXPECT_EQ(window()->getApplications(), std::vector<Application*>({parent}));
+}
+
+TEST_F(WindowPending, AForbiddenApplicationRunsAgainWhenTheQueueGoesWithTheStartOfItsSuccessor)
+{
+    startApplication(httpApplication(1, 2));
+    Application* const forbidden = running();
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(1, 3))));
+    window()->activateAIT();
+    ASSERT_EQ(window()->getState(), Window::TEARDOWN);
+    vesta_hbbtv_init(browser().handle());
+    EXPECT_EQ(window()->getPendingApplication(), nullptr);
+    EXPECT_EQ(running(), forbidden);
+    EXPECT_EQ(window()->getState(), Window::RUNNING);
+}
+
+int ends;
+
+TEST_F(WindowPending, NothingIsKeptOfManyThatShareOneBrowserWindow)
+{
+    ends = 0;
+    native_ApplicationManagerSetAppDestroyedListener([](void*) { ++ends; });
+    run("http://a.example/0");
+    const int children = 1000;
+    for (int child = 0; child < children; ++child) {
+        createChild("child");
+        listener().nextWindows = {1};
+        tickAll();
+        finishLoading();
+        ASSERT_EQ(window()->getApplications().size(), 1u);
+    }
+    EXPECT_EQ(ends, children);
+    forget();
+    window()->terminateRunningApplication(true);
+    EXPECT_EQ(journal(),
+              Lines({"STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}));
+}
+
+TEST_F(WindowPending, AListenerMayEndTheNewcomerWhenItHearsThatTheFormerOneEnded)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    listener().nextWindows = {1};
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [this](auto*) {
+        window()->terminateRunningApplication(true);
+    };
+    tickAll();
+    EXPECT_EQ(running(), nullptr);
+    EXPECT_TRUE(window()->getApplications().empty());
+    EXPECT_TRUE(listener().windowsInUse.empty());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // How an application of a window ends, and how a window does.
 
+#include <utility>
+
 #include "foundation/configuration_manager.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
@@ -7,16 +9,15 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const delayed = "LOG Window: Delayed destroy of application";
 const char* const terminating = "DEBUG Window: terminateRunningApplication";
 const char* const reactivating = "LOG Window: Reactivating AIT...";
 const char* const stopOfIndex = "STOP 1.2 related reactivate=0 http://a.example/index.html";
@@ -331,14 +332,6 @@ TEST_F(WindowShutdown, AWindowsEndReactivatesNothingWhateverAListenerSays)
 
 TEST_F(WindowShutdown, AWindowsEndReleasesItsTables)
 {
-    class CountedTable : public AIT {
-    public:
-        explicit CountedTable(int& alive) : alive_(alive) { ++alive_; }
-        ~CountedTable() override { --alive_; }
-
-    private:
-        int& alive_;
-    };
     int alive = 0;
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
     window()->setAIT(ref_ptr<AIT>(new CountedTable(alive)));
@@ -371,7 +364,7 @@ TEST_F(WindowShutdown, AChildThatGoesWithAllWindowsInItsParentsEndIsToldOnce)
     EXPECT_TRUE(shutdownNow(running()));
     EXPECT_EQ(journal(),
               Lines({"destroyed 1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
-                     "RELEASE w1", "destroyed 2", "RELEASE w2"}));
+                     "RELEASE w2", "RELEASE w1", "destroyed 2"}));
 }
 
 TEST_F(WindowShutdown, AParentThatEndsWithItsChildBringsNothingBack)
@@ -433,6 +426,90 @@ TEST_F(WindowShutdown, AWindowWhoseEndRemovesAllOthersEndsItsApplicationsOnce)
     vesta_hbbtv_release_window(window());
     EXPECT_EQ(takeLog(), Lines({terminating, shutting}));
     EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1"}));
+}
+
+/// A child that nobody signalled runs in front of an application that the table does not start by
+/// itself: a table that is activated again finds neither.
+class EndInsideAnEnd : public WindowShutdown {
+protected:
+    EndInsideAnEnd()
+    {
+        sendAIT(AITSection().add(httpApplication(1, 2).controlCode(AITApplication::PRESENT)));
+        send(E_START_APPLICATION, startRecord(window(), 1, 2));
+        tickAll();
+        startChild("http://a.example/child");
+        child_ = running();
+    }
+
+    Application* child_ = nullptr;
+};
+
+TEST_F(EndInsideAnEnd, IsOneEndWithTheNoticeThatTheReactivationWants)
+{
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [](auto* data) {
+        if (data->application.organisationId != 0)  // the parent's
+            *data->application.reactivateAIT = 1;
+    };
+    EXPECT_TRUE(shutdownNow(child_, false, false));
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", stopOfIndex, "RELEASE w1", "destroyed 2",
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w2"}));
+    EXPECT_EQ(tickAll(), 0);
+    EXPECT_EQ(window()->getState(), Window::IDLE);
+}
+
+TEST_F(EndInsideAnEnd, GetsItsNoticeAlsoWhenThatIsAskedForBeforeTheParentIsGone)
+{
+    for (const bool destroyNow : {true, false}) {
+        bool isInner = false;
+        listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+            if (!std::exchange(isInner, true)) {
+                EXPECT_FALSE(window()->shutdownApplication(child_, destroyNow, false, true));
+                EXPECT_FALSE(window()->shutdownApplication(child_, destroyNow, false, true));
+            }
+        };
+        EXPECT_TRUE(shutdownNow(child_, false, false));
+        EXPECT_EQ(journal(), Lines({"destroyed 1", stopOfIndex, "RELEASE w1", "destroyed 2",
+                                    "STOP 0.0 independent reactivate=0 http://a.example/child",
+                                    "RELEASE w2"}));
+        EXPECT_EQ(tickAll(), 0);
+        if (!destroyNow)
+            break;
+        listener().onNotification.clear();
+        Application::next_id = 1;
+        send(E_START_APPLICATION, startRecord(window(), 1, 2));
+        tickAll();
+        startChild("http://a.example/child");
+        child_ = running();
+    }
+}
+
+TEST_F(EndInsideAnEnd, StaysSilentWhenNobodyWantsANotice)
+{
+    bool isInner = false;
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [&](auto*) {
+        isInner = true;
+        EXPECT_FALSE(window()->shutdownApplication(child_, true, false, false));
+    };
+    EXPECT_TRUE(shutdownNow(child_, false, false));
+    EXPECT_TRUE(isInner);
+    EXPECT_EQ(journal(),
+              Lines({"destroyed 1", stopOfIndex, "RELEASE w1", "destroyed 2", "RELEASE w2"}));
+}
+
+TEST_F(WindowShutdown, ThePluginMayBeginANewLifeInWhichNobodyHearsOfTheOldOnes)
+{
+    startApplication(httpApplication(1, 2));
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        vesta_hbbtv_shutdown();
+        vesta_hbbtv_init(browser().handle());
+        vesta_hbbtv_add_notification_listener(RecordingListener::listen);
+        forgetJournal();
+    });
+    send(E_TERMINATE_APPLICATION, windowRecord(window()));
+    vesta_hbbtv_tick();
+    EXPECT_EQ(journal(), Lines());
+    EXPECT_TRUE(listener().windowsInUse.empty());
 }
 
 }  // namespace

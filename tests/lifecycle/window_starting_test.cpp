@@ -9,15 +9,14 @@
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-const char* const starting = "LOG Window: Starting application from AITApplication.";
 const char* const startingByURL = "LOG Window: Starting broadcast independent application.";
-const char* const blocking = "DEBUG Window: Blocking application upon request from listener.";
 
 class WindowStarting : public LibraryTest {
 protected:
@@ -255,7 +254,10 @@ TEST_F(WindowStarting, AnEntryWithoutValidIdKillsTheRunningApplication)
     EXPECT_EQ(takeLog(), Lines({starting, blocking, "DEBUG Window: Killing running application.",
                                 "DEBUG Window: VestaHbbTV::Window::shutdownApplication()",
                                 "LOG Window: Delayed destroy of application"}));
+    forgetJournal();
     tickAll();
+    EXPECT_EQ(journal(),
+              Lines({"STOP 1.2 related reactivate=0 http://a.example/index.html", "RELEASE w1"}));
     EXPECT_EQ(running(), nullptr);
 }
 

@@ -24,7 +24,7 @@ declared() {
                 sed -nE 's,^class ([A-Za-z0-9_]+)[^;]*$,\1,p; s,^(bool|int|void|const char\*) ([A-Za-z_]+)\(.*,\2,p' \
                     "$root/$installed"
             done |
-            grep -vxE 'ApplicationTarget|ByteReader|SmallVector'
+            grep -vxE 'ApplicationTarget|ByteReader|SmallVector|VESTA_THREAD_SAFETY|forEachDescriptor'
     } | sort
 }
 

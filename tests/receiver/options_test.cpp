@@ -41,15 +41,17 @@ TEST(Options, AStreamIsEnough)
     EXPECT_TRUE(parsed.options->script.empty());
     EXPECT_TRUE(parsed.options->trace.empty());
     EXPECT_TRUE(parsed.options->extract.empty());
+    EXPECT_EQ(parsed.options->duration, 0);
     EXPECT_FALSE(parsed.options->help);
+    EXPECT_FALSE(parsed.options->version);
 }
 
 TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
 {
-    const Parsed parsed =
-        parse("--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
-              "--carousel-limit 2 --carousel-pid 0x76a --carousel-pid 256:0x2a --site "
-              "http://a.example/?x=y=folder --site http://b=c");
+    const Parsed parsed = parse(
+        "--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "
+        "--duration 1.5 --carousel-limit 2 --carousel-pid 0x76a --carousel-pid 256:0x2a --site "
+        "http://a.example/?x=y=folder --site http://b=c");
     ASSERT_TRUE(parsed.options) << parsed.problem;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.middleware.service, 0x6DD0);
@@ -58,6 +60,7 @@ TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
     EXPECT_EQ(options.script, "s");
     EXPECT_EQ(options.trace, "t");
     EXPECT_EQ(options.extract, "e");
+    EXPECT_EQ(options.duration, 1.5);
     EXPECT_EQ(options.middleware.limits.memory, size_t(2) << 20);
     ASSERT_EQ(options.middleware.carousels.size(), 2u);
     EXPECT_EQ(options.middleware.carousels[0].pid, 0x76A);
@@ -68,6 +71,7 @@ TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
     EXPECT_EQ(options.sites[0].prefix, "http://a.example/?x=y");
     EXPECT_EQ(options.sites[0].folder, "folder");
     EXPECT_EQ(parse("-s x a.ts").options->script, "x");
+    EXPECT_EQ(parse("-s - a.ts").options->script, "-");
     EXPECT_EQ(parse("-- -").options->middleware.input, "-");
 }
 
@@ -82,13 +86,15 @@ TEST(Options, LogLevelsAreNamedAndDebugTellsWhatIsLeftOut)
     EXPECT_TRUE(debug.options->middleware.verbose);
 }
 
-TEST(Options, HelpWantsNoStream)
+TEST(Options, HelpAndVersionWantNoStream)
 {
+    EXPECT_TRUE(parse("--version").options->version);
+    EXPECT_EQ(versionText().rfind("vesta_receiver ", 0), 0u);
     EXPECT_TRUE(parse("--help").options->help);
     EXPECT_TRUE(parse("-h a b c").options->help);
     for (const char* const option :
          {"--script", "--service", "--site", "--speed", "--loop", "--log", "--trace", "--extract",
-          "--carousel-limit", "--carousel-pid", "--help"})
+          "--carousel-limit", "--carousel-pid", "--duration", "--version", "--help"})
         EXPECT_NE(usage().find(option), std::string::npos) << option;
 }
 
@@ -118,6 +124,9 @@ TEST(Options, WhatIsWrongIsSaid)
         {"--carousel-pid 1:256 a", "not 1:256"},
         {"--carousel-pid 1: a", "not 1:"},
         {"--loop -", "--loop wants a file"},
+        {"--script - -", "standard input cannot be both the script and the stream"},
+        {"--duration 0 a", "--duration wants seconds such as 60 or 0.5, not 0"},
+        {"--duration -1 a", "not -1"},
     };
     for (const auto& [line, problem] : cases) {
         const Parsed parsed = parse(line);

@@ -13,8 +13,7 @@ namespace {
 
 using Entries = std::vector<std::string>;
 
-static_assert(!std::is_polymorphic_v<ApplicationDomain> &&
-              sizeof(ApplicationDomain) == sizeof(Entries));
+static_assert(!std::is_polymorphic_v<ApplicationDomain>);
 
 ApplicationDomain domainOf(std::initializer_list<const char*> urls)
 {
@@ -267,6 +266,19 @@ TEST(ApplicationDomain, ExtendingLogsTheEntryThatIsTriedNotItsOrigin)
     EXPECT_TRUE(domain.extendDomain(other));
     EXPECT_EQ(lines.leveledLines(), Entries({"DEBUG HBBTV: Trying to extend with domain: https:/",
                                              "DEBUG HBBTV:  - Extended with domain: https:/"}));
+}
+
+TEST(ApplicationDomain, ExtendingAddsTheOriginOfAnEntryThatStillHasAPath)
+{
+    // The origin of the URL ends where that of an http URL would, and has a path as a dvb URL.
+    ApplicationDomain other = domainOf({"dvb:///x/http://"});
+    ASSERT_EQ(other.getEntries(), Entries({"dvb:///x"}));
+    ApplicationDomain domain;
+    const vesta::test::CapturedLog lines;
+    EXPECT_TRUE(domain.extendDomain(other));
+    EXPECT_EQ(domain.getEntries(), Entries({"dvb://"}));
+    EXPECT_EQ(lines.leveledLines(), Entries({"DEBUG HBBTV: Trying to extend with domain: dvb:///x",
+                                             "DEBUG HBBTV:  - Extended with domain: dvb:///x"}));
 }
 
 TEST(ApplicationDomain, DoesNotExtendItself)

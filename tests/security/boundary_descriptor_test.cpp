@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "security/application_domain.h"
@@ -60,13 +61,14 @@ std::unique_ptr<unsigned char[]> exactBlock(const std::string& bytes)
     return block;
 }
 
-/// Parsed by the descriptor's own length, from a block that ends there (or with the bytes).
+/// Parsed by the descriptor's own length, from a block that ends with the byte just past it. Where
+/// the bytes do not reach that far, they are followed by a length that fits nowhere.
 Entries parsedAlone(const std::string& bytes)
 {
-    const size_t end = 2u + static_cast<unsigned char>(bytes.at(1));
+    std::string alone = bytes;
+    alone.resize(2u + static_cast<unsigned char>(bytes.at(1)) + 1u, '\xFF');
     ApplicationDomain domain;
-    domain.parseSimpleApplicationBoundaryExtensionDescriptor(
-        exactBlock(bytes.substr(0, end)).get());
+    domain.parseSimpleApplicationBoundaryExtensionDescriptor(exactBlock(alone).get());
     return domain.getEntries();
 }
 
@@ -127,23 +129,37 @@ TEST(BoundaryDescriptor, LongestIsRead)
     EXPECT_EQ(parsedAlone(many.count(255).bytes()), Entries(127, "x"));
 }
 
-TEST(BoundaryDescriptor, ExtensionMayEndOnTheByteJustPastTheDescriptorWithinASection)
+TEST(BoundaryDescriptor, ExtensionMayEndOnTheByteJustPastTheDescriptor)
 {
-    const Descriptor two = Descriptor().add("dvb://1").add("dvb://2");
-    EXPECT_EQ(parsedInSection(Descriptor(two).bytes()), Entries({"dvb://1", "dvb://2"}));
-    EXPECT_EQ(parsedInSection(Descriptor(two).lengthOff(-1).bytes()),
-              Entries({"dvb://1", "dvb://2"}));
-    EXPECT_EQ(parsedInSection(Descriptor(two).lengthOff(-2).bytes()), Entries({"dvb://1"}));
-    // Alone, the byte just past the descriptor is nobody's.
-    EXPECT_EQ(parsedAlone(Descriptor(two).lengthOff(-1).bytes()), Entries({"dvb://1"}));
+    const std::pair<int, Entries> cases[] = {
+        {0, {"dvb://1", "dvb://2"}}, {-1, {"dvb://1", "dvb://2"}}, {-2, {"dvb://1"}}};
+    for (const auto& [off, entries] : cases) {
+        const std::string bytes = Descriptor().add("dvb://1").add("dvb://2").lengthOff(off).bytes();
+        EXPECT_EQ(parsedInSection(bytes), entries) << off;
+        EXPECT_EQ(parsedAlone(bytes), entries) << off;
+    }
+    const std::string one = Descriptor().add("dvb://12").lengthOff(-1).bytes();
+    ASSERT_EQ(one, "\x17\x09\x01\x08"
+                   "dvb://12");
+    EXPECT_EQ(parsedAlone(one), Entries({"dvb://12"}));
 }
 
-TEST(BoundaryDescriptor, ExtensionLengthByteMayBeTheByteJustPastTheDescriptorWithinASection)
+TEST(BoundaryDescriptor, ExtensionLengthByteMayBeTheByteJustPastTheDescriptor)
 {
     const std::string bytes =
         Descriptor().add("dvb://1").add("").add("dvb://2").lengthOff(-9).bytes();
     EXPECT_EQ(parsedInSection(bytes), Entries({"dvb://1", ""}));
-    EXPECT_EQ(parsedAlone(bytes), Entries({"dvb://1"}));
+    EXPECT_EQ(parsedAlone(bytes), Entries({"dvb://1", ""}));
+}
+
+TEST(BoundaryDescriptor, AloneTheByteJustPastItIsNotTouchedOnceAllExtensionsWereRead)
+{
+    for (const int count : {0, 1, 2}) {
+        const std::string bytes = Descriptor().add("dvb://1").add("dvb://2").count(count).bytes();
+        ApplicationDomain domain;
+        domain.parseSimpleApplicationBoundaryExtensionDescriptor(exactBlock(bytes).get());
+        EXPECT_EQ(domain.getEntries().size(), static_cast<size_t>(count));
+    }
 }
 
 TEST(BoundaryDescriptor, ExtensionThatRunsPastItsDescriptorIsNotAdded)
@@ -155,9 +171,9 @@ TEST(BoundaryDescriptor, ExtensionThatRunsPastItsDescriptorIsNotAdded)
         EXPECT_EQ(parsedInSection(bytes + std::string(300, '/')), Entries({"dvb://1"})) << stated;
     }
     const std::string oneTooMany = Descriptor(base).add("dvb://2", 8).bytes();
-    EXPECT_EQ(parsedAlone(oneTooMany), Entries({"dvb://1"}));
     EXPECT_EQ(parsedInSection(oneTooMany), Entries({"dvb://1"})) << "the section ends there";
     EXPECT_EQ(parsedInSection(oneTooMany + "3"), Entries({"dvb://1", "dvb://23"}));
+    EXPECT_EQ(parsedAlone(oneTooMany + "3"), Entries({"dvb://1", "dvb://23"}));
 }
 
 TEST(BoundaryDescriptor, NothingBehindTheSectionsEndIsTouched)
@@ -177,25 +193,19 @@ TEST(BoundaryDescriptor, NothingBehindTheSectionsEndIsTouched)
     }
 }
 
-TEST(BoundaryDescriptor, AloneIsCutAtEveryLengthItStates)
+TEST(BoundaryDescriptor, IsCutJustPastEveryLengthItStates)
 {
     const std::string whole = Descriptor().add("dvb://1").add("dvb://22").bytes();
     for (size_t length = 0; length + 2 <= whole.size(); ++length) {
         std::string bytes = whole;
         bytes[1] = static_cast<char>(length);
         Entries expected;
-        if (length >= 1 + 8)
+        if (length >= 8)
             expected.emplace_back("dvb://1");
-        if (length >= 1 + 8 + 9)
+        if (length >= 8 + 9)
             expected.emplace_back("dvb://22");
         EXPECT_EQ(parsedAlone(bytes), expected) << length;
-        // The section goes on: one byte past the descriptor serves.
-        Entries inSection;
-        if (length >= 8)
-            inSection.emplace_back("dvb://1");
-        if (length >= 8 + 9)
-            inSection.emplace_back("dvb://22");
-        EXPECT_EQ(parsedInSection(bytes), inSection) << length;
+        EXPECT_EQ(parsedInSection(bytes), expected) << length;
     }
 }
 
@@ -205,10 +215,12 @@ TEST(BoundaryDescriptor, OfLengthZeroAddsNothing)
     EXPECT_EQ(parsedAlone("\x17\x00"s), Entries());
     EXPECT_EQ(parsedInSection("\x17\x00"s), Entries());
     EXPECT_EQ(parsedInSection("\x17\x00\x01\x00"s), Entries());
-    // One byte, the count: the byte behind it serves as the length of an empty extension.
-    EXPECT_EQ(parsedInSection("\x17\x01\x01\x00"s), Entries({""}));
-    EXPECT_EQ(parsedInSection("\x17\x01\x01\x01x"s), Entries());
-    EXPECT_EQ(parsedAlone("\x17\x01\x01\x00"s), Entries());
+    EXPECT_EQ(parsedAlone("\x17\x00\x01\x00"s), Entries());
+    // One byte, the count: the byte after it serves as the length of an empty extension.
+    for (const auto parsed : {parsedInSection, parsedAlone}) {
+        EXPECT_EQ(parsed("\x17\x01\x01\x00"s), Entries({""}));
+        EXPECT_EQ(parsed("\x17\x01\x01\x01x"s), Entries());
+    }
 }
 
 TEST(BoundaryDescriptor, NullAddsNothing)

@@ -19,7 +19,8 @@
 #include "security/application_domain.h"
 #include "security/sha256.h"
 #include "signalling/ait.h"
-#include "tests/shipped/small_browser.h"
+#include "tests/support/fake_browser.h"
+#include "tests/support/journal.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -33,7 +34,7 @@ HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 {
     switch (type) {
     case HBBTV_NOTIFICATION_REQUEST_WINDOW:
-        *data->window.tavoWindow = SmallBrowser::window();
+        *data->window.tavoWindow = FakeBrowser::instance().window(1);
         data->window.success = 1;
         notices.push_back("request");
         break;
@@ -62,8 +63,8 @@ protected:
     ShippedLibrary()
     {
         notices.clear();
-        SmallBrowser::openedPages.clear();
-        vesta_hbbtv_init(SmallBrowser::handle());
+        Journal::instance().clear();
+        vesta_hbbtv_init(FakeBrowser::instance().handle());
         vesta_hbbtv_add_notification_listener(listen);
         window_ = vesta_hbbtv_create_window();
         vesta_hbbtv_set_broadcast_window(window_);
@@ -97,9 +98,11 @@ private:
 TEST_F(ShippedLibrary, StartsTheSignalledApplicationAndStopsIt)
 {
     tuneIn();
-    EXPECT_EQ(SmallBrowser::openedPages, std::vector<std::string>({"http://a.example/index.html"}));
-    EXPECT_EQ(vesta_hbbtv_get_tavo_window(window()), SmallBrowser::window());
-    EXPECT_TRUE(vesta_hbbtv_is_hbbtv_window(SmallBrowser::window()));
+    EXPECT_EQ(Journal::instance().take(),
+              std::vector<std::string>(
+                  {"ve_clear_history(w1)", "ve_open_url(w1, http://a.example/index.html)"}));
+    EXPECT_EQ(vesta_hbbtv_get_tavo_window(window()), FakeBrowser::instance().window(1));
+    EXPECT_TRUE(vesta_hbbtv_is_hbbtv_window(FakeBrowser::instance().window(1)));
     EXPECT_TRUE(vesta_hbbtv_is_within_boundaries(window(), "http://a.example/other.html"));
     EXPECT_FALSE(vesta_hbbtv_is_within_boundaries(window(), "http://b.example/"));
 

@@ -235,6 +235,22 @@ TEST(AITApplication, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
     EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://first/");
 }
 
+TEST(AITApplication, ParsedOnceMoreHasTheTransportsOfTheLastTime)
+{
+    AITApplication application(nullptr);
+    const auto entry = AITEntry(10, 1)
+                           .http(1, "http://a.example/")
+                           .http(2, "http://b.example/")
+                           .labels({2, 1})
+                           .exactBlock();
+    for (int time = 0; time < 2; ++time) {
+        ASSERT_TRUE(application.parse(entry.get()));
+        ASSERT_EQ(application.getNumTransports(), 2U);
+        EXPECT_EQ(application.getTransports()[0]->getLabel(), 2);
+        EXPECT_EQ(application.getTransports()[1]->getLabel(), 1);
+    }
+}
+
 TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
 {
     Parsed application(plainEntry().http(1, "http://a.example/"));

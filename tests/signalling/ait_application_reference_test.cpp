@@ -6,22 +6,13 @@
 #include "foundation/ref_ptr.h"
 #include "signalling/ait.h"
 #include "signalling/ait_application_reference.h"
+#include "tests/support/counted_table.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
-
-/// Tells when it dies.
-class WatchedAIT : public AIT {
-public:
-    explicit WatchedAIT(bool& alive) : AIT(1, 2, 3, nullptr), alive_(alive) { alive_ = true; }
-    ~WatchedAIT() override { alive_ = false; }
-
-private:
-    bool& alive_;
-};
 
 void fill(AIT& table, unsigned applications)
 {
@@ -31,9 +22,9 @@ void fill(AIT& table, unsigned applications)
     ASSERT_TRUE(table.parse(section.exactBlock().get()));
 }
 
-AIT* makeTable(bool& alive, unsigned applications)
+AIT* makeTable(int& living, unsigned applications)
 {
-    AIT* const table = new WatchedAIT(alive);
+    AIT* const table = new CountedTable(living, 1, 2, 3);
     fill(*table, applications);
     return table;
 }
@@ -64,49 +55,49 @@ TEST(AITApplicationReference, GivesTheApplicationThatItPointsAt)
 
 TEST(AITApplicationReference, AssignedToItselfKeepsItsTable)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 1));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 1));
     AITApplicationReference reference(table->getAITApplication(0U));
     table.reset();
     AITApplicationReference& same = reference;
     reference = same;
     reference = std::move(same);
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(reference->getApplicationId(), 1);
     reference.reset();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
 }
 
 TEST(AITApplicationReference, KeepsACountedTableAlive)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 2));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 2));
     AITApplicationReference reference(table->getAITApplication(1U));
     table.reset();
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(reference->getApplicationId(), 2);
     EXPECT_EQ(reference->getAIT()->getNumApplications(), 2U);
     reference.reset();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
     EXPECT_FALSE(reference);
 }
 
 TEST(AITApplicationReference, LetsTheTableGoWhenItDies)
 {
-    bool alive = false;
+    int living = 0;
     {
-        ref_ptr<AIT> table(makeTable(alive, 1));
+        ref_ptr<AIT> table(makeTable(living, 1));
         const AITApplicationReference reference(table->getAITApplication(0U));
         table.reset();
-        EXPECT_TRUE(alive);
+        EXPECT_EQ(living, 1);
     }
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
 }
 
 TEST(AITApplicationReference, NeverDeletesATableThatNobodyCounts)
 {
-    bool alive = false;
-    const std::unique_ptr<AIT> table(makeTable(alive, 1));
+    int living = 0;
+    const std::unique_ptr<AIT> table(makeTable(living, 1));
     {
         AITApplicationReference reference(table->getAITApplication(0U));
         EXPECT_FALSE(table->isCounted());
@@ -114,7 +105,7 @@ TEST(AITApplicationReference, NeverDeletesATableThatNobodyCounts)
         reference.reset();
         reference.reset(table->getAITApplication(0U));
     }
-    EXPECT_TRUE(alive);
+    EXPECT_EQ(living, 1);
     EXPECT_EQ(table->getNumApplications(), 1U);
 }
 
@@ -137,8 +128,8 @@ TEST(AITApplicationReference, BecomesNullWithATableOnTheStack)
 
 TEST(AITApplicationReference, BecomesNullWithATableByPlainNew)
 {
-    bool alive = false;
-    AIT* const table = makeTable(alive, 1);
+    int living = 0;
+    AIT* const table = makeTable(living, 1);
     AITApplicationReference reference(table->getAITApplication(0U));
     delete table;
     EXPECT_EQ(reference.get(), nullptr);
@@ -156,83 +147,83 @@ TEST(AITApplicationReference, BecomesNullWithAnApplicationWithoutATable)
 
 TEST(AITApplicationReference, SetBeforeTheTableWasCountedBecomesNullWithIt)
 {
-    bool alive = false;
-    AIT* const table = makeTable(alive, 1);
+    int living = 0;
+    AIT* const table = makeTable(living, 1);
     const AITApplicationReference reference(table->getAITApplication(0U));
     ref_ptr<AIT> counted(table);
     counted.reset();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
     EXPECT_FALSE(reference);
 }
 
 TEST(AITApplicationReference, LetsTheTableGoWithAnApplicationThatWasNeverInserted)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 1));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 1));
     auto application = std::make_unique<AITApplication>(table.get());
     const AITApplicationReference reference(application.get());
     const AITApplicationReference other(application.get());
     table.reset();
-    EXPECT_TRUE(alive);
+    EXPECT_EQ(living, 1);
     application.reset();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
     EXPECT_FALSE(reference);
     EXPECT_FALSE(other);
 }
 
 TEST(AITApplicationReference, MovesOverWithinATableThatOnlyItHolds)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 2));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 2));
     AITApplicationReference reference(table->getAITApplication(0U));
     AITApplication* const other = table->getAITApplication(1U);
     table.reset();
     reference.reset(other);
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(reference.get(), other);
     reference.reset(reference.get());
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(reference->getApplicationId(), 2);
 }
 
 TEST(AITApplicationReference, LetsTheFormerTableGoOnlyAfterItPointsElsewhere)
 {
-    bool formerAlive = false;
-    bool nextAlive = false;
-    ref_ptr<AIT> former(makeTable(formerAlive, 1));
-    ref_ptr<AIT> next(makeTable(nextAlive, 1));
+    int formerLives = 0;
+    int nextLives = 0;
+    ref_ptr<AIT> former(makeTable(formerLives, 1));
+    ref_ptr<AIT> next(makeTable(nextLives, 1));
     AITApplicationReference reference(former->getAITApplication(0U));
     AITApplicationReference beside(next->getAITApplication(0U));
     former.reset();
     reference.reset(next->getAITApplication(0U));
-    EXPECT_FALSE(formerAlive);
+    EXPECT_EQ(formerLives, 0);
     EXPECT_EQ(reference.get(), next->getAITApplication(0U));
     next.reset();
     beside.reset();
-    EXPECT_TRUE(nextAlive);
+    EXPECT_EQ(nextLives, 1);
     reference.reset();
-    EXPECT_FALSE(nextAlive);
+    EXPECT_EQ(nextLives, 0);
 }
 
 TEST(AITApplicationReference, BecomesNullWhenTheNewApplicationDiesWithTheFormerTable)
 {
     // The application has no table of its own, but one that dies with the reset owns it.
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 1));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 1));
     AITApplication* const foreign = new AITApplication(nullptr);
     table->insertAITApplication(foreign);
     AITApplicationReference reference(table->getAITApplication(10UL, 1));
     table.reset();
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     reference.reset(foreign);
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
     EXPECT_FALSE(reference);
 }
 
 TEST(AITApplicationReference, CopiesAreIndependent)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 2));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 2));
     AITApplicationReference first(table->getAITApplication(0U));
     AITApplicationReference copy(first);
     AITApplicationReference assigned;
@@ -240,20 +231,20 @@ TEST(AITApplicationReference, CopiesAreIndependent)
     table.reset();
     first.reset();
     copy.reset();
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(assigned->getApplicationId(), 1);
     const AITApplicationReference& self = assigned;
     assigned = self;
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(assigned->getApplicationId(), 1);
     assigned = AITApplicationReference();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
 }
 
 TEST(AITApplicationReference, IsNullAfterItWasMovedAway)
 {
-    bool alive = false;
-    ref_ptr<AIT> table(makeTable(alive, 1));
+    int living = 0;
+    ref_ptr<AIT> table(makeTable(living, 1));
     AITApplicationReference first(table->getAITApplication(0U));
     table.reset();
     AITApplicationReference second(std::move(first));
@@ -264,10 +255,10 @@ TEST(AITApplicationReference, IsNullAfterItWasMovedAway)
     EXPECT_EQ(second.get(), nullptr);  // NOLINT(bugprone-use-after-move)
     AITApplicationReference& self = third;
     third = std::move(self);
-    ASSERT_TRUE(alive);
+    ASSERT_EQ(living, 1);
     EXPECT_EQ(third->getApplicationId(), 1);
     third.reset();
-    EXPECT_FALSE(alive);
+    EXPECT_EQ(living, 0);
 }
 
 TEST(AITApplicationReference, StandsInTheListWhicheverNeighbourGoesFirst)
@@ -291,10 +282,25 @@ TEST(AITApplicationReference, StandsInTheListWhicheverNeighbourGoesFirst)
     }
 }
 
+TEST(AITApplicationReference, PointedElsewhereLeavesTheListsThatItStoodIn)
+{
+    auto application = std::make_unique<AITApplication>(nullptr);
+    auto* const other = new AITApplication(nullptr);
+    const AITApplicationReference oldest(application.get());
+    AITApplicationReference middle(application.get());
+    const AITApplicationReference newest(application.get());
+    middle.reset(other);
+    middle.reset();
+    application.reset();
+    ASSERT_FALSE(oldest);
+    ASSERT_FALSE(newest);
+    delete other;
+}
+
 TEST(AITApplicationReference, BecomesNullWithTheTableThatAdoptedTheApplication)
 {
-    bool alive = false;
-    AIT* const maker = makeTable(alive, 0);
+    int living = 0;
+    AIT* const maker = makeTable(living, 0);
     AIT* const owner = new AIT(4, 5, 6, nullptr);
     AITApplication* const application = new AITApplication(maker);
     owner->insertAITApplication(application);

@@ -63,7 +63,10 @@ TEST(AITApplicationTransport, ReadsEachProtocol)
          "1 label 255 base '' remote 1 ids 4660.65535.258.9"},
         {"IP over MPE keeps the label only", otherTransport(5, 2, {0xFF, 1, 2, 3, 4, 5, 6, 7}),
          "0 label 5 base '' remote 0 ids 0.0.0.0"},
-        {"a private protocol whose low byte is a known one", otherTransport(6, 0x0103, {1, 'a'}),
+        {"a private protocol whose low byte is that of HTTP", otherTransport(6, 0x0103, {1, 'a'}),
+         "0 label 6 base '' remote 0 ids 0.0.0.0"},
+        {"a private protocol whose low byte is that of the carousel",
+         otherTransport(6, 0x0101, {0x80, 0, 1, 0, 2, 0, 3, 4}),
          "0 label 6 base '' remote 0 ids 0.0.0.0"},
     };
     for (const auto& [why, bytes, expected] : cases)

@@ -98,6 +98,21 @@ TEST(AIT, ListsByPriorityAcrossSections)
     EXPECT_THAT(ids(table), ElementsAre(1, 3, 4, 2));
 }
 
+TEST(AIT, ListsWhatARejectedSectionLeavesByPriority)
+{
+    Table table;
+    ASSERT_TRUE(parse(table, AITSection()
+                                 .number(0, 1)
+                                 .add(AITEntry(10, 1).priority(3))
+                                 .add(AITEntry(10, 2).priority(1))));
+    ASSERT_FALSE(parse(table, AITSection()
+                                  .number(1, 1)
+                                  .add(AITEntry(10, 3).priority(2))
+                                  .add(AITEntry(10, 4).priority(5))
+                                  .add(AITEntry(10, 5).raw(descriptor(0x50, {})))));
+    EXPECT_THAT(ids(table), ElementsAre(4, 1, 3, 2));
+}
+
 TEST(AIT, ListsManyApplicationsOfManySectionsByPriority)
 {
     constexpr unsigned lastSection = 0xFF;
@@ -207,6 +222,32 @@ TEST(AIT, HasNoNextApplicationAfterOneThatIsNotItsOwn)
     EXPECT_TRUE(table.isHandledAITApplication(table.getAITApplication(4U)));
     EXPECT_FALSE(table.isHandledAITApplication(other.getAITApplication(0U)));
     EXPECT_FALSE(table.isHandledAITApplication(nullptr));
+}
+
+TEST(AIT, GivesTheNextApplicationAlsoWhenOthersWereInsertedMeanwhile)
+{
+    AIT table;
+    const auto insert = [&table](int priority) {
+        auto* const application = new AITApplication(&table);
+        AITApplication::ApplicationDescriptor descriptor;
+        descriptor.setApplicationPriority(static_cast<uint8_t>(priority));
+        application->setApplicationDescriptor(descriptor);
+        application->setControlCode(AUTOSTART);
+        application->addTransport(ref_ptr<AITApplicationTransport>(new AITApplicationTransport));
+        table.insertAITApplication(application);
+        return application;
+    };
+    const AITApplication* const fifth = insert(5);
+    const AITApplication* const third = insert(3);
+    EXPECT_EQ(table.getAITApplication(AUTOSTART, true), fifth);
+    const AITApplication* const ninth = insert(9);
+    EXPECT_EQ(table.getNextAITApplication(fifth, AUTOSTART, true), third);
+    const AITApplication* const fourth = insert(4);
+    EXPECT_EQ(table.getNextAITApplication(fifth, AUTOSTART, true), fourth);
+    EXPECT_EQ(table.getNextAITApplication(fourth, AUTOSTART, true), third);
+    EXPECT_EQ(table.getNextAITApplication(third, AUTOSTART, true), nullptr);
+    EXPECT_EQ(table.getNextAITApplication(ninth, AUTOSTART, true), fifth);
+    EXPECT_TRUE(table.isHandledAITApplication(ninth));
 }
 
 TEST(AIT, GivesTheFirstApplicationOfAUsageType)

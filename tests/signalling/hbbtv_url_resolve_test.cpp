@@ -13,7 +13,7 @@ namespace {
 using vesta::test::FakeBrowser;
 using vesta::test::Journal;
 
-class ResolvedURL : public testing::Test {
+class HbbTVURLResolve : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -33,7 +33,7 @@ protected:
     static std::vector<std::string> conversation() { return Journal::instance().take(); }
 };
 
-TEST_F(ResolvedURL, RelativeDvbTakesTheBaseUpToItsLastSlashInPlaceOfItsScheme)
+TEST_F(HbbTVURLResolve, RelativeDvbTakesTheBaseUpToItsLastSlashInPlaceOfItsScheme)
 {
     const std::tuple<const char*, const char*, const char*> cases[] = {
         // base, URL, resolved
@@ -64,7 +64,7 @@ TEST_F(ResolvedURL, RelativeDvbTakesTheBaseUpToItsLastSlashInPlaceOfItsScheme)
     EXPECT_TRUE(conversation().empty()) << "the browser is not asked";
 }
 
-TEST_F(ResolvedURL, DvbTypeAloneDecidesThatFourCharactersAreReplaced)
+TEST_F(HbbTVURLResolve, DvbTypeAloneDecidesThatFourCharactersAreReplaced)
 {
     const HbbTVURL base("dvb://1.2.3/a/b");
     const std::tuple<const char*, const char*> cases[] = {
@@ -84,7 +84,7 @@ TEST_F(ResolvedURL, DvbTypeAloneDecidesThatFourCharactersAreReplaced)
     EXPECT_TRUE(conversation().empty());
 }
 
-TEST_F(ResolvedURL, DvbResolvesAgainstItself)
+TEST_F(HbbTVURLResolve, DvbResolvesAgainstItself)
 {
     HbbTVURL url("dvb:/a-directory-with-a-name-too-long-to-be-kept-inside-a-string/b");
     EXPECT_TRUE(url.resolveRelativeUrl(url));
@@ -92,7 +92,7 @@ TEST_F(ResolvedURL, DvbResolvesAgainstItself)
                             "/a-directory-with-a-name-too-long-to-be-kept-inside-a-string/b");
 }
 
-TEST_F(ResolvedURL, BrowserResolvesAllOtherTypesFromTheAddressesAlone)
+TEST_F(HbbTVURLResolve, BrowserResolvesAllOtherTypesFromTheAddressesAlone)
 {
     HbbTVURL page("pa%67e.html?x=1#top");
     EXPECT_TRUE(page.resolveRelativeUrl(HbbTVURL("http://a.b/c/index.html?y=2#end")));
@@ -114,7 +114,7 @@ TEST_F(ResolvedURL, BrowserResolvesAllOtherTypesFromTheAddressesAlone)
                               }));
 }
 
-TEST_F(ResolvedURL, BrowserIsAskedForAForcedCurrentAITType)
+TEST_F(HbbTVURLResolve, BrowserIsAskedForAForcedCurrentAITType)
 {
     HbbTVCurrentAITDVBURL url("dvb:/x");
     EXPECT_TRUE(url.resolveRelativeUrl(HbbTVURL("dvb://1.2.3/a/b")));
@@ -122,7 +122,7 @@ TEST_F(ResolvedURL, BrowserIsAskedForAForcedCurrentAITType)
               std::vector<std::string>({"ve_resolve_relative_url(dvb://1.2.3/a/b, dvb:/x)"}));
 }
 
-TEST_F(ResolvedURL, TypeAndIdsStayWhenTheAddressChanges)
+TEST_F(HbbTVURLResolve, TypeAndIdsStayWhenTheAddressChanges)
 {
     browser().resolve = [](const std::string&, const std::string&) { return "dvb://1.2.3/x"; };
     HbbTVURL other("x?y#z");
@@ -138,7 +138,7 @@ TEST_F(ResolvedURL, TypeAndIdsStayWhenTheAddressChanges)
     EXPECT_EQ(currentAIT.getApplicationId(), 2u);
 }
 
-TEST_F(ResolvedURL, IsTakenAsTheBrowserGivesItWithoutDecodingOrSplitting)
+TEST_F(HbbTVURLResolve, IsTakenAsTheBrowserGivesItWithoutDecodingOrSplitting)
 {
     browser().resolve = [](const std::string&, const std::string&) { return "http://a/%20?b#c"; };
     HbbTVURL url("x");
@@ -148,7 +148,7 @@ TEST_F(ResolvedURL, IsTakenAsTheBrowserGivesItWithoutDecodingOrSplitting)
     EXPECT_EQ(url.getAnchor(), "");
 }
 
-TEST_F(ResolvedURL, OutlivesTheBrowsersString)
+TEST_F(HbbTVURLResolve, OutlivesTheBrowsersString)
 {
     HbbTVURL first("first"), second("second");
     EXPECT_TRUE(first.resolveRelativeUrl(HbbTVURL("http://a/")));
@@ -157,14 +157,14 @@ TEST_F(ResolvedURL, OutlivesTheBrowsersString)
     EXPECT_EQ(second.getURL(), "http://a/second");
 }
 
-TEST_F(ResolvedURL, ResolvesAgainstItselfThroughTheBrowser)
+TEST_F(HbbTVURLResolve, ResolvesAgainstItselfThroughTheBrowser)
 {
     HbbTVURL url("a/b");
     EXPECT_TRUE(url.resolveRelativeUrl(url));
     EXPECT_EQ(url.getURL(), "a/a/b");
 }
 
-TEST_F(ResolvedURL, FailingBrowserIsReportedAndChangesNothing)
+TEST_F(HbbTVURLResolve, FailingBrowserIsReportedAndChangesNothing)
 {
     for (const int status : {1, -1, 3}) {
         browser().results["ve_resolve_relative_url"] = status;
@@ -179,7 +179,7 @@ TEST_F(ResolvedURL, FailingBrowserIsReportedAndChangesNothing)
     EXPECT_TRUE(dvb.resolveRelativeUrl(HbbTVURL("dvb://1.2.3/"))) << "does not need the browser";
 }
 
-TEST_F(ResolvedURL, BrowserWithoutAResultChangesNothingAndIsNoFailure)
+TEST_F(HbbTVURLResolve, BrowserWithoutAResultChangesNothingAndIsNoFailure)
 {
     browser().resolveToNull = true;
     HbbTVURL url("x?y#z");
@@ -187,7 +187,7 @@ TEST_F(ResolvedURL, BrowserWithoutAResultChangesNothingAndIsNoFailure)
     EXPECT_EQ(url.getFullUrl(), "x?y#z");
 }
 
-TEST_F(ResolvedURL, EmptyResultIsAResult)
+TEST_F(HbbTVURLResolve, EmptyResultIsAResult)
 {
     browser().resolve = [](const std::string&, const std::string&) { return ""; };
     HbbTVURL url("x?y#z");

@@ -3,15 +3,12 @@
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "tests/support/library_test.h"
+#include "tests/support/log_texts.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
-
-const char* const shutting = "DEBUG Window: VestaHbbTV::Window::shutdownApplication()";
-const char* const delayed = "LOG Window: Delayed destroy of application";
-const char* const starting = "LOG Window: Starting application from AITApplication.";
 
 class StartAndStopStory : public LibraryTest {
 protected:

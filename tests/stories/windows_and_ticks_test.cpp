@@ -10,12 +10,12 @@ using namespace vesta::test;
 
 namespace {
 
-class WindowsStory : public LibraryTest {
+class WindowsAndTicksStory : public LibraryTest {
 protected:
-    WindowsStory() { listener().windowNames[window()] = "A"; }
+    WindowsAndTicksStory() { listener().windowNames[window()] = "A"; }
 };
 
-TEST_F(WindowsStory, TwoWindowsDoNotConcernEachOther)
+TEST_F(WindowsAndTicksStory, TwoWindowsDoNotConcernEachOther)
 {
     Window* const other = createWindow("B");
     sendAIT(AITSection().add(httpApplication(1, 2)));
@@ -55,7 +55,7 @@ TEST_F(WindowsStory, TwoWindowsDoNotConcernEachOther)
     EXPECT_EQ(vesta_hbbtv_get_broadcast_window(), window());
 }
 
-TEST_F(WindowsStory, AScriptThatTunesInAnotherWindowTakesTheBroadcastThere)
+TEST_F(WindowsAndTicksStory, AScriptThatTunesInAnotherWindowTakesTheBroadcastThere)
 {
     Window* const other = createWindow("B");
     startApplication(httpApplication(1, 2));
@@ -73,7 +73,7 @@ TEST_F(WindowsStory, AScriptThatTunesInAnotherWindowTakesTheBroadcastThere)
     EXPECT_EQ(journal(), Lines({"AIT broadcast [3.4] @B", "hbbtv_ait_completed(1)"}));
 }
 
-TEST_F(WindowsStory, EventsOfReleasedWindowsFindNothing)
+TEST_F(WindowsAndTicksStory, EventsOfReleasedWindowsFindNothing)
 {
     Window* const other = createWindow("B");
     other->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
@@ -99,7 +99,7 @@ TEST_F(WindowsStory, EventsOfReleasedWindowsFindNothing)
     EXPECT_EQ(log().count("ERR StartApplicationEvent: Invalid setup or window do not exist."), 1);
 }
 
-TEST_F(WindowsStory, WithoutBroadcastWindowTablesAreDiscarded)
+TEST_F(WindowsAndTicksStory, WithoutBroadcastWindowTablesAreDiscarded)
 {
     vesta_hbbtv_release_window(window());
     sendAIT(AITSection().add(httpApplication(1, 2)));
@@ -108,7 +108,7 @@ TEST_F(WindowsStory, WithoutBroadcastWindowTablesAreDiscarded)
     EXPECT_EQ(journal(), Lines());
 }
 
-TEST_F(WindowsStory, EveryTickRunsOneEvent)
+TEST_F(WindowsAndTicksStory, EveryTickRunsOneEvent)
 {
     const int events = 25;
     for (int event = 0; event < events; ++event)
@@ -120,7 +120,7 @@ TEST_F(WindowsStory, EveryTickRunsOneEvent)
     EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
-TEST_F(WindowsStory, WhatAnEventQueuesRunsBehindWhatIsQueuedAlready)
+TEST_F(WindowsAndTicksStory, WhatAnEventQueuesRunsBehindWhatIsQueuedAlready)
 {
     sendAIT(AITSection().add(httpApplication(1, 2)));
     send(E_HTTP_UNAVAILABLE);

@@ -1,5 +1,7 @@
 #include "tests/support/fake_browser.h"
 
+#include <cstring>
+
 #include "tests/support/journal.h"
 
 namespace vesta::test {
@@ -10,16 +12,19 @@ const long windowCount = 64;
 char browserPlace;
 char windowPlaces[windowCount];
 
-std::string quoted(const char* text)
+const char* quoted(const char* text)
 {
     return text ? text : "(null)";
 }
 
-/// How a browser joins a base and a relative URL, as far as tests need it.
-std::string join(const std::string& base, const std::string& url)
+bool isAbsolute(const char* url)
 {
-    if (url.find("://") != std::string::npos || url.empty())
-        return url;
+    return !*url || std::strstr(url, "://");
+}
+
+/// How a browser joins a base and a relative URL, as far as tests need it.
+std::string join(const std::string& base, const char* url)
+{
     return base.substr(0, base.rfind('/') + 1) + url;
 }
 
@@ -64,17 +69,19 @@ std::string FakeBrowser::nameOf(TAVO_VestaWindow* handle)
     return id ? "w" + std::to_string(id) : "?";
 }
 
-int FakeBrowser::callForLoad(const char* function, void* id, const std::string& line)
+template <typename Part>
+int FakeBrowser::callForLoad(const char* function, void* id, const Part& part)
 {
     if (journalling)
         protocolIds.push_back(id);
-    return call(function, line);
+    return call(function, part);
 }
 
-int FakeBrowser::call(const char* function, const std::string& line)
+template <typename... Parts>
+int FakeBrowser::call(const char* function, const Parts&... parts)
 {
     if (journalling)
-        Journal::instance().write(function, "(", line, ")");
+        Journal::instance().write(function, "(", parts..., ")");
     return answer(function, 0);
 }
 
@@ -100,7 +107,7 @@ extern "C" {
 int ve_open_url(TAVO_VestaWindow* window, const char* url)
 {
     FakeBrowser& browser = FakeBrowser::instance();
-    return browser.call("ve_open_url", browser.nameOf(window) + ", " + quoted(url));
+    return browser.call("ve_open_url", browser.nameOf(window), ", ", quoted(url));
 }
 
 int ve_clear_history(TAVO_VestaWindow* window)
@@ -140,8 +147,14 @@ int ve_resolve_relative_url(const char* base, const char* url, const char** resu
     if (browser.journalResolving && browser.journalling)
         Journal::instance().write("ve_resolve_relative_url(", quoted(base), ", ", quoted(url), ")");
     const int status = browser.answer("ve_resolve_relative_url", 0);
-    browser.resolved = browser.resolve ? browser.resolve(base, url) : vesta::test::join(base, url);
-    *result = browser.resolveToNull ? nullptr : browser.resolved.c_str();
+    *result = url;
+    if (browser.resolve || !vesta::test::isAbsolute(url)) {
+        browser.resolved =
+            browser.resolve ? browser.resolve(base, url) : vesta::test::join(base, url);
+        *result = browser.resolved.c_str();
+    }
+    if (browser.resolveToNull)
+        *result = nullptr;
     return status;
 }
 
@@ -167,17 +180,17 @@ int ve_protocol_write(void* id, const char* bytes, unsigned int length)
     }
     browser.written[id].append(bytes, length);
     browser.writeSizes[id].push_back(length);
-    return browser.callForLoad("ve_protocol_write", id, std::to_string(length));
+    return browser.callForLoad("ve_protocol_write", id, length);
 }
 
 int ve_protocol_finished(void* id, int status)
 {
-    return FakeBrowser::instance().callForLoad("ve_protocol_finished", id, std::to_string(status));
+    return FakeBrowser::instance().callForLoad("ve_protocol_finished", id, status);
 }
 
 int ve_protocol_failed(void* id, int status)
 {
-    return FakeBrowser::instance().callForLoad("ve_protocol_failed", id, std::to_string(status));
+    return FakeBrowser::instance().callForLoad("ve_protocol_failed", id, status);
 }
 
 int tavo_keyboard_evt(TAVO_KeyboardEvent* event)

@@ -63,15 +63,19 @@ public:
     /// Whether ve_resolve_relative_url() is written to the journal; off, since most starts ask it.
     bool journalResolving = false;
 
-    /// Whether anything is written to the journal or kept (benchmarks and fuzzers switch it off).
+    /// Whether anything is written to the journal or kept. Off, the functions take no memory,
+    /// unless they are told what to do or have a URL to join (benchmarks, fuzzers, and where memory
+    /// runs out).
     bool journalling = true;
 
     /// Where the bytes of a write go while nothing is kept; unset: nowhere.
     std::function<void(const char* bytes, unsigned int length)> sink;
 
     // The functions' bodies.
-    int call(const char* function, const std::string& line);
-    int callForLoad(const char* function, void* id, const std::string& line);
+    template <typename... Parts>
+    int call(const char* function, const Parts&... parts);
+    template <typename Part>
+    int callForLoad(const char* function, void* id, const Part& part);
     int answer(const char* function, int usually);
     std::string resolved;
 };

@@ -42,7 +42,7 @@ public:
     std::map<int, std::function<void(VestaHbbTV::HBBTV_NotificationData*)>> onNotification;
 
     /// The browser windows that are handed out, by number.
-    std::multiset<long> windowsInUse;
+    std::set<long> windowsInUse;
 
     /// Names of window handles: what concerns one is marked in the journal, " @A" for a window that
     /// is called "A".

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <utility>
 
+#include "tests/support/crc32.h"
+
 namespace vesta::test {
 
 namespace {
@@ -55,18 +57,6 @@ void appendCounted(Bytes& bytes, const std::string& text)
     assert(text.size() <= 0xFF);
     append8(bytes, static_cast<unsigned>(text.size()));
     append(bytes, text);
-}
-
-/// CRC_32 of ISO/IEC 13818-1, annex A.
-uint32_t crc32(const Bytes& bytes)
-{
-    uint32_t crc = 0xFFFFFFFF;
-    for (const unsigned char byte : bytes) {
-        crc ^= static_cast<uint32_t>(byte) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc << 1) ^ ((crc & 0x80000000) ? 0x04C11DB7U : 0U);
-    }
-    return crc;
 }
 
 }  // namespace

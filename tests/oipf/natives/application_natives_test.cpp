@@ -320,6 +320,19 @@ TEST_F(ApplicationNatives, DestroyQueuesTheEndAndLetsTheServiceComeBack)
     EXPECT_EQ(runningURL(), "http://a.example/i.html?a#b");  // started anew
 }
 
+TEST_F(ApplicationNatives, DestroyLogsTheURLThatTheApplicationWasStartedWith)
+{
+    start(httpApplication(1, 1, "i.html?a#b"));
+    TavoVestaEventData data = {};
+    data.url = "http://a.example/another.html";
+    notify(TAVO_VESTA_EVT_URL_CHANGED, 1, data);
+    log().clear();
+    EXPECT_EQ(native_ApplicationDestroyApplication(id()), 0);
+    EXPECT_EQ(takeLog("ApplicationManager"),
+              Lines({"DEBUG ApplicationManager: native_ApplicationDestroyApplication",
+                     "DEBUG ApplicationManager: http://a.example/i.html?a#b"}));
+}
+
 TEST_F(ApplicationNatives, DestroyOfAnEndedApplicationIsInvalid)
 {
     start(httpApplication(1, 1));
@@ -339,8 +352,10 @@ TEST_F(ApplicationNatives, ApplicationWithoutWindowCannotBeDestroyedNorHaveChild
     log().clear();
     forgetJournal();
     EXPECT_EQ(native_ApplicationDestroyApplication(orphan), 4);
-    EXPECT_EQ(log().leveledLines().back(),
-              "ERR ApplicationManager: No window found for application in native call.");
+    EXPECT_EQ(takeLog("ApplicationManager"),
+              Lines({"DEBUG ApplicationManager: native_ApplicationDestroyApplication",
+                     "DEBUG ApplicationManager: http://b.example/",
+                     "ERR ApplicationManager: No window found for application in native call."}));
     EXPECT_EQ(native_ApplicationCreateApplication("http://c.example/", 0, orphan, &pointer), 4);
     EXPECT_EQ(log().leveledLines().back(),
               "ERR ApplicationManager: No window found to create application in in native call");

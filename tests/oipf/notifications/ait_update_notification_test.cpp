@@ -36,7 +36,7 @@ ref_ptr<AITApplicationTransport> transport(int protocol, const std::string& base
     return made;
 }
 
-class AITUpdate : public NotificationTest {
+class AITUpdateNotificationTest : public NotificationTest {
 protected:
     void update(AIT* table, std::function<void(HBBTV_AITNotificationData&)> look)
     {
@@ -75,14 +75,14 @@ protected:
     }
 };
 
-TEST_F(AITUpdate, ANullTableGivesANullRecord)
+TEST_F(AITUpdateNotificationTest, ANullTableGivesANullRecord)
 {
     broadcast(HBBTV_NOTIFICATION_AIT_UPDATE, new AITUpdateNotification(&windowPlace, nullptr),
               [](auto* data) { EXPECT_EQ(data, nullptr); });
     broadcastUnheard(new AITUpdateNotification(nullptr, nullptr));
 }
 
-TEST_F(AITUpdate, ATableWithoutApplicationsHasNoArray)
+TEST_F(AITUpdateNotificationTest, ATableWithoutApplicationsHasNoArray)
 {
     update(AITSection(), [](auto& record) {
         EXPECT_EQ(record.isXML, 0);
@@ -97,7 +97,7 @@ TEST_F(AITUpdate, ATableWithoutApplicationsHasNoArray)
     });
 }
 
-TEST_F(AITUpdate, ApplicationsStandInTheTablesOrderWithAllTheirFields)
+TEST_F(AITUpdateNotificationTest, ApplicationsStandInTheTablesOrderWithAllTheirFields)
 {
     const AITSection section =
         AITSection()
@@ -133,7 +133,7 @@ TEST_F(AITUpdate, ApplicationsStandInTheTablesOrderWithAllTheirFields)
     });
 }
 
-TEST_F(AITUpdate, ControlCodeIsToldOnlyWithAnApplicationDescriptor)
+TEST_F(AITUpdateNotificationTest, ControlCodeIsToldOnlyWithAnApplicationDescriptor)
 {
     for (const uint8_t code : {uint8_t(1), uint8_t(4), uint8_t(255)}) {
         update(AITSection().add(AITEntry(1, 2, code)),
@@ -143,7 +143,7 @@ TEST_F(AITUpdate, ControlCodeIsToldOnlyWithAnApplicationDescriptor)
     }
 }
 
-TEST_F(AITUpdate, ThePreferredAddressStandsInTheLastSlot)
+TEST_F(AITUpdateNotificationTest, ThePreferredAddressStandsInTheLastSlot)
 {
     const auto first = transport(AITApplicationTransport::HTTP, "http://1/");
     const auto second = transport(AITApplicationTransport::HTTP, "http://2/");
@@ -152,7 +152,7 @@ TEST_F(AITUpdate, ThePreferredAddressStandsInTheLastSlot)
               Addresses({"http://3/i.html", "http://2/i.html", "http://1/i.html"}));
 }
 
-TEST_F(AITUpdate, TransportsOfUnknownProtocolsHaveEmptyAddresses)
+TEST_F(AITUpdateNotificationTest, TransportsOfUnknownProtocolsHaveEmptyAddresses)
 {
     const auto unknown = transport(0);
     const auto http = transport(AITApplicationTransport::HTTP, "http://1/");
@@ -163,7 +163,7 @@ TEST_F(AITUpdate, TransportsOfUnknownProtocolsHaveEmptyAddresses)
     EXPECT_EQ(addressesFor({}), Addresses());
 }
 
-TEST_F(AITUpdate, HTTPIsListedEvenWhileItIsUnavailable)
+TEST_F(AITUpdateNotificationTest, HTTPIsListedEvenWhileItIsUnavailable)
 {
     WindowManager::getInstance()->setHttpAvailable(false);
     EXPECT_EQ(addressesFor({transport(AITApplicationTransport::HTTP, "http://1/")}),
@@ -171,7 +171,7 @@ TEST_F(AITUpdate, HTTPIsListedEvenWhileItIsUnavailable)
     delete WindowManager::getInstance();
 }
 
-TEST_F(AITUpdate, AddressesAreCountedModulo256)
+TEST_F(AITUpdateNotificationTest, AddressesAreCountedModulo256)
 {
     for (const int count : {255, 256, 257, 260, 512}) {
         std::vector<ref_ptr<AITApplicationTransport>> transports;
@@ -186,7 +186,7 @@ TEST_F(AITUpdate, AddressesAreCountedModulo256)
     }
 }
 
-TEST_F(AITUpdate, FreesTheRecordAlsoWhenNobodyListens)
+TEST_F(AITUpdateNotificationTest, FreesTheRecordAlsoWhenNobodyListens)
 {
     AIT table(1, 2, 3, nullptr);
     const AITSection section = AITSection().add(

@@ -51,15 +51,15 @@ private:
 
 using Calls = std::vector<std::string>;
 
-class Listeners : public ::testing::Test {
+class NotificationManagerTest : public ::testing::Test {
 protected:
-    Listeners()
+    NotificationManagerTest()
     {
         calls.clear();
         whenFirstIsCalled = {};
     }
 
-    ~Listeners() override
+    ~NotificationManagerTest() override
     {
         NotificationManager::getInstance()->shutdown();
         EXPECT_EQ(NotificationManager::instance, nullptr);
@@ -78,7 +78,7 @@ protected:
     }
 };
 
-TEST_F(Listeners, ManagerIsMadeOnFirstUse)
+TEST_F(NotificationManagerTest, ManagerIsMadeOnFirstUse)
 {
     EXPECT_EQ(NotificationManager::instance, nullptr);
     NotificationManager* const created = manager();
@@ -88,19 +88,19 @@ TEST_F(Listeners, ManagerIsMadeOnFirstUse)
     EXPECT_EQ(manager(), created);
 }
 
-TEST_F(Listeners, NoneStillDeletesTheNotification)
+TEST_F(NotificationManagerTest, NoneStillDeletesTheNotification)
 {
     EXPECT_EQ(broadcast(), Calls());
 }
 
-TEST_F(Listeners, AllAreCalledInTheOrderOfRegistrationWhateverTheyReturn)
+TEST_F(NotificationManagerTest, AllAreCalledInTheOrderOfRegistrationWhateverTheyReturn)
 {
     for (const auto listener : {first, second, third})
         manager()->addListener(listener);
     EXPECT_EQ(broadcast(), Calls({"first", "second", "third"}));
 }
 
-TEST_F(Listeners, NullIsIgnored)
+TEST_F(NotificationManagerTest, NullIsIgnored)
 {
     manager()->addListener(nullptr);
     manager()->addListener(first);
@@ -109,7 +109,7 @@ TEST_F(Listeners, NullIsIgnored)
     EXPECT_EQ(broadcast(), Calls({"first"}));
 }
 
-TEST_F(Listeners, OneAddedTwiceIsCalledTwiceAndRemovedOnce)
+TEST_F(NotificationManagerTest, OneAddedTwiceIsCalledTwiceAndRemovedOnce)
 {
     for (const auto listener : {first, second, first, third})
         manager()->addListener(listener);
@@ -122,21 +122,21 @@ TEST_F(Listeners, OneAddedTwiceIsCalledTwiceAndRemovedOnce)
     EXPECT_EQ(broadcast(), Calls({"second", "third"}));
 }
 
-TEST_F(Listeners, RemovingTheOnlyOneLeavesNone)
+TEST_F(NotificationManagerTest, RemovingTheOnlyOneLeavesNone)
 {
     manager()->addListener(first);
     manager()->removeListener(first);
     EXPECT_EQ(broadcast(), Calls());
 }
 
-TEST_F(Listeners, ANullNotificationCallsNobody)
+TEST_F(NotificationManagerTest, ANullNotificationCallsNobody)
 {
     manager()->addListener(first);
     manager()->broadcast(nullptr);
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(Listeners, AreForgottenWithTheManager)
+TEST_F(NotificationManagerTest, AreForgottenWithTheManager)
 {
     manager()->addListener(first);
     manager()->shutdown();
@@ -144,7 +144,7 @@ TEST_F(Listeners, AreForgottenWithTheManager)
     EXPECT_EQ(broadcast(), Calls());
 }
 
-TEST_F(Listeners, WithoutAManagerNotificationsAreOnlyDeleted)
+TEST_F(NotificationManagerTest, WithoutAManagerNotificationsAreOnlyDeleted)
 {
     int deleted = 0;
     NotificationManager::broadcastIfAny(new CountedNotification(&deleted));
@@ -157,7 +157,7 @@ TEST_F(Listeners, WithoutAManagerNotificationsAreOnlyDeleted)
     EXPECT_EQ(calls, Calls({"first"}));
 }
 
-TEST_F(Listeners, OneAddedByAListenerIsCalledInTheSameBroadcast)
+TEST_F(NotificationManagerTest, OneAddedByAListenerIsCalledInTheSameBroadcast)
 {
     manager()->addListener(first);
     whenFirstIsCalled = [](auto, auto*) {
@@ -168,7 +168,7 @@ TEST_F(Listeners, OneAddedByAListenerIsCalledInTheSameBroadcast)
     EXPECT_EQ(calls.back(), "second");
 }
 
-TEST_F(Listeners, OneRemovedByAnEarlierListenerIsNotCalled)
+TEST_F(NotificationManagerTest, OneRemovedByAnEarlierListenerIsNotCalled)
 {
     for (const auto listener : {first, second, third})
         manager()->addListener(listener);
@@ -178,7 +178,7 @@ TEST_F(Listeners, OneRemovedByAnEarlierListenerIsNotCalled)
     EXPECT_EQ(broadcast(), Calls({"first", "third"}));
 }
 
-TEST_F(Listeners, AListenerMayRemoveItself)
+TEST_F(NotificationManagerTest, AListenerMayRemoveItself)
 {
     for (const auto listener : {first, second, third})
         manager()->addListener(listener);
@@ -189,7 +189,7 @@ TEST_F(Listeners, AListenerMayRemoveItself)
     EXPECT_EQ(broadcast(), Calls({"second", "third"}));
 }
 
-TEST_F(Listeners, AListenerMayRemoveAll)
+TEST_F(NotificationManagerTest, AListenerMayRemoveAll)
 {
     for (const auto listener : {first, second, third})
         manager()->addListener(listener);
@@ -201,7 +201,7 @@ TEST_F(Listeners, AListenerMayRemoveAll)
     EXPECT_EQ(broadcast(), Calls());
 }
 
-TEST_F(Listeners, AListenerMayBroadcast)
+TEST_F(NotificationManagerTest, AListenerMayBroadcast)
 {
     manager()->addListener(first);
     manager()->addListener(second);
@@ -214,7 +214,7 @@ TEST_F(Listeners, AListenerMayBroadcast)
     EXPECT_EQ(broadcast(), Calls({"first", "first", "second", "second"}));
 }
 
-TEST_F(Listeners, AListenerMayShutTheManagerDownWhichEndsTheBroadcast)
+TEST_F(NotificationManagerTest, AListenerMayShutTheManagerDownWhichEndsTheBroadcast)
 {
     manager()->addListener(first);
     manager()->addListener(second);
@@ -230,7 +230,7 @@ TEST_F(Listeners, AListenerMayShutTheManagerDownWhichEndsTheBroadcast)
     EXPECT_EQ(NotificationManager::instance, nullptr);
 }
 
-TEST_F(Listeners, AManagerMadeWhileTheFormerBroadcastsIsAnother)
+TEST_F(NotificationManagerTest, AManagerMadeWhileTheFormerBroadcastsIsAnother)
 {
     NotificationManager* const former = manager();
     former->addListener(first);
@@ -247,7 +247,7 @@ TEST_F(Listeners, AManagerMadeWhileTheFormerBroadcastsIsAnother)
     EXPECT_EQ(broadcast(), Calls({"second"}));
 }
 
-TEST_F(Listeners, AFormerManagersSecondShutdownLeavesItsSuccessorAlone)
+TEST_F(NotificationManagerTest, AFormerManagersSecondShutdownLeavesItsSuccessorAlone)
 {
     NotificationManager* const former = manager();
     former->addListener(first);
@@ -262,7 +262,7 @@ TEST_F(Listeners, AFormerManagersSecondShutdownLeavesItsSuccessorAlone)
     EXPECT_EQ(deleted, 1);
 }
 
-TEST_F(Listeners, ShutdownInsideANestedBroadcastEndsBoth)
+TEST_F(NotificationManagerTest, ShutdownInsideANestedBroadcastEndsBoth)
 {
     manager()->addListener(first);
     manager()->addListener(second);

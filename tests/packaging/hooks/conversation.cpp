@@ -5,6 +5,8 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "tests/support/fake_browser.h"
+#include "tests/support/journal.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -12,24 +14,15 @@ using namespace vesta::test;
 
 namespace {
 
-// A handle's address is all that the library looks at.
-char browser;
-char browserWindow;
-
-TAVO_Vesta* browserHandle()
+FakeBrowser& browser()
 {
-    return reinterpret_cast<TAVO_Vesta*>(&browser);
-}
-
-TAVO_VestaWindow* tavoWindow()
-{
-    return reinterpret_cast<TAVO_VestaWindow*>(&browserWindow);
+    return FakeBrowser::instance();
 }
 
 HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 {
     if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
-        *data->window.tavoWindow = tavoWindow();
+        *data->window.tavoWindow = browser().window(1);
         data->window.success = 1;
     }
     return HBBTV_STATUS_OK;
@@ -51,14 +44,20 @@ void tuneIn()
     runEvents();
 }
 
-void loadPage()
+void loadPage(Outcome& outcome)
 {
     TavoVestaEventData data = {};
     data.url = "dvb://1.2.3.4/index.html";
     data.request_id = &data;
     int result = 0;
-    vesta_hbbtv_handle_notification(browserHandle(), tavoWindow(),
+    Journal::instance().clear();
+    vesta_hbbtv_handle_notification(browser().handle(), browser().window(1),
                                     TAVO_VESTA_EVT_PROTOCOL_LOADING_START, &data, &result);
+    outcome.page = browser().written[&data];
+    for (const std::string& line : Journal::instance().take()) {
+        if (line.rfind("ve_protocol_", 0) == 0)
+            outcome.calls.push_back(line);
+    }
 }
 
 void listenToStreamEvents()
@@ -74,11 +73,11 @@ void listenToStreamEvents()
 
 extern "C" void converse(Outcome* outcome)
 {
-    vesta_hbbtv_init(browserHandle());
+    vesta_hbbtv_init(browser().handle());
     vesta_hbbtv_add_notification_listener(listen);
     vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
     tuneIn();
-    loadPage();
+    loadPage(*outcome);
     listenToStreamEvents();
     double keySets = 0;
     native_KeySetGetMaximumValue(1, &keySets);
@@ -86,7 +85,6 @@ extern "C" void converse(Outcome* outcome)
     runEvents();
     vesta_hbbtv_shutdown();
 
-    *outcome = *browserOutcome();
     outcome->keySets = static_cast<int>(keySets);
     outcome->sameCarousel = true;
     dsmcc_same_carousel("1.2.3.4", "1.2.3.5", &outcome->sameCarousel);

@@ -1,4 +1,8 @@
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
 
 #include "vesta_browser.h"
 
@@ -71,6 +75,28 @@ TEST(KeyNames, LeadToCodesAndBack)
     EXPECT_EQ(keyName(TAVO_VK_ENTER), "OK");
     EXPECT_EQ(keyName(53), "5");
     EXPECT_EQ(keyName(1234), "1234");
+}
+
+TEST(Sites, AFolderThatIsNotThereIsSaidWithWhatThereIs)
+{
+    const auto parent =
+        std::filesystem::temp_directory_path() / ("vesta-sites-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(parent / "two");
+    std::filesystem::create_directories(parent / "one");
+    std::ofstream(parent / "file") << "x";
+    const std::pair<std::string, std::string> cases[] = {
+        {parent / "one", ""},
+        {parent, ""},
+        {parent / "onne", (parent / "onne").string() + ": no such folder; in " + parent.string() +
+                              " there are one, two"},
+        {parent / "file", (parent / "file").string() + ": is no folder"},
+        {parent / "no/where", (parent / "no/where").string() + ": no such folder"},
+    };
+    for (const auto& [folder, problem] : cases)
+        EXPECT_EQ(problemOf({"http://a.example", folder}), problem);
+    EXPECT_EQ(problemOf({"http://a.example", "no-such-folder"}).rfind("no-such-folder: no such", 0),
+              0u);
+    std::filesystem::remove_all(parent);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
+#include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "receiver/console/commands.h"
 #include "tests/receiver/support/played_session.h"
@@ -191,7 +194,7 @@ TEST(Session, AnInputThatCannotBeReadIsSaidAndNothingElse)
 TEST(Session, LinesThatArePostedRunAndMistakesEndNothing)
 {
     PlayedSession played;
-    played.session().setInteractive(true);
+    played.session().setCommander(Session::Commander::Person);
     std::thread person([&played] {
         for (const char* const line :
              {"jump", "wait running", "wait stopped", "destroy a.9", "say bye"})
@@ -204,6 +207,69 @@ TEST(Session, LinesThatArePostedRunAndMistakesEndNothing)
     EXPECT_TRUE(played.says("the stream ended before stopped"));
     EXPECT_TRUE(played.says("no such application runs: a.9"));
     EXPECT_TRUE(played.says("bye"));
+}
+
+/// Plays with the lines of another program, which are all there from the beginning.
+int playProgram(PlayedSession& played, const std::vector<std::string>& lines)
+{
+    played.session().setCommander(Session::Commander::Program);
+    for (const std::string& line : lines)
+        played.session().postLine(line);
+    played.session().endOfInput();
+    return played.session().run();
+}
+
+TEST(Session, LinesOfAnotherProgramAreObeyedAsAScript)
+{
+    PlayedSession obeyed;
+    EXPECT_EQ(playProgram(obeyed, {"wait running", "# a comment", "say bye"}), exitSuccess);
+    EXPECT_TRUE(obeyed.says("bye"));
+    EXPECT_FALSE(obeyed.says("end of the stream"));
+
+    const std::tuple<std::vector<std::string>, ExitCode, const char*> cases[] = {
+        {{"say a", "jump"}, exitUsage, "standard input:2: there is no command jump"},
+        {{"destroy a.9", "say no"}, exitExpectation, "standard input:1: no such application"},
+        {{"wait running", "wait stopped"},
+         exitExpectation,
+         "standard input:2: the stream ended before stopped"},
+    };
+    for (const auto& [lines, code, problem] : cases) {
+        PlayedSession failed;
+        EXPECT_EQ(playProgram(failed, lines), code);
+        EXPECT_EQ(failed.session().problem().rfind(problem, 0), 0u) << failed.session().problem();
+        EXPECT_FALSE(failed.says("user      no"));
+    }
+}
+
+TEST(Session, AProgramWithoutLinesLetsTheStreamPlay)
+{
+    PlayedSession played;
+    EXPECT_EQ(playProgram(played, {}), exitSuccess);
+    EXPECT_TRUE(played.says("end of the stream"));
+}
+
+TEST(Session, QuitFromAnotherThreadEndsIt)
+{
+    PlayedSession before;
+    before.session().quit();
+    EXPECT_EQ(before.play({"wait stopped"}), exitSuccess);
+    EXPECT_TRUE(before.says("the receiver has ended"));
+
+    PlayedSession during;
+    during.session().setCommander(Session::Commander::Person);  // it would wait for ever
+    std::thread other([&during] { during.session().quit(); });
+    EXPECT_EQ(during.session().run(), exitSuccess);
+    other.join();
+    EXPECT_TRUE(during.says("the receiver has ended"));
+}
+
+TEST(Session, ItsDurationEndsItAsQuitDoes)
+{
+    PlayedSession played;
+    played.session().setDuration(0.01);
+    played.session().setCommander(Session::Commander::Person);
+    EXPECT_EQ(played.session().run(), exitSuccess);
+    EXPECT_TRUE(played.says("the receiver has ended"));
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -71,7 +72,7 @@ TEST_F(EventLogFile, TraceHoldsAnObjectALine)
     ASSERT_TRUE(log.openTrace(path_));
     log.report(Source::Air, "ait", "AIT version 7", {{"version", 7}});
     log.report(Source::User, "say", "\"quoted\" \n \xFF");
-    log.print("an answer is no happening\n");
+    log.print({"an answer is no happening"});
     const auto objects = trace();
     ASSERT_EQ(objects.size(), 2u);
     EXPECT_EQ(objects[0]["source"], "air");
@@ -108,14 +109,34 @@ TEST(EventLog, ATraceThatCannotBeWrittenIsSaid)
     EXPECT_FALSE(log.openTrace("/nowhere/at/all"));
 }
 
+TEST(EventLog, OutputThatCannotBeWrittenIsKnown)
+{
+    std::ostringstream good;
+    EventLog well(good, false);
+    well.report(Source::Air, "event", "text");
+    EXPECT_EQ(well.problem(), "");
+
+    EventLog log(good, false);
+    ASSERT_TRUE(log.openTrace("/dev/full"));
+    log.report(Source::Air, "event", "text");
+    EXPECT_EQ(log.problem(), "/dev/full: No space left on device");
+    log.report(Source::Air, "event", "the first reason stays");
+    EXPECT_EQ(log.problem(), "/dev/full: No space left on device");
+
+    std::ofstream full("/dev/full");
+    EventLog screen(full, false);
+    screen.print({"text"});
+    EXPECT_EQ(screen.problem(), "standard output: No space left on device");
+}
+
 TEST(EventLog, ALineTakesThePlaceOfAProgressLine)
 {
     std::ostringstream out;
     EventLog log(out, false);
     log.progress("1 MiB");
     log.progress("2 MiB");
-    log.print("done\n");
-    log.print("next\n");
+    log.print({"done"});
+    log.print({"next"});
     EXPECT_EQ(out.str(), "1 MiB\r\033[K2 MiB\r\033[Kdone\nnext\n");
 }
 
@@ -131,10 +152,32 @@ TEST(EventLog, ATypedLineIsHiddenWhileOthersAreWritten)
     EventLog log(out, false);
     Line line(out);
     log.setTypedLine(&line);
-    log.print("text");
+    log.print({"text"});
     log.setTypedLine(nullptr);
-    log.print("text");
-    EXPECT_EQ(out.str(), "<text>text");
+    log.print({"text"});
+    EXPECT_EQ(out.str(), "<text\n>text\n");
+}
+
+TEST_F(EventLogFile, NothingThatATerminalObeysIsWritten)
+{
+    EventLog log(out_, false);
+    ASSERT_TRUE(log.openTrace(path_));
+    const std::string evil = "name\x1B[2J\n   0.001  user      forged\x7F\xC2\x9B";
+    log.report(Source::Air, "event", evil, {{"name", evil}});
+    log.print({evil, "second"});
+    log.progress(evil);
+    const auto isObeyed = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
+    for (const std::string& line : linesOf(out_.str())) {
+        EXPECT_TRUE(std::none_of(line.begin(), line.end(), isObeyed)) << line;
+        EXPECT_EQ(line.find("\xC2\x9B"), std::string::npos) << line;
+    }
+    EXPECT_EQ(linesOf(out_.str()).size(), 4u);
+    std::ifstream file(path_);
+    const std::string written{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(written.find_first_of("\x1B\x7F"), std::string::npos);
+    EXPECT_EQ(written.find("\xC2\x9B"), std::string::npos);
+    EXPECT_EQ(trace()[0]["text"], evil);  // the same text, in escapes
+    EXPECT_EQ(trace()[0]["details"]["name"], evil);
 }
 
 TEST(EventLog, LargeNumbersAreReadInGroups)

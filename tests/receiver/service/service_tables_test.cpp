@@ -1,8 +1,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <string>
-#include <tuple>
 #include <vector>
 
 #include "receiver/service/service_tables.h"
@@ -84,30 +82,6 @@ TEST(TableCollector, AChangedSectionBeginsACollectionWhateverItsVersionSays)
     EXPECT_EQ(table.sections(), (std::vector<SectionBytes>{half(0, 'd'), half(1, 'b')}));
     EXPECT_FALSE(table.add(half(1, 'b', 1)));
     EXPECT_TRUE(table.add(half(0, 'd', 1)));
-}
-
-TEST(ServiceTables, DvbTextBecomesUtf8)
-{
-    const std::tuple<const char*, std::string, std::string> cases[] = {
-        {"plain", "Das Erste", "Das Erste"},
-        {"UTF-8",
-         "\x15"
-         "F\xC3\xA9",
-         "F\xC3\xA9"},
-        {"ISO 8859-1", std::string("\x10\0\x01", 3) + "F\xE9", "F\xC3\xA9"},
-        {"another table",
-         "\x05"
-         "F\xE9",
-         "F?"},
-        {"emphasis left out",
-         "\x86"
-         "A\x87",
-         "A"},
-        {"empty", "", ""},
-        {"selector only", "\x10", ""},
-    };
-    for (const auto& [why, text, expected] : cases)
-        EXPECT_EQ(decodeDvbText(text), expected) << why;
 }
 
 }  // namespace

@@ -57,6 +57,13 @@ Bytes application(unsigned id, unsigned controlCode, const std::string& base)
     return application(id, controlCode, {1}, http(1, base));
 }
 
+/// An entry with a name, in whatever character table.
+Bytes namedApplication(unsigned id, unsigned controlCode, const std::string& name)
+{
+    const Bytes names = makeDescriptor(0x01, ByteWriter().add(std::string("eng")).with8(name));
+    return application(id, controlCode, {1}, http(1, "http://one.example/") + names);
+}
+
 Bytes table(unsigned version, const Bytes& applications, unsigned type = 0x0010,
             unsigned number = 0, unsigned last = 0)
 {
@@ -203,6 +210,79 @@ Bytes noNetwork()
     return stream.bytes();
 }
 
+/// Names in several character tables, and names that would do something to a terminal.
+Bytes names()
+{
+    Stream stream;
+    stream.services({"T\xC8\x65l\xC8\x65 \xA4", "\x86"
+                                                "Clear\x87\x1B[2J"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    stream.add(pmtPid, makePmt(2, 0, {{0x1B, 0x300, {}}}));
+    stream.add(0x200, table(0, namedApplication(1, autostart, "\x05\xDDzmir") +
+                                   namedApplication(2, present, "Caf\xC2\x65") +
+                                   namedApplication(4, present, std::string("\x10\0\x01\xE9", 4)) +
+                                   namedApplication(3, present,
+                                                    "\x15"
+                                                    "A\x1B]0;B\x07\xC2\x9B\xFF")));
+    return stream.pause().bytes();
+}
+
+/// A table whose second section is refused, one that never completes, and one that comes too late.
+Bytes brokenTables()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    const Bytes one = application(1, autostart, "http://one.example/");
+    stream.add(0x200, table(0, one)).pause();
+    for (int round = 0; round < 4; ++round)
+        stream.add(0x200, table(1, one, 0x0010, 0, 2)).add(0x200, table(1, {0, 0}, 0x0010, 2, 2));
+    return stream.pause().add(0x200, table(2, one)).pause().bytes();
+}
+
+/// Applications that cannot start: for another terminal, or without anything to load them from.
+Bytes idleApplications()
+{
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+    const Bytes profile = ByteWriter().u16(1).u8(9).u8(8).u8(7);
+    const Bytes fields = ByteWriter().with8(profile).u8(0xFF).u8(1).u8(1);
+    const Bytes descriptors = makeDescriptor(0x00, fields) + http(1, "http://one.example/");
+    const Bytes demanding = ByteWriter()
+                                .u32(0x0A)
+                                .u16(1)
+                                .u8(autostart)
+                                .u16(0xF000 | unsigned(descriptors.size()))
+                                .add(descriptors);
+    stream
+        .add(0x200, table(0, demanding + application(2, autostart, {1}, {}) +
+                                 application(3, present, "http://two.example/")))
+        .pause();
+    return stream.bytes();
+}
+
+/// Packets go missing, are marked as damaged or scrambled, and rubbish comes between; the second
+/// service leaves, and the PMT of the third never comes.
+Bytes damagedStream()
+{
+    Stream stream;
+    stream.services({"First", "Second", "Third"});
+    stream.add(pmtPid, makePmt(1, 0, {{0x1B, 0x300, {}}})).pause();
+    stream.add(0, makePat(transportStreamId, 1, {{1, pmtPid}, {3, pmtPid}})).pause();
+    Bytes bytes = stream.bytes();
+    PacketWriter video(0x300);
+    const Bytes payload(184, 0);
+    bytes = bytes + video.packet(false, {}, payload);
+    video.skipCounter(3);
+    Bytes scrambled = video.packet(false, {}, payload);
+    scrambled[3] |= 0xC0;
+    Bytes damaged = video.packet(false, {}, payload);
+    damaged[1] |= 0x80;
+    bytes = bytes + scrambled + damaged + Bytes(77, 0);
+    for (int count = 0; count < 8; ++count)
+        bytes = bytes + video.packet(false, {}, payload);
+    return bytes;
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -232,6 +312,10 @@ int main(int argc, char** argv)
         {"no-network", noNetwork()},
         {"services-without-table", servicesWithoutTable()},
         {"contradicted-table", contradictedTable()},
+        {"names", names()},
+        {"broken-tables", brokenTables()},
+        {"idle-applications", idleApplications()},
+        {"damaged", damagedStream()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;

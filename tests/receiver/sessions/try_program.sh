@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# try_program.sh RECEIVER STREAMS SHARED_DATA
+# try_program.sh RECEIVER STREAMS SHARED_DATA VERSION
 # What the program as a whole does with wrong input, inputs of every kind, and its outputs: exit
 # codes, sentences and extracted files.
 set -uo pipefail
@@ -7,6 +7,7 @@ set -uo pipefail
 receiver=$(realpath "$1")
 streams=$(realpath "$2")
 shared=$3
+version=$4
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 station="$here/../../../samples/station.ts"
 work=$(mktemp -d)
@@ -44,8 +45,11 @@ wrong_usage() {
     expect 1 "--speed wants a value" --speed
     expect 1 "--speed wants a factor" --speed fast "$station"
     expect 1 "--loop wants a file" --loop -
-    expect 1 "no such service: 5; the stream has 28112" --service 5 "$station"
+    expect 1 "no such service: 5; the stream has 28112 \"" --service 5 "$station"
+    tail -n 1 "$work/err" | grep -q "no such service: 5; the stream has 28112" || fail "the last line does not say what there is"
     expect 0 "usage: vesta_receiver" --help
+    expect 0 "vesta_receiver $version" --version
+    expect 1 "cannot be both the script and the stream" --script - -
     script broken "wait running" "jump high"
     expect 1 "broken:2: there is no command jump" --script "$work/broken" "$station"
     script unbalanced 'say "never ends'
@@ -69,7 +73,83 @@ unreadable_input() {
     expect 2 "cannot be read" --script "$work" "$station"
     expect 2 "cannot be written" --trace "$work/no/trace" "$station"
     : >"$work/file"
-    expect 2 "file: not all files could be written" --extract "$work/file" "$station"
+    expect 2 "file: cannot be written" --extract "$work/file" "$station"
+    mkdir "$work/taken"
+    : >"$work/taken/2a"
+    expect 2 "taken: not all files could be written" --extract "$work/taken" "$station"
+    expect 2 "sitee: no such folder; in $here there are site" \
+        --site "http://one.example=$here/sitee" "$station"
+}
+
+# Output that breaks while it is written ends the session, even one that would go on for ever.
+unwritable_output() {
+    expect 2 "/dev/full: No space left on device" --loop --trace /dev/full "$station"
+    expect 2 "/dev/full: cannot be written" --extract /dev/full "$station"
+    local stdout_of reason
+    for stdout_of in "--loop $station" --help --version; do
+        # shellcheck disable=SC2086
+        timeout 60 "$receiver" $stdout_of </dev/null >/dev/full 2>"$work/out"
+        [[ $? -eq 2 ]] || fail "exit code with standard output to a full device: $stdout_of"
+        grep -qF "standard output: No space left on device" "$work/out" || fail "does not say why: $stdout_of"
+    done
+    timeout 60 "$receiver" --loop --extract "$work/despite" "$station" </dev/null >/dev/full 2>"$work/out"
+    [[ -e $work/despite ]] || fail "no extraction without standard output"
+    (trap '' PIPE; timeout 60 "$receiver" --loop "$station" </dev/null 2>"$work/out"; echo $? >"$work/code") | head -n 1 >/dev/null
+    [[ $(cat "$work/code") -eq 2 ]] || fail "a reader that goes away"
+    timeout 60 "$receiver" "$station" </dev/null >&- 2>"$work/out"
+    [[ $? -eq 2 ]] || fail "standard output closed"
+    timeout 60 "$receiver" --duration 600 "$station" <&- >"$work/out" 2>&1 || fail "standard input closed"
+}
+
+# piped CODE TEXT COMMANDS ARGUMENT...: as expect, with commands on standard input
+piped() {
+    local code=$1 text=$2 commands=$3 actual
+    shift 3
+    printf "$commands" | timeout 60 "$receiver" "$@" >"$work/out" 2>&1
+    actual=${PIPESTATUS[1]}
+    [[ $actual -eq $code ]] || fail "exit code $actual, not $code: '$commands' to $*"
+    grep -qF -- "$text" "$work/out" || fail "does not say '$text': '$commands' to $*"
+}
+
+commands_from_standard_input() {
+    piped 0 "bye" 'wait service\nsay bye\nquit' --loop "$station"
+    piped 0 "bye" 'wait service\nsay bye\n' --loop "$station"
+    piped 1 "standard input:2: there is no command jump" 'wait service\njump\n' --loop "$station"
+    piped 3 "standard input:1: no such application runs: 1.1" 'destroy 1.1\nwait service\n' --loop "$station"
+    piped 0 "end of the stream" '' "$station"
+    piped 0 "bye" 'wait service\nsay bye\n' --loop --script - "$station"
+    piped 1 "standard input:2: there is no command jump" 'say never\njump\n' --script - "$station"
+    ! grep -q never "$work/out" || fail "a script with a mistake begins"
+}
+
+# Signals end a session that would go on for ever, as quit does.
+signals() {
+    local name line pid
+    for name in INT TERM HUP; do
+        rm -rf "$work/lines" "$work/signalled"
+        mkfifo "$work/lines"
+        # With job control the shell lets background jobs have SIGINT.
+        set -m
+        timeout --foreground 60 "$receiver" --loop --trace "$work/trace" --extract "$work/signalled" "$station" \
+            </dev/null >"$work/lines" 2>"$work/err" &
+        pid=$!
+        set +m
+        exec 8<"$work/lines"
+        while read -r line <&8 && [[ $line != *"index.html: 336 bytes"* ]]; do :; done
+        kill "-$name" "$pid"
+        cat <&8 >"$work/out"
+        wait "$pid" || fail "exit code after SIG$name"
+        exec 8<&-
+        grep -q "SIG$name: the receiver is to end" "$work/out" || fail "does not report SIG$name"
+        grep -q '"event":"end".*"exit_code":0' "$work/trace" || fail "no clean end after SIG$name"
+        [[ -e $work/signalled/2a/index.html ]] || fail "no extraction after SIG$name"
+    done
+}
+
+durations() {
+    expect 0 "the receiver has ended" --loop --duration 0.2 "$station"
+    script endless "wait loaded never.html within 600"
+    expect 0 "the receiver has ended" --loop --duration 0.2 --script "$work/endless" "$station"
 }
 
 expectations() {
@@ -113,9 +193,13 @@ odd_streams() {
     expect 0 "service 2 \"Plain\" signals no applications" --script "$work/zapped" --service 1 \
         --site "http://one.example=$here/site/one" "$streams/services-without-table.ts"
     [[ $(grep -c "^  none$" "$work/out") -eq 3 ]] || fail "status shows more than nothing"
+    script ended "wait end" "status"
+    expect 0 "2 gaps, 1 damaged and 1 scrambled packets, 0 damaged sections, 1 losses of sync (77 bytes skipped)" \
+        --script "$work/ended" "$streams/damaged.ts"
+    expect 1 "no PMT of service 3 came" --service 3 "$streams/damaged.ts"
     script listed "wait running" "services"
     expect 0 "* 28112  Made one  signals HbbTV" --script "$work/listed" "$station"
-    expect 0 "[      Window]" --log debug "$station"
+    expect 0 "log       debug [      Window]" --log debug "$station"
 }
 
 # compare JSON FOLDER: every file that the description lists, with its size and SHA-256, and no other.
@@ -159,6 +243,10 @@ recordings() {
 
 wrong_usage
 unreadable_input
+unwritable_output
+commands_from_standard_input
+signals
+durations
 expectations
 silent_pipe
 odd_streams

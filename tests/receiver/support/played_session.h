@@ -19,7 +19,8 @@ class PlayedSession {
 public:
     explicit PlayedSession(const std::string& stream = VESTA_SAMPLES "/station.ts")
         : middleware_({stream, {}, 0, false, false, false, {}, {}}, log_, doorbell_),
-          browser_(log_, {}), platform_(middleware_.carousels(), log_), integrator_(log_, browser_),
+          browser_(log_, {}), platform_(middleware_.carousels(), log_),
+          integrator_(log_, browser_, &middleware_.tableBook()),
           session_(log_, middleware_, doorbell_, browser_, integrator_)
     {
     }
@@ -36,6 +37,7 @@ public:
     }
 
     Session& session() { return session_; }
+    const Doorbell& doorbell() const { return doorbell_; }
     const std::string& problem() const { return problem_; }
     std::string output() const { return out_.str(); }
     bool says(const std::string& text) const { return output().find(text) != std::string::npos; }

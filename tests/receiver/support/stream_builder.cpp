@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "tests/support/crc32.h"
+
 namespace receiver {
 
 namespace {
@@ -11,24 +13,13 @@ constexpr size_t packetPayload = 184;
 
 }  // namespace
 
-uint32_t crc32Of(const Bytes& bytes)
-{
-    uint32_t crc = 0xFFFFFFFF;
-    for (const unsigned char byte : bytes) {
-        crc ^= uint32_t(byte) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc << 1) ^ ((crc & 0x80000000) != 0 ? 0x04C11DB7U : 0U);
-    }
-    return crc;
-}
-
 Bytes makeSection(const SectionFields& fields, const Bytes& body)
 {
     ByteWriter writer;
     writer.u8(fields.tableId).u16(0xB000 | unsigned(body.size() + 9)).u16(fields.tableIdExtension);
     writer.u8(0xC0 | (fields.version << 1) | (fields.current ? 1U : 0U));
     writer.u8(fields.sectionNumber).u8(fields.lastSectionNumber).add(body);
-    const uint32_t crc = crc32Of(writer.bytes());
+    const uint32_t crc = vesta::test::crc32(writer.bytes());
     return writer.u32(crc);
 }
 

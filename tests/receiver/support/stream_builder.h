@@ -12,9 +12,6 @@
 
 namespace receiver {
 
-/// CRC_32 of ISO/IEC 13818-1, annex A.
-uint32_t crc32Of(const Bytes& bytes);
-
 /// A section with section_syntax_indicator 1 and a correct CRC_32.
 struct SectionFields {
     unsigned tableId = 0;

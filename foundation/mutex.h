@@ -1,0 +1,66 @@
+/// The one kind of lock of the library. clang++ checks (-Wthread-safety) that what is guarded by it
+/// is touched only while it is held.
+#ifndef VESTA_FOUNDATION_MUTEX_H
+#define VESTA_FOUNDATION_MUTEX_H
+
+#include <pthread.h>
+
+#ifdef __clang__
+#define VESTA_THREAD_SAFETY(attribute) __attribute__((attribute))
+#else
+#define VESTA_THREAD_SAFETY(attribute)
+#endif
+
+#define VESTA_GUARDED_BY(mutex) VESTA_THREAD_SAFETY(guarded_by(mutex))
+
+namespace VestaHbbTV {
+
+/// A mutex with default attributes. Should the system have none, it locks nothing.
+class VESTA_THREAD_SAFETY(capability("mutex")) Mutex {
+public:
+    Mutex() : usable_(pthread_mutex_init(&mutex_, nullptr) == 0) {}
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+    ~Mutex()
+    {
+        if (usable_)
+            pthread_mutex_destroy(&mutex_);
+    }
+
+    void lock() VESTA_THREAD_SAFETY(acquire_capability())
+    {
+        if (usable_)
+            pthread_mutex_lock(&mutex_);
+    }
+
+    void unlock() VESTA_THREAD_SAFETY(release_capability())
+    {
+        if (usable_)
+            pthread_mutex_unlock(&mutex_);
+    }
+
+    bool isUsable() const { return usable_; }
+
+private:
+    pthread_mutex_t mutex_;
+    const bool usable_;
+};
+
+/// Holds a mutex while it lives.
+class VESTA_THREAD_SAFETY(scoped_lockable) MutexLock {
+public:
+    explicit MutexLock(Mutex& mutex) VESTA_THREAD_SAFETY(acquire_capability(mutex)) : mutex_(mutex)
+    {
+        mutex_.lock();
+    }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+    ~MutexLock() VESTA_THREAD_SAFETY(release_capability()) { mutex_.unlock(); }
+
+private:
+    Mutex& mutex_;
+};
+
+}  // namespace VestaHbbTV
+
+#endif

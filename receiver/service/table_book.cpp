@@ -1,0 +1,94 @@
+#include "receiver/service/table_book.h"
+
+#include <cstdio>
+
+#include "receiver/service/table_examiner.h"
+
+namespace receiver {
+
+using VestaHbbTV::ByteReader;
+
+namespace {
+
+constexpr uint8_t applicationTag = 0x00;
+constexpr uint8_t applicationNameTag = 0x01;
+constexpr size_t languageCodeSize = 3;
+constexpr size_t profileSize = 5;
+
+/// application_profile and its version: ETSI TS 102 809, 5.3.5.3.
+std::string readProfiles(ByteReader payload)
+{
+    const size_t length = payload.u8();
+    return payload.text(length - length % profileSize);
+}
+
+/// The first language: ETSI TS 102 809, 5.3.5.6.1.
+std::string readName(ByteReader payload)
+{
+    payload.skip(languageCodeSize);
+    return payload.text(payload.u8());
+}
+
+std::string wordsFor(ByteReader profile)
+{
+    char text[sizeof("0xffff with version 255.255.255")];
+    const unsigned mask = profile.u16();
+    const unsigned major = profile.u8();
+    const unsigned minor = profile.u8();
+    std::snprintf(text, sizeof(text), "0x%04x with version %u.%u.%u", mask, major, minor,
+                  unsigned{profile.u8()});
+    return text;
+}
+
+}  // namespace
+
+void TableBook::note(const SectionBytes& section)
+{
+    const int version = readSectionHeader(section).version;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (version != version_)
+        entries_.clear();
+    version_ = version;
+    faultOfTableSection(section, [this](const TableEntry& entry, uint8_t tag, ByteReader payload) {
+        if (tag != applicationTag && tag != applicationNameTag)
+            return;
+        Entry& known = entries_[{entry.organisationId, entry.applicationId}];
+        std::string& text = tag == applicationTag ? known.profiles : known.name;
+        if (text.empty())
+            text = tag == applicationTag ? readProfiles(payload) : readName(payload);
+    });
+}
+
+void TableBook::clear()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    entries_.clear();
+    version_ = -1;
+}
+
+std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
+                                               uint16_t applicationId) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::string> profiles;
+    const auto found = entries_.find({organisationId, applicationId});
+    if (found == entries_.end())
+        return profiles;
+    const std::string& bytes = found->second.profiles;
+    ByteReader reader(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    while (!reader.empty())
+        profiles.push_back(wordsFor(reader.take(profileSize)));
+    return profiles;
+}
+
+std::string TableBook::wholeName(uint32_t organisationId, uint16_t applicationId,
+                                 const std::string& known) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = entries_.find({organisationId, applicationId});
+    const bool isCut = found != entries_.end() && found->second.name.size() > known.size() &&
+                       found->second.name.c_str() == known;
+    return isCut ? found->second.name : known;
+}
+
+}  // namespace receiver

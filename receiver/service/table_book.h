@@ -1,0 +1,50 @@
+/// What a table says of its applications and the application manager does not pass on.
+#ifndef VESTA_RECEIVER_SERVICE_TABLE_BOOK_H
+#define VESTA_RECEIVER_SERVICE_TABLE_BOOK_H
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "receiver/stream/section_assembler.h"
+
+namespace receiver {
+
+/// The middleware thread writes it before it sends a section; callable from any thread.
+class TableBook {
+public:
+    /// A section that is going to be sent; one of another version begins a new table.
+    void note(const SectionBytes& section);
+
+    /// The service was left.
+    void clear();
+
+    /// @return the profiles that the first application of these ids wants, for people:
+    ///         "0x0000 with version 1.2.1"; empty when there are none
+    std::vector<std::string> profilesOf(uint32_t organisationId, uint16_t applicationId) const;
+
+    /// The application's name, bytes as they came. The application manager hands names out as
+    /// strings of C, which a zero ends; ISO/IEC 10646 and the selector of ISO 8859 have zeros.
+    /// @param known what was handed out
+    /// @return the whole name if it begins so; else what was handed out
+    std::string wholeName(uint32_t organisationId, uint16_t applicationId,
+                          const std::string& known) const;
+
+private:
+    struct Entry {
+        std::string profiles;  ///< five bytes each
+        std::string name;
+    };
+    using Key = std::pair<uint32_t, uint16_t>;
+
+    mutable std::mutex mutex_;
+    std::map<Key, Entry> entries_;
+    int version_ = -1;
+};
+
+}  // namespace receiver
+
+#endif

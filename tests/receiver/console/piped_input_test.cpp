@@ -1,0 +1,94 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include "receiver/console/piped_input.h"
+#include "tests/receiver/support/played_session.h"
+
+namespace receiver {
+namespace {
+
+/// A session whose commands come through a pipe.
+class PipedSession : public ::testing::Test {
+protected:
+    PipedSession()
+    {
+        EXPECT_EQ(::pipe(ends_), 0);
+        played_.session().setCommander(Session::Commander::Program);
+    }
+    ~PipedSession() override
+    {
+        closeWriter();
+        ::close(ends_[0]);
+    }
+
+    void write(const std::string& text)
+    {
+        EXPECT_EQ(::write(ends_[1], text.data(), text.size()), ssize_t(text.size()));
+    }
+
+    void closeWriter()
+    {
+        if (ends_[1] >= 0)
+            ::close(ends_[1]);
+        ends_[1] = -1;
+    }
+
+    PlayedSession played_;
+    int ends_[2] = {-1, -1};
+};
+
+TEST_F(PipedSession, LinesAreObeyedTheLastWithoutAnEndToo)
+{
+    write("wait running\nsay one\n\nsay t");
+    write("wo");
+    closeWriter();
+    const PipedInput input(played_.session(), ends_[0]);
+    EXPECT_EQ(played_.session().run(), exitSuccess);
+    EXPECT_TRUE(played_.says("user      one\n"));
+    EXPECT_TRUE(played_.says("user      two\n"));
+}
+
+TEST_F(PipedSession, AnEndAtOnceLetsTheStreamPlay)
+{
+    closeWriter();
+    const PipedInput input(played_.session(), ends_[0]);
+    EXPECT_EQ(played_.session().run(), exitSuccess);
+    EXPECT_TRUE(played_.says("end of the stream"));
+}
+
+TEST_F(PipedSession, QuitDoesNotWaitForTheEndOfTheInput)
+{
+    write("quit\n");
+    const PipedInput input(played_.session(), ends_[0]);
+    EXPECT_EQ(played_.session().run(), exitSuccess);
+}
+
+TEST_F(PipedSession, MoreLinesAreWaitedForAfterTheStreamsEnd)
+{
+    write("wait end\n");
+    const PipedInput input(played_.session(), ends_[0]);
+    std::thread writer([this] {
+        write("say late\n");
+        closeWriter();
+    });
+    EXPECT_EQ(played_.session().run(), exitSuccess);
+    writer.join();
+    EXPECT_TRUE(played_.says("late"));
+}
+
+TEST_F(PipedSession, AFileThatCannotBeReadIsAtItsEnd)
+{
+    const int folder = ::open("/", O_RDONLY);
+    {
+        const PipedInput input(played_.session(), folder);
+        EXPECT_EQ(played_.session().run(), exitSuccess);
+    }
+    ::close(folder);
+    EXPECT_TRUE(played_.says("end of the stream"));
+}
+
+}  // namespace
+}  // namespace receiver
