@@ -124,6 +124,9 @@ void Extraction::sayWhatIsNotWhole(const ServiceCarousels::Status& carousel)
     if (listing.missing.size() > mostNamed)
         say("incomplete", withSeparators(listing.missing.size() - mostNamed) +
                               " more are not whole, index.json names them");
+    if (progress.blocksDropped > 0)
+        say("cut", withSeparators(progress.blocksDropped) +
+                       " blocks that nothing had announced did not fit into the memory");
     if (listing.leftOut > 0)
         say("cut", withSeparators(listing.leftOut) +
                        " names are left out: too many, too long or too deep");
@@ -164,6 +167,10 @@ bool extractFiles(const ServiceCarousels& carousels, const std::string& folder, 
     for (const uint16_t pid : carousels.pidsWithoutCarousel())
         log.report(Source::Receiver, "incomplete",
                    "PID " + std::to_string(pid) + ": no carousel began there (no gateway came)");
+    if (const size_t dropped = carousels.sectionsDropped(); dropped > 0)
+        log.report(Source::Receiver, "cut",
+                   withSeparators(dropped) +
+                       " sections of streams without a carousel did not fit into the memory");
     return extraction.finish();
 }
 

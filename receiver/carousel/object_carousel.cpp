@@ -219,8 +219,10 @@ void ObjectCarousel::addBlock(CarouselModule& module, const DataBlock& block)
     // What may never be announced gives way to what is.
     const ModuleAnnouncement& announcement = module.announcement();
     const size_t needed = 2 * size_t(announcement.size) + announcement.originalSize;
-    if (module.blocksReceived() == 0 && budget_->memory.available() < needed)
+    if (module.blocksReceived() == 0 && budget_->memory.available() < needed) {
+        blocksDropped_ += earlyBlocks_.size();
         forgetEarlyBlocks();
+    }
     if (module.addBlock(block))
         moduleChanged(module);
 }
@@ -230,9 +232,12 @@ void ObjectCarousel::keepEarlyBlock(uint16_t tag, const DataBlock& block)
     const EarlyBlockKey key(block.downloadId, block.moduleId, tag, block.moduleVersion,
                             block.blockNumber);
     const size_t bytes = block.data.remaining() + earlyBlockOverhead;
-    if (block.data.empty() || earlyBytes_ + bytes > limits_.memory / 2 ||
-        earlyBlocks_.count(key) != 0 || !budget_->memory.take(bytes))
+    if (block.data.empty() || earlyBlocks_.count(key) != 0)
         return;
+    if (earlyBytes_ + bytes > limits_.memory / 2 || !budget_->memory.take(bytes)) {
+        ++blocksDropped_;
+        return;
+    }
     earlyBytes_ += bytes;
     const unsigned char* const data = block.data.data();
     earlyBlocks_.emplace(key, std::vector<unsigned char>(data, data + block.data.remaining()));
@@ -316,6 +321,7 @@ CarouselProgress ObjectCarousel::progress() const
 {
     CarouselProgress progress;
     progress.modulesKnown = moduleCount_;
+    progress.blocksDropped = blocksDropped_;
     progress.memoryUsed = budget_->memory.used();
     for (const auto& [key, indication] : indications_) {
         for (const auto& [id, module] : indication.modules) {

@@ -76,6 +76,7 @@ struct CarouselProgress {
     size_t modulesRefused = 0;
     size_t blocksNeeded = 0;    ///< of all modules but the refused ones
     size_t blocksReceived = 0;  ///< a complete module counts with all its blocks
+    size_t blocksDropped = 0;   ///< never announced, and more than the memory could hold
     size_t memoryUsed = 0;      ///< bytes, of all carousels that share a budget
 };
 
@@ -197,6 +198,7 @@ private:
     std::map<IndicationKey, Indication> indications_;
     std::map<EarlyBlockKey, std::vector<unsigned char>> earlyBlocks_;
     size_t earlyBytes_ = 0;
+    size_t blocksDropped_ = 0;
     size_t moduleCount_ = 0;
     size_t completeCount_ = 0;
     bool toldTooManyModules_ = false;

@@ -85,6 +85,8 @@ ServiceCarousels::withThoseAlwaysRead(std::vector<StreamDescription> streams) co
             });
         if (isListed)
             continue;
+        const auto isSamePid = [&wanted](const auto& other) { return other.pid == wanted.pid; };
+        streams.erase(std::remove_if(streams.begin(), streams.end(), isSamePid), streams.end());
         StreamDescription stream;
         stream.streamType = carouselStreamType;
         stream.pid = wanted.pid;
@@ -205,9 +207,12 @@ void ServiceCarousels::hold(uint16_t pid, const SectionBytes& section)
 void ServiceCarousels::keep(Unclaimed& stream, const SectionBytes& section)
 {
     const size_t bytes = section.size() + heldSectionOverhead;
-    if (stream.isReferredTo || heldBytes_ + bytes > limits_.memory / 4 ||
-        stream.sections.count(section) != 0 || !budget_->memory.take(bytes))
+    if (stream.isReferredTo || stream.sections.count(section) != 0)
         return;
+    if (heldBytes_ + bytes > limits_.memory / 4 || !budget_->memory.take(bytes)) {
+        ++sectionsDropped_;
+        return;
+    }
     heldBytes_ += bytes;
     stream.sections.insert(section);
 }
@@ -273,7 +278,7 @@ void ServiceCarousels::makeRoom()
     if (heldBytes_ == 0 || budget_->memory.available() >= limits_.memory / 4)
         return;
     for (auto& entry : unclaimed_)
-        takeHeld(entry.second);
+        sectionsDropped_ += takeHeld(entry.second).size();
 }
 
 void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
@@ -458,6 +463,12 @@ std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
             {tag, carousel.progress(), carousel.list(), carousel.carouselId().has_value()});
     }
     return list;
+}
+
+size_t ServiceCarousels::sectionsDropped() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return sectionsDropped_;
 }
 
 std::vector<uint16_t> ServiceCarousels::pidsWithoutCarousel() const

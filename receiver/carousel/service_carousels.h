@@ -85,6 +85,9 @@ public:
     };
     std::vector<Status> status() const;
 
+    /// How many sections of streams that are no carousel's were dropped to stay within the memory.
+    size_t sectionsDropped() const;
+
     /// Of the streams that are always read, those without any gateway yet.
     std::vector<uint16_t> pidsWithoutCarousel() const;
 
@@ -156,6 +159,7 @@ private:
     std::map<uint16_t, uint8_t> associations_;  // association tags and the component tags they mean
     std::map<uint16_t, Unclaimed> unclaimed_;   // by PID
     size_t heldBytes_ = 0;
+    size_t sectionsDropped_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
     std::map<void*, PendingFile> pending_;

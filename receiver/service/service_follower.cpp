@@ -19,9 +19,8 @@ const unsigned mostHeldBackRounds = 8;
 // Pending files that are looked for at a time: pages may name thousands.
 const size_t filesPerFeed = 64;
 
-// More services than a multiplex has, and more bytes than their tables.
+// More services than a multiplex has.
 const size_t mostCandidates = 256;
-const size_t mostHeldBytes = size_t(4) << 20;
 
 std::string nameOf(const Service& service)
 {
@@ -349,15 +348,20 @@ void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& sect
 
 void ServiceFollower::limitWhatIsHeld()
 {
-    size_t held = 0;
-    for (const auto& entry : candidates_)
-        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
-    if (held <= mostHeldBytes)
+    if (heldBytes() <= mostHeldBytes)
         return;
     for (auto& entry : candidates_) {
         entry.second.table.clear();
         entry.second.filter.forgetHeld();
     }
+}
+
+size_t ServiceFollower::heldBytes() const
+{
+    size_t held = 0;
+    for (const auto& entry : candidates_)
+        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
+    return held;
 }
 
 void ServiceFollower::goOnToNextService()

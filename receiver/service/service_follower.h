@@ -38,6 +38,9 @@ struct FollowerOptions {
 /// tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
+    /// What heldBytes() may be: more than the tables of a multiplex. With more they are forgotten.
+    static constexpr size_t mostHeldBytes = size_t(4) << 20;
+
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
     ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock);
     ~ServiceFollower() override;
@@ -80,6 +83,8 @@ public:
     std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_ && !tuned_; }
+    /// Bytes of tables of services that may still be tuned to.
+    size_t heldBytes() const;
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
     const TableBook& tableBook() const { return book_; }

@@ -77,6 +77,7 @@ protected:
     CarouselLimits limits_ = [] {
         CarouselLimits limits;
         limits.listedFiles = 100;
+        limits.memory = 128 * 1024;
         return limits;
     }();
     ServiceCarousels carousels_{limits_, log_};
@@ -144,6 +145,14 @@ TEST_F(ExtractionTest, WhatALimitCutsIsSaid)
     EXPECT_TRUE(extractFiles(carousels_, folder_, log_));
     EXPECT_TRUE(says("100 files written"));
     EXPECT_TRUE(says("carousel 0x2a: 30 names are left out: too many, too long or too deep"));
+}
+
+TEST_F(ExtractionTest, BlocksThatDidNotFitAreSaid)
+{
+    for (unsigned module = 10; module < 30; ++module)
+        carousels_.feed(pid, makeDdb(module, 0, 0, Bytes(4000, 1)));
+    EXPECT_TRUE(extractFiles(carousels_, folder_, log_));
+    EXPECT_TRUE(says(" blocks that nothing had announced did not fit into the memory"));
 }
 
 TEST_F(ExtractionTest, OfManyMissingFilesAFewAreNamed)

@@ -191,6 +191,8 @@ TEST_F(Carousel, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
         feed(carousel, makeDdb(module, 0, 0, Bytes(1000, 1)));
     EXPECT_LE(carousel.progress().memoryUsed, limits.memory / 2);
     EXPECT_GT(carousel.progress().memoryUsed, limits.memory / 4);
+    const size_t dropped = carousel.progress().blocksDropped;
+    EXPECT_GT(dropped, 400u);
     const Bytes gateway =
         makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", std::string(70000, 'x'));
     feed(carousel, makeDsi(makeIor(gatewayIor)));
@@ -198,6 +200,7 @@ TEST_F(Carousel, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
     feed(carousel, makeDdbs(1, 0, gateway));
     EXPECT_EQ(carousel.find("f").result, Result::Ready);
     EXPECT_TRUE(problems_.empty());
+    EXPECT_EQ(carousel.progress().blocksDropped, 490u) << "all of them are gone";
     carousel.clear();
     EXPECT_EQ(carousel.progress().memoryUsed, 0u);
 }

@@ -358,6 +358,8 @@ TEST_F(ServiceCarouselsTest, WhatIsNobodysTakesAQuarterOfTheMemory)
     const size_t held = carousels.status().at(0).progress.memoryUsed;
     EXPECT_LE(held, limits.memory / 4);
     EXPECT_GT(held, limits.memory / 8);
+    EXPECT_GT(carousels.sectionsDropped(), 70u);
+    EXPECT_LT(carousels.sectionsDropped(), 100u);
     carousels.leave();
     carousels.join(service(), {carouselStream(carouselPid, carouselTag)});
     EXPECT_EQ(carousels.status().at(0).progress.memoryUsed, 0u);
@@ -391,6 +393,21 @@ TEST_F(ServiceCarouselsTest, AStreamCanBeReadWithoutAnyTable)
     carousels.join(service(), {});
     carousels.leave();
     EXPECT_TRUE(carousels.hasFile("f")) << "whatever service is tuned to";
+}
+
+TEST_F(ServiceCarouselsTest, AStreamThatThePmtGivesNoTagCanBeReadUnderOne)
+{
+    ServiceCarousels carousels({}, log_, {{carouselPid, carouselTag}});
+    StreamDescription listed = carouselStream(carouselPid, carouselTag);
+    listed.componentTag.reset();
+    carousels.join(service(), {listed});
+    const Bytes gateway = makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x");
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        carousels.feed(carouselPid, block);
+    carousels.join(service(), {listed});
+    carousels.feed(carouselPid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    carousels.feed(carouselPid, makeDsi(makeIor({"srg", 1, "g"})));
+    EXPECT_EQ(carousels.getFile("20fa.441.1.2a/f", id(1)), DSMCC_OK);
 }
 
 TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)

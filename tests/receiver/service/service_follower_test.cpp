@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
@@ -214,6 +215,37 @@ TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnc
     end();
     EXPECT_EQ(tuned(), 2u);
     EXPECT_EQ(sent(), "2: 2/0");
+}
+
+TEST_F(Follower, ServicesMayShareTheirTable)
+{
+    services({1, 2, 3});
+    for (const unsigned service : {3u, 2u, 1u})
+        pmt(service, {tables(0x300, hbbtv)});
+    play(0x300, table(5));
+    EXPECT_EQ(tuned(), 1u);
+    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(follower_.heldBytes(), 0u) << "the choice is made";
+}
+
+TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
+{
+    const unsigned count = 100;
+    std::vector<unsigned> ids;
+    for (unsigned service = 1; service <= count; ++service)
+        ids.push_back(service);
+    ids.push_back(0x80);  // its PMT does not come
+    services(ids);
+    for (unsigned service = 1; service <= count; ++service)
+        pmt(service, {tables(0x300, hbbtv)});
+    size_t most = 0;
+    for (unsigned number = 0; number < 100; ++number) {
+        play(0x300, makeSection({0x74, hbbtv, 0, true, number, 255}, Bytes(1000, 0)));
+        most = std::max(most, follower_.heldBytes());
+    }
+    EXPECT_LE(most, ServiceFollower::mostHeldBytes);
+    EXPECT_GT(most, ServiceFollower::mostHeldBytes / 2);
+    EXPECT_EQ(tuned(), 0u);
 }
 
 TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
