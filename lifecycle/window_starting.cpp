@@ -237,8 +237,9 @@ void Window::abortStart(Application* application)
 
 void Window::run(Application* application)
 {
-    Application* const displaced = getApplication(application->getTavoWindow());
-    const unsigned long displacedId = displaced ? displaced->getID() : 0;
+    const auto shown = shown_.find(application->getTavoWindow());
+    const bool isTaken = shown != shown_.end() && shown->second;
+    const unsigned long displacedId = isTaken ? shown->second->getID() : 0;
     registerApplication(application);
     if (manager_)
         manager_->registerTavoWindow(application->getTavoWindow(), this);

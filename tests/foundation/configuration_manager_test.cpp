@@ -118,4 +118,20 @@ TEST_F(ConfigurationManagerTest, ASecondInitDeletesTheFormerQueueWhenTheNewOneIs
     EXPECT_FALSE(manager()->getEventQueue()->executeFirst());
 }
 
+TEST(ConfigurationSession, IsOverWithTheInstanceAlsoWhenAnotherOneBegan)
+{
+    delete ConfigurationManager::instance;
+    const Session none;
+    EXPECT_FALSE(none.isOver());
+    ConfigurationManager::getInstance();
+    EXPECT_TRUE(none.isOver());
+    const Session first;
+    EXPECT_FALSE(first.isOver());
+    delete ConfigurationManager::instance;
+    EXPECT_TRUE(first.isOver());
+    ConfigurationManager::getInstance();
+    EXPECT_TRUE(first.isOver());
+    delete ConfigurationManager::instance;
+}
+
 }  // namespace

@@ -124,8 +124,8 @@ protected:
 TEST_F(WindowVirtualSlots, ATableOfTheServiceIsSetActivatedAndItsApplicationStarted)
 {
     sendAIT(AITSection().add(httpApplication(1, 2)));
-    EXPECT_EQ(takeCalls(), Lines({"setAIT", "activateAIT", "createApplication",
-                                  "startPendingApplication", "getApplication"}));
+    EXPECT_EQ(takeCalls(),
+              Lines({"setAIT", "activateAIT", "createApplication", "startPendingApplication"}));
 }
 
 TEST_F(WindowVirtualSlots, ATableThatDoesNotComeFromSectionsIsSetAndActivated)
@@ -156,21 +156,20 @@ TEST_F(WindowVirtualSlots, ATableThatForbidsTheRunningApplicationEndsIt)
 TEST_F(WindowVirtualSlots, AnApplicationIsStartedByItsURL)
 {
     watched_.startBroadcastIndependentApplication(HbbTVURL("http://a.example/i"));
-    EXPECT_EQ(takeCalls(),
-              Lines({"createApplication", "startPendingApplication", "getApplication"}));
+    EXPECT_EQ(takeCalls(), Lines({"createApplication", "startPendingApplication"}));
 }
 
 TEST_F(WindowVirtualSlots, AnApplicationIsStartedByItsIds)
 {
     runRelated();
     const Lines started = {"startApplication", "createApplication", "startPendingApplication",
-                           "shutdownApplication", "getApplication"};
+                           "shutdownApplication"};
     send(E_START_APPLICATION, startRecord(&watched_, 1, 3));
     EXPECT_EQ(takeCalls(), started);
     void* id = nullptr;
     native_ApplicationCreateApplication("dvb://current.ait/1.2", 1, idOf(runningOne()), &id);
-    EXPECT_EQ(takeCalls(), Lines({"startApplication", "createApplication",
-                                  "startPendingApplication", "getApplication"}));
+    EXPECT_EQ(takeCalls(),
+              Lines({"startApplication", "createApplication", "startPendingApplication"}));
 }
 
 TEST_F(WindowVirtualSlots, AListenerWhoBlocksAStartMayEndTheRunningApplication)
@@ -186,8 +185,8 @@ TEST_F(WindowVirtualSlots, ASuccessorEndsTheRunningApplication)
 {
     runIndependent();
     watched_.startBroadcastIndependentApplication(HbbTVURL("http://b.example/i"));
-    EXPECT_EQ(takeCalls(), Lines({"createApplication", "startPendingApplication",
-                                  "shutdownApplication", "getApplication"}));
+    EXPECT_EQ(takeCalls(),
+              Lines({"createApplication", "startPendingApplication", "shutdownApplication"}));
 }
 
 TEST_F(WindowVirtualSlots, AStartWithoutBrowserWindowIsEnded)
