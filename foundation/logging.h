@@ -165,8 +165,8 @@ public:
     /// Hands an entry to every sink in order of addition, one entry at a time.
     void output(LogEntry& entry);
 
-    /// Whether any sink is registered. Callable from any thread; one that is told so also sees the
-    /// instance.
+    /// Whether any sink is registered. Callable from any thread; a thread that sees one also sees
+    /// the instance.
     static bool hasOutputs() { return outputCount.load(std::memory_order_acquire) != 0; }
 
     /// Null before the first getInstance() and after the end.

@@ -25,7 +25,7 @@ public:
     private:
         friend class ThreadsafeEventQueue;
 
-        Event* next_ = nullptr;  ///< behind this one in its queue
+        Event* next_ = nullptr;  ///< after this one in its queue
     };
 
     ThreadsafeEventQueue() = default;

@@ -77,7 +77,7 @@ private:
 class HideApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param applicationId as Application::getID() gives it
-    /// @param countdown how often the event queues itself again, behind everything queued meanwhile
+    /// @param countdown how often the event queues itself again, after everything queued meanwhile
     HideApplicationEvent(unsigned long applicationId, int countdown);
     void execute() override;
 

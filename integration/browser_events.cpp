@@ -25,7 +25,7 @@ const char module[] = "vesta_hbbtv";
 
 const unsigned int notConsumed = 0;
 const unsigned int consumed = 1;
-const unsigned int outOfMemory = 2;  // told to nobody
+const unsigned int outOfMemory = 2;  // no answer of the interface
 const int success = 0;
 const int failure = -3;
 const int statusNotFound = 404;

@@ -121,7 +121,7 @@ public:
     /// Starts an application by its URL alone. @return as above; null for an empty URL
     Application* startBroadcastIndependentApplication(HbbTVURL url);
 
-    /// Starts the first AUTOSTART application behind an entry that can be started.
+    /// Starts the first AUTOSTART application after an entry that can be started.
     Application* startNextAutostartApplication(AITApplication* after);
 
     /// Activates the table in force at once.
@@ -140,7 +140,7 @@ public:
     /// A page was not well-formed; decides what the next load result means.
     void reportXMLParseFailure(TAVO_VestaWindow* tavoWindow);
 
-    /// @return whether the application was started again on a transport behind its current one
+    /// @return whether the application was started again on a transport after its current one
     bool restartApplicationOnNextTransport(Application* application);
 
     /// Whether the page that the running application is loading lies in the domain.

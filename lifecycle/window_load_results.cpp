@@ -11,7 +11,7 @@ namespace {
 
 const char module[] = "Window";
 
-/// The transport behind `current` in the order of preference. A label listed twice yields the same
+/// The transport after `current` in the order of preference. A label listed twice yields the same
 /// transport again: none is ever tried a second time.
 AITApplicationTransport* nextUntriedTransport(const AITApplication& entry,
                                               const AITApplicationTransport* current,

@@ -60,7 +60,7 @@ public:
     /// The serial of a window in the list; 0 for any other pointer.
     unsigned long getSerial(const Window* window) const;
 
-    /// @param index in creation order, from 0; removing a window shifts those behind it
+    /// @param index in creation order, from 0; removing a window shifts those after it
     Window* getWindow(unsigned int index) const;
 
     /// @return false, with nothing changed, when the window is not in the list

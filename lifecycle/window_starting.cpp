@@ -37,7 +37,6 @@ HbbTVURL pageOn(const AITApplicationTransport& transport, const AITApplication& 
 Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
                                       AITApplicationTransport* transport)
 {
-    const Hold hold(this);
     log(LOG, module, "Starting application from AITApplication.");
     if (!mayStart(entry))
         return nullptr;

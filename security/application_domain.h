@@ -32,10 +32,10 @@ public:
 
     /// The host without its port: what stands from the length of the scheme's text (0 without a
     /// scheme) to the next "/" or the end, cut at its first ":". The scheme is expected at the
-    /// front; one that stands further behind leaves the start where it would be then.
+    /// front; further on it leaves the start where it would be then.
     std::string extractHostName(std::string& url) const;
 
-    /// The origin: `url` up to the first "/" behind the scheme's length; all of it where there is
+    /// The origin: `url` up to the first "/" after the scheme's length; all of it where there is
     /// no such "/" or no scheme. Port and user part stay.
     std::string removePath(std::string& url) const;
 
@@ -64,7 +64,7 @@ public:
     /// An extension fits if its last byte is at most the byte just past the descriptor and is
     /// within `available`.
     /// @param descriptor at its tag, which is not checked; borrowed for the call; null adds nothing
-    /// @param available bytes from the tag to the end of the section; none behind them is touched
+    /// @param available bytes from the tag to the end of the section; none after them is touched
     void parseSimpleApplicationBoundaryExtensionDescriptor(const unsigned char* descriptor,
                                                            size_t available);
 

@@ -34,7 +34,7 @@ public:
 
     /// Compresses the 64 bytes of the block buffer as they stand into the hash words and empties
     /// the buffer. input() and pad() call it for each block; the message length does not change.
-    /// Called on a partly filled buffer, it takes the bytes behind the filled part as the message's
+    /// Called on a partly filled buffer, it takes the bytes after the filled part as the message's
     /// previous block or the padding left them (zeros in a hasher that has not seen that many).
     void digest();
 

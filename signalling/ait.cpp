@@ -119,13 +119,13 @@ bool AIT::parseApplications(ByteReader section, size_t loopLength)
     return accepted;
 }
 
-/// Puts a section's applications behind all others, in order among themselves.
+/// Puts a section's applications after all others, in order among themselves.
 bool AIT::addApplications(ByteReader section, size_t loopLength)
 {
     const size_t formerCount = applications_.size();
-    const size_t behindLoop = section.remaining() - loopLength;
+    const size_t afterLoop = section.remaining() - loopLength;
     // Deliberate: an entry is bounded by the section. One that begins in the loop may leave it.
-    while (section.remaining() > behindLoop) {
+    while (section.remaining() > afterLoop) {
         auto application = std::make_unique<AITApplication>(this);
         if (!application->parse(section))
             return false;

@@ -30,7 +30,7 @@ public:
 
     ~AIT() override;
 
-    /// Takes in one section. No byte behind the section's own end (3 + section_length) is read.
+    /// Takes in one section. No byte after the section's own end (3 + section_length) is read.
     ///
     /// A section that is refused leaves what was read before the fault: its number counts as
     /// received (unless it is too short to have one), and its transports and applications before
@@ -46,7 +46,7 @@ public:
     /// @return false when a descriptor leaves the loop; the ones before it are kept
     bool parseCommonDescriptorsLoop(const unsigned char* data, unsigned short length);
 
-    /// Puts the application behind all that have its priority or a higher one: its priority counts
+    /// Puts the application after all that have its priority or a higher one: its priority counts
     /// as it is now. One that was made for, but not inserted into, another table becomes one of
     /// this table, but keeps its channel handle.
     /// @param application ownership passes to the table; null and its own are ignored
@@ -67,7 +67,7 @@ public:
     /// @param httpAvailable whether HTTP transports count
     AITApplication* getAITApplication(AITApplication::ControlCode code, bool httpAvailable) const;
 
-    /// The next such application behind `after`; null also when `after` is not in this table.
+    /// The next such application after `after`; null also when `after` is not in this table.
     AITApplication* getNextAITApplication(const AITApplication* after,
                                           AITApplication::ControlCode code,
                                           bool httpAvailable) const;

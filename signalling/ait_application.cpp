@@ -118,20 +118,20 @@ bool AITApplication::parse(ByteReader& section)
     return true;
 }
 
-/// @param behindLoop bytes of the section that follow the loop
-bool AITApplication::parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports)
+/// @param afterLoop bytes of the section that follow the loop
+bool AITApplication::parseDescriptors(ByteReader loop, size_t afterLoop, Transports& ownTransports)
 {
     return forEachDescriptor(loop, [&](uint8_t tag, ByteReader payload, ByteReader toLoopEnd) {
         // Deliberate: a descriptor without payload fails the entry, whatever its tag.
         return !payload.empty() &&
-               parseDescriptor(tag, payload, toLoopEnd, behindLoop, ownTransports);
+               parseDescriptor(tag, payload, toLoopEnd, afterLoop, ownTransports);
     });
 }
 
-/// @param toLoopEnd from the tag on, for the descriptors that may go on behind their payload
-/// @param behindLoop as above
+/// @param toLoopEnd from the tag on, for the descriptors that may go on after their payload
+/// @param afterLoop as above
 bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd,
-                                     size_t behindLoop, Transports& ownTransports)
+                                     size_t afterLoop, Transports& ownTransports)
 {
     switch (tag) {
     case applicationTag:
@@ -155,7 +155,7 @@ bool AITApplication::parseDescriptor(uint8_t tag, ByteReader payload, ByteReader
         return true;
     case simpleApplicationBoundaryTag:
         getApplicationDomain()->parseSimpleApplicationBoundaryExtensionDescriptor(
-            toLoopEnd.data(), toLoopEnd.remaining() + behindLoop);
+            toLoopEnd.data(), toLoopEnd.remaining() + afterLoop);
         return true;
     default:
         return true;

@@ -53,7 +53,7 @@ public:
     AITApplication& operator=(const AITApplication&) = delete;
     ~AITApplication();
 
-    /// Reads an application loop entry. The entry's own loop length is trusted: nothing behind the
+    /// Reads an application loop entry. The entry's own loop length is trusted: nothing after the
     /// loop is read.
     /// @param entry points at organisation_id; may be null
     /// @return false for null and where a descriptor has no payload, leaves the loop or carries a
@@ -179,8 +179,8 @@ private:
     friend class AIT;
     friend class AITApplicationReference;
 
-    bool parseDescriptors(ByteReader loop, size_t behindLoop, Transports& ownTransports);
-    bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd, size_t behindLoop,
+    bool parseDescriptors(ByteReader loop, size_t afterLoop, Transports& ownTransports);
+    bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd, size_t afterLoop,
                          Transports& ownTransports);
     bool parseName(ByteReader toLoopEnd);
     void keepNameShort(ByteReader loop);
@@ -189,7 +189,7 @@ private:
     void printTransport(size_t index) const;
 
     AIT* parent_;
-    /// Head of the references that point here; they are told when the application dies.
+    /// Head of the references that point here; the dying application clears them.
     AITApplicationReference* firstReference_ = nullptr;
     void* channelHandle_;
     /// The name; or the descriptor loop that it is put together from, where that is shorter.

@@ -109,7 +109,7 @@ public:
 class HbbTVCurrentAITDVBURL : public HbbTVURL {
 public:
     /// Splits and decodes as HbbTVURL does, then reads the two ids from the decoded address. They
-    /// must be its whole rest: a path behind them makes the URL invalid, query and fragment do not.
+    /// must be its whole rest: a path after them makes the URL invalid, query and fragment do not.
     explicit HbbTVCurrentAITDVBURL(const std::string& url);
 
     /// Whether both ids were read.

@@ -20,7 +20,7 @@ constexpr uint8_t associationTagTag = 0x14;
 constexpr uint8_t deferredAssociationTagsTag = 0x15;
 constexpr uint8_t applicationSignallingTag = 0x6F;
 
-/// Reads to the end that the 12-bit length field behind `before` bytes states.
+/// Reads to the end that the 12-bit length field after `before` bytes states.
 ByteReader readerFromOwnLength(const unsigned char* data, size_t before)
 {
     if (!data)

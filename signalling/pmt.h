@@ -69,7 +69,7 @@ public:
     ///        without descriptors.
     explicit ElementaryStream(const unsigned char* entry);
 
-    /// Parses the entry at the reader's position and moves the reader behind it. Where the entry
+    /// Parses the entry at the reader's position and moves the reader after it. Where the entry
     /// states more than the reader holds, what fits is kept and the reader is empty afterwards.
     explicit ElementaryStream(ByteReader& reader);
 
@@ -126,7 +126,7 @@ private:
 /// never changes, so that any thread may read it.
 class PMT {
 public:
-    /// Parses one complete section. Neither table id, CRC nor syntax are verified; nothing behind
+    /// Parses one complete section. Neither table id, CRC nor syntax are verified; nothing after
     /// the end that section_length states is read, and of a section whose inner lengths leave it
     /// the streams and descriptors that fit are kept.
     /// @param section from table_id on; borrowed for this call. Null gives a table without streams.

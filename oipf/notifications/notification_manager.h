@@ -16,7 +16,7 @@ public:
     /// The one instance, created without listeners on first use.
     static NotificationManager* getInstance();
 
-    /// Broadcasts through the existing instance; without one nobody is asked or told, and the
+    /// Broadcasts through the existing instance; without one nobody hears of it, and the
     /// caller's answers become the record's initial values. @param notification ownership passes
     static void broadcastIfAny(Notification* notification);
 

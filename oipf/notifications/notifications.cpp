@@ -46,7 +46,7 @@ unsigned int numberOfURLs(const AITApplication& application)
     return static_cast<unsigned int>(application.getNumTransports() % 256);
 }
 
-/// Without what stands behind a NUL, which no listener would see.
+/// Without what stands after a NUL, which no listener would see.
 char* addTo(TextStore& texts, const std::string& text)
 {
     return texts.add(text.c_str());
