@@ -59,6 +59,8 @@ public:
             freeOldest();
     }
 
+    unsigned count() const { return count_; }
+
 private:
     void freeOldest()
     {
@@ -95,6 +97,11 @@ WindowStorage::Mention::~Mention()
 void* WindowStorage::take(size_t size)
 {
     return ::operator new(size);
+}
+
+unsigned WindowStorage::getResting()
+{
+    return restingPlace.count();
 }
 
 void WindowStorage::giveBack(void* storage, size_t size)

@@ -11,7 +11,7 @@ namespace VestaHbbTV {
 /// queued event names a window by its handle. Taking and giving back are the browser thread's.
 class WindowStorage {
 public:
-    /// How many released windows' storage rests.
+    /// How many released windows' storage rests, at the least once so many were released.
     static constexpr unsigned resting = 64;
 
     /// Says while it lives that some window may be named by its handle. Any thread may have one.
@@ -28,6 +28,9 @@ public:
     };
 
     static void* take(size_t size);
+
+    /// How many released windows' storage rests just now.
+    static unsigned getResting();
 
     /// Cannot fail. @param storage as take() gave it; null is ignored
     static void giveBack(void* storage, size_t size);

@@ -240,6 +240,13 @@ TEST_F(NewestTable, IsNotReplacedByTheServicesWhereItComesInTheStopOfAnApplicati
 /// Where a table may come from inside of. A number is a notification's type.
 class NestedTables : public NewestTable, public ::testing::WithParamInterface<std::string> {
 protected:
+    ~NestedTables() override
+    {
+        listener().onNotification.clear();
+        browser().whileIn.clear();
+        platform().whileIn.clear();
+    }
+
     static constexpr int deepest = 4;
 
     void goDeeper()

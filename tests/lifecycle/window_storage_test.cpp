@@ -67,15 +67,20 @@ TEST_F(StaleWindows, AreNotTheirSuccessorsWhileAnEventNamesThem)
 TEST_F(StaleWindows, DoNotRestForEver)
 {
     send(E_TERMINATE_APPLICATION, windowRecord(nullptr));  // names none
-    EXPECT_LE(addressesOf(100 * WindowStorage::resting).size(), 20 * WindowStorage::resting);
+    addressesOf(20 * WindowStorage::resting);
+    EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting);
 }
 
-TEST_F(StaleWindows, RestMoreOrLessForEverOnlyWhileEventsNameSome)
+TEST_F(StaleWindows, AllRestWhileEventsNameSome)
 {
+    addressesOf(WindowStorage::resting);
     send(E_TERMINATE_APPLICATION, windowRecord(window()));
-    EXPECT_EQ(addressesOf(20 * WindowStorage::resting).size(), 20 * WindowStorage::resting);
+    const unsigned released = 20 * WindowStorage::resting;
+    EXPECT_EQ(addressesOf(released).size(), released);
+    EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting + released);
     tickAll();
-    EXPECT_LE(addressesOf(100 * WindowStorage::resting).size(), 50 * WindowStorage::resting);
+    releasedWindow();
+    EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting);
 }
 
 TEST_F(StaleWindows, ExistNoMore)
