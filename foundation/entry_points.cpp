@@ -85,8 +85,10 @@ void vesta_hbbtv_shutdown()
         return;  // a listener that hears of the shutdown may ask for it again
     shuttingDown = true;
     const AtExit done([] { shuttingDown = false; });
-    if (WindowManager::instance)
-        WindowManager::instance->close();
+    guarded([] {
+        if (WindowManager::instance)
+            WindowManager::instance->close();
+    });
     hbbtv_ait_stop();
     dsmcc_stop();
     if (NotificationManager::instance)

@@ -35,6 +35,12 @@ StopApplicationEvent::StopApplicationEvent(Window* window, Application* applicat
 {
 }
 
+void StopApplicationEvent::setFlags(bool reactivate, bool notify)
+{
+    reactivate_ = reactivate;
+    notify_ = notify;
+}
+
 void StopApplicationEvent::execute()
 {
     log(DEBUG, "StopApplicationEvent", "StopApplicationEvent::execute()");
@@ -113,12 +119,12 @@ void TAVOAITEvent::execute()
     if (!window)
         return;
     const Window::Hold hold(window);
-    const unsigned long tables = window->getTableChanges();
+    const unsigned long tables = window->getTablesSet();
     if (NotificationManager::hasListeners())
         NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
     if (table_)
         table_->printAIT();
-    if (window->isReleased() || window->getTableChanges() != tables)
+    if (window->isReleased() || window->getTablesSet() != tables)
         return;  // a listener released the window, or put a newer table in force
     window->setAIT(table_);
     window->activateAIT();

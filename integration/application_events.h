@@ -45,6 +45,8 @@ public:
     StopApplicationEvent(Window* window, Application* application, bool reactivate, bool notify);
     void execute() override;
 
+    void setFlags(bool reactivate, bool notify);
+
 private:
     ApplicationTarget target_;
     bool reactivate_;

@@ -77,15 +77,15 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
     const Session session;
-    const unsigned long tables = window.getTableChanges();
+    const unsigned long tables = window.getTablesSet();
     if (NotificationManager::hasListeners())
         NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (session.isOver())
         return;  // a listener shut the library down, and the platform has stopped
-    if (window.getTableChanges() != tables)
+    if (window.getTablesSet() != tables)
         return;  // a listener put a newer table in force, or changed the channel
     hbbtv_ait_completed(table->getVersion());
-    if (!window.isReleased() && window.getTableChanges() == tables) {
+    if (!window.isReleased() && window.getTablesSet() == tables) {
         window.setAIT(table);
         window.activateAIT();
     }
@@ -96,14 +96,8 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
 /// next one begins the table anew.
 bool parse(Window& window, AIT& table, const unsigned char* section)
 {
-    bool isRead = false;
-    const AtExit giveUp([&] {
-        if (!isRead)
-            window.setAssemblyAIT(nullptr);
-    });
-    const bool isAccepted = table.parse(section);
-    isRead = true;
-    return isAccepted;
+    const AtFailure giveUp([&window] { window.setAssemblyAIT(nullptr); });
+    return table.parse(section);
 }
 
 void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
@@ -116,7 +110,8 @@ void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
     if (!parse(window, *table, record.section))
         return;
     // Deliberate: a table of the version in force is dropped at its first section.
-    if (current && !current->isStale() && current->getVersion() == table->getVersion()) {
+    if (current && !current->isStale() && window.isTableActedOn() &&
+        current->getVersion() == table->getVersion()) {
         window.setAssemblyAIT(nullptr);
         return;
     }

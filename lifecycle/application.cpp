@@ -4,6 +4,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/out_of_memory.h"
+#include "integration/application_events.h"
 #include "integration/key_set.h"
 #include "lifecycle/call_scope.h"
 #include "lifecycle/window.h"
@@ -154,7 +155,7 @@ void Application::end()
     // One browser window may show several applications: the last of them gives it back.
     bool isLast = true;
     if (Window* const window = std::exchange(window_, nullptr)) {
-        isLast = window->releaseTavoWindow(this);
+        isLast = window->unlinkTavoWindow(this);
         window->forget(this);
     }
     if (isLast)
@@ -167,6 +168,27 @@ void Application::setOwnedByWindow()
 {
     if (stage_ == NEW)
         stage_ = OWNED;
+}
+
+void Application::setEnding()
+{
+    if (stage_ < ENDING)
+        stage_ = ENDING;
+}
+
+void Application::forfeitTavoWindow()
+{
+    tavoWindowReleased_ = true;
+}
+
+void Application::prepareStop(std::unique_ptr<StopApplicationEvent> stop)
+{
+    stop_ = std::move(stop);
+}
+
+std::unique_ptr<StopApplicationEvent> Application::takePreparedStop()
+{
+    return std::move(stop_);
 }
 
 void Application::loseWindow()

@@ -17,6 +17,7 @@ namespace VestaHbbTV {
 class ApplicationDomain;
 class KeySet;
 class ReleaseWindowNotification;
+class StopApplicationEvent;
 class Window;
 
 /// The page that it was started with, the table's entry that it runs for, the browser window that
@@ -117,14 +118,14 @@ public:
 
     /// Whether its window is ending it, or it has ended.
     bool isEnding() const { return stage_ >= ENDING; }
-    void setEnding() { stage_ = ENDING; }
+    void setEnding();
 
     /// Whether its window frees it: from the moment on when it became pending or was registered.
     bool isOwnedByWindow() const { return stage_ >= OWNED; }
     void setOwnedByWindow();
 
     /// The end that is under way is to be reported to the listeners, whoever began it.
-    void wantStopNotice() { stopNoticeWanted_ = true; }
+    void wantStopNotice(bool wanted = true) { stopNoticeWanted_ = wanted; }
     bool isStopNoticeWanted() const { return stopNoticeWanted_; }
 
     /// The window died and left this application to the window manager.
@@ -132,6 +133,16 @@ public:
 
     /// Gives the browser window back to the listeners. Does nothing without one.
     void releaseTavoWindow();
+
+    /// Another application is shown in the browser window from now on, and will give it back.
+    void forfeitTavoWindow();
+
+    /// A queued end that was made with the application: ending it must not need memory.
+    /// @{
+    void prepareStop(std::unique_ptr<StopApplicationEvent> stop);
+    /// @return null the second time
+    std::unique_ptr<StopApplicationEvent> takePreparedStop();
+    /// @}
 
     static unsigned long next_id;
 
@@ -177,8 +188,9 @@ private:
     Application* parent_ = nullptr;
     std::set<TAVO_VIRTUAL_KEY> keys_;
     /// Made before a browser window is asked for: giving it back must not need memory.
-    std::unique_ptr<ReleaseWindowNotification> releaseNotice_;
     bool releaseAnswer_ = false;
+    std::unique_ptr<ReleaseWindowNotification> releaseNotice_;
+    std::unique_ptr<StopApplicationEvent> stop_;
     std::unique_ptr<Application> next_;  ///< in the list of those that wait for their end
 };
 

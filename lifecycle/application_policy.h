@@ -16,7 +16,7 @@ public:
     /// Asked before each window. @return whether it may be created
     virtual bool requestNewWindow() = 0;
 
-    /// Told once for every window that goes.
+    /// Called once for every window that goes.
     virtual void releaseWindow() = 0;
 };
 

@@ -22,11 +22,11 @@ CallScope::CallScope()
 
 CallScope::~CallScope()
 {
-    if (--depth > 0)
-        return;
-    // An application's memory may be the last to hold a table; nothing calls out from there.
-    while (!retired.empty())
+    // An application's memory may be the last to hold a table; nothing calls out from there. The
+    // scopes of the applications that are freed stand inside this one: there is no recursion.
+    while (depth == 1 && !retired.empty())
         retired.pop();
+    --depth;
 }
 
 void CallScope::retire(Application* application)

@@ -202,7 +202,7 @@ void Window::dropFromBooks(Application* application)
         setRunningApplication(nullptr);
 }
 
-bool Window::releaseTavoWindow(Application* application)
+bool Window::unlinkTavoWindow(Application* application)
 {
     TAVO_VestaWindow* const tavoWindow = application->getTavoWindow();
     const auto entry = shown_.find(tavoWindow);
@@ -247,6 +247,8 @@ void Window::leaveApplicationsBehind()
         if (!application->isOwnedByWindow()) {
             applications_.pop_back();
             application->loseWindow();
+        } else if (application->isStopNoticeWanted()) {
+            notifyStop(application, false);  // its end does not come so far any more
         } else if (manager_ && applicationExists(application)) {
             leaveBehind(application);
         } else {
@@ -262,7 +264,7 @@ void Window::leaveApplicationsBehind()
 /// Hands an application to the window manager; its browser window is not wanted any more.
 void Window::leaveBehind(Application* application)
 {
-    releaseTavoWindow(application);
+    unlinkTavoWindow(application);
     dropFromBooks(application);
     application->loseWindow();
     manager_->adoptOrphan(application);

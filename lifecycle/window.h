@@ -74,9 +74,12 @@ public:
     /// @return false for a null table
     virtual bool setAIT(const ref_ptr<AIT>& ait);
 
-    /// How often the table in force was replaced or became stale: whoever calls out while acting on
-    /// a table compares it, and gives way where it has changed.
-    unsigned long getTableChanges() const { return tableChanges_; }
+    /// How often setAIT() was called: whoever announces a table compares it afterwards, and gives
+    /// way where another one came meanwhile.
+    unsigned long getTablesSet() const { return tablesSet_; }
+
+    /// Whether all that the table in force asked for was done; not so where memory ran out.
+    bool isTableActedOn() const { return tableActedOn_; }
 
     /// Acts on the table in force: keeps, adopts or replaces the running application, or starts
     /// the first AUTOSTART application. @return false when there was nothing to act on
@@ -218,7 +221,7 @@ public:
     /// An application is shown no longer: its browser window leads to this window no more, unless
     /// another application was given the same one meanwhile.
     /// @return whether none was, so that the browser window is to be given back
-    bool releaseTavoWindow(Application* application);
+    bool unlinkTavoWindow(Application* application);
 
 private:
     /// How an application ends: what shutdownApplication() takes.
@@ -261,7 +264,7 @@ private:
     void settleRunningApplication(Application* successor);
     void abortStart(Application* application);
     void run(Application* application);
-    void endDisplaced(unsigned long id);
+    Application* displace(TAVO_VestaWindow* tavoWindow);
 
     bool handleFailedStart(Application* application);
     void showLoadedApplication(Application* application);
@@ -284,7 +287,9 @@ private:
     ref_ptr<AIT> previousAIT_;
     ref_ptr<AIT> assemblyAIT_;
     ref_ptr<AIT> broadcastAIT_;
-    unsigned long tableChanges_ = 0;
+    unsigned long tablesSet_ = 0;
+    unsigned long tableChanges_ = 0;  ///< of the one in force, by whatever cause
+    bool tableActedOn_ = true;
     Application* runningApplication_ = nullptr;
     Application* pendingApplication_ = nullptr;
     State state_ = IDLE;

@@ -17,6 +17,7 @@ const char module[] = "Window";
 bool Window::setAIT(const ref_ptr<AIT>& ait)
 {
     ++tableChanges_;
+    ++tablesSet_;
     if (!ait) {
         if (ait_)
             ait_->setStale(true);
@@ -43,6 +44,9 @@ void Window::scheduleReactivateAIT(bool restoreBroadcastAIT)
 bool Window::activateAIT()
 {
     const Hold hold(this);
+    const ref_ptr<AIT> table(ait_);  // whoever is called may put another one in force
+    tableActedOn_ = true;
+    const AtFailure remember([this] { tableActedOn_ = false; });
     switch (state_) {
     case RUNNING:
         return activateForRunningApplication();

@@ -1,6 +1,7 @@
 // What the browser reports of an application's pages.
 
 #include "foundation/logging.h"
+#include "foundation/out_of_memory.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "security/application_domain.h"
@@ -66,7 +67,7 @@ void Window::showLoadedApplication(Application* application)
     log(LOG, module, "Initial page of application successfully loaded.");
     application->setInitialPageLoaded();
     if (application->isVisible())
-        application->show();
+        guarded([application] { application->show(); });
     Application* const parent = application->getParent();
     if (applicationExists(parent)) {
         log(LOG, module, "Shutting down parent application");

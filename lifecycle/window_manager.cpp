@@ -54,14 +54,9 @@ Window* WindowManager::createWindow()
     log(LOG, module, "WindowManager::createWindow()");
     if (!policy_->requestNewWindow())
         return nullptr;
-    bool isCreated = false;
-    const AtExit release([&] {
-        if (!isCreated)
-            policy_->releaseWindow();
-    });
+    const AtFailure release([this] { policy_->releaseWindow(); });
     auto window = std::make_unique<Window>(this);
     windows_.push_back(window.get());
-    isCreated = true;
     return window.release();
 }
 

@@ -1,5 +1,7 @@
 // How an application of a window ends.
 
+#include <memory>
+
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "foundation/out_of_memory.h"
@@ -56,13 +58,19 @@ bool Window::queueShutdown(Application* application, bool reactivate, bool notif
     ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
     if (!queue)
         return false;
-    queue->add(new StopApplicationEvent(this, application, reactivate, notify));
+    auto stop = application->takePreparedStop();
+    if (!stop)
+        stop = std::make_unique<StopApplicationEvent>(this, application, reactivate, notify);
+    stop->setFlags(reactivate, notify);
+    queue->add(stop.release());
     return true;
 }
 
 void Window::endNow(Application* application, bool reactivate, bool notify)
 {
     application->setEnding();  // what is called below may ask for the same end
+    if (notify)
+        application->wantStopNotice();
     if (applicationExists(application->getParent()))
         shutdown(application->getParent(), atOnce);
     if (!isMember(application))
@@ -77,7 +85,7 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
     const unsigned long tables = tableChanges_;
     bool reactivateNow = reactivate && application->isBroadcastRelated() && !pendingApplication_ &&
                          !runningApplication_;
-    if (notify || application->isStopNoticeWanted())
+    if (application->isStopNoticeWanted())
         reactivateNow = notifyStop(application, reactivateNow);
     destroyApplication(application);
     // A listener may have put another table in force, which was activated then.
@@ -91,6 +99,7 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
 /// @return whether the table is to be activated again, after the listeners had their say
 bool Window::notifyStop(Application* application, bool reactivateNow)
 {
+    application->wantStopNotice(false);
     int reactivateAIT = reactivateNow ? 1 : 0;
     guarded([&] {
         const std::string url = application->getURL().getFullUrl();

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "foundation/at_exit.h"
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "foundation/threadsafe_event_queue.h"
@@ -167,6 +168,9 @@ Application* Window::makePending(const HbbTVURL& url, AITApplication* entry, uns
         CallScope::retire(application.release());  // no window's yet, whatever the listeners did
         return nullptr;
     }
+    application->prepareStop(
+        std::make_unique<StopApplicationEvent>(this, application.get(), false, true));
+    // From here on nothing fails: the event of a start ends its application when it goes.
     auto start = std::make_unique<StartApplicationEvent>(this, application.get());
     setPendingApplication(application.get());
     queue->add(start.release());
@@ -176,6 +180,7 @@ Application* Window::makePending(const HbbTVURL& url, AITApplication* entry, uns
 void Window::startPendingApplication(Application* application)
 {
     const Hold hold(this);
+    const AtFailure remember([this] { tableActedOn_ = false; });
     if (!isPendingApplication(application)) {
         log(WARN, module,
             "startPendingApplication: application does not matching pending application, "
@@ -195,11 +200,11 @@ void Window::startPendingApplication(Application* application)
         return;
     }
     const bool isInitialized = application->init() && application->getTavoWindow();
-    if (!isInitialized) {
+    if (isSuperseded()) {
+        destroyApplication(application);
+    } else if (!isInitialized) {
         log(WARN, module, "startPendingApplication(): Failed to initialize application.");
         abortStart(application);
-    } else if (isSuperseded()) {
-        destroyApplication(application);
     } else if (!released_) {
         run(application);
     }
@@ -236,38 +241,42 @@ void Window::abortStart(Application* application)
 
 void Window::run(Application* application)
 {
-    const auto shown = shown_.find(application->getTavoWindow());
-    const bool isTaken = shown != shown_.end() && shown->second;
-    const unsigned long displacedId = isTaken ? shown->second->getID() : 0;
+    const AtFailure giveUp([this, application] { destroyApplication(application); });
+    Application* const displaced = displace(application->getTavoWindow());
     registerApplication(application);
     if (manager_)
         manager_->registerTavoWindow(application->getTavoWindow(), this);
     setRunningApplication(application);
     if (manager_)
         manager_->registerApplication(application);
-    application->loadInitialPage();
-    endDisplaced(displacedId);
+    if (displaced)
+        endNow(displaced, false, true);
+    if (application == runningApplication_ && !released_)
+        application->loadInitialPage();
 }
 
-/// A listener gave the browser window of another application: what it showed ends, and the browser
-/// window stays with the newcomer.
-/// @param id of the former application; 0 when there was none
-void Window::endDisplaced(unsigned long id)
+/// A listener gave a browser window in which another application is shown: what it shows ends, and
+/// the newcomer will give the browser window back.
+/// @return the one that is to end; null when there is none
+Application* Window::displace(TAVO_VestaWindow* tavoWindow)
 {
-    Application* const displaced = id ? findApplication(id) : nullptr;
-    if (displaced && !applicationExists(displaced) && !displaced->isEnding())
-        endNow(displaced, false, true);
+    const auto shown = shown_.find(tavoWindow);
+    Application* const displaced = shown == shown_.end() ? nullptr : shown->second;
+    if (!displaced)
+        return nullptr;
+    displaced->forfeitTavoWindow();
+    return displaced->isEnding() ? nullptr : displaced;
 }
 
 bool Window::tryRestoreParentApplication(Application* application)
 {
     const Hold hold(this);
     Application* const parent = application ? application->getParent() : nullptr;
-    if (!applicationExists(parent))
+    if (!applicationExists(parent) || parent->isEnding())
         return false;
     const Application* const formerlyRunning = runningApplication_;
     call_application_load_error_listener(application);
-    if (!applicationExists(parent))
+    if (!applicationExists(parent) || parent->isEnding())
         return false;                            // the scripts' plugin ended it in return
     if (runningApplication_ == formerlyRunning)  // else it started another in return
         runAgain(parent);

@@ -237,6 +237,41 @@ TEST_F(NewestTable, IsNotReplacedByTheServicesWhereItComesInTheStopOfAnApplicati
     EXPECT_EQ(runningURL(), "http://a.example/xml");
 }
 
+TEST_F(NewestTable, ComesInForceAlsoWhereTheFormerOneIsActivatedAgainWhileItIsAnnounced)
+{
+    startApplication(httpApplication(1, 9), 0);
+    sendXMLAIT({httpApplication(1, 9), httpApplication(5, 6, "xml")});
+    tickAll();
+    ASSERT_TRUE(window()->getAIT()->isXMLBased());
+    once(HBBTV_NOTIFICATION_AIT_UPDATE, [this] { window()->scheduleReactivateAIT(true); });
+    sendAIT(tableOf(1));
+    tickAll();
+    EXPECT_EQ(window()->getAIT()->getVersion(), 1);
+}
+
+TEST_F(NewestTable, MayComeTwiceWhileTheBrowserIsAskedForThePageOfAnXMLStart)
+{
+    sendXMLAIT({httpApplication(5, 6, "xml")});
+    tickAll();
+    ASSERT_EQ(runningURL(), "http://a.example/xml");
+    // Nobody but the window counts the table that is activated.
+    window()->setAIT(broadcastTable(AITSection().version(1).add(httpApplication(5, 6, "xml"))));
+    browser().loadingURL = "http://a.example/xml";
+    bool isFirst = true;
+    browser().whileIn["ve_get_loading_url"] = [&] {
+        if (!std::exchange(isFirst, false))
+            return;
+        for (const unsigned version : {2u, 3u, 4u}) {
+            sendAIT(tableOf(static_cast<uint8_t>(version)));
+            tickAll();
+        }
+    };
+    window()->activateAIT();
+    tickAll();
+    EXPECT_FALSE(isFirst);
+    EXPECT_EQ(window()->getAIT()->getVersion(), 4);
+}
+
 /// Where a table may come from inside of. A number is a notification's type.
 class NestedTables : public NewestTable, public ::testing::WithParamInterface<std::string> {
 protected:

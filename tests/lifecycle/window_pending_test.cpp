@@ -1,5 +1,7 @@
 // How a pending application becomes the running one.
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "foundation/configuration_manager.h"
@@ -389,9 +391,9 @@ TEST_F(WindowPending, ABrowserWindowThatIsGivenOnceMoreEndsWhoWasShownThere)
     EXPECT_EQ(window()->getApplication(browser().window(1)), child);
     EXPECT_EQ(child->getParent(), nullptr);
     EXPECT_EQ(window()->getApplications(), std::vector<Application*>({child}));
-    EXPECT_EQ(journal(), Lines({"REQUEST w1", "ve_clear_history(w1)",
-                                "ve_open_url(w1, http://a.example/child)",
-                                "STOP 0.0 independent reactivate=0 http://a.example/parent"}));
+    EXPECT_EQ(journal(),
+              Lines({"REQUEST w1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "ve_clear_history(w1)", "ve_open_url(w1, http://a.example/child)"}));
 
     finishLoading();
     forget();
@@ -532,6 +534,81 @@ TEST_F(WindowPending, AListenerMayEndTheNewcomerWhenItHearsThatTheFormerOneEnded
     EXPECT_EQ(running(), nullptr);
     EXPECT_TRUE(window()->getApplications().empty());
     EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
+TEST_F(WindowPending, ABrowserWindowIsGivenBackOnceWhateverTheBrowserDoesWhenItOpensThePage)
+{
+    const std::function<void()> endings[] = {
+        [this] { window()->terminateRunningApplication(true); },
+        [] { vesta_hbbtv_shutdown(); },
+    };
+    for (const auto& end : endings) {
+        run("http://a.example/parent");
+        createChild("child");
+        listener().nextWindows = {1};
+        browser().whileIn["ve_open_url"] = [&end] { end(); };
+        forget();
+        tickAll();
+        browser().whileIn.clear();
+        const Lines lines = journal();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), "RELEASE w1"), 1);
+        EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                             "STOP 0.0 independent reactivate=0 http://a.example/parent"),
+                  1);
+        EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                             "STOP 0.0 independent reactivate=0 http://a.example/child"),
+                  1);
+    }
+}
+
+TEST_F(WindowPending, AStartThatIsDeclinedLeavesTheOneThatWasStartedMeanwhileAlone)
+{
+    run("http://a.example/parent");
+    Application* const parent = running();
+    createChild("declined");
+    bool isFirst = true;
+    listener().onNotification[HBBTV_NOTIFICATION_REQUEST_WINDOW] = [&](auto* data) {
+        if (!std::exchange(isFirst, false))
+            return;
+        void* id = nullptr;
+        native_ApplicationCreateApplication("last", 1, idOf(parent), &id);
+        tickAll();
+        data->window.success = 0;
+    };
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/last");
+    EXPECT_EQ(running()->getParent(), parent);
+    EXPECT_EQ(window()->getApplications().size(), 2u);
+}
+
+TEST_F(WindowPending, ThousandsThatWereSupersededEndWithoutRecursion)
+{
+    run("http://a.example/parent");
+    const int children = 5000;
+    for (int child = 0; child < children; ++child)
+        createChild("child");
+    vesta_hbbtv_release_window(window());
+    EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
+TEST_F(WindowPending, AParentThatIsEndingIsNotRestored)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    tickAll();
+    static bool isFirst;
+    isFirst = true;
+    native_ApplicationManagerSetAppDestroyedListener([](void*) {
+        if (!std::exchange(isFirst, false))
+            return;
+        TavoVestaEventData data = {};
+        vesta_hbbtv_handle_notification(browser().handle(), browser().window(2),
+                                        TAVO_VESTA_EVT_LOADING_FAILED, &data, nullptr);
+    });
+    window()->shutdownApplication(window()->getApplication(browser().window(1)), true, false, true);
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/child");
 }
 
 }  // namespace

@@ -364,7 +364,8 @@ TEST_F(WindowShutdown, AChildThatGoesWithAllWindowsInItsParentsEndIsToldOnce)
     EXPECT_TRUE(shutdownNow(running()));
     EXPECT_EQ(journal(),
               Lines({"destroyed 1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
-                     "RELEASE w2", "RELEASE w1", "destroyed 2"}));
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w2",
+                     "RELEASE w1", "destroyed 2"}));
 }
 
 TEST_F(WindowShutdown, AParentThatEndsWithItsChildBringsNothingBack)

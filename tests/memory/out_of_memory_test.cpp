@@ -38,13 +38,16 @@ FakeBrowser& browser()
 bool isFileRead = false;
 char fileBytes[] = "bytes of the file";
 
-// A listener that gives the one browser window to everybody.
+// A listener that gives one browser window to everybody, unless a test wants one for each.
 bool isWindowInUse = false;
+bool windowsAreShared = true;
+long windowsGiven = 0;
 
 HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 {
     if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
-        *data->window.tavoWindow = browser().window(1);
+        ++windowsGiven;
+        *data->window.tavoWindow = browser().window(windowsAreShared ? 1 : 1 + windowsGiven % 8);
         data->window.success = 1;
         isWindowInUse = true;
     } else if (type == HBBTV_NOTIFICATION_RELEASE_WINDOW) {
@@ -587,21 +590,51 @@ TEST_F(OutOfMemoryReport, IsAnErrLine)
     expectUsable();
 }
 
-TEST_F(OutOfMemoryReport, ATableIsTakenWhenItComesAgain)
+TEST_F(OutOfMemoryReport, ATableIsTakenWhenItComesAgainAndItsApplicationRuns)
+{
+    const long endless = 2000;
+    for (const int ticks : {1, 2}) {
+        long failures = 1;
+        for (long number = 1; number < endless && failures > 0; ++number) {
+            start();
+            sendTable(0, 1);
+            FailingMemory::fail(number, false);
+            for (int tick = 0; tick < ticks; ++tick)
+                vesta_hbbtv_tick();
+            failures = FailingMemory::stop();
+            sendTable(0, 1);
+            tickAll();
+            ASSERT_NE(broadcastWindow()->getAIT(), nullptr) << "allocation " << number;
+            EXPECT_EQ(broadcastWindow()->getAIT()->getNumApplications(), 2u)
+                << "allocation " << number;
+            EXPECT_NE(running(), nullptr) << "allocation " << number;
+            EXPECT_EQ(broadcastWindow()->getApplications().size(), 1u) << "allocation " << number;
+            vesta_hbbtv_shutdown();
+        }
+    }
+}
+
+TEST_F(OutOfMemoryReport, AParentEndsAlsoWhereThereIsNoneWhenItsChildHasLoaded)
 {
     const long endless = 2000;
     long failures = 1;
     for (long number = 1; number < endless && failures > 0; ++number) {
         start();
-        sendTable(0, 1);
-        FailingMemory::fail(number, false);
-        vesta_hbbtv_tick();
-        failures = FailingMemory::stop();
-        sendTable(0, 1);
+        windowsAreShared = false;
+        vesta_hbbtv_send_event(E_START_BROADCAST_INDEPENDENT_APPLICATION, longUrl());
         tickAll();
-        ASSERT_NE(broadcastWindow()->getAIT(), nullptr) << "allocation " << number;
-        EXPECT_EQ(broadcastWindow()->getAIT()->getNumApplications(), 2u) << "allocation " << number;
+        void* created = nullptr;
+        native_ApplicationCreateApplication("http://b.example/child", 1, runningId(), &created);
+        tickAll();
+        Window* const window = broadcastWindow();
+        ASSERT_EQ(window->getApplications().size(), 2u);
+        FailingMemory::fail(number, false);
+        window->reportLoadSuccess(running()->getTavoWindow());
+        failures = FailingMemory::stop();
+        tickAll();
+        EXPECT_EQ(window->getApplications().size(), 1u) << "allocation " << number;
         vesta_hbbtv_shutdown();
+        windowsAreShared = true;
     }
 }
 
@@ -622,6 +655,9 @@ TEST_F(OutOfMemoryReport, EveryFunctionAnswersItsError)
     EXPECT_EQ(failing([&] { return native_KeySetSetValue(id, 1, &number); }), VEIF_RETURN_ERROR);
     EXPECT_EQ(failing([&] { return native_ApplicationHide(id); }), VEIF_RETURN_ERROR);
     EXPECT_EQ(failing([&] { return native_ApplicationShow(id); }), VEIF_RETURN_ERROR);
+    FailingMemory::fail(1, true);
+    EXPECT_EQ(native_ApplicationDestroyApplication(id), VEIF_RETURN_OK) << "the end is prepared";
+    EXPECT_EQ(FailingMemory::stop(), 0);
     EXPECT_EQ(failing([&] { return native_ApplicationDestroyApplication(id); }), VEIF_RETURN_ERROR);
     const char* const page = "http://a.example/a/page/that/no/string/holds/in/place";
     EXPECT_EQ(failing([&] { return native_ApplicationCreateApplication(page, 1, id, &created); }),
