@@ -24,7 +24,7 @@ FileView viewOf(const CarouselModule& module, const BiopObject& object)
     view.size = object.contentSize;
     view.contentType = object.contentType;
     if (view.size != 0)
-        view.data = view.owner->data() + object.contentOffset;
+        view.data = view.owner.get() + object.contentOffset;
     return view;
 }
 

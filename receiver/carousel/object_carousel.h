@@ -22,7 +22,7 @@ namespace receiver {
 
 /// The bytes of a file. They stay as they are while the view lives, whatever the carousel does.
 struct FileView {
-    std::shared_ptr<const std::vector<unsigned char>> owner;
+    std::shared_ptr<const unsigned char[]> owner;
     const unsigned char* data = nullptr;  ///< null for an empty file
     size_t size = 0;
     std::string contentType;  ///< as signalled; empty when it is not
