@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -46,13 +47,19 @@ private:
 /// What is left of the limits for all carousels of a service.
 struct CarouselBudget {
     explicit CarouselBudget(const CarouselLimits& limits)
-        : memory(limits.memory), modules(limits.modules), infoIndications(limits.infoIndications)
+        : memory(limits.memory), earlyBlocks(limits.memory / 2), modules(limits.modules),
+          infoIndications(limits.infoIndications)
     {
     }
 
-    Budget memory;  ///< bytes
+    Budget memory;       ///< bytes
+    Budget earlyBlocks;  ///< bytes of the memory, of blocks that nothing has announced
     Budget modules;
     Budget infoIndications;
+
+    /// Asked for so many bytes when a module needs more than is left; makes what nothing needs yet
+    /// give way. Null where one carousel has the budget for itself.
+    std::function<void(size_t bytes)> makeRoom;
 };
 
 /// Assembles one version of a module and unpacks it. Reports a refusal once, through its result.
