@@ -1,5 +1,6 @@
 // How an ObjectCarousel finds what it has received: references, paths and listings.
 #include <algorithm>
+#include <deque>
 #include <set>
 #include <utility>
 
@@ -24,7 +25,7 @@ FileView viewOf(const CarouselModule& module, const BiopObject& object)
     view.size = object.contentSize;
     view.contentType = object.contentType;
     if (view.size != 0)
-        view.data = view.owner->data() + object.contentOffset;
+        view.data = view.owner.get() + object.contentOffset;
     return view;
 }
 
@@ -52,11 +53,16 @@ struct ObjectCarousel::Resolution {
     }
 };
 
-// A directory on the way, and its path with a "/" at the end.
+// A directory on the way, with its name in the one above: whole paths of all of them would take
+// more than the carousel.
 struct ObjectCarousel::Place {
-    std::string path;
+    const Place* above;
+    const std::string* name;
     size_t depth;
     const BiopObject* directory;
+
+    // With a "/" at the end, unless it is the root.
+    std::string path() const { return above ? above->path() + *name + "/" : ""; }
 };
 
 // Sets the result when there is no such module. A reference without a transaction id leaves open
@@ -149,16 +155,18 @@ CarouselListing ObjectCarousel::list() const
     if (!root.object)
         return listing;
     std::set<const BiopObject*> entered = {root.object};
-    std::vector<Place> toDo = {{"", 0, root.object}};
+    std::deque<Place> places = {{nullptr, nullptr, 0, root.object}};  // they stay where they are
+    std::vector<const Place*> toDo = {&places.front()};
     while (!toDo.empty()) {
-        const Place place = std::move(toDo.back());
+        const Place& place = *toDo.back();
         toDo.pop_back();
-        std::vector<Place> below;
+        const std::string placePath = place.path();
+        std::vector<const Place*> below;
         for (const Binding& binding : place.directory->bindings) {
-            const std::string path = place.path + binding.name;
+            const std::string path = placePath + binding.name;
             const Resolution found = resolve(binding.target);
-            const size_t listed =
-                listing.files.size() + listing.missing.size() + listing.boundTwice.size();
+            const size_t listed = listing.files.size() + listing.missing.size() +
+                                  listing.boundTwice.size() + places.size() - 1;
             const bool isPlace = found.object && isDirectory(*found.object);
             if (path.size() > longestListedPath || listed >= limits_.listedFiles ||
                 (isPlace && place.depth >= limits_.directoryDepth))
@@ -168,7 +176,8 @@ CarouselListing ObjectCarousel::list() const
             else if (!isPlace)
                 listObject(path, found, listing);
             else if (entered.insert(found.object).second)
-                below.push_back({path + "/", place.depth + 1, found.object});
+                below.push_back(&places.emplace_back(
+                    Place{&place, &binding.name, place.depth + 1, found.object}));
             else
                 listing.boundTwice.push_back(path);
         }
@@ -211,8 +220,10 @@ void ObjectCarousel::noteReference(const ObjectReference& reference)
 
 void ObjectCarousel::noteReference(uint16_t associationTag)
 {
-    if (references_.insert(associationTag).second)
-        newReferences_.push_back(associationTag);
+    if (references_[associationTag])
+        return;
+    references_[associationTag] = true;
+    newReferences_.push_back(associationTag);
 }
 
 void ObjectCarousel::noteReferences(const CarouselModule& module)
@@ -234,8 +245,9 @@ std::vector<uint16_t> ObjectCarousel::takeNewReferences()
 std::set<uint16_t> ObjectCarousel::wantedAssociationTags() const
 {
     std::set<uint16_t> wanted;
-    for (const uint16_t tag : references_) {
-        if (fedTags_.count(streamOf(tag)) == 0)
+    for (size_t index = 0; index < references_.size(); ++index) {
+        const auto tag = static_cast<uint16_t>(index);
+        if (references_[tag] && fedTags_.count(streamOf(tag)) == 0)
             wanted.insert(tag);
     }
     return wanted;

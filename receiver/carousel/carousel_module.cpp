@@ -10,6 +10,7 @@ namespace {
 
 constexpr size_t mostBlocks = 65536;  // blockNumber has 16 bits
 constexpr uint8_t deflateMethod = 8;  // RFC 1950, 2.2
+constexpr size_t bestRatio = 1032;    // 258 bytes for two bits, RFC 1951, 3.2.5
 
 std::string limitText(const char* what, size_t size, size_t limit)
 {
@@ -18,16 +19,16 @@ std::string limitText(const char* what, size_t size, size_t limit)
 }
 
 // Unpacks into exactly the bytes that were announced, so that a bomb has nowhere to expand to.
-bool inflateExactly(const std::vector<unsigned char>& packed, std::vector<unsigned char>& unpacked)
+bool inflateExactly(const unsigned char* packed, size_t packedSize, unsigned char* unpacked,
+                    size_t unpackedSize)
 {
     z_stream stream{};
     if (inflateInit(&stream) != Z_OK)
         return false;
-    unsigned char nowhere = 0;  // zlib wants an address even for no bytes
-    stream.next_in = const_cast<unsigned char*>(packed.data());  // NOLINT: zlib only reads it
-    stream.avail_in = static_cast<uInt>(packed.size());
-    stream.next_out = unpacked.empty() ? &nowhere : unpacked.data();
-    stream.avail_out = static_cast<uInt>(unpacked.size());
+    stream.next_in = const_cast<unsigned char*>(packed);  // NOLINT: zlib only reads it
+    stream.avail_in = static_cast<uInt>(packedSize);
+    stream.next_out = unpacked;
+    stream.avail_out = static_cast<uInt>(unpackedSize);
     const int result = inflate(&stream, Z_FINISH);
     const bool exact = result == Z_STREAM_END && stream.avail_out == 0;
     inflateEnd(&stream);
@@ -67,6 +68,9 @@ void CarouselModule::checkAnnouncement(const CarouselLimits& limits)
         refuse("its compression method is unknown");
     else if (module.size == 0)
         refuse("it is empty");
+    else if (module.compressed && module.originalSize > bestRatio * module.size)
+        refuse("its " + std::to_string(module.size) + " bytes cannot unpack to " +
+               std::to_string(module.originalSize));
     else if (blockSize_ == 0)
         refuse("its blocks have no size");
     else if (blocksNeeded() > mostBlocks)
@@ -100,8 +104,7 @@ bool CarouselModule::addBlock(const DataBlock& block)
     blockIsThere_[block.blockNumber] = true;
     ++blocksReceived_;
     const size_t start = static_cast<size_t>(block.blockNumber) * blockSize_;
-    std::copy_n(block.data.data(), block.data.remaining(),
-                received_.begin() + static_cast<std::ptrdiff_t>(start));
+    std::copy_n(block.data.data(), block.data.remaining(), received_.get() + start);
     if (blocksReceived_ < blocksNeeded())
         return false;
     complete();
@@ -123,7 +126,7 @@ bool CarouselModule::beginReceiving()
 {
     if (!takeMemory(announcement_.size))
         return false;
-    received_.resize(announcement_.size);
+    received_.reset(new unsigned char[announcement_.size]);
     blockIsThere_.resize(blocksNeeded());
     return true;
 }
@@ -135,8 +138,8 @@ void CarouselModule::complete()
         if (!failure.empty())
             return refuse(failure);
     }
-    content_ = std::make_shared<const std::vector<unsigned char>>(std::move(received_));
-    received_ = {};
+    content_ = std::move(received_);
+    std::exchange(blockIsThere_, {});
     state_ = State::Complete;
     readObjects();
 }
@@ -147,17 +150,23 @@ std::string CarouselModule::unpack()
     if (!memory_.take(announcement_.originalSize))
         return limitText("with it the carousels take", memory_.used() + announcement_.originalSize,
                          memory_.limit());
-    std::vector<unsigned char> unpacked(announcement_.originalSize);
-    const bool exact = inflateExactly(received_, unpacked);
-    memory_.giveBack(received_.size());
+    std::unique_ptr<unsigned char[]> unpacked(new unsigned char[announcement_.originalSize]);
+    const bool exact = inflateExactly(received_.get(), announcement_.size, unpacked.get(),
+                                      announcement_.originalSize);
+    memory_.giveBack(announcement_.size);
     memoryTaken_ = announcement_.originalSize;
     received_ = std::move(unpacked);
     return exact ? "" : "it does not unpack to the bytes announced";
 }
 
+size_t CarouselModule::contentSize() const
+{
+    return announcement_.compressed ? announcement_.originalSize : announcement_.size;
+}
+
 void CarouselModule::readObjects()
 {
-    BiopModule result = readBiopModule(content_->data(), content_->size(), memory_.available());
+    BiopModule result = readBiopModule(content_.get(), contentSize(), memory_.available());
     if (result.overBudget || !takeMemory(result.memory))
         return refuse("its objects do not fit into the carousels' " +
                       std::to_string(memory_.limit()) + " bytes");
@@ -182,8 +191,8 @@ void CarouselModule::refuse(const std::string& reason)
 {
     state_ = State::Refused;
     problem_ = reason;
-    received_ = {};
-    blockIsThere_ = {};
+    received_.reset();
+    std::exchange(blockIsThere_, {});  // "= {}" would keep its bytes
     objects_.clear();
     content_.reset();
     memory_.giveBack(memoryTaken_);

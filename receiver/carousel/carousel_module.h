@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -46,13 +47,19 @@ private:
 /// What is left of the limits for all carousels of a service.
 struct CarouselBudget {
     explicit CarouselBudget(const CarouselLimits& limits)
-        : memory(limits.memory), modules(limits.modules), infoIndications(limits.infoIndications)
+        : memory(limits.memory), earlyBlocks(limits.memory / 2), modules(limits.modules),
+          infoIndications(limits.infoIndications)
     {
     }
 
-    Budget memory;  ///< bytes
+    Budget memory;       ///< bytes
+    Budget earlyBlocks;  ///< bytes of the memory, of blocks that nothing has announced
     Budget modules;
     Budget infoIndications;
+
+    /// Asked for so many bytes when a module needs more than is left; makes what nothing needs yet
+    /// give way. Null where one carousel has the budget for itself.
+    std::function<void(size_t bytes)> makeRoom;
 };
 
 /// Assembles one version of a module and unpacks it. Reports a refusal once, through its result.
@@ -86,7 +93,7 @@ public:
     size_t blocksNeeded() const;
 
     /// The bytes of a complete module, unpacked; readers may keep them beyond the module's life.
-    const std::shared_ptr<const std::vector<unsigned char>>& content() const { return content_; }
+    const std::shared_ptr<const unsigned char[]>& content() const { return content_; }
 
     /// @return the object, or null; valid while the module lives
     const BiopObject* findObject(const std::string& key) const;
@@ -101,6 +108,7 @@ private:
     void complete();
     std::string unpack();
     void readObjects();
+    size_t contentSize() const;
     bool takeMemory(size_t bytes);
     void refuse(const std::string& reason);
 
@@ -111,10 +119,12 @@ private:
     size_t memoryTaken_ = 0;
     State state_ = State::Incomplete;
     std::string problem_;
-    std::vector<unsigned char> received_;
+    // Its pages are the system's until blocks are written to them: one block of a big module costs
+    // little. Read once all blocks are there.
+    std::unique_ptr<unsigned char[]> received_;
     std::vector<bool> blockIsThere_;
     size_t blocksReceived_ = 0;
-    std::shared_ptr<const std::vector<unsigned char>> content_;
+    std::shared_ptr<const unsigned char[]> content_;
     std::map<std::string, BiopObject> objects_;
 };
 

@@ -9,6 +9,7 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/folder_place.h"
+#include "receiver/text/printable.h"
 #include "security/sha256.h"
 
 namespace receiver {
@@ -42,6 +43,17 @@ template <typename Number>
 Json numberOrNull(const std::optional<Number>& number)
 {
     return number ? Json(*number) : Json(nullptr);
+}
+
+/// The JSON, indented, with escapes for what a terminal would obey in names.
+std::string pageOf(const Json& json)
+{
+    // Names of the air need not be UTF-8.
+    std::istringstream lines(json.dump(2, ' ', false, Json::error_handler_t::replace));
+    std::string page;
+    for (std::string line; std::getline(lines, line);)
+        page += printableJson(line) + "\n";
+    return page;
 }
 
 class Extraction {
@@ -81,8 +93,10 @@ void Extraction::write(const CarouselFile& file)
 {
     const fs::path place = placeInFolder(fs::path(folder_) / tag_, file.path);
     if (place.empty() ||
-        !writeFile(place, reinterpret_cast<const char*>(file.file.data), file.file.size))
-        return notWritten(file.path);
+        !writeFile(place, reinterpret_cast<const char*>(file.file.data), file.file.size)) {
+        notWritten(file.path);
+        return note({file.path, "it could not be written", file.moduleId, file.moduleVersion});
+    }
     ++written_;
     index_.push_back({{"path", tag_ + "/" + file.path},
                       {"size", file.file.size},
@@ -147,8 +161,7 @@ void Extraction::notWritten(const std::string& path)
 bool Extraction::finish()
 {
     const std::string name = "index.json";
-    // Names of the air need not be UTF-8.
-    const std::string text = index_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    const std::string text = pageOf(index_);
     if (!writeFile(fs::path(folder_) / name, text.data(), text.size()))
         notWritten(name);
     log_.report(Source::Receiver, "extracted",

@@ -17,6 +17,12 @@ uint16_t identificationOf(uint32_t transactionId)
     return static_cast<uint16_t>(transactionId & 0xFFFE);
 }
 
+uint16_t streamOf(const AssociationTags& streamTags, uint16_t associationTag)
+{
+    const auto found = streamTags.find(associationTag);
+    return found == streamTags.end() ? associationTag : found->second;
+}
+
 bool isSameReference(const ObjectReference& left, const ObjectReference& right)
 {
     return left.unresolvableReason == right.unresolvableReason &&
@@ -30,7 +36,8 @@ bool isSameReference(const ObjectReference& left, const ObjectReference& right)
 ObjectCarousel::ObjectCarousel(const CarouselLimits& limits, MessageHandler handler,
                                std::shared_ptr<CarouselBudget> budget)
     : limits_(limits), handler_(std::move(handler)),
-      budget_(budget ? std::move(budget) : std::make_shared<CarouselBudget>(limits))
+      budget_(budget ? std::move(budget) : std::make_shared<CarouselBudget>(limits)),
+      streamTags_(std::make_shared<const AssociationTags>())
 {
 }
 
@@ -59,21 +66,25 @@ bool ObjectCarousel::feedSection(uint16_t associationTag, const unsigned char* s
     return false;
 }
 
-void ObjectCarousel::mapAssociationTag(uint16_t associationTag, uint16_t streamTag)
+void ObjectCarousel::mapAssociationTags(std::shared_ptr<const AssociationTags> streamTags)
 {
-    const auto [known, isNew] = streamTags_.emplace(associationTag, streamTag);
-    if (!isNew && known->second == streamTag)
+    const auto before = std::exchange(streamTags_, std::move(streamTags));
+    if (*before == *streamTags_)
         return;
-    known->second = streamTag;
-    if (references_.count(associationTag) != 0)
-        newReferences_.push_back(associationTag);  // it leads elsewhere now
     ++revision_;
+    AssociationTags either = *streamTags_;
+    either.insert(before->begin(), before->end());
+    for (const auto& entry : either) {
+        const uint16_t associationTag = entry.first;
+        if (references_[associationTag] &&
+            receiver::streamOf(*before, associationTag) != streamOf(associationTag))
+            newReferences_.push_back(associationTag);  // it leads elsewhere now
+    }
 }
 
 uint16_t ObjectCarousel::streamOf(uint16_t associationTag) const
 {
-    const auto found = streamTags_.find(associationTag);
-    return found == streamTags_.end() ? associationTag : found->second;
+    return receiver::streamOf(*streamTags_, associationTag);
 }
 
 bool ObjectCarousel::feedServerInitiate(uint16_t tag, const DownloadMessage& message)
@@ -219,9 +230,12 @@ void ObjectCarousel::addBlock(CarouselModule& module, const DataBlock& block)
     // What may never be announced gives way to what is.
     const ModuleAnnouncement& announcement = module.announcement();
     const size_t needed = 2 * size_t(announcement.size) + announcement.originalSize;
-    if (module.blocksReceived() == 0 && budget_->memory.available() < needed) {
-        blocksDropped_ += earlyBlocks_.size();
-        forgetEarlyBlocks();
+    const bool begins =
+        module.state() == CarouselModule::State::Incomplete && module.blocksReceived() == 0;
+    if (begins && budget_->memory.available() < needed) {
+        dropEarlyBlocks();
+        if (budget_->makeRoom)
+            budget_->makeRoom(needed);
     }
     if (module.addBlock(block))
         moduleChanged(module);
@@ -234,10 +248,11 @@ void ObjectCarousel::keepEarlyBlock(uint16_t tag, const DataBlock& block)
     const size_t bytes = block.data.remaining() + earlyBlockOverhead;
     if (block.data.empty() || earlyBlocks_.count(key) != 0)
         return;
-    if (earlyBytes_ + bytes > limits_.memory / 2 || !budget_->memory.take(bytes)) {
+    if (budget_->earlyBlocks.available() < bytes || !budget_->memory.take(bytes)) {
         ++blocksDropped_;
         return;
     }
+    budget_->earlyBlocks.take(bytes);
     earlyBytes_ += bytes;
     const unsigned char* const data = block.data.data();
     earlyBlocks_.emplace(key, std::vector<unsigned char>(data, data + block.data.remaining()));
@@ -253,6 +268,7 @@ void ObjectCarousel::useEarlyBlocks(const IndicationKey& key, const Indication& 
                std::get<1>(entry->first) == id) {
             const size_t bytes = entry->second.size() + earlyBlockOverhead;
             earlyBytes_ -= bytes;
+            budget_->earlyBlocks.giveBack(bytes);
             budget_->memory.giveBack(bytes);
             blocks.emplace_back(entry->first, std::move(entry->second));
             entry = earlyBlocks_.erase(entry);
@@ -270,8 +286,15 @@ void ObjectCarousel::useEarlyBlocks(const IndicationKey& key, const Indication& 
     }
 }
 
+void ObjectCarousel::dropEarlyBlocks()
+{
+    blocksDropped_ += earlyBlocks_.size();
+    forgetEarlyBlocks();
+}
+
 void ObjectCarousel::forgetEarlyBlocks()
 {
+    budget_->earlyBlocks.giveBack(earlyBytes_);
     budget_->memory.giveBack(earlyBytes_);
     earlyBytes_ = 0;
     earlyBlocks_.clear();
@@ -343,7 +366,7 @@ void ObjectCarousel::clear()
     fedTags_.clear();
     gatewayTag_.reset();
     gateway_.reset();
-    references_.clear();
+    references_.reset();
     newReferences_.clear();
     forgetIndications();
     forgetEarlyBlocks();

@@ -2,6 +2,7 @@
 #ifndef VESTA_RECEIVER_CAROUSEL_OBJECT_CAROUSEL_H
 #define VESTA_RECEIVER_CAROUSEL_OBJECT_CAROUSEL_H
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,7 +23,7 @@ namespace receiver {
 
 /// The bytes of a file. They stay as they are while the view lives, whatever the carousel does.
 struct FileView {
-    std::shared_ptr<const std::vector<unsigned char>> owner;
+    std::shared_ptr<const unsigned char[]> owner;
     const unsigned char* data = nullptr;  ///< null for an empty file
     size_t size = 0;
     std::string contentType;  ///< as signalled; empty when it is not
@@ -80,6 +81,9 @@ struct CarouselProgress {
     size_t memoryUsed = 0;      ///< bytes, of all carousels that share a budget
 };
 
+/// Association tags, and the tags under which the streams that they mean are fed.
+using AssociationTags = std::map<uint16_t, uint16_t>;
+
 /// Puts one carousel together from its sections and finds files in it. The carousel is the one
 /// whose gateway (DSI) comes first: feed the stream of its component alone at the beginning, then
 /// what wantedAssociationTags() asks for. One thread; file views may go to others.
@@ -101,14 +105,17 @@ public:
 
     /// Takes a section of table 0x3B or 0x3C.
     /// @param associationTag of the stream that carried it: its component tag, unless
-    ///        mapAssociationTag() says more
+    ///        mapAssociationTags() says more
     /// @param section whole, with a correct CRC_32; borrowed for the call
     /// @return false when it is no well-formed download message; nothing changed then
     bool feedSection(uint16_t associationTag, const unsigned char* section, size_t size);
 
-    /// Tells that references by this association tag mean the stream that is fed under the other
-    /// one. Needed where an association tag descriptor differs from the component tag.
-    void mapAssociationTag(uint16_t associationTag, uint16_t streamTag);
+    /// Which streams the association tags mean that differ from component tags, in place of what
+    /// was said before. Carousels of a service share one mapping.
+    void mapAssociationTags(std::shared_ptr<const AssociationTags> streamTags);
+
+    /// Gives up the blocks that nothing has announced.
+    void dropEarlyBlocks();
 
     /// Looks for a file.
     /// @param path "a/b/c.html", without a leading "/", escapes decoded by the caller; naming a
@@ -189,9 +196,9 @@ private:
     CarouselLimits limits_;
     MessageHandler handler_;
     std::shared_ptr<CarouselBudget> budget_;  // the modules below have shares of it
-    std::map<uint16_t, uint16_t> streamTags_;
+    std::shared_ptr<const AssociationTags> streamTags_;
     std::set<uint16_t> fedTags_;
-    std::set<uint16_t> references_;        // association tags, as they are written
+    std::bitset<65536> references_;        // association tags, as they are written
     std::vector<uint16_t> newReferences_;  // those that were not taken yet
     std::optional<uint16_t> gatewayTag_;
     std::optional<ObjectReference> gateway_;

@@ -34,8 +34,9 @@ std::string hex(unsigned number)
 ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log,
                                    std::vector<CarouselPid> alwaysRead)
     : limits_(limits), budget_(std::make_shared<CarouselBudget>(limits)), log_(log),
-      alwaysRead_(std::move(alwaysRead))
+      alwaysRead_(std::move(alwaysRead)), associations_(std::make_shared<const AssociationTags>())
 {
+    budget_->makeRoom = [this](size_t bytes) { makeRoom(bytes); };
     listenTo(std::vector<StreamDescription>());
 }
 
@@ -69,8 +70,7 @@ ServiceCarousels::Reception ServiceCarousels::makeReception(uint8_t tag)
                    {{"component_tag", tag}});
         },
         budget_);
-    for (const auto& [association, stream] : associations_)
-        reception.carousel->mapAssociationTag(association, stream);
+    reception.carousel->mapAssociationTags(associations_);
     reception.tags.insert(tag);
     return reception;
 }
@@ -103,7 +103,7 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
     std::map<uint16_t, Unclaimed> unclaimed = std::exchange(unclaimed_, {});
     const std::map<uint16_t, uint8_t> tagsBefore = std::exchange(tagsByPid_, {});
     pids_.clear();
-    associations_.clear();
+    AssociationTags associations;
     std::vector<StreamDescription> streams = withThoseAlwaysRead(listed);
     for (StreamDescription& stream : streams) {
         const auto tagBefore = tagsBefore.find(stream.pid);
@@ -112,7 +112,7 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
         if (!stream.componentTag)
             continue;
         for (const uint16_t association : stream.associationTags)
-            associations_[association] = *stream.componentTag;
+            associations[association] = *stream.componentTag;
     }
     for (const StreamDescription& stream : streams) {
         if (stream.streamType == carouselStreamType)
@@ -120,9 +120,13 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
     }
     for (auto& entry : unclaimed)
         takeHeld(entry.second);  // of streams that are not there any more
+    for (const auto& [tag, reception] : carousels_) {
+        if (reception.ownName)
+            associations.emplace(*reception.ownName, tag);
+    }
+    associations_ = std::make_shared<const AssociationTags>(std::move(associations));
     for (auto& [tag, reception] : carousels_) {
-        for (const auto& [association, stream] : associations_)
-            reception.carousel->mapAssociationTag(association, stream);
+        reception.carousel->mapAssociationTags(associations_);
         followReferences(reception);
     }
     toLookFor_ = pending_.size();
@@ -174,7 +178,8 @@ bool ServiceCarousels::isComponentTag(uint16_t tag) const
 void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    makeRoom();
+    if (budget_->memory.available() < limits_.memory / 4)
+        dropHeld();
     hold(pid, section);
     const auto tag = tagsByPid_.find(pid);
     if (tag == tagsByPid_.end())
@@ -227,14 +232,18 @@ void ServiceCarousels::beginCarousel(uint16_t pid, const ObjectReference& gatewa
     // No table tells how the carousel calls the stream: as its gateway does.
     const bool isCalledOtherwise = isAlwaysRead(pid) && tag != gateway.associationTag &&
                                    !isComponentTag(gateway.associationTag);
-    if (isCalledOtherwise)
-        associations_[gateway.associationTag] = tag;
     auto place = carousels_.find(tag);
     if (place == carousels_.end())
         place = carousels_.emplace(tag, makeReception(tag)).first;
     ObjectCarousel& carousel = *place->second.carousel;
-    if (isCalledOtherwise)
-        carousel.mapAssociationTag(gateway.associationTag, tag);
+    if (isCalledOtherwise) {
+        place->second.ownName = gateway.associationTag;
+        AssociationTags associations = *associations_;
+        associations[gateway.associationTag] = tag;
+        associations_ = std::make_shared<const AssociationTags>(std::move(associations));
+        for (auto& entry : carousels_)
+            entry.second.carousel->mapAssociationTags(associations_);
+    }
     carousel.feedSection(tag, section.data(), section.size());
     for (const SectionBytes& held : takeHeld(stream))
         carousel.feedSection(tag, held.data(), held.size());
@@ -248,8 +257,9 @@ void ServiceCarousels::followReferences(Reception& reception)
     for (auto wanted = reception.carousel->takeNewReferences(); !wanted.empty();
          wanted = reception.carousel->takeNewReferences()) {
         for (const uint16_t tag : wanted) {
-            if (!reception.tags.insert(tag).second)
-                continue;
+            const auto componentTag = static_cast<uint8_t>(tag);
+            if (componentTag != tag || !reception.tags.insert(componentTag).second)
+                continue;  // no stream of the service, or one that is followed
             for (auto& entry : unclaimed_) {
                 if (entry.second.tag != tag)
                     continue;
@@ -272,11 +282,19 @@ std::set<SectionBytes> ServiceCarousels::takeHeld(Unclaimed& stream)
     return std::exchange(stream.sections, {});
 }
 
-/// What may belong to no carousel gives way to what does.
-void ServiceCarousels::makeRoom()
+/// What may never be announced gives way to modules, and so does what may belong to no carousel.
+void ServiceCarousels::makeRoom(size_t bytes)
 {
-    if (heldBytes_ == 0 || budget_->memory.available() >= limits_.memory / 4)
-        return;
+    for (auto& entry : carousels_) {
+        if (budget_->memory.available() < bytes)
+            entry.second.carousel->dropEarlyBlocks();
+    }
+    if (budget_->memory.available() < bytes)
+        dropHeld();
+}
+
+void ServiceCarousels::dropHeld()
+{
     for (auto& entry : unclaimed_)
         sectionsDropped_ += takeHeld(entry.second).size();
 }
@@ -475,10 +493,9 @@ std::vector<uint16_t> ServiceCarousels::pidsWithoutCarousel() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<uint16_t> pids;
-    for (const CarouselPid& wanted : alwaysRead_) {
-        const auto stream = unclaimed_.find(wanted.pid);
-        if (stream != unclaimed_.end() && !stream->second.isReferredTo)
-            pids.push_back(wanted.pid);
+    for (const auto& [pid, stream] : unclaimed_) {
+        if (!stream.isReferredTo)
+            pids.push_back(pid);
     }
     return pids;
 }

@@ -88,7 +88,8 @@ public:
     /// How many sections of streams that are no carousel's were dropped to stay within the memory.
     size_t sectionsDropped() const;
 
-    /// Of the streams that are always read, those without any gateway yet.
+    /// Of the streams that may begin a carousel, those without any gateway yet that no carousel
+    /// refers to.
     std::vector<uint16_t> pidsWithoutCarousel() const;
 
     /// Whether some carousel has a complete file of this path.
@@ -108,7 +109,8 @@ private:
     /// A carousel and the streams that it is fed from.
     struct Reception {
         std::unique_ptr<ObjectCarousel> carousel;
-        std::set<uint16_t> tags;
+        std::set<uint8_t> tags;           // component tags
+        std::optional<uint16_t> ownName;  // how the carousel calls a stream that no table names
         uint64_t toldRevision = 0;
         size_t toldModules = 0;
     };
@@ -133,7 +135,8 @@ private:
     void beginCarousel(uint16_t pid, const ObjectReference& gateway, const SectionBytes& section);
     void followReferences(Reception& reception);
     std::set<SectionBytes> takeHeld(Unclaimed& stream);
-    void makeRoom();
+    void makeRoom(size_t bytes);
+    void dropHeld();
     /// What was found, and under which path.
     struct Search {
         Lookup lookup;
@@ -156,8 +159,8 @@ private:
     const std::vector<CarouselPid> alwaysRead_;
     std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
     std::set<uint16_t> pids_;
-    std::map<uint16_t, uint8_t> associations_;  // association tags and the component tags they mean
-    std::map<uint16_t, Unclaimed> unclaimed_;   // by PID
+    std::shared_ptr<const AssociationTags> associations_;  // of the PMT, shared by the carousels
+    std::map<uint16_t, Unclaimed> unclaimed_;              // by PID
     size_t heldBytes_ = 0;
     size_t sectionsDropped_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag

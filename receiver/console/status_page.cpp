@@ -67,15 +67,19 @@ void addTable(Session& session, Page& page)
 
 void addCarousels(Session& session, Page& page)
 {
-    for (const auto& status : session.middleware().carousels().status()) {
+    const auto carousels = session.middleware().carousels().status();
+    for (const auto& status : carousels) {
         page.add("carousel 0x", std::hex, static_cast<unsigned>(status.componentTag), std::dec,
                  ": ", status.progress.modulesComplete, " of ", status.progress.modulesKnown,
-                 " modules, ", withSeparators(status.progress.memoryUsed), " bytes");
+                 " modules");
         for (const CarouselFile& file : status.listing.files)
             page.add(std::setw(12), withSeparators(file.file.size), "  ", file.path);
         for (const CarouselStreamEvents& events : status.listing.streamEvents)
             page.add("     stream events  ", events.path, " (", events.events.size(), ")");
     }
+    if (!carousels.empty())
+        page.add("carousels together: ", withSeparators(carousels.front().progress.memoryUsed),
+                 " bytes");
 }
 
 const char* wordsFor(std::optional<ApplicationSignalling> signalling)

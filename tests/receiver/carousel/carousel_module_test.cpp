@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 #include "receiver/carousel/carousel_module.h"
 #include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
+#include "tests/support/heap_use.h"
 
 namespace receiver {
 namespace {
@@ -96,6 +98,60 @@ TEST_F(Module, ABombIsRefusedBeforeItUnpacks)
                   "it unpacks to 20971520 bytes, more than the limit of 16777216");
     expectRefused(compressedModule(bomb, 0xFFFFFFFF), bomb, "it unpacks to 4294967295 bytes");
     expectRefused(compressedModule(bomb, 1000), bomb, "does not unpack to the bytes announced");
+}
+
+TEST_F(Module, ARefusedModuleKeepsNoBytes)
+{
+    begin();
+    const Bytes rubbish(20000, 0xEE);
+    const size_t before = vesta::test::heapInUse();
+    EXPECT_EQ(broadcast(compressedModule(rubbish, 1024 * 1024), rubbish, 4000).result,
+              Lookup::Result::Error);
+    EXPECT_LT(vesta::test::heapInUse(), before + 10000);
+}
+
+TEST_F(Module, ASizeThatNoDeflatedBytesReachIsRefusedWhenItIsAnnounced)
+{
+    begin();
+    ModuleFields module = {2, 100};
+    module.originalSize = 16 * 1024 * 1024;
+    feed(*carousel_, makeDii(0x80000002, {module}));
+    ASSERT_EQ(problems_.size(), 1u);
+    EXPECT_NE(problems_[0].find("100 bytes cannot unpack to 16777216"), std::string::npos)
+        << problems_[0];
+}
+
+TEST_F(Module, TheBestPackedModuleIsUnpacked)
+{
+    begin();
+    const Bytes file = makeFile("f", std::string(8 * 1024 * 1024, 'z'));
+    const Bytes packed = deflated(file);
+    ASSERT_GT(file.size() / packed.size(), 900u);
+    EXPECT_EQ(broadcast(compressedModule(packed, file.size()), packed, 4000).file.size,
+              8u * 1024 * 1024);
+    EXPECT_TRUE(problems_.empty());
+}
+
+long pagesTouched()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
+TEST_F(Module, MemoryIsTouchedAsFarAsBytesCame)
+{
+    const long pages = 16L * 1024 * 1024 / 4096;
+    begin();
+    feed(*carousel_, makeDii(0x80000002, {{2, 16 * 1024 * 1024}}, 4000));
+    long before = pagesTouched();
+    feed(*carousel_, makeDdb(2, 0, 4194, Bytes(16 * 1024 * 1024 - 4194 * 4000, 1)));
+    EXPECT_LT(pagesTouched() - before, pages / 4) << "for one block, the last";
+    const Bytes rubbish(20000, 0xEE);
+    before = pagesTouched();
+    EXPECT_EQ(broadcast(compressedModule(rubbish, 16 * 1024 * 1024), rubbish, 4000).result,
+              Lookup::Result::Error);
+    EXPECT_LT(pagesTouched() - before, pages / 4) << "for what does not unpack";
 }
 
 TEST_F(Module, AnUnknownCompressionIsRefused)

@@ -175,6 +175,32 @@ TEST_F(ExtractionTest, ACarouselWithoutItsGatewayIsSaid)
     EXPECT_EQ(Json::parse(read("index.json")), Json::array());
 }
 
+TEST_F(ExtractionTest, AFileThatCannotBeWrittenIsInTheIndexWithTheReason)
+{
+    broadcast(makeGateway("g", {{"a.txt", fileIor("abc", 2)}}));
+    fs::create_directories(folder_ / "2a/a.txt");
+    EXPECT_FALSE(extractFiles(carousels_, folder_, log_));
+    const Json wanted = {{{"path", "2a/a.txt"},
+                          {"size", nullptr},
+                          {"sha256", nullptr},
+                          {"module", 2},
+                          {"version", 7},
+                          {"complete", false},
+                          {"reason", "it could not be written"}}};
+    EXPECT_EQ(Json::parse(read("index.json")), wanted);
+}
+
+TEST_F(ExtractionTest, TheIndexHasNothingThatATerminalObeys)
+{
+    const std::string name = "a\xE2\x80\xAE\xC2\x9B\x1B.txt";  // right-to-left, CSI, ESC
+    broadcast(makeGateway("g", {{name, fileIor("gone", 4)}}));
+    EXPECT_TRUE(extractFiles(carousels_, folder_, log_));
+    const std::string index = read("index.json");
+    EXPECT_NE(index.find("a\\u202e\\u009b\\u001b.txt"), std::string::npos) << index;
+    EXPECT_EQ(Json::parse(index).at(0).at("path"), "2a/" + name);
+    EXPECT_NE(index.find("\n  {\n"), std::string::npos) << "it stays a page to read";
+}
+
 TEST_F(ExtractionTest, AnIndexThatCannotBeWrittenIsAFailure)
 {
     std::ofstream(folder_) << "a file, not a folder";

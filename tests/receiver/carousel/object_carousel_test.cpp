@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,11 @@ const IorFields gatewayIor = {"srg", 1, "g"};
 Bytes fileIor(const std::string& key, unsigned moduleId = 2)
 {
     return makeIor({"fil", moduleId, key});
+}
+
+std::shared_ptr<const AssociationTags> mapping(const AssociationTags& tags)
+{
+    return std::make_shared<const AssociationTags>(tags);
 }
 
 ModuleFields moduleOf(unsigned moduleId, const Bytes& bytes, unsigned version = 0)
@@ -272,8 +278,8 @@ TEST_F(Carousel, AReferenceIsFollowedAgainWhenItsTagIsMapped)
     IorFields far = {"fil", 2, "f", 0x012B};
     broadcast({makeGateway("g", {{"far", makeIor(far)}})});
     EXPECT_EQ(carousel_.takeNewReferences(), (std::vector<uint16_t>{0x2A, 0x012B}));
-    carousel_.mapAssociationTag(0x012B, 0x2B);
-    carousel_.mapAssociationTag(0x012B, 0x2B);
+    carousel_.mapAssociationTags(mapping({{0x012B, 0x2B}}));
+    carousel_.mapAssociationTags(mapping({{0x012B, 0x2B}}));
     EXPECT_EQ(carousel_.takeNewReferences(), std::vector<uint16_t>{0x2B});
 }
 
@@ -302,7 +308,7 @@ TEST_F(Carousel, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
     EXPECT_EQ(resultOf("f"), Result::Pending);
     EXPECT_EQ(carousel_.wantedAssociationTags(), std::set<uint16_t>{0x012A});
 
-    carousel_.mapAssociationTag(0x012A, 0x2A);
+    carousel_.mapAssociationTags(mapping({{0x012A, 0x2A}}));
     feed(carousel_, makeDdbs(1, 0, module));
     EXPECT_EQ(resultOf("f"), Result::Error) << "the gateway is complete and does not list it";
     EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
@@ -392,6 +398,36 @@ TEST_F(Carousel, ListingEndsAtTheDepthAllowed)
     feed(shallow, makeDdbs(1, 0, module));
     ASSERT_EQ(shallow.list().files.size(), 1u);
     EXPECT_EQ(shallow.list().files[0].path, "d/in");
+}
+
+TEST_F(Carousel, DirectoriesCountAsListed)
+{
+    CarouselLimits limits;
+    limits.listedFiles = 100;
+    ObjectCarousel carousel(limits);
+    std::vector<DirectoryEntry> entries;
+    Bytes directories;
+    for (unsigned number = 0; number < 150; ++number) {
+        const std::string name = std::to_string(number);
+        entries.push_back({name, makeIor({"dir", 1, name})});
+        directories = directories + makeDirectory(name, {});
+    }
+    const Bytes module = makeGateway("g", entries) + directories;
+    feed(carousel, makeDsi(makeIor(gatewayIor)));
+    feed(carousel, makeDii(0x80000002, {moduleOf(1, module)}, 4000));
+    feed(carousel, makeDdbs(1, 0, module, 4000));
+    EXPECT_EQ(carousel.list().leftOut, 50u);
+}
+
+TEST_F(Carousel, FilesOfNestedDirectoriesAreListedInTheirOrder)
+{
+    const auto directory = [](const char* key) { return makeIor({"dir", 1, key}); };
+    const Bytes file = fileIor("f", 1);
+    broadcast({makeGateway("g", {{"one", directory("1")}, {"f", file}, {"two", directory("2")}}) +
+               makeDirectory("1", {{"deep", directory("3")}, {"f", file}}) +
+               makeDirectory("2", {{"f", file}}) + makeDirectory("3", {{"f", file}}) +
+               makeFile("f", "x")});
+    EXPECT_EQ(listed(), (std::vector<std::string>{"f", "one/f", "one/deep/f", "two/f"}));
 }
 
 TEST_F(Carousel, StreamEventObjectsAreListedWithTheirEvents)

@@ -6,6 +6,7 @@
 #include "receiver/carousel/service_carousels.h"
 #include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
+#include "tests/support/heap_use.h"
 
 namespace receiver {
 namespace {
@@ -408,6 +409,79 @@ TEST_F(ServiceCarouselsTest, AStreamThatThePmtGivesNoTagCanBeReadUnderOne)
     carousels.feed(carouselPid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
     carousels.feed(carouselPid, makeDsi(makeIor({"srg", 1, "g"})));
     EXPECT_EQ(carousels.getFile("20fa.441.1.2a/f", id(1)), DSMCC_OK);
+}
+
+TEST_F(ServiceCarouselsTest, AssociationTagsOfFormerTablesAreForgotten)
+{
+    const auto joinWithTagsFrom = [this](unsigned first) {
+        std::vector<StreamDescription> streams;
+        for (unsigned index = 0; index < 64; ++index)
+            streams.push_back(carouselStream(uint16_t(0x300 + index), uint8_t(index)));
+        for (unsigned tag = first; tag < first + 200; ++tag)
+            streams[0].associationTags.push_back(uint16_t(tag));
+        carousels_.join(service(), streams);
+    };
+    joinWithTagsFrom(0x1000);
+    const size_t before = vesta::test::heapInUse();
+    for (unsigned table = 1; table < 20; ++table)
+        joinWithTagsFrom(0x1000 + table * 200);
+    EXPECT_LT(vesta::test::heapInUse(), before + 100 * 1024);
+}
+
+TEST_F(ServiceCarouselsTest, ReferencesTakeNoMoreWhateverIsReferredTo)
+{
+    size_t before = 0;
+    feed(makeDsi(makeIor({"srg", 1, "g"})));
+    for (unsigned version = 0; version < 30; ++version) {
+        std::vector<DirectoryEntry> entries;
+        for (unsigned number = 0; number < 1000; ++number)
+            entries.push_back({std::to_string(10000 + number),
+                               fileIor("f", 1, 0x1000 + version * 1000 + number)});
+        const Bytes gateway = makeGateway("g", entries);
+        feed(makeDii(0x80000002 + (version << 16), {{1, uint32_t(gateway.size()), version}}, 4000));
+        for (const Bytes& block : makeDdbs(1, version, gateway, 4000))
+            feed(block);
+        ASSERT_EQ(carousels_.status().at(0).progress.modulesComplete, 1u);
+        if (version == 0)
+            before = vesta::test::heapInUse();
+    }
+    EXPECT_LT(vesta::test::heapInUse(), before + 300 * 1024);
+}
+
+TEST_F(ServiceCarouselsTest, BlocksThatNothingAnnouncedTakeHalfOfTheMemoryTogetherAndGiveWay)
+{
+    CarouselLimits limits;
+    limits.memory = 100 * 1024;
+    ServiceCarousels carousels(limits, log_);
+    carousels.join(service(),
+                   {carouselStream(carouselPid, carouselTag), carouselStream(otherPid, otherTag)});
+    for (unsigned module = 10; module < 100; ++module) {
+        carousels.feed(otherPid, makeDdb(module, 0, 0, Bytes(1000, 1)));
+        carousels.feed(carouselPid, makeDdb(module, 0, 0, Bytes(1000, 1)));
+    }
+    const size_t early = carousels.status().at(0).progress.memoryUsed;
+    EXPECT_LE(early, limits.memory / 2);
+    EXPECT_GT(early, limits.memory / 4);
+    const Bytes gateway =
+        makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", std::string(70000, 'x'));
+    carousels.feed(carouselPid, makeDsi(makeIor({"srg", 1, "g"})));
+    carousels.feed(carouselPid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}, 4000));
+    for (const Bytes& block : makeDdbs(1, 0, gateway, 4000))
+        carousels.feed(carouselPid, block);
+    EXPECT_TRUE(carousels.hasFile("f"));
+}
+
+TEST_F(ServiceCarouselsTest, AStreamOfThePmtOnWhichNoCarouselBeganIsNamed)
+{
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag),
+                                carouselStream(otherPid, otherTag, false)});
+    EXPECT_EQ(carousels_.pidsWithoutCarousel(), std::vector<uint16_t>{otherPid});
+    const Bytes gateway = makeGateway("g", {{"far", fileIor("f", 1, otherTag)}});
+    feed(makeDsi(makeIor({"srg", 1, "g"})));
+    feed(makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, gateway))
+        feed(block);
+    EXPECT_TRUE(carousels_.pidsWithoutCarousel().empty()) << "it belongs to the other one";
 }
 
 TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
