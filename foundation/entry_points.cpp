@@ -41,7 +41,7 @@ void start(TAVO_Vesta* browser)
     // Where there is no memory for the windows the library does not begin.
     const AtExit giveUp([] {
         if (!WindowManager::instance)
-            delete ConfigurationManager::instance;
+            delete ConfigurationManager::instance;  // NOLINT(clang-analyzer-cplusplus.*): not stale
     });
     if (!ConfigurationManager::getInstance()->init(browser))
         return;

@@ -42,7 +42,7 @@ public:
     bool isUsable() const { return usable_; }
 
 private:
-    pthread_mutex_t mutex_;
+    pthread_mutex_t mutex_ = {};
     const bool usable_;
 };
 

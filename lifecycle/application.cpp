@@ -199,7 +199,7 @@ void Application::loseWindow()
 
 void Application::releaseTavoWindow()
 {
-    if (!getTavoWindow())
+    if (!tavoWindow_ || tavoWindowReleased_)
         return;
     // The slot keeps its value for those listeners who are just reading it.
     tavoWindowReleased_ = true;
