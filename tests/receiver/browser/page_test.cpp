@@ -27,7 +27,36 @@ TEST(Page, APageThatIsTooLongIsNotLookedThrough)
     const std::string page = "<img src='a'>";
     EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size(), ' ')),
               (References{"a"}));
-    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size() + 1, ' ')), References());
+    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size() + 1, ' ')), std::nullopt);
+}
+
+TEST(Page, APageWithATagThatIsTooLongIsNotLookedThrough)
+{
+    const std::string attributes[] = {"a ", "a='>' ", "a=\">\" ", "a=\">\" \"x=\" "};
+    for (const std::string& attribute : attributes) {
+        std::string tag = "<img src='a' ";
+        while (tag.size() < mostTagBytes / 2)
+            tag += attribute;
+        EXPECT_EQ(subresources("<p>x" + tag + "><img src='b'>"), (References{"a", "b"}))
+            << attribute;
+        while (tag.size() < 2 * mostTagBytes)
+            tag += attribute;
+        EXPECT_EQ(subresources("<p>x" + tag + "><img src='b'>"), std::nullopt) << attribute;
+    }
+}
+
+TEST(Page, WhatIsNoTagMayBeLong)
+{
+    const std::string text(4 * mostTagBytes, 'x');
+    for (const std::string& page : {"<p>" + text + "</p>", "<script>" + text + "</script>",
+                                    "<style>" + text + "</style>", "<!--" + text + "-->"})
+        EXPECT_EQ(subresources(page + "<img src='a'>"), References{"a"}) << page.substr(0, 9);
+}
+
+TEST(Page, ReferencesThatAreTooLongForAUrlAreNone)
+{
+    const std::string url(mostReferenceBytes, 'x');
+    EXPECT_EQ(subresources("<img src='" + url + "'><img src='" + url + "x'>"), References{url});
 }
 
 TEST(Page, TensOfThousandsOfReferencesAreEachNamedOnce)
