@@ -265,8 +265,7 @@ void ConsoleBrowser::loadSubresources(const Load& page)
     const auto references = subresources(page.bytes);
     if (!references)
         return report("page-too-long",
-                      page.url +
-                          ": too long, or a tag of it, to be looked through for what it needs",
+                      page.url + ": too long to be looked through for what it needs",
                       {{"url", page.url}, {"size", page.bytes.size()}});
     for (const std::string& reference : *references)
         loadResource(page.window, reference);
