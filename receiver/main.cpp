@@ -102,12 +102,13 @@ Session::Commander commanderOf(const Options& options)
     return ::isatty(STDIN_FILENO) ? Session::Commander::Person : Session::Commander::Program;
 }
 
-int extract(Middleware& middleware, const std::string& folder, EventLog& log, int code)
+/// @return what went wrong; empty for success
+std::string extract(Middleware& middleware, const std::string& folder, EventLog& log)
 {
     const bool hasPlayed = middleware.statistics().packets != 0;
-    if (folder.empty() || !hasPlayed || extractFiles(middleware.carousels(), folder, log))
-        return code;
-    return complain(folder + ": not all files could be written", exitUnreadable);
+    if (!hasPlayed || extractFiles(middleware.carousels(), folder, log))
+        return "";
+    return folder + ": not all files could be written";
 }
 
 int play(const Options& options, EventLog& log)
@@ -119,6 +120,8 @@ int play(const Options& options, EventLog& log)
     Integrator integrator(log, browser, &middleware.tableBook());
     Session session(log, middleware, doorbell, browser, integrator);
     session.setDuration(options.duration);
+    if (!options.extract.empty())
+        session.setAfterwards([&] { return extract(middleware, options.extract, log); });
     if (!options.script.empty()) {
         const std::string name = options.script == "-" ? "standard input" : options.script;
         const auto lines = readScript(options.script);
@@ -146,7 +149,7 @@ int play(const Options& options, EventLog& log)
     piped.reset();
     if (code != exitSuccess)
         complain(session.problem(), ExitCode(code));
-    return extract(middleware, options.extract, log, code);
+    return code;
 }
 
 /// As far as it could be written.

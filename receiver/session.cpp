@@ -101,6 +101,9 @@ int Session::run()
     middleware_.stop();
     vesta_hbbtv_shutdown();
     vesta_hbbtv_set_sendevent_condition(nullptr, nullptr);
+    const std::string problem = afterwards_ ? afterwards_() : "";
+    if (!problem.empty() && exitCode_ == exitSuccess)
+        fail(exitUnreadable, problem);
     log_.report(Source::Receiver, "end", "the receiver has ended", {{"exit_code", int(exitCode_)}});
     return exitCode_;
 }

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "receiver/browser/console_browser.h"
@@ -59,6 +60,10 @@ public:
 
     /// Ends the session so long after its beginning, as quit() does.
     void setDuration(double seconds) { durationSeconds_ = seconds; }
+
+    /// What is to be done after the session, before the end is reported.
+    /// @param work returns what went wrong; empty for success
+    void setAfterwards(std::function<std::string()> work) { afterwards_ = std::move(work); }
 
     /// Runs until a command, the script's end or the end of the stream ends it.
     /// @return an ExitCode
@@ -127,6 +132,7 @@ private:
     Commander commander_ = Commander::None;
     double durationSeconds_ = 0;  // 0: as long as it takes
     std::optional<Doorbell::Clock::time_point> end_;
+    std::function<std::string()> afterwards_;
     std::atomic<bool> quit_{false};
     ExitCode exitCode_ = exitSuccess;
     std::string problem_;

@@ -195,7 +195,8 @@ void ConsoleBrowser::openSitePage(TAVO_VestaWindow* window)
         return reportFinished(window, TAVO_LOAD_CONNECTION_FAILED, 0);
     }
     std::ifstream file;
-    if (std::filesystem::is_regular_file(*path))
+    std::error_code problem;  // the URL comes from the air: a name may be too long for a file
+    if (std::filesystem::is_regular_file(*path, problem))
         file.open(*path, std::ios::binary);
     if (!file.is_open()) {
         report("load-failed", window->url + ": " + std::to_string(httpNotFound),
@@ -261,10 +262,12 @@ int ConsoleBrowser::finish(void* id, int status)
 
 void ConsoleBrowser::loadSubresources(const Load& page)
 {
-    if (page.bytes.size() > mostPageBytes)
-        report("page-too-long", page.url + ": too long to be looked through for what it needs",
-               {{"url", page.url}, {"size", page.bytes.size()}});
-    for (const std::string& reference : subresources(page.bytes))
+    const auto references = subresources(page.bytes);
+    if (!references)
+        return report("page-too-long",
+                      page.url + ": too long to be looked through for what it needs",
+                      {{"url", page.url}, {"size", page.bytes.size()}});
+    for (const std::string& reference : *references)
         loadResource(page.window, reference);
 }
 

@@ -36,9 +36,11 @@ std::string folderNames(const fs::path& parent)
     const size_t most = 20;
     std::error_code problem;
     std::set<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(parent, problem)) {
-        if (entry.is_directory(problem))
-            names.insert(entry.path().filename().string());
+    for (fs::directory_iterator at(parent, problem), end; !problem && at != end;
+         at.increment(problem)) {
+        std::error_code unknown;
+        if (at->is_directory(unknown))
+            names.insert(at->path().filename().string());
     }
     std::string list;
     size_t count = 0;

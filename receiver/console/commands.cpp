@@ -32,6 +32,11 @@ Outcome check(const std::optional<Words>& words)
     return Outcome::done();
 }
 
+Outcome lineTooLong()
+{
+    return Outcome::wrongUsage("a line is longer than " + withSeparators(mostLineBytes) + " bytes");
+}
+
 }  // namespace
 
 const std::vector<Command>& commands()
@@ -76,11 +81,13 @@ const std::vector<Command>& commands()
 
 Outcome checkCommand(const std::string& line)
 {
-    return check(splitWords(line));
+    return line.size() > mostLineBytes ? lineTooLong() : check(splitWords(line));
 }
 
 Outcome runCommand(Session& session, const std::string& line)
 {
+    if (line.size() > mostLineBytes)
+        return lineTooLong();
     const std::optional<Words> words = splitWords(line);
     const Outcome outcome = check(words);
     return outcome && !words->empty() ? findCommand(words->front())->run(session, *words) : outcome;

@@ -2,6 +2,7 @@
 #ifndef VESTA_RECEIVER_CONSOLE_COMMANDS_H
 #define VESTA_RECEIVER_CONSOLE_COMMANDS_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ struct Command {
 };
 
 const std::vector<Command>& commands();
+
+/// Longer lines are refused.
+constexpr size_t mostLineBytes = size_t(64) << 10;
 
 /// Whether a line is empty, or a command with so many arguments as it takes.
 Outcome checkCommand(const std::string& line);

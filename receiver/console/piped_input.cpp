@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "receiver/console/commands.h"
 #include "receiver/session.h"
 
 namespace receiver {
@@ -53,10 +54,10 @@ bool PipedInput::readMore()
     if (count < 0 && (errno == EINTR || errno == EAGAIN))
         return true;
     for (ssize_t at = 0; at < count; ++at) {
-        if (bytes[at] != '\n')
-            line_ += bytes[at];
-        else
+        if (bytes[at] == '\n')
             session_.postLine(std::exchange(line_, {}));
+        else if (line_.size() <= mostLineBytes)  // a byte more, for the session to see
+            line_ += bytes[at];
     }
     return count > 0;
 }

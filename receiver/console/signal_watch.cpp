@@ -75,9 +75,12 @@ void SignalWatch::run()
         if (waiting[0].revents != 0)
             return;
         signalfd_siginfo signal = {};
-        if (::read(signals_, &signal, sizeof(signal)) == static_cast<ssize_t>(sizeof(signal)))
-            heard_(nameOf(signal.ssi_signo));
+        const bool isWhole =
+            ::read(signals_, &signal, sizeof(signal)) == static_cast<ssize_t>(sizeof(signal));
+        // First, as what is called may wait for an output that nobody reads.
         letTheNextOneEnd();
+        if (isWhole)
+            heard_(nameOf(signal.ssi_signo));
         count = 1;
     }
 }

@@ -190,7 +190,9 @@ void Middleware::pace()
     if (options_.speed <= 0)
         return;
     std::unique_lock<std::mutex> lock(mutex_);
-    if (const std::optional<StreamClock::Time> due = clock_.due(options_.speed))
+    const std::optional<StreamClock::Time> due =
+        clock_.due(options_.speed, std::chrono::steady_clock::now());
+    if (due)
         wake_.wait_until(lock, *due, [this] { return stopping_ || !requests_.empty(); });
 }
 

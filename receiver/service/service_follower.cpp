@@ -187,7 +187,7 @@ void ServiceFollower::leave()
     told_.clear();
     heldBack_.clear();
     heldBackRounds_ = 0;
-    candidates_.clear();
+    dropCandidates();
     remarks_.clear();
 }
 
@@ -206,9 +206,11 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
     }
     reportServicesGone();
     signalling_ = std::move(signalling);
-    for (auto candidate = candidates_.begin(); candidate != candidates_.end();)
-        candidate = signalling_.count(candidate->first) == 0 ? candidates_.erase(candidate)
-                                                             : std::next(candidate);
+    for (auto candidate = candidates_.begin(); candidate != candidates_.end();) {
+        const uint16_t programNumber = candidate++->first;
+        if (signalling_.count(programNumber) == 0)
+            dropCandidate(programNumber);
+    }
     if (tuned_ && tuned_->originalNetworkId)
         sendHeldBack();
 }
@@ -276,18 +278,38 @@ bool ServiceFollower::isChoosing() const
 
 void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
 {
-    const auto known = candidates_.find(programNumber);
-    if (map.signalling() == ApplicationSignalling::None) {
-        if (known != candidates_.end())
-            candidates_.erase(known);
+    if (map.signalling() == ApplicationSignalling::None)
+        return dropCandidate(programNumber);
+    if (candidates_.count(programNumber) == 0 && candidates_.size() >= mostCandidates)
         return;
-    }
-    if (known == candidates_.end() && candidates_.size() >= mostCandidates)
-        return;
-    Candidate& candidate = candidates_[programNumber];
+    Candidate candidate = std::move(candidates_[programNumber]);
+    dropCandidate(programNumber);
     candidate.filter.setStreams(map.streams);
     candidate.map = std::move(map);
-    for (const uint16_t pid : candidate.filter.pids()) {
+    candidates_[programNumber] = std::move(candidate);
+    listenFor(programNumber);
+}
+
+/// Does nothing for a service that is none.
+void ServiceFollower::dropCandidate(uint16_t programNumber)
+{
+    candidates_.erase(programNumber);
+    for (auto entry = candidatesOn_.begin(); entry != candidatesOn_.end();) {
+        entry->second.erase(programNumber);
+        entry = entry->second.empty() ? candidatesOn_.erase(entry) : std::next(entry);
+    }
+}
+
+void ServiceFollower::dropCandidates()
+{
+    candidates_.clear();
+    candidatesOn_.clear();
+}
+
+void ServiceFollower::listenFor(uint16_t programNumber)
+{
+    for (const uint16_t pid : candidates_.at(programNumber).filter.pids()) {
+        candidatesOn_[pid].insert(programNumber);
         stream_.subscribe(pid);
         subscribed_.insert(pid);
     }
@@ -323,7 +345,7 @@ void ServiceFollower::tuneTo(const Service* service)
     if (!service)
         return;
     Candidate candidate = std::move(candidates_.at(service->programNumber));
-    candidates_.erase(service->programNumber);
+    dropCandidate(service->programNumber);
     filter_ = std::move(candidate.filter);
     join(*service, candidate.map);
     for (const SectionBytes& section : candidate.table.take())
@@ -333,10 +355,12 @@ void ServiceFollower::tuneTo(const Service* service)
 /// A table that comes round on another service while there is none on this one decides.
 void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& section)
 {
+    const auto listening = candidatesOn_.find(pid);
+    if (listening == candidatesOn_.end())
+        return;
     bool hasComeRound = false;
-    for (auto& [programNumber, candidate] : candidates_) {
-        if (!candidate.filter.isOnPid(pid))
-            continue;
+    for (const uint16_t programNumber : listening->second) {
+        Candidate& candidate = candidates_.at(programNumber);
         for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
             hasComeRound = candidate.table.add(part) || hasComeRound;
     }
@@ -373,8 +397,10 @@ void ServiceFollower::goOnToNextService()
                 "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
                 {{"service", tuned_->programNumber}});
     auto others = std::exchange(candidates_, {});
+    auto othersOn = std::exchange(candidatesOn_, {});
     leave();
     candidates_ = std::move(others);
+    candidatesOn_ = std::move(othersOn);
     tuneTo(next);
 }
 
@@ -438,10 +464,8 @@ void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
-    for (const auto& entry : candidates_) {
-        const std::vector<uint16_t>& pids = entry.second.filter.pids();
-        needed.insert(pids.begin(), pids.end());
-    }
+    for (const auto& entry : candidatesOn_)
+        needed.insert(entry.first);
     for (const uint16_t pid : subscribed_) {
         if (needed.count(pid) == 0)
             stream_.unsubscribe(pid);
@@ -496,7 +520,7 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
     book_.note(section);
     hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
-    candidates_.clear();
+    dropCandidates();
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));

@@ -116,6 +116,9 @@ private:
     /// @{
     bool isChoosing() const;
     void addCandidate(uint16_t programNumber, ProgramMap map);
+    void dropCandidate(uint16_t programNumber);
+    void dropCandidates();
+    void listenFor(uint16_t programNumber);
     const Service* bestCandidate(bool withTable) const;
     void tuneTo(const Service* service);
     void chooseService();
@@ -147,6 +150,7 @@ private:
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
     std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
+    std::map<uint16_t, std::set<uint16_t>> candidatesOn_;   // a PID where their tables may be
     std::set<uint16_t> subscribed_;
     bool hasSentTable_ = false;             ///< of this service
     bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says

@@ -44,15 +44,17 @@ std::string wordsFor(ByteReader profile)
 
 void TableBook::note(const SectionBytes& section)
 {
-    const int version = readSectionHeader(section).version;
+    const SectionHeader header = readSectionHeader(section);
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (version != version_)
-        entries_.clear();
-    version_ = version;
-    faultOfTableSection(section, [this](const TableEntry& entry, uint8_t tag, ByteReader payload) {
+    if (header.version != version_)
+        sections_.clear();
+    version_ = header.version;
+    std::map<Key, Entry>& entries = sections_[header.sectionNumber];
+    entries.clear();
+    faultOfTableSection(section, [&](const TableEntry& entry, uint8_t tag, ByteReader payload) {
         if (tag != applicationTag && tag != applicationNameTag)
             return;
-        Entry& known = entries_[{entry.organisationId, entry.applicationId}];
+        Entry& known = entries[{entry.organisationId, entry.applicationId}];
         std::string& text = tag == applicationTag ? known.profiles : known.name;
         if (text.empty())
             text = tag == applicationTag ? readProfiles(payload) : readName(payload);
@@ -62,8 +64,19 @@ void TableBook::note(const SectionBytes& section)
 void TableBook::clear()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    entries_.clear();
+    sections_.clear();
     version_ = -1;
+}
+
+/// @return the text of the first application of these ids that has one; null without any
+const std::string* TableBook::find(const Key& key, std::string Entry::*text) const
+{
+    for (const auto& [number, entries] : sections_) {
+        const auto found = entries.find(key);
+        if (found != entries.end() && !(found->second.*text).empty())
+            return &(found->second.*text);
+    }
+    return nullptr;
 }
 
 std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
@@ -71,11 +84,10 @@ std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<std::string> profiles;
-    const auto found = entries_.find({organisationId, applicationId});
-    if (found == entries_.end())
+    const std::string* const bytes = find({organisationId, applicationId}, &Entry::profiles);
+    if (!bytes)
         return profiles;
-    const std::string& bytes = found->second.profiles;
-    ByteReader reader(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    ByteReader reader(reinterpret_cast<const unsigned char*>(bytes->data()), bytes->size());
     while (!reader.empty())
         profiles.push_back(wordsFor(reader.take(profileSize)));
     return profiles;
@@ -85,10 +97,9 @@ std::string TableBook::wholeName(uint32_t organisationId, uint16_t applicationId
                                  const std::string& known) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = entries_.find({organisationId, applicationId});
-    const bool isCut = found != entries_.end() && found->second.name.size() > known.size() &&
-                       found->second.name.c_str() == known;
-    return isCut ? found->second.name : known;
+    const std::string* const name = find({organisationId, applicationId}, &Entry::name);
+    const bool isCut = name && name->size() > known.size() && name->c_str() == known;
+    return isCut ? *name : known;
 }
 
 }  // namespace receiver

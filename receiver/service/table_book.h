@@ -40,8 +40,10 @@ private:
     };
     using Key = std::pair<uint32_t, uint16_t>;
 
+    const std::string* find(const Key& key, std::string Entry::*text) const;
+
     mutable std::mutex mutex_;
-    std::map<Key, Entry> entries_;
+    std::map<uint8_t, std::map<Key, Entry>> sections_;  // by number: 256 at most
     int version_ = -1;
 };
 

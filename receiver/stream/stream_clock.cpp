@@ -9,6 +9,13 @@ constexpr uint64_t ticksPerSecond = 27000000;
 // for it.
 constexpr uint64_t longestStep = ticksPerSecond;
 
+std::chrono::steady_clock::duration timeOf(uint64_t ticks, double speed)
+{
+    const std::chrono::duration<double> time(static_cast<double>(ticks) /
+                                             static_cast<double>(ticksPerSecond) / speed);
+    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(time);
+}
+
 }  // namespace
 
 void StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
@@ -22,13 +29,18 @@ void StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
     last_ = ticks;
 }
 
-std::optional<StreamClock::Time> StreamClock::due(double speed) const
+std::optional<StreamClock::Time> StreamClock::due(double speed, Time now)
 {
     if (!first_)
         return std::nullopt;
-    const std::chrono::duration<double> passed(static_cast<double>(last_ - *first_) /
-                                               static_cast<double>(ticksPerSecond) / speed);
-    return start_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(passed);
+    const Time latest = now + timeOf(longestStep, speed);
+    const Time due = start_ + timeOf(last_ - *first_, speed);
+    if (due <= latest)
+        return due;
+    // Many steps, none too long by itself, may add up between two waits.
+    first_ = last_;
+    start_ = latest;
+    return latest;
 }
 
 }  // namespace receiver

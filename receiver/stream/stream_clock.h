@@ -20,8 +20,10 @@ public:
     /// The stream begins again; what was noted counts no more.
     void restart() { first_.reset(); }
 
-    /// @param speed times real time @return when the last clock is due; nothing without a clock
-    std::optional<Time> due(double speed) const;
+    /// When the last clock is due, in a second of the stream's at the most: what is due later
+    /// begins a new time line then.
+    /// @param speed times real time @return nothing without a clock
+    std::optional<Time> due(double speed, Time now);
 
     /// Whether there ever was a clock.
     bool isKnown() const { return isKnown_; }

@@ -21,6 +21,7 @@ constexpr uint8_t pmtTable = 0x02;
 constexpr uint8_t sdtOfThisStreamTable = 0x42;  // 0x46 describes other streams
 constexpr uint8_t noCounter = 0xFF;
 constexpr size_t headerSize = 4;
+constexpr size_t mostServices = 8192;  // as many as there are PIDs for their PMTs
 
 }  // namespace
 
@@ -113,7 +114,10 @@ TransportStream::~TransportStream() = default;
 
 bool TransportStream::feed(const unsigned char* bytes, size_t count)
 {
+    hasReadNames_ = false;
     framer_.feed(bytes, count);
+    if (areNamesStale_)
+        readServiceNames();
     countFraming();
     return framer_.state() != PacketFramer::State::NotATransportStream;
 }
@@ -270,6 +274,16 @@ void TransportStream::handleServiceDescription(const SectionBytes& section)
 {
     if (!sdt_.add(section))
         return;
+    if (hasReadNames_)
+        areNamesStale_ = true;
+    else
+        readServiceNames();
+}
+
+void TransportStream::readServiceNames()
+{
+    hasReadNames_ = true;
+    areNamesStale_ = false;
     networks_.clear();
     names_.clear();
     for (const ServiceDescription& description : readServiceDescriptions(sdt_.sections())) {
@@ -297,8 +311,11 @@ Service TransportStream::describe(const ProgramAssociation& program) const
 void TransportStream::updateServices()
 {
     std::vector<Service> services;
-    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections()))
+    for (const ProgramAssociation& program : readProgramAssociations(pat_.sections())) {
+        if (services.size() == mostServices)
+            break;
         services.push_back(describe(program));
+    }
     if (services == services_)
         return;
     services_ = std::move(services);

@@ -77,7 +77,8 @@ public:
     explicit TransportStream(TransportStreamListener& listener);
     ~TransportStream();
 
-    /// Takes the next bytes, in pieces of any size.
+    /// Takes the next bytes, in pieces of any size. An SDT that changes again and again is read at
+    /// once the first time, and for the rest of it when the bytes are taken.
     /// @return false once it is clear that this is not a transport stream (error() says so)
     bool feed(const unsigned char* bytes, size_t count);
 
@@ -126,6 +127,7 @@ private:
     void handleSection(uint16_t pid, const SectionBytes& section);
     void handleProgramAssociation(const SectionBytes& section);
     void handleServiceDescription(const SectionBytes& section);
+    void readServiceNames();
     void handleProgramMap(uint16_t pid, const SectionBytes& section);
     void updateServices();
     Service describe(const ProgramAssociation& program) const;
@@ -149,6 +151,8 @@ private:
     std::map<uint16_t, SectionBytes> pmts_;  // the last of each program in the PAT
     std::map<std::pair<uint16_t, uint16_t>, size_t> serviceIndex_;  // by program and PMT PID
     bool isProgramMapRepeated_ = false;
+    bool hasReadNames_ = false;  // since the last bytes came
+    bool areNamesStale_ = false;
     std::vector<Service> services_;
 };
 

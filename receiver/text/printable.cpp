@@ -53,10 +53,13 @@ bool isControl(uint32_t code)
     return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
-/// Line and paragraph separators, embeddings, overrides and isolates of a direction.
+/// Line and paragraph separators, marks, embeddings, overrides and isolates of a direction, marks
+/// of shapes, of byte order and of annotations: nobody sees them, only what they do to the rest.
 bool changesTheLine(uint32_t code)
 {
-    return (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+    return code == 0x061C || code == 0x200E || code == 0x200F ||
+           (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x206F) ||
+           code == 0xFEFF || (code >= 0xFFF9 && code <= 0xFFFB);
 }
 
 }  // namespace

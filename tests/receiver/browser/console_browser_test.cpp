@@ -29,7 +29,7 @@ protected:
 
     std::ostringstream out_;
     EventLog log_{out_, false};
-    ConsoleBrowser browser_{log_, {}};
+    ConsoleBrowser browser_{log_, {{"http://site.example", "."}}};
 };
 
 TEST_F(ConsoleBrowserTest, WindowsAreNumberedAndNoNumberComesTwice)
@@ -79,6 +79,16 @@ TEST_F(ConsoleBrowserTest, APageIsNotOpenedBeforeItsTurn)
     EXPECT_FALSE(says("no connection"));
     runTasks();
     EXPECT_TRUE(says("http://a.example/: no connection"));
+}
+
+TEST_F(ConsoleBrowserTest, AUrlThatNoFileCanBearIsNotFound)
+{
+    for (const char* const end : {"", "/", "/x.html"}) {
+        const std::string url = "http://site.example/" + std::string(5000, 'a') + end;
+        browser_.openURL(browser_.createWindow(), url);
+        runTasks();
+        EXPECT_TRUE(says(url + ": 404")) << end;
+    }
 }
 
 TEST_F(ConsoleBrowserTest, TasksOfAWindowThatIsClosedOrGoesElsewhereAreDropped)

@@ -27,7 +27,34 @@ TEST(Page, APageThatIsTooLongIsNotLookedThrough)
     const std::string page = "<img src='a'>";
     EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size(), ' ')),
               (References{"a"}));
-    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size() + 1, ' ')), References());
+    EXPECT_EQ(subresources(page + std::string(mostPageBytes - page.size() + 1, ' ')), std::nullopt);
+}
+
+TEST(Page, APageWithATagOfTooManyAttributesIsNotLookedThrough)
+{
+    const auto pageWith = [](size_t count) {
+        std::string page = "<p>x<img src='a' ";
+        for (size_t number = 1; number < count; ++number)
+            page += "a" + std::to_string(number) + "='>' ";
+        return page + "><img src='b'>";
+    };
+    EXPECT_EQ(subresources(pageWith(mostAttributes)), (References{"a", "b"}));
+    EXPECT_EQ(subresources(pageWith(2 * mostAttributes)), std::nullopt);
+    EXPECT_EQ(subresources(pageWith(100 * mostAttributes)), std::nullopt);
+}
+
+TEST(Page, TextsAndCommentsMayBeLong)
+{
+    const std::string text(200000, 'x');
+    for (const std::string& page : {"<p>" + text + "</p>", "<script>" + text + "</script>",
+                                    "<style>" + text + "</style>", "<!--" + text + "-->"})
+        EXPECT_EQ(subresources(page + "<img src='a'>"), References{"a"}) << page.substr(0, 9);
+}
+
+TEST(Page, ReferencesThatAreTooLongForAUrlAreNone)
+{
+    const std::string url(mostReferenceBytes, 'x');
+    EXPECT_EQ(subresources("<img src='" + url + "'><img src='" + url + "x'>"), References{url});
 }
 
 TEST(Page, TensOfThousandsOfReferencesAreEachNamedOnce)

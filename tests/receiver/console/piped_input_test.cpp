@@ -4,6 +4,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "receiver/console/commands.h"
 #include "receiver/console/piped_input.h"
 #include "tests/receiver/support/played_session.h"
 
@@ -49,6 +50,35 @@ TEST_F(PipedSession, LinesAreObeyedTheLastWithoutAnEndToo)
     EXPECT_EQ(played_.session().run(), exitSuccess);
     EXPECT_TRUE(played_.says("user      one\n"));
     EXPECT_TRUE(played_.says("user      two\n"));
+}
+
+TEST_F(PipedSession, ALineThatHasNoEndIsRefused)
+{
+    std::thread writer([this] {
+        write("say " + std::string(mostLineBytes, 'a') + "\n");
+        closeWriter();
+    });
+    {
+        const PipedInput input(played_.session(), ends_[0]);
+        EXPECT_EQ(played_.session().run(), exitUsage);
+    }
+    writer.join();
+    EXPECT_EQ(played_.session().problem(), "standard input:1: a line is longer than 65,536 bytes");
+}
+
+TEST_F(PipedSession, TheLongestLineIsObeyed)
+{
+    const std::string text(mostLineBytes - 4, 'a');
+    std::thread writer([&] {
+        write("say " + text + "\n");
+        closeWriter();
+    });
+    {
+        const PipedInput input(played_.session(), ends_[0]);
+        EXPECT_EQ(played_.session().run(), exitSuccess);
+    }
+    writer.join();
+    EXPECT_TRUE(played_.says(text));
 }
 
 TEST_F(PipedSession, AnEndAtOnceLetsTheStreamPlay)

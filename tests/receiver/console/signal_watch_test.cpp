@@ -1,4 +1,5 @@
 #include <csignal>
+#include <cstdlib>
 #include <future>
 #include <gtest/gtest.h>
 #include <string>
@@ -47,6 +48,22 @@ TEST(SignalWatchDeathTest, TheSecondOneEndsTheProcess)
             ::kill(::getpid(), SIGINT);
             heard.get_future().wait();
             ::kill(::getpid(), SIGTERM);
+            for (;;)
+                ::pause();
+        },
+        ::testing::KilledBySignal(SIGTERM), "");
+}
+
+TEST(SignalWatchDeathTest, TheSecondOneEndsTheProcessWhileTheFirstIsStillBeingReported)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const SignalWatch watch([](const std::string&) {
+                ::kill(::getpid(), SIGTERM);
+                std::_Exit(0);  // not reached
+            });
+            ::kill(::getpid(), SIGINT);
             for (;;)
                 ::pause();
         },

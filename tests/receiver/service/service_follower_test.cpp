@@ -228,6 +228,22 @@ TEST_F(Follower, ServicesMayShareTheirTable)
     EXPECT_EQ(follower_.heldBytes(), 0u) << "the choice is made";
 }
 
+TEST_F(Follower, ATableThatMovesToAnotherPidIsHeardThereAlone)
+{
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    pmt(2, {tables(0x300, hbbtv)}, 1);
+    play(tablePid(2), table(4));
+    play(tablePid(2), table(4));
+    EXPECT_EQ(follower_.heldBytes(), 0u);
+    EXPECT_EQ(tuned(), 1u);
+    play(0x300, table(5));
+    play(0x300, table(5));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
 TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
 {
     const unsigned count = 100;

@@ -47,6 +47,18 @@ TEST(TableBook, ProfilesAreKnownFromAllSectionsOfAVersion)
     EXPECT_EQ(book.profilesOf(0x0A, 3), Texts());
 }
 
+TEST(TableBook, ASectionThatIsReplacedIsForgotten)
+{
+    TableBook book;
+    book.note(table(1, 0, entry(1, {0, 0, 1, 2, 1}, "name\0A"s)));
+    book.note(table(1, 1, entry(2, {0, 0, 1, 2, 1}, "B")));
+    book.note(table(1, 0, entry(3, {0, 0, 1, 2, 1}, "C")));
+    EXPECT_EQ(book.profilesOf(0x0A, 1), Texts());
+    EXPECT_EQ(book.wholeName(0x0A, 1, "name"), "name");
+    EXPECT_EQ(book.profilesOf(0x0A, 2), Texts{"0x0000 with version 1.2.1"});
+    EXPECT_EQ(book.profilesOf(0x0A, 3), Texts{"0x0000 with version 1.2.1"});
+}
+
 TEST(TableBook, ANameThatAZeroEndedIsWholeAgain)
 {
     const std::string latin = "\x10\0\x01\xE9"s;

@@ -76,7 +76,8 @@ unreadable_input() {
     expect 2 "file: cannot be written" --extract "$work/file" "$station"
     mkdir "$work/taken"
     : >"$work/taken/2a"
-    expect 2 "taken: not all files could be written" --extract "$work/taken" "$station"
+    expect 2 "taken: not all files could be written" --extract "$work/taken" --trace "$work/untaken" "$station"
+    grep -qF '"exit_code":2' "$work/untaken" || fail "the trace says another exit code"
     expect 2 "sitee: no such folder; in $here there are site" \
         --site "http://one.example=$here/sitee" "$station"
 }

@@ -12,9 +12,10 @@ constexpr uint64_t second = 27000000;
 
 class StreamClockTest : public ::testing::Test {
 protected:
-    milliseconds dueAfterStart(double speed) const
+    milliseconds dueAfterStart(double speed) { return dueAfterStart(speed, start_ + seconds(3)); }
+    milliseconds dueAfterStart(double speed, StreamClock::Time now)
     {
-        return std::chrono::duration_cast<milliseconds>(*clock_.due(speed) - start_);
+        return std::chrono::duration_cast<milliseconds>(*clock_.due(speed, now) - start_);
     }
 
     StreamClock clock_;
@@ -23,7 +24,7 @@ protected:
 
 TEST_F(StreamClockTest, WithoutAClockNothingIsDue)
 {
-    EXPECT_FALSE(clock_.due(1));
+    EXPECT_FALSE(clock_.due(1, start_));
     EXPECT_FALSE(clock_.isKnown());
 }
 
@@ -56,11 +57,26 @@ TEST_F(StreamClockTest, AClockThatJumpsBeginsANewTimeLine)
     }
 }
 
+TEST_F(StreamClockTest, NobodyWaitsForMoreThanASecondOfStream)
+{
+    const uint64_t step = second * 9 / 10;
+    uint64_t ticks = 0;
+    clock_.note(ticks, false, start_);
+    for (int count = 0; count < 30; ++count)
+        clock_.note(ticks += step, false, start_);
+    EXPECT_EQ(dueAfterStart(1, start_), seconds(1));
+    EXPECT_EQ(dueAfterStart(1, start_ + seconds(1)), seconds(1)) << "it goes on from there";
+    clock_.note(ticks += step, false, start_ + seconds(1));
+    EXPECT_EQ(dueAfterStart(1, start_ + seconds(1)), milliseconds(1900));
+    clock_.note(ticks += step, false, start_ + seconds(1));
+    EXPECT_EQ(dueAfterStart(0.25, start_ + seconds(1)), seconds(5)) << "of stream, not of time";
+}
+
 TEST_F(StreamClockTest, AStreamThatBeginsAgainDoesToo)
 {
     clock_.note(5 * second, false, start_ - seconds(9));
     clock_.restart();
-    EXPECT_FALSE(clock_.due(1));
+    EXPECT_FALSE(clock_.due(1, start_));
     EXPECT_TRUE(clock_.isKnown());
     clock_.note(5 * second, false, start_);
     EXPECT_EQ(dueAfterStart(1), seconds(0));

@@ -76,6 +76,38 @@ TEST_F(Stream, ThousandsOfServicesFindTheirNames)
     EXPECT_EQ(heard_.services.size(), 2u);
 }
 
+TEST_F(Stream, AnSdtThatChangesAllTheTimeIsReadTwiceForAPieceOfTheStream)
+{
+    StreamWriter writer;
+    writer.add(0, makePat(0x441, 0, {{1, 0x100}}));
+    for (int number = 0; number <= 20; ++number)
+        writer.add(0x11, makeSdt(0x441, 0x20FA, {{1, "name " + std::to_string(number)}}));
+    writer.pause();
+    RecordingListener listener;
+    TransportStream stream(listener);
+    stream.feed(writer.bytes().data(), writer.bytes().size());
+    ASSERT_EQ(listener.services.size(), 3u);
+    EXPECT_EQ(listener.services[0][0].name, "");
+    EXPECT_EQ(listener.services[1][0].name, "name 0");
+    EXPECT_EQ(listener.services[2][0].name, "name 20");
+}
+
+TEST_F(Stream, ThereAreNoMoreServicesThanPids)
+{
+    StreamWriter writer;
+    for (unsigned section = 0; section < 40; ++section) {
+        ByteWriter entries;
+        for (unsigned entry = 0; entry < 250; ++entry)
+            entries.u16(section * 250 + entry + 1).u16(0xE100);
+        writer.add(0, makeSection({0x00, 0x441, 0, true, section, 39}, entries));
+    }
+    writer.pause();
+    RecordingListener listener;
+    TransportStream stream(listener);
+    stream.feed(writer.bytes().data(), writer.bytes().size());
+    EXPECT_EQ(stream.services().size(), 8192u);
+}
+
 TEST_F(Stream, ServicesComeFromThePatAndTheirNamesFromTheSdt)
 {
     PacketWriter pat(0), sdt(0x11);

@@ -42,6 +42,19 @@ TEST(Printable, WhatATerminalObeysIsReplaced)
         EXPECT_EQ(printable(std::string(1, control)), sign) << int(control);
 }
 
+TEST(Printable, MarksThatNobodySeesAreReplaced)
+{
+    const char* const marks[] = {"\xD8\x9C",     "\xE2\x80\x8E", "\xE2\x80\x8F", "\xE2\x81\xAA",
+                                 "\xE2\x81\xAF", "\xEF\xBB\xBF", "\xEF\xBF\xB9", "\xEF\xBF\xBB"};
+    for (const char* const mark : marks) {
+        EXPECT_EQ(printable(mark), sign);
+        EXPECT_EQ(printableJson(mark).rfind("\\u", 0), 0u) << mark;
+    }
+    const std::string neighbours =
+        "\xD8\x9B\xD8\x9D\xE2\x80\x8D\xE2\x80\x90\xE2\x81\xB0\xEF\xBF\xBC";
+    EXPECT_EQ(printable(neighbours), neighbours);
+}
+
 TEST(Printable, BytesThatAreNoUtf8AreReplacedOneByOne)
 {
     const std::pair<std::string, std::string> cases[] = {
