@@ -503,7 +503,8 @@ TEST_F(BrowserEvents, ScriptMayShutTheLibraryDownWhenItsPageFailsToLoad)
     native_ApplicationManagerSetAppDestroyedListener([](void*) { vesta_hbbtv_shutdown(); });
     EXPECT_EQ(report(TAVO_VESTA_EVT_LOADING_FAILED, 1), (Answer{1, 0}));
     tickAll();
-    EXPECT_EQ(journal(), Lines({"RELEASE w1", "hbbtv_ait_stop()", "dsmcc_stop()"}));
+    EXPECT_EQ(journal(), Lines({"STOP 1.1 related reactivate=0 http://a.example/index.html",
+                                "RELEASE w1", "hbbtv_ait_stop()", "dsmcc_stop()"}));
 }
 
 }  // namespace
