@@ -187,8 +187,8 @@ private:
     std::unique_ptr<KeySet> keySet_;
     Application* parent_ = nullptr;
     std::set<TAVO_VIRTUAL_KEY> keys_;
+    bool releaseAnswer_ = false;  ///< outlives the notice, which writes it
     /// Made before a browser window is asked for: giving it back must not need memory.
-    bool releaseAnswer_ = false;
     std::unique_ptr<ReleaseWindowNotification> releaseNotice_;
     std::unique_ptr<StopApplicationEvent> stop_;
     std::unique_ptr<Application> next_;  ///< in the list of those that wait for their end
