@@ -61,6 +61,16 @@ void start(TAVO_Vesta* browser)
     NotificationManager::getInstance()->init();
 }
 
+/// @return null where there is none, or no memory for who would have it
+ThreadsafeEventQueue* eventQueue()
+{
+    // Straight to the instance, since this is asked for all the time.
+    if (ConfigurationManager::instance)
+        return ConfigurationManager::instance->getEventQueue();
+    guarded([] { ConfigurationManager::getInstance(); });  // Deliberate: without a queue
+    return nullptr;
+}
+
 void wakeUpBrowserThread()
 {
     pthread_mutex_t* const mutex = sendEventMutex;
@@ -99,23 +109,15 @@ void vesta_hbbtv_shutdown()
 
 bool vesta_hbbtv_tick()
 {
-    // Straight to the instance, since this is called all the time and mostly finds nothing to do.
-    if (!ConfigurationManager::instance) {
-        guarded([] { ConfigurationManager::getInstance(); });  // Deliberate: without a queue
-        return false;
-    }
-    ThreadsafeEventQueue* const queue = ConfigurationManager::instance->getEventQueue();
     // An event that was given up for want of memory has run, too.
+    ThreadsafeEventQueue* const queue = eventQueue();
     return queue && guarded(true, [queue] { return queue->executeFirst(); });
 }
 
 void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
 {
-    guarded([type, data] {
-        ThreadsafeEventQueue* const queue = ConfigurationManager::getInstance()->getEventQueue();
-        if (queue)
-            queue->add(ExternalEvent::create(type, data));
-    });
+    if (ThreadsafeEventQueue* const queue = eventQueue())
+        guarded([=] { queue->add(ExternalEvent::create(type, data)); });
     // Deliberate: the wake-up does not depend on the queue.
     wakeUpBrowserThread();
 }

@@ -178,7 +178,7 @@ Logging* Logging::getInstance()
 
 Logging::Logging()
 {
-    if (!mutex_.isUsable())
+    if (!mutex_.isSetUp())
         std::cerr << "HbbTV Logging: failed initiating output mutex\n";
 }
 

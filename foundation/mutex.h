@@ -15,35 +15,24 @@
 
 namespace VestaHbbTV {
 
-/// A mutex with default attributes. Should the system have none, it locks nothing.
+/// A mutex with default attributes. Should the system refuse to set one up, it stays as the
+/// compiler did.
 class VESTA_THREAD_SAFETY(capability("mutex")) Mutex {
 public:
-    Mutex() : usable_(pthread_mutex_init(&mutex_, nullptr) == 0) {}
+    Mutex() : isSetUp_(pthread_mutex_init(&mutex_, nullptr) == 0) {}
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
-    ~Mutex()
-    {
-        if (usable_)
-            pthread_mutex_destroy(&mutex_);
-    }
+    ~Mutex() { pthread_mutex_destroy(&mutex_); }
 
-    void lock() VESTA_THREAD_SAFETY(acquire_capability())
-    {
-        if (usable_)
-            pthread_mutex_lock(&mutex_);
-    }
+    void lock() VESTA_THREAD_SAFETY(acquire_capability()) { pthread_mutex_lock(&mutex_); }
+    void unlock() VESTA_THREAD_SAFETY(release_capability()) { pthread_mutex_unlock(&mutex_); }
 
-    void unlock() VESTA_THREAD_SAFETY(release_capability())
-    {
-        if (usable_)
-            pthread_mutex_unlock(&mutex_);
-    }
-
-    bool isUsable() const { return usable_; }
+    /// Whether the system set it up.
+    bool isSetUp() const { return isSetUp_; }
 
 private:
-    pthread_mutex_t mutex_ = {};
-    const bool usable_;
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+    const bool isSetUp_;
 };
 
 /// Holds a mutex while it lives.

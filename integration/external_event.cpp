@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -258,12 +257,9 @@ ExternalEvent::ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data)
 
 ExternalEvent* ExternalEvent::create(HBBTV_EventType type, HBBTV_EventData* data)
 {
-    auto* const event = new (std::nothrow) ExternalEvent(type, data);
-    if (!event) {
-        if (data)
-            releaseRecord(type, data);
-        throw std::bad_alloc();
-    }
+    Record record(data, RecordDeleter{type});
+    auto* const event = new ExternalEvent(type, data);
+    static_cast<void>(record.release());  // it is the event's now
     return event;
 }
 

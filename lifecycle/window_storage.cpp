@@ -82,16 +82,14 @@ RestingPlace restingPlace;
 
 }  // namespace
 
-WindowStorage::Mention::Mention(bool isOne) : isOne_(isOne)
+void WindowStorage::countMention()
 {
-    if (isOne_)
-        ++mentions;
+    ++mentions;
 }
 
-WindowStorage::Mention::~Mention()
+void WindowStorage::forgetMention()
 {
-    if (isOne_)
-        --mentions;
+    --mentions;
 }
 
 void* WindowStorage::take(size_t size)

@@ -18,10 +18,18 @@ public:
     class Mention {
     public:
         /// @param isOne whether a window is named at all
-        explicit Mention(bool isOne);
+        explicit Mention(bool isOne) : isOne_(isOne)
+        {
+            if (isOne_)
+                countMention();
+        }
         Mention(const Mention&) = delete;
         Mention& operator=(const Mention&) = delete;
-        ~Mention();
+        ~Mention()
+        {
+            if (isOne_)
+                forgetMention();
+        }
 
     private:
         const bool isOne_;
@@ -34,6 +42,10 @@ public:
 
     /// Cannot fail. @param storage as take() gave it; null is ignored
     static void giveBack(void* storage, size_t size);
+
+private:
+    static void countMention();
+    static void forgetMention();
 };
 
 }  // namespace VestaHbbTV
