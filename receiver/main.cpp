@@ -13,6 +13,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "receiver/browser/console_browser.h"
 #include "receiver/carousel/extraction.h"
 #include "receiver/console/line_input.h"
 #include "receiver/console/piped_input.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "foundation/logging.h"
-#include "receiver/browser/console_browser.h"
+#include "receiver/browser/sites.h"
 #include "receiver/service/middleware.h"
 
 namespace receiver {

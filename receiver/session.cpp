@@ -23,7 +23,7 @@ Doorbell::Clock::duration clockTime(double seconds)
 
 }  // namespace
 
-Session::Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, ConsoleBrowser& browser,
+Session::Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, BrowserEngine& browser,
                  Integrator& integrator)
     : log_(log), middleware_(middleware), doorbell_(doorbell), browser_(browser),
       integrator_(integrator)

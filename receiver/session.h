@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "receiver/browser/console_browser.h"
+#include "receiver/browser/browser_engine.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/doorbell.h"
 #include "receiver/integration/integrator.h"
@@ -35,7 +35,7 @@ enum ExitCode : int {
 class Session {
 public:
     /// @param log, middleware, doorbell, browser, integrator borrowed
-    Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, ConsoleBrowser& browser,
+    Session(EventLog& log, Middleware& middleware, Doorbell& doorbell, BrowserEngine& browser,
             Integrator& integrator);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -79,7 +79,7 @@ public:
     /// @{
     EventLog& log() { return log_; }
     Middleware& middleware() { return middleware_; }
-    ConsoleBrowser& browser() { return browser_; }
+    BrowserEngine& browser() { return browser_; }
     Integrator& integrator() { return integrator_; }
     void* window() const { return window_; }
 
@@ -122,7 +122,7 @@ private:
     EventLog& log_;
     Middleware& middleware_;
     Doorbell& doorbell_;
-    ConsoleBrowser& browser_;
+    BrowserEngine& browser_;
     Integrator& integrator_;
     void* window_ = nullptr;
     std::string scriptName_;

@@ -1,11 +1,28 @@
-/// The browser behind the receiver. The console browser stands here; a real engine can take its
-/// place.
+/// The seam between the receiver and its browser: the console browser stands behind it, or a real
+/// engine.
 #ifndef VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 #define VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 
 #include <string>
+#include <vector>
 
 #include "vesta_browser.h"
+
+/// The browser; the application manager knows it by address alone.
+struct TAVO_Vesta {};
+
+/// A browser window; the application manager knows it by address alone. Engines derive theirs.
+struct TAVO_VestaWindow {
+    TAVO_VestaWindow() = default;
+    TAVO_VestaWindow(const TAVO_VestaWindow&) = delete;
+    TAVO_VestaWindow& operator=(const TAVO_VestaWindow&) = delete;
+    virtual ~TAVO_VestaWindow() = default;
+
+    long id = 0;
+    std::string url;  ///< of the page, as it was opened
+    bool visible = false;
+    bool loaded = false;  ///< the page and all its subresources came or failed
+};
 
 namespace receiver {
 
@@ -13,7 +30,30 @@ namespace receiver {
 /// the integrator's listener does with windows. Browser thread only.
 class BrowserEngine {
 public:
-    virtual ~BrowserEngine() = default;
+    BrowserEngine() { current = this; }
+    BrowserEngine(const BrowserEngine&) = delete;
+    BrowserEngine& operator=(const BrowserEngine&) = delete;
+    virtual ~BrowserEngine() { current = nullptr; }
+
+    /// What the application manager is given as the browser: without one it lets no script
+    /// subscribe to stream events.
+    TAVO_Vesta* handle() { return &handle_; }
+
+    /// Does the next thing that the browser has to do, without waiting for one. @return false when
+    /// there is none
+    virtual bool runTask() = 0;
+
+    virtual std::vector<const TAVO_VestaWindow*> windows() const = 0;
+
+    /// The window that gets the keys: the visible one that was shown last; null without one.
+    virtual TAVO_VestaWindow* focusedWindow() const = 0;
+
+    /// A page asks for another file. @param url absolute or relative to the page
+    /// @return whether it is loaded; not when the engine does not load files of its kind
+    virtual bool loadResource(TAVO_VestaWindow* window, const std::string& url) = 0;
+
+    /// @param url absolute or relative to the page
+    virtual bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const = 0;
 
     /// @name Windows, for the integrator
     /// @{
@@ -44,6 +84,9 @@ public:
 
     /// The engine that the C functions lead to; null outside a run.
     static BrowserEngine* current;
+
+private:
+    TAVO_Vesta handle_;
 };
 
 }  // namespace receiver

@@ -39,12 +39,6 @@ std::string windowName(const TAVO_VestaWindow* window)
 ConsoleBrowser::ConsoleBrowser(EventLog& log, std::vector<Site> sites)
     : log_(log), sites_(std::move(sites))
 {
-    current = this;
-}
-
-ConsoleBrowser::~ConsoleBrowser()
-{
-    current = nullptr;
 }
 
 bool ConsoleBrowser::runTask()
@@ -58,7 +52,7 @@ bool ConsoleBrowser::runTask()
 }
 
 /// Queues a task that is dropped when its window is closed, or opens another page, before.
-void ConsoleBrowser::later(TAVO_VestaWindow* window, Task task)
+void ConsoleBrowser::later(ConsoleWindow* window, Task task)
 {
     const long id = window->id;
     const unsigned page = window->pages;
@@ -79,15 +73,16 @@ std::vector<const TAVO_VestaWindow*> ConsoleBrowser::windows() const
 
 TAVO_VestaWindow* ConsoleBrowser::createWindow()
 {
-    auto window = std::make_unique<TAVO_VestaWindow>();
+    auto window = std::make_unique<ConsoleWindow>();
     window->id = nextId_++;
     report("window-opened", windowName(window.get()) + " opened", {{"window", window->id}});
     return windows_.emplace(window->id, std::move(window)).first->second.get();
 }
 
-void ConsoleBrowser::closeWindow(TAVO_VestaWindow* window)
+void ConsoleBrowser::closeWindow(TAVO_VestaWindow* closed)
 {
-    if (!isOpen(window))
+    ConsoleWindow* const window = findOpen(closed);
+    if (!window)
         return;
     report("window-closed", windowName(window) + " closed", {{"window", window->id}});
     if (focused_ == window)
@@ -97,7 +92,7 @@ void ConsoleBrowser::closeWindow(TAVO_VestaWindow* window)
 }
 
 /// Loads that are still open are cancelled, as a browser does it; their answers go nowhere.
-void ConsoleBrowser::cancelLoads(const TAVO_VestaWindow* window)
+void ConsoleBrowser::cancelLoads(const ConsoleWindow* window)
 {
     for (auto load = loads_.begin(); load != loads_.end();) {
         if (load->second.window != window) {
@@ -126,15 +121,16 @@ void ConsoleBrowser::cancel(void* id)
 }
 
 /// Offers an event to the application manager. @return whether it consumed the event
-unsigned int ConsoleBrowser::notify(TAVO_VestaWindow* window, TAVO_VESTA_EVENT event,
+unsigned int ConsoleBrowser::notify(ConsoleWindow* window, TAVO_VESTA_EVENT event,
                                     TavoVestaEventData& data, int* result)
 {
     return VestaHbbTV::vesta_hbbtv_handle_notification(handle(), window, event, &data, result);
 }
 
-void ConsoleBrowser::setVisible(TAVO_VestaWindow* window, bool visible)
+void ConsoleBrowser::setVisible(TAVO_VestaWindow* changed, bool visible)
 {
-    if (!isOpen(window))
+    ConsoleWindow* const window = findOpen(changed);
+    if (!window)
         return;
     window->visible = visible;
     if (visible)
@@ -145,9 +141,10 @@ void ConsoleBrowser::setVisible(TAVO_VestaWindow* window, bool visible)
            windowName(window) + (visible ? " shown" : " hidden"), {{"window", window->id}});
 }
 
-int ConsoleBrowser::openURL(TAVO_VestaWindow* window, const std::string& url)
+int ConsoleBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
 {
-    if (!isOpen(window))
+    ConsoleWindow* const window = findOpen(where);
+    if (!window)
         return 1;
     cancelLoads(window);
     window->url = url;
@@ -160,7 +157,7 @@ int ConsoleBrowser::openURL(TAVO_VestaWindow* window, const std::string& url)
     return 0;
 }
 
-void ConsoleBrowser::openPage(TAVO_VestaWindow* window)
+void ConsoleBrowser::openPage(ConsoleWindow* window)
 {
     TavoVestaEventData data = {};
     data.url = window->url.c_str();
@@ -171,7 +168,7 @@ void ConsoleBrowser::openPage(TAVO_VestaWindow* window)
         openSitePage(window);
 }
 
-void ConsoleBrowser::startLoad(TAVO_VestaWindow* window, const std::string& url, bool isPage)
+void ConsoleBrowser::startLoad(ConsoleWindow* window, const std::string& url, bool isPage)
 {
     // Never the same number twice: an answer that is still under way must find its own load.
     void* const id = reinterpret_cast<void*>(++lastLoad_);
@@ -185,7 +182,7 @@ void ConsoleBrowser::startLoad(TAVO_VestaWindow* window, const std::string& url,
         fail(id, httpNotFound);
 }
 
-void ConsoleBrowser::openSitePage(TAVO_VestaWindow* window)
+void ConsoleBrowser::openSitePage(ConsoleWindow* window)
 {
     const auto path = fileOfURL(sites_, window->url);
     window->loaded = true;
@@ -208,7 +205,7 @@ void ConsoleBrowser::openSitePage(TAVO_VestaWindow* window)
     reportFinished(window, loadOK, httpOK);
 }
 
-void ConsoleBrowser::reportLoaded(TAVO_VestaWindow* window, const std::string& url, size_t size,
+void ConsoleBrowser::reportLoaded(ConsoleWindow* window, const std::string& url, size_t size,
                                   const std::string& mimeType, int status)
 {
     window->resources.insert(url);
@@ -216,7 +213,7 @@ void ConsoleBrowser::reportLoaded(TAVO_VestaWindow* window, const std::string& u
            {{"url", url}, {"size", size}, {"type", mimeType}, {"status", status}});
 }
 
-void ConsoleBrowser::reportFinished(TAVO_VestaWindow* window, int loadStatus,
+void ConsoleBrowser::reportFinished(ConsoleWindow* window, int loadStatus,
                                     unsigned short httpStatus)
 {
     TavoVestaEventData data = {};
@@ -250,7 +247,7 @@ int ConsoleBrowser::finish(void* id, int status)
     if (!load)
         return 1;
     reportLoaded(load->window, load->url, load->bytes.size(), load->mimeType, status);
-    TAVO_VestaWindow* const window = load->window;
+    ConsoleWindow* const window = load->window;
     if (load->isPage) {
         if (isPage(load->url, load->mimeType))
             loadSubresources(*load);
@@ -271,8 +268,11 @@ void ConsoleBrowser::loadSubresources(const Load& page)
         loadResource(page.window, reference);
 }
 
-bool ConsoleBrowser::loadResource(TAVO_VestaWindow* window, const std::string& reference)
+bool ConsoleBrowser::loadResource(TAVO_VestaWindow* page, const std::string& reference)
 {
+    ConsoleWindow* const window = findOpen(page);
+    if (!window)
+        return false;
     const std::string url = resolveURL(window->url, reference);
     if (!beginsWith(url, "dvb:"))
         return false;
@@ -287,8 +287,9 @@ bool ConsoleBrowser::loadResource(TAVO_VestaWindow* window, const std::string& r
 
 bool ConsoleBrowser::hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const
 {
-    return window.resources.count(url) != 0 ||
-           window.resources.count(resolveURL(window.url, url)) != 0;
+    const ConsoleWindow* const open = findOpen(&window);
+    return open && (open->resources.count(url) != 0 ||
+                    open->resources.count(resolveURL(open->url, url)) != 0);
 }
 
 int ConsoleBrowser::fail(void* id, int status)
@@ -298,7 +299,7 @@ int ConsoleBrowser::fail(void* id, int status)
         return 1;  // a load can be answered with a failure twice
     report("load-failed", load->url + ": " + std::to_string(status),
            {{"url", load->url}, {"status", status}});
-    TAVO_VestaWindow* const window = load->window;
+    ConsoleWindow* const window = load->window;
     if (load->isPage)
         later(window, [this, window] {
             TavoVestaEventData data = {};
@@ -309,7 +310,7 @@ int ConsoleBrowser::fail(void* id, int status)
     return 0;
 }
 
-void ConsoleBrowser::endLoad(TAVO_VestaWindow* window)
+void ConsoleBrowser::endLoad(ConsoleWindow* window)
 {
     if (--window->openLoads == 0)
         window->loaded = true;
@@ -331,15 +332,17 @@ ConsoleBrowser::Load* ConsoleBrowser::findLoad(void* id)
     return found == loads_.end() ? nullptr : &found->second;
 }
 
-bool ConsoleBrowser::isOpen(const TAVO_VestaWindow* window) const
+ConsoleWindow* ConsoleBrowser::findOpen(const TAVO_VestaWindow* window) const
 {
-    return std::any_of(windows_.begin(), windows_.end(),
-                       [window](const auto& entry) { return entry.second.get() == window; });
+    const auto found = std::find_if(windows_.begin(), windows_.end(), [window](const auto& entry) {
+        return entry.second.get() == window;
+    });
+    return found == windows_.end() ? nullptr : found->second.get();
 }
 
 int ConsoleBrowser::clearHistory(TAVO_VestaWindow* window)
 {
-    return isOpen(window) ? 0 : 1;
+    return findOpen(window) ? 0 : 1;
 }
 
 TAVO_VestaWindow* ConsoleBrowser::findWindow(long id)
@@ -350,12 +353,12 @@ TAVO_VestaWindow* ConsoleBrowser::findWindow(long id)
 
 long ConsoleBrowser::identifierOf(TAVO_VestaWindow* window)
 {
-    return isOpen(window) ? window->id : 0;
+    return findOpen(window) ? window->id : 0;
 }
 
 const char* ConsoleBrowser::loadingURL(TAVO_VestaWindow* window)
 {
-    return isOpen(window) ? window->url.c_str() : nullptr;
+    return findOpen(window) ? window->url.c_str() : nullptr;
 }
 
 const char* ConsoleBrowser::resolve(const std::string& base, const std::string& url)

@@ -16,21 +16,14 @@
 #include "receiver/browser/sites.h"
 #include "receiver/console/event_log.h"
 
-/// The browser; the application manager knows it by address alone.
-struct TAVO_Vesta {};
+namespace receiver {
 
-/// The browser's windows; the application manager knows them by address alone.
-struct TAVO_VestaWindow {
-    long id = 0;
-    std::string url;  ///< of the page, as it was opened
-    bool visible = false;
-    bool loaded = false;  ///< the page and all its subresources came or failed
+/// A window of the console browser.
+struct ConsoleWindow : TAVO_VestaWindow {
     size_t openLoads = 0;
     unsigned pages = 0;               ///< how many were opened here
     std::set<std::string> resources;  ///< URLs that were loaded for the page, its own among them
 };
-
-namespace receiver {
 
 /// `dvb:` pages and their subresources are loaded through the application manager, as a browser
 /// does it; http(s) pages come from folders. Browser thread only. Nothing calls back into the
@@ -38,27 +31,13 @@ namespace receiver {
 class ConsoleBrowser : public BrowserEngine {
 public:
     ConsoleBrowser(EventLog& log, std::vector<Site> sites);
-    ~ConsoleBrowser() override;
 
-    /// What the application manager is given as the browser: without one it lets no script
-    /// subscribe to stream events.
-    TAVO_Vesta* handle() { return &handle_; }
-
-    /// Does the next thing that the browser has to do. @return false when there is none
-    bool runTask();
-
-    std::vector<const TAVO_VestaWindow*> windows() const;
-
-    /// The window that gets the keys: the visible one that was shown last; null without one.
-    TAVO_VestaWindow* focusedWindow() const { return focused_; }
-
-    /// A page asks for another file; one that is not in a carousel is left alone.
-    /// @param url absolute or relative to the page @return whether it is loaded
-    bool loadResource(TAVO_VestaWindow* window, const std::string& url);
-
-    /// @param url absolute or relative to the page
-    bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const;
-
+    bool runTask() override;
+    std::vector<const TAVO_VestaWindow*> windows() const override;
+    TAVO_VestaWindow* focusedWindow() const override { return focused_; }
+    /// One that is not in a carousel is left alone.
+    bool loadResource(TAVO_VestaWindow* window, const std::string& url) override;
+    bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const override;
     TAVO_VestaWindow* createWindow() override;
     void closeWindow(TAVO_VestaWindow* window) override;
     void setVisible(TAVO_VestaWindow* window, bool visible) override;
@@ -78,7 +57,7 @@ public:
 private:
     /// One protocol load.
     struct Load {
-        TAVO_VestaWindow* window;
+        ConsoleWindow* window;
         std::string url;
         bool isPage;
         std::string mimeType;
@@ -87,34 +66,33 @@ private:
 
     using Task = std::function<void()>;
 
-    void later(TAVO_VestaWindow* window, Task task);
-    void openPage(TAVO_VestaWindow* window);
-    void openSitePage(TAVO_VestaWindow* window);
-    void startLoad(TAVO_VestaWindow* window, const std::string& url, bool isPage);
+    void later(ConsoleWindow* window, Task task);
+    void openPage(ConsoleWindow* window);
+    void openSitePage(ConsoleWindow* window);
+    void startLoad(ConsoleWindow* window, const std::string& url, bool isPage);
     void loadSubresources(const Load& page);
-    void endLoad(TAVO_VestaWindow* window);
-    void reportFinished(TAVO_VestaWindow* window, int loadStatus, unsigned short httpStatus);
-    void cancelLoads(const TAVO_VestaWindow* window);
+    void endLoad(ConsoleWindow* window);
+    void reportFinished(ConsoleWindow* window, int loadStatus, unsigned short httpStatus);
+    void cancelLoads(const ConsoleWindow* window);
     void reportStopped(void* id);
     void cancel(void* id);
-    unsigned int notify(TAVO_VestaWindow* window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
+    unsigned int notify(ConsoleWindow* window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
                         int* result = nullptr);
-    void reportLoaded(TAVO_VestaWindow* window, const std::string& url, size_t size,
+    void reportLoaded(ConsoleWindow* window, const std::string& url, size_t size,
                       const std::string& mimeType, int status);
     std::optional<Load> takeLoad(void* id);
     Load* findLoad(void* id);
-    bool isOpen(const TAVO_VestaWindow* window) const;
+    ConsoleWindow* findOpen(const TAVO_VestaWindow* window) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
 
-    TAVO_Vesta handle_;
     EventLog& log_;
     std::vector<Site> sites_;
-    std::map<long, std::unique_ptr<TAVO_VestaWindow>> windows_;
+    std::map<long, std::unique_ptr<ConsoleWindow>> windows_;
     std::map<void*, Load> loads_;  // by request id
     uintptr_t lastLoad_ = 0;
     std::deque<Task> tasks_;
-    TAVO_VestaWindow* focused_ = nullptr;
+    ConsoleWindow* focused_ = nullptr;
     std::string answer_;
     long nextId_ = 1;
 };
