@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -19,9 +20,14 @@
 #include "receiver/console/piped_input.h"
 #include "receiver/console/signal_watch.h"
 #include "receiver/integration/log_bridge.h"
+#include "receiver/objects/object_host.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
 #include "receiver/text/printable.h"
+#ifdef VESTA_HAS_WPE
+#include "receiver/wpe/glib_main_loop.h"
+#include "receiver/wpe/wpe_browser.h"
+#endif
 
 namespace {
 
@@ -87,6 +93,12 @@ std::string problemOf(const Options& options)
         if (std::string problem = receiver::problemOf(site); !problem.empty())
             return "--site: " + problem;
     }
+#ifdef VESTA_HAS_WPE
+    if (options.browser == "wpe") {
+        if (std::string problem = WpeBrowser::problemOf(options.sites); !problem.empty())
+            return problem;
+    }
+#endif
     if (options.extract.empty())
         return "";
     std::error_code problem;
@@ -112,13 +124,40 @@ std::string extract(Middleware& middleware, const std::string& folder, EventLog&
     return folder + ": not all files could be written";
 }
 
+/// The browser of the options, and what belongs to it.
+struct Screen {
+    std::unique_ptr<MainLoop> loop;  ///< null where it has none of its own
+    std::unique_ptr<BrowserEngine> browser;
+    ScriptedBrowser* scripts = nullptr;  ///< null where it runs none
+};
+
+Screen makeScreen(const Options& options, EventLog& log)
+{
+    Screen screen;
+#ifdef VESTA_HAS_WPE
+    if (options.browser == "wpe") {
+        screen.loop = std::make_unique<GLibMainLoop>();
+        auto browser = std::make_unique<WpeBrowser>(log, options.sites);
+        screen.scripts = browser.get();
+        screen.browser = std::move(browser);
+        return screen;
+    }
+#endif
+    screen.browser = std::make_unique<ConsoleBrowser>(log, options.sites);
+    return screen;
+}
+
 int play(const Options& options, EventLog& log)
 {
-    Doorbell doorbell;
+    const Screen screen = makeScreen(options, log);
+    Doorbell doorbell(screen.loop.get());
     Middleware middleware(options.middleware, log, doorbell);
-    ConsoleBrowser browser(log, options.sites);
+    BrowserEngine& browser = *screen.browser;
     Platform platform(middleware.carousels(), log);
     Integrator integrator(log, browser, &middleware.tableBook());
+    std::optional<ObjectHost> objects;
+    if (screen.scripts)
+        objects.emplace(log, integrator, *screen.scripts);
     Session session(log, middleware, doorbell, browser, integrator);
     session.setDuration(options.duration);
     if (!options.extract.empty())
@@ -186,6 +225,8 @@ int main(int argc, char** argv)
     if (!problem.empty())
         return complain(problem, exitUnreadable);
     const bool isTyped = commanderOf(*options) == Session::Commander::Person;
+    if (options->browser != "console" && options->middleware.speed == 0)
+        options->middleware.speed = 1;  // a page needs its time
     options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
     return playAndLog(*options);
 }

@@ -23,6 +23,7 @@ enum Option : int {
     limitOption,
     carouselOption,
     durationOption,
+    browserOption,
     versionOption
 };
 
@@ -39,6 +40,7 @@ const option longOptions[] = {
     {"carousel-limit", required_argument, nullptr, limitOption},
     {"carousel-pid", required_argument, nullptr, carouselOption},
     {"duration", required_argument, nullptr, durationOption},
+    {"browser", required_argument, nullptr, browserOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
@@ -93,6 +95,18 @@ std::string takeDuration(const std::string& text, Options& options)
     if (!seconds)
         return "--duration wants seconds such as 60 or 0.5, not " + text;
     options.duration = *seconds;
+    return "";
+}
+
+std::string takeBrowser(const std::string& text, Options& options)
+{
+    if (text != "console" && text != "wpe")
+        return "--browser wants console or wpe, not " + text;
+#ifndef VESTA_HAS_WPE
+    if (text == "wpe")
+        return "--browser wpe: this receiver was built without WPE WebKit";
+#endif
+    options.browser = text;
     return "";
 }
 
@@ -155,6 +169,8 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return takeLogLevel(value, options);
     case carouselOption:
         return takeCarousel(value, options);
+    case browserOption:
+        return takeBrowser(value, options);
     case durationOption:
         return takeDuration(value, options);
     case limitOption:
@@ -212,6 +228,12 @@ std::string usage()
            "      --site PREFIX=FOLDER   answer URLs that begin with PREFIX from a folder\n"
            "      --speed FACTOR         times real time, by the stream's clock (else: at once)\n"
            "      --loop                 play a file again and again\n"
+           "      --browser NAME         console (no more than loads), or wpe: a real one, WPE "
+           "WebKit\n"
+           "                             2.38, which gets no security updates: for pages that "
+           "you\n"
+           "                             trust; plays in real time unless --speed says "
+           "otherwise\n"
            "      --duration SECONDS     end after so long, as quit does\n"
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"

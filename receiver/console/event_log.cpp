@@ -28,6 +28,8 @@ SourceLook lookOf(Source source)
         return {"browser", "\033[33m"};
     case Source::Platform:
         return {"platform", "\033[35m"};
+    case Source::Script:
+        return {"script", "\033[95m"};
     case Source::User:
         return {"user", "\033[1m"};
     case Source::Receiver:

@@ -18,6 +18,7 @@ enum class Source {
     Library,   ///< the application manager told or asked it
     Browser,   ///< the browser was made to do it
     Platform,  ///< a hook of the platform was called
+    Script,    ///< a page's script asked for it
     User,      ///< a command
     Receiver,  ///< the receiver itself
     Log        ///< a log line of the application manager

@@ -4,7 +4,7 @@
 
 namespace receiver {
 
-Doorbell::Doorbell()
+Doorbell::Doorbell(MainLoop* loop) : loop_(loop)
 {
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
@@ -17,10 +17,16 @@ Doorbell::Doorbell()
     pthread_cond_init(&condition_, &attributes);
     pthread_cond_init(&settledCondition_, nullptr);
     pthread_condattr_destroy(&attributes);
+    if (loop_)
+        startHearing();
 }
 
 Doorbell::~Doorbell()
 {
+    if (ear_.joinable()) {
+        close();
+        ear_.join();
+    }
     pthread_cond_destroy(&settledCondition_);
     pthread_cond_destroy(&condition_);
     pthread_mutex_destroy(&mutex_);
@@ -50,9 +56,42 @@ void Doorbell::waitForWork(const std::function<bool()>& work,
         pthread_cond_broadcast(&settledCondition_);
         if (deadline && Clock::now() >= *deadline)
             break;
+        if (loop_) {
+            // Whatever the engine did there may have changed what the caller waits for.
+            sleepInLoop(deadline);
+            break;
+        }
         waitUntil(deadline);
     }
     rung_ = false;
+}
+
+void Doorbell::sleepInLoop(const std::optional<Clock::time_point>& deadline)
+{
+    pthread_mutex_unlock(&mutex_);
+    loop_->sleep(deadline);
+    pthread_mutex_lock(&mutex_);
+}
+
+/// Returns once no signal can be missed: whoever sends one needs the mutex, which is free again
+/// only when the ear waits.
+void Doorbell::startHearing()
+{
+    const Hold lock(*this);
+    ear_ = std::thread([this] { hear(); });
+    while (!hearing_)
+        pthread_cond_wait(&settledCondition_, &mutex_);
+}
+
+void Doorbell::hear()
+{
+    const Hold lock(*this);
+    hearing_ = true;
+    pthread_cond_broadcast(&settledCondition_);
+    while (!closed_) {
+        pthread_cond_wait(&condition_, &mutex_);
+        loop_->wake();
+    }
 }
 
 void Doorbell::waitUntil(const std::optional<Clock::time_point>& deadline)

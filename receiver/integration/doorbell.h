@@ -7,6 +7,9 @@
 #include <functional>
 #include <optional>
 #include <pthread.h>
+#include <thread>
+
+#include "receiver/integration/main_loop.h"
 
 namespace receiver {
 
@@ -20,7 +23,10 @@ class Doorbell {
 public:
     using Clock = std::chrono::steady_clock;
 
-    Doorbell();
+    /// @param loop where the browser thread waits instead of on the condition; borrowed. A thread
+    /// of
+    ///        the doorbell's own then hears the condition, and wakes the loop.
+    explicit Doorbell(MainLoop* loop = nullptr);
     ~Doorbell();
     Doorbell(const Doorbell&) = delete;
     Doorbell& operator=(const Doorbell&) = delete;
@@ -62,6 +68,9 @@ public:
 
 private:
     void waitUntil(const std::optional<Clock::time_point>& deadline);
+    void sleepInLoop(const std::optional<Clock::time_point>& deadline);
+    void startHearing();
+    void hear();
 
     mutable pthread_mutex_t mutex_;
     pthread_cond_t condition_;         // the browser thread waits on it
@@ -71,6 +80,9 @@ private:
     uint64_t settled_ = 0;             // as far as it has looked at everything since
     bool rung_ = false;
     bool closed_ = false;
+    MainLoop* const loop_;
+    bool hearing_ = false;
+    std::thread ear_;  // where there is a loop
 };
 
 }  // namespace receiver

@@ -1,0 +1,256 @@
+#include "receiver/objects/object_host.h"
+
+#include <cstdint>
+#include <utility>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/browser/browser_engine.h"
+#include "receiver/console/event_log.h"
+#include "receiver/integration/integrator.h"
+
+namespace receiver {
+
+using Json = nlohmann::json;
+
+namespace {
+
+ObjectHost* current = nullptr;
+
+/// Ids are numbers; scripts keep them as such.
+void* idOf(double number)
+{
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(number));
+}
+
+double numberOf(const void* id)
+{
+    return static_cast<double>(reinterpret_cast<uintptr_t>(id));
+}
+
+void* idArgument(const Json& arguments, size_t index)
+{
+    return idOf(numberArgument(arguments, index));
+}
+
+/// The application in whose window the document is; null for none.
+void* ownApplication(const CallingDocument& document)
+{
+    void* id = nullptr;
+    native_AppManGetApplicationId(document.window->id, nullptr, &id);
+    return id;
+}
+
+/// An application that is gone takes no orders.
+void expectSuccess(int result)
+{
+    if (result != VEIF_RETURN_OK)
+        throw ScriptError{"InvalidStateError", "the application is not there any more"};
+}
+
+void tellOfEvent(int event, void* application)
+{
+    const int lowMemory = 0;
+    if (current)
+        current->send(nullptr,
+                      {{"event", event == lowMemory ? "LowMemory" : "ApplicationLoadError"},
+                       {"application", numberOf(application)}});
+}
+
+void tellOfEnd(void* application)
+{
+    if (current)
+        current->send(nullptr,
+                      {{"event", "ApplicationDestroyed"}, {"application", numberOf(application)}});
+}
+
+}  // namespace
+
+std::string textArgument(const Json& arguments, size_t index)
+{
+    if (index >= arguments.size() || !arguments[index].is_string())
+        throw ScriptError{"TypeError", "a string is expected"};
+    return arguments[index].get<std::string>();
+}
+
+double numberArgument(const Json& arguments, size_t index)
+{
+    if (index >= arguments.size() || !arguments[index].is_number())
+        throw ScriptError{"TypeError", "a number is expected"};
+    return arguments[index].get<double>();
+}
+
+bool flagArgument(const Json& arguments, size_t index)
+{
+    if (index >= arguments.size() || !arguments[index].is_boolean())
+        throw ScriptError{"TypeError", "a boolean is expected"};
+    return arguments[index].get<bool>();
+}
+
+ObjectHost::ObjectHost(EventLog& log, Integrator& integrator, ScriptedBrowser& browser)
+    : log_(log), integrator_(integrator), browser_(browser)
+{
+    addApplicationFunctions();
+    addKeySetFunctions();
+    addRequestFunctions();
+    addPageFunctions();
+    current = this;
+    native_ApplicationManagerSetListener(tellOfEvent);
+    native_ApplicationManagerSetAppDestroyedListener(tellOfEnd);
+    browser_.setScriptHost(this);
+}
+
+ObjectHost::~ObjectHost()
+{
+    browser_.setScriptHost(nullptr);
+    native_ApplicationManagerSetListener(nullptr);
+    native_ApplicationManagerSetAppDestroyedListener(nullptr);
+    current = nullptr;
+}
+
+void ObjectHost::add(const std::string& name, Function function)
+{
+    functions_[name] = std::move(function);
+}
+
+void ObjectHost::send(const TAVO_VestaWindow* window, const Json& event)
+{
+    browser_.sendToPages(window, event.dump(-1, ' ', true, Json::error_handler_t::replace));
+}
+
+std::string ObjectHost::answer(const CallingDocument& document, const std::string& call)
+{
+    Json answer;
+    try {
+        const Json parsed = Json::parse(call);
+        const auto found = functions_.find(parsed.at("call").get<std::string>());
+        if (found == functions_.end())
+            throw ScriptError{"NotSupportedError", "the receiver has no such function"};
+        answer = {{"value", found->second(document, parsed.at("arguments"))}};
+    } catch (const ScriptError& error) {
+        answer = {{"error", error.name}, {"message", error.message}};
+    } catch (const Json::exception& error) {
+        answer = {{"error", "TypeError"}, {"message", error.what()}};
+    }
+    return answer.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+void ObjectHost::addApplicationFunctions()
+{
+    add("application.own", [](const CallingDocument& document, const Json&) -> Json {
+        return numberOf(ownApplication(document));
+    });
+    add("application.show", [](const CallingDocument&, const Json& arguments) -> Json {
+        return native_ApplicationShow(idArgument(arguments, 0)) == VEIF_RETURN_OK;
+    });
+    add("application.hide", [](const CallingDocument&, const Json& arguments) -> Json {
+        return native_ApplicationHide(idArgument(arguments, 0)) == VEIF_RETURN_OK;
+    });
+    add("application.destroy", [](const CallingDocument&, const Json& arguments) -> Json {
+        expectSuccess(native_ApplicationDestroyApplication(idArgument(arguments, 0)));
+        return nullptr;
+    });
+    add("application.create", [this](const CallingDocument&, const Json& arguments) -> Json {
+        const std::string url = textArgument(arguments, 0);
+        void* created = nullptr;
+        const int result = native_ApplicationCreateApplication(
+            url.c_str(), flagArgument(arguments, 1) ? 1 : 0, idArgument(arguments, 2), &created);
+        log_.report(Source::Script, "create", "the script creates " + url,
+                    {{"url", url}, {"result", result}});
+        return result == VEIF_RETURN_OK ? Json(numberOf(created)) : Json(nullptr);
+    });
+    add("application.freeMemory", [](const CallingDocument& document, const Json&) -> Json {
+        double bytes = 0;
+        expectSuccess(native_AppPrivateDataGetFreeMem(document.window->id, &bytes));
+        return bytes;
+    });
+    add("application.isRelated",
+        [](const CallingDocument& document, const Json& arguments) -> Json {
+            return native_PermissionsIsBroadcastRelated(
+                       document.window->id, textArgument(arguments, 0).c_str()) == VEIF_RETURN_OK;
+        });
+    add("application.isTrusted",
+        [](const CallingDocument& document, const Json& arguments) -> Json {
+            return native_PermissionsIsTrusted(
+                       document.window->id, textArgument(arguments, 0).c_str()) == VEIF_RETURN_OK;
+        });
+    add("application.isVisible", [this](const CallingDocument& document, const Json&) -> Json {
+        const auto* const running = integrator_.applicationOf(document.window);
+        return running && running->visible;
+    });
+}
+
+void ObjectHost::addKeySetFunctions()
+{
+    add("keyset.value", [](const CallingDocument&, const Json& arguments) -> Json {
+        double value = 0;
+        expectSuccess(native_KeySetGetValue(idArgument(arguments, 0), &value));
+        return value;
+    });
+    add("keyset.maximum", [](const CallingDocument& document, const Json&) -> Json {
+        double value = 0;
+        expectSuccess(native_KeySetGetMaximumValue(document.window->id, &value));
+        return value;
+    });
+    add("keyset.set", [](const CallingDocument&, const Json& arguments) -> Json {
+        double granted = 0;
+        expectSuccess(native_KeySetSetValue(idArgument(arguments, 0), numberArgument(arguments, 1),
+                                            &granted));
+        return granted;
+    });
+}
+
+void ObjectHost::addRequestFunctions()
+{
+    add("request.permission", [](const CallingDocument& document, const Json& arguments) -> Json {
+        const std::string page = textArgument(arguments, 0);
+        const std::string target = textArgument(arguments, 1);
+        TavoVestaEventData data = {};
+        data.url = page.c_str();
+        data.second_url = target.c_str();
+        int result = 0;
+        const unsigned isConsumed = VestaHbbTV::vesta_hbbtv_handle_notification(
+            BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XHR_PERMISSION, &data,
+            &result);
+        if (isConsumed == 0)
+            return VestaHbbTV::HBBTV_XHR_CORE_DECIDES;
+        if (result != 0)
+            return VestaHbbTV::HBBTV_XHR_DENY;
+        return static_cast<int>(reinterpret_cast<uintptr_t>(data.request_id));
+    });
+}
+
+void ObjectHost::addPageFunctions()
+{
+    add("page.malformed", [](const CallingDocument& document, const Json&) -> Json {
+        TavoVestaEventData data = {};
+        VestaHbbTV::vesta_hbbtv_handle_notification(
+            BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XML_PARSE_FAILED,
+            &data, nullptr);
+        return nullptr;
+    });
+    add("page.close", [](const CallingDocument& document, const Json&) -> Json {
+        TavoVestaEventData data = {};
+        VestaHbbTV::vesta_hbbtv_handle_notification(BrowserEngine::current->handle(),
+                                                    document.window, TAVO_VESTA_EVT_WINDOW_CLOSE,
+                                                    &data, nullptr);
+        return nullptr;
+    });
+    add("page.log", [this](const CallingDocument&, const Json& arguments) -> Json {
+        log_.report(Source::Script, "debug", textArgument(arguments, 0));
+        return nullptr;
+    });
+}
+
+void ObjectHost::startFromPage(TAVO_VestaWindow* window, const std::string& url)
+{
+    CallingDocument document;
+    document.window = window;
+    void* created = nullptr;
+    const int result =
+        native_ApplicationCreateApplication(url.c_str(), 0, ownApplication(document), &created);
+    log_.report(Source::Script, "create", "the page goes to " + url,
+                {{"url", url}, {"result", result}});
+}
+
+}  // namespace receiver

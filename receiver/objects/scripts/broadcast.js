@@ -1,0 +1,1 @@
+function channelOf(known) { return known; }

@@ -1,0 +1,249 @@
+// What all script objects stand on: calls to the receiver, its events, and objects that take their
+// behaviour from their type.
+
+const { parse, stringify } = JSON;
+const xhtml = 'http://www.w3.org/1999/xhtml';
+
+function errorNamed(name, message) {
+    return name === 'TypeError' ? new TypeError(message) : new DOMException(message, name);
+}
+
+/// Asks the receiver and waits for its answer.
+function call(name, ...args) {
+    const text = native(stringify({ call: name, arguments: args }));
+    if (!text)
+        throw errorNamed('InvalidStateError', 'the receiver does not answer');
+    const answer = parse(text);
+    if (answer.error)
+        throw errorNamed(answer.error, answer.message);
+    return answer.value;
+}
+
+/// As call(), for what never throws for a reason of the receiver's.
+function ask(name, otherwise, ...args) {
+    try {
+        return call(name, ...args);
+    } catch (error) {
+        return otherwise;
+    }
+}
+
+// ---- Events of the receiver ---------------------------------------------------------------------
+
+const hearers = new Map();
+
+/// @param name of the receiver's event @param hear is called with it
+function onReceiverEvent(name, hear) {
+    if (!hearers.has(name))
+        hearers.set(name, []);
+    hearers.get(name).push(hear);
+}
+
+/// A handler that throws is the page's affair, and nobody else's.
+function reportException(error) {
+    try {
+        console.error(String(error));
+    } catch (ignored) {
+        // The page took the console away.
+    }
+}
+
+function dispatch(text) {
+    const event = parse(text);
+    for (const hear of (hearers.get(event.event) || []).slice()) {
+        try {
+            hear(event);
+        } catch (error) {
+            reportException(error);
+        }
+    }
+}
+
+// ---- Objects that report events -----------------------------------------------------------------
+
+/// Listeners for objects that are no elements. Handlers may remove themselves while they run.
+class Listeners {
+    constructor(owner, names) {
+        this.owner = owner;
+        this.lists = new Map(names.map(name => [name, []]));
+        for (const name of names)
+            owner['on' + name] = null;
+        const define = (name, value) => Object.defineProperty(owner, name, { value, configurable: true, writable: true });
+        define('addEventListener', (name, listener) => this.add(name, listener));
+        define('removeEventListener', (name, listener) => this.remove(name, listener));
+    }
+
+    add(name, listener) {
+        const list = this.lists.get(name);
+        if (list && listener && !list.includes(listener))
+            list.push(listener);
+    }
+
+    remove(name, listener) {
+        const list = this.lists.get(name) || [];
+        const index = list.indexOf(listener);
+        if (index >= 0)
+            list.splice(index, 1);
+    }
+
+    /// @param fields of the event object that listeners get @param args of the on... handler
+    fire(name, fields, args) {
+        const event = Object.assign({ type: name, target: this.owner }, fields);
+        const handler = this.owner['on' + name];
+        const calls = (this.lists.get(name) || []).map(listener => () =>
+            typeof listener === 'function' ? listener.call(this.owner, event) : listener.handleEvent(event));
+        if (typeof handler === 'function')
+            calls.unshift(() => handler.apply(this.owner, args));
+        for (const each of calls) {
+            try {
+                each();
+            } catch (error) {
+                reportException(error);
+            }
+        }
+    }
+}
+
+// ---- Elements with a type -----------------------------------------------------------------------
+
+const kinds = [];  // {matches, Implementation, factory}
+const implementations = new WeakMap();
+
+/// An element's implementation. What it has as properties and methods, the element has.
+class Embedded {
+    constructor(element) {
+        this.element = element;
+        this.handlers = {};
+    }
+
+    /// Calls the on... handler, and the listeners of a DOM event.
+    fire(name, fields, args) {
+        const event = new Event(name);
+        for (const [field, value] of Object.entries(fields))
+            Object.defineProperty(event, field, { value, enumerable: true });
+        const handler = this.handlers[name];
+        if (typeof handler === 'function') {
+            try {
+                handler.apply(this.element, args);
+            } catch (error) {
+                reportException(error);
+            }
+        }
+        this.element.dispatchEvent(event);
+    }
+}
+
+function typeOf(element) {
+    return (element.getAttribute('type') || '').split(';')[0].trim().toLowerCase();
+}
+
+function implementationOf(element) {
+    const type = typeOf(element);
+    const known = implementations.get(element);
+    if (known && known.type === type)
+        return known.implementation;
+    const kind = kinds.find(each => each.matches(type));
+    const implementation = kind ? new kind.Implementation(element, type) : null;
+    implementations.set(element, { type, implementation });
+    return implementation;
+}
+
+function inheritedDescriptor(name) {
+    for (let proto = HTMLObjectElement.prototype; proto; proto = Object.getPrototypeOf(proto)) {
+        const found = Object.getOwnPropertyDescriptor(proto, name);
+        if (found)
+            return found;
+    }
+    return null;
+}
+
+const delegated = new Set();
+
+/// Lets every object element look at its implementation for this name first.
+function delegate(name) {
+    if (delegated.has(name))
+        return;
+    delegated.add(name);
+    const inherited = inheritedDescriptor(name);
+    const bound = new WeakMap();
+    Object.defineProperty(HTMLObjectElement.prototype, name, {
+        configurable: true,
+        enumerable: true,
+        get() {
+            const implementation = implementationOf(this);
+            if (implementation && name in implementation) {
+                const value = implementation[name];
+                if (typeof value !== 'function' || name.startsWith('on'))
+                    return value;
+                if (!bound.has(implementation))
+                    bound.set(implementation, (...args) => implementation[name](...args));
+                return bound.get(implementation);
+            }
+            return inherited && inherited.get ? inherited.get.call(this) : undefined;
+        },
+        set(value) {
+            const implementation = implementationOf(this);
+            if (implementation && name in implementation)
+                implementation[name] = value;
+            else if (inherited && inherited.set)
+                inherited.set.call(this, value);
+            else if (!implementation)
+                Object.defineProperty(this, name, { value, configurable: true, enumerable: true, writable: true });
+        },
+    });
+}
+
+const internal = new Set(['constructor', 'fire', 'element', 'handlers']);
+
+/// @param matches whether a type (lower case, without parameters) is of this kind
+/// @param Implementation extends Embedded; names that begin with an underscore are its own
+/// @param events names of its events, each with an on... handler
+function defineKind(matches, Implementation, events = []) {
+    for (const name of events) {
+        Object.defineProperty(Implementation.prototype, 'on' + name, {
+            configurable: true,
+            get() { return this.handlers[name] || null; },
+            set(handler) { this.handlers[name] = handler; },
+        });
+    }
+    for (let proto = Implementation.prototype; proto !== Embedded.prototype; proto = Object.getPrototypeOf(proto)) {
+        for (const name of Object.getOwnPropertyNames(proto)) {
+            if (!internal.has(name) && !name.startsWith('_'))
+                delegate(name);
+        }
+    }
+    kinds.push({ matches, Implementation });
+}
+
+// ---- The factory --------------------------------------------------------------------------------
+
+const factory = {};
+const supportedTypes = new Set();
+
+/// oipfObjectFactory's method for a type.
+function defineFactoryMethod(name, type) {
+    supportedTypes.add(type);
+    factory[name] = function () {
+        const element = document.createElementNS(xhtml, 'object');
+        element.setAttribute('type', type);
+        return element;
+    };
+}
+
+factory.isObjectSupported = function (type) {
+    return supportedTypes.has(String(type).trim().toLowerCase());
+};
+
+// ---- Collections --------------------------------------------------------------------------------
+
+/// An array-like with item(), as the OIPF collections are.
+function collectionOf(items) {
+    const collection = items.slice();
+    Object.defineProperty(collection, 'item', { value: index => collection[index] });
+    return collection;
+}
+
+/// A global that a page may declare anew.
+function defineGlobal(name, value) {
+    Object.defineProperty(window, name, { value, configurable: true, enumerable: true, writable: true });
+}

@@ -1,0 +1,5 @@
+// After all objects are defined.
+
+defineGlobal('oipfObjectFactory', factory);
+
+return dispatch;

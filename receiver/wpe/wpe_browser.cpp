@@ -1,0 +1,657 @@
+#include "receiver/wpe/wpe_browser.h"
+
+#include <algorithm>
+#include <libsoup/soup.h>
+#include <utility>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "receiver/console/key_names.h"
+#include "receiver/objects/boot_script.h"
+#include "receiver/wpe/site_server.h"
+
+namespace receiver {
+
+namespace {
+
+const unsigned short httpNone = 0;
+const int loadOK = 0;
+
+std::string textOf(const char* text)
+{
+    return text ? text : "";
+}
+
+bool beginsWith(const std::string& text, const std::string& beginning)
+{
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+std::string windowName(const TAVO_VestaWindow& window)
+{
+    return "window " + std::to_string(window.id);
+}
+
+/// A load that gave way to another one, or was stopped on purpose: no failure.
+bool isSuperseded(const GError& error)
+{
+    return g_error_matches(&error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
+           g_error_matches(&error, WEBKIT_POLICY_ERROR,
+                           WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE) ||
+           g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
+}
+
+}  // namespace
+
+/// A window and what is known of the page in its view.
+struct WpeWindow : TAVO_VestaWindow {
+    std::unique_ptr<View> view;
+    std::vector<uint64_t> pages;  ///< WebKit's numbers of the pages that it had; the last is shown
+    std::string expected;         ///< the page that is being opened; a load of it is the page's
+    std::string committed;        ///< the page that is shown
+    bool isFresh = true;          ///< nothing was loaded in the view
+    bool wantsFreshView = false;
+    bool hasFailed = false;     ///< the load that is under way
+    bool isMalformed = false;   ///< the page is not well-formed
+    bool isTerminated = false;  ///< its web process is gone
+};
+
+std::string WpeBrowser::problemOf(const std::vector<Site>& sites)
+{
+    for (const Site& site : sites) {
+        if (!beginsWith(site.prefix, "http://"))
+            return "--site " + site.prefix + ": a real browser takes folders for http: alone";
+    }
+    return startWpe() ? "" : "WPE's backend (libWPEBackend-fdo-1.0) cannot be loaded";
+}
+
+WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites)
+    : log_(log), sites_(std::move(sites)),
+      bridge_([this](const Caller& caller, const std::string& call) {
+          return answerScript(caller, call);
+      }),
+      loads_(handle(), log)
+{
+    context_ = webkit_web_context_new_ephemeral();
+    webkit_web_context_set_cache_model(context_, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
+    webkit_web_context_set_web_extensions_directory(context_, VESTA_PAGE_MODULE_FOLDER);
+    webkit_web_context_set_web_extensions_initialization_user_data(
+        context_, g_variant_new("(ss)", bridge_.path().c_str(), bootScript));
+    startSites();
+    webkit_web_context_register_uri_scheme(
+        context_, "dvb",
+        [](WebKitURISchemeRequest* request, gpointer browser) {
+            static_cast<WpeBrowser*>(browser)->startLoad(request);
+        },
+        this, nullptr);
+    WebKitSecurityManager* const security = webkit_web_context_get_security_manager(context_);
+    webkit_security_manager_register_uri_scheme_as_cors_enabled(security, "dvb");
+    webkit_security_manager_register_uri_scheme_as_secure(security, "dvb");
+    settings_ = webkit_settings_new();
+    webkit_settings_set_enable_page_cache(settings_, FALSE);
+    webkit_settings_set_enable_write_console_messages_to_stdout(settings_, FALSE);
+    webkit_settings_set_enable_media(settings_, FALSE);
+    webkit_settings_set_javascript_can_open_windows_automatically(settings_, FALSE);
+    ownUserAgent_ = textOf(webkit_settings_get_user_agent(settings_));
+}
+
+WpeBrowser::~WpeBrowser()
+{
+    host_ = nullptr;
+    while (!windows_.empty())
+        closeWindow(windows_.begin()->second.get());
+    while (runTask()) {
+    }
+    g_object_unref(settings_);
+    g_object_unref(context_);
+    if (siteServer_)
+        g_object_unref(siteServer_);
+}
+
+/// Folders answer as a proxy would. Otherwise there is none: one of the environment would take even
+/// what is on this machine.
+void WpeBrowser::startSites()
+{
+    WebKitWebsiteDataManager* const data = webkit_web_context_get_website_data_manager(context_);
+    if (sites_.empty()) {
+        webkit_website_data_manager_set_network_proxy_settings(
+            data, WEBKIT_NETWORK_PROXY_MODE_NO_PROXY, nullptr);
+        return;
+    }
+    std::string address;
+    siteServer_ = startSiteServer(sites_, address);
+    WebKitNetworkProxySettings* const proxy = webkit_network_proxy_settings_new(nullptr, nullptr);
+    webkit_network_proxy_settings_add_proxy_for_scheme(proxy, "http", address.c_str());
+    webkit_website_data_manager_set_network_proxy_settings(data, WEBKIT_NETWORK_PROXY_MODE_CUSTOM,
+                                                           proxy);
+    webkit_network_proxy_settings_free(proxy);
+}
+
+bool WpeBrowser::runTask()
+{
+    if (loads_.runTask())
+        return true;
+    if (tasks_.empty())
+        return g_main_context_iteration(nullptr, FALSE) != 0;
+    const std::function<void()> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    task();
+    return true;
+}
+
+/// WebKit's calls come wherever its events are handled: what they ask of the application manager
+/// waits until it is nobody's turn.
+void WpeBrowser::later(std::function<void()> task)
+{
+    tasks_.push_back(std::move(task));
+    g_main_context_wakeup(nullptr);
+}
+
+void WpeBrowser::later(const WpeWindow& window, std::function<void(WpeWindow&)> task)
+{
+    later([this, id = window.id, task = std::move(task)] {
+        const auto found = windows_.find(id);
+        if (found != windows_.end())
+            task(*found->second);
+    });
+}
+
+// ------------------------------------------------------------------------------------------------
+// Windows
+// ------------------------------------------------------------------------------------------------
+
+std::vector<const TAVO_VestaWindow*> WpeBrowser::windows() const
+{
+    std::vector<const TAVO_VestaWindow*> list;
+    for (const auto& entry : windows_)
+        list.push_back(entry.second.get());
+    return list;
+}
+
+WpeWindow* WpeBrowser::findOpen(const TAVO_VestaWindow* window) const
+{
+    const auto found = std::find_if(windows_.begin(), windows_.end(), [window](const auto& entry) {
+        return entry.second.get() == window;
+    });
+    return found == windows_.end() ? nullptr : found->second.get();
+}
+
+WpeWindow* WpeBrowser::windowOf(const WebKitWebView* web) const
+{
+    for (const auto& entry : windows_) {
+        if (entry.second->view && entry.second->view->web() == web)
+            return entry.second.get();
+    }
+    return nullptr;
+}
+
+/// A document that is being left still calls when the next one has been there for a while.
+WpeWindow* WpeBrowser::windowOfPage(uint64_t page) const
+{
+    for (const auto& entry : windows_) {
+        const auto& pages = entry.second->pages;
+        if (std::find(pages.begin(), pages.end(), page) != pages.end())
+            return entry.second.get();
+    }
+    // A new process calls before its page is the view's: the number comes from the view then.
+    for (const auto& entry : windows_) {
+        if (entry.second->view && webkit_web_view_get_page_id(entry.second->view->web()) == page) {
+            entry.second->pages.push_back(page);
+            return entry.second.get();
+        }
+    }
+    return nullptr;
+}
+
+TAVO_VestaWindow* WpeBrowser::createWindow()
+{
+    auto window = std::make_unique<WpeWindow>();
+    window->id = nextId_++;
+    makeView(*window);
+    report("window-opened", windowName(*window) + " opened", {{"window", window->id}});
+    return windows_.emplace(window->id, std::move(window)).first->second.get();
+}
+
+void WpeBrowser::makeView(WpeWindow& window)
+{
+    window.view = std::make_unique<View>(context_, settings_, [this] { ++paintings_; });
+    window.isFresh = true;
+    window.wantsFreshView = false;
+    window.isTerminated = false;
+    WebKitWebView* const web = window.view->web();
+    window.pages.push_back(webkit_web_view_get_page_id(web));
+    // The browser outlives its views, whose signals end with them.
+    using Self = WpeBrowser;
+    g_signal_connect(web, "load-changed",
+                     G_CALLBACK(+[](WebKitWebView* view, WebKitLoadEvent event, gpointer self) {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             browser->loadChanged(*found, event);
+                     }),
+                     this);
+    g_signal_connect(web, "load-failed",
+                     G_CALLBACK(+[](WebKitWebView* view, WebKitLoadEvent /*event*/, const char* url,
+                                    const GError* error, gpointer self) -> gboolean {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             browser->loadFailed(*found, url, *error);
+                         return TRUE;  // no page of the engine's own
+                     }),
+                     this);
+    g_signal_connect(web, "notify::uri",
+                     G_CALLBACK(+[](WebKitWebView* view, GParamSpec* /*property*/, gpointer self) {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             browser->urlChanged(*found);
+                     }),
+                     this);
+    g_signal_connect(web, "notify::page-id",
+                     G_CALLBACK(+[](WebKitWebView* view, GParamSpec* /*property*/, gpointer self) {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             found->pages.push_back(webkit_web_view_get_page_id(view));
+                     }),
+                     this);
+    g_signal_connect(web, "decide-policy",
+                     G_CALLBACK(+[](WebKitWebView* view, WebKitPolicyDecision* decision,
+                                    WebKitPolicyDecisionType type, gpointer self) -> gboolean {
+                         auto* const browser = static_cast<Self*>(self);
+                         WpeWindow* const found = browser->windowOf(view);
+                         return found && browser->decide(*found, decision, type);
+                     }),
+                     this);
+    g_signal_connect(web, "web-process-terminated",
+                     G_CALLBACK(+[](WebKitWebView* view, WebKitWebProcessTerminationReason reason,
+                                    gpointer self) {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             browser->processEnded(*found, reason);
+                     }),
+                     this);
+    g_signal_connect(web, "close", G_CALLBACK(+[](WebKitWebView* view, gpointer self) {
+                         auto* const browser = static_cast<Self*>(self);
+                         if (WpeWindow* const found = browser->windowOf(view))
+                             browser->later(*found, [browser](WpeWindow& closed) {
+                                 TavoVestaEventData data = {};
+                                 browser->notify(closed, TAVO_VESTA_EVT_WINDOW_CLOSE, data);
+                             });
+                     }),
+                     this);
+}
+
+void WpeBrowser::dropView(WpeWindow& window)
+{
+    loads_.cancelOf(&window);
+    const std::unique_ptr<View> dropped = std::move(window.view);
+    g_signal_handlers_disconnect_by_data(dropped->web(), this);
+}
+
+void WpeBrowser::closeWindow(TAVO_VestaWindow* closed)
+{
+    WpeWindow* const window = findOpen(closed);
+    if (!window)
+        return;
+    report("window-closed", windowName(*window) + " closed", {{"window", window->id}});
+    stack_.erase(std::remove(stack_.begin(), stack_.end(), window), stack_.end());
+    dropView(*window);
+    windows_.erase(window->id);
+    ++paintings_;
+}
+
+void WpeBrowser::setVisible(TAVO_VestaWindow* changed, bool visible)
+{
+    WpeWindow* const window = findOpen(changed);
+    if (!window)
+        return;
+    window->visible = visible;
+    stack_.erase(std::remove(stack_.begin(), stack_.end(), window), stack_.end());
+    if (visible)
+        stack_.push_back(window);
+    if (window->view)
+        window->view->setVisible(visible);
+    ++paintings_;
+    report(visible ? "window-shown" : "window-hidden",
+           windowName(*window) + (visible ? " shown" : " hidden"), {{"window", window->id}});
+}
+
+TAVO_VestaWindow* WpeBrowser::focusedWindow() const
+{
+    return stack_.empty() ? nullptr : stack_.back();
+}
+
+std::vector<const Frame*> WpeBrowser::frames() const
+{
+    std::vector<const Frame*> list;
+    for (const WpeWindow* const window : stack_) {
+        if (window->view && window->view->frame().number != 0)
+            list.push_back(&window->view->frame());
+    }
+    return list;
+}
+
+TAVO_VestaWindow* WpeBrowser::findWindow(long id)
+{
+    const auto found = windows_.find(id);
+    return found == windows_.end() ? nullptr : found->second.get();
+}
+
+long WpeBrowser::identifierOf(TAVO_VestaWindow* window)
+{
+    return findOpen(window) ? window->id : 0;
+}
+
+int WpeBrowser::deliverKey(const TAVO_KeyboardEvent& event)
+{
+    const bool isDown = event.type == TAVO_KEY_DOWN;
+    const std::string name = keyName(event.key_code);
+    report("key", "key " + name + (isDown ? " down" : " up") + " delivered",
+           {{"key", name}, {"down", isDown}});
+    if (!stack_.empty() && stack_.back()->view)
+        stack_.back()->view->pressKey(event.key_code, isDown);
+    return 0;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Pages
+// ------------------------------------------------------------------------------------------------
+
+int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
+{
+    WpeWindow* const window = findOpen(where);
+    if (!window)
+        return 1;
+    window->url = url;
+    window->loaded = false;
+    report("open", windowName(*window) + " opens " + url, {{"window", window->id}, {"url", url}});
+    // WebKit cannot forget where a view has been, and a view without its process shows nothing.
+    if ((window->wantsFreshView && !window->isFresh) || window->isTerminated) {
+        dropView(*window);
+        makeView(*window);
+        window->view->setVisible(window->visible);
+    }
+    window->isFresh = false;
+    window->wantsFreshView = false;
+    window->expected = url;
+    webkit_web_view_load_uri(window->view->web(), url.c_str());
+    return 0;
+}
+
+int WpeBrowser::clearHistory(TAVO_VestaWindow* where)
+{
+    WpeWindow* const window = findOpen(where);
+    if (!window)
+        return 1;
+    window->wantsFreshView = true;
+    return 0;
+}
+
+const char* WpeBrowser::loadingURL(TAVO_VestaWindow* where)
+{
+    const WpeWindow* const window = findOpen(where);
+    if (!window)
+        return nullptr;
+    answer_ = textOf(webkit_web_view_get_uri(window->view->web()));
+    return answer_.c_str();
+}
+
+const char* WpeBrowser::resolve(const std::string& base, const std::string& url)
+{
+    gchar* const resolved =
+        g_uri_resolve_relative(base.c_str(), url.c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr);
+    answer_ = textOf(resolved);
+    g_free(resolved);
+    return answer_.empty() ? nullptr : answer_.c_str();
+}
+
+int WpeBrowser::setUserAgentExtension(const std::string& extension)
+{
+    report("user-agent", "user agent: " + extension, {{"extension", extension}});
+    webkit_settings_set_user_agent(settings_, (ownUserAgent_ + " " + extension).c_str());
+    return 0;
+}
+
+bool WpeBrowser::loadResource(TAVO_VestaWindow* where, const std::string& url)
+{
+    const WpeWindow* const window = findOpen(where);
+    if (!window || !window->view)
+        return false;
+    // As a page would: for its own use, and seen in the log when it has come.
+    gchar* const escaped = g_uri_escape_string(url.c_str(), nullptr, FALSE);
+    const std::string script = "new Image().src = decodeURIComponent('" + textOf(escaped) + "')";
+    g_free(escaped);
+    webkit_web_view_run_javascript(window->view->web(), script.c_str(), nullptr, nullptr, nullptr);
+    return true;
+}
+
+bool WpeBrowser::hasLoaded(const TAVO_VestaWindow& which, const std::string& url) const
+{
+    const WpeWindow* const window = findOpen(&which);
+    return window && window->loaded && window->committed == url;
+}
+
+unsigned WpeBrowser::notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
+                            int* result)
+{
+    return VestaHbbTV::vesta_hbbtv_handle_notification(handle(), &window, event, &data, result);
+}
+
+void WpeBrowser::reportFinished(WpeWindow& window, int loadStatus, unsigned short httpStatus)
+{
+    const std::string url = window.committed.empty() ? window.url : window.committed;
+    TavoVestaEventData data = {};
+    data.url = url.c_str();
+    data.load_status = loadStatus;
+    data.http_status = httpStatus;
+    notify(window, TAVO_VESTA_EVT_LOADING_FINISHED, data);
+}
+
+void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
+{
+    switch (event) {
+    case WEBKIT_LOAD_STARTED:
+        window.loaded = false;
+        window.hasFailed = false;
+        window.isMalformed = false;
+        break;
+    case WEBKIT_LOAD_REDIRECTED:
+        window.expected = textOf(webkit_web_view_get_uri(window.view->web()));
+        break;
+    case WEBKIT_LOAD_COMMITTED:
+        window.committed = textOf(webkit_web_view_get_uri(window.view->web()));
+        window.expected.clear();
+        later(window, [this, url = window.committed](WpeWindow& shown) {
+            TavoVestaEventData data = {};
+            data.url = url.c_str();
+            notify(shown, TAVO_VESTA_EVT_URL_CHANGED, data);
+        });
+        break;
+    case WEBKIT_LOAD_FINISHED: {
+        if (window.hasFailed)
+            break;
+        window.loaded = true;
+        WebKitWebResource* const page = webkit_web_view_get_main_resource(window.view->web());
+        WebKitURIResponse* const response = page ? webkit_web_resource_get_response(page) : nullptr;
+        const auto status = static_cast<unsigned short>(
+            response ? webkit_uri_response_get_status_code(response) : 0);
+        report("loaded", window.committed + ": " + std::to_string(status),
+               {{"url", window.committed}, {"status", status}});
+        later(window, [this, status](WpeWindow& shown) { reportFinished(shown, loadOK, status); });
+        break;
+    }
+    }
+}
+
+void WpeBrowser::loadFailed(WpeWindow& window, const char* failing, const GError& error)
+{
+    window.hasFailed = true;
+    if (isSuperseded(error))
+        return;
+    window.loaded = true;
+    const std::string url = textOf(failing);
+    report("load-failed", url + ": " + error.message, {{"url", url}, {"status", nullptr}});
+    later(window, [this, url](WpeWindow& shown) {
+        if (!beginsWith(url, "dvb:"))
+            return reportFinished(shown, TAVO_LOAD_CONNECTION_FAILED, httpNone);
+        TavoVestaEventData data = {};
+        data.url = url.c_str();
+        notify(shown, TAVO_VESTA_EVT_LOADING_FAILED, data);
+    });
+}
+
+/// Of a step inside a page: a fragment, or a state that a script pushed. Pages are reported when
+/// they are committed.
+void WpeBrowser::urlChanged(WpeWindow& window)
+{
+    const std::string url = textOf(webkit_web_view_get_uri(window.view->web()));
+    if (webkit_web_view_is_loading(window.view->web()) || url.empty() || url == window.committed)
+        return;
+    window.committed = url;
+    later(window, [this, url](WpeWindow& shown) {
+        TavoVestaEventData data = {};
+        data.url = url.c_str();
+        notify(shown, TAVO_VESTA_EVT_URL_CHANGED, data);
+    });
+}
+
+bool WpeBrowser::decide(WpeWindow& window, WebKitPolicyDecision* decision,
+                        WebKitPolicyDecisionType type)
+{
+    switch (type) {
+    case WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION:
+        return decideNavigation(window, WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+    case WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION:
+        webkit_policy_decision_ignore(decision);  // an application has one window
+        return true;
+    case WEBKIT_POLICY_DECISION_TYPE_RESPONSE:
+        return decideResponse(window, WEBKIT_RESPONSE_POLICY_DECISION(decision));
+    }
+    return false;
+}
+
+bool WpeBrowser::decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision)
+{
+    WebKitNavigationAction* const action =
+        webkit_navigation_policy_decision_get_navigation_action(decision);
+    const std::string url =
+        textOf(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+    if (beginsWith(url, "dvb://current.ait/")) {
+        webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+        later(window, [this, url](WpeWindow& page) {
+            if (host_)
+                host_->startFromPage(&page, url);
+        });
+        return true;
+    }
+    if (!webkit_navigation_policy_decision_get_frame_name(decision))
+        window.expected = url;
+    return false;
+}
+
+/// HbbTV's name for XHTML is none that WebKit knows.
+bool WpeBrowser::decideResponse(WpeWindow& /*window*/, WebKitResponsePolicyDecision* decision)
+{
+    WebKitURIResponse* const response = webkit_response_policy_decision_get_response(decision);
+    const std::string type = textOf(webkit_uri_response_get_mime_type(response));
+    if (type != "application/vnd.hbbtv.xhtml+xml")
+        return false;
+    webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
+    return true;
+}
+
+void WpeBrowser::processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason)
+{
+    const char* const why = reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT
+                                ? "took too much memory"
+                            : reason == WEBKIT_WEB_PROCESS_CRASHED ? "crashed"
+                                                                   : "was ended";
+    window.isTerminated = true;
+    window.loaded = true;
+    report("web-process",
+           windowName(window) + ": its web process " + why + "; the application ends",
+           {{"window", window.id}, {"reason", why}});
+    loads_.cancelOf(&window);
+    later(window, [this](WpeWindow& ended) {
+        TavoVestaEventData data = {};
+        notify(ended, TAVO_VESTA_EVT_WINDOW_CLOSE, data);
+    });
+}
+
+// ------------------------------------------------------------------------------------------------
+// Carousel files
+// ------------------------------------------------------------------------------------------------
+
+void WpeBrowser::startLoad(WebKitURISchemeRequest* request)
+{
+    WpeWindow* const window = windowOf(webkit_uri_scheme_request_get_web_view(request));
+    const std::string url = webkit_uri_scheme_request_get_uri(request);
+    if (!window) {
+        GError* const error = g_error_new(G_IO_ERROR, G_IO_ERROR_FAILED, "no window");
+        webkit_uri_scheme_request_finish_error(request, error);
+        g_error_free(error);
+        return;
+    }
+    const bool isPage = window->expected == url;
+    g_object_ref(request);
+    later([this, id = window->id, request, isPage] {
+        const auto found = windows_.find(id);
+        if (found != windows_.end())
+            loads_.start(request, found->second.get(), isPage);
+        g_object_unref(request);
+    });
+}
+
+int WpeBrowser::setMimeType(void* load, const std::string& type)
+{
+    return loads_.setMimeType(load, type);
+}
+
+int WpeBrowser::write(void* load, const char* bytes, size_t count)
+{
+    return loads_.write(load, bytes, count);
+}
+
+int WpeBrowser::finish(void* load, int status)
+{
+    return loads_.finish(load, status);
+}
+
+int WpeBrowser::fail(void* load, int status)
+{
+    return loads_.fail(load, status);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Scripts
+// ------------------------------------------------------------------------------------------------
+
+std::string WpeBrowser::answerScript(const Caller& caller, const std::string& call)
+{
+    WpeWindow* const window = windowOfPage(caller.page);
+    if (!window || !host_)
+        return R"({"error":"InvalidStateError","message":"the document has no window any more"})";
+    CallingDocument document;
+    document.window = window;
+    document.number = caller.document;
+    document.isMainFrame = caller.isMainFrame;
+    return host_->answer(document, call);
+}
+
+void WpeBrowser::sendToPages(const TAVO_VestaWindow* window, const std::string& event)
+{
+    for (const auto& entry : windows_) {
+        const WpeWindow& each = *entry.second;
+        if ((window && window != &each) || !each.view || each.isTerminated)
+            continue;
+        WebKitUserMessage* const message =
+            webkit_user_message_new("event", g_variant_new_string(event.c_str()));
+        webkit_web_view_send_message_to_page(each.view->web(), message, nullptr, nullptr, nullptr);
+    }
+}
+
+void WpeBrowser::report(const std::string& event, const std::string& text,
+                        const EventLog::Details& details)
+{
+    log_.report(Source::Browser, event, text, details);
+}
+
+}  // namespace receiver

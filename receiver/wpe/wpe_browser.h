@@ -1,0 +1,118 @@
+/// The browser of a television: WPE WebKit, without a display.
+#ifndef VESTA_RECEIVER_WPE_WPE_BROWSER_H
+#define VESTA_RECEIVER_WPE_WPE_BROWSER_H
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "receiver/browser/browser_engine.h"
+#include "receiver/browser/script_host.h"
+#include "receiver/browser/sites.h"
+#include "receiver/console/event_log.h"
+#include "receiver/wpe/protocol_loads.h"
+#include "receiver/wpe/script_bridge.h"
+#include "receiver/wpe/view.h"
+
+namespace receiver {
+
+struct WpeWindow;
+
+/// Every browser window is a view of WebKit's; its page runs in a process of its own. Pages get
+/// `dvb:` files through the application manager, everything else from the network or a site's
+/// folder. Browser thread, in whose default main context WebKit calls back.
+class WpeBrowser : public BrowserEngine, public ScriptedBrowser {
+public:
+    /// @param sites answered from folders; of http alone
+    /// @return why there can be none, for people; empty for success
+    static std::string problemOf(const std::vector<Site>& sites);
+
+    WpeBrowser(EventLog& log, std::vector<Site> sites);
+    ~WpeBrowser() override;
+
+    /// Who answers the script objects; borrowed until null is given.
+    void setScriptHost(ScriptHost* host) override { host_ = host; }
+    void sendToPages(const TAVO_VestaWindow* window, const std::string& event) override;
+
+    bool runTask() override;
+    std::vector<const TAVO_VestaWindow*> windows() const override;
+    TAVO_VestaWindow* focusedWindow() const override;
+    bool loadResource(TAVO_VestaWindow* window, const std::string& url) override;
+    bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const override;
+    TAVO_VestaWindow* createWindow() override;
+    void closeWindow(TAVO_VestaWindow* window) override;
+    void setVisible(TAVO_VestaWindow* window, bool visible) override;
+    int openURL(TAVO_VestaWindow* window, const std::string& url) override;
+    int clearHistory(TAVO_VestaWindow* window) override;
+    TAVO_VestaWindow* findWindow(long id) override;
+    long identifierOf(TAVO_VestaWindow* window) override;
+    const char* loadingURL(TAVO_VestaWindow* window) override;
+    const char* resolve(const std::string& base, const std::string& url) override;
+    int setUserAgentExtension(const std::string& extension) override;
+    int setMimeType(void* load, const std::string& type) override;
+    int write(void* load, const char* bytes, size_t count) override;
+    int finish(void* load, int status) override;
+    int fail(void* load, int status) override;
+    int deliverKey(const TAVO_KeyboardEvent& event) override;
+
+    /// What the visible windows show, the lowest first.
+    std::vector<const Frame*> frames() const;
+    /// Counts up with every picture of every window.
+    uint64_t paintings() const { return paintings_; }
+
+private:
+    friend struct WpeWindow;
+
+    WpeWindow* findOpen(const TAVO_VestaWindow* window) const;
+    WpeWindow* windowOf(const WebKitWebView* web) const;
+    WpeWindow* windowOfPage(uint64_t page) const;
+    void makeView(WpeWindow& window);
+    void dropView(WpeWindow& window);
+    unsigned notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
+                    int* result = nullptr);
+    void reportFinished(WpeWindow& window, int loadStatus, unsigned short httpStatus);
+    void later(std::function<void()> task);
+    void later(const WpeWindow& window, std::function<void(WpeWindow&)> task);
+    std::string answerScript(const Caller& caller, const std::string& call);
+    void startSites();
+
+    /// @name What WebKit reports of a window's view
+    /// @{
+    void loadChanged(WpeWindow& window, WebKitLoadEvent event);
+    void loadFailed(WpeWindow& window, const char* url, const GError& error);
+    void urlChanged(WpeWindow& window);
+    bool decide(WpeWindow& window, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
+    bool decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision);
+    bool decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision);
+    void processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason);
+    void startLoad(WebKitURISchemeRequest* request);
+    /// @}
+
+    void report(const std::string& event, const std::string& text,
+                const EventLog::Details& details = nullptr);
+
+    EventLog& log_;
+    std::vector<Site> sites_;
+    ScriptHost* host_ = nullptr;
+    ScriptBridge bridge_;
+    ProtocolLoads loads_;
+    WebKitWebContext* context_ = nullptr;
+    WebKitSettings* settings_ = nullptr;
+    std::string ownUserAgent_;
+    SoupServer* siteServer_ = nullptr;
+    std::map<long, std::unique_ptr<WpeWindow>> windows_;
+    std::vector<WpeWindow*> stack_;  // shown ones, the lowest first
+    std::deque<std::function<void()>> tasks_;
+    uint64_t paintings_ = 0;
+    std::string answer_;
+    long nextId_ = 1;
+};
+
+}  // namespace receiver
+
+#endif
