@@ -159,6 +159,8 @@ int play(const Options& options, EventLog& log)
     if (screen.scripts)
         objects.emplace(log, integrator, *screen.scripts);
     Session session(log, middleware, doorbell, browser, integrator);
+    if (objects)
+        objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
     session.setDuration(options.duration);
     if (!options.extract.empty())
         session.setAfterwards([&] { return extract(middleware, options.extract, log); });

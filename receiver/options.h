@@ -20,7 +20,7 @@ struct Options {
     std::string extract;  ///< empty: no
     std::optional<VestaHbbTV::LogLevel> logLevel;
     std::string browser = "console";  ///< or "wpe"
-    double duration = 0;  ///< seconds; 0: as long as it takes
+    double duration = 0;              ///< seconds; 0: as long as it takes
     bool help = false;
     bool version = false;
 };

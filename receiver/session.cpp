@@ -91,6 +91,7 @@ int Session::run()
     middleware_.start();
     while (!quit_) {
         settle();
+        showService();
         integrator_.reportStartsThatCameToNothing();
         if (isDue() || runNextLine())
             continue;
@@ -142,6 +143,21 @@ void Session::settle()
 {
     while (vesta_hbbtv_tick() || browser_.runTask()) {
     }
+}
+
+/// The video plane shows whatever is tuned to.
+void Session::showService()
+{
+    const std::optional<uint16_t> tuned = middleware_.tunedService();
+    std::pair<unsigned, std::string> service(tuned.value_or(0), "");
+    for (const Service& each : middleware_.services()) {
+        if (tuned == each.programNumber)
+            service.second = each.name;
+    }
+    if (service == shownService_)
+        return;
+    browser_.setService(service.first, service.second);
+    shownService_ = std::move(service);
 }
 
 /// @return whether there was a line to run
@@ -244,18 +260,22 @@ std::string Session::placeOf(size_t line) const
     return name + ":" + std::to_string(line) + ": ";
 }
 
-void Session::waitFor(std::string what, std::function<bool()> condition, double seconds)
+void Session::waitFor(std::string what, std::function<bool()> condition, double seconds,
+                      double lookAgain)
 {
     const size_t line = commander_ == Commander::Person ? 0 : nextLine_;
     wait_ = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + clockTime(seconds),
-                 line};
+                 line, lookAgain};
 }
 
 std::optional<Doorbell::Clock::time_point> Session::deadline() const
 {
     if (!wait_)
         return end_;
-    return end_ ? std::min(*end_, wait_->deadline) : wait_->deadline;
+    Doorbell::Clock::time_point next = wait_->deadline;
+    if (wait_->lookAgain > 0)
+        next = std::min(next, Doorbell::Clock::now() + clockTime(wait_->lookAgain));
+    return end_ ? std::min(*end_, next) : next;
 }
 
 const Integrator::RunningApplication* Session::currentApplication() const

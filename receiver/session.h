@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -85,7 +86,14 @@ public:
 
     /// The next command waits until the condition holds.
     /// @param what for the message when it does not in time
-    void waitFor(std::string what, std::function<bool()> condition, double seconds);
+    /// @param lookAgain after so many seconds the condition is looked at again, even if nothing
+    ///        happened; 0: never
+    void waitFor(std::string what, std::function<bool()> condition, double seconds,
+                 double lookAgain = 0);
+
+    /// What pages have said (their debug()) since the session began.
+    bool hasHeard(const std::string& text) const { return heard_.count(text) != 0; }
+    void hear(const std::string& text) { heard_.insert(text); }
 
     /// The application that gets keys and commands without an id: the one that was shown last, or
     /// the one that started last; null without any.
@@ -101,10 +109,12 @@ private:
         std::function<bool()> condition;
         Doorbell::Clock::time_point deadline;
         size_t line;  ///< of the script or program; 0 for one that a person typed
+        double lookAgain;
     };
 
     void startLibrary();
     void settle();
+    void showService();
     bool runNextLine();
     bool runScriptLine();
     bool runPostedLine();
@@ -129,6 +139,8 @@ private:
     std::vector<std::string> script_;
     size_t nextLine_ = 0;
     std::optional<Wait> wait_;
+    std::set<std::string> heard_;
+    std::pair<unsigned, std::string> shownService_;  // id and name
     Commander commander_ = Commander::None;
     double durationSeconds_ = 0;  // 0: as long as it takes
     std::optional<Doorbell::Clock::time_point> end_;

@@ -3,10 +3,13 @@
 #ifndef VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 #define VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "vesta_browser.h"
+
+#include "receiver/browser/video_plane.h"
 
 /// The browser; the application manager knows it by address alone.
 struct TAVO_Vesta {};
@@ -54,6 +57,21 @@ public:
 
     /// @param url absolute or relative to the page
     virtual bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const = 0;
+
+    /// @name What a viewer sees; engines that paint nothing say so
+    /// @{
+    /// @param service its id; 0 for none @param name UTF-8
+    virtual void setService(unsigned /*service*/, const std::string& /*name*/) {}
+    /// @param place nothing: the whole screen
+    virtual void setVideoPlace(const std::optional<Rectangle>& /*place*/) {}
+    /// Counts up with everything that is painted anew.
+    virtual unsigned long long paintings() const { return 0; }
+    /// @return what went wrong, for people; empty for success
+    virtual std::string writePicture(const std::string& path);
+    /// @param tolerance of each colour of a pixel, of 255
+    /// @return how what is seen differs, for people; empty when it does not
+    virtual std::string comparePicture(const std::string& path, int tolerance);
+    /// @}
 
     /// @name Windows, for the integrator
     /// @{

@@ -70,8 +70,13 @@ const std::vector<Command>& commands()
          2, setAnswer},
         {"status", "", "show windows, applications, table and carousel files", 0, 0, showStatus},
         {"wait", "CONDITION [within SECONDS]",
-         "service, running [IDS], window NUMBER, loaded [URL], file PATH, shown, stopped, end", 1,
-         4, wait},
+         "service, running [IDS], window NUMBER, loaded [URL], file PATH, shown, stopped, said "
+         "TEXT, "
+         "painted, end",
+         1, 4, wait},
+        {"picture", "FILE.png", "write what a viewer sees", 1, 1, writePicture},
+        {"expect-picture", "FILE.png [TOLERANCE]",
+         "compare what a viewer sees; colours may be off by so much of 255", 1, 2, expectPicture},
         {"say", "TEXT", "write a line", 1, 99, say},
         {"help", "[COMMAND]", "explain the commands", 0, 1, help},
         {"quit", "", "end the receiver", 0, 0, quit},

@@ -76,6 +76,8 @@ Outcome setKeySet(Session& session, const Words& words);
 Outcome checkRequest(Session& session, const Words& words);
 Outcome subscribe(Session& session, const Words& words);
 Outcome loadResource(Session& session, const Words& words);
+Outcome writePicture(Session& session, const Words& words);
+Outcome expectPicture(Session& session, const Words& words);
 /// @}
 
 }  // namespace receiver

@@ -130,6 +130,28 @@ Outcome showStatus(Session& session, const Words&)
     return Outcome::done();
 }
 
+Outcome writePicture(Session& session, const Words& words)
+{
+    const std::string problem = session.browser().writePicture(words[1]);
+    if (!problem.empty())
+        return Outcome::failed(problem);
+    session.log().report(Source::User, "picture", "a picture is in " + words[1]);
+    return Outcome::done();
+}
+
+Outcome expectPicture(Session& session, const Words& words)
+{
+    const std::optional<uint32_t> tolerance = words.size() > 2 ? wholeNumber(words[2], 255) : 0;
+    if (!tolerance)
+        return Outcome::wrongUsage("expected a tolerance from 0 to 255, not " + words[2]);
+    const std::string difference =
+        session.browser().comparePicture(words[1], static_cast<int>(*tolerance));
+    if (!difference.empty())
+        return Outcome::failed(difference);
+    session.log().report(Source::User, "picture", "the picture is as in " + words[1]);
+    return Outcome::done();
+}
+
 Outcome say(Session& session, const Words& words)
 {
     std::string text;

@@ -65,6 +65,26 @@ Test streamEnded(Session& session, const std::string&)
     return [&session] { return session.middleware().hasEnded(); };
 }
 
+Test said(Session& session, const std::string& text)
+{
+    return [&session, text] { return session.hasHeard(text); };
+}
+
+/// A page paints in several steps: what is seen counts once nothing has changed for a while.
+constexpr double pictureRest = 0.3;
+
+Test painted(Session& session, const std::string&)
+{
+    using Clock = Doorbell::Clock;
+    return [&session, last = session.browser().paintings(), since = Clock::now()]() mutable {
+        if (session.browser().paintings() != last) {
+            last = session.browser().paintings();
+            since = Clock::now();
+        }
+        return std::chrono::duration<double>(Clock::now() - since).count() >= pictureRest;
+    };
+}
+
 struct Condition {
     const char* name;
     size_t leastArguments;
@@ -75,11 +95,13 @@ struct Condition {
 const Condition conditions[] = {
     {"service", 0, 0, tunedIn}, {"running", 0, 1, running},   {"window", 1, 1, windowOpen},
     {"loaded", 0, 1, loaded},   {"file", 1, 1, fileComplete}, {"shown", 0, 0, shown},
-    {"stopped", 0, 0, stopped}, {"end", 0, 0, streamEnded},
+    {"stopped", 0, 0, stopped}, {"end", 0, 0, streamEnded},   {"said", 1, 1, said},
+    {"painted", 0, 0, painted},
 };
 
 const char expectation[] = "expected service, running [IDS], window NUMBER, loaded [URL], "
-                           "file PATH, shown, stopped or end, and perhaps within SECONDS";
+                           "file PATH, shown, stopped, said TEXT, painted or end, and perhaps "
+                           "within SECONDS";
 
 }  // namespace
 
@@ -105,7 +127,8 @@ Outcome wait(Session& session, const Words& words)
     if (rest[0] == "window" && !wholeNumber(argument))
         return Outcome::wrongUsage("expected the number of a window, not " + argument);
     session.waitFor(rest[0] + (argument.empty() ? "" : " " + argument),
-                    condition->test(session, argument), seconds);
+                    condition->test(session, argument), seconds,
+                    rest[0] == "painted" ? pictureRest : 0);
     return Outcome::done();
 }
 

@@ -237,7 +237,10 @@ void ObjectHost::addPageFunctions()
         return nullptr;
     });
     add("page.log", [this](const CallingDocument&, const Json& arguments) -> Json {
-        log_.report(Source::Script, "debug", textArgument(arguments, 0));
+        const std::string text = textArgument(arguments, 0);
+        log_.report(Source::Script, "debug", text);
+        if (hearDebug_)
+            hearDebug_(text);
         return nullptr;
     });
 }

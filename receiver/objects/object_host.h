@@ -7,6 +7,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 
 #include "receiver/browser/script_host.h"
 
@@ -40,6 +41,12 @@ public:
     /// @param window null for all pages
     void send(const TAVO_VestaWindow* window, const Json& event);
 
+    /// @param hear gets what pages say by debug()
+    void setDebugListener(std::function<void(const std::string& text)> hear)
+    {
+        hearDebug_ = std::move(hear);
+    }
+
     std::string answer(const CallingDocument& document, const std::string& call) override;
     void startFromPage(TAVO_VestaWindow* window, const std::string& url) override;
 
@@ -53,6 +60,7 @@ private:
     Integrator& integrator_;
     ScriptedBrowser& browser_;
     std::map<std::string, Function> functions_;
+    std::function<void(const std::string& text)> hearDebug_;
 };
 
 /// @name Arguments of a call; throw TypeError for what is not of the type

@@ -8,6 +8,7 @@
 
 #include "receiver/console/key_names.h"
 #include "receiver/objects/boot_script.h"
+#include "receiver/wpe/picture.h"
 #include "receiver/wpe/site_server.h"
 
 namespace receiver {
@@ -319,6 +320,30 @@ TAVO_VestaWindow* WpeBrowser::focusedWindow() const
     return stack_.empty() ? nullptr : stack_.back();
 }
 
+void WpeBrowser::setService(unsigned service, const std::string& name)
+{
+    video_.service = service;
+    video_.name = name;
+    ++paintings_;
+}
+
+void WpeBrowser::setVideoPlace(const std::optional<Rectangle>& place)
+{
+    video_.place = place;
+    ++paintings_;
+}
+
+std::string WpeBrowser::writePicture(const std::string& path)
+{
+    return Picture(video_, frames()).writeTo(path);
+}
+
+std::string WpeBrowser::comparePicture(const std::string& path, int tolerance)
+{
+    return Picture(video_, frames()).differenceTo(path, tolerance);
+}
+
+/// What the visible windows show, the lowest first.
 std::vector<const Frame*> WpeBrowser::frames() const
 {
     std::vector<const Frame*> list;

@@ -60,10 +60,11 @@ public:
     int fail(void* load, int status) override;
     int deliverKey(const TAVO_KeyboardEvent& event) override;
 
-    /// What the visible windows show, the lowest first.
-    std::vector<const Frame*> frames() const;
-    /// Counts up with every picture of every window.
-    uint64_t paintings() const { return paintings_; }
+    void setService(unsigned service, const std::string& name) override;
+    void setVideoPlace(const std::optional<Rectangle>& place) override;
+    unsigned long long paintings() const override { return paintings_; }
+    std::string writePicture(const std::string& path) override;
+    std::string comparePicture(const std::string& path, int tolerance) override;
 
 private:
     friend struct WpeWindow;
@@ -71,6 +72,7 @@ private:
     WpeWindow* findOpen(const TAVO_VestaWindow* window) const;
     WpeWindow* windowOf(const WebKitWebView* web) const;
     WpeWindow* windowOfPage(uint64_t page) const;
+    std::vector<const Frame*> frames() const;
     void makeView(WpeWindow& window);
     void dropView(WpeWindow& window);
     unsigned notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
@@ -108,7 +110,8 @@ private:
     std::map<long, std::unique_ptr<WpeWindow>> windows_;
     std::vector<WpeWindow*> stack_;  // shown ones, the lowest first
     std::deque<std::function<void()>> tasks_;
-    uint64_t paintings_ = 0;
+    VideoPlane video_;
+    unsigned long long paintings_ = 0;
     std::string answer_;
     long nextId_ = 1;
 };

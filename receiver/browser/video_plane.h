@@ -1,0 +1,27 @@
+/// What lies beneath the applications.
+#ifndef VESTA_RECEIVER_BROWSER_VIDEO_PLANE_H
+#define VESTA_RECEIVER_BROWSER_VIDEO_PLANE_H
+
+#include <optional>
+#include <string>
+
+namespace receiver {
+
+/// A part of the screen, in pixels of 1280 by 720.
+struct Rectangle {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+};
+
+/// The service's picture: a test card stands for it.
+struct VideoPlane {
+    unsigned service = 0;            ///< its id; 0 for none: the plane is black
+    std::string name;                ///< UTF-8
+    std::optional<Rectangle> place;  ///< where an application wants it; else the whole screen
+};
+
+}  // namespace receiver
+
+#endif
