@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <vector>
 
+#include "foundation/sanitizers.h"
 #include "receiver/carousel/carousel_module.h"
 #include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
@@ -11,14 +12,6 @@
 
 namespace receiver {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 // A carousel whose gateway, module 1, lists files "a" to "c" in modules 2 to 4.
 class CarouselLimitsTest : public ::testing::Test {
@@ -149,7 +142,7 @@ long pagesTouched()
 
 TEST_F(Module, MemoryIsTouchedAsFarAsBytesCame)
 {
-    if (isSanitized)
+    if (VESTA_ADDRESS_SANITIZER || VESTA_THREAD_SANITIZER)
         GTEST_SKIP() << "a sanitizer touches all memory that it gives";
     const long pages = 16L * 1024 * 1024 / 4096;
     begin();
