@@ -35,14 +35,14 @@ std::string service(const AITApplication& application, size_t index)
 
 }  // namespace
 
-TEST(AITApplication, RefusesNull)
+TEST(AITApplicationParsing, RefusesNull)
 {
     AITApplication application(nullptr);
     const unsigned char* const none = nullptr;
     EXPECT_FALSE(application.parse(none));
 }
 
-TEST(AITApplication, ReadsTheHeaderOfItsEntry)
+TEST(AITApplicationParsing, ReadsTheHeaderOfItsEntry)
 {
     Parsed application(AITEntry(0x89ABCDEF, 0xFEDC, 0xFF).withoutApplicationDescriptor());
     ASSERT_TRUE(application.accepted());
@@ -53,7 +53,7 @@ TEST(AITApplication, ReadsTheHeaderOfItsEntry)
     EXPECT_FALSE(application->isSignalledWith(AITApplication::AUTOSTART));
 }
 
-TEST(AITApplication, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
+TEST(AITApplicationParsing, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
 {
     const std::tuple<const char*, Bytes, bool> cases[] = {
         {"nothing", {}, true},
@@ -73,7 +73,7 @@ TEST(AITApplication, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
         EXPECT_EQ(Parsed(plainEntry().raw(loop)).accepted(), accepted) << why;
 }
 
-TEST(AITApplication, ReadsNothingBehindItsOwnLoop)
+TEST(AITApplicationParsing, ReadsNothingBehindItsOwnLoop)
 {
     // Whatever the tag, a descriptor that the loop cuts is refused before a byte of it is read.
     for (unsigned tag = 0; tag <= 0xFF; ++tag) {
@@ -82,7 +82,7 @@ TEST(AITApplication, ReadsNothingBehindItsOwnLoop)
     }
 }
 
-TEST(AITApplication, SkipsDescriptorsThatItDoesNotKnow)
+TEST(AITApplicationParsing, SkipsDescriptorsThatItDoesNotKnow)
 {
     AITEntry entry = plainEntry();
     for (unsigned tag = 0x03; tag <= 0xFF; ++tag)
@@ -94,14 +94,14 @@ TEST(AITApplication, SkipsDescriptorsThatItDoesNotKnow)
     EXPECT_EQ(application->getApplicationLocation(), "");
 }
 
-TEST(AITApplication, ConcatenatesTheNamesOfSeveralDescriptors)
+TEST(AITApplicationParsing, ConcatenatesTheNamesOfSeveralDescriptors)
 {
     Parsed application(plainEntry().name("ab").name("cd"));
     ASSERT_TRUE(application.accepted());
     EXPECT_EQ(application->getApplicationName(), "abcd");
 }
 
-TEST(AITApplication, ReadsTheFirstLanguageOfANameAsItStands)
+TEST(AITApplicationParsing, ReadsTheFirstLanguageOfANameAsItStands)
 {
     const Bytes twoLanguages = {0x01, 12,   'e', 'n', 'g', 3, 0x15,
                                 0xC3, 0xA9, 'f', 'r', 'a', 1, 'x'};
@@ -110,7 +110,7 @@ TEST(AITApplication, ReadsTheFirstLanguageOfANameAsItStands)
     EXPECT_EQ(application->getApplicationName(), "\x15\xC3\xA9");
 }
 
-TEST(AITApplication, BoundsANameByItsLoop)
+TEST(AITApplicationParsing, BoundsANameByItsLoop)
 {
     const std::tuple<const char*, Bytes, std::optional<std::string>> cases[] = {
         {"empty", {0x01, 4, 'e', 'n', 'g', 0}, ""},
@@ -137,14 +137,14 @@ TEST(AITApplication, BoundsANameByItsLoop)
     }
 }
 
-TEST(AITApplication, ConcatenatesLocations)
+TEST(AITApplicationParsing, ConcatenatesLocations)
 {
     Parsed application(plainEntry().location("a/").location("b?c#d"));
     ASSERT_TRUE(application.accepted());
     EXPECT_EQ(application->getApplicationLocation(), "a/b?c#d");
 }
 
-TEST(AITApplication, TakesTheLastUsageType)
+TEST(AITApplicationParsing, TakesTheLastUsageType)
 {
     Parsed application(plainEntry().usage(1).usage(0xFE));
     EXPECT_EQ(application->getUsageType(), 0xFE);
@@ -152,7 +152,7 @@ TEST(AITApplication, TakesTheLastUsageType)
     EXPECT_EQ(Parsed(plainEntry().raw({0x16, 3, 2, 9, 9}))->getUsageType(), 2);
 }
 
-TEST(AITApplication, TakesItsBoundaryFromAllDescriptors)
+TEST(AITApplicationParsing, TakesItsBoundaryFromAllDescriptors)
 {
     Parsed application(plainEntry()
                            .boundary({"http://a.example/x", "dvb://1.2.3"})
@@ -163,7 +163,7 @@ TEST(AITApplication, TakesItsBoundaryFromAllDescriptors)
                 ElementsAre("http://a.example", "dvb://1.2.3", "https://a.example"));
 }
 
-TEST(AITApplication, BoundsABoundaryByTheEntryIfThereIsNoMore)
+TEST(AITApplicationParsing, BoundsABoundaryByTheEntryIfThereIsNoMore)
 {
     // The last extension may end on the byte behind the descriptor. Alone, there is no such byte.
     const Bytes extensionOverByOne = {0x17, 4, 1, 3, 'a', 'b'};
@@ -176,7 +176,7 @@ TEST(AITApplication, BoundsABoundaryByTheEntryIfThereIsNoMore)
     EXPECT_THAT(followed->getApplicationDomain()->getEntries(), ElementsAre("abc"));
 }
 
-TEST(AITApplication, KeepsTheFirstApplicationDescriptor)
+TEST(AITApplicationParsing, KeepsTheFirstApplicationDescriptor)
 {
     Parsed application(plainEntry().raw(applicationDescriptor({{}, {}, 7, 1, true}) +
                                         applicationDescriptor({{}, {3}, 9, 2, false})));
@@ -187,7 +187,7 @@ TEST(AITApplication, KeepsTheFirstApplicationDescriptor)
     EXPECT_TRUE(application->getApplicationDescriptor()->getTransportProtocolLabels().empty());
 }
 
-TEST(AITApplication, KeepsTheFirstRecordingDescriptor)
+TEST(AITApplicationParsing, KeepsTheFirstRecordingDescriptor)
 {
     Parsed application(plainEntry().recording(0x80, {}, {}).recording(0x40, {}, {}));
     ASSERT_TRUE(application.accepted());
@@ -195,7 +195,7 @@ TEST(AITApplication, KeepsTheFirstRecordingDescriptor)
     EXPECT_FALSE(application->getApplicationRecordingDescriptor()->isTrickModeAware());
 }
 
-TEST(AITApplication, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
+TEST(AITApplicationParsing, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
 {
     AIT table(0x22, 0x7, 0x1, nullptr);
     const Bytes common = carouselTransport(1, 0x10) + httpTransport(2, "http://common/");
@@ -208,7 +208,7 @@ TEST(AITApplication, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
     EXPECT_EQ(application->getTransports()[1].get(), table.getCommonTransport(1));
 }
 
-TEST(AITApplication, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
+TEST(AITApplicationParsing, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
 {
     AIT table(1, 2, 3, nullptr);
     const Bytes common = carouselTransport(1, 0x10) + carouselTransport(2, 0x20);
@@ -227,7 +227,7 @@ TEST(AITApplication, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
     EXPECT_EQ(application->getTransports()[5].get(), table.getCommonTransport(2));
 }
 
-TEST(AITApplication, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
+TEST(AITApplicationParsing, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
 {
     Parsed application(AITEntry(10, 1).http(4, "http://first/").http(4, "http://second/"));
     ASSERT_TRUE(application.accepted());
@@ -235,7 +235,7 @@ TEST(AITApplication, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
     EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://first/");
 }
 
-TEST(AITApplication, ParsedOnceMoreHasTheTransportsOfTheLastTime)
+TEST(AITApplicationParsing, ParsedOnceMoreHasTheTransportsOfTheLastTime)
 {
     AITApplication application(nullptr);
     const auto entry = AITEntry(10, 1)
@@ -251,7 +251,7 @@ TEST(AITApplication, ParsedOnceMoreHasTheTransportsOfTheLastTime)
     }
 }
 
-TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
+TEST(AITApplicationParsing, HasNoTransportsWithoutAnApplicationDescriptor)
 {
     Parsed application(plainEntry().http(1, "http://a.example/"));
     ASSERT_TRUE(application.accepted());
@@ -259,7 +259,7 @@ TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
     EXPECT_EQ(application->getFirstAvailableTransport(true), nullptr);
 }
 
-TEST(AITApplication, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
+TEST(AITApplicationParsing, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
 {
     AIT table(11, 22, 33, nullptr);
     Parsed application(AITEntry(10, 1)
@@ -276,7 +276,7 @@ TEST(AITApplication, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
     EXPECT_EQ(service(*application, 3), "0.0.0");
 }
 
-TEST(AITApplication, WithoutATableLeavesItsTransportsWithoutService)
+TEST(AITApplicationParsing, WithoutATableLeavesItsTransportsWithoutService)
 {
     Parsed application(AITEntry(10, 1).http(1, "http://a.example/").carousel(2, 9).labels({2, 7}));
     ASSERT_TRUE(application.accepted());
