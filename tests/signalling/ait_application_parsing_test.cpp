@@ -3,11 +3,11 @@
 #include <optional>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "signalling/ait.h"
 #include "signalling/ait_application.h"
 #include "tests/signalling/parsed_sections.h"
+#include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -16,21 +16,13 @@ using testing::ElementsAre;
 
 namespace {
 
-std::vector<int> labels(const AITApplication& application)
+/// A line for each.
+std::string transports(const AITApplication& application)
 {
-    std::vector<int> result;
+    std::string lines;
     for (const auto& transport : application.getTransports())
-        result.push_back(transport->getLabel());
-    return result;
-}
-
-/// "onid.tsid.sid" of an application's transport.
-std::string service(const AITApplication& application, size_t index)
-{
-    const AITApplicationTransport& transport = *application.getTransports()[index];
-    return std::to_string(transport.getOriginalNetworkId()) + "." +
-           std::to_string(transport.getTransportStreamId()) + "." +
-           std::to_string(transport.getServiceId());
+        lines += print(*transport) + "\n";
+    return lines;
 }
 
 }  // namespace
@@ -46,9 +38,7 @@ TEST(AITApplicationParsing, ReadsTheHeaderOfItsEntry)
 {
     Parsed application(AITEntry(0x89ABCDEF, 0xFEDC, 0xFF).withoutApplicationDescriptor());
     ASSERT_TRUE(application.accepted());
-    EXPECT_EQ(application->getOrganisationId(), 0x89ABCDEFU);
-    EXPECT_EQ(application->getApplicationId(), 0xFEDC);
-    EXPECT_EQ(application->getControlCode(), 0xFF);
+    EXPECT_EQ(print(*application), "2309737967.65244 code 255 usage 0 '' at ''");
     EXPECT_TRUE(application->isSignalledWith(static_cast<AITApplication::ControlCode>(0xFF)));
     EXPECT_FALSE(application->isSignalledWith(AITApplication::AUTOSTART));
 }
@@ -181,18 +171,16 @@ TEST(AITApplicationParsing, KeepsTheFirstApplicationDescriptor)
     Parsed application(plainEntry().raw(applicationDescriptor({{}, {}, 7, 1, true}) +
                                         applicationDescriptor({{}, {3}, 9, 2, false})));
     ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(print(*application),
+              "10.1 code 1 usage 0 '' at ''\nbound visibility 1 priority 7 labels");
     EXPECT_EQ(application->getApplicationPriority(), 7);
-    EXPECT_EQ(application->getApplicationDescriptor()->getVisibility(), 1);
-    EXPECT_TRUE(application->getApplicationDescriptor()->isServiceBound());
-    EXPECT_TRUE(application->getApplicationDescriptor()->getTransportProtocolLabels().empty());
 }
 
 TEST(AITApplicationParsing, KeepsTheFirstRecordingDescriptor)
 {
     Parsed application(plainEntry().recording(0x80, {}, {}).recording(0x40, {}, {}));
     ASSERT_TRUE(application.accepted());
-    EXPECT_TRUE(application->getApplicationRecordingDescriptor()->isScheduledRecording());
-    EXPECT_FALSE(application->getApplicationRecordingDescriptor()->isTrickModeAware());
+    EXPECT_EQ(print(*application), "10.1 code 1 usage 0 '' at ''\nrecording S");
 }
 
 TEST(AITApplicationParsing, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
@@ -203,8 +191,9 @@ TEST(AITApplicationParsing, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable
                                                  static_cast<unsigned short>(common.size())));
     Parsed application(AITEntry(10, 1).labels({2, 1}).raw(httpTransport(2, "http://own/")), &table);
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(2, 1));
-    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://own/");
+    EXPECT_EQ(transports(*application), "2: protocol 3 of 34.7.1 tag 0 at http://own/\n"
+                                        "1: protocol 1 of 34.7.1 tag 16 at \n");
+    ASSERT_EQ(application->getNumTransports(), 2U);
     EXPECT_EQ(application->getTransports()[1].get(), table.getCommonTransport(1));
 }
 
@@ -220,9 +209,14 @@ TEST(AITApplicationParsing, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwic
                            .raw(httpTransport(2, "http://own2/")),
                        &table);
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(1, 5, 2, 1, 2, 2));
+    EXPECT_EQ(transports(*application), "1: protocol 1 of 1.2.3 tag 16 at \n"
+                                        "5: protocol 3 of 1.2.3 tag 0 at http://own5/\n"
+                                        "2: protocol 3 of 1.2.3 tag 0 at http://own2/\n"
+                                        "1: protocol 1 of 1.2.3 tag 16 at \n"
+                                        "2: protocol 1 of 1.2.3 tag 32 at \n"
+                                        "2: protocol 1 of 1.2.3 tag 32 at \n");
+    ASSERT_EQ(application->getNumTransports(), 6U);
     EXPECT_EQ(application->getTransports()[0], application->getTransports()[3]);
-    EXPECT_EQ(application->getTransports()[2]->getURLBase(), "http://own2/");
     EXPECT_EQ(application->getTransports()[4].get(), table.getCommonTransport(2));
     EXPECT_EQ(application->getTransports()[5].get(), table.getCommonTransport(2));
 }
@@ -231,8 +225,7 @@ TEST(AITApplicationParsing, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
 {
     Parsed application(AITEntry(10, 1).http(4, "http://first/").http(4, "http://second/"));
     ASSERT_TRUE(application.accepted());
-    ASSERT_EQ(application->getNumTransports(), 1U);
-    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://first/");
+    EXPECT_EQ(transports(*application), "4: protocol 3 of 0.0.0 tag 0 at http://first/\n");
 }
 
 TEST(AITApplicationParsing, ParsedOnceMoreHasTheTransportsOfTheLastTime)
@@ -245,9 +238,8 @@ TEST(AITApplicationParsing, ParsedOnceMoreHasTheTransportsOfTheLastTime)
                            .exactBlock();
     for (int time = 0; time < 2; ++time) {
         ASSERT_TRUE(application.parse(entry.get()));
-        ASSERT_EQ(application.getNumTransports(), 2U);
-        EXPECT_EQ(application.getTransports()[0]->getLabel(), 2);
-        EXPECT_EQ(application.getTransports()[1]->getLabel(), 1);
+        EXPECT_EQ(transports(application), "2: protocol 3 of 0.0.0 tag 0 at http://b.example/\n"
+                                           "1: protocol 3 of 0.0.0 tag 0 at http://a.example/\n");
     }
 }
 
@@ -270,16 +262,15 @@ TEST(AITApplicationParsing, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
                            .raw(otherTransport(4, 2)),
                        &table);
     ASSERT_TRUE(application.accepted());
-    EXPECT_EQ(service(*application, 0), "11.22.33");
-    EXPECT_EQ(service(*application, 1), "11.22.33");
-    EXPECT_EQ(service(*application, 2), "4.5.6");
-    EXPECT_EQ(service(*application, 3), "0.0.0");
+    EXPECT_EQ(transports(*application), "1: protocol 3 of 11.22.33 tag 0 at http://a.example/\n"
+                                        "2: protocol 1 of 11.22.33 tag 9 at \n"
+                                        "3: protocol 1 of 4.5.6 remote tag 7 at \n"
+                                        "4: protocol 0 of 0.0.0 tag 0 at \n");
 }
 
 TEST(AITApplicationParsing, WithoutATableLeavesItsTransportsWithoutService)
 {
     Parsed application(AITEntry(10, 1).http(1, "http://a.example/").carousel(2, 9).labels({2, 7}));
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(2));
-    EXPECT_EQ(service(*application, 0), "0.0.0");
+    EXPECT_EQ(transports(*application), "2: protocol 1 of 0.0.0 tag 9 at \n");
 }
