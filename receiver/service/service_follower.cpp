@@ -92,6 +92,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
         return false;
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
+    if (tuned_ && !isChoosing())
+        stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
     updateSubscriptions();
     return true;

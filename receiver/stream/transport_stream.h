@@ -107,9 +107,12 @@ public:
     bool isSubscribed(uint16_t pid) const { return subscribed_.count(pid) != 0; }
 
     using SectionVisitor = std::function<void(uint16_t pid, const SectionBytes& section)>;
-    /// Visits the sections of subscribed PIDs that came before: once, with what EarlyPackets kept.
-    /// They do not count in the statistics. What follows of them goes to the listener.
+    /// Visits the sections of subscribed PIDs that came before, with what EarlyPackets kept. They
+    /// do not count in the statistics. One that has begun goes to the listener when it is whole.
     void visitEarlySections(const std::set<uint16_t>& pids, const SectionVisitor& visit);
+
+    /// Nobody asks any more for what came before.
+    void forgetEarlySections() { earlyPackets_.forget(); }
 
     const std::vector<Service>& services() const { return services_; }
     const StreamStatistics& statistics() const { return statistics_; }

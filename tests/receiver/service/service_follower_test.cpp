@@ -48,6 +48,21 @@ Bytes table(unsigned version, unsigned number = 0, unsigned last = 0, unsigned t
     return makeSection({0x74, type, version, true, number, last}, {0xF0, 0, 0xF0, 0});
 }
 
+/// A carousel that has one file, "f".
+PmtStream carousel(unsigned pid)
+{
+    return {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})};
+}
+std::vector<Bytes> carouselSections()
+{
+    const Bytes module =
+        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(500, 'x'));
+    std::vector<Bytes> sections = makeDdbs(1, 0, module);
+    sections.insert(sections.begin(), {makeDsi(makeIor({"srg", 1, "g"})),
+                                       makeDii(0x80000002, {{1, uint32_t(module.size())}})});
+    return sections;
+}
+
 class Follower : public ::testing::Test {
 protected:
     /// PAT (and SDT) of these services.
@@ -102,6 +117,8 @@ protected:
         }
         return text;
     }
+
+    void goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid);
 
     unsigned tuned() const { return follower_.tuned() ? follower_.tuned()->programNumber : 0; }
 
@@ -311,24 +328,49 @@ TEST_F(Follower, ListensToACarouselWithoutAnyTable)
 TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
 {
     const unsigned pid = 0x300;
-    const Bytes gateway =
-        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(500, 'x'));
-    std::vector<Bytes> blocks = makeDdbs(1, 0, gateway);
-    play(pid, makeDsi(makeIor({"srg", 1, "g"})));
-    play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
-    const Bytes last = blocks.back();
-    blocks.pop_back();
-    for (const Bytes& block : blocks)
-        play(pid, block);
+    std::vector<Bytes> sections = carouselSections();
+    const Bytes last = sections.back();
+    sections.pop_back();
+    for (const Bytes& section : sections)
+        play(pid, section);
     services({1});
     const uint64_t before = follower_.statistics().sections;
-    pmt(1, {tables(tablePid(1), hbbtv),
-            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(pid)});
     EXPECT_EQ(follower_.statistics().sections, before + 1) << "the PMT alone is new";
     EXPECT_FALSE(follower_.carousels().hasFile("f"));
     play(pid, last);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
     EXPECT_EQ(follower_.statistics().continuityErrors, 0u);
+}
+
+/// @param firstPid, secondPid of the services' carousels
+void Follower::goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid)
+{
+    const std::vector<Bytes> sections = carouselSections();
+    const size_t half = sections.size() / 2;
+    for (size_t index = 0; index < half; ++index)
+        play(secondPid, sections[index]);
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(firstPid)});
+    pmt(2, {tables(tablePid(2), hbbtv), carousel(secondPid)});
+    EXPECT_EQ(tuned(), 1u);
+    for (size_t index = half; index < sections.size(); ++index)
+        play(secondPid, sections[index]);
+    play(tablePid(2), table(5));
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+}
+
+TEST_F(Follower, WhatTheNextServicesCarouselCarriedBeforeIsNotLost)
+{
+    goOnToASecondServiceAmidItsCarousel(0x300, 0x301);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+}
+
+TEST_F(Follower, WhatACarouselOfTwoServicesCarriedBeforeIsTheNextOnesToo)
+{
+    goOnToASecondServiceAmidItsCarousel(0x300, 0x300);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
 TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
@@ -340,14 +382,13 @@ TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
     play(pid, makeDsi(makeIor({"srg", 1, "g"})));
     play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}, 4000));
     const size_t half = 188 * 3;
-    // The counter goes on behind the two sections before.
+    // The counter goes on after the two sections before.
     PacketWriter writer(pid);
     writer.skipCounter(2);
     const Bytes packets = writer.section(makeDdbs(1, 0, gateway, 4000).front());
     ASSERT_GT(packets.size(), half);
     follower_.feed(packets.data(), half);
-    pmt(1, {tables(tablePid(1), hbbtv),
-            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(pid)});
     follower_.feed(packets.data() + half, packets.size() - half);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
