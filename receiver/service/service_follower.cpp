@@ -263,10 +263,10 @@ void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& se
     hasNews_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
-    const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
-    const bool isWanted = !tuned_ && wanted_ == service.programNumber;
-    if (isTuned || isWanted)
+    if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
+    else if (!tuned_ && wanted_ == service.programNumber)
+        tuneTo(service, makeCandidate(std::move(map)));
     else if (isChoosing())
         addCandidate(service.programNumber, std::move(map));
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
@@ -278,18 +278,49 @@ bool ServiceFollower::isChoosing() const
     return !wanted_ && !hasTableCome();
 }
 
+bool ServiceFollower::Candidate::hear(uint16_t pid, const SectionBytes& section)
+{
+    bool hasComeRound = false;
+    for (const SectionBytes& part : filter.judge(pid, section).toSend)
+        hasComeRound = table.add(part) || hasComeRound;
+    return hasComeRound;
+}
+
 void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
 {
     if (map.signalling() == ApplicationSignalling::None)
         return dropCandidate(programNumber);
-    if (candidates_.count(programNumber) == 0 && candidates_.size() >= mostCandidates)
+    const auto known = candidates_.find(programNumber);
+    Candidate candidate;
+    if (known != candidates_.end()) {
+        candidate = std::move(known->second);
+        dropCandidate(programNumber);
+        candidate.filter.setStreams(map.streams);
+        candidate.map = std::move(map);
+        subscribeFor(candidate);
+    } else if (candidates_.size() < mostCandidates) {
+        candidate = makeCandidate(std::move(map));
+    } else {
         return;
-    Candidate candidate = std::move(candidates_[programNumber]);
-    dropCandidate(programNumber);
+    }
+    for (const uint16_t pid : candidate.filter.pids())
+        candidatesOn_[pid].insert(programNumber);
+    candidates_[programNumber] = std::move(candidate);
+    limitWhatIsHeld();
+}
+
+/// @return a service with what came of its table before the PMT
+ServiceFollower::Candidate ServiceFollower::makeCandidate(ProgramMap map)
+{
+    Candidate candidate;
     candidate.filter.setStreams(map.streams);
     candidate.map = std::move(map);
-    candidates_[programNumber] = std::move(candidate);
-    listenFor(programNumber);
+    subscribeFor(candidate);
+    const std::vector<uint16_t>& pids = candidate.filter.pids();
+    stream_.visitEarlySections(
+        {pids.begin(), pids.end()},
+        [&candidate](uint16_t pid, const SectionBytes& section) { candidate.hear(pid, section); });
+    return candidate;
 }
 
 /// Does nothing for a service that is none.
@@ -308,10 +339,9 @@ void ServiceFollower::dropCandidates()
     candidatesOn_.clear();
 }
 
-void ServiceFollower::listenFor(uint16_t programNumber)
+void ServiceFollower::subscribeFor(const Candidate& candidate)
 {
-    for (const uint16_t pid : candidates_.at(programNumber).filter.pids()) {
-        candidatesOn_[pid].insert(programNumber);
+    for (const uint16_t pid : candidate.filter.pids()) {
         stream_.subscribe(pid);
         subscribed_.insert(pid);
     }
@@ -338,18 +368,23 @@ const Service* ServiceFollower::bestCandidate(bool withTable) const
 
 void ServiceFollower::chooseService()
 {
-    tuneTo(bestCandidate(false));
+    tuneToCandidate(bestCandidate(false));
 }
 
-/// @param service a candidate; null changes nothing
-void ServiceFollower::tuneTo(const Service* service)
+/// @param service null changes nothing
+void ServiceFollower::tuneToCandidate(const Service* service)
 {
     if (!service)
         return;
     Candidate candidate = std::move(candidates_.at(service->programNumber));
     dropCandidate(service->programNumber);
+    tuneTo(*service, std::move(candidate));
+}
+
+void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
+{
     filter_ = std::move(candidate.filter);
-    join(*service, candidate.map);
+    join(service, candidate.map);
     for (const SectionBytes& section : candidate.table.take())
         passOn(section);
 }
@@ -363,8 +398,7 @@ void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& sect
     bool hasComeRound = false;
     for (const uint16_t programNumber : listening->second) {
         Candidate& candidate = candidates_.at(programNumber);
-        for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
-            hasComeRound = candidate.table.add(part) || hasComeRound;
+        hasComeRound = candidate.hear(pid, section) || hasComeRound;
     }
     if (hasComeRound && tuned_)
         goOnToNextService();
@@ -403,7 +437,7 @@ void ServiceFollower::goOnToNextService()
     leave();
     candidates_ = std::move(others);
     candidatesOn_ = std::move(othersOn);
-    tuneTo(next);
+    tuneToCandidate(next);
 }
 
 /// What came once will not come round any more.

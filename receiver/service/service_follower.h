@@ -95,6 +95,9 @@ public:
 private:
     /// A service that may be tuned to, and what came of its table meanwhile.
     struct Candidate {
+        /// @return whether a table has come round
+        bool hear(uint16_t pid, const SectionBytes& section);
+
         ProgramMap map;
         TableFilter filter;
         HeldTable table;
@@ -118,9 +121,11 @@ private:
     void addCandidate(uint16_t programNumber, ProgramMap map);
     void dropCandidate(uint16_t programNumber);
     void dropCandidates();
-    void listenFor(uint16_t programNumber);
+    Candidate makeCandidate(ProgramMap map);
+    void subscribeFor(const Candidate& candidate);
     const Service* bestCandidate(bool withTable) const;
-    void tuneTo(const Service* service);
+    void tuneTo(const Service& service, Candidate candidate);
+    void tuneToCandidate(const Service* service);
     void chooseService();
     void listenForCandidates(uint16_t pid, const SectionBytes& section);
     void limitWhatIsHeld();

@@ -373,6 +373,65 @@ TEST_F(Follower, WhatACarouselOfTwoServicesCarriedBeforeIsTheNextOnesToo)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
+TEST_F(Follower, ATableThatCameOnceBeforeItsPmtIsSent)
+{
+    play(tablePid(1), table(4));
+    services({1});
+    play(tablePid(1), table(5, 0, 1));
+    play(tablePid(1), table(5, 1, 1));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1") << "the latest version";
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "1: 6/0");
+}
+
+TEST_F(Follower, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt)
+{
+    follower_.tune(2);
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "");
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
+TEST_F(Follower, ATableThatBeganBeforeItsPmtIsContinued)
+{
+    services({1});
+    PacketWriter writer(tablePid(1));
+    const Bytes packets =
+        writer.section(makeSection({0x74, hbbtv, 5}, ByteWriter().u32(0xF000F000).fill(300, 0)));
+    follower_.feed(packets.data(), 188);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "");
+    follower_.feed(packets.data() + 188, packets.size() - 188);
+    EXPECT_EQ(sent(), "1: 5/0");
+}
+
+TEST_F(Follower, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNext)
+{
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(tuned(), 1u) << "it came once";
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
+TEST_F(Follower, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
+{
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    end();
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
 TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
 {
     const unsigned pid = 0x300;
