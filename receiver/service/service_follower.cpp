@@ -173,6 +173,7 @@ void ServiceFollower::tune(uint16_t serviceId)
     wanted_ = serviceId;
     // Its PMT may be known from before, and is then not told again.
     stream_.forgetProgramMaps();
+    stream_.keepEarlySections();
 }
 
 void ServiceFollower::leave()

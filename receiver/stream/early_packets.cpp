@@ -58,4 +58,12 @@ void EarlyPackets::forget()
     numbers_.clear();
 }
 
+void EarlyPackets::begin()
+{
+    if (!isKeeping_)
+        firstNumber_ = nextNumber_;
+    visits_ = 0;
+    isKeeping_ = true;
+}
+
 }  // namespace receiver

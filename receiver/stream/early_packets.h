@@ -30,8 +30,11 @@ public:
     /// Visits the packets of these PIDs, in order. The visitor may not add packets.
     void visit(const std::set<uint16_t>& pids, const Visitor& visit);
 
-    /// Nothing is kept from here on.
+    /// Nothing is kept from here on, until begin().
     void forget();
+
+    /// Keeps what comes from here on, too.
+    void begin();
 
 private:
     void dropHalf();

@@ -114,6 +114,9 @@ public:
     /// Nobody asks any more for what came before.
     void forgetEarlySections() { earlyPackets_.forget(); }
 
+    /// What comes from here on may be asked for, as at the beginning.
+    void keepEarlySections() { earlyPackets_.begin(); }
+
     const std::vector<Service>& services() const { return services_; }
     const StreamStatistics& statistics() const { return statistics_; }
     const PacketFramer& framer() const { return framer_; }

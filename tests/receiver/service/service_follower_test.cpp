@@ -396,6 +396,23 @@ TEST_F(Follower, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
+TEST_F(Follower, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
+{
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    play(tablePid(1), table(5));
+    play(tablePid(2), table(6));
+    EXPECT_EQ(sent(), "1: 5/0");
+    follower_.tune(2);
+    play(tablePid(2), table(7));
+    for (const Bytes& section : carouselSections())
+        play(0x300, section);
+    pmt(2, {tables(tablePid(2), hbbtv), carousel(0x300)});
+    EXPECT_EQ(sent(), "2: 7/0");
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+}
+
 TEST_F(Follower, ATableThatBeganBeforeItsPmtIsContinued)
 {
     services({1});

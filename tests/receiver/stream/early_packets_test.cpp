@@ -41,13 +41,18 @@ TEST(EarlyPackets, AreVisitedInOrderAsOftenAsSomebodyAsks)
     EXPECT_EQ(visited(packets, {pid, otherPid, 0x102}), (std::vector<size_t>{1, 2, 3, 4}));
 }
 
-TEST(EarlyPackets, AreNotKeptAnyMoreOnceTheyAreForgotten)
+TEST(EarlyPackets, AreKeptFromTheBeginningUntilTheyAreForgotten)
 {
     EarlyPackets packets;
     packets.add(pid, packet(1).data());
     packets.forget();
     packets.add(pid, packet(2).data());
     EXPECT_TRUE(visited(packets, {pid}).empty());
+    packets.begin();
+    packets.add(pid, packet(3).data());
+    EXPECT_EQ(visited(packets, {pid}), std::vector<size_t>{3});
+    packets.begin();
+    EXPECT_EQ(visited(packets, {pid}), std::vector<size_t>{3}) << "nothing was forgotten";
 }
 
 TEST(EarlyPackets, TheLatestAreKeptWithinTheLimit)
