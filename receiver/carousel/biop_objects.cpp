@@ -5,6 +5,8 @@
 #include <set>
 #include <utility>
 
+#include "foundation/descriptor.h"
+
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
@@ -133,13 +135,14 @@ private:
 
 std::string readContentType(ByteReader descriptors)
 {
-    while (descriptors.remaining() >= 2) {
-        const uint8_t tag = descriptors.u8();
-        ByteReader payload = descriptors.take(descriptors.u8());
-        if (tag == contentTypeTag && descriptors.ok())
-            return withoutTrailingZeros(payload.text(payload.remaining()));
-    }
-    return "";
+    std::string type;
+    const auto readFirst = [&type](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        if (tag == contentTypeTag)
+            type = withoutTrailingZeros(payload.text(payload.remaining()));
+        return tag != contentTypeTag;
+    };
+    VestaHbbTV::forEachDescriptor(descriptors, readFirst);
+    return type;
 }
 
 bool readFile(ByteReader info, ByteReader body, const unsigned char* module, BiopObject& object)
