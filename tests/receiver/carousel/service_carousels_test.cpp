@@ -494,6 +494,7 @@ TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
     for (unsigned index = 0; index < count; ++index)
         streams.push_back(carouselStream(uint16_t(0x300 + index), uint8_t(index)));
     carousels.join(service(), streams);
+    const size_t before = vesta::test::heapInUse();
     const Bytes gateway = makeGateway("g", {}) + makeFile("f", std::string(10000, 'x'));
     for (const StreamDescription& stream : streams) {
         IorFields ior = {"srg", 1, "g"};
@@ -505,6 +506,8 @@ TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
         for (const Bytes& block : makeDdbs(1, 0, gateway, 4000))
             carousels.feed(stream.pid, block);
     }
+    const size_t bytesForLists = count * 1024;  // and for the messages
+    EXPECT_LT(vesta::test::heapInUse(), before + limits.memory + bytesForLists);
     size_t complete = 0;
     size_t refused = 0;
     for (const ServiceCarousels::Status& status : carousels.status()) {
