@@ -47,6 +47,10 @@ public:
     /// The PIDs that carry carousels, or may. For the middleware thread alone.
     const std::set<uint16_t>& pids() const { return pids_; }
 
+    /// Those of carousels that nobody could ask for, as the PMT gives them no component tag. For
+    /// the middleware thread alone.
+    const std::set<uint16_t>& pidsNotRead() const { return pidsNotRead_; }
+
     /// Takes a section of one of these PIDs.
     void feed(uint16_t pid, const SectionBytes& section);
 
@@ -159,6 +163,7 @@ private:
     const std::vector<CarouselPid> alwaysRead_;
     std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
     std::set<uint16_t> pids_;
+    std::set<uint16_t> pidsNotRead_;
     std::shared_ptr<const AssociationTags> associations_;  // of the PMT, shared by the carousels
     std::map<uint16_t, Unclaimed> unclaimed_;              // by PID
     size_t heldBytes_ = 0;

@@ -475,6 +475,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
+    for (const uint16_t pid : carousels_.pidsNotRead())
+        remark("remark", "the carousel on PID " + std::to_string(pid) +
+                             " is not read, as it has no component tag (--carousel-pid " +
+                             std::to_string(pid) + " reads it)");
     updateSubscriptions();
     if (isNew)
         stream_.visitEarlySections(

@@ -401,7 +401,12 @@ TEST_F(ServiceCarouselsTest, AStreamThatThePmtGivesNoTagCanBeReadUnderOne)
     ServiceCarousels carousels({}, log_, {{carouselPid, carouselTag}});
     StreamDescription listed = carouselStream(carouselPid, carouselTag);
     listed.componentTag.reset();
+    ServiceCarousels unaware({}, log_);
+    unaware.join(service(), {listed});
+    EXPECT_EQ(unaware.pidsNotRead(), std::set<uint16_t>{carouselPid});
+    EXPECT_TRUE(unaware.pids().empty());
     carousels.join(service(), {listed});
+    EXPECT_TRUE(carousels.pidsNotRead().empty());
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x");
     for (const Bytes& block : makeDdbs(1, 0, gateway))
         carousels.feed(carouselPid, block);

@@ -309,6 +309,30 @@ TEST_F(Follower, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
 }
 
+TEST_F(Follower, ACarouselThatNobodyCouldAskForIsNamedOnceAService)
+{
+    const auto timesNamed = [this] {
+        const std::string text = out_.str();
+        const std::string name = "PID 768 ";
+        size_t count = 0;
+        for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1))
+            ++count;
+        return count;
+    };
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}, carousel(0x301)});
+    EXPECT_EQ(timesNamed(), 1u);
+    EXPECT_NE(out_.str().find("--carousel-pid 768"), std::string::npos) << "which helps";
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}}, 1);
+    EXPECT_EQ(timesNamed(), 1u);
+    follower_.tune(1);
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}}, 1);
+    EXPECT_EQ(timesNamed(), 2u);
+    follower_.tune(1);
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(0x300)}, 2);
+    EXPECT_EQ(timesNamed(), 2u);
+}
+
 TEST_F(Follower, ListensToACarouselWithoutAnyTable)
 {
     FollowerOptions options;
