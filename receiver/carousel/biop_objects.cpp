@@ -208,7 +208,7 @@ bool readDirectory(ByteReader body, ObjectBudget& budget, BiopObject& object)
 }
 
 // The list of names when the stream's info has this size. It fails where the list does not fit.
-ByteReader eventNamesBehind(ByteReader info, size_t streamInfoSize)
+ByteReader eventNamesAfter(ByteReader info, size_t streamInfoSize)
 {
     info.skip(info.u8());  // a description
     info.skip(streamInfoSize);
@@ -228,8 +228,8 @@ bool areEventNames(ByteReader names, unsigned wanted)
 // counts that has as many names as there are ids. Where neither does, it is the document's.
 ByteReader chooseEventNames(ByteReader info, unsigned ids)
 {
-    const ByteReader printed = eventNamesBehind(info, streamInfoSizeAfterDescription);
-    const ByteReader broadcast = eventNamesBehind(info, streamInfoSizeAfterDescription + 2);
+    const ByteReader printed = eventNamesAfter(info, streamInfoSizeAfterDescription);
+    const ByteReader broadcast = eventNamesAfter(info, streamInfoSizeAfterDescription + 2);
     return !areEventNames(printed, ids) && areEventNames(broadcast, ids) ? broadcast : printed;
 }
 

@@ -304,15 +304,15 @@ void ServiceCarousels::dropHeld()
 
 void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
 {
-    if (reception.toldRevision == reception.carousel->revision())
+    if (reception.reportedRevision == reception.carousel->revision())
         return;
-    reception.toldRevision = reception.carousel->revision();
+    reception.reportedRevision = reception.carousel->revision();
     toLookFor_ = pending_.size();
     const size_t complete = reception.carousel->modulesComplete();
     const size_t known = reception.carousel->modulesKnown();
-    if (complete == reception.toldModules)
+    if (complete == reception.reportedModules)
         return;
-    reception.toldModules = complete;
+    reception.reportedModules = complete;
     report("carousel",
            "carousel " + hex(tag) + ": " + std::to_string(complete) + " of " +
                std::to_string(known) + " modules",

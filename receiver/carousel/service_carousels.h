@@ -115,8 +115,8 @@ private:
         std::unique_ptr<ObjectCarousel> carousel;
         std::set<uint8_t> tags;           // component tags
         std::optional<uint16_t> ownName;  // how the carousel calls a stream that no table names
-        uint64_t toldRevision = 0;
-        size_t toldModules = 0;
+        uint64_t reportedRevision = 0;
+        size_t reportedModules = 0;
     };
 
     /// A stream that may begin a carousel, or belong to one.

@@ -113,7 +113,7 @@ void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
     chooseAtEnd();
-    sendHeldBack();  // the network that they waited for will not be told
+    sendHeldBack();  // the network that they waited for will not be named
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
 }
@@ -171,7 +171,7 @@ void ServiceFollower::tune(uint16_t serviceId)
     outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
     leave();
     wanted_ = serviceId;
-    // Its PMT may be known from before, and is then not told again.
+    // Its PMT may be known from before, and is then not reported again.
     stream_.forgetProgramMaps();
     stream_.keepEarlySections();
 }
@@ -187,7 +187,7 @@ void ServiceFollower::leave()
     filter_.setStreams({});
     updateSubscriptions();
     hasSentTable_ = hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
     heldBackRounds_ = 0;
     dropCandidates();
@@ -220,10 +220,11 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 
 void ServiceFollower::reportService(const Service& service)
 {
-    const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
-    if (!isNew && told->second == service.name)
+    const auto [reported, isNew] =
+        reportedServices_.try_emplace(service.programNumber, service.name);
+    if (!isNew && reported->second == service.name)
         return;
-    told->second = service.name;
+    reported->second = service.name;
     log_.report(Source::Air, "service",
                 isNew ? nameOf(service) + " found"
                       : "service " + std::to_string(service.programNumber) + " is \"" +
@@ -237,10 +238,10 @@ void ServiceFollower::reportServicesGone()
     std::set<uint16_t> listed;
     for (const Service& service : stream_.services())
         listed.insert(service.programNumber);
-    for (auto told = toldServices_.begin(); told != toldServices_.end();) {
-        const auto& [number, name] = *told;
+    for (auto reported = reportedServices_.begin(); reported != reportedServices_.end();) {
+        const auto& [number, name] = *reported;
         if (listed.count(number) != 0) {
-            ++told;
+            ++reported;
             continue;
         }
         const bool isTuned = tuned_ && tuned_->programNumber == number;
@@ -249,7 +250,7 @@ void ServiceFollower::reportServicesGone()
                         (name.empty() ? "" : " \"" + name + "\"") + " is no longer listed" +
                         (isTuned ? ", and is the one tuned to" : ""),
                     {{"service", number}, {"name", name}});
-        told = toldServices_.erase(told);
+        reported = reportedServices_.erase(reported);
     }
 }
 
@@ -496,7 +497,7 @@ void ServiceFollower::sayThatThereIsNoTable(bool wasThere)
                 {{"service", tuned_->programNumber}});
     outgoing_.push_back(tableGone());
     hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
 }
 
@@ -567,14 +568,14 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
                                      tuned_->transportStreamId, tuned_->programNumber));
 }
 
-/// Tells of a section that was not there before; the air repeats them all the time.
+/// Reports a section that was not there before; the air repeats them all the time.
 void ServiceFollower::reportTableSection(const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
-    SectionBytes& told = told_[header.sectionNumber];
-    if (told == section)
+    SectionBytes& reported = reported_[header.sectionNumber];
+    if (reported == section)
         return;
-    told = section;
+    reported = section;
     const std::string place = header.lastSectionNumber == 0
                                   ? ""
                                   : ", section " + std::to_string(header.sectionNumber + 1) +

@@ -328,7 +328,7 @@ void TransportStream::updateServices()
     listener_.servicesChanged(services_);
 }
 
-// Keeps the PMTs of programs that stay; a program that went and returns is told anew.
+// Keeps the PMTs of programs that stay; a program that went and returns is reported anew.
 void TransportStream::followProgramMaps()
 {
     const std::set<uint16_t> before = std::exchange(pmtPids_, {});
@@ -365,7 +365,7 @@ void TransportStream::handleProgramMap(uint16_t pid, const SectionBytes& section
         return;
     }
     known = section;
-    // The listener may not feed, but let it keep what it is told.
+    // The listener may not feed, but let it keep what is reported to it.
     const Service service = services_[found->second];
     listener_.pmtReceived(service, section);
 }

@@ -298,7 +298,7 @@ TEST_F(Module, MoreModulesOrListsThanAllowedAreRefusedWithOneMessage)
     EXPECT_NE(problems_[0].find("more than 3 modules or 3 lists"), std::string::npos);
 }
 
-TEST_F(Module, RubbishBehindTheObjectsIsToldAndTheObjectsStay)
+TEST_F(Module, RubbishAfterTheObjectsIsReportedAndTheObjectsStay)
 {
     begin();
     const Bytes module = makeFile("f", "x") + Bytes(30, 0xEE);

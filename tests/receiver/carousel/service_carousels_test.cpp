@@ -238,7 +238,7 @@ TEST_F(ServiceCarouselsTest, LeavingAServiceReturnsItsPendingFilesAndKeepsOpenOn
     EXPECT_EQ(carousels_.getFile(page, id(3)), DSMCC_ERROR);
 }
 
-TEST_F(ServiceCarouselsTest, BehindTheStreamsEndNothingIsPending)
+TEST_F(ServiceCarouselsTest, AfterTheStreamsEndNothingIsPending)
 {
     feedGateway();
     carousels_.getFile(page, id(1));
