@@ -59,24 +59,32 @@ void ServiceChoice::put(uint16_t programNumber, Candidate candidate)
 {
     for (const uint16_t pid : candidate.filter.pids())
         candidatesOn_[pid].insert(programNumber);
+    heldBytes_ += candidate.heldBytes();
     candidates_[programNumber] = std::move(candidate);
 }
 
 Candidate ServiceChoice::take(uint16_t programNumber)
 {
-    Candidate candidate = std::move(candidates_.at(programNumber));
-    drop(programNumber);
+    const auto found = candidates_.find(programNumber);
+    Candidate candidate = std::move(found->second);
+    candidates_.erase(found);
+    for (const uint16_t pid : candidate.filter.pids()) {
+        const auto entry = candidatesOn_.find(pid);
+        if (entry == candidatesOn_.end())
+            continue;  // the PMT lists it twice
+        entry->second.erase(programNumber);
+        if (entry->second.empty())
+            candidatesOn_.erase(entry);
+    }
+    heldBytes_ -= candidate.heldBytes();
     return candidate;
 }
 
 /// Does nothing for a service that is none.
 void ServiceChoice::drop(uint16_t programNumber)
 {
-    candidates_.erase(programNumber);
-    for (auto entry = candidatesOn_.begin(); entry != candidatesOn_.end();) {
-        entry->second.erase(programNumber);
-        entry = entry->second.empty() ? candidatesOn_.erase(entry) : std::next(entry);
-    }
+    if (candidates_.count(programNumber) != 0)
+        take(programNumber);
 }
 
 void ServiceChoice::dropUnlisted()
@@ -95,6 +103,7 @@ void ServiceChoice::clear()
 {
     candidates_.clear();
     candidatesOn_.clear();
+    heldBytes_ = 0;
 }
 
 bool ServiceChoice::hear(uint16_t pid, const SectionBytes& section)
@@ -103,36 +112,36 @@ bool ServiceChoice::hear(uint16_t pid, const SectionBytes& section)
     if (listening == candidatesOn_.end())
         return false;
     bool hasComeRound = false;
-    for (const uint16_t programNumber : listening->second)
-        hasComeRound = candidates_.at(programNumber).hear(pid, section) || hasComeRound;
+    for (const uint16_t programNumber : listening->second) {
+        Candidate& candidate = candidates_.at(programNumber);
+        heldBytes_ -= candidate.heldBytes();
+        hasComeRound = candidate.hear(pid, section) || hasComeRound;
+        heldBytes_ += candidate.heldBytes();
+    }
     return !limitWhatIsHeld() && hasComeRound;
 }
 
 /// @return whether everything was forgotten
 bool ServiceChoice::limitWhatIsHeld()
 {
-    if (heldBytes() <= mostHeldBytes)
+    if (heldBytes_ <= mostHeldBytes)
         return false;
     for (auto& entry : candidates_) {
         entry.second.table.clear();
         entry.second.filter.forgetHeld();
     }
+    heldBytes_ = 0;
     return true;
-}
-
-size_t ServiceChoice::heldBytes() const
-{
-    size_t held = 0;
-    for (const auto& entry : candidates_)
-        held += entry.second.heldBytes();
-    return held;
 }
 
 void ServiceChoice::giveUpWaiting()
 {
     for (auto& entry : candidates_) {
-        for (const SectionBytes& section : entry.second.filter.giveUpWaiting())
-            entry.second.table.add(section);
+        Candidate& candidate = entry.second;
+        heldBytes_ -= candidate.heldBytes();
+        for (const SectionBytes& section : candidate.filter.giveUpWaiting())
+            candidate.table.add(section);
+        heldBytes_ += candidate.heldBytes();
     }
 }
 

@@ -61,12 +61,13 @@ public:
     /// Forgets the services that the stream lists no more.
     void dropUnlisted();
     void clear();
+    bool empty() const { return candidates_.empty(); }
 
     /// Adds the PIDs that the candidates listen to.
     void addPidsTo(std::set<uint16_t>& pids) const;
 
     /// Bytes of tables of all candidates.
-    size_t heldBytes() const;
+    size_t heldBytes() const { return heldBytes_; }
 
 private:
     void subscribe(const Candidate& candidate);
@@ -77,6 +78,7 @@ private:
     TransportStream& stream_;
     std::map<uint16_t, Candidate> candidates_;             // by program number
     std::map<uint16_t, std::set<uint16_t>> candidatesOn_;  // a PID where their tables may be
+    size_t heldBytes_ = 0;
 };
 
 }  // namespace receiver

@@ -92,7 +92,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
     if (tuned_ && !isChoosing())
         stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
-    updateSubscriptions();
+    if (areSubscriptionsStale_)
+        updateSubscriptions();
     return true;
 }
 
@@ -207,6 +208,7 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
     reportServicesGone();
     signalling_ = std::move(signalling);
     choice_.dropUnlisted();
+    areSubscriptionsStale_ = true;
     if (tuned_ && tuned_->originalNetworkId)
         sendHeldBack();
 }
@@ -256,6 +258,7 @@ std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serv
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
     hasNews_ = true;
+    areSubscriptionsStale_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
     if (tuned_ && tuned_->programNumber == service.programNumber)
@@ -374,6 +377,7 @@ void ServiceFollower::updateSubscriptions()
     }
     for (const uint16_t pid : needed)
         stream_.subscribe(pid);
+    areSubscriptionsStale_ = false;
 }
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
@@ -422,6 +426,7 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
     book_.note(section);
     hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
+    areSubscriptionsStale_ = areSubscriptionsStale_ || !choice_.empty();
     choice_.clear();
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),

@@ -135,6 +135,7 @@ private:
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
     ServiceChoice choice_;                                  // but for the one tuned to
+    bool areSubscriptionsStale_ = true;                     ///< some may not be needed any more
     bool hasSentTable_ = false;                             ///< of this service
     bool hasTable_ = false;  ///< and it has not gone since, whatever the PMT says
     std::map<uint8_t, SectionBytes> reported_;  // the table's sections that were announced
