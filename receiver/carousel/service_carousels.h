@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "receiver/carousel/carousel_path.h"
+#include "receiver/carousel/file_requests.h"
 #include "receiver/carousel/object_carousel.h"
 #include "receiver/console/event_log.h"
 #include "receiver/service/service_tables.h"
@@ -100,16 +101,6 @@ public:
     bool hasFile(const std::string& path) const;
 
 private:
-    struct PendingFile {
-        CarouselPath path;
-        std::string name;  // as it was asked for
-    };
-    struct OpenFile {
-        std::string path;
-        FileView view;
-        size_t position = 0;
-    };
-
     /// A carousel and the streams that it is fed from.
     struct Reception {
         std::unique_ptr<ObjectCarousel> carousel;
@@ -147,13 +138,13 @@ private:
         std::string path;
     };
 
-    bool answerIfThere(void* id, const PendingFile& file, std::vector<Answer>& answers);
+    bool answerIfThere(void* id, const FileRequests::PendingFile& file,
+                       std::vector<Answer>& answers);
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
     Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
     void reportNews(uint8_t tag, Reception& reception);
-    bool forget(void* id);
 
     const CarouselLimits limits_;
     const std::shared_ptr<CarouselBudget> budget_;  // of all carousels together
@@ -170,11 +161,8 @@ private:
     size_t sectionsDropped_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
-    std::map<void*, PendingFile> pending_;
-    size_t toLookFor_ = 0;           // so many of them, since something new came
-    void* lastLookedFor_ = nullptr;  // the next one has its turn
+    FileRequests files_;
     uint64_t lookups_ = 0;
-    std::map<void*, OpenFile> open_;
 };
 
 }  // namespace receiver
