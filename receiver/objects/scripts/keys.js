@@ -28,16 +28,21 @@ function remoteCodeOf(event) {
     return character > privateUse && character < 0xF8FF ? character - privateUse : 0;
 }
 
-function overrideCode(prototype, name) {
-    const engine = Object.getOwnPropertyDescriptor(prototype, name).get;
-    Object.defineProperty(prototype, name, {
+/// @param valueOf what it is for a remote control's key, by its code
+function overrideCode(name, valueOf) {
+    const engine = Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, name).get;
+    Object.defineProperty(KeyboardEvent.prototype, name, {
         configurable: true,
         enumerable: true,
-        get() { return remoteCodeOf(this) || engine.call(this); },
+        get() {
+            const code = remoteCodeOf(this);
+            return code ? valueOf(code) : engine.call(this);
+        },
     });
 }
-overrideCode(KeyboardEvent.prototype, 'keyCode');
-overrideCode(UIEvent.prototype, 'which');
+overrideCode('keyCode', code => code);
+overrideCode('which', code => code);
+overrideCode('charCode', () => 0);
 
 const domNames = {
     37: 'ArrowLeft', 38: 'ArrowUp', 39: 'ArrowRight', 40: 'ArrowDown', 33: 'PageUp', 34: 'PageDown', 19: 'Pause',
