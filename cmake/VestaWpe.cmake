@@ -41,6 +41,11 @@ set_target_properties(vesta_receiver_page PROPERTIES
 target_link_libraries(vesta_receiver_page PRIVATE PkgConfig::WPE_MODULE)
 target_include_directories(vesta_receiver_page PRIVATE "${PROJECT_SOURCE_DIR}")
 vesta_own_code(vesta_receiver_page)
+if(VESTA_SANITIZE)
+  # The web processes are not ours: no sanitizer's runtime is there.
+  target_compile_options(vesta_receiver_page PRIVATE -fno-sanitize=all)
+  target_link_options(vesta_receiver_page PRIVATE -fno-sanitize=all)
+endif()
 
 file(GLOB wpe_sources CONFIGURE_DEPENDS "receiver/wpe/*.cpp")
 list(FILTER wpe_sources EXCLUDE REGEX "/page_module\\.cpp$")

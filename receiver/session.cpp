@@ -99,7 +99,8 @@ int Session::run()
             continue;
         if (quit_ || (middleware_.hasEnded() && endWithStream()))
             continue;
-        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
+        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline(),
+                              [this] { return browser_.isBusy(); });
     }
     middleware_.stop();
     vesta_hbbtv_shutdown();
@@ -131,6 +132,8 @@ bool Session::endWithStream()
     const std::string problem = middleware_.error();
     if (!problem.empty())
         fail(exitUnreadable, problem);
+    else if (browser_.isBusy())
+        return false;
     else if (wait_)
         giveUpWaiting("the stream ended before " + wait_->what);
     else if (mayHearMore())

@@ -251,7 +251,8 @@ void ObjectHost::addRequestFunctions()
 
 void ObjectHost::addPageFunctions()
 {
-    add("page.malformed", [](const CallingDocument& document, const Json&) -> Json {
+    add("page.malformed", [this](const CallingDocument& document, const Json&) -> Json {
+        log_.report(Source::Browser, "malformed", "the page is not well-formed");
         TavoVestaEventData data = {};
         VestaHbbTV::vesta_hbbtv_handle_notification(
             BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XML_PARSE_FAILED,
