@@ -1,6 +1,5 @@
 #include "receiver/objects/broadcast_host.h"
 
-#include <iomanip>
 #include <sstream>
 #include <vector>
 
@@ -309,12 +308,23 @@ void BroadcastHost::setPlace(const CallingDocument& document, const Json& place)
     }
     placeOwner_ = PlaceOwner{document.window->id, document.number};
     const auto part = [&place](size_t index) { return numberArgument(place, index); };
-    parts_.browser.setVideoPlace(Rectangle{part(0), part(1), part(2), part(3)});
+    const Rectangle wanted = {part(0), part(1), part(2), part(3)};
+    reportPlace(wanted);
+    parts_.browser.setVideoPlace(wanted);
+}
+
+void BroadcastHost::reportPlace(const Rectangle& place)
+{
+    std::ostringstream text;
+    text << "the video is " << place.width << " by " << place.height << " at " << place.x << ", "
+         << place.y;
+    parts_.log.report(Source::Script, "video-place", text.str());
 }
 
 void BroadcastHost::freePlace()
 {
     placeOwner_.reset();
+    parts_.log.report(Source::Script, "video-place", "the video is on the whole screen");
     parts_.browser.setVideoPlace(std::nullopt);
 }
 

@@ -64,6 +64,7 @@ private:
 
     void setPlace(const CallingDocument& document, const Json& place);
     void freePlace();
+    void reportPlace(const Rectangle& place);
 
     void endChange();
     bool isActedOn(const Service& service) const;

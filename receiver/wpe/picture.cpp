@@ -160,7 +160,7 @@ Picture::Picture(const VideoPlane& video, const std::vector<const Frame*>& windo
 {
     const Context context(cairo_create(surface_.get()));
     paintVideo(context.get(), video);
-    if (video.place)
+    if (video.place && !windows.empty())
         limitToHoles(surface_.get(), windows);
     for (const Frame* const frame : windows)
         paintWindow(context.get(), *frame);

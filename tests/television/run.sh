@@ -5,7 +5,9 @@
 #     <!-- receiver [STREAM [OPTIONS...]]
 #     COMMANDS
 #     -->
-# holds what a viewer does meanwhile; without commands the page is started by its URL.
+# holds what a viewer does meanwhile; without commands the page is started by its URL. A line
+#     #expect TEXT
+# among them is what the receiver has to report, after those before it.
 set -euo pipefail
 
 receiver=$(realpath "$1")
@@ -30,6 +32,15 @@ code=0
     --site "http://test.example/=$pages" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
 said=$(sed -n 's/.*"source":"script","event":"debug","text":"\(.*\)".*/\1/p' "$folder/trace")
 if [[ $code -ne 0 ]] || grep -q '^FAIL' <<<"$said" || ! grep -q '^pass all assertions' <<<"$said"; then
+    cat "$folder/output"
+    exit 1
+fi
+
+expected=$(sed -n 's/^#expect //p' <<<"$commands")
+[[ -n $expected ]] || exit 0
+sed -n 's/.*"text":"\([^"]*\)".*/\1/p' "$folder/trace" | grep -Fx "$expected" >"$folder/found" || true
+if ! diff <(echo "$expected") "$folder/found"; then
+    echo "that was to be reported, and this was"
     cat "$folder/output"
     exit 1
 fi

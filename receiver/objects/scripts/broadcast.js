@@ -82,6 +82,7 @@ class Broadcast extends Embedded {
         if (this._fullScreen === Boolean(fullScreen))
             return;
         this._fullScreen = Boolean(fullScreen);
+        this._before = fillScreen(this.element, this._fullScreen, this._before);
         placeSoon();
         soon(() => this.fire('FullScreenChange', {}, []));
     }
@@ -149,6 +150,24 @@ class Broadcast extends Embedded {
 }
 
 let volume = 100;
+
+const wholeScreen = { position: 'fixed', left: '0px', top: '0px', width: '100vw', height: '100vh' };
+
+/// Lets an object cover what is beneath it on the whole screen, or gives it its own place back.
+/// @param before what this returned when it did @return what the element's style had
+function fillScreen(element, isWhole, before) {
+    const replaced = {};
+    for (const [name, value] of Object.entries(wholeScreen)) {
+        replaced[name] = [element.style.getPropertyValue(name), element.style.getPropertyPriority(name)];
+        if (isWhole)
+            element.style.setProperty(name, value, 'important');
+        else if (before[name][0] === '')
+            element.style.removeProperty(name);
+        else
+            element.style.setProperty(name, ...before[name]);
+    }
+    return replaced;
+}
 
 defineConstants(Broadcast, { COMPONENT_TYPE_VIDEO: 0, COMPONENT_TYPE_AUDIO: 1, COMPONENT_TYPE_SUBTITLE: 2 });
 defineKind(type => type === 'video/broadcast', Broadcast, [
