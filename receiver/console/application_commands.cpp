@@ -64,12 +64,12 @@ bool deliverOtherKey(Session& session, const TAVO_VestaWindow* window,
 void offerKey(Session& session, TAVO_VestaWindow* window, int type, int code)
 {
     TAVO_KeyboardEvent event = {type, static_cast<TAVO_VIRTUAL_KEY>(code)};
-    const bool isConsumed =
-        vesta_hbbtv_key_input(window, &event) == 1 || deliverOtherKey(session, window, event);
+    const bool isConsumed = vesta_hbbtv_key_input(window, &event) == 1;
+    const bool isDelivered = isConsumed || deliverOtherKey(session, window, event);
     session.log().report(Source::User, "key",
                          "key " + keyName(code) + (type == TAVO_KEY_DOWN ? " down" : " up") +
-                             (isConsumed ? ", for the application" : ", for the receiver"),
-                         {{"key", keyName(code)}, {"consumed", isConsumed}});
+                             (isDelivered ? ", for the application" : ", for the receiver"),
+                         {{"key", keyName(code)}, {"consumed", isDelivered}});
 }
 
 }  // namespace
