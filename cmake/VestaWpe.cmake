@@ -21,7 +21,9 @@ endif()
 # What every document of a page begins with.
 set(script_folder "${PROJECT_SOURCE_DIR}/receiver/objects/scripts")
 set(scripts "")
-foreach(script IN ITEMS core document keys application_manager broadcast requests end)
+foreach(script IN ITEMS core document keys application_manager channels configuration
+        parental_control components broadcast video_place search capabilities media media_elements
+        requests end)
   list(APPEND scripts "${script_folder}/${script}.js")
 endforeach()
 set(boot_script "${PROJECT_BINARY_DIR}/boot_script.cpp")

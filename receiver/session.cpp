@@ -92,6 +92,8 @@ int Session::run()
     while (!quit_) {
         settle();
         showService();
+        if (settled_)
+            settled_();
         integrator_.reportStartsThatCameToNothing();
         if (isDue() || runNextLine())
             continue;

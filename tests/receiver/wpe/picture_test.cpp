@@ -1,10 +1,12 @@
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
 
 #include "receiver/wpe/picture.h"
+#include "receiver/wpe/style_sheet.h"
 
 namespace receiver {
 namespace {
@@ -126,6 +128,44 @@ TEST(Picture, AHalfTransparentWindowIsMixedWithIt)
     const Colour mixed = pixelOf(Picture(someService(), {&window}), 10, 10);
     EXPECT_NEAR(mixed[0], 128 + 191 / 2, 2);
     EXPECT_NEAR(mixed[1], 191 / 2, 2);
+}
+
+/// A part of a window is a hole for the video.
+void cutHole(Frame& frame, int left, int top, int width, int height)
+{
+    for (int y = top; y < top + height; ++y) {
+        for (int x = left; x < left + width; ++x)
+            std::memcpy(frame.pixels.data() + size_t(y) * size_t(frame.stride) + size_t(x) * 4,
+                        &videoKey, sizeof videoKey);
+    }
+}
+
+TEST(Picture, AHoleInAnOpaqueWindowShowsTheVideo)
+{
+    Frame window = plainFrame(10, 20, 30, 255);
+    cutHole(window, 0, 0, 100, 100);
+    const Picture picture(someService(), {&window});
+    EXPECT_EQ(pixelOf(picture, 99, 99), greyBar);
+    EXPECT_EQ(pixelOf(picture, 100, 99), (Colour{10, 20, 30}));
+}
+
+TEST(Picture, AVideoInItsPlaceIsSeenThroughHolesAlone)
+{
+    VideoPlane video = someService();
+    video.place = Rectangle{0, 0, 640, 360};
+    Frame window = plainFrame(0, 0, 0, 0);
+    cutHole(window, 0, 0, 50, 50);
+    const Picture picture(video, {&window});
+    EXPECT_EQ(pixelOf(picture, 49, 49), greyBar);
+    EXPECT_EQ(pixelOf(picture, 50, 49), black) << "clipped by the page";
+}
+
+TEST(Picture, AHoleIsHiddenByAWindowAbove)
+{
+    Frame lower = plainFrame(10, 20, 30, 255);
+    cutHole(lower, 0, 0, 100, 100);
+    const Frame upper = plainFrame(40, 50, 60, 255);
+    EXPECT_EQ(pixelOf(Picture(someService(), {&lower, &upper}), 10, 10), (Colour{40, 50, 60}));
 }
 
 TEST(Picture, TheLastWindowIsOnTop)
