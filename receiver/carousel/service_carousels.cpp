@@ -103,6 +103,7 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
     std::map<uint16_t, Unclaimed> unclaimed = std::exchange(unclaimed_, {});
     const std::map<uint16_t, uint8_t> tagsBefore = std::exchange(tagsByPid_, {});
     pids_.clear();
+    pidsNotRead_.clear();
     AssociationTags associations;
     std::vector<StreamDescription> streams = withThoseAlwaysRead(listed);
     for (StreamDescription& stream : streams) {
@@ -136,8 +137,10 @@ void ServiceCarousels::listenTo(const StreamDescription& stream,
                                 std::map<uint8_t, Reception>& carousels,
                                 std::map<uint16_t, Unclaimed>& unclaimed)
 {
-    if (!stream.componentTag && !isAlwaysRead(stream.pid))
-        return;  // nobody could ask for its files
+    if (!stream.componentTag && !isAlwaysRead(stream.pid)) {
+        pidsNotRead_.insert(stream.pid);
+        return;
+    }
     pids_.insert(stream.pid);
     if (stream.componentTag) {
         const uint8_t tag = *stream.componentTag;
@@ -301,15 +304,15 @@ void ServiceCarousels::dropHeld()
 
 void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
 {
-    if (reception.toldRevision == reception.carousel->revision())
+    if (reception.reportedRevision == reception.carousel->revision())
         return;
-    reception.toldRevision = reception.carousel->revision();
+    reception.reportedRevision = reception.carousel->revision();
     toLookFor_ = pending_.size();
     const size_t complete = reception.carousel->modulesComplete();
     const size_t known = reception.carousel->modulesKnown();
-    if (complete == reception.toldModules)
+    if (complete == reception.reportedModules)
         return;
-    reception.toldModules = complete;
+    reception.reportedModules = complete;
     report("carousel",
            "carousel " + hex(tag) + ": " + std::to_string(complete) + " of " +
                std::to_string(known) + " modules",

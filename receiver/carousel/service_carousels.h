@@ -47,6 +47,10 @@ public:
     /// The PIDs that carry carousels, or may. For the middleware thread alone.
     const std::set<uint16_t>& pids() const { return pids_; }
 
+    /// Those of carousels that nobody could ask for, as the PMT gives them no component tag. For
+    /// the middleware thread alone.
+    const std::set<uint16_t>& pidsNotRead() const { return pidsNotRead_; }
+
     /// Takes a section of one of these PIDs.
     void feed(uint16_t pid, const SectionBytes& section);
 
@@ -111,8 +115,8 @@ private:
         std::unique_ptr<ObjectCarousel> carousel;
         std::set<uint8_t> tags;           // component tags
         std::optional<uint16_t> ownName;  // how the carousel calls a stream that no table names
-        uint64_t toldRevision = 0;
-        size_t toldModules = 0;
+        uint64_t reportedRevision = 0;
+        size_t reportedModules = 0;
     };
 
     /// A stream that may begin a carousel, or belong to one.
@@ -159,6 +163,7 @@ private:
     const std::vector<CarouselPid> alwaysRead_;
     std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
     std::set<uint16_t> pids_;
+    std::set<uint16_t> pidsNotRead_;
     std::shared_ptr<const AssociationTags> associations_;  // of the PMT, shared by the carousels
     std::map<uint16_t, Unclaimed> unclaimed_;              // by PID
     size_t heldBytes_ = 0;

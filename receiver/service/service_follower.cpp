@@ -92,6 +92,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
         return false;
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
+    if (tuned_ && !isChoosing())
+        stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
     updateSubscriptions();
     return true;
@@ -111,7 +113,7 @@ void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
     chooseAtEnd();
-    sendHeldBack();  // the network that they waited for will not be told
+    sendHeldBack();  // the network that they waited for will not be named
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
 }
@@ -169,8 +171,9 @@ void ServiceFollower::tune(uint16_t serviceId)
     outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
     leave();
     wanted_ = serviceId;
-    // Its PMT may be known from before, and is then not told again.
+    // Its PMT may be known from before, and is then not reported again.
     stream_.forgetProgramMaps();
+    stream_.keepEarlySections();
 }
 
 void ServiceFollower::leave()
@@ -184,7 +187,7 @@ void ServiceFollower::leave()
     filter_.setStreams({});
     updateSubscriptions();
     hasSentTable_ = hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
     heldBackRounds_ = 0;
     dropCandidates();
@@ -217,10 +220,11 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
 
 void ServiceFollower::reportService(const Service& service)
 {
-    const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
-    if (!isNew && told->second == service.name)
+    const auto [reported, isNew] =
+        reportedServices_.try_emplace(service.programNumber, service.name);
+    if (!isNew && reported->second == service.name)
         return;
-    told->second = service.name;
+    reported->second = service.name;
     log_.report(Source::Air, "service",
                 isNew ? nameOf(service) + " found"
                       : "service " + std::to_string(service.programNumber) + " is \"" +
@@ -234,10 +238,10 @@ void ServiceFollower::reportServicesGone()
     std::set<uint16_t> listed;
     for (const Service& service : stream_.services())
         listed.insert(service.programNumber);
-    for (auto told = toldServices_.begin(); told != toldServices_.end();) {
-        const auto& [number, name] = *told;
+    for (auto reported = reportedServices_.begin(); reported != reportedServices_.end();) {
+        const auto& [number, name] = *reported;
         if (listed.count(number) != 0) {
-            ++told;
+            ++reported;
             continue;
         }
         const bool isTuned = tuned_ && tuned_->programNumber == number;
@@ -246,7 +250,7 @@ void ServiceFollower::reportServicesGone()
                         (name.empty() ? "" : " \"" + name + "\"") + " is no longer listed" +
                         (isTuned ? ", and is the one tuned to" : ""),
                     {{"service", number}, {"name", name}});
-        told = toldServices_.erase(told);
+        reported = reportedServices_.erase(reported);
     }
 }
 
@@ -261,10 +265,10 @@ void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& se
     hasNews_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
-    const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
-    const bool isWanted = !tuned_ && wanted_ == service.programNumber;
-    if (isTuned || isWanted)
+    if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
+    else if (!tuned_ && wanted_ == service.programNumber)
+        tuneTo(service, makeCandidate(std::move(map)));
     else if (isChoosing())
         addCandidate(service.programNumber, std::move(map));
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
@@ -276,18 +280,49 @@ bool ServiceFollower::isChoosing() const
     return !wanted_ && !hasTableCome();
 }
 
+bool ServiceFollower::Candidate::hear(uint16_t pid, const SectionBytes& section)
+{
+    bool hasComeRound = false;
+    for (const SectionBytes& part : filter.judge(pid, section).toSend)
+        hasComeRound = table.add(part) || hasComeRound;
+    return hasComeRound;
+}
+
 void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
 {
     if (map.signalling() == ApplicationSignalling::None)
         return dropCandidate(programNumber);
-    if (candidates_.count(programNumber) == 0 && candidates_.size() >= mostCandidates)
+    const auto known = candidates_.find(programNumber);
+    Candidate candidate;
+    if (known != candidates_.end()) {
+        candidate = std::move(known->second);
+        dropCandidate(programNumber);
+        candidate.filter.setStreams(map.streams);
+        candidate.map = std::move(map);
+        subscribeFor(candidate);
+    } else if (candidates_.size() < mostCandidates) {
+        candidate = makeCandidate(std::move(map));
+    } else {
         return;
-    Candidate candidate = std::move(candidates_[programNumber]);
-    dropCandidate(programNumber);
+    }
+    for (const uint16_t pid : candidate.filter.pids())
+        candidatesOn_[pid].insert(programNumber);
+    candidates_[programNumber] = std::move(candidate);
+    limitWhatIsHeld();
+}
+
+/// @return a service with what came of its table before the PMT
+ServiceFollower::Candidate ServiceFollower::makeCandidate(ProgramMap map)
+{
+    Candidate candidate;
     candidate.filter.setStreams(map.streams);
     candidate.map = std::move(map);
-    candidates_[programNumber] = std::move(candidate);
-    listenFor(programNumber);
+    subscribeFor(candidate);
+    const std::vector<uint16_t>& pids = candidate.filter.pids();
+    stream_.visitEarlySections(
+        {pids.begin(), pids.end()},
+        [&candidate](uint16_t pid, const SectionBytes& section) { candidate.hear(pid, section); });
+    return candidate;
 }
 
 /// Does nothing for a service that is none.
@@ -306,10 +341,9 @@ void ServiceFollower::dropCandidates()
     candidatesOn_.clear();
 }
 
-void ServiceFollower::listenFor(uint16_t programNumber)
+void ServiceFollower::subscribeFor(const Candidate& candidate)
 {
-    for (const uint16_t pid : candidates_.at(programNumber).filter.pids()) {
-        candidatesOn_[pid].insert(programNumber);
+    for (const uint16_t pid : candidate.filter.pids()) {
         stream_.subscribe(pid);
         subscribed_.insert(pid);
     }
@@ -336,18 +370,23 @@ const Service* ServiceFollower::bestCandidate(bool withTable) const
 
 void ServiceFollower::chooseService()
 {
-    tuneTo(bestCandidate(false));
+    tuneToCandidate(bestCandidate(false));
 }
 
-/// @param service a candidate; null changes nothing
-void ServiceFollower::tuneTo(const Service* service)
+/// @param service null changes nothing
+void ServiceFollower::tuneToCandidate(const Service* service)
 {
     if (!service)
         return;
     Candidate candidate = std::move(candidates_.at(service->programNumber));
     dropCandidate(service->programNumber);
+    tuneTo(*service, std::move(candidate));
+}
+
+void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
+{
     filter_ = std::move(candidate.filter);
-    join(*service, candidate.map);
+    join(service, candidate.map);
     for (const SectionBytes& section : candidate.table.take())
         passOn(section);
 }
@@ -361,8 +400,7 @@ void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& sect
     bool hasComeRound = false;
     for (const uint16_t programNumber : listening->second) {
         Candidate& candidate = candidates_.at(programNumber);
-        for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
-            hasComeRound = candidate.table.add(part) || hasComeRound;
+        hasComeRound = candidate.hear(pid, section) || hasComeRound;
     }
     if (hasComeRound && tuned_)
         goOnToNextService();
@@ -401,7 +439,7 @@ void ServiceFollower::goOnToNextService()
     leave();
     candidates_ = std::move(others);
     candidatesOn_ = std::move(othersOn);
-    tuneTo(next);
+    tuneToCandidate(next);
 }
 
 /// What came once will not come round any more.
@@ -438,6 +476,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
+    for (const uint16_t pid : carousels_.pidsNotRead())
+        remark("remark", "the carousel on PID " + std::to_string(pid) +
+                             " is not read, as it has no component tag (--carousel-pid " +
+                             std::to_string(pid) + " reads it)");
     updateSubscriptions();
     if (isNew)
         stream_.visitEarlySections(
@@ -455,7 +497,7 @@ void ServiceFollower::sayThatThereIsNoTable(bool wasThere)
                 {{"service", tuned_->programNumber}});
     outgoing_.push_back(tableGone());
     hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
 }
 
@@ -526,14 +568,14 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
                                      tuned_->transportStreamId, tuned_->programNumber));
 }
 
-/// Tells of a section that was not there before; the air repeats them all the time.
+/// Reports a section that was not there before; the air repeats them all the time.
 void ServiceFollower::reportTableSection(const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
-    SectionBytes& told = told_[header.sectionNumber];
-    if (told == section)
+    SectionBytes& reported = reported_[header.sectionNumber];
+    if (reported == section)
         return;
-    told = section;
+    reported = section;
     const std::string place = header.lastSectionNumber == 0
                                   ? ""
                                   : ", section " + std::to_string(header.sectionNumber + 1) +

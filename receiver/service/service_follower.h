@@ -25,7 +25,7 @@ namespace receiver {
 
 struct FollowerOptions {
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
-    bool verbose = false;             ///< also tell what is left out, and why
+    bool verbose = false;             ///< also report what is left out, and why
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
@@ -95,6 +95,9 @@ public:
 private:
     /// A service that may be tuned to, and what came of its table meanwhile.
     struct Candidate {
+        /// @return whether a table has come round
+        bool hear(uint16_t pid, const SectionBytes& section);
+
         ProgramMap map;
         TableFilter filter;
         HeldTable table;
@@ -118,9 +121,11 @@ private:
     void addCandidate(uint16_t programNumber, ProgramMap map);
     void dropCandidate(uint16_t programNumber);
     void dropCandidates();
-    void listenFor(uint16_t programNumber);
+    Candidate makeCandidate(ProgramMap map);
+    void subscribeFor(const Candidate& candidate);
     const Service* bestCandidate(bool withTable) const;
-    void tuneTo(const Service* service);
+    void tuneTo(const Service& service, Candidate candidate);
+    void tuneToCandidate(const Service* service);
     void chooseService();
     void listenForCandidates(uint16_t pid, const SectionBytes& section);
     void limitWhatIsHeld();
@@ -152,13 +157,13 @@ private:
     std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
     std::map<uint16_t, std::set<uint16_t>> candidatesOn_;   // a PID where their tables may be
     std::set<uint16_t> subscribed_;
-    bool hasSentTable_ = false;             ///< of this service
-    bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says
-    std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
-    HeldTable heldBack_;                    // until the network is known
+    bool hasSentTable_ = false;  ///< of this service
+    bool hasTable_ = false;      ///< and it has not gone since, whatever the PMT says
+    std::map<uint8_t, SectionBytes> reported_;  // the table's sections that were announced
+    HeldTable heldBack_;                        // until the network is known
     unsigned heldBackRounds_ = 0;
-    std::set<std::string> remarks_;                 // each is made once a service
-    std::map<uint16_t, std::string> toldServices_;  // names
+    std::set<std::string> remarks_;                     // each is made once a service
+    std::map<uint16_t, std::string> reportedServices_;  // names
     TableExaminer examiner_;
     TableBook book_;
     ServiceCarousels carousels_;
