@@ -86,6 +86,14 @@ int answer(const std::string& text)
                : complain(std::string("standard output: ") + std::strerror(errno), exitUnreadable);
 }
 
+/// @return whether there is such a folder, or could be made
+bool isWritable(const std::string& folder)
+{
+    std::error_code problem;
+    std::filesystem::create_directories(folder, problem);
+    return !problem && ::access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
 /// Nobody wants to hear at the end of a long stream that the output was never possible.
 std::string problemOf(const Options& options)
 {
@@ -99,12 +107,11 @@ std::string problemOf(const Options& options)
             return problem;
     }
 #endif
-    if (options.extract.empty())
-        return "";
-    std::error_code problem;
-    std::filesystem::create_directories(options.extract, problem);
-    const bool isWritable = !problem && ::access(options.extract.c_str(), W_OK | X_OK) == 0;
-    return isWritable ? "" : options.extract + ": cannot be written";
+    for (const std::string& folder : {options.extract, options.pictures}) {
+        if (!folder.empty() && !isWritable(folder))
+            return folder + ": cannot be written";
+    }
+    return "";
 }
 
 /// @return what standard input is, for a session without a script
@@ -137,7 +144,7 @@ Screen makeScreen(const Options& options, EventLog& log)
 #ifdef VESTA_HAS_WPE
     if (options.browser == "wpe") {
         screen.loop = std::make_unique<GLibMainLoop>();
-        auto browser = std::make_unique<WpeBrowser>(log, options.sites);
+        auto browser = std::make_unique<WpeBrowser>(log, options.sites, options.scriptLimit);
         screen.scripts = browser.get();
         screen.browser = std::move(browser);
         return screen;
@@ -162,6 +169,8 @@ int play(const Options& options, EventLog& log)
     if (objects)
         objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
     session.setDuration(options.duration);
+    if (!options.pictures.empty())
+        session.setPictures(options.pictures);
     if (!options.extract.empty())
         session.setAfterwards([&] { return extract(middleware, options.extract, log); });
     if (!options.script.empty()) {

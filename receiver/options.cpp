@@ -24,6 +24,8 @@ enum Option : int {
     carouselOption,
     durationOption,
     browserOption,
+    scriptLimitOption,
+    picturesOption,
     versionOption
 };
 
@@ -41,6 +43,8 @@ const option longOptions[] = {
     {"carousel-pid", required_argument, nullptr, carouselOption},
     {"duration", required_argument, nullptr, durationOption},
     {"browser", required_argument, nullptr, browserOption},
+    {"script-limit", required_argument, nullptr, scriptLimitOption},
+    {"pictures", required_argument, nullptr, picturesOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
@@ -110,6 +114,15 @@ std::string takeBrowser(const std::string& text, Options& options)
     return "";
 }
 
+std::string takeScriptLimit(const std::string& text, Options& options)
+{
+    const std::optional<double> seconds = positiveNumber(text);
+    if (!seconds || *seconds < 1)
+        return "--script-limit wants seconds such as 20, 1 at the least, not " + text;
+    options.scriptLimit = *seconds;
+    return "";
+}
+
 std::string takeLimit(const std::string& text, Options& options)
 {
     const std::optional<uint32_t> mebibytes = wholeNumber(text, 2048);
@@ -171,6 +184,11 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return takeCarousel(value, options);
     case browserOption:
         return takeBrowser(value, options);
+    case scriptLimitOption:
+        return takeScriptLimit(value, options);
+    case picturesOption:
+        options.pictures = value;
+        return "";
     case durationOption:
         return takeDuration(value, options);
     case limitOption:
@@ -206,7 +224,9 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
         return std::nullopt;
     }
     options.middleware.input = argv[optind];
-    if (options.middleware.loop && options.middleware.input == "-")
+    if (!options.pictures.empty() && options.browser == "console")
+        problem = "--pictures: the console browser paints nothing";
+    else if (options.middleware.loop && options.middleware.input == "-")
         problem = "--loop wants a file: standard input cannot be played again";
     else if (options.script == "-" && options.middleware.input == "-")
         problem = "standard input cannot be both the script and the stream";
@@ -234,6 +254,9 @@ std::string usage()
            "you\n"
            "                             trust; plays in real time unless --speed says "
            "otherwise\n"
+           "      --script-limit SECONDS end a page whose scripts take longer (else 20)\n"
+           "      --pictures FOLDER      write what is seen, whenever it has settled after a "
+           "change\n"
            "      --duration SECONDS     end after so long, as quit does\n"
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"

@@ -20,6 +20,8 @@ struct Options {
     std::string extract;  ///< empty: no
     std::optional<VestaHbbTV::LogLevel> logLevel;
     std::string browser = "console";  ///< or "wpe"
+    double scriptLimit = 20;          ///< seconds that a script of a page may take
+    std::string pictures;             ///< a folder for pictures; empty: none
     double duration = 0;              ///< seconds; 0: as long as it takes
     bool help = false;
     bool version = false;

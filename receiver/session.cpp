@@ -112,7 +112,9 @@ int Session::run()
 /// Whether there is no more to do: the time is up, or nobody can see what is done.
 bool Session::isDue()
 {
-    const std::string problem = log_.problem();
+    std::string problem = log_.problem();
+    if (problem.empty() && pictures_)
+        problem = pictures_->look();
     if (!problem.empty())
         fail(exitUnreadable, problem);
     else if (end_ && Doorbell::Clock::now() >= *end_)
@@ -270,12 +272,17 @@ void Session::waitFor(std::string what, std::function<bool()> condition, double 
 
 std::optional<Doorbell::Clock::time_point> Session::deadline() const
 {
-    if (!wait_)
-        return end_;
-    Doorbell::Clock::time_point next = wait_->deadline;
-    if (wait_->lookAgain > 0)
-        next = std::min(next, Doorbell::Clock::now() + clockTime(wait_->lookAgain));
-    return end_ ? std::min(*end_, next) : next;
+    std::optional<Doorbell::Clock::time_point> next = end_;
+    const auto atTheLatest = [&next](Doorbell::Clock::time_point time) {
+        next = next ? std::min(*next, time) : time;
+    };
+    if (wait_)
+        atTheLatest(wait_->deadline);
+    if (wait_ && wait_->lookAgain > 0)
+        atTheLatest(Doorbell::Clock::now() + clockTime(wait_->lookAgain));
+    if (pictures_ && pictures_->nextLook())
+        atTheLatest(*pictures_->nextLook());
+    return next;
 }
 
 const Integrator::RunningApplication* Session::currentApplication() const

@@ -14,6 +14,7 @@
 
 #include "receiver/browser/browser_engine.h"
 #include "receiver/console/event_log.h"
+#include "receiver/console/picture_series.h"
 #include "receiver/integration/doorbell.h"
 #include "receiver/integration/integrator.h"
 #include "receiver/integration/platform.h"
@@ -58,6 +59,9 @@ public:
     /// Any thread: a line of the commander's, and that no more will come.
     void postLine(std::string line);
     void endOfInput();
+
+    /// A picture of everything that is seen goes there.
+    void setPictures(const std::string& folder) { pictures_.emplace(folder, browser_); }
 
     /// Ends the session so long after its beginning, as quit() does.
     void setDuration(double seconds) { durationSeconds_ = seconds; }
@@ -139,6 +143,7 @@ private:
     std::vector<std::string> script_;
     size_t nextLine_ = 0;
     std::optional<Wait> wait_;
+    std::optional<PictureSeries> pictures_;
     std::set<std::string> heard_;
     std::pair<unsigned, std::string> shownService_;  // id and name
     Commander commander_ = Commander::None;

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "receiver/console/commands.h"
+#include "receiver/console/picture_series.h"
 #include "receiver/session.h"
 
 namespace receiver {
@@ -70,18 +71,10 @@ Test said(Session& session, const std::string& text)
     return [&session, text] { return session.hasHeard(text); };
 }
 
-/// A page paints in several steps: what is seen counts once nothing has changed for a while.
-constexpr double pictureRest = 0.3;
-
 Test painted(Session& session, const std::string&)
 {
-    using Clock = Doorbell::Clock;
-    return [&session, last = session.browser().paintings(), since = Clock::now()]() mutable {
-        if (session.browser().paintings() != last) {
-            last = session.browser().paintings();
-            since = Clock::now();
-        }
-        return std::chrono::duration<double>(Clock::now() - since).count() >= pictureRest;
+    return [rest = PictureRest(session.browser())]() mutable {
+        return rest.isAtRest(PictureRest::Clock::now());
     };
 }
 
@@ -128,7 +121,7 @@ Outcome wait(Session& session, const Words& words)
         return Outcome::wrongUsage("expected the number of a window, not " + argument);
     session.waitFor(rest[0] + (argument.empty() ? "" : " " + argument),
                     condition->test(session, argument), seconds,
-                    rest[0] == "painted" ? pictureRest : 0);
+                    rest[0] == "painted" ? pictureRestSeconds : 0);
     return Outcome::done();
 }
 

@@ -73,10 +73,13 @@ void forwarded(GObject* session, GAsyncResult* result, gpointer data)
         soup_message_body_append_bytes(soup_server_message_get_response_body(request->asked),
                                        bytes);
         g_bytes_unref(bytes);
+        soup_server_message_unpause(request->asked);
     } else {
-        soup_server_message_set_status(request->asked, SOUP_STATUS_BAD_GATEWAY, nullptr);
+        // For the browser, too, it is no answer but a connection that failed.
+        GIOStream* const connection = soup_server_message_steal_connection(request->asked);
+        g_io_stream_close(connection, nullptr, nullptr);
+        g_object_unref(connection);
     }
-    soup_server_message_unpause(request->asked);
     g_object_unref(request->sent);
     g_object_unref(request->asked);
     delete request;

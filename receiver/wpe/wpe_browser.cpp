@@ -16,6 +16,8 @@ namespace receiver {
 namespace {
 
 const unsigned short httpNone = 0;
+const unsigned looksPerLimit = 4;  // how often it is asked whether scripts still answer
+const unsigned mostPageMebibytes = 768;
 const int loadOK = 0;
 
 std::string textOf(const char* text)
@@ -55,6 +57,8 @@ struct WpeWindow : TAVO_VestaWindow {
     bool hasFailed = false;     ///< the load that is under way
     bool isMalformed = false;   ///< the page is not well-formed
     bool isTerminated = false;  ///< its web process is gone
+    unsigned question = 0;      ///< the last one whether its scripts still answer
+    unsigned unanswered = 0;    ///< looks since then
 };
 
 std::string WpeBrowser::problemOf(const std::vector<Site>& sites)
@@ -66,38 +70,66 @@ std::string WpeBrowser::problemOf(const std::vector<Site>& sites)
     return startWpe() ? "" : "WPE's backend (libWPEBackend-fdo-1.0) cannot be loaded";
 }
 
-WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites)
+WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites, double scriptSeconds)
     : log_(log), sites_(std::move(sites)),
       bridge_([this](const Caller& caller, const std::string& call) {
           return answerScript(caller, call);
       }),
-      loads_(handle(), log)
+      loads_(handle(), log), scriptSeconds_(scriptSeconds)
 {
-    context_ = webkit_web_context_new_ephemeral();
+    makeContext();
+    makeSettings();
+    startSites();
+    watchdog_ = g_timeout_add(
+        static_cast<guint>(scriptSeconds_ * 1000 / looksPerLimit),
+        [](gpointer browser) -> gboolean {
+            static_cast<WpeBrowser*>(browser)->lookForEndlessScripts();
+            return G_SOURCE_CONTINUE;
+        },
+        this);
+}
+
+/// Nothing of a run stays on the machine, and a page that takes the memory of ten is ended.
+void WpeBrowser::makeContext()
+{
+    WebKitMemoryPressureSettings* const memory = webkit_memory_pressure_settings_new();
+    webkit_memory_pressure_settings_set_memory_limit(memory, mostPageMebibytes);
+    webkit_memory_pressure_settings_set_kill_threshold(memory, 1.0);
+    webkit_memory_pressure_settings_set_poll_interval(memory, 2.0);
+    WebKitWebsiteDataManager* const data = webkit_website_data_manager_new_ephemeral();
+    context_ = static_cast<WebKitWebContext*>(
+        g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data,
+                     "memory-pressure-settings", memory, nullptr));
+    g_object_unref(data);
+    webkit_memory_pressure_settings_free(memory);
     webkit_web_context_set_cache_model(context_, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
     webkit_web_context_set_web_extensions_directory(context_, VESTA_PAGE_MODULE_FOLDER);
     webkit_web_context_set_web_extensions_initialization_user_data(
         context_, g_variant_new("(ss)", bridge_.path().c_str(), bootScript));
-    startSites();
     webkit_web_context_register_uri_scheme(
         context_, "dvb",
         [](WebKitURISchemeRequest* request, gpointer browser) {
             static_cast<WpeBrowser*>(browser)->startLoad(request);
         },
         this, nullptr);
+    // Pages that came by broadband may ask for a carousel's files; the application manager decides.
     WebKitSecurityManager* const security = webkit_web_context_get_security_manager(context_);
     webkit_security_manager_register_uri_scheme_as_cors_enabled(security, "dvb");
     webkit_security_manager_register_uri_scheme_as_secure(security, "dvb");
+}
+
+void WpeBrowser::makeSettings()
+{
     settings_ = webkit_settings_new();
     webkit_settings_set_enable_page_cache(settings_, FALSE);
     webkit_settings_set_enable_write_console_messages_to_stdout(settings_, FALSE);
-    webkit_settings_set_enable_media(settings_, FALSE);
     webkit_settings_set_javascript_can_open_windows_automatically(settings_, FALSE);
     ownUserAgent_ = textOf(webkit_settings_get_user_agent(settings_));
 }
 
 WpeBrowser::~WpeBrowser()
 {
+    g_source_remove(watchdog_);
     host_ = nullptr;
     while (!windows_.empty())
         closeWindow(windows_.begin()->second.get());
@@ -219,6 +251,7 @@ void WpeBrowser::makeView(WpeWindow& window)
     window.isFresh = true;
     window.wantsFreshView = false;
     window.isTerminated = false;
+    window.unanswered = 0;
     WebKitWebView* const web = window.view->web();
     window.pages.push_back(webkit_web_view_get_page_id(web));
     // The browser outlives its views, whose signals end with them.
@@ -484,6 +517,8 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
     case WEBKIT_LOAD_COMMITTED:
         window.committed = textOf(webkit_web_view_get_uri(window.view->web()));
         window.expected.clear();
+        ++window.question;  // the one before went to a page that is gone
+        window.unanswered = 0;
         later(window, [this, url = window.committed](WpeWindow& shown) {
             TavoVestaEventData data = {};
             data.url = url.c_str();
@@ -599,6 +634,50 @@ void WpeBrowser::processEnded(WpeWindow& window, WebKitWebProcessTerminationReas
         TavoVestaEventData data = {};
         notify(ended, TAVO_VESTA_EVT_WINDOW_CLOSE, data);
     });
+}
+
+/// The engine would let a script run for ever. A page's process answers when no script runs.
+void WpeBrowser::lookForEndlessScripts()
+{
+    for (const auto& entry : windows_) {
+        WpeWindow& window = *entry.second;
+        if (!window.view || window.isTerminated || window.isFresh)
+            continue;
+        if (window.unanswered == looksPerLimit) {
+            report("endless-script",
+                   windowName(window) + ": a script does not come to its end; the page is ended",
+                   {{"window", window.id}});
+            webkit_web_view_terminate_web_process(window.view->web());
+            continue;
+        }
+        if (window.unanswered++ > 0)
+            continue;
+        struct Question {
+            WpeBrowser* browser;
+            long window;
+            unsigned number;
+        };
+        auto* const asked = new Question{this, window.id, ++window.question};
+        webkit_web_view_send_message_to_page(
+            window.view->web(), webkit_user_message_new("alive", nullptr), nullptr,
+            [](GObject* view, GAsyncResult* result, gpointer data) {
+                const std::unique_ptr<Question> question(static_cast<Question*>(data));
+                WebKitUserMessage* const reply = webkit_web_view_send_message_to_page_finish(
+                    WEBKIT_WEB_VIEW(view), result, nullptr);
+                if (!reply)
+                    return;  // the view may be gone, and the browser with it
+                question->browser->scriptsAnswered(question->window, question->number);
+                g_object_unref(reply);
+            },
+            asked);
+    }
+}
+
+void WpeBrowser::scriptsAnswered(long id, unsigned question)
+{
+    const auto found = windows_.find(id);
+    if (found != windows_.end() && found->second->question == question)
+        found->second->unanswered = 0;
 }
 
 // ------------------------------------------------------------------------------------------------

@@ -32,7 +32,8 @@ public:
     /// @return why there can be none, for people; empty for success
     static std::string problemOf(const std::vector<Site>& sites);
 
-    WpeBrowser(EventLog& log, std::vector<Site> sites);
+    /// @param scriptSeconds a page whose scripts take longer is ended
+    WpeBrowser(EventLog& log, std::vector<Site> sites, double scriptSeconds);
     ~WpeBrowser() override;
 
     /// Who answers the script objects; borrowed until null is given.
@@ -82,12 +83,16 @@ private:
     void later(const WpeWindow& window, std::function<void(WpeWindow&)> task);
     std::string answerScript(const Caller& caller, const std::string& call);
     void startSites();
+    void makeContext();
+    void makeSettings();
+    void lookForEndlessScripts();
 
     /// @name What WebKit reports of a window's view
     /// @{
     void loadChanged(WpeWindow& window, WebKitLoadEvent event);
     void loadFailed(WpeWindow& window, const char* url, const GError& error);
     void urlChanged(WpeWindow& window);
+    void scriptsAnswered(long id, unsigned question);
     bool decide(WpeWindow& window, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
     bool decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision);
     bool decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision);
@@ -103,6 +108,8 @@ private:
     ScriptHost* host_ = nullptr;
     ScriptBridge bridge_;
     ProtocolLoads loads_;
+    const double scriptSeconds_;
+    unsigned watchdog_ = 0;
     WebKitWebContext* context_ = nullptr;
     WebKitSettings* settings_ = nullptr;
     std::string ownUserAgent_;
