@@ -16,8 +16,6 @@ using VestaHbbTV::forEachDescriptor;
 
 namespace {
 
-constexpr size_t headerSize = 8;
-constexpr size_t crcSize = 4;
 constexpr uint16_t pidMask = 0x1FFF;
 constexpr size_t bytesBeforeStreamInfo = 3;  // stream_type and elementary_PID
 constexpr uint8_t privateSectionsStreamType = 0x05;
@@ -27,14 +25,6 @@ enum DescriptorTag : uint8_t {
     serviceTag = 0x48,
     applicationSignallingTag = 0x6F
 };
-
-// What lies between the common header and the CRC_32.
-ByteReader bodyOf(const SectionBytes& section)
-{
-    if (section.size() < headerSize + crcSize)
-        return ByteReader();
-    return ByteReader(section.data() + headerSize, section.size() - headerSize - crcSize);
-}
 
 std::string readServiceName(ByteReader serviceDescriptor)
 {
@@ -122,7 +112,7 @@ std::vector<ProgramAssociation> readProgramAssociations(const std::vector<Sectio
     std::vector<ProgramAssociation> programs;
     for (const SectionBytes& section : pat) {
         const uint16_t transportStreamId = readSectionHeader(section).tableIdExtension;
-        ByteReader body = bodyOf(section);
+        ByteReader body = sectionBody(section);
         while (body.remaining() >= entrySize) {
             const uint16_t programNumber = body.u16();
             const uint16_t pid = body.u16() & pidMask;
@@ -139,7 +129,7 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
     for (const SectionBytes& section : sdt) {
         ServiceDescription service;
         service.transportStreamId = readSectionHeader(section).tableIdExtension;
-        ByteReader body = bodyOf(section);
+        ByteReader body = sectionBody(section);
         service.originalNetworkId = body.u16();
         body.skip(1);
         while (!body.empty()) {
@@ -183,7 +173,7 @@ ApplicationSignalling ProgramMap::signalling() const
 ProgramMap readProgramMap(const SectionBytes& pmtSection)
 {
     ProgramMap map;
-    ByteReader body = bodyOf(pmtSection);
+    ByteReader body = sectionBody(pmtSection);
     const uint16_t clockPid = body.u16() & pidMask;
     if (body.ok())
         map.clockPid = clockPid;
