@@ -74,6 +74,8 @@ public:
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
     ServiceCarousels& carousels() { return follower_.carousels(); }
+    /// What scripts listen to, for the hooks. Thread-safe.
+    StreamEventSubscriptions& streamEvents() { return follower_.streamEvents(); }
     /// The tuned service's table, for the notifications. Thread-safe.
     const TableBook& tableBook() const { return follower_.tableBook(); }
 

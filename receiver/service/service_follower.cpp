@@ -75,7 +75,8 @@ std::string damageOf(const StreamStatistics& statistics)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), carousels_(options.limits, log, options.carousels)
+      wanted_(options.service), carousels_(options.limits, log, options.carousels),
+      streamEvents_(carousels_, log)
 {
     updateSubscriptions();
 }
@@ -95,6 +96,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
     if (tuned_ && !isChoosing())
         stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
+    streamEvents_.update();
+    takeStreamEvents();
     updateSubscriptions();
     return true;
 }
@@ -116,6 +119,8 @@ void ServiceFollower::giveUpWaiting()
     sendHeldBack();  // the network that they waited for will not be named
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
+    streamEvents_.giveUp();
+    takeStreamEvents();
 }
 
 void ServiceFollower::remarkAtEnd()
@@ -180,6 +185,7 @@ void ServiceFollower::leave()
 {
     for (void* const id : carousels_.leave())
         outgoing_.push_back(fileAnswer(id, false));
+    streamEvents_.leave();
     remarkOnTable();
     examiner_.clear();
     book_.clear();
@@ -476,6 +482,7 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
+    streamEvents_.join(service, map.streams);
     for (const uint16_t pid : carousels_.pidsNotRead())
         remark("remark", "the carousel on PID " + std::to_string(pid) +
                              " is not read, as it has no component tag (--carousel-pid " +
@@ -506,6 +513,7 @@ void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
+    needed.insert(streamEvents_.pids().begin(), streamEvents_.pids().end());
     for (const auto& entry : candidatesOn_)
         needed.insert(entry.first);
     for (const uint16_t pid : subscribed_) {
@@ -525,6 +533,7 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
+    streamEvents_.feed(pid, section);
     if (isChoosing())
         listenForCandidates(pid, section);
 }
@@ -603,6 +612,12 @@ void ServiceFollower::reportFileAnswers(size_t most)
 {
     for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers(most))
         outgoing_.push_back(fileAnswer(answer.id, answer.ready));
+}
+
+void ServiceFollower::takeStreamEvents()
+{
+    const std::vector<Outgoing> events = streamEvents_.takeEvents();
+    outgoing_.insert(outgoing_.end(), events.begin(), events.end());
 }
 
 void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity)

@@ -546,5 +546,26 @@ TEST_F(Follower, ATableWaitsEightRoundsForTheNetworkAndNoMore)
     EXPECT_EQ(sent(), "1: 6/0");
 }
 
+TEST_F(Follower, StreamEventsOfAComponentThatIsListenedToAreSent)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0C, 0x300, makeDescriptor(0x52, {0x2B})}});
+    play(tablePid(1), table(0));
+    sent();
+    play(0x300, makeStreamEventSection(7, 0, "nobody listens"));
+    follower_.streamEvents().subscribe(1, 0x2B, 7, 5, "go");
+    play(0x1FF0, makeStreamEventSection(7, 1, "another PID"));
+    play(0x300, makeStreamEventSection(7, 1, "x"));
+    play(0x300, makeStreamEventSection(7, 1, "x"));
+    const std::vector<Outgoing> events = follower_.takeEvents();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].type, E_DSMCC_STREAM_EVENT);
+    EXPECT_STREQ(static_cast<HBBTV_StreamEventData*>(events[0].record)->string2, "78");
+    discard(events[0]);
+    follower_.streamEvents().unsubscribeAll(5);
+    play(0x300, makeStreamEventSection(7, 2, "y"));
+    EXPECT_TRUE(follower_.takeEvents().empty());
+}
+
 }  // namespace
 }  // namespace receiver
