@@ -19,9 +19,6 @@ const unsigned mostHeldBackRounds = 8;
 // Pending files that are looked for at a time: pages may name thousands.
 const size_t filesPerFeed = 64;
 
-// More services than a multiplex has.
-const size_t mostCandidates = 256;
-
 std::string nameOf(const Service& service)
 {
     return "service " + std::to_string(service.programNumber) +
@@ -75,8 +72,8 @@ std::string damageOf(const StreamStatistics& statistics)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), carousels_(options.limits, log, options.carousels),
-      streamEvents_(carousels_, log)
+      wanted_(options.service), choice_(stream_),
+      carousels_(options.limits, log, options.carousels), streamEvents_(carousels_, log)
 {
     updateSubscriptions();
 }
@@ -96,9 +93,10 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
     if (tuned_ && !isChoosing())
         stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
-    streamEvents_.update();
+    areSubscriptionsStale_ = streamEvents_.update() || areSubscriptionsStale_;
     takeStreamEvents();
-    updateSubscriptions();
+    if (areSubscriptionsStale_)
+        updateSubscriptions();
     return true;
 }
 
@@ -174,6 +172,7 @@ std::string ServiceFollower::lackOfTable() const
 void ServiceFollower::tune(uint16_t serviceId)
 {
     outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
+    choice_.clear();
     leave();
     wanted_ = serviceId;
     // Its PMT may be known from before, and is then not reported again.
@@ -196,7 +195,6 @@ void ServiceFollower::leave()
     reported_.clear();
     heldBack_.clear();
     heldBackRounds_ = 0;
-    dropCandidates();
     remarks_.clear();
 }
 
@@ -215,11 +213,8 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
     }
     reportServicesGone();
     signalling_ = std::move(signalling);
-    for (auto candidate = candidates_.begin(); candidate != candidates_.end();) {
-        const uint16_t programNumber = candidate++->first;
-        if (signalling_.count(programNumber) == 0)
-            dropCandidate(programNumber);
-    }
+    choice_.dropUnlisted();
+    areSubscriptionsStale_ = true;
     if (tuned_ && tuned_->originalNetworkId)
         sendHeldBack();
 }
@@ -269,14 +264,15 @@ std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serv
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
     hasNews_ = true;
+    areSubscriptionsStale_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
     if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
     else if (!tuned_ && wanted_ == service.programNumber)
-        tuneTo(service, makeCandidate(std::move(map)));
+        tuneTo(service, choice_.listenTo(std::move(map)));
     else if (isChoosing())
-        addCandidate(service.programNumber, std::move(map));
+        choice_.follow(service.programNumber, std::move(map));
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
 }
@@ -286,107 +282,16 @@ bool ServiceFollower::isChoosing() const
     return !wanted_ && !hasTableCome();
 }
 
-bool ServiceFollower::Candidate::hear(uint16_t pid, const SectionBytes& section)
-{
-    bool hasComeRound = false;
-    for (const SectionBytes& part : filter.judge(pid, section).toSend)
-        hasComeRound = table.add(part) || hasComeRound;
-    return hasComeRound;
-}
-
-void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
-{
-    if (map.signalling() == ApplicationSignalling::None)
-        return dropCandidate(programNumber);
-    const auto known = candidates_.find(programNumber);
-    Candidate candidate;
-    if (known != candidates_.end()) {
-        candidate = std::move(known->second);
-        dropCandidate(programNumber);
-        candidate.filter.setStreams(map.streams);
-        candidate.map = std::move(map);
-        subscribeFor(candidate);
-    } else if (candidates_.size() < mostCandidates) {
-        candidate = makeCandidate(std::move(map));
-    } else {
-        return;
-    }
-    for (const uint16_t pid : candidate.filter.pids())
-        candidatesOn_[pid].insert(programNumber);
-    candidates_[programNumber] = std::move(candidate);
-    limitWhatIsHeld();
-}
-
-/// @return a service with what came of its table before the PMT
-ServiceFollower::Candidate ServiceFollower::makeCandidate(ProgramMap map)
-{
-    Candidate candidate;
-    candidate.filter.setStreams(map.streams);
-    candidate.map = std::move(map);
-    subscribeFor(candidate);
-    const std::vector<uint16_t>& pids = candidate.filter.pids();
-    stream_.visitEarlySections(
-        {pids.begin(), pids.end()},
-        [&candidate](uint16_t pid, const SectionBytes& section) { candidate.hear(pid, section); });
-    return candidate;
-}
-
-/// Does nothing for a service that is none.
-void ServiceFollower::dropCandidate(uint16_t programNumber)
-{
-    candidates_.erase(programNumber);
-    for (auto entry = candidatesOn_.begin(); entry != candidatesOn_.end();) {
-        entry->second.erase(programNumber);
-        entry = entry->second.empty() ? candidatesOn_.erase(entry) : std::next(entry);
-    }
-}
-
-void ServiceFollower::dropCandidates()
-{
-    candidates_.clear();
-    candidatesOn_.clear();
-}
-
-void ServiceFollower::subscribeFor(const Candidate& candidate)
-{
-    for (const uint16_t pid : candidate.filter.pids()) {
-        stream_.subscribe(pid);
-        subscribed_.insert(pid);
-    }
-}
-
-/// @param withTable only among those of which a table came
-/// @return null when there is none
-const Service* ServiceFollower::bestCandidate(bool withTable) const
-{
-    const Service* best = nullptr;
-    ApplicationSignalling most = ApplicationSignalling::None;
-    for (const Service& service : stream_.services()) {
-        const auto found = candidates_.find(service.programNumber);
-        if (found == candidates_.end() || (withTable && found->second.table.empty()))
-            continue;
-        const ApplicationSignalling signalling = found->second.map.signalling();
-        if (signalling > most) {
-            best = &service;
-            most = signalling;
-        }
-    }
-    return best;
-}
-
 void ServiceFollower::chooseService()
 {
-    tuneToCandidate(bestCandidate(false));
+    tuneToCandidate(choice_.best(false));
 }
 
 /// @param service null changes nothing
 void ServiceFollower::tuneToCandidate(const Service* service)
 {
-    if (!service)
-        return;
-    Candidate candidate = std::move(candidates_.at(service->programNumber));
-    dropCandidate(service->programNumber);
-    tuneTo(*service, std::move(candidate));
+    if (service)
+        tuneTo(*service, choice_.take(service->programNumber));
 }
 
 void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
@@ -397,54 +302,15 @@ void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
         passOn(section);
 }
 
-/// A table that comes round on another service while there is none on this one decides.
-void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& section)
-{
-    const auto listening = candidatesOn_.find(pid);
-    if (listening == candidatesOn_.end())
-        return;
-    bool hasComeRound = false;
-    for (const uint16_t programNumber : listening->second) {
-        Candidate& candidate = candidates_.at(programNumber);
-        hasComeRound = candidate.hear(pid, section) || hasComeRound;
-    }
-    if (hasComeRound && tuned_)
-        goOnToNextService();
-    else
-        limitWhatIsHeld();
-}
-
-void ServiceFollower::limitWhatIsHeld()
-{
-    if (heldBytes() <= mostHeldBytes)
-        return;
-    for (auto& entry : candidates_) {
-        entry.second.table.clear();
-        entry.second.filter.forgetHeld();
-    }
-}
-
-size_t ServiceFollower::heldBytes() const
-{
-    size_t held = 0;
-    for (const auto& entry : candidates_)
-        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
-    return held;
-}
-
 void ServiceFollower::goOnToNextService()
 {
-    const Service* const next = bestCandidate(true);
+    const Service* const next = choice_.best(true);
     if (!next)
         return;
     log_.report(Source::Receiver, "moved-on",
                 "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
                 {{"service", tuned_->programNumber}});
-    auto others = std::exchange(candidates_, {});
-    auto othersOn = std::exchange(candidatesOn_, {});
     leave();
-    candidates_ = std::move(others);
-    candidatesOn_ = std::move(othersOn);
     tuneToCandidate(next);
 }
 
@@ -457,10 +323,7 @@ void ServiceFollower::chooseAtEnd()
         passOn(section);
     if (!tuned_ || !isChoosing())
         return;
-    for (auto& entry : candidates_) {
-        for (const SectionBytes& section : entry.second.filter.giveUpWaiting())
-            entry.second.table.add(section);
-    }
+    choice_.giveUpWaiting();
     goOnToNextService();
 }
 
@@ -514,15 +377,15 @@ void ServiceFollower::updateSubscriptions()
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
     needed.insert(streamEvents_.pids().begin(), streamEvents_.pids().end());
-    for (const auto& entry : candidatesOn_)
-        needed.insert(entry.first);
-    for (const uint16_t pid : subscribed_) {
+    choice_.addPidsTo(needed);
+    const std::set<uint16_t> subscribed = stream_.subscriptions();
+    for (const uint16_t pid : subscribed) {
         if (needed.count(pid) == 0)
             stream_.unsubscribe(pid);
     }
     for (const uint16_t pid : needed)
         stream_.subscribe(pid);
-    subscribed_ = std::move(needed);
+    areSubscriptionsStale_ = false;
 }
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
@@ -534,8 +397,9 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
     else
         carousels_.feed(pid, section);
     streamEvents_.feed(pid, section);
-    if (isChoosing())
-        listenForCandidates(pid, section);
+    // A table that comes round on another service while there is none on this one decides.
+    if (isChoosing() && choice_.hear(pid, section) && tuned_)
+        goOnToNextService();
 }
 
 void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
@@ -571,7 +435,8 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
     book_.note(section);
     hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
-    dropCandidates();
+    areSubscriptionsStale_ = areSubscriptionsStale_ || !choice_.empty();
+    choice_.clear();
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));

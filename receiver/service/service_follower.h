@@ -15,6 +15,7 @@
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
 #include "receiver/integration/stream_event_subscriptions.h"
+#include "receiver/service/service_choice.h"
 #include "receiver/service/table_book.h"
 #include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
@@ -39,9 +40,6 @@ struct FollowerOptions {
 /// tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
-    /// What heldBytes() may be: more than the tables of a multiplex. With more they are forgotten.
-    static constexpr size_t mostHeldBytes = size_t(4) << 20;
-
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
     ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock);
     ~ServiceFollower() override;
@@ -85,7 +83,7 @@ public:
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_ && !tuned_; }
     /// Bytes of tables of services that may still be tuned to.
-    size_t heldBytes() const;
+    size_t heldBytes() const { return choice_.heldBytes(); }
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
     StreamEventSubscriptions& streamEvents() { return streamEvents_; }
@@ -95,16 +93,6 @@ public:
     std::string lack() const;
 
 private:
-    /// A service that may be tuned to, and what came of its table meanwhile.
-    struct Candidate {
-        /// @return whether a table has come round
-        bool hear(uint16_t pid, const SectionBytes& section);
-
-        ProgramMap map;
-        TableFilter filter;
-        HeldTable table;
-    };
-
     void servicesChanged(const std::vector<Service>& services) override;
     void pmtReceived(const Service& service, const SectionBytes& section) override;
     void sectionReceived(uint16_t pid, const SectionBytes& section) override;
@@ -120,17 +108,9 @@ private:
     /// @name Choice of a service; none of it once one was asked for or a table was sent
     /// @{
     bool isChoosing() const;
-    void addCandidate(uint16_t programNumber, ProgramMap map);
-    void dropCandidate(uint16_t programNumber);
-    void dropCandidates();
-    Candidate makeCandidate(ProgramMap map);
-    void subscribeFor(const Candidate& candidate);
-    const Service* bestCandidate(bool withTable) const;
     void tuneTo(const Service& service, Candidate candidate);
     void tuneToCandidate(const Service* service);
     void chooseService();
-    void listenForCandidates(uint16_t pid, const SectionBytes& section);
-    void limitWhatIsHeld();
     void goOnToNextService();
     void chooseAtEnd();
     /// @}
@@ -157,11 +137,10 @@ private:
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
-    std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
-    std::map<uint16_t, std::set<uint16_t>> candidatesOn_;   // a PID where their tables may be
-    std::set<uint16_t> subscribed_;
-    bool hasSentTable_ = false;  ///< of this service
-    bool hasTable_ = false;      ///< and it has not gone since, whatever the PMT says
+    ServiceChoice choice_;                                  // but for the one tuned to
+    bool areSubscriptionsStale_ = true;                     ///< some may not be needed any more
+    bool hasSentTable_ = false;                             ///< of this service
+    bool hasTable_ = false;  ///< and it has not gone since, whatever the PMT says
     std::map<uint8_t, SectionBytes> reported_;  // the table's sections that were announced
     HeldTable heldBack_;                        // until the network is known
     unsigned heldBackRounds_ = 0;

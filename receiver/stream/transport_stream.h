@@ -105,6 +105,7 @@ public:
     /// or one that is subscribed already.
     void subscribe(uint16_t pid);
     void unsubscribe(uint16_t pid);
+    const std::set<uint16_t>& subscriptions() const { return subscribed_; }
     bool isSubscribed(uint16_t pid) const { return subscribed_.count(pid) != 0; }
 
     using SectionVisitor = std::function<void(uint16_t pid, const SectionBytes& section)>;

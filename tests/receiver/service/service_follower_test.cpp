@@ -276,8 +276,8 @@ TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
         play(0x300, makeSection({0x74, hbbtv, 0, true, number, 255}, Bytes(1000, 0)));
         most = std::max(most, follower_.heldBytes());
     }
-    EXPECT_LE(most, ServiceFollower::mostHeldBytes);
-    EXPECT_GT(most, ServiceFollower::mostHeldBytes / 2);
+    EXPECT_LE(most, ServiceChoice::mostHeldBytes);
+    EXPECT_GT(most, ServiceChoice::mostHeldBytes / 2);
     EXPECT_EQ(tuned(), 0u);
 }
 
