@@ -212,6 +212,7 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
         reportService(service);
     }
     reportServicesGone();
+    information_.setServices(services);
     signalling_ = std::move(signalling);
     choice_.dropUnlisted();
     areSubscriptionsStale_ = true;
@@ -267,6 +268,7 @@ void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& se
     areSubscriptionsStale_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
+    information_.setProgramMap(service.programNumber, section);
     if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
     else if (!tuned_ && wanted_ == service.programNumber)
@@ -377,6 +379,7 @@ void ServiceFollower::updateSubscriptions()
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
     needed.insert(streamEvents_.pids().begin(), streamEvents_.pids().end());
+    needed.insert(std::begin(ServiceInformation::pids), std::end(ServiceInformation::pids));
     choice_.addPidsTo(needed);
     const std::set<uint16_t> subscribed = stream_.subscriptions();
     for (const uint16_t pid : subscribed) {
@@ -390,7 +393,9 @@ void ServiceFollower::updateSubscriptions()
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
-    hasNews_ = true;
+    // EIT and NIT come all the time, and nobody waits for most of it.
+    const bool isNews = !ServiceInformation::isOnPid(pid) || information_.feed(pid, section);
+    hasNews_ = hasNews_ || isNews;
     const bool isOnPid = filter_.isOnPid(pid);
     if (isOnPid)
         takeTableSection(pid, section);

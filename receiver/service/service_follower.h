@@ -16,6 +16,7 @@
 #include "receiver/integration/event_records.h"
 #include "receiver/integration/stream_event_subscriptions.h"
 #include "receiver/service/service_choice.h"
+#include "receiver/service/service_information.h"
 #include "receiver/service/table_book.h"
 #include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
@@ -87,6 +88,7 @@ public:
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
     StreamEventSubscriptions& streamEvents() { return streamEvents_; }
+    const ServiceInformation& information() const { return information_; }
     const TableBook& tableBook() const { return book_; }
 
     /// What a person might have expected of the stream and was not there; empty when it was.
@@ -150,6 +152,7 @@ private:
     TableBook book_;
     ServiceCarousels carousels_;
     StreamEventSubscriptions streamEvents_;
+    ServiceInformation information_;
 };
 
 }  // namespace receiver

@@ -26,23 +26,24 @@ enum DescriptorTag : uint8_t {
     applicationSignallingTag = 0x6F
 };
 
-std::string readServiceName(ByteReader serviceDescriptor)
+void readServiceDescriptor(ByteReader payload, ServiceDescription& service)
 {
-    serviceDescriptor.skip(1);                       // service_type
-    serviceDescriptor.skip(serviceDescriptor.u8());  // the provider's name
-    return decodeDvbText(serviceDescriptor.text(serviceDescriptor.u8()));
+    service.type = payload.u8();
+    payload.skip(payload.u8());  // the provider's name
+    service.name = decodeDvbText(payload.text(payload.u8()));
 }
 
-// The last of several counts; empty without any.
-std::string readNameOfService(ByteReader descriptors)
+// The last of several service descriptors counts.
+void readDescriptors(ByteReader descriptors, ServiceDescription& service)
 {
-    std::string name;
-    forEachDescriptor(descriptors, [&name](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+    service.name.clear();
+    service.type = 0;
+    const auto read = [&service](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
         if (tag == serviceTag)
-            name = readServiceName(payload);
+            readServiceDescriptor(payload, service);
         return true;
-    });
-    return name;
+    };
+    forEachDescriptor(descriptors, read);
 }
 
 std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
@@ -138,7 +139,7 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
             const ByteReader descriptors = body.take(body.length12());
             if (!body.ok())
                 break;
-            service.name = readNameOfService(descriptors);
+            readDescriptors(descriptors, service);
             services.push_back(service);
         }
     }

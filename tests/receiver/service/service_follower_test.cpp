@@ -8,6 +8,7 @@
 
 #include "receiver/service/service_follower.h"
 #include "tests/receiver/support/carousel_builder.h"
+#include "tests/receiver/support/information_builder.h"
 #include "tests/receiver/support/stream_builder.h"
 
 namespace receiver {
@@ -565,6 +566,42 @@ TEST_F(Follower, StreamEventsOfAComponentThatIsListenedToAreSent)
     follower_.streamEvents().unsubscribeAll(5);
     play(0x300, makeStreamEventSection(7, 2, "y"));
     EXPECT_TRUE(follower_.takeEvents().empty());
+}
+
+TEST_F(Follower, KnowsWhatTheStreamTellsOfItsServices)
+{
+    EventFields present;
+    present.id = 7;
+    play(0x12, makePresentFollowing(1, 0, present));
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x1B, 0x300, {}}});
+    play(0x10, makeNit(0x3001, {{0x441, network, makeDescriptor(0x44, {1})}}));
+    const ServiceInformation& information = follower_.information();
+    EXPECT_EQ(information.programmesOf(1).size(), 1u) << "it came before the PAT";
+    EXPECT_EQ(information.componentsOf(1).size(), 1u);
+    EXPECT_EQ(information.detailsOf(1).serviceType, 1);
+    EXPECT_EQ(information.detailsOf(1).networkId, 0x3001);
+    EXPECT_EQ(information.detailsOf(1).deliverySystem, makeDescriptor(0x44, {1}));
+    services({2});
+    EXPECT_TRUE(information.programmesOf(1).empty());
+}
+
+TEST_F(Follower, ServiceInformationIsNewsOnlyWhereItChangesWhatIsOnNowAndNext)
+{
+    services({1});
+    follower_.takeNews();
+    EventFields event;
+    play(0x12, makePresentFollowing(1, 0, event));
+    EXPECT_TRUE(follower_.takeNews());
+    play(0x12, makePresentFollowing(1, 0, event));
+    EXPECT_FALSE(follower_.takeNews());
+    EitFields fields;
+    fields.tableId = fields.lastTable = 0x50;
+    play(0x12, makeEit(fields, {event}));
+    play(0x10, makeNit(1, {}));
+    EXPECT_FALSE(follower_.takeNews());
+    play(0x11, makeSdt(0x441, network, {{1, "a name"}}));
+    EXPECT_TRUE(follower_.takeNews());
 }
 
 }  // namespace
