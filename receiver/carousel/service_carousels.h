@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "receiver/carousel/carousel_path.h"
+#include "receiver/carousel/file_requests.h"
 #include "receiver/carousel/object_carousel.h"
 #include "receiver/console/event_log.h"
 #include "receiver/service/service_tables.h"
@@ -106,16 +107,6 @@ public:
     bool hasFile(const std::string& path) const;
 
 private:
-    struct PendingFile {
-        CarouselPath path;
-        std::string name;  // as it was asked for
-    };
-    struct OpenFile {
-        std::string path;
-        FileView view;
-        size_t position = 0;
-    };
-
     /// A carousel and the streams that it is fed from.
     struct Reception {
         std::unique_ptr<ObjectCarousel> carousel;
@@ -153,7 +144,8 @@ private:
         std::string path;
     };
 
-    bool answerIfThere(void* id, const PendingFile& file, std::vector<Answer>& answers);
+    bool answerIfThere(void* id, const FileRequests::PendingFile& file,
+                       std::vector<Answer>& answers);
     bool isOfService(const CarouselPath& path) const;
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
     const ObjectCarousel* carouselOf(const CarouselPath& path, std::string& reason) const;
@@ -161,7 +153,6 @@ private:
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
     void reportNews(uint8_t tag, Reception& reception);
-    bool forget(void* id);
 
     const CarouselLimits limits_;
     const std::shared_ptr<CarouselBudget> budget_;  // of all carousels together
@@ -179,11 +170,8 @@ private:
     std::map<uint8_t, Reception> carousels_;  // by component tag
     uint64_t revision_ = 0;
     bool hasEnded_ = false;
-    std::map<void*, PendingFile> pending_;
-    size_t toLookFor_ = 0;           // so many of them, since something new came
-    void* lastLookedFor_ = nullptr;  // the next one has its turn
+    FileRequests files_;
     uint64_t lookups_ = 0;
-    std::map<void*, OpenFile> open_;
 };
 
 }  // namespace receiver

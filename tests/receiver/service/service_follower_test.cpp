@@ -64,7 +64,7 @@ std::vector<Bytes> carouselSections()
     return sections;
 }
 
-class Follower : public ::testing::Test {
+class ServiceFollowerTest : public ::testing::Test {
 protected:
     /// PAT (and SDT) of these services.
     void services(const std::vector<unsigned>& ids, bool withNetwork = true)
@@ -131,7 +131,7 @@ protected:
     unsigned network_ = 0;
 };
 
-TEST_F(Follower, TunesInTheOrderOfThePatNotOfArrival)
+TEST_F(ServiceFollowerTest, TunesInTheOrderOfThePatNotOfArrival)
 {
     services({1, 2, 3});
     pmt(3, {tables(tablePid(3), hbbtv)});
@@ -141,7 +141,7 @@ TEST_F(Follower, TunesInTheOrderOfThePatNotOfArrival)
     EXPECT_EQ(tuned(), 2u);
 }
 
-TEST_F(Follower, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
+TEST_F(ServiceFollowerTest, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
 {
     services({1, 2, 3});
     pmt(1, {tables(tablePid(1))});
@@ -150,7 +150,7 @@ TEST_F(Follower, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
     EXPECT_EQ(tuned(), 3u);
 }
 
-TEST_F(Follower, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
+TEST_F(ServiceFollowerTest, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1), 1)});
@@ -162,7 +162,7 @@ TEST_F(Follower, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
               std::string::npos);
 }
 
-TEST_F(Follower, DoesNotWaitForAPmtThatIsMissing)
+TEST_F(ServiceFollowerTest, DoesNotWaitForAPmtThatIsMissing)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2), hbbtv)});
@@ -171,7 +171,7 @@ TEST_F(Follower, DoesNotWaitForAPmtThatIsMissing)
     EXPECT_EQ(tuned(), 2u) << "the tables have come round";
 }
 
-TEST_F(Follower, ATableThatComesBeforeTheChoiceIsSentAfterIt)
+TEST_F(ServiceFollowerTest, ATableThatComesBeforeTheChoiceIsSentAfterIt)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2))});
@@ -181,7 +181,7 @@ TEST_F(Follower, ATableThatComesBeforeTheChoiceIsSentAfterIt)
     EXPECT_EQ(sent(), "2: 7/0");
 }
 
-TEST_F(Follower, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
+TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2))});
@@ -191,7 +191,7 @@ TEST_F(Follower, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
     EXPECT_EQ(sent(), "2: 7/0");
 }
 
-TEST_F(Follower, GoesOnToTheNextServiceWhileNoTableComes)
+TEST_F(ServiceFollowerTest, GoesOnToTheNextServiceWhileNoTableComes)
 {
     services({1, 2, 3});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -209,7 +209,7 @@ TEST_F(Follower, GoesOnToTheNextServiceWhileNoTableComes)
     EXPECT_EQ(sent(), "") << "the choice is made";
 }
 
-TEST_F(Follower, StaysWhereTheTableCame)
+TEST_F(ServiceFollowerTest, StaysWhereTheTableCame)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1))});
@@ -222,7 +222,7 @@ TEST_F(Follower, StaysWhereTheTableCame)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
+TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
 {
     services({1, 2, 3});
     for (const unsigned service : {1u, 2u, 3u})
@@ -235,7 +235,7 @@ TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnc
     EXPECT_EQ(sent(), "2: 2/0");
 }
 
-TEST_F(Follower, ServicesMayShareTheirTable)
+TEST_F(ServiceFollowerTest, ServicesMayShareTheirTable)
 {
     services({1, 2, 3});
     for (const unsigned service : {3u, 2u, 1u})
@@ -246,7 +246,7 @@ TEST_F(Follower, ServicesMayShareTheirTable)
     EXPECT_EQ(follower_.heldBytes(), 0u) << "the choice is made";
 }
 
-TEST_F(Follower, ATableThatMovesToAnotherPidIsHeardThereAlone)
+TEST_F(ServiceFollowerTest, ATableThatMovesToAnotherPidIsHeardThereAlone)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -262,7 +262,7 @@ TEST_F(Follower, ATableThatMovesToAnotherPidIsHeardThereAlone)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
+TEST_F(ServiceFollowerTest, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
 {
     const unsigned count = 100;
     std::vector<unsigned> ids;
@@ -282,7 +282,7 @@ TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
     EXPECT_EQ(tuned(), 0u);
 }
 
-TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
+TEST_F(ServiceFollowerTest, TheServiceThatWasAskedForIsNotLeft)
 {
     follower_.tune(1);
     services({1, 2});
@@ -297,7 +297,7 @@ TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
     EXPECT_EQ(sent(), "");
 }
 
-TEST_F(Follower, SaysWhichServicesSignalHbbTV)
+TEST_F(ServiceFollowerTest, SaysWhichServicesSignalHbbTV)
 {
     services({1, 2, 3, 4});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -310,7 +310,7 @@ TEST_F(Follower, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
 }
 
-TEST_F(Follower, ACarouselThatNobodyCouldAskForIsNamedOnceAService)
+TEST_F(ServiceFollowerTest, ACarouselThatNobodyCouldAskForIsNamedOnceAService)
 {
     const auto timesNamed = [this] {
         const std::string text = out_.str();
@@ -334,7 +334,7 @@ TEST_F(Follower, ACarouselThatNobodyCouldAskForIsNamedOnceAService)
     EXPECT_EQ(timesNamed(), 2u);
 }
 
-TEST_F(Follower, ListensToACarouselWithoutAnyTable)
+TEST_F(ServiceFollowerTest, ListensToACarouselWithoutAnyTable)
 {
     FollowerOptions options;
     options.carousels.push_back({0x76A, std::nullopt});
@@ -350,7 +350,7 @@ TEST_F(Follower, ListensToACarouselWithoutAnyTable)
     EXPECT_EQ(follower.carousels().status()[0].progress.modulesComplete, 1u);
 }
 
-TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
+TEST_F(ServiceFollowerTest, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
 {
     const unsigned pid = 0x300;
     std::vector<Bytes> sections = carouselSections();
@@ -369,7 +369,7 @@ TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
 }
 
 /// @param firstPid, secondPid of the services' carousels
-void Follower::goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid)
+void ServiceFollowerTest::goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid)
 {
     const std::vector<Bytes> sections = carouselSections();
     const size_t half = sections.size() / 2;
@@ -386,19 +386,19 @@ void Follower::goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned s
     EXPECT_EQ(tuned(), 2u);
 }
 
-TEST_F(Follower, WhatTheNextServicesCarouselCarriedBeforeIsNotLost)
+TEST_F(ServiceFollowerTest, WhatTheNextServicesCarouselCarriedBeforeIsNotLost)
 {
     goOnToASecondServiceAmidItsCarousel(0x300, 0x301);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(Follower, WhatACarouselOfTwoServicesCarriedBeforeIsTheNextOnesToo)
+TEST_F(ServiceFollowerTest, WhatACarouselOfTwoServicesCarriedBeforeIsTheNextOnesToo)
 {
     goOnToASecondServiceAmidItsCarousel(0x300, 0x300);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(Follower, ATableThatCameOnceBeforeItsPmtIsSent)
+TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeItsPmtIsSent)
 {
     play(tablePid(1), table(4));
     services({1});
@@ -410,7 +410,7 @@ TEST_F(Follower, ATableThatCameOnceBeforeItsPmtIsSent)
     EXPECT_EQ(sent(), "1: 6/0");
 }
 
-TEST_F(Follower, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt)
+TEST_F(ServiceFollowerTest, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt)
 {
     follower_.tune(2);
     services({1, 2});
@@ -421,7 +421,7 @@ TEST_F(Follower, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
+TEST_F(ServiceFollowerTest, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -438,7 +438,7 @@ TEST_F(Follower, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(Follower, ATableThatBeganBeforeItsPmtIsContinued)
+TEST_F(ServiceFollowerTest, ATableThatBeganBeforeItsPmtIsContinued)
 {
     services({1});
     PacketWriter writer(tablePid(1));
@@ -451,7 +451,7 @@ TEST_F(Follower, ATableThatBeganBeforeItsPmtIsContinued)
     EXPECT_EQ(sent(), "1: 5/0");
 }
 
-TEST_F(Follower, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNext)
+TEST_F(ServiceFollowerTest, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNext)
 {
     services({1, 2});
     play(tablePid(2), table(5));
@@ -463,7 +463,7 @@ TEST_F(Follower, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNe
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
+TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
 {
     services({1, 2});
     play(tablePid(2), table(5));
@@ -474,7 +474,7 @@ TEST_F(Follower, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
+TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
 {
     const unsigned pid = 0x300;
     const Bytes gateway =
@@ -494,7 +494,7 @@ TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
+TEST_F(ServiceFollowerTest, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
 {
     services({1});
     pmt(1, {tables(tablePid(1)), tables(0x300)});
@@ -505,7 +505,7 @@ TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
     EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 5/2");
 }
 
-TEST_F(Follower, ATableOfManySectionsIsSentWholeWithoutANetwork)
+TEST_F(ServiceFollowerTest, ATableOfManySectionsIsSentWholeWithoutANetwork)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -521,7 +521,7 @@ TEST_F(Follower, ATableOfManySectionsIsSentWholeWithoutANetwork)
     EXPECT_EQ(network_, 0u);
 }
 
-TEST_F(Follower, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
+TEST_F(ServiceFollowerTest, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -533,7 +533,7 @@ TEST_F(Follower, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
     EXPECT_EQ(network_, network);
 }
 
-TEST_F(Follower, ATableWaitsEightRoundsForTheNetworkAndNoMore)
+TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
