@@ -161,7 +161,7 @@ int play(const Options& options, EventLog& log)
     Doorbell doorbell(screen.loop.get());
     Middleware middleware(options.middleware, log, doorbell);
     BrowserEngine& browser = *screen.browser;
-    Platform platform(middleware.carousels(), log);
+    Platform platform(middleware.carousels(), middleware.streamEvents(), log);
     Integrator integrator(log, browser, &middleware.tableBook());
     std::optional<ObjectHost> objects;
     if (screen.scripts)
