@@ -173,13 +173,18 @@ private:
     void queueRotation()
     {
         for (size_t tried = 0; tried < wheels_.size(); ++tried) {
-            Wheel& wheel = wheels_[(lastWheel_ + 1 + tried) % wheels_.size()];
+            Wheel& wheel = wheels_[nextWheel_];
+            nextWheel_ = (nextWheel_ + 1) % wheels_.size();
             if (!wheel.isDue(clock_.ms()) || !queue(wheel.pid(), wheel.section()))
                 continue;
-            lastWheel_ = (lastWheel_ + 1 + tried) % wheels_.size();
-            wheel.advance(clock_.ms());
+            wheel.advance(clock_.ms() + durationMs(queue_.size()));
             return;
         }
+    }
+
+    int64_t durationMs(size_t packets) const
+    {
+        return static_cast<int64_t>(packets * packetSize * 8) * 1'000 / schedule_.bitrate;
     }
 
     /// @return false when the stream would end before the section
@@ -213,7 +218,7 @@ private:
     std::vector<PacketMaker> clocks_;
     std::vector<int64_t> clockTurns_;
     std::vector<Wheel> wheels_;
-    size_t lastWheel_ = 0;
+    size_t nextWheel_ = 0;
     size_t timedAt_ = 0;
     std::map<unsigned, Lane> lanes_;
     std::deque<unsigned> queue_;  // whose packet is next
