@@ -193,6 +193,27 @@ TEST_F(ReceivedStream, PlaysInALoopWithoutGaps)
     EXPECT_THAT(eventsOf(trace), testing::Not(Contains("ait-problem")));
 }
 
+TEST_F(ReceivedStream, TheSampleRunsItsApplications)
+{
+    const fs::path sample = fs::path(VESTA_SAMPLES) / "vesta-one";
+    make(sample / "station.json");
+    const auto trace = play("wait running 7e57.1\nwait loaded\nshow\n"
+                            "create dvb://current.ait/7e57.2\nwait running 7e57.2\nwait loaded\n"
+                            "create http://vesta.example/portal/index.html\n"
+                            "wait loaded http://vesta.example/portal/index.html\n"
+                            "zap 2\nwait running 7e57.1\nwait loaded\nwait end\n",
+                            "--site http://vesta.example/=" + (sample / "site").string());
+    std::vector<std::string> pages;
+    for (const json& start : detailsOf(trace, "start"))
+        pages.push_back(start.at("url"));
+    EXPECT_THAT(pages, ElementsAre("dvb://20fa.441.1.2a/launcher/index.html",
+                                   "dvb://20fa.441.1.2a/text/index.html",
+                                   "http://vesta.example/portal/index.html",
+                                   "dvb://20fa.441.2.2a/launcher/index.html"));
+    EXPECT_THAT(eventsOf(trace), testing::Not(Contains("load-failed")));
+    EXPECT_EQ(filesOf(folder_ / "extracted" / "2a"), filesOf(sample / "carousel"));
+}
+
 }  // namespace
 
 }  // namespace station
