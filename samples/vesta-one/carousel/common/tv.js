@@ -91,6 +91,14 @@ var TV = (function () {
         return attempt(function () { return channel().name; }, '') || 'Vesta';
     }
 
+    /* By which another application finds the way back. */
+    function channelQuery() {
+        return attempt(function () {
+            var own = channel();
+            return '?onid=' + Number(own.onid) + '&tsid=' + Number(own.tsid) + '&sid=' + Number(own.sid);
+        }, '');
+    }
+
     /* Programmes as plain objects: name, text, start and end in milliseconds. */
     function plain(list) {
         var result = [];
@@ -198,7 +206,7 @@ var TV = (function () {
 
     return {
         attempt: attempt, byId: byId, show: show, keys: keys, onKeys: onKeys, bindVideo: bindVideo,
-        channelName: channelName, programmes: programmes, schedule: schedule, time: time,
+        channelName: channelName, channelQuery: channelQuery, programmes: programmes, schedule: schedule, time: time,
         change: change, leave: leave, onStreamEvent: onStreamEvent, element: element, clear: clear,
         write: write
     };

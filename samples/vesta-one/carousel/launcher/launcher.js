@@ -108,7 +108,7 @@
     }
 
     function openPortal() {
-        if (!TV.change('http://vesta.example/portal/index.html')) {
+        if (!TV.change('http://vesta.example/portal/index.html' + TV.channelQuery())) {
             closeMenu();
         }
     }

@@ -49,11 +49,37 @@
         }
     }
 
-    function leave() {
+    function end() {
         try {
             application().destroyApplication();
         } catch (problem) {
             history.back();
+        }
+    }
+
+    /* Who opened this page said which channel was on: "?onid=8442&tsid=1089&sid=1". Tuning to it
+       ends this application, which its table does not have, and starts the channel's own. */
+    function returnToChannel() {
+        try {
+            var ids = /onid=(\d+)&tsid=(\d+)&sid=(\d+)/.exec(location.search);
+            var video = byId('video');
+            var channel = video.getChannelConfig().channelList.getChannelByTriplet(
+                Number(ids[1]), Number(ids[2]), Number(ids[3]));
+            if (!channel) {
+                return false;
+            }
+            video.setChannel(channel, false);
+            return true;
+        } catch (problem) {
+            return false;
+        }
+    }
+
+    function leave() {
+        if (returnToChannel()) {
+            setTimeout(end, 3000); // where the terminal keeps it
+        } else {
+            end();
         }
     }
 
