@@ -12,15 +12,23 @@ namespace station {
 
 using Bytes = std::vector<unsigned char>;
 
-/// More bytes than a length field can count.
+/// More than a length field, or a number, can count.
 class TooLong : public std::length_error {
 public:
     explicit TooLong(size_t size, size_t limit)
-        : std::length_error(std::to_string(size) + " bytes where " + std::to_string(limit) +
+        : std::length_error(std::to_string(size) + " where " + std::to_string(limit) +
                             " are the most")
     {
     }
 };
+
+/// @return the size @throws TooLong
+inline unsigned checkedSize(size_t size, size_t limit)
+{
+    if (size > limit)
+        throw TooLong(size, limit);
+    return static_cast<unsigned>(size);
+}
 
 class ByteWriter {
 public:
@@ -48,15 +56,18 @@ public:
         return *this;
     }
     /// Length fields in front of the bytes that they count. @throws TooLong
-    ByteWriter& with8(const Bytes& bytes) { return u8(counted(bytes, 0xFF)).add(bytes); }
-    ByteWriter& with16(const Bytes& bytes) { return u16(counted(bytes, 0xFFFF)).add(bytes); }
+    ByteWriter& with8(const Bytes& bytes) { return u8(checkedSize(bytes.size(), 0xFF)).add(bytes); }
+    ByteWriter& with16(const Bytes& bytes)
+    {
+        return u16(checkedSize(bytes.size(), 0xFFFF)).add(bytes);
+    }
     ByteWriter& with32(const Bytes& bytes) { return u32(uint32_t(bytes.size())).add(bytes); }
     ByteWriter& with8(const std::string& text) { return with8(Bytes(text.begin(), text.end())); }
     ByteWriter& with32(const std::string& text) { return with32(Bytes(text.begin(), text.end())); }
     /// A length of 12 bits, with what stands in the four bits before it.
     ByteWriter& with12(unsigned upperBits, const Bytes& bytes)
     {
-        return u16((upperBits << 12) | counted(bytes, 0xFFF)).add(bytes);
+        return u16((upperBits << 12) | checkedSize(bytes.size(), 0xFFF)).add(bytes);
     }
 
     size_t size() const { return bytes_.size(); }
@@ -64,13 +75,6 @@ public:
     operator const Bytes&() const { return bytes_; }  // NOLINT: a writer stands for its bytes
 
 private:
-    static unsigned counted(const Bytes& bytes, size_t limit)
-    {
-        if (bytes.size() > limit)
-            throw TooLong(bytes.size(), limit);
-        return static_cast<unsigned>(bytes.size());
-    }
-
     Bytes bytes_;
 };
 

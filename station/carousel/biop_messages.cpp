@@ -103,7 +103,7 @@ Bytes makeDirectory(ObjectKind kind, uint32_t key, const CarouselIdentity& carou
                     const std::vector<DirectoryEntry>& entries)
 {
     ByteWriter body;
-    body.u16(static_cast<unsigned>(entries.size()));
+    body.u16(checkedSize(entries.size(), 0xFFFF));
     for (const DirectoryEntry& entry : entries)
         body.add(makeBinding(carousel, entry));
     return makeMessage(key, kind, {}, body);

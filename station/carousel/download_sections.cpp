@@ -14,6 +14,7 @@ constexpr unsigned serverInitiate = 0x1006;
 constexpr unsigned objectUse = 0x0017;  // BIOP_OBJECT_USE
 constexpr size_t serverIdSize = 20;
 constexpr size_t sectionsPerTable = 256;
+constexpr size_t mostBlocks = 0x10000;
 
 // dsmccMessageHeader and dsmccDownloadDataHeader: 7.2.2.1 and 7.3.1.
 Bytes makeMessage(unsigned messageId, uint32_t id, const Bytes& payload)
@@ -88,6 +89,7 @@ Bytes makeInfoIndication(const CarouselIdentity& carousel, uint32_t transactionI
 std::vector<Bytes> makeDataBlocks(const CarouselIdentity& carousel, const Module& module)
 {
     const size_t blocks = (module.bytes.size() + blockSize - 1) / blockSize;
+    checkedSize(blocks, mostBlocks);
     std::vector<Bytes> sections;
     for (size_t block = 0; block < blocks; ++block) {
         const auto begin = module.bytes.begin() + std::ptrdiff_t(block * blockSize);

@@ -25,6 +25,18 @@ bool isHidden(const fs::path& path)
     return path.filename().string().front() == '.';
 }
 
+/// @throws Unreadable
+bool isFolder(const fs::path& path)
+{
+    std::error_code problem;
+    if (fs::is_regular_file(path, problem))
+        return false;
+    const fs::file_type type = fs::symlink_status(path, problem).type();
+    if (type != fs::file_type::directory)
+        throw Unreadable(path.string() + ": is neither a file nor a folder");
+    return true;
+}
+
 void readFolder(const fs::path& folder, const std::string& prefix,
                 std::map<std::string, Bytes>& files)
 {
@@ -35,7 +47,7 @@ void readFolder(const fs::path& folder, const std::string& prefix,
         const std::string name = prefix + path.filename().string();
         if (isHidden(path))
             continue;
-        if (entry->is_directory())
+        if (isFolder(path))
             readFolder(path, name + "/", files);
         else
             files[name] = readFile(path);

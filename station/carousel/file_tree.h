@@ -18,7 +18,8 @@ public:
 };
 
 /// The files of a folder and all folders in it, by their paths from there ("css/style.css"), in the
-/// order of the paths' bytes. What begins with a dot is left out. @throws Unreadable
+/// order of the paths' bytes. What begins with a dot is left out. @throws Unreadable, also for what
+/// is neither a file nor a folder, and for links to folders, which may lead round in circles
 std::map<std::string, Bytes> readFiles(const std::filesystem::path& folder);
 
 /// A MIME type by a file's ending; empty for an unknown one.

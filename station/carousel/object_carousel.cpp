@@ -14,6 +14,7 @@ namespace station {
 namespace {
 
 constexpr unsigned directoryModule = 1;
+constexpr size_t mostModules = 0xFFFF;
 
 std::string parentOf(const std::string& path)
 {
@@ -45,7 +46,7 @@ public:
             modules_.back().size() + message.size() > carousel_.moduleSize)
             modules_.emplace_back();
         modules_.back().insert(modules_.back().end(), message.begin(), message.end());
-        const auto module = static_cast<unsigned>(modules_.size());
+        const unsigned module = checkedSize(modules_.size(), mostModules);
         const ObjectPlace place = {ObjectKind::File, module, key, transactionOf(module)};
         bind(path, {nameOf(path), place, content.size(), type});
     }

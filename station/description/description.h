@@ -179,6 +179,7 @@ struct Description {
     int64_t duration = 0;  ///< seconds
     int64_t start = 0;     ///< seconds since 1970 (UTC)
     std::optional<LocalTime> localTime;
+    Place servicesPlace;
     std::vector<Service> services;
 };
 

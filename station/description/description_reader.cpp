@@ -46,6 +46,7 @@ void readServices(ObjectReader& object, const std::filesystem::path& folder,
     const StationFrame frame = {folder, description.start, description.duration};
     PidBook pids;
     std::set<unsigned> ids;
+    description.servicesPlace = object.placeOf("services");
     object.objects("services", [&](ObjectReader& item) {
         const auto index = static_cast<unsigned>(description.services.size());
         description.services.push_back(readService(item, index, frame, pids));

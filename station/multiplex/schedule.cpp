@@ -58,8 +58,7 @@ private:
         try {
             make();
         } catch (const TooLong& problem) {
-            problems_.push_back(
-                {place, std::string("it does not fit into its table: ") + problem.what()});
+            problems_.push_back({place, std::string("it does not fit: ") + problem.what()});
         } catch (const Unreadable& problem) {
             problems_.push_back({place, problem.what()});
         }
@@ -73,7 +72,8 @@ private:
 
     void addProgramTables()
     {
-        attempt({}, [this] { repeat(0, programTablesMs, {makePat(description_)}); });
+        attempt(description_.servicesPlace,
+                [this] { repeat(0, programTablesMs, {makePat(description_)}); });
         for (const Service& service : description_.services) {
             attempt(service.place,
                     [&] { repeat(service.pmtPid, programTablesMs, {makePmt(service)}); });
@@ -85,8 +85,9 @@ private:
 
     void addStationTables()
     {
-        attempt({}, [this] { repeat(sdtPid, serviceTablesMs, makeSdt(description_)); });
-        attempt({}, [this] {
+        attempt(description_.servicesPlace,
+                [this] { repeat(sdtPid, serviceTablesMs, makeSdt(description_)); });
+        attempt(description_.servicesPlace, [this] {
             repeat(nitPid, networkTableMs, {makeNit(description_.network, description_.services)});
         });
     }

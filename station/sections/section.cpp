@@ -7,20 +7,13 @@ namespace station {
 namespace {
 
 constexpr size_t crcSize = 4;
-constexpr size_t lengthEnd = 3;  // what section_length does not count
-
-void checkSize(size_t size, size_t limit)
-{
-    if (size > limit)
-        throw TooLong(size, limit);
-}
+constexpr unsigned lengthEnd = 3;  // what section_length does not count
 
 }  // namespace
 
 Bytes makeSection(const SectionFields& fields, const Bytes& body, size_t limit)
 {
-    checkSize(body.size() + sectionFrame, limit);
-    const auto length = static_cast<unsigned>(body.size() + sectionFrame - lengthEnd);
+    const unsigned length = checkedSize(body.size() + sectionFrame, limit) - lengthEnd;
     ByteWriter section;
     section.u8(fields.tableId).u16((unsigned(fields.kind) << 12) | length);
     section.u16(fields.tableIdExtension).u8(0xC0 | (fields.version << 1) | 1U);
@@ -30,10 +23,10 @@ Bytes makeSection(const SectionFields& fields, const Bytes& body, size_t limit)
 
 Bytes makeShortSection(unsigned tableId, const Bytes& body, bool crc)
 {
-    const size_t length = body.size() + (crc ? crcSize : 0);
-    checkSize(length + lengthEnd, shortSection);
+    const size_t rest = body.size() + (crc ? crcSize : 0);
+    const unsigned length = checkedSize(rest, shortSection - lengthEnd);
     ByteWriter section;
-    section.u8(tableId).u16(0x7000U | static_cast<unsigned>(length)).add(body);
+    section.u8(tableId).u16(0x7000U | length).add(body);
     return crc ? section.u32(crc32(section)) : section;
 }
 
@@ -51,7 +44,7 @@ std::vector<Bytes> spread(const std::vector<Bytes>& entries, size_t limit)
 {
     std::vector<Bytes> bodies(1);
     for (const Bytes& entry : entries) {
-        checkSize(entry.size(), limit);
+        checkedSize(entry.size(), limit);
         if (bodies.back().size() + entry.size() > limit)
             bodies.emplace_back();
         bodies.back().insert(bodies.back().end(), entry.begin(), entry.end());

@@ -96,8 +96,8 @@ TEST_F(Program, SaysWhatDoesNotFit)
                       "\"transports\": [{\"http\": \"http://a/\"}], \"initial_path\": \"" +
                       std::string(256, 'p') + "\"}]}"));
     EXPECT_EQ(call({"check", path("s.json")}), exitUsage);
-    EXPECT_EQ(errors_, path("s.json") + ":6: services[0].ait: it does not fit into its table: 256 "
-                                        "bytes where 255 are the most\n");
+    EXPECT_EQ(errors_, path("s.json") + ":6: services[0].ait: it does not fit: 256 "
+                                        "where 255 are the most\n");
 }
 
 TEST_F(Program, WantsABitrateThatCarriesTheTables)
@@ -120,12 +120,7 @@ TEST_F(Program, WantsABitrateThatCarriesTheTables)
 TEST_F(Program, WantsACarouselThatComesRound)
 {
     write("s.json", withService(carousel + ", \"type\": \"tv\""));
-    std::string noise;
-    for (unsigned i = 0, state = 1; i < 8'000'000; ++i) {
-        state = state * 1664525 + 1013904223;
-        noise += static_cast<char>(state >> 24);
-    }
-    write("files/noise", noise);
+    write("files/noise", noise(8'000'000));
     EXPECT_EQ(call({"check", path("s.json")}), exitUsage);
     EXPECT_EQ(errors_, path("s.json") +
                            ":6: services[0].carousels[0]: carousel 1 of One does not come round "
@@ -142,6 +137,34 @@ TEST_F(Program, AFileIsNoStreamEvent)
     EXPECT_NE(errors_.find("a file has the name of the stream events \"index.html\""),
               std::string::npos)
         << errors_;
+}
+
+TEST_F(Program, WantsNoMoreServicesThanATableHolds)
+{
+    std::string services;
+    for (int id = 1; id <= 300; ++id)
+        services +=
+            (id == 1 ? "\n" : ",\n") + ("{\"id\": " + std::to_string(id)) + ", \"name\": \"n\"}";
+    write("s.json", "{\"network\": {\"name\": \"N\", \"original_network_id\": 1, "
+                    "\"transport_stream_id\": 1},\n\"stream\": {\"bitrate\": 50000000},\n"
+                    "\"services\": [" +
+                        services + "]}");
+    EXPECT_EQ(call({"check", path("s.json")}), exitUsage);
+    EXPECT_EQ(errors_, path("s.json") +
+                           ":3: services: it does not fit: 1216 where 1024 are the "
+                           "most\n" +
+                           path("s.json") +
+                           ":3: services: it does not fit: 900 where 255 are the "
+                           "most\n");
+}
+
+TEST_F(Program, WantsFilesAndFoldersAndNothingElse)
+{
+    write("s.json", withService(carousel));
+    fs::create_directory_symlink(folder_ / "files", folder_ / "files" / "round");
+    EXPECT_EQ(call({"check", path("s.json")}), exitUsage);
+    EXPECT_EQ(errors_, path("s.json") + ":6: services[0].carousels[0]: " + path("files/round") +
+                           ": is neither a file nor a folder\n");
 }
 
 TEST_F(Program, FilesThatCannotBeReadOrWritten)

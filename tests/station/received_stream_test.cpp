@@ -112,14 +112,9 @@ std::vector<std::string> eventsOf(const std::vector<json>& trace)
 
 TEST_F(ReceivedStream, HasServicesApplicationsAndFilesAsDescribed)
 {
-    std::string noise;
-    for (unsigned i = 0, state = 1; i < 300'000; ++i) {
-        state = state * 1664525 + 1013904223;
-        noise += static_cast<char>(state >> 24);
-    }
     write("files/index.html", "<html xmlns=\"http://www.w3.org/1999/xhtml\"/>");
     write("files/a/deep/er/style.css", std::string(20'000, ' '));
-    write("files/noise.bin", noise);
+    write("files/noise.bin", noise(300'000));
     write("files/empty", "");
     write("files/Gr\xC3\xBC\xC3\x9F"
           "e.txt",

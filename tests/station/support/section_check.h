@@ -9,7 +9,7 @@
 
 namespace station {
 
-/// A section with its CRC_32 behind it: what a correct section equals.
+/// A section with the CRC_32 that belongs at its end.
 inline Bytes checked(Bytes section)
 {
     const uint32_t crc = vesta::test::crc32(section);

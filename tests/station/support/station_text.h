@@ -2,6 +2,9 @@
 #ifndef VESTA_TESTS_STATION_SUPPORT_STATION_TEXT_H
 #define VESTA_TESTS_STATION_SUPPORT_STATION_TEXT_H
 
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -47,6 +50,17 @@ inline Description descriptionOf(const std::string& text,
 inline Service serviceOf(const std::string& keys)
 {
     return descriptionOf(withService(keys)).services.front();
+}
+
+/// Bytes that do not pack.
+inline std::string noise(size_t size)
+{
+    std::string bytes;
+    for (uint32_t state = 1; bytes.size() < size;) {
+        state = state * 1664525 + 1013904223;
+        bytes += static_cast<char>(state >> 24);
+    }
+    return bytes;
 }
 
 inline Bytes bytesOf(const std::string& text)

@@ -95,7 +95,8 @@ var TV = (function () {
     function channelQuery() {
         return attempt(function () {
             var own = channel();
-            return '?onid=' + Number(own.onid) + '&tsid=' + Number(own.tsid) + '&sid=' + Number(own.sid);
+            var query = '?onid=' + own.onid + '&tsid=' + own.tsid + '&sid=' + own.sid;
+            return /^[?]onid=\d+&tsid=\d+&sid=\d+$/.test(query) ? query : '';
         }, '');
     }
 
