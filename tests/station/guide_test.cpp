@@ -58,19 +58,19 @@ std::string check(const std::string& description, int expected)
     return std::regex_replace(errors.str(), std::regex(folder.string() + "/"), "");
 }
 
-TEST(StationGuide, QuotesTheUsage)
+TEST(Guide, QuotesTheUsage)
 {
     std::ostringstream output, errors;
     run({"--help"}, output, errors);
     EXPECT_EQ(block("usage"), output.str());
 }
 
-TEST(StationGuide, HasAnExampleThatCanBeMade)
+TEST(Guide, HasAnExampleThatCanBeMade)
 {
     EXPECT_EQ(check(block("example"), exitSuccess), "");
 }
 
-TEST(StationGuide, QuotesTheProblemsOfAnExampleGoneWrong)
+TEST(Guide, QuotesTheProblemsOfAnExampleGoneWrong)
 {
     const std::string wrong =
         replaced(replaced(block("example"), "\"AUTOSTART\"", "\"START\""),
@@ -101,7 +101,7 @@ std::set<std::string> keysRead()
     return keys;
 }
 
-TEST(StationGuide, ExplainsEveryKey)
+TEST(Guide, ExplainsEveryKey)
 {
     const std::set<std::string> keys = keysRead();
     EXPECT_GT(keys.size(), 70U);
@@ -110,7 +110,7 @@ TEST(StationGuide, ExplainsEveryKey)
         EXPECT_NE(text.find("`" + key + "`"), std::string::npos) << key;
 }
 
-TEST(StationGuide, NamesNoKeyInItsTablesThatThereIsNot)
+TEST(Guide, NamesNoKeyInItsTablesThatThereIsNot)
 {
     const std::set<std::string> keys = keysRead();
     const std::string text = guide();

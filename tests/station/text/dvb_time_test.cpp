@@ -2,7 +2,6 @@
 #include <string>
 #include <utility>
 
-#include "station/text/dvb_text.h"
 #include "station/text/dvb_time.h"
 
 namespace station {
@@ -39,19 +38,6 @@ TEST(DvbTime, ReadsDurations)
     for (const char* const wrong :
          {"", ":", "1:", ":1", "1:60", "1:00:60", "1:2:3:4", "-1", "1.5", "1234567"})
         EXPECT_FALSE(parseDuration(wrong)) << wrong;
-}
-
-TEST(DvbText, SaysWhenItIsMoreThanAscii)
-{
-    EXPECT_EQ(encodeDvbText(""), "");
-    EXPECT_EQ(encodeDvbText("News ~ 12"), "News ~ 12");
-    EXPECT_EQ(encodeDvbText("Fu\xC3\x9F"
-                            "ball"),
-              "\x15"
-              "Fu\xC3\x9F"
-              "ball");
-    EXPECT_EQ(encodeDvbText("a\nb"), "\x15"
-                                     "a\nb");
 }
 
 }  // namespace
