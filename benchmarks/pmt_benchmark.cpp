@@ -12,6 +12,7 @@
 #endif
 
 #include "signalling/pmt.h"
+#include "tests/support/crc32.h"
 
 namespace {
 
@@ -19,17 +20,6 @@ using namespace VestaHbbTV;
 using Bytes = std::vector<unsigned char>;
 
 constexpr size_t streamCount = 10;
-
-uint32_t crc32(const Bytes& bytes)
-{
-    uint32_t crc = 0xFFFFFFFF;
-    for (const unsigned char byte : bytes) {
-        crc ^= static_cast<uint32_t>(byte) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc << 1 ^ (crc >> 31 ? 0x04C11DB7U : 0U);
-    }
-    return crc;
-}
 
 void append(Bytes& to, const Bytes& bytes)
 {
@@ -60,7 +50,7 @@ Bytes makeSection(unsigned char version)
                  {0x52, 1,    10,   0x14, 13, 0, 1, 0, 0, 8,    0x80, 0, 0, 2, 0xFF, 0xFF,
                   0xFF, 0xFF, 0x13, 5,    0,  0, 0, 1, 0, 0x66, 4,    1, 6, 1, 1});
     section[2] = static_cast<unsigned char>(section.size() + 4 - 3);
-    const uint32_t crc = crc32(section);
+    const uint32_t crc = vesta::test::crc32(section);
     for (int shift = 24; shift >= 0; shift -= 8)
         section.push_back(static_cast<unsigned char>(crc >> shift));
     return section;

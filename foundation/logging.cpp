@@ -85,7 +85,8 @@ void LogEntry::giveBack(std::unique_ptr<Line> line)
         delete spareLine.exchange(line.release());
 }
 
-/// "%x %X" of the current second, formatted once a second and once a time zone.
+/// "%x %X" of the current second, formatted once a second and once a time zone. The names of the
+/// zone are only compared, by their addresses: tzset() may free what it replaces.
 std::string_view LogEntry::Line::dateAndTime()
 {
     const std::time_t now = std::time(nullptr);

@@ -34,7 +34,10 @@ enum LogLevel : int { DEBUG = 1, LOG = 2, WARN = 3, ERR = 4 };
 /// `LogEntry(LOG, "Window") << "text";` writes a line: it is dispatched when the entry dies.
 class LogEntry {
 public:
-    /// Writes the line's prefix: local date and time, level tag and module.
+    /// Writes the line's prefix: local date and time, level tag and module. The time zone is that
+    /// of the latest tzset(); POSIX has no lock for it, so no other thread may change the zone (TZ
+    /// with tzset() or whatever calls it) while lines are written: that is for the integrator to
+    /// avoid.
     /// @param level a value outside the list loses only its tag
     /// @param module right-aligned in twelve columns; may be empty
     LogEntry(LogLevel level, std::string module);

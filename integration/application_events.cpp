@@ -122,6 +122,8 @@ void TAVOAITEvent::execute()
     const unsigned long tables = window->getTablesSet();
     if (NotificationManager::hasListeners())
         NotificationManager::broadcastIfAny(new AITUpdateNotification(window, table_.get()));
+    // Deliberate: of these tables the platform hears nothing but the announcement, so that each one
+    // that was announced is in the log, whether it comes in force or not.
     if (table_)
         table_->printAIT();
     if (window->isReleased() || window->getTablesSet() != tables)

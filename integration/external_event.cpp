@@ -71,7 +71,8 @@ void stopBroadcastRelatedApplication(Window& window)
         window.terminateRunningApplication(true);
 }
 
-/// Announces a complete table and puts it in force.
+/// Announces a complete table and puts it in force. Where it gives way to a newer one, the log has
+/// it only if the platform has been told of it as well.
 void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);
@@ -88,7 +89,7 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
         window.setAIT(table);
         window.activateAIT();
     }
-    table->printAIT();
+    table->printAIT();  // also one that gave way in the meantime: the platform has it as complete
 }
 
 /// A section for which there is no memory must not keep its table, which counts it as received: the

@@ -164,6 +164,13 @@ void Application::end()
         tavoWindowReleased_ = true;
 }
 
+void Application::setParent(Application* parent)
+{
+    parent_ = parent;
+    if (parent)
+        parent->hasBeenParent_ = true;
+}
+
 void Application::setOwnedByWindow()
 {
     if (stage_ == NEW)

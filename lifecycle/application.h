@@ -109,7 +109,9 @@ public:
     /// The application that this one replaces once its initial page has loaded. Null when there is
     /// none, and as soon as that one ends.
     Application* getParent() const { return parent_; }
-    void setParent(Application* parent) { parent_ = parent; }
+    void setParent(Application* parent);
+    /// Whether it may be another one's parent: it was set as such once.
+    bool hasBeenParent() const { return hasBeenParent_; }
 
     /// Leaves the window's books and releases the browser window, unless another application of
     /// the window has it by now. Whoever still holds a pointer sees an application without window.
@@ -186,6 +188,7 @@ private:
     std::unique_ptr<ApplicationDomain> domain_;
     std::unique_ptr<KeySet> keySet_;
     Application* parent_ = nullptr;
+    bool hasBeenParent_ = false;
     std::set<TAVO_VIRTUAL_KEY> keys_;
     bool releaseAnswer_ = false;  ///< outlives the notice, which writes it
     /// Made before a browser window is asked for: giving it back must not need memory.

@@ -156,27 +156,17 @@ Application* Window::getApplication(TAVO_VestaWindow* tavoWindow)
 
 unsigned long Window::getApplicationId(const Application* application) const
 {
-    const auto found = std::find(applications_.begin(), applications_.end(), application);
-    return found == applications_.end() ? 0 : (*found)->getID();
+    return applications_.idOf(application);
 }
 
 Application* Window::findApplication(unsigned long id) const
 {
-    const auto found =
-        std::find_if(applications_.begin(), applications_.end(),
-                     [id](Application* application) { return application->getID() == id; });
-    return found == applications_.end() ? nullptr : *found;
-}
-
-bool Window::isMember(const Application* application) const
-{
-    return std::find(applications_.begin(), applications_.end(), application) !=
-           applications_.end();
+    return applications_.find(id);
 }
 
 void Window::adopt(Application* application)
 {
-    applications_.push_back(application);
+    applications_.add(application);
 }
 
 void Window::forget(Application* application)
@@ -188,12 +178,9 @@ void Window::forget(Application* application)
 
 void Window::dropFromBooks(Application* application)
 {
-    applications_.erase(std::remove(applications_.begin(), applications_.end(), application),
-                        applications_.end());
-    for (Application* other : applications_) {
-        if (other->getParent() == application)
-            other->setParent(nullptr);
-    }
+    applications_.remove(application);
+    if (application->hasBeenParent())
+        applications_.forgetParent(application);
     for (auto entry = shown_.begin(); entry != shown_.end();)
         entry = entry->second == application ? shown_.erase(entry) : std::next(entry);
     if (pendingApplication_ == application)
@@ -227,7 +214,7 @@ void Window::abandonStart(unsigned long id)
 void Window::destroyApplication(Application* application)
 {
     // One that has ended is retired already: a listener may have been faster.
-    if (isMember(application))
+    if (applications_.contains(application))
         CallScope::retire(application);
 }
 
@@ -243,9 +230,9 @@ void Window::tellPlugin(Application* application)
 void Window::leaveApplicationsBehind()
 {
     while (!applications_.empty()) {
-        Application* const application = applications_.back();
+        Application* const application = applications_.newest();
         if (!application->isOwnedByWindow()) {
-            applications_.pop_back();
+            applications_.remove(application);
             application->loseWindow();
         } else if (application->isStopNoticeWanted()) {
             notifyStop(application, false);  // its end does not come so far any more

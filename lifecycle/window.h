@@ -13,6 +13,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/ref_ptr.h"
+#include "lifecycle/application_register.h"
 #include "lifecycle/call_scope.h"
 #include "lifecycle/window_storage.h"
 #include "signalling/ait.h"
@@ -199,7 +200,8 @@ public:
     void loseManager() { manager_ = nullptr; }
 
     /// Every application that was created for this window and has not ended, in creation order.
-    const std::vector<Application*>& getApplications() const { return applications_; }
+    std::vector<Application*> getApplications() const { return applications_.list(); }
+    bool hasApplications() const { return !applications_.empty(); }
 
     /// The id of one of these applications; 0 for any other pointer, which is not followed.
     unsigned long getApplicationId(const Application* application) const;
@@ -277,10 +279,9 @@ private:
     void leaveApplicationsBehind();
     void leaveBehind(Application* application);
     void dropFromBooks(Application* application);
-    bool isMember(const Application* application) const;
     bool isHttpAvailable() const;
 
-    std::vector<Application*> applications_;
+    ApplicationRegister applications_;
     std::map<TAVO_VestaWindow*, Application*> shown_;  ///< by the browser window that shows them
     WindowManager* manager_;
     ref_ptr<AIT> ait_;

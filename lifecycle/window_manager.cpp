@@ -83,7 +83,7 @@ void WindowManager::removeAllWindows()
         window->endApplications();
     }
     // Whoever is working on a window that was removed before may outlive the listeners.
-    const auto isWaiting = [](Window* window) { return !window->getApplications().empty(); };
+    const auto isWaiting = [](Window* window) { return window->hasApplications(); };
     while (!life.expired()) {
         const auto waiting = std::find_if(departing_.begin(), departing_.end(), isWaiting);
         if (waiting == departing_.end())

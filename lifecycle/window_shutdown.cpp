@@ -73,10 +73,10 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
         application->wantStopNotice();
     if (applicationExists(application->getParent()))
         shutdown(application->getParent(), atOnce);
-    if (!isMember(application))
+    if (!applications_.contains(application))
         return;  // a listener shut the library down meanwhile
     tellPlugin(application);
-    if (!isMember(application))
+    if (!applications_.contains(application))
         return;  // so did the plugin
     unregisterApplication(application);
     if (application == runningApplication_)

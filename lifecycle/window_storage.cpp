@@ -3,15 +3,9 @@
 #include <atomic>
 #include <new>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VESTA_ADDRESS_SANITIZER
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define VESTA_ADDRESS_SANITIZER
-#endif
+#include "foundation/sanitizers.h"
 
-#ifdef VESTA_ADDRESS_SANITIZER
+#if VESTA_ADDRESS_SANITIZER
 #include <sanitizer/asan_interface.h>
 #define VESTA_POISON(address, size) __asan_poison_memory_region(address, size)
 #define VESTA_UNPOISON(address, size) __asan_unpoison_memory_region(address, size)

@@ -362,9 +362,9 @@ TEST_F(EntryPoints, AnEventMayStartTheLibraryAnew)
 }
 
 /// With applications that end.
-class Shutdown : public LibraryTest {};
+class EntryPointsShutdown : public LibraryTest {};
 
-TEST_F(Shutdown, TellsListenersBeforeThePlatform)
+TEST_F(EntryPointsShutdown, TellsListenersBeforeThePlatform)
 {
     startApplication(httpApplication(1, 2));
     shutdown();
@@ -377,7 +377,7 @@ TEST_F(Shutdown, TellsListenersBeforeThePlatform)
     EXPECT_TRUE(nothingExists());
 }
 
-TEST_F(Shutdown, ARepeatedRequestFromAListenerOrHookIsIgnored)
+TEST_F(EntryPointsShutdown, ARepeatedRequestFromAListenerOrHookIsIgnored)
 {
     startApplication(httpApplication(1, 2));
     const auto again = [] { vesta_hbbtv_shutdown(); };
@@ -396,7 +396,7 @@ TEST_F(Shutdown, ARepeatedRequestFromAListenerOrHookIsIgnored)
     EXPECT_TRUE(nothingExists());
 }
 
-TEST_F(Shutdown, AListenerMayAskForItWhileAnApplicationStarts)
+TEST_F(EntryPointsShutdown, AListenerMayAskForItWhileAnApplicationStarts)
 {
     listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [](auto*) {
         vesta_hbbtv_shutdown();
@@ -414,7 +414,7 @@ TEST_F(Shutdown, AListenerMayAskForItWhileAnApplicationStarts)
                          }));
 }
 
-TEST_F(Shutdown, AListenerMayAskForItWhenATableArrives)
+TEST_F(EntryPointsShutdown, AListenerMayAskForItWhenATableArrives)
 {
     listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [](auto*) {
         vesta_hbbtv_shutdown();
@@ -424,7 +424,7 @@ TEST_F(Shutdown, AListenerMayAskForItWhenATableArrives)
     EXPECT_TRUE(nothingExists());
 }
 
-TEST_F(Shutdown, EndsRegistrationsOfListeners)
+TEST_F(EntryPointsShutdown, EndsRegistrationsOfListeners)
 {
     shutdown();
     forgetJournal();

@@ -31,7 +31,7 @@ private:
     std::string& levels_;
 };
 
-TEST(LoggingWithADebugMacro, LeavesTheMacroAndLogsAtEveryLevel)
+TEST(LoggingDebugMacro, LeavesTheMacroAndLogsAtEveryLevel)
 {
     EXPECT_EQ(macroOfTheProgram, 1);
     std::string levels;

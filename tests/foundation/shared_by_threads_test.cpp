@@ -45,7 +45,7 @@ public:
     void execute() override {}
 };
 
-TEST(SharedQueue, IsClearedWhileAnotherThreadAdds)
+TEST(QueueSharedByThreads, IsClearedWhileAnotherThreadAdds)
 {
     const int count = 20000;
     deletedEvents = 0;
@@ -85,10 +85,10 @@ private:
     int count_ = 0;  // under the log's mutex
 };
 
-class SharedLog : public ::testing::Test {
+class LogSharedByThreads : public ::testing::Test {
 protected:
-    SharedLog() { Logging::getInstance(); }  // before other threads log
-    ~SharedLog() override { delete Logging::getInstance(); }
+    LogSharedByThreads() { Logging::getInstance(); }  // before other threads log
+    ~LogSharedByThreads() override { delete Logging::getInstance(); }
 
     /// A sink that counts into `seen_` and, when it ends, into `countsAtEnd_`.
     void addOutput(size_t number)
@@ -100,7 +100,7 @@ protected:
     int countsAtEnd_[3] = {};
 };
 
-TEST_F(SharedLog, GetsSinksWhileAnotherThreadLogs)
+TEST_F(LogSharedByThreads, GetsSinksWhileAnotherThreadLogs)
 {
     Unordered<bool> isDone;
     std::thread logging([&isDone] {
@@ -119,7 +119,7 @@ TEST_F(SharedLog, GetsSinksWhileAnotherThreadLogs)
     EXPECT_GE(countsAtEnd_[1], countsAtEnd_[2]);
 }
 
-TEST_F(SharedLog, EndsAfterTheLastLineOfAnotherThread)
+TEST_F(LogSharedByThreads, EndsAfterTheLastLineOfAnotherThread)
 {
     const int count = 10;
     addOutput(0);

@@ -18,11 +18,11 @@ using namespace vesta::test;
 
 namespace {
 
-class Start : public ::testing::Test {
+class StartOrder : public ::testing::Test {
 protected:
-    Start() { FakePlatform::instance().reset(); }
+    StartOrder() { FakePlatform::instance().reset(); }
 
-    ~Start() override
+    ~StartOrder() override
     {
         FakePlatform::instance().reset();
         vesta_hbbtv_shutdown();
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(Start, AsksForTheKeySetsWhenEventsAndDownloadsArePossibleAndNothingElseIs)
+TEST_F(StartOrder, AsksForTheKeySetsWhenEventsAndDownloadsArePossibleAndNothingElseIs)
 {
     int asked = 0;
     whenAskedForKeySets([&asked] {
@@ -58,7 +58,7 @@ TEST_F(Start, AsksForTheKeySetsWhenEventsAndDownloadsArePossibleAndNothingElseIs
     EXPECT_FALSE(vesta_hbbtv_tick());
 }
 
-TEST_F(Start, MakesTheLogFirst)
+TEST_F(StartOrder, MakesTheLogFirst)
 {
     delete Logging::getInstance();
     ASSERT_EQ(Logging::instance, nullptr);
@@ -68,7 +68,7 @@ TEST_F(Start, MakesTheLogFirst)
     EXPECT_TRUE(isThere);
 }
 
-TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
+TEST_F(StartOrder, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
 {
     whenAskedForKeySets(vesta_hbbtv_shutdown);
     init();
@@ -86,7 +86,7 @@ TEST_F(Start, TheLibraryMayBeShutDownWhenItAsksForTheKeySets)
     EXPECT_NE(ConfigurationManager::getCurrentQueue(), nullptr);
 }
 
-TEST_F(Start, EndsWhereThePlatformShutsTheLibraryDown)
+TEST_F(StartOrder, EndsWhereThePlatformShutsTheLibraryDown)
 {
     for (const char* const hook : {"hbbtv_ait_start", "dsmcc_start"}) {
         FakePlatform::instance().whileIn[hook] = vesta_hbbtv_shutdown;
@@ -101,7 +101,7 @@ TEST_F(Start, EndsWhereThePlatformShutsTheLibraryDown)
     }
 }
 
-TEST_F(Start, GoesOnNoFurtherWhereThePlatformStartsTheLibraryAnew)
+TEST_F(StartOrder, GoesOnNoFurtherWhereThePlatformStartsTheLibraryAnew)
 {
     const std::pair<const char*, size_t> hooks[] = {
         {"hbbtv_keyset_get_supported_values", 0}, {"hbbtv_ait_start", 1}, {"dsmcc_start", 2}};
@@ -159,9 +159,9 @@ private:
     bool& isDeleted_;
 };
 
-class End : public LibraryTest {};
+class EndOrder : public LibraryTest {};
 
-TEST_F(End, ListenersGoFirstThenWindowsThenTheQueue)
+TEST_F(EndOrder, ListenersGoFirstThenWindowsThenTheQueue)
 {
     bool isTableDeleted = false;
     bool isEventDeleted = false;
@@ -177,7 +177,7 @@ TEST_F(End, ListenersGoFirstThenWindowsThenTheQueue)
     EXPECT_EQ(ConfigurationManager::instance, nullptr);
 }
 
-TEST_F(End, NothingStartsWhileThePlatformStops)
+TEST_F(EndOrder, NothingStartsWhileThePlatformStops)
 {
     for (const char* const hook : {"hbbtv_ait_stop", "dsmcc_stop"}) {
         platform().whileIn[hook] = [] {

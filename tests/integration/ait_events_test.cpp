@@ -384,12 +384,14 @@ TEST_F(MeetingTables, TheOneThatAListenerLetsInStays)
 {
     listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [this](auto*) { sendNewer(); };
     expectNewerAfter({"AIT broadcast [1.1]"});
+    EXPECT_EQ(log().count("DEBUG AIT: --- Done ---"), 1) << "the platform heard of one table only";
 }
 
 TEST_F(MeetingTables, TheOneThatThePlatformLetsInStays)
 {
     platform().whileIn["hbbtv_ait_completed"] = [this] { sendNewer(); };
     expectNewerAfter({"AIT broadcast [1.1]", "hbbtv_ait_completed(1)"});
+    EXPECT_EQ(log().count("DEBUG AIT: --- Done ---"), 2) << "it was complete all the same";
 }
 
 // The application is still being made then and belongs to nobody else: it must not be forgotten.

@@ -104,7 +104,7 @@ const EventCase eventCases[] = {
     {"HighestType", INT_MAX, unknownWindow, {}, {}, {}},
 };
 
-class EveryEvent : public LibraryTest, public ::testing::WithParamInterface<EventCase> {
+class EveryExternalEvent : public LibraryTest, public ::testing::WithParamInterface<EventCase> {
 protected:
     void sendCase(HBBTV_EventData* data)
     {
@@ -112,7 +112,7 @@ protected:
     }
 };
 
-TEST_P(EveryEvent, FreesItsRecordWhenItRuns)
+TEST_P(EveryExternalEvent, FreesItsRecordWhenItRuns)
 {
     sendCase(GetParam().makeRecord());
     EXPECT_GT(outstandingBlocks(), 0u);
@@ -122,7 +122,7 @@ TEST_P(EveryEvent, FreesItsRecordWhenItRuns)
     EXPECT_EQ(log().leveledLines(), GetParam().log);
 }
 
-TEST_P(EveryEvent, FreesItsRecordWhenItIsDeletedUnexecuted)
+TEST_P(EveryExternalEvent, FreesItsRecordWhenItIsDeletedUnexecuted)
 {
     sendCase(GetParam().makeRecord());
     shutdown();
@@ -130,7 +130,7 @@ TEST_P(EveryEvent, FreesItsRecordWhenItIsDeletedUnexecuted)
     EXPECT_EQ(journal(), Lines({"hbbtv_ait_stop()", "dsmcc_stop()"}));
 }
 
-TEST_P(EveryEvent, FreesItsRecordWhenThereAreNoWindowsAndNoListeners)
+TEST_P(EveryExternalEvent, FreesItsRecordWhenThereAreNoWindowsAndNoListeners)
 {
     vesta_hbbtv_release_window(window());
     NotificationManager::getInstance()->shutdown();
@@ -139,7 +139,7 @@ TEST_P(EveryEvent, FreesItsRecordWhenThereAreNoWindowsAndNoListeners)
     EXPECT_EQ(outstandingBlocks(), 0u);
 }
 
-TEST_P(EveryEvent, LeavesTheRecordToTheSenderWithoutAQueue)
+TEST_P(EveryExternalEvent, LeavesTheRecordToTheSenderWithoutAQueue)
 {
     shutdown();
     HBBTV_EventData* const record = windowRecord(nullptr);
@@ -149,7 +149,7 @@ TEST_P(EveryEvent, LeavesTheRecordToTheSenderWithoutAQueue)
     std::free(record);
 }
 
-TEST_P(EveryEvent, WithoutARecordIsAcceptedAndRuns)
+TEST_P(EveryExternalEvent, WithoutARecordIsAcceptedAndRuns)
 {
     sendCase(nullptr);
     EXPECT_EQ(tickAll(), 1);
@@ -158,7 +158,7 @@ TEST_P(EveryEvent, WithoutARecordIsAcceptedAndRuns)
     EXPECT_EQ(log().leveledLines(), GetParam().logWithoutData);
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, EveryEvent, ::testing::ValuesIn(eventCases),
+INSTANTIATE_TEST_SUITE_P(Types, EveryExternalEvent, ::testing::ValuesIn(eventCases),
                          [](const auto& suite) { return suite.param.name; });
 
 class ExternalEvents : public LibraryTest {

@@ -28,6 +28,12 @@ protected:
             httpApplication(1, static_cast<uint16_t>(version + 1), pageOf(version)));
     }
 
+    static void tickIn(uint8_t version)
+    {
+        sendAIT(tableOf(version));
+        tickAll();
+    }
+
     /// Does something in the first of these notifications only.
     static void once(HBBTV_NotificationType type, const std::function<void()>& action)
     {
@@ -49,19 +55,14 @@ protected:
 
 TEST_F(NewestTable, IsTheOneThatAListenerOfTheFormerOnesAnnouncementTicksIn)
 {
-    once(HBBTV_NOTIFICATION_AIT_UPDATE, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
-    sendAIT(tableOf(1));
-    tickAll();
+    once(HBBTV_NOTIFICATION_AIT_UPDATE, [] { tickIn(2); });
+    tickIn(1);
     expectInForce(2);
     const Lines lines = journal();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "hbbtv_ait_completed(1)"), 0);
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "hbbtv_ait_completed(2)"), 1);
 
-    sendAIT(tableOf(1));  // a newer version of the first content is one of its own
-    tickAll();
+    tickIn(1);  // a newer version of the first content is one of its own
     expectInForce(1);
 }
 
@@ -71,22 +72,16 @@ TEST_F(NewestTable, IsNotPutBackWhereThePlatformTicksItInAtTheEndOfTheFormerOne)
     platform().whileIn["hbbtv_ait_completed"] = [&done] {
         if (std::exchange(done, true))
             return;
-        sendAIT(tableOf(2));
-        tickAll();
+        tickIn(2);
     };
-    sendAIT(tableOf(1));
-    tickAll();
+    tickIn(1);
     expectInForce(2);
 }
 
 TEST_F(NewestTable, StartsItsApplicationWhereTheFormerOnesWasAskedFor)
 {
-    once(HBBTV_NOTIFICATION_START_APPLICATION, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
-    sendAIT(tableOf(1));
-    tickAll();
+    once(HBBTV_NOTIFICATION_START_APPLICATION, [] { tickIn(2); });
+    tickIn(1);
     expectInForce(2);
     EXPECT_EQ(log().count("WARN Window: Pending application added when pending already existed."),
               0);
@@ -99,33 +94,24 @@ TEST_F(NewestTable, IsNotDisturbedByTheAnswerToTheFormerOnesQuestion)
         listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [&](auto* data) {
             if (std::exchange(asked, true))
                 return;
-            sendAIT(tableOf(static_cast<uint8_t>(2 * blocking)));
-            tickAll();
+            tickIn(static_cast<uint8_t>(2 * blocking));
             data->application.action = static_cast<HBBTV_ApplicationActionType>(blocking);
         };
-        sendAIT(tableOf(static_cast<uint8_t>(2 * blocking - 1)));
-        tickAll();
+        tickIn(static_cast<uint8_t>(2 * blocking - 1));
         expectInForce(static_cast<uint8_t>(2 * blocking));
     }
 }
 
 TEST_F(NewestTable, StartsItsApplicationWhereTheFormerOnesIsMade)
 {
-    once(HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
-    sendAIT(tableOf(1));
-    tickAll();
+    once(HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE, [] { tickIn(2); });
+    tickIn(1);
     expectInForce(2);
 }
 
 TEST_F(NewestTable, EndsTheWalkThroughTheFormerOnesApplications)
 {
-    once(HBBTV_NOTIFICATION_REJECT_APPLICATION, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
+    once(HBBTV_NOTIFICATION_REJECT_APPLICATION, [] { tickIn(2); });
     sendAIT(AITSection()
                 .version(1)
                 .add(httpApplication(1, 1).profiles({{0, 9, 9, 9}}))
@@ -141,10 +127,7 @@ TEST_F(NewestTable, EndsTheWalkThroughTheFormerOnesApplications)
 
 TEST_F(NewestTable, EndsTheWalkAfterALowerApplicationToo)
 {
-    once(HBBTV_NOTIFICATION_START_APPLICATION, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
+    once(HBBTV_NOTIFICATION_START_APPLICATION, [] { tickIn(2); });
     sendAIT(AITSection()
                 .version(1)
                 .add(httpApplication(1, 1).profiles({{0, 9, 9, 9}}))
@@ -175,18 +158,14 @@ TEST_F(NewestTable, MayBeOneThatTheIntegrationBuilt)
         sendXMLAIT({httpApplication(5, 6, "xml")});
         tickAll();
     });
-    sendAIT(tableOf(1));
-    tickAll();
+    tickIn(1);
     EXPECT_TRUE(window()->getAIT()->isXMLBased());
     EXPECT_EQ(runningURL(), "http://a.example/xml");
 }
 
 TEST_F(NewestTable, IsNotReplacedByOneThatTheIntegrationBuiltBefore)
 {
-    once(HBBTV_NOTIFICATION_AIT_UPDATE, [] {
-        sendAIT(tableOf(2));
-        tickAll();
-    });
+    once(HBBTV_NOTIFICATION_AIT_UPDATE, [] { tickIn(2); });
     sendXMLAIT({httpApplication(5, 6, "xml")});
     tickAll();
     expectInForce(2);
@@ -198,12 +177,10 @@ TEST_F(NewestTable, IsNotPutInForceWhereTheChannelIsChangedWhileItIsAnnounced)
         send(E_CHANNEL_CHANGE);
         tickAll();
     });
-    sendAIT(tableOf(1));
-    tickAll();
+    tickIn(1);
     EXPECT_EQ(window()->getAIT(), nullptr);
     EXPECT_EQ(running(), nullptr);
-    sendAIT(tableOf(1));
-    tickAll();
+    tickIn(1);
     expectInForce(1);
 }
 
@@ -244,8 +221,7 @@ TEST_F(NewestTable, ComesInForceAlsoWhereTheFormerOneIsActivatedAgainWhileItIsAn
     tickAll();
     ASSERT_TRUE(window()->getAIT()->isXMLBased());
     once(HBBTV_NOTIFICATION_AIT_UPDATE, [this] { window()->scheduleReactivateAIT(true); });
-    sendAIT(tableOf(1));
-    tickAll();
+    tickIn(1);
     EXPECT_EQ(window()->getAIT()->getVersion(), 1);
 }
 
@@ -261,10 +237,8 @@ TEST_F(NewestTable, MayComeTwiceWhileTheBrowserIsAskedForThePageOfAnXMLStart)
     browser().whileIn["ve_get_loading_url"] = [&] {
         if (!std::exchange(isFirst, false))
             return;
-        for (const unsigned version : {2u, 3u, 4u}) {
-            sendAIT(tableOf(static_cast<uint8_t>(version)));
-            tickAll();
-        }
+        for (const unsigned version : {2u, 3u, 4u})
+            tickIn(static_cast<uint8_t>(version));
     };
     window()->activateAIT();
     tickAll();
@@ -289,8 +263,7 @@ protected:
         if (depth_ == deepest)
             return;
         ++depth_;
-        sendAIT(tableOf(static_cast<uint8_t>(depth_)));
-        tickAll();
+        tickIn(static_cast<uint8_t>(depth_));
     }
 
     int depth_ = 0;

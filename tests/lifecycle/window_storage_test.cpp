@@ -16,7 +16,7 @@ using namespace vesta::test;
 
 namespace {
 
-class StaleWindows : public LibraryTest {
+class WindowStorageTest : public LibraryTest {
 protected:
     static void* releasedWindow()
     {
@@ -35,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(StaleWindows, AreNotTheirSuccessors)
+TEST_F(WindowStorageTest, AreNotTheirSuccessors)
 {
     void* const stale = releasedWindow();
     for (unsigned windows = 0; windows < WindowStorage::resting; ++windows)
@@ -45,7 +45,7 @@ TEST_F(StaleWindows, AreNotTheirSuccessors)
     EXPECT_FALSE(vesta_hbbtv_is_within_boundaries(stale, "http://a.example/"));
 }
 
-TEST_F(StaleWindows, AreNotTheirSuccessorsWhileAnEventNamesThem)
+TEST_F(WindowStorageTest, AreNotTheirSuccessorsWhileAnEventNamesThem)
 {
     const std::function<HBBTV_EventData*(void*)> records[] = {
         [](void* window) { return startRecord(window, 1, 2); },
@@ -64,14 +64,14 @@ TEST_F(StaleWindows, AreNotTheirSuccessorsWhileAnEventNamesThem)
     EXPECT_EQ(journal(), Lines());
 }
 
-TEST_F(StaleWindows, DoNotRestForEver)
+TEST_F(WindowStorageTest, DoNotRestForEver)
 {
     send(E_TERMINATE_APPLICATION, windowRecord(nullptr));  // names none
     addressesOf(20 * WindowStorage::resting);
     EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting);
 }
 
-TEST_F(StaleWindows, AllRestWhileEventsNameSome)
+TEST_F(WindowStorageTest, AllRestWhileEventsNameSome)
 {
     addressesOf(WindowStorage::resting);
     send(E_TERMINATE_APPLICATION, windowRecord(window()));
@@ -83,7 +83,7 @@ TEST_F(StaleWindows, AllRestWhileEventsNameSome)
     EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting);
 }
 
-TEST_F(StaleWindows, ExistNoMore)
+TEST_F(WindowStorageTest, ExistNoMore)
 {
     void* const stale = releasedWindow();
     EXPECT_FALSE(Window::exists(stale));
@@ -101,7 +101,7 @@ TEST_F(StaleWindows, ExistNoMore)
     EXPECT_TRUE(Window::exists(window()));
 }
 
-TEST_F(StaleWindows, MayBeNamedFromAnyThread)
+TEST_F(WindowStorageTest, MayBeNamedFromAnyThread)
 {
     std::thread middleware([this] {
         for (int events = 0; events < 200; ++events)

@@ -40,7 +40,7 @@ void PrintTo(const Recording& recording, std::ostream* out)
 }
 
 // Plays a recording and compares what the receiver makes of it with the description beside it.
-class RealStream : public ::testing::TestWithParam<Recording> {
+class RealStreams : public ::testing::TestWithParam<Recording> {
 protected:
     void SetUp() override
     {
@@ -98,7 +98,7 @@ protected:
     TransportStream stream_{heard_};
 };
 
-void RealStream::expectSections(const char* table, uint8_t tableId)
+void RealStreams::expectSections(const char* table, uint8_t tableId)
 {
     std::map<uint16_t, size_t> next;
     for (const json& description : describedSections(table)) {
@@ -122,7 +122,7 @@ void RealStream::expectSections(const char* table, uint8_t tableId)
         EXPECT_EQ(received(pid, tableId).size(), count) << table << " on PID " << pid;
 }
 
-TEST_P(RealStream, EveryPacketAndServiceIsFound)
+TEST_P(RealStreams, EveryPacketAndServiceIsFound)
 {
     play();
     EXPECT_EQ(stream_.statistics().packets, expected_["packets"].get<uint64_t>());
@@ -143,7 +143,7 @@ TEST_P(RealStream, EveryPacketAndServiceIsFound)
     EXPECT_EQ(networks, expected_["sdt_original_network_ids"].get<std::set<unsigned>>());
 }
 
-TEST_P(RealStream, EverySectionOfPmtAndAitArrivesAsOftenAsBroadcast)
+TEST_P(RealStreams, EverySectionOfPmtAndAitArrivesAsOftenAsBroadcast)
 {
     for (const char* table : {"pmt", "ait"})
         for (const json& pid : expected_[table])
@@ -153,7 +153,7 @@ TEST_P(RealStream, EverySectionOfPmtAndAitArrivesAsOftenAsBroadcast)
     expectSections("ait", aitTable);
 }
 
-TEST_P(RealStream, PmtsLeadToTheStreamsOfApplicationInformation)
+TEST_P(RealStreams, PmtsLeadToTheStreamsOfApplicationInformation)
 {
     play();
     std::set<unsigned> listed, found;
@@ -195,7 +195,7 @@ size_t completeModules(const json& carousel)
     return count;
 }
 
-TEST_P(RealStream, CarouselsHoldTheFilesWithTheirHashes)
+TEST_P(RealStreams, CarouselsHoldTheFilesWithTheirHashes)
 {
     for (const json& carousel : expected_["carousels"])
         stream_.subscribe(carousel["pid"]);
@@ -221,7 +221,7 @@ TEST_P(RealStream, CarouselsHoldTheFilesWithTheirHashes)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Streams, RealStream,
+INSTANTIATE_TEST_SUITE_P(Streams, RealStreams,
                          ::testing::Values(Recording{"station", VESTA_SAMPLES},
                                            Recording{"real-1-three-aits", VESTA_SHARED_DATA "/ts"},
                                            Recording{"real-2-two-types", VESTA_SHARED_DATA "/ts"},

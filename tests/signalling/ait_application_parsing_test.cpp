@@ -3,11 +3,11 @@
 #include <optional>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "signalling/ait.h"
 #include "signalling/ait_application.h"
 #include "tests/signalling/parsed_sections.h"
+#include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -16,44 +16,34 @@ using testing::ElementsAre;
 
 namespace {
 
-std::vector<int> labels(const AITApplication& application)
+/// A line for each.
+std::string transports(const AITApplication& application)
 {
-    std::vector<int> result;
+    std::string lines;
     for (const auto& transport : application.getTransports())
-        result.push_back(transport->getLabel());
-    return result;
-}
-
-/// "onid.tsid.sid" of an application's transport.
-std::string service(const AITApplication& application, size_t index)
-{
-    const AITApplicationTransport& transport = *application.getTransports()[index];
-    return std::to_string(transport.getOriginalNetworkId()) + "." +
-           std::to_string(transport.getTransportStreamId()) + "." +
-           std::to_string(transport.getServiceId());
+        lines += print(*transport) + "\n";
+    return lines;
 }
 
 }  // namespace
 
-TEST(AITApplication, RefusesNull)
+TEST(AITApplicationParsing, RefusesNull)
 {
     AITApplication application(nullptr);
     const unsigned char* const none = nullptr;
     EXPECT_FALSE(application.parse(none));
 }
 
-TEST(AITApplication, ReadsTheHeaderOfItsEntry)
+TEST(AITApplicationParsing, ReadsTheHeaderOfItsEntry)
 {
     Parsed application(AITEntry(0x89ABCDEF, 0xFEDC, 0xFF).withoutApplicationDescriptor());
     ASSERT_TRUE(application.accepted());
-    EXPECT_EQ(application->getOrganisationId(), 0x89ABCDEFU);
-    EXPECT_EQ(application->getApplicationId(), 0xFEDC);
-    EXPECT_EQ(application->getControlCode(), 0xFF);
+    EXPECT_EQ(print(*application), "2309737967.65244 code 255 usage 0 '' at ''");
     EXPECT_TRUE(application->isSignalledWith(static_cast<AITApplication::ControlCode>(0xFF)));
     EXPECT_FALSE(application->isSignalledWith(AITApplication::AUTOSTART));
 }
 
-TEST(AITApplication, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
+TEST(AITApplicationParsing, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
 {
     const std::tuple<const char*, Bytes, bool> cases[] = {
         {"nothing", {}, true},
@@ -73,7 +63,7 @@ TEST(AITApplication, FailsOnADescriptorThatHasNoPayloadOrLeavesTheLoop)
         EXPECT_EQ(Parsed(plainEntry().raw(loop)).accepted(), accepted) << why;
 }
 
-TEST(AITApplication, ReadsNothingBehindItsOwnLoop)
+TEST(AITApplicationParsing, ReadsNothingBehindItsOwnLoop)
 {
     // Whatever the tag, a descriptor that the loop cuts is refused before a byte of it is read.
     for (unsigned tag = 0; tag <= 0xFF; ++tag) {
@@ -82,7 +72,7 @@ TEST(AITApplication, ReadsNothingBehindItsOwnLoop)
     }
 }
 
-TEST(AITApplication, SkipsDescriptorsThatItDoesNotKnow)
+TEST(AITApplicationParsing, SkipsDescriptorsThatItDoesNotKnow)
 {
     AITEntry entry = plainEntry();
     for (unsigned tag = 0x03; tag <= 0xFF; ++tag)
@@ -94,14 +84,14 @@ TEST(AITApplication, SkipsDescriptorsThatItDoesNotKnow)
     EXPECT_EQ(application->getApplicationLocation(), "");
 }
 
-TEST(AITApplication, ConcatenatesTheNamesOfSeveralDescriptors)
+TEST(AITApplicationParsing, ConcatenatesTheNamesOfSeveralDescriptors)
 {
     Parsed application(plainEntry().name("ab").name("cd"));
     ASSERT_TRUE(application.accepted());
     EXPECT_EQ(application->getApplicationName(), "abcd");
 }
 
-TEST(AITApplication, ReadsTheFirstLanguageOfANameAsItStands)
+TEST(AITApplicationParsing, ReadsTheFirstLanguageOfANameAsItStands)
 {
     const Bytes twoLanguages = {0x01, 12,   'e', 'n', 'g', 3, 0x15,
                                 0xC3, 0xA9, 'f', 'r', 'a', 1, 'x'};
@@ -110,7 +100,7 @@ TEST(AITApplication, ReadsTheFirstLanguageOfANameAsItStands)
     EXPECT_EQ(application->getApplicationName(), "\x15\xC3\xA9");
 }
 
-TEST(AITApplication, BoundsANameByItsLoop)
+TEST(AITApplicationParsing, BoundsANameByItsLoop)
 {
     const std::tuple<const char*, Bytes, std::optional<std::string>> cases[] = {
         {"empty", {0x01, 4, 'e', 'n', 'g', 0}, ""},
@@ -137,14 +127,14 @@ TEST(AITApplication, BoundsANameByItsLoop)
     }
 }
 
-TEST(AITApplication, ConcatenatesLocations)
+TEST(AITApplicationParsing, ConcatenatesLocations)
 {
     Parsed application(plainEntry().location("a/").location("b?c#d"));
     ASSERT_TRUE(application.accepted());
     EXPECT_EQ(application->getApplicationLocation(), "a/b?c#d");
 }
 
-TEST(AITApplication, TakesTheLastUsageType)
+TEST(AITApplicationParsing, TakesTheLastUsageType)
 {
     Parsed application(plainEntry().usage(1).usage(0xFE));
     EXPECT_EQ(application->getUsageType(), 0xFE);
@@ -152,7 +142,7 @@ TEST(AITApplication, TakesTheLastUsageType)
     EXPECT_EQ(Parsed(plainEntry().raw({0x16, 3, 2, 9, 9}))->getUsageType(), 2);
 }
 
-TEST(AITApplication, TakesItsBoundaryFromAllDescriptors)
+TEST(AITApplicationParsing, TakesItsBoundaryFromAllDescriptors)
 {
     Parsed application(plainEntry()
                            .boundary({"http://a.example/x", "dvb://1.2.3"})
@@ -163,7 +153,7 @@ TEST(AITApplication, TakesItsBoundaryFromAllDescriptors)
                 ElementsAre("http://a.example", "dvb://1.2.3", "https://a.example"));
 }
 
-TEST(AITApplication, BoundsABoundaryByTheEntryIfThereIsNoMore)
+TEST(AITApplicationParsing, BoundsABoundaryByTheEntryIfThereIsNoMore)
 {
     // The last extension may end on the byte behind the descriptor. Alone, there is no such byte.
     const Bytes extensionOverByOne = {0x17, 4, 1, 3, 'a', 'b'};
@@ -176,26 +166,24 @@ TEST(AITApplication, BoundsABoundaryByTheEntryIfThereIsNoMore)
     EXPECT_THAT(followed->getApplicationDomain()->getEntries(), ElementsAre("abc"));
 }
 
-TEST(AITApplication, KeepsTheFirstApplicationDescriptor)
+TEST(AITApplicationParsing, KeepsTheFirstApplicationDescriptor)
 {
     Parsed application(plainEntry().raw(applicationDescriptor({{}, {}, 7, 1, true}) +
                                         applicationDescriptor({{}, {3}, 9, 2, false})));
     ASSERT_TRUE(application.accepted());
+    EXPECT_EQ(print(*application),
+              "10.1 code 1 usage 0 '' at ''\nbound visibility 1 priority 7 labels");
     EXPECT_EQ(application->getApplicationPriority(), 7);
-    EXPECT_EQ(application->getApplicationDescriptor()->getVisibility(), 1);
-    EXPECT_TRUE(application->getApplicationDescriptor()->isServiceBound());
-    EXPECT_TRUE(application->getApplicationDescriptor()->getTransportProtocolLabels().empty());
 }
 
-TEST(AITApplication, KeepsTheFirstRecordingDescriptor)
+TEST(AITApplicationParsing, KeepsTheFirstRecordingDescriptor)
 {
     Parsed application(plainEntry().recording(0x80, {}, {}).recording(0x40, {}, {}));
     ASSERT_TRUE(application.accepted());
-    EXPECT_TRUE(application->getApplicationRecordingDescriptor()->isScheduledRecording());
-    EXPECT_FALSE(application->getApplicationRecordingDescriptor()->isTrickModeAware());
+    EXPECT_EQ(print(*application), "10.1 code 1 usage 0 '' at ''\nrecording S");
 }
 
-TEST(AITApplication, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
+TEST(AITApplicationParsing, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
 {
     AIT table(0x22, 0x7, 0x1, nullptr);
     const Bytes common = carouselTransport(1, 0x10) + httpTransport(2, "http://common/");
@@ -203,12 +191,13 @@ TEST(AITApplication, PrefersItsOwnTransportsAndLooksUpTheOthersInTheTable)
                                                  static_cast<unsigned short>(common.size())));
     Parsed application(AITEntry(10, 1).labels({2, 1}).raw(httpTransport(2, "http://own/")), &table);
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(2, 1));
-    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://own/");
+    EXPECT_EQ(transports(*application), "2: protocol 3 of 34.7.1 tag 0 at http://own/\n"
+                                        "1: protocol 1 of 34.7.1 tag 16 at \n");
+    ASSERT_EQ(application->getNumTransports(), 2U);
     EXPECT_EQ(application->getTransports()[1].get(), table.getCommonTransport(1));
 }
 
-TEST(AITApplication, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
+TEST(AITApplicationParsing, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
 {
     AIT table(1, 2, 3, nullptr);
     const Bytes common = carouselTransport(1, 0x10) + carouselTransport(2, 0x20);
@@ -220,22 +209,26 @@ TEST(AITApplication, ListedTwiceTakesItsOwnTransportOnceAndACommonOneTwice)
                            .raw(httpTransport(2, "http://own2/")),
                        &table);
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(1, 5, 2, 1, 2, 2));
+    EXPECT_EQ(transports(*application), "1: protocol 1 of 1.2.3 tag 16 at \n"
+                                        "5: protocol 3 of 1.2.3 tag 0 at http://own5/\n"
+                                        "2: protocol 3 of 1.2.3 tag 0 at http://own2/\n"
+                                        "1: protocol 1 of 1.2.3 tag 16 at \n"
+                                        "2: protocol 1 of 1.2.3 tag 32 at \n"
+                                        "2: protocol 1 of 1.2.3 tag 32 at \n");
+    ASSERT_EQ(application->getNumTransports(), 6U);
     EXPECT_EQ(application->getTransports()[0], application->getTransports()[3]);
-    EXPECT_EQ(application->getTransports()[2]->getURLBase(), "http://own2/");
     EXPECT_EQ(application->getTransports()[4].get(), table.getCommonTransport(2));
     EXPECT_EQ(application->getTransports()[5].get(), table.getCommonTransport(2));
 }
 
-TEST(AITApplication, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
+TEST(AITApplicationParsing, KeepsTheFirstOfTwoOwnTransportsOfOneLabel)
 {
     Parsed application(AITEntry(10, 1).http(4, "http://first/").http(4, "http://second/"));
     ASSERT_TRUE(application.accepted());
-    ASSERT_EQ(application->getNumTransports(), 1U);
-    EXPECT_EQ(application->getTransports()[0]->getURLBase(), "http://first/");
+    EXPECT_EQ(transports(*application), "4: protocol 3 of 0.0.0 tag 0 at http://first/\n");
 }
 
-TEST(AITApplication, ParsedOnceMoreHasTheTransportsOfTheLastTime)
+TEST(AITApplicationParsing, ParsedOnceMoreHasTheTransportsOfTheLastTime)
 {
     AITApplication application(nullptr);
     const auto entry = AITEntry(10, 1)
@@ -245,13 +238,12 @@ TEST(AITApplication, ParsedOnceMoreHasTheTransportsOfTheLastTime)
                            .exactBlock();
     for (int time = 0; time < 2; ++time) {
         ASSERT_TRUE(application.parse(entry.get()));
-        ASSERT_EQ(application.getNumTransports(), 2U);
-        EXPECT_EQ(application.getTransports()[0]->getLabel(), 2);
-        EXPECT_EQ(application.getTransports()[1]->getLabel(), 1);
+        EXPECT_EQ(transports(application), "2: protocol 3 of 0.0.0 tag 0 at http://b.example/\n"
+                                           "1: protocol 3 of 0.0.0 tag 0 at http://a.example/\n");
     }
 }
 
-TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
+TEST(AITApplicationParsing, HasNoTransportsWithoutAnApplicationDescriptor)
 {
     Parsed application(plainEntry().http(1, "http://a.example/"));
     ASSERT_TRUE(application.accepted());
@@ -259,7 +251,7 @@ TEST(AITApplication, HasNoTransportsWithoutAnApplicationDescriptor)
     EXPECT_EQ(application->getFirstAvailableTransport(true), nullptr);
 }
 
-TEST(AITApplication, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
+TEST(AITApplicationParsing, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
 {
     AIT table(11, 22, 33, nullptr);
     Parsed application(AITEntry(10, 1)
@@ -270,16 +262,15 @@ TEST(AITApplication, GivesTheServiceOfItsTableToLocalAndHTTPTransports)
                            .raw(otherTransport(4, 2)),
                        &table);
     ASSERT_TRUE(application.accepted());
-    EXPECT_EQ(service(*application, 0), "11.22.33");
-    EXPECT_EQ(service(*application, 1), "11.22.33");
-    EXPECT_EQ(service(*application, 2), "4.5.6");
-    EXPECT_EQ(service(*application, 3), "0.0.0");
+    EXPECT_EQ(transports(*application), "1: protocol 3 of 11.22.33 tag 0 at http://a.example/\n"
+                                        "2: protocol 1 of 11.22.33 tag 9 at \n"
+                                        "3: protocol 1 of 4.5.6 remote tag 7 at \n"
+                                        "4: protocol 0 of 0.0.0 tag 0 at \n");
 }
 
-TEST(AITApplication, WithoutATableLeavesItsTransportsWithoutService)
+TEST(AITApplicationParsing, WithoutATableLeavesItsTransportsWithoutService)
 {
     Parsed application(AITEntry(10, 1).http(1, "http://a.example/").carousel(2, 9).labels({2, 7}));
     ASSERT_TRUE(application.accepted());
-    ASSERT_THAT(labels(*application), ElementsAre(2));
-    EXPECT_EQ(service(*application, 0), "0.0.0");
+    EXPECT_EQ(transports(*application), "2: protocol 1 of 0.0.0 tag 9 at \n");
 }

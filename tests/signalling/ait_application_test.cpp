@@ -9,6 +9,7 @@
 #include "signalling/ait_application.h"
 #include "tests/signalling/parsed_sections.h"
 #include "tests/support/captured_log.h"
+#include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -21,17 +22,9 @@ TEST(AITApplication, IsEmptyWhenNew)
     const AITApplication application(&table);
     EXPECT_EQ(application.getAIT(), &table);
     EXPECT_EQ(application.getChannelHandle(), &channel);
-    EXPECT_EQ(application.getApplicationName(), "");
-    EXPECT_EQ(application.getApplicationLocation(), "");
-    EXPECT_EQ(application.getControlCode(), 0);
-    EXPECT_EQ(application.getUsageType(), 0);
-    EXPECT_EQ(application.getOrganisationId(), 0U);
-    EXPECT_EQ(application.getApplicationId(), 0);
+    EXPECT_EQ(print(application), "0.0 code 0 usage 0 '' at ''");
     EXPECT_EQ(application.getApplicationPriority(), 0);
-    EXPECT_EQ(application.getApplicationDescriptor(), nullptr);
-    EXPECT_EQ(application.getApplicationRecordingDescriptor(), nullptr);
     EXPECT_EQ(application.getNumTransports(), 0U);
-    EXPECT_TRUE(application.getApplicationDomain()->getEntries().empty());
     EXPECT_FALSE(application.isInSignedRange());
     EXPECT_EQ(AITApplication(nullptr).getChannelHandle(), nullptr);
 }

@@ -13,7 +13,7 @@ using namespace vesta::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(AIT, RejectsNullAndOtherTables)
+TEST(AITParsing, RejectsNullAndOtherTables)
 {
     Table table;
     EXPECT_FALSE(table.parse(nullptr));
@@ -23,21 +23,21 @@ TEST(AIT, RejectsNullAndOtherTables)
     EXPECT_TRUE(parse(table, AITSection()));
 }
 
-TEST(AIT, AcceptsAnyApplicationTypeAndNextSections)
+TEST(AITParsing, AcceptsAnyApplicationTypeAndNextSections)
 {
     for (const unsigned type : {0x0000U, 0x0001U, 0x0010U, 0x7FFFU, 0x8010U, 0xFFFFU})
         EXPECT_TRUE(Table(AITSection().applicationType(static_cast<uint16_t>(type))).accepted);
     EXPECT_TRUE(Table(AITSection().currentNext(false)).accepted);
 }
 
-TEST(AIT, TakesItsVersionFromTheFirstSection)
+TEST(AITParsing, TakesItsVersionFromTheFirstSection)
 {
     EXPECT_EQ(Table(AITSection().version(31)).getVersion(), 31);
     EXPECT_EQ(Table(AITSection().version(0)).getVersion(), 0);
     EXPECT_EQ(Table(AITSection().version(21).currentNext(false)).getVersion(), 21);
 }
 
-TEST(AIT, RejectsASectionOfAnotherVersionWithoutRecordingIt)
+TEST(AITParsing, RejectsASectionOfAnotherVersionWithoutRecordingIt)
 {
     Table table;
     ASSERT_TRUE(parse(table, AITSection().version(3).number(0, 1)));
@@ -50,7 +50,7 @@ TEST(AIT, RejectsASectionOfAnotherVersionWithoutRecordingIt)
     EXPECT_TRUE(table.isComplete());
 }
 
-TEST(AIT, IsCompleteAfterItsOnlySectionAndTakesNoMore)
+TEST(AITParsing, IsCompleteAfterItsOnlySectionAndTakesNoMore)
 {
     Table table;
     const AITSection only = AITSection().add(AITEntry(10, 1));
@@ -61,7 +61,7 @@ TEST(AIT, IsCompleteAfterItsOnlySectionAndTakesNoMore)
     EXPECT_THAT(ids(table), ElementsAre(1));
 }
 
-TEST(AIT, AcceptsARepeatedSectionWithoutReadingItWhileOthersAreMissing)
+TEST(AITParsing, AcceptsARepeatedSectionWithoutReadingItWhileOthersAreMissing)
 {
     Table table;
     ASSERT_TRUE(parse(table, AITSection().number(1, 2).add(AITEntry(10, 1))));
@@ -71,7 +71,7 @@ TEST(AIT, AcceptsARepeatedSectionWithoutReadingItWhileOthersAreMissing)
     EXPECT_FALSE(table.isComplete());
 }
 
-TEST(AIT, CollectsItsSectionsInAnyOrder)
+TEST(AITParsing, CollectsItsSectionsInAnyOrder)
 {
     Table table;
     for (const int number : {2, 0, 1}) {
@@ -84,7 +84,7 @@ TEST(AIT, CollectsItsSectionsInAnyOrder)
     EXPECT_THAT(ids(table), ElementsAre(2, 0, 1));
 }
 
-TEST(AIT, CountsItsSectionsAgainstTheLastNumberOfTheMostRecentOne)
+TEST(AITParsing, CountsItsSectionsAgainstTheLastNumberOfTheMostRecentOne)
 {
     Table table;
     EXPECT_TRUE(parse(table, AITSection().number(7, 3)));
@@ -93,7 +93,7 @@ TEST(AIT, CountsItsSectionsAgainstTheLastNumberOfTheMostRecentOne)
     EXPECT_TRUE(table.isComplete());
 }
 
-TEST(AIT, IsNotCompleteWithMoreSectionsThanTheMostRecentOneSaysThereAre)
+TEST(AITParsing, IsNotCompleteWithMoreSectionsThanTheMostRecentOneSaysThereAre)
 {
     Table table;
     EXPECT_TRUE(parse(table, AITSection().number(0, 5)));
@@ -103,7 +103,7 @@ TEST(AIT, IsNotCompleteWithMoreSectionsThanTheMostRecentOneSaysThereAre)
     EXPECT_TRUE(table.isComplete());
 }
 
-TEST(AIT, TakesAllSectionsThatThereCanBe)
+TEST(AITParsing, TakesAllSectionsThatThereCanBe)
 {
     Table table;
     for (unsigned number = 0; number <= 0xFF; ++number) {
@@ -113,7 +113,7 @@ TEST(AIT, TakesAllSectionsThatThereCanBe)
     EXPECT_TRUE(table.isComplete());
 }
 
-TEST(AIT, CountsAFailedSectionAsReceived)
+TEST(AITParsing, CountsAFailedSectionAsReceived)
 {
     Table table(AITSection().add(AITEntry(10, 1)).add(AITEntry(10, 2).raw({0x80, 0})));
     EXPECT_FALSE(table.accepted);
@@ -122,14 +122,14 @@ TEST(AIT, CountsAFailedSectionAsReceived)
     EXPECT_FALSE(parse(table, AITSection().add(AITEntry(10, 3))));
 }
 
-TEST(AIT, KeepsTheCommonTransportsOfAFailedSection)
+TEST(AITParsing, KeepsTheCommonTransportsOfAFailedSection)
 {
     Table table(AITSection().common(carouselTransport(5, 1) + Bytes{0x02, 9, 0}));
     EXPECT_FALSE(table.accepted);
     EXPECT_NE(table.getCommonTransport(5), nullptr);
 }
 
-TEST(AIT, RecordsNothingOfASectionTooShortForItsNumbers)
+TEST(AITParsing, RecordsNothingOfASectionTooShortForItsNumbers)
 {
     for (uint16_t length = 0; length < 5; ++length) {
         Table table(AITSection().version(9).sectionLength(length));
@@ -140,7 +140,7 @@ TEST(AIT, RecordsNothingOfASectionTooShortForItsNumbers)
     }
 }
 
-TEST(AIT, CountsASectionTooShortForItsLoopsAsReceived)
+TEST(AITParsing, CountsASectionTooShortForItsLoopsAsReceived)
 {
     for (uint16_t length = 5; length < 9; ++length) {
         Table table(AITSection().sectionLength(length));
@@ -150,7 +150,7 @@ TEST(AIT, CountsASectionTooShortForItsLoopsAsReceived)
     EXPECT_TRUE(Table(AITSection().sectionLength(9)).accepted);  // without a CRC
 }
 
-TEST(AIT, RejectsASectionWhoseInnerLengthsLeaveIt)
+TEST(AITParsing, RejectsASectionWhoseInnerLengthsLeaveIt)
 {
     const Bytes transport = carouselTransport(1, 2);  // seven bytes
     const AITEntry entry = AITEntry(10, 1).withoutApplicationDescriptor();
@@ -190,7 +190,7 @@ TEST(AIT, RejectsASectionWhoseInnerLengthsLeaveIt)
         EXPECT_EQ(Table(section).accepted, accepted) << why;
 }
 
-TEST(AIT, ReadsNothingBehindASectionCutAnywhere)
+TEST(AITParsing, ReadsNothingBehindASectionCutAnywhere)
 {
     const AITSection whole = AITSection()
                                  .common(carouselTransport(1, 2) + httpTransport(2, "http://c/"))
@@ -212,7 +212,7 @@ TEST(AIT, ReadsNothingBehindASectionCutAnywhere)
     }
 }
 
-TEST(AIT, AcceptsAnEntryThatLeavesItsLoopButNotTheSection)
+TEST(AITParsing, AcceptsAnEntryThatLeavesItsLoopButNotTheSection)
 {
     Table table(AITSection()
                     .add(AITEntry(10, 1).name("whole"))
@@ -223,7 +223,7 @@ TEST(AIT, AcceptsAnEntryThatLeavesItsLoopButNotTheSection)
     EXPECT_EQ(table.getAITApplication(0U)->getApplicationName(), "whole");
 }
 
-TEST(AIT, BoundsANameByItsLoopAlthoughTheSectionGoesOn)
+TEST(AITParsing, BoundsANameByItsLoopAlthoughTheSectionGoesOn)
 {
     // The name would end in the CRC, or in the entry behind.
     const AITEntry entry = plainEntry().raw({0x01, 6, 'e', 'n', 'g', 3, 'a', 'b'});
@@ -235,7 +235,7 @@ TEST(AIT, BoundsANameByItsLoopAlthoughTheSectionGoesOn)
     EXPECT_THAT(ids(followed), IsEmpty());
 }
 
-TEST(AIT, BoundsABoundaryDescriptorByTheSection)
+TEST(AITParsing, BoundsABoundaryDescriptorByTheSection)
 {
     // The extension ends on the byte behind its descriptor: here, on the last but three of the CRC.
     const AITSection section = AITSection().add(
@@ -253,7 +253,7 @@ TEST(AIT, BoundsABoundaryDescriptorByTheSection)
     EXPECT_THAT(withoutCRC.getAITApplication(0U)->getApplicationDomain()->getEntries(), IsEmpty());
 }
 
-TEST(AIT, FailsWithADescriptorWithoutPayloadInAnApplication)
+TEST(AITParsing, FailsWithADescriptorWithoutPayloadInAnApplication)
 {
     Table table(AITSection()
                     .add(AITEntry(10, 1))
@@ -263,7 +263,7 @@ TEST(AIT, FailsWithADescriptorWithoutPayloadInAnApplication)
     EXPECT_THAT(ids(table), ElementsAre(1));
 }
 
-TEST(AIT, KeepsOnlyTransportsOfTheCommonLoop)
+TEST(AITParsing, KeepsOnlyTransportsOfTheCommonLoop)
 {
     Table table(AITSection().common(nameDescriptor("n") + applicationDescriptor({}) +
                                     httpTransport(9, "http://c/") + Bytes{0x03, 1, 9, 0xFF, 0}));
@@ -273,7 +273,7 @@ TEST(AIT, KeepsOnlyTransportsOfTheCommonLoop)
     EXPECT_EQ(table.getCommonTransport(8), nullptr);
 }
 
-TEST(AIT, KeepsTheFirstCommonTransportOfALabel)
+TEST(AITParsing, KeepsTheFirstCommonTransportOfALabel)
 {
     Table table(AITSection().common(httpTransport(5, "http://first/") + carouselTransport(4, 1) +
                                     httpTransport(5, "http://second/")));
@@ -282,7 +282,7 @@ TEST(AIT, KeepsTheFirstCommonTransportOfALabel)
     EXPECT_NE(table.getCommonTransport(4), nullptr);
 }
 
-TEST(AIT, GivesItsServiceToEveryCommonTransportThatIsNotRemote)
+TEST(AITParsing, GivesItsServiceToEveryCommonTransportThatIsNotRemote)
 {
     Table table(AITSection().common(carouselTransport(1, 0x10) + httpTransport(2, "http://c/") +
                                     otherTransport(3, 2) +
@@ -298,7 +298,7 @@ TEST(AIT, GivesItsServiceToEveryCommonTransportThatIsNotRemote)
     EXPECT_EQ(table.getCommonTransport(4)->getURL(""), "dvb://8.9.a.b/");
 }
 
-TEST(AIT, ReadsACommonTransportWithoutPayloadAsAnEmptyOneOfLabelZero)
+TEST(AITParsing, ReadsACommonTransportWithoutPayloadAsAnEmptyOneOfLabelZero)
 {
     Table table(AITSection().common({0x02, 0}).add(AITEntry(10, 1).labels({0})));
     ASSERT_TRUE(table.accepted);
@@ -306,7 +306,7 @@ TEST(AIT, ReadsACommonTransportWithoutPayloadAsAnEmptyOneOfLabelZero)
     EXPECT_EQ(table.getAITApplication(0U)->getTransports()[0]->getProtocol(), 0);
 }
 
-TEST(AIT, SharesTheCommonTransportsOfEarlierSections)
+TEST(AITParsing, SharesTheCommonTransportsOfEarlierSections)
 {
     Table table;
     ASSERT_TRUE(parse(table, AITSection().number(0, 2).add(AITEntry(10, 1).labels({1}))));
@@ -317,7 +317,7 @@ TEST(AIT, SharesTheCommonTransportsOfEarlierSections)
               table.getCommonTransport(1));
 }
 
-TEST(AIT, ReleasesItsCommonTransportsButApplicationsKeepTheirs)
+TEST(AITParsing, ReleasesItsCommonTransportsButApplicationsKeepTheirs)
 {
     Table table(AITSection().common(carouselTransport(1, 2)).add(AITEntry(10, 1).labels({1})));
     table.clearCommonTransports();
@@ -326,7 +326,7 @@ TEST(AIT, ReleasesItsCommonTransportsButApplicationsKeepTheirs)
     EXPECT_EQ(table.getAITApplication(0U)->getTransports()[0]->getURL("x"), "dvb://22.7.1.2/x");
 }
 
-TEST(AIT, ReadsACommonLoopAlone)
+TEST(AITParsing, ReadsACommonLoopAlone)
 {
     Table table;
     const auto read = [&table](const Bytes& loop) {
@@ -341,7 +341,7 @@ TEST(AIT, ReadsACommonLoopAlone)
     EXPECT_NE(table.getCommonTransport(1), nullptr);
 }
 
-TEST(AIT, LogsNothingAboutAFaultySection)
+TEST(AITParsing, LogsNothingAboutAFaultySection)
 {
     const CapturedLog log;
     EXPECT_FALSE(Table(AITSection().commonLength(0x0FFF)).accepted);
@@ -349,7 +349,7 @@ TEST(AIT, LogsNothingAboutAFaultySection)
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST(AIT, ADescriptorOfAnotherKindIsNoCommonTransport)
+TEST(AITParsing, ADescriptorOfAnotherKindIsNoCommonTransport)
 {
     Bytes other = httpTransport(7, "http://a/");
     other[0] = 0x80;
@@ -358,7 +358,7 @@ TEST(AIT, ADescriptorOfAnotherKindIsNoCommonTransport)
     EXPECT_NE(table.getCommonTransport(8), nullptr);
 }
 
-TEST(AIT, NoBytesAreAnEmptyCommonLoopWhateverTheirLength)
+TEST(AITParsing, NoBytesAreAnEmptyCommonLoopWhateverTheirLength)
 {
     AIT table(1, 2, 3, nullptr);
     EXPECT_TRUE(table.parseCommonDescriptorsLoop(nullptr, 7));

@@ -8,6 +8,7 @@
 
 #include "signalling/ait_application.h"
 #include "signalling/application_descriptors.h"
+#include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -16,38 +17,14 @@ using testing::ElementsAre;
 
 namespace {
 
-/// "profile/major.minor.micro" of each profile, then flags and numbers, then the labels.
 std::string describe(const Bytes& bytes)
 {
-    const ApplicationDescriptor descriptor(exactBlock(bytes).get());
-    std::string text;
-    for (const PlatformProfile& profile : descriptor.getPlatformProfiles())
-        text += std::to_string(profile.getApplicationProfile()) + "/" +
-                std::to_string(profile.getVersionMajor()) + "." +
-                std::to_string(profile.getVersionMinor()) + "." +
-                std::to_string(profile.getVersionMicro()) + " ";
-    text += descriptor.isServiceBound() ? "bound" : "unbound";
-    text += " visibility " + std::to_string(descriptor.getVisibility());
-    text += " priority " + std::to_string(descriptor.getApplicationPriority()) + " labels";
-    for (const uint8_t label : descriptor.getTransportProtocolLabels())
-        text += " " + std::to_string(label);
-    return text;
+    return print(ApplicationDescriptor(exactBlock(bytes).get()));
 }
 
-/// The set flags' letters in the order of signalling, then the component tags.
 std::string describeRecording(const Bytes& bytes)
 {
-    const ApplicationRecordingDescriptor descriptor(exactBlock(bytes).get());
-    std::string text;
-    text += descriptor.isScheduledRecording() ? "S" : "";
-    text += descriptor.isTrickModeAware() ? "T" : "";
-    text += descriptor.isTimeShift() ? "H" : "";
-    text += descriptor.isDynamic() ? "D" : "";
-    text += descriptor.isAVSynced() ? "A" : "";
-    text += descriptor.isInitiatingReplay() ? "I" : "";
-    for (const uint8_t tag : descriptor.getComponentTags())
-        text += " " + std::to_string(tag);
-    return text;
+    return print(ApplicationRecordingDescriptor(exactBlock(bytes).get()));
 }
 
 constexpr char nothing[] = "unbound visibility 0 priority 0 labels";

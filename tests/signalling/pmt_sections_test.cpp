@@ -97,21 +97,21 @@ std::string readable(const testing::TestParamInfo<const char*>& info)
     return name;
 }
 
-class MadePMT : public testing::TestWithParam<const char*> {};
-class BroadcastPMT : public testing::TestWithParam<const char*> {};
+class MadePMTSections : public testing::TestWithParam<const char*> {};
+class BroadcastPMTSections : public testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-TEST_P(MadePMT, IsHeldAsItIsSignalled)
+TEST_P(MadePMTSections, IsHeldAsItIsSignalled)
 {
     expectAsDescribed(ownFolder + GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(PMT, MadePMT,
+INSTANTIATE_TEST_SUITE_P(PMT, MadePMTSections,
                          testing::Values("e-empty", "e-hbbtv", "e-program-info", "e-two-carousels"),
                          readable);
 
-TEST_P(BroadcastPMT, IsHeldAsItIsSignalled)
+TEST_P(BroadcastPMTSections, IsHeldAsItIsSignalled)
 {
     const std::string path = sharedFolder + GetParam();
     if (!std::filesystem::exists(path + ".bin"))
@@ -119,7 +119,7 @@ TEST_P(BroadcastPMT, IsHeldAsItIsSignalled)
     expectAsDescribed(path);
 }
 
-INSTANTIATE_TEST_SUITE_P(PMT, BroadcastPMT,
+INSTANTIATE_TEST_SUITE_P(PMT, BroadcastPMTSections,
                          testing::Values("r-1-three-aits-pid0100", "r-1-three-aits-pid0101",
                                          "r-2-two-types-pid0100", "r-2-two-types-pid0101",
                                          "r-2-two-types-pid0102", "r-2-two-types-pid0103",
@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(PMT, BroadcastPMT,
                                          "r-3-launcher-pid0064-1"),
                          readable);
 
-TEST(PMT, FindsTheStreamsOfACarousel)
+TEST(PMTSections, FindsTheStreamsOfACarousel)
 {
     PMT table(exactBlock(read(ownFolder + "e-two-carousels.bin")).get());
     const auto* first = table.getElementaryStream(16)->getCarouselIdentifierDescriptor();

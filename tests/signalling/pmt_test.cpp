@@ -112,21 +112,10 @@ Bytes typicalSection()
 TEST(PMT, HoldsStreamsAndTheirDescriptorsInSectionOrder)
 {
     PMT table = parsed(typicalSection());
-    Contents expected(4);
-    expected[0].type = 0x1B;
-    expected[0].pid = 0x100;
-    expected[0].componentTag = 1;
-    expected[1].type = 0x04;
-    expected[1].pid = 0x101;
-    expected[2].type = 0x05;
-    expected[2].pid = 0x1FFF;
-    expected[2].hasApplicationSignalling = true;
-    expected[3].type = 0x0B;
-    expected[3].pid = 0x102;
-    expected[3].componentTag = 0x2A;
-    expected[3].carouselId = 0x81020304;
-    expected[3].hasAssociationTag = expected[3].hasDeferredAssociationTags = true;
-    EXPECT_EQ(contentOf(table), expected);
+    EXPECT_EQ(contentOf(table), Contents({{0x1B, 0x100, 1, {}, false, false, false},
+                                          {0x04, 0x101, {}, {}, false, false, false},
+                                          {0x05, 0x1FFF, {}, {}, false, false, true},
+                                          {0x0B, 0x102, 0x2A, 0x81020304, true, true, false}}));
 }
 
 TEST(PMT, DescriptorsKnowTheirTags)

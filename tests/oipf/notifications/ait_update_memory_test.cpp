@@ -4,39 +4,32 @@
 
 #include "oipf/notifications/notifications.h"
 #include "signalling/ait.h"
-#include "tests/support/heap_use.h"
 #include "tests/support/hostile_tables.h"
+#include "tests/support/table_memory.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
 namespace {
 
-class AITUpdateMemory : public ::testing::Test {
-protected:
-    /// How many times its bytes a table and its record are large together.
-    static double timesItsBytes(const HostileTable& hostile)
-    {
-        const size_t before = heapInUse();
-        AIT table(1, 2, 3, nullptr);
-        EXPECT_TRUE(hostile.parseInto(table)) << hostile.name;
-        const AITUpdateNotification notification(nullptr, &table);
-        const size_t after = heapInUse();
-        return static_cast<double>(after - before) / static_cast<double>(hostile.size());
-    }
-};
+/// How many times its bytes a table and its record are large together.
+double withItsRecord(const HostileTable& hostile)
+{
+    return timesItsBytes(hostile,
+                         [](AIT& table) { return AITUpdateNotification(nullptr, &table); });
+}
 
-TEST_F(AITUpdateMemory, OfTheWorstTablesIsBelow32TimesTheirBytes)
+TEST(AITUpdateMemory, OfTheWorstTablesIsBelow32TimesTheirBytes)
 {
     for (const HostileTable& hostile : hostileTables())
-        EXPECT_LT(timesItsBytes(hostile), 32) << hostile.name;
+        EXPECT_LT(withItsRecord(hostile), 32) << hostile.name;
 }
 
 /// A record holds each name and each address as a text of its own.
-TEST_F(AITUpdateMemory, OfDifferentLongTextsIsAtMostWhatTheHeaderSays)
+TEST(AITUpdateMemory, OfDifferentLongTextsIsAtMostWhatTheHeaderSays)
 {
-    EXPECT_LT(timesItsBytes(overlappingNames()), 100);
-    EXPECT_LT(timesItsBytes(differentLongAddresses()), 260);
+    EXPECT_LT(withItsRecord(overlappingNames()), 100);
+    EXPECT_LT(withItsRecord(differentLongAddresses()), 260);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "lifecycle/window_manager.h"
 #include "signalling/ait.h"
 #include "tests/oipf/notifications/notification_recorder.h"
+#include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
 using namespace VestaHbbTV;
@@ -84,17 +85,9 @@ TEST_F(AITUpdateNotificationTest, ANullTableGivesANullRecord)
 
 TEST_F(AITUpdateNotificationTest, ATableWithoutApplicationsHasNoArray)
 {
-    update(AITSection(), [](auto& record) {
-        EXPECT_EQ(record.isXML, 0);
-        EXPECT_EQ(record.numApplications, 0);
-        EXPECT_EQ(record.applications, nullptr);
-    });
+    update(AITSection(), [](auto& record) { EXPECT_EQ(print(record), "broadcast 0, 0 in none"); });
     AIT table;
-    update(&table, [](auto& record) {
-        EXPECT_EQ(record.isXML, 1);
-        EXPECT_EQ(record.numApplications, 0);
-        EXPECT_EQ(record.applications, nullptr);
-    });
+    update(&table, [](auto& record) { EXPECT_EQ(print(record), "XML 1, 0 in none"); });
 }
 
 TEST_F(AITUpdateNotificationTest, ApplicationsStandInTheTablesOrderWithAllTheirFields)
@@ -109,27 +102,10 @@ TEST_F(AITUpdateNotificationTest, ApplicationsStandInTheTablesOrderWithAllTheirF
                      .location("s.html"))
             .add(AITEntry(3, 4, 1).priority(9).carousel(1, 0x0B).location("f.html"));
     update(section, [](auto& record) {
-        EXPECT_EQ(record.isXML, 0);
-        ASSERT_EQ(record.numApplications, 2);
-        const HBBTV_AITApplicationInfo& first = record.applications[0];
-        EXPECT_STREQ(first.name, "");
-        EXPECT_EQ(first.organisationId, 3u);
-        EXPECT_EQ(first.applicationId, 4);
-        EXPECT_EQ(first.usageType, 0);
-        EXPECT_EQ(first.controlCode, 1);
-        EXPECT_EQ(first.hasHttpTransport, 0);
-        EXPECT_EQ(first.hasOCTransport, 1);
-        EXPECT_EQ(addressesOf(first), Addresses({"dvb://1.2.3.b/f.html"}));
-
-        const HBBTV_AITApplicationInfo& second = record.applications[1];
-        EXPECT_STREQ(second.name, "Second");
-        EXPECT_EQ(second.organisationId, 0xFEDCBA98u);
-        EXPECT_EQ(second.applicationId, 0xFEDC);
-        EXPECT_EQ(second.usageType, 1);
-        EXPECT_EQ(second.controlCode, 2);
-        EXPECT_EQ(second.hasHttpTransport, 1);
-        EXPECT_EQ(second.hasOCTransport, 0);
-        EXPECT_EQ(addressesOf(second), Addresses({"http://a.example/s.html"}));
+        EXPECT_EQ(print(record), "broadcast 0, 2 in an array\n"
+                                 "3.4 '' usage 0 code 1 http 0 carousel 1 dvb://1.2.3.b/f.html\n"
+                                 "4275878552.65244 'Second' usage 1 code 2 http 1 carousel 0 "
+                                 "http://a.example/s.html");
     });
 }
 

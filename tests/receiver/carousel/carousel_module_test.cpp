@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <vector>
 
+#include "foundation/sanitizers.h"
 #include "receiver/carousel/carousel_module.h"
 #include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/stream_builder.h"
@@ -12,16 +13,8 @@
 namespace receiver {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
-
 // A carousel whose gateway, module 1, lists files "a" to "c" in modules 2 to 4.
-class CarouselLimitsTest : public ::testing::Test {
+class CarouselModuleTest : public ::testing::Test {
 protected:
     void begin(const CarouselLimits& limits = {})
     {
@@ -61,8 +54,6 @@ protected:
     std::unique_ptr<ObjectCarousel> carousel_;
 };
 
-using Module = CarouselLimitsTest;
-
 ModuleFields compressedModule(const Bytes& packed, size_t originalSize)
 {
     ModuleFields module = {2, uint32_t(packed.size())};
@@ -70,7 +61,7 @@ ModuleFields compressedModule(const Bytes& packed, size_t originalSize)
     return module;
 }
 
-TEST_F(Module, CompressedModulesAreUnpacked)
+TEST_F(CarouselModuleTest, CompressedModulesAreUnpacked)
 {
     begin();
     const Bytes file = makeFile("f", std::string(5000, 'z'));
@@ -81,7 +72,7 @@ TEST_F(Module, CompressedModulesAreUnpacked)
     EXPECT_TRUE(problems_.empty());
 }
 
-TEST_F(Module, WhatDoesNotUnpackToTheBytesAnnouncedIsRefused)
+TEST_F(CarouselModuleTest, WhatDoesNotUnpackToTheBytesAnnouncedIsRefused)
 {
     const Bytes file = makeFile("f", std::string(5000, 'z'));
     const Bytes packed = deflated(file);
@@ -98,7 +89,7 @@ TEST_F(Module, WhatDoesNotUnpackToTheBytesAnnouncedIsRefused)
     expectRefused(compressedModule(wrong, file.size()), wrong, why);
 }
 
-TEST_F(Module, ABombIsRefusedBeforeItUnpacks)
+TEST_F(CarouselModuleTest, ABombIsRefusedBeforeItUnpacks)
 {
     const Bytes bomb = deflated(Bytes(20 * 1024 * 1024, 0));
     ASSERT_LT(bomb.size(), 64u * 1024);
@@ -108,7 +99,7 @@ TEST_F(Module, ABombIsRefusedBeforeItUnpacks)
     expectRefused(compressedModule(bomb, 1000), bomb, "does not unpack to the bytes announced");
 }
 
-TEST_F(Module, ARefusedModuleKeepsNoBytes)
+TEST_F(CarouselModuleTest, ARefusedModuleKeepsNoBytes)
 {
     begin();
     const Bytes rubbish(20000, 0xEE);
@@ -118,7 +109,7 @@ TEST_F(Module, ARefusedModuleKeepsNoBytes)
     EXPECT_LT(vesta::test::heapInUse(), before + 10000);
 }
 
-TEST_F(Module, ASizeThatNoDeflatedBytesReachIsRefusedWhenItIsAnnounced)
+TEST_F(CarouselModuleTest, ASizeThatNoDeflatedBytesReachIsRefusedWhenItIsAnnounced)
 {
     begin();
     ModuleFields module = {2, 100};
@@ -129,7 +120,7 @@ TEST_F(Module, ASizeThatNoDeflatedBytesReachIsRefusedWhenItIsAnnounced)
         << problems_[0];
 }
 
-TEST_F(Module, TheBestPackedModuleIsUnpacked)
+TEST_F(CarouselModuleTest, TheBestPackedModuleIsUnpacked)
 {
     begin();
     const Bytes file = makeFile("f", std::string(8 * 1024 * 1024, 'z'));
@@ -147,9 +138,9 @@ long pagesTouched()
     return usage.ru_minflt;
 }
 
-TEST_F(Module, MemoryIsTouchedAsFarAsBytesCame)
+TEST_F(CarouselModuleTest, MemoryIsTouchedAsFarAsBytesCame)
 {
-    if (isSanitized)
+    if (VESTA_ADDRESS_SANITIZER || VESTA_THREAD_SANITIZER)
         GTEST_SKIP() << "a sanitizer touches all memory that it gives";
     const long pages = 16L * 1024 * 1024 / 4096;
     begin();
@@ -164,7 +155,7 @@ TEST_F(Module, MemoryIsTouchedAsFarAsBytesCame)
     EXPECT_LT(pagesTouched() - before, pages / 4) << "for what does not unpack";
 }
 
-TEST_F(Module, AnUnknownCompressionIsRefused)
+TEST_F(CarouselModuleTest, AnUnknownCompressionIsRefused)
 {
     const Bytes packed = deflated(makeFile("f", "x"));
     ModuleFields module = compressedModule(packed, 100);
@@ -172,14 +163,14 @@ TEST_F(Module, AnUnknownCompressionIsRefused)
     expectRefused(module, packed, "compression method is unknown");
 }
 
-TEST_F(Module, LyingSizesAreRefusedWithoutTakingMemory)
+TEST_F(CarouselModuleTest, LyingSizesAreRefusedWithoutTakingMemory)
 {
     expectRefused({2, 16 * 1024 * 1024 + 1}, {}, "it has 16777217 bytes");
     expectRefused({2, 0xFFFFFFFF}, {}, "it has 4294967295 bytes");
     expectRefused({2, 0}, {}, "it is empty");
 }
 
-TEST_F(Module, BlocksMustHaveASizeAndBeCountable)
+TEST_F(CarouselModuleTest, BlocksMustHaveASizeAndBeCountable)
 {
     begin();
     feed(*carousel_, makeDii(0x80000002, {{2, 100}}, 0));
@@ -190,7 +181,7 @@ TEST_F(Module, BlocksMustHaveASizeAndBeCountable)
     EXPECT_NE(problems_.at(1).find("more blocks than can be numbered"), std::string::npos);
 }
 
-TEST_F(Module, ABigModuleThatIsOnlyAnnouncedTakesNoMemory)
+TEST_F(CarouselModuleTest, ABigModuleThatIsOnlyAnnouncedTakesNoMemory)
 {
     begin();
     const size_t before = carousel_->progress().memoryUsed;
@@ -199,7 +190,7 @@ TEST_F(Module, ABigModuleThatIsOnlyAnnouncedTakesNoMemory)
     EXPECT_TRUE(problems_.empty());
 }
 
-TEST_F(Module, BlocksThatDoNotFitAreIgnored)
+TEST_F(CarouselModuleTest, BlocksThatDoNotFitAreIgnored)
 {
     begin();
     const Bytes file = makeFile("f", std::string(200, 'x'));
@@ -216,7 +207,7 @@ TEST_F(Module, BlocksThatDoNotFitAreIgnored)
     EXPECT_EQ(textOf(carousel_->find("a").file), std::string(200, 'x'));
 }
 
-TEST_F(Module, ALastBlockOfAnotherLengthIsSaidOnce)
+TEST_F(CarouselModuleTest, ALastBlockOfAnotherLengthIsSaidOnce)
 {
     begin();
     const Bytes file = makeFile("f", std::string(200, 'x'));
@@ -234,7 +225,7 @@ TEST_F(Module, ALastBlockOfAnotherLengthIsSaidOnce)
     EXPECT_EQ(problems_.size(), 1u);
 }
 
-TEST_F(Module, ABlockInTheMiddleOfAnotherLengthIsSaid)
+TEST_F(CarouselModuleTest, ABlockInTheMiddleOfAnotherLengthIsSaid)
 {
     begin();
     feed(*carousel_, makeDii(0x80000002, {{2, 250}}));
@@ -244,7 +235,7 @@ TEST_F(Module, ABlockInTheMiddleOfAnotherLengthIsSaid)
               std::string::npos);
 }
 
-TEST_F(Module, TheCarouselsMemoryIsBounded)
+TEST_F(CarouselModuleTest, TheCarouselsMemoryIsBounded)
 {
     CarouselLimits limits;
     limits.memory = 24 * 1024;
@@ -265,7 +256,7 @@ TEST_F(Module, TheCarouselsMemoryIsBounded)
     EXPECT_EQ(carousel_->find("c").result, Lookup::Result::Ready) << "the others made room";
 }
 
-TEST_F(Module, ManySmallObjectsCountAsMemoryToo)
+TEST_F(CarouselModuleTest, ManySmallObjectsCountAsMemoryToo)
 {
     CarouselLimits limits;
     limits.memory = 256 * 1024;
@@ -279,7 +270,7 @@ TEST_F(Module, ManySmallObjectsCountAsMemoryToo)
     EXPECT_NE(problems_[0].find("objects do not fit"), std::string::npos);
 }
 
-TEST_F(Module, MoreModulesOrListsThanAllowedAreRefusedWithOneMessage)
+TEST_F(CarouselModuleTest, MoreModulesOrListsThanAllowedAreRefusedWithOneMessage)
 {
     CarouselLimits limits;
     limits.modules = 3;
@@ -296,7 +287,7 @@ TEST_F(Module, MoreModulesOrListsThanAllowedAreRefusedWithOneMessage)
     EXPECT_NE(problems_[0].find("more than 3 modules or 3 lists"), std::string::npos);
 }
 
-TEST_F(Module, RubbishBehindTheObjectsIsToldAndTheObjectsStay)
+TEST_F(CarouselModuleTest, RubbishBehindTheObjectsIsToldAndTheObjectsStay)
 {
     begin();
     const Bytes module = makeFile("f", "x") + Bytes(30, 0xEE);
@@ -305,7 +296,7 @@ TEST_F(Module, RubbishBehindTheObjectsIsToldAndTheObjectsStay)
     EXPECT_NE(problems_[0].find("module 2 version 0 is damaged"), std::string::npos);
 }
 
-TEST_F(Module, OfEqualKeysTheFirstObjectCounts)
+TEST_F(CarouselModuleTest, OfEqualKeysTheFirstObjectCounts)
 {
     begin();
     const Bytes module = makeFile("f", "first") + makeFile("f", "second");

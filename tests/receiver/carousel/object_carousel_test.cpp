@@ -61,9 +61,7 @@ protected:
     ObjectCarousel carousel_{{}, [this](const std::string& text) { problems_.push_back(text); }};
 };
 
-using Carousel = ObjectCarouselTest;
-
-TEST_F(Carousel, FilesAreFoundByTheirPaths)
+TEST_F(ObjectCarouselTest, FilesAreFoundByTheirPaths)
 {
     broadcast({makeGateway("g", {{"index.html", fileIor("i")},
                                  {"css", makeIor({"dir", 2, "c"})},
@@ -82,7 +80,7 @@ TEST_F(Carousel, FilesAreFoundByTheirPaths)
     EXPECT_TRUE(problems_.empty());
 }
 
-TEST_F(Carousel, WhatIsNotAListedFileIsAnError)
+TEST_F(ObjectCarouselTest, WhatIsNotAListedFileIsAnError)
 {
     broadcast({makeGateway("g", {{"file", fileIor("f")},
                                  {"css", makeIor({"dir", 2, "c"})},
@@ -98,7 +96,7 @@ TEST_F(Carousel, WhatIsNotAListedFileIsAnError)
     }
 }
 
-TEST_F(Carousel, AFileIsPendingUntilEverythingOnItsWayIsThere)
+TEST_F(ObjectCarouselTest, AFileIsPendingUntilEverythingOnItsWayIsThere)
 {
     const Bytes gateway = makeGateway("g", {{"d", makeIor({"dir", 2, "d"})}});
     const Bytes directory = makeDirectory("d", {{"f", fileIor("f", 3)}});
@@ -124,7 +122,7 @@ TEST_F(Carousel, AFileIsPendingUntilEverythingOnItsWayIsThere)
     EXPECT_GT(carousel_.revision(), before);
 }
 
-TEST_F(Carousel, BlocksInAnyOrderAndRepeatedMakeAModule)
+TEST_F(ObjectCarouselTest, BlocksInAnyOrderAndRepeatedMakeAModule)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
     const Bytes file = makeFile("f", std::string(333, 'y'));
@@ -137,7 +135,7 @@ TEST_F(Carousel, BlocksInAnyOrderAndRepeatedMakeAModule)
     EXPECT_EQ(read("f"), std::string(333, 'y'));
 }
 
-TEST_F(Carousel, BlocksThatComeBeforeTheirListMakeAModule)
+TEST_F(ObjectCarouselTest, BlocksThatComeBeforeTheirListMakeAModule)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
     const Bytes file = makeFile("f", std::string(333, 'y'));
@@ -156,7 +154,7 @@ TEST_F(Carousel, BlocksThatComeBeforeTheirListMakeAModule)
         << "nothing is left over";
 }
 
-TEST_F(Carousel, ACaptureOfOneCycleComesOutWholeWhereverItBegins)
+TEST_F(ObjectCarouselTest, ACaptureOfOneCycleComesOutWholeWhereverItBegins)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
     const Bytes file = makeFile("f", std::string(333, 'y'));
@@ -174,7 +172,7 @@ TEST_F(Carousel, ACaptureOfOneCycleComesOutWholeWhereverItBegins)
     }
 }
 
-TEST_F(Carousel, EarlyBlocksOfAnotherVersionOrStreamDoNotCount)
+TEST_F(ObjectCarouselTest, EarlyBlocksOfAnotherVersionOrStreamDoNotCount)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
     const Bytes file = makeFile("f", "fresh");
@@ -188,7 +186,7 @@ TEST_F(Carousel, EarlyBlocksOfAnotherVersionOrStreamDoNotCount)
     EXPECT_EQ(read("f"), "fresh");
 }
 
-TEST_F(Carousel, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
+TEST_F(ObjectCarouselTest, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
 {
     CarouselLimits limits;
     limits.memory = 100 * 1024;
@@ -211,7 +209,7 @@ TEST_F(Carousel, BlocksThatAreNeverAnnouncedTakeHalfOfTheMemoryAndGiveWay)
     EXPECT_EQ(carousel.progress().memoryUsed, 0u);
 }
 
-TEST_F(Carousel, ANewModuleVersionReplacesTheOldOne)
+TEST_F(ObjectCarouselTest, ANewModuleVersionReplacesTheOldOne)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f")}});
     const Bytes old = makeFile("f", "old");
@@ -229,7 +227,7 @@ TEST_F(Carousel, ANewModuleVersionReplacesTheOldOne)
     EXPECT_EQ(carousel_.progress().modulesComplete, 2u) << "module 1 was kept";
 }
 
-TEST_F(Carousel, ModulesOnSeveralStreamsAreToldApartByAssociationTag)
+TEST_F(ObjectCarouselTest, ModulesOnSeveralStreamsAreToldApartByAssociationTag)
 {
     IorFields far = {"fil", 2, "f", 0x0B};
     const Bytes gateway = makeGateway("g", {{"near", fileIor("f")}, {"far", makeIor(far)}});
@@ -251,7 +249,7 @@ TEST_F(Carousel, ModulesOnSeveralStreamsAreToldApartByAssociationTag)
     EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
 }
 
-TEST_F(Carousel, EachStreamIsReferredToOnce)
+TEST_F(ObjectCarouselTest, EachStreamIsReferredToOnce)
 {
     std::vector<DirectoryEntry> entries;
     for (unsigned number = 0; number < 300; ++number) {
@@ -273,7 +271,7 @@ TEST_F(Carousel, EachStreamIsReferredToOnce)
     EXPECT_EQ(carousel_.wantedAssociationTags(), (std::set<uint16_t>{0, 1, 2}));
 }
 
-TEST_F(Carousel, AReferenceIsFollowedAgainWhenItsTagIsMapped)
+TEST_F(ObjectCarouselTest, AReferenceIsFollowedAgainWhenItsTagIsMapped)
 {
     IorFields far = {"fil", 2, "f", 0x012B};
     broadcast({makeGateway("g", {{"far", makeIor(far)}})});
@@ -283,7 +281,7 @@ TEST_F(Carousel, AReferenceIsFollowedAgainWhenItsTagIsMapped)
     EXPECT_EQ(carousel_.takeNewReferences(), std::vector<uint16_t>{0x2B});
 }
 
-TEST_F(Carousel, AFileIsFoundInADirectoryOfThousands)
+TEST_F(ObjectCarouselTest, AFileIsFoundInADirectoryOfThousands)
 {
     std::vector<DirectoryEntry> entries;
     for (unsigned number = 0; number < 3000; ++number)
@@ -295,7 +293,7 @@ TEST_F(Carousel, AFileIsFoundInADirectoryOfThousands)
         EXPECT_EQ(resultOf(name), Result::Error) << name;
 }
 
-TEST_F(Carousel, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
+TEST_F(ObjectCarouselTest, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
 {
     IorFields gateway = gatewayIor;
     gateway.associationTag = 0x012A;
@@ -314,7 +312,7 @@ TEST_F(Carousel, AnAssociationTagMayNameAStreamFedUnderItsComponentTag)
     EXPECT_TRUE(carousel_.wantedAssociationTags().empty());
 }
 
-TEST_F(Carousel, OneModuleIdUnderTwoListsIsTwoModules)
+TEST_F(ObjectCarouselTest, OneModuleIdUnderTwoListsIsTwoModules)
 {
     IorFields second = {"fil", 1, "f"};
     second.transactionId = 0x80000004;
@@ -328,7 +326,7 @@ TEST_F(Carousel, OneModuleIdUnderTwoListsIsTwoModules)
     EXPECT_EQ(read("f"), "second");
 }
 
-TEST_F(Carousel, AReferenceWithoutTransactionIdIsFoundInAnyListOfItsStream)
+TEST_F(ObjectCarouselTest, AReferenceWithoutTransactionIdIsFoundInAnyListOfItsStream)
 {
     IorFields reference = {"fil", 5, "f"};
     reference.transactionId = std::nullopt;
@@ -340,7 +338,7 @@ TEST_F(Carousel, AReferenceWithoutTransactionIdIsFoundInAnyListOfItsStream)
     EXPECT_EQ(read("f"), "found");
 }
 
-TEST_F(Carousel, TheUpdateFlagAndVersionOfATransactionIdDoNotMatterToReferences)
+TEST_F(ObjectCarouselTest, TheUpdateFlagAndVersionOfATransactionIdDoNotMatterToReferences)
 {
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x");
     feed(carousel_, makeDsi(makeIor(gatewayIor), 0x80050001));
@@ -349,7 +347,7 @@ TEST_F(Carousel, TheUpdateFlagAndVersionOfATransactionIdDoNotMatterToReferences)
     EXPECT_EQ(read("f"), "x");
 }
 
-TEST_F(Carousel, ObjectKeysMayHaveAnyLength)
+TEST_F(ObjectCarouselTest, ObjectKeysMayHaveAnyLength)
 {
     std::vector<DirectoryEntry> entries;
     Bytes files;
@@ -364,7 +362,7 @@ TEST_F(Carousel, ObjectKeysMayHaveAnyLength)
         EXPECT_EQ(read(entry.name), "key of " + entry.name);
 }
 
-TEST_F(Carousel, DirectoriesThatLoopAreListedOnceAndWalkedAsFarAsAsked)
+TEST_F(ObjectCarouselTest, DirectoriesThatLoopAreListedOnceAndWalkedAsFarAsAsked)
 {
     broadcast({makeGateway("g", {{"again", makeIor(gatewayIor)}, {"f", fileIor("f", 1)}}) +
                makeFile("f", "x")});
@@ -372,7 +370,7 @@ TEST_F(Carousel, DirectoriesThatLoopAreListedOnceAndWalkedAsFarAsAsked)
     EXPECT_EQ(read("again/again/again/f"), "x");
 }
 
-TEST_F(Carousel, DirectoriesBoundTwiceDoNotMultiply)
+TEST_F(ObjectCarouselTest, DirectoriesBoundTwiceDoNotMultiply)
 {
     Bytes module;
     for (int level = 0; level < 40; ++level) {
@@ -384,7 +382,7 @@ TEST_F(Carousel, DirectoriesBoundTwiceDoNotMultiply)
     EXPECT_EQ(listed().size(), 1u);
 }
 
-TEST_F(Carousel, ListingEndsAtTheDepthAllowed)
+TEST_F(ObjectCarouselTest, ListingEndsAtTheDepthAllowed)
 {
     CarouselLimits limits;
     limits.directoryDepth = 1;
@@ -400,7 +398,7 @@ TEST_F(Carousel, ListingEndsAtTheDepthAllowed)
     EXPECT_EQ(shallow.list().files[0].path, "d/in");
 }
 
-TEST_F(Carousel, DirectoriesCountAsListed)
+TEST_F(ObjectCarouselTest, DirectoriesCountAsListed)
 {
     CarouselLimits limits;
     limits.listedFiles = 100;
@@ -419,7 +417,7 @@ TEST_F(Carousel, DirectoriesCountAsListed)
     EXPECT_EQ(carousel.list().leftOut, 50u);
 }
 
-TEST_F(Carousel, FilesOfNestedDirectoriesAreListedInTheirOrder)
+TEST_F(ObjectCarouselTest, FilesOfNestedDirectoriesAreListedInTheirOrder)
 {
     const auto directory = [](const char* key) { return makeIor({"dir", 1, key}); };
     const Bytes file = fileIor("f", 1);
@@ -430,7 +428,7 @@ TEST_F(Carousel, FilesOfNestedDirectoriesAreListedInTheirOrder)
     EXPECT_EQ(listed(), (std::vector<std::string>{"f", "one/f", "one/deep/f", "two/f"}));
 }
 
-TEST_F(Carousel, StreamEventObjectsAreListedWithTheirEvents)
+TEST_F(ObjectCarouselTest, StreamEventObjectsAreListedWithTheirEvents)
 {
     broadcast({makeGateway("g", {{"events", makeIor({"ste", 1, "s"})}}) +
                makeStreamEvents("s", {{"goal", 7}, {"end", 0x1234}})});
@@ -445,7 +443,7 @@ TEST_F(Carousel, StreamEventObjectsAreListedWithTheirEvents)
     EXPECT_EQ(list[0].taps[0].associationTag, 0x2B);
 }
 
-TEST_F(Carousel, AReferenceToAnotherCarouselIsUnresolvableWithANote)
+TEST_F(ObjectCarouselTest, AReferenceToAnotherCarouselIsUnresolvableWithANote)
 {
     const Bytes elsewhere = makeIor("fil", {{0x49534F05, {1, 2, 3}}});
     broadcast({makeGateway("g", {{"f", elsewhere}})});
@@ -454,7 +452,7 @@ TEST_F(Carousel, AReferenceToAnotherCarouselIsUnresolvableWithANote)
     EXPECT_NE(lookup.reason.find("another carousel"), std::string::npos);
 }
 
-TEST_F(Carousel, AGatewayElsewhereIsRefusedOnceWithANote)
+TEST_F(ObjectCarouselTest, AGatewayElsewhereIsRefusedOnceWithANote)
 {
     const Bytes dsi = makeDsi(makeIor("srg", {{0x49534F05, {1, 2, 3}}}));
     feed(carousel_, dsi);
@@ -464,7 +462,7 @@ TEST_F(Carousel, AGatewayElsewhereIsRefusedOnceWithANote)
     EXPECT_NE(problems_[0].find("another carousel"), std::string::npos);
 }
 
-TEST_F(Carousel, AnotherStreamsGatewayDoesNotTakeThisOnesPlace)
+TEST_F(ObjectCarouselTest, AnotherStreamsGatewayDoesNotTakeThisOnesPlace)
 {
     broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
     IorFields other = gatewayIor;
@@ -474,7 +472,7 @@ TEST_F(Carousel, AnotherStreamsGatewayDoesNotTakeThisOnesPlace)
     EXPECT_EQ(carousel_.carouselId(), 42u);
 }
 
-TEST_F(Carousel, AnotherCarouselOnTheSameStreamReplacesTheOldOne)
+TEST_F(ObjectCarouselTest, AnotherCarouselOnTheSameStreamReplacesTheOldOne)
 {
     broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
     IorFields other = gatewayIor;
@@ -485,7 +483,7 @@ TEST_F(Carousel, AnotherCarouselOnTheSameStreamReplacesTheOldOne)
     EXPECT_EQ(carousel_.carouselId(), 43u);
 }
 
-TEST_F(Carousel, NamesThatWouldLeaveTheFolderAreNotListed)
+TEST_F(ObjectCarouselTest, NamesThatWouldLeaveTheFolderAreNotListed)
 {
     broadcast({makeGateway("g", {{"..", fileIor("f", 1)},
                                  {"../../etc", fileIor("f", 1)},
@@ -499,7 +497,7 @@ TEST_F(Carousel, NamesThatWouldLeaveTheFolderAreNotListed)
     EXPECT_EQ(resultOf(".."), Result::Error);
 }
 
-TEST_F(Carousel, OfEqualNamesTheFirstCounts)
+TEST_F(ObjectCarouselTest, OfEqualNamesTheFirstCounts)
 {
     broadcast({makeGateway("g", {{"f", fileIor("missing", 9)}, {"f", fileIor("f", 1)}}) +
                makeFile("f", "x")});
@@ -507,7 +505,7 @@ TEST_F(Carousel, OfEqualNamesTheFirstCounts)
     EXPECT_TRUE(listed().empty());
 }
 
-TEST_F(Carousel, ClearForgetsEverythingReceived)
+TEST_F(ObjectCarouselTest, ClearForgetsEverythingReceived)
 {
     broadcast({makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x")});
     const Lookup kept = carousel_.find("f");
@@ -519,7 +517,7 @@ TEST_F(Carousel, ClearForgetsEverythingReceived)
     EXPECT_EQ(textOf(kept.file), "x");
 }
 
-TEST_F(Carousel, ProgressCountsModulesAndBlocks)
+TEST_F(ObjectCarouselTest, ProgressCountsModulesAndBlocks)
 {
     const Bytes gateway = makeGateway("g", {});
     const Bytes file = makeFile("f", std::string(450, 'x'));

@@ -12,14 +12,14 @@ namespace receiver {
 namespace {
 
 /// A session whose commands come through a pipe.
-class PipedSession : public ::testing::Test {
+class PipedInputTest : public ::testing::Test {
 protected:
-    PipedSession()
+    PipedInputTest()
     {
         EXPECT_EQ(::pipe(ends_), 0);
         played_.session().setCommander(Session::Commander::Program);
     }
-    ~PipedSession() override
+    ~PipedInputTest() override
     {
         closeWriter();
         ::close(ends_[0]);
@@ -41,7 +41,7 @@ protected:
     int ends_[2] = {-1, -1};
 };
 
-TEST_F(PipedSession, LinesAreObeyedTheLastWithoutAnEndToo)
+TEST_F(PipedInputTest, LinesAreObeyedTheLastWithoutAnEndToo)
 {
     write("wait running\nsay one\n\nsay t");
     write("wo");
@@ -52,7 +52,7 @@ TEST_F(PipedSession, LinesAreObeyedTheLastWithoutAnEndToo)
     EXPECT_TRUE(played_.says("user      two\n"));
 }
 
-TEST_F(PipedSession, ALineThatHasNoEndIsRefused)
+TEST_F(PipedInputTest, ALineThatHasNoEndIsRefused)
 {
     std::thread writer([this] {
         write("say " + std::string(mostLineBytes, 'a') + "\n");
@@ -66,7 +66,7 @@ TEST_F(PipedSession, ALineThatHasNoEndIsRefused)
     EXPECT_EQ(played_.session().problem(), "standard input:1: a line is longer than 65,536 bytes");
 }
 
-TEST_F(PipedSession, TheLongestLineIsObeyed)
+TEST_F(PipedInputTest, TheLongestLineIsObeyed)
 {
     const std::string text(mostLineBytes - 4, 'a');
     std::thread writer([&] {
@@ -81,7 +81,7 @@ TEST_F(PipedSession, TheLongestLineIsObeyed)
     EXPECT_TRUE(played_.says(text));
 }
 
-TEST_F(PipedSession, AnEndAtOnceLetsTheStreamPlay)
+TEST_F(PipedInputTest, AnEndAtOnceLetsTheStreamPlay)
 {
     closeWriter();
     const PipedInput input(played_.session(), ends_[0]);
@@ -89,14 +89,14 @@ TEST_F(PipedSession, AnEndAtOnceLetsTheStreamPlay)
     EXPECT_TRUE(played_.says("end of the stream"));
 }
 
-TEST_F(PipedSession, QuitDoesNotWaitForTheEndOfTheInput)
+TEST_F(PipedInputTest, QuitDoesNotWaitForTheEndOfTheInput)
 {
     write("quit\n");
     const PipedInput input(played_.session(), ends_[0]);
     EXPECT_EQ(played_.session().run(), exitSuccess);
 }
 
-TEST_F(PipedSession, MoreLinesAreWaitedForAfterTheStreamsEnd)
+TEST_F(PipedInputTest, MoreLinesAreWaitedForAfterTheStreamsEnd)
 {
     write("wait end\n");
     const PipedInput input(played_.session(), ends_[0]);
@@ -109,7 +109,7 @@ TEST_F(PipedSession, MoreLinesAreWaitedForAfterTheStreamsEnd)
     EXPECT_TRUE(played_.says("late"));
 }
 
-TEST_F(PipedSession, AFileThatCannotBeReadIsAtItsEnd)
+TEST_F(PipedInputTest, AFileThatCannotBeReadIsAtItsEnd)
 {
     const int folder = ::open("/", O_RDONLY);
     {

@@ -48,7 +48,7 @@ Bytes table(unsigned version, unsigned number = 0, unsigned last = 0, unsigned t
     return makeSection({0x74, type, version, true, number, last}, {0xF0, 0, 0xF0, 0});
 }
 
-class Follower : public ::testing::Test {
+class ServiceFollowerTest : public ::testing::Test {
 protected:
     /// PAT (and SDT) of these services.
     void services(const std::vector<unsigned>& ids, bool withNetwork = true)
@@ -113,7 +113,7 @@ protected:
     unsigned network_ = 0;
 };
 
-TEST_F(Follower, TunesInTheOrderOfThePatNotOfArrival)
+TEST_F(ServiceFollowerTest, TunesInTheOrderOfThePatNotOfArrival)
 {
     services({1, 2, 3});
     pmt(3, {tables(tablePid(3), hbbtv)});
@@ -123,7 +123,7 @@ TEST_F(Follower, TunesInTheOrderOfThePatNotOfArrival)
     EXPECT_EQ(tuned(), 2u);
 }
 
-TEST_F(Follower, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
+TEST_F(ServiceFollowerTest, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
 {
     services({1, 2, 3});
     pmt(1, {tables(tablePid(1))});
@@ -132,7 +132,7 @@ TEST_F(Follower, PrefersAServiceThatSaysHbbTVToOneThatDoesNotSay)
     EXPECT_EQ(tuned(), 3u);
 }
 
-TEST_F(Follower, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
+TEST_F(ServiceFollowerTest, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1), 1)});
@@ -144,7 +144,7 @@ TEST_F(Follower, AServiceThatSaysOtherTypesAloneIsNotTunedTo)
               std::string::npos);
 }
 
-TEST_F(Follower, DoesNotWaitForAPmtThatIsMissing)
+TEST_F(ServiceFollowerTest, DoesNotWaitForAPmtThatIsMissing)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2), hbbtv)});
@@ -153,7 +153,7 @@ TEST_F(Follower, DoesNotWaitForAPmtThatIsMissing)
     EXPECT_EQ(tuned(), 2u) << "the tables have come round";
 }
 
-TEST_F(Follower, ATableThatComesBeforeTheChoiceIsSentAfterIt)
+TEST_F(ServiceFollowerTest, ATableThatComesBeforeTheChoiceIsSentAfterIt)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2))});
@@ -163,7 +163,7 @@ TEST_F(Follower, ATableThatComesBeforeTheChoiceIsSentAfterIt)
     EXPECT_EQ(sent(), "2: 7/0");
 }
 
-TEST_F(Follower, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
+TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
 {
     services({1, 2});
     pmt(2, {tables(tablePid(2))});
@@ -173,7 +173,7 @@ TEST_F(Follower, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
     EXPECT_EQ(sent(), "2: 7/0");
 }
 
-TEST_F(Follower, GoesOnToTheNextServiceWhileNoTableComes)
+TEST_F(ServiceFollowerTest, GoesOnToTheNextServiceWhileNoTableComes)
 {
     services({1, 2, 3});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -191,7 +191,7 @@ TEST_F(Follower, GoesOnToTheNextServiceWhileNoTableComes)
     EXPECT_EQ(sent(), "") << "the choice is made";
 }
 
-TEST_F(Follower, StaysWhereTheTableCame)
+TEST_F(ServiceFollowerTest, StaysWhereTheTableCame)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1))});
@@ -204,7 +204,7 @@ TEST_F(Follower, StaysWhereTheTableCame)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
+TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
 {
     services({1, 2, 3});
     for (const unsigned service : {1u, 2u, 3u})
@@ -217,7 +217,7 @@ TEST_F(Follower, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnc
     EXPECT_EQ(sent(), "2: 2/0");
 }
 
-TEST_F(Follower, ServicesMayShareTheirTable)
+TEST_F(ServiceFollowerTest, ServicesMayShareTheirTable)
 {
     services({1, 2, 3});
     for (const unsigned service : {3u, 2u, 1u})
@@ -228,7 +228,7 @@ TEST_F(Follower, ServicesMayShareTheirTable)
     EXPECT_EQ(follower_.heldBytes(), 0u) << "the choice is made";
 }
 
-TEST_F(Follower, ATableThatMovesToAnotherPidIsHeardThereAlone)
+TEST_F(ServiceFollowerTest, ATableThatMovesToAnotherPidIsHeardThereAlone)
 {
     services({1, 2});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -244,7 +244,7 @@ TEST_F(Follower, ATableThatMovesToAnotherPidIsHeardThereAlone)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
-TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
+TEST_F(ServiceFollowerTest, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
 {
     const unsigned count = 100;
     std::vector<unsigned> ids;
@@ -264,7 +264,7 @@ TEST_F(Follower, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
     EXPECT_EQ(tuned(), 0u);
 }
 
-TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
+TEST_F(ServiceFollowerTest, TheServiceThatWasAskedForIsNotLeft)
 {
     follower_.tune(1);
     services({1, 2});
@@ -279,7 +279,7 @@ TEST_F(Follower, TheServiceThatWasAskedForIsNotLeft)
     EXPECT_EQ(sent(), "");
 }
 
-TEST_F(Follower, SaysWhichServicesSignalHbbTV)
+TEST_F(ServiceFollowerTest, SaysWhichServicesSignalHbbTV)
 {
     services({1, 2, 3, 4});
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -292,7 +292,7 @@ TEST_F(Follower, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
 }
 
-TEST_F(Follower, ListensToACarouselWithoutAnyTable)
+TEST_F(ServiceFollowerTest, ListensToACarouselWithoutAnyTable)
 {
     FollowerOptions options;
     options.carousels.push_back({0x76A, std::nullopt});
@@ -308,7 +308,7 @@ TEST_F(Follower, ListensToACarouselWithoutAnyTable)
     EXPECT_EQ(follower.carousels().status()[0].progress.modulesComplete, 1u);
 }
 
-TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
+TEST_F(ServiceFollowerTest, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
 {
     const unsigned pid = 0x300;
     const Bytes gateway =
@@ -331,7 +331,7 @@ TEST_F(Follower, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
     EXPECT_EQ(follower_.statistics().continuityErrors, 0u);
 }
 
-TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
+TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
 {
     const unsigned pid = 0x300;
     const Bytes gateway =
@@ -352,7 +352,7 @@ TEST_F(Follower, ASectionThatBeganBeforeTheTablesIsContinued)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
+TEST_F(ServiceFollowerTest, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
 {
     services({1});
     pmt(1, {tables(tablePid(1)), tables(0x300)});
@@ -363,7 +363,7 @@ TEST_F(Follower, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
     EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 5/2");
 }
 
-TEST_F(Follower, ATableOfManySectionsIsSentWholeWithoutANetwork)
+TEST_F(ServiceFollowerTest, ATableOfManySectionsIsSentWholeWithoutANetwork)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -379,7 +379,7 @@ TEST_F(Follower, ATableOfManySectionsIsSentWholeWithoutANetwork)
     EXPECT_EQ(network_, 0u);
 }
 
-TEST_F(Follower, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
+TEST_F(ServiceFollowerTest, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
@@ -391,7 +391,7 @@ TEST_F(Follower, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes)
     EXPECT_EQ(network_, network);
 }
 
-TEST_F(Follower, ATableWaitsEightRoundsForTheNetworkAndNoMore)
+TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});

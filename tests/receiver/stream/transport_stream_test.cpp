@@ -44,9 +44,7 @@ protected:
     TransportStream stream_{heard_};
 };
 
-using Stream = TransportStreamTest;
-
-TEST_F(Stream, ThousandsOfServicesFindTheirNames)
+TEST_F(TransportStreamTest, ThousandsOfServicesFindTheirNames)
 {
     const unsigned parts = 20;
     const unsigned perPart = 100;
@@ -76,7 +74,7 @@ TEST_F(Stream, ThousandsOfServicesFindTheirNames)
     EXPECT_EQ(heard_.services.size(), 2u);
 }
 
-TEST_F(Stream, AnSdtThatChangesAllTheTimeIsReadTwiceForAPieceOfTheStream)
+TEST_F(TransportStreamTest, AnSdtThatChangesAllTheTimeIsReadTwiceForAPieceOfTheStream)
 {
     StreamWriter writer;
     writer.add(0, makePat(0x441, 0, {{1, 0x100}}));
@@ -92,7 +90,7 @@ TEST_F(Stream, AnSdtThatChangesAllTheTimeIsReadTwiceForAPieceOfTheStream)
     EXPECT_EQ(listener.services[2][0].name, "name 20");
 }
 
-TEST_F(Stream, ThereAreNoMoreServicesThanPids)
+TEST_F(TransportStreamTest, ThereAreNoMoreServicesThanPids)
 {
     StreamWriter writer;
     for (unsigned section = 0; section < 40; ++section) {
@@ -108,7 +106,7 @@ TEST_F(Stream, ThereAreNoMoreServicesThanPids)
     EXPECT_EQ(stream.services().size(), 8192u);
 }
 
-TEST_F(Stream, ServicesComeFromThePatAndTheirNamesFromTheSdt)
+TEST_F(TransportStreamTest, ServicesComeFromThePatAndTheirNamesFromTheSdt)
 {
     PacketWriter pat(0), sdt(0x11);
     play(pat.section(makePat(0x441, 0, {{0, 0x10}, {7, 0x50}, {8, 0x51}})) +
@@ -123,7 +121,7 @@ TEST_F(Stream, ServicesComeFromThePatAndTheirNamesFromTheSdt)
     EXPECT_TRUE(stream_.services() == expected);
 }
 
-TEST_F(Stream, ARepeatedPmtIsToldOnceAndAnotherVersionAgain)
+TEST_F(TransportStreamTest, ARepeatedPmtIsToldOnceAndAnotherVersionAgain)
 {
     PacketWriter pat(0), pmt(0x50);
     const Bytes first = makePmt(7, 1, {});
@@ -137,7 +135,7 @@ TEST_F(Stream, ARepeatedPmtIsToldOnceAndAnotherVersionAgain)
     EXPECT_EQ(heard_.pmts[1].first.programNumber, 7);
 }
 
-TEST_F(Stream, TwoServicesMayShareOnePmtPid)
+TEST_F(TransportStreamTest, TwoServicesMayShareOnePmtPid)
 {
     PacketWriter pat(0), pmt(0x50);
     play(pat.section(makePat(1, 0, {{7, 0x50}, {8, 0x50}})) + pmt.section(makePmt(8, 0, {})) +
@@ -148,7 +146,7 @@ TEST_F(Stream, TwoServicesMayShareOnePmtPid)
     EXPECT_EQ(heard_.pmts[1].first.programNumber, 7);
 }
 
-TEST_F(Stream, ANewPatReplacesServicesAndMovesTheirPmts)
+TEST_F(TransportStreamTest, ANewPatReplacesServicesAndMovesTheirPmts)
 {
     PacketWriter pat(0), oldPmt(0x50), newPmt(0x60);
     play(pat.section(makePat(1, 0, {{7, 0x50}})) + oldPmt.section(makePmt(7, 0, {})) +
@@ -161,7 +159,7 @@ TEST_F(Stream, ANewPatReplacesServicesAndMovesTheirPmts)
     EXPECT_EQ(readSectionHeader(heard_.pmts[1].second).version, 2);
 }
 
-TEST_F(Stream, APatInTwoSectionsCountsWhenBothAreThere)
+TEST_F(TransportStreamTest, APatInTwoSectionsCountsWhenBothAreThere)
 {
     PacketWriter pat(0);
     const Bytes first = makeSection({0, 1, 0, true, 0, 1}, ByteWriter().u16(7).u16(0xE050));
@@ -174,14 +172,14 @@ TEST_F(Stream, APatInTwoSectionsCountsWhenBothAreThere)
     EXPECT_EQ(heard_.services[0][1].programNumber, 8);
 }
 
-TEST_F(Stream, ATableThatIsNotYetInForceIsLeftOutOfTheServices)
+TEST_F(TransportStreamTest, ATableThatIsNotYetInForceIsLeftOutOfTheServices)
 {
     PacketWriter pat(0);
     play(pat.section(makeSection({0, 1, 0, false}, ByteWriter().u16(7).u16(0xE050))));
     EXPECT_TRUE(heard_.services.empty());
 }
 
-TEST_F(Stream, SectionsOfSubscribedPidsArriveWholeWithEveryRepetition)
+TEST_F(TransportStreamTest, SectionsOfSubscribedPidsArriveWholeWithEveryRepetition)
 {
     PacketWriter ait(aitPid), other(otherPid);
     stream_.subscribe(aitPid);
@@ -196,7 +194,7 @@ TEST_F(Stream, SectionsOfSubscribedPidsArriveWholeWithEveryRepetition)
     EXPECT_EQ(readSectionHeader(heard_.sections[aitPid][2]).version, 3);
 }
 
-TEST_F(Stream, AListenerMayUnsubscribeThePidWhoseSectionItGets)
+TEST_F(TransportStreamTest, AListenerMayUnsubscribeThePidWhoseSectionItGets)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -209,7 +207,7 @@ TEST_F(Stream, AListenerMayUnsubscribeThePidWhoseSectionItGets)
     EXPECT_FALSE(stream_.isSubscribed(aitPid));
 }
 
-TEST_F(Stream, ASubscribedPmtPidStillServesTheServiceListAfterUnsubscribing)
+TEST_F(TransportStreamTest, ASubscribedPmtPidStillServesTheServiceListAfterUnsubscribing)
 {
     PacketWriter pat(0), pmt(0x50);
     feed(pat.section(makePat(1, 0, {{7, 0x50}})));
@@ -220,7 +218,7 @@ TEST_F(Stream, ASubscribedPmtPidStillServesTheServiceListAfterUnsubscribing)
     EXPECT_TRUE(heard_.sections.empty());
 }
 
-TEST_F(Stream, ASectionWithAWrongCrcIsDroppedAndCounted)
+TEST_F(TransportStreamTest, ASectionWithAWrongCrcIsDroppedAndCounted)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -233,7 +231,7 @@ TEST_F(Stream, ASectionWithAWrongCrcIsDroppedAndCounted)
     EXPECT_EQ(stream_.statistics().sections, 1u);
 }
 
-TEST_F(Stream, ASectionWithoutCrcIsDroppedAndCounted)
+TEST_F(TransportStreamTest, ASectionWithoutCrcIsDroppedAndCounted)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -246,7 +244,7 @@ TEST_F(Stream, ASectionWithoutCrcIsDroppedAndCounted)
     EXPECT_GE(stream_.statistics().uncheckedSections, 1u);
 }
 
-TEST_F(Stream, ALostPacketCostsItsSectionAndNoOther)
+TEST_F(TransportStreamTest, ALostPacketCostsItsSectionAndNoOther)
 {
     PacketWriter data(otherPid);
     stream_.subscribe(otherPid);
@@ -259,7 +257,7 @@ TEST_F(Stream, ALostPacketCostsItsSectionAndNoOther)
     EXPECT_EQ(stream_.statistics().continuityErrors, 1u);
 }
 
-TEST_F(Stream, ARepeatedPacketIsLeftOut)
+TEST_F(TransportStreamTest, ARepeatedPacketIsLeftOut)
 {
     PacketWriter data(otherPid);
     stream_.subscribe(otherPid);
@@ -273,7 +271,7 @@ TEST_F(Stream, ARepeatedPacketIsLeftOut)
     EXPECT_EQ(stream_.statistics().continuityErrors, 0u);
 }
 
-TEST_F(Stream, SixteenLostPacketsAreNotTakenForARepetition)
+TEST_F(TransportStreamTest, SixteenLostPacketsAreNotTakenForARepetition)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -283,7 +281,7 @@ TEST_F(Stream, SixteenLostPacketsAreNotTakenForARepetition)
     EXPECT_EQ(heard_.sections[aitPid].size(), 2u);
 }
 
-TEST_F(Stream, PacketsWithoutPayloadDoNotDisturbASection)
+TEST_F(TransportStreamTest, PacketsWithoutPayloadDoNotDisturbASection)
 {
     PacketWriter data(otherPid);
     stream_.subscribe(otherPid);
@@ -298,7 +296,7 @@ TEST_F(Stream, PacketsWithoutPayloadDoNotDisturbASection)
     EXPECT_EQ(stream_.statistics().continuityErrors, 0u);
 }
 
-TEST_F(Stream, ASignalledDiscontinuityIsNoError)
+TEST_F(TransportStreamTest, ASignalledDiscontinuityIsNoError)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -312,7 +310,7 @@ TEST_F(Stream, ASignalledDiscontinuityIsNoError)
     EXPECT_EQ(stream_.statistics().continuityErrors, 0u);
 }
 
-TEST_F(Stream, ScrambledAndDamagedPacketsAreLeftOut)
+TEST_F(TransportStreamTest, ScrambledAndDamagedPacketsAreLeftOut)
 {
     PacketWriter ait(aitPid);
     stream_.subscribe(aitPid);
@@ -328,7 +326,7 @@ TEST_F(Stream, ScrambledAndDamagedPacketsAreLeftOut)
     EXPECT_EQ(stream_.statistics().packets, 3u);
 }
 
-TEST_F(Stream, EveryPointerAndAdaptationFieldLengthIsSurvived)
+TEST_F(TransportStreamTest, EveryPointerAndAdaptationFieldLengthIsSurvived)
 {
     stream_.subscribe(aitPid);
     Bytes packets;
@@ -347,7 +345,7 @@ TEST_F(Stream, EveryPointerAndAdaptationFieldLengthIsSurvived)
     EXPECT_EQ(heard_.sections[aitPid].back(), anAit(1));
 }
 
-TEST_F(Stream, ClockReferencesAreToldInTicksOf27Megahertz)
+TEST_F(TransportStreamTest, ClockReferencesAreToldInTicksOf27Megahertz)
 {
     PacketWriter video(0x100);
     // Base 0x123456789 and extension 299.
@@ -363,7 +361,7 @@ TEST_F(Stream, ClockReferencesAreToldInTicksOf27Megahertz)
     EXPECT_TRUE(heard_.clocks[1].discontinuity);
 }
 
-TEST_F(Stream, ARestartLosesNothingAndTellsNothingTwice)
+TEST_F(TransportStreamTest, ARestartLosesNothingAndTellsNothingTwice)
 {
     PacketWriter pat(0), ait(aitPid);
     stream_.subscribe(aitPid);
@@ -376,7 +374,7 @@ TEST_F(Stream, ARestartLosesNothingAndTellsNothingTwice)
     EXPECT_EQ(stream_.statistics().continuityErrors, 0u);
 }
 
-TEST_F(Stream, PidsThatCannotBeAreNotSubscribed)
+TEST_F(TransportStreamTest, PidsThatCannotBeAreNotSubscribed)
 {
     stream_.subscribe(0x1FFF);
     stream_.subscribe(0xFFFF);
@@ -384,7 +382,7 @@ TEST_F(Stream, PidsThatCannotBeAreNotSubscribed)
     EXPECT_FALSE(stream_.isSubscribed(0xFFFF));
 }
 
-TEST_F(Stream, BytesThatAreNoTransportStreamGiveAClearError)
+TEST_F(TransportStreamTest, BytesThatAreNoTransportStreamGiveAClearError)
 {
     EXPECT_TRUE(stream_.error().empty());
     EXPECT_FALSE(stream_.feed(Bytes(300 * 1024, 0x20).data(), 300 * 1024));
@@ -392,7 +390,7 @@ TEST_F(Stream, BytesThatAreNoTransportStreamGiveAClearError)
     EXPECT_FALSE(stream_.finish());
 }
 
-TEST_F(Stream, AnEmptyInputIsNoTransportStream)
+TEST_F(TransportStreamTest, AnEmptyInputIsNoTransportStream)
 {
     EXPECT_FALSE(stream_.finish());
     EXPECT_NE(stream_.error().find("not a transport stream"), std::string::npos);
