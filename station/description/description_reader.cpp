@@ -25,19 +25,31 @@ LocalTime readLocalTime(ObjectReader& object)
     return time;
 }
 
-void readStream(ObjectReader& object, Description& description)
+void readStreamKeys(ObjectReader& object, Description& description)
 {
     description.streamPlace = object.place();
     description.bitrate = object.integer("bitrate", {100'000, 80'000'000}, 2'000'000);
     description.duration = object.integer("duration", {1, 86'400}, 30);
     const auto start = parseUtc(object.text("start", usualStart));
-    if (!start && object.has("start"))
+    if (!start)
         object.complain("start", "expected a time as \"2026-03-14T20:15:00Z\"");
     description.start = start.value_or(0);
     if (object.has("local_time"))
         object.object("local_time", [&description](ObjectReader& time) {
             description.localTime = readLocalTime(time);
         });
+}
+
+void readStream(ObjectReader& object, Description& description)
+{
+    const ObjectReader::ObjectVisitor visit = [&description](ObjectReader& stream) {
+        readStreamKeys(stream, description);
+    };
+    if (object.has("stream"))
+        return object.object("stream", visit);
+    const JsonValue nothing = emptyObject();
+    ObjectReader stream(nothing, object.place(), object.problems());
+    visit(stream);
 }
 
 void readServices(ObjectReader& object, const std::filesystem::path& folder,
@@ -64,15 +76,7 @@ Description readRoot(const JsonValue& root, const std::filesystem::path& folder,
     object.object("network", [&description](ObjectReader& network) {
         description.network = readNetwork(network);
     });
-    JsonValue usual;
-    usual.kind = JsonValue::Kind::Object;
-    if (object.has("stream")) {
-        object.object("stream",
-                      [&description](ObjectReader& stream) { readStream(stream, description); });
-    } else {
-        ObjectReader stream(usual, object.place(), problems);
-        readStream(stream, description);
-    }
+    readStream(object, description);
     readServices(object, folder, description);
     return description;
 }

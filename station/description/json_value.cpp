@@ -158,6 +158,13 @@ private:
 
 }  // namespace
 
+JsonValue emptyObject()
+{
+    JsonValue value;
+    value.kind = JsonValue::Kind::Object;
+    return value;
+}
+
 std::optional<JsonValue> parseJson(const std::string& text, Problems& problems)
 {
     LineCount lines;

@@ -34,6 +34,8 @@ struct JsonMember {
     JsonValue value;
 };
 
+JsonValue emptyObject();
+
 /// @return nothing when it is no JSON: then there is a problem more
 std::optional<JsonValue> parseJson(const std::string& text, Problems& problems);
 

@@ -8,12 +8,6 @@ namespace station {
 
 namespace {
 
-const JsonValue emptyObject = [] {
-    JsonValue value;
-    value.kind = JsonValue::Kind::Object;
-    return value;
-}();
-
 std::string pathOf(const Place& parent, const std::string& key)
 {
     return parent.path.empty() ? key : parent.path + "." + key;
@@ -55,18 +49,16 @@ bool isLanguage(const std::string& text)
 }  // namespace
 
 ObjectReader::ObjectReader(const JsonValue& value, Place place, Problems& problems)
-    : value_(&value), place_(std::move(place)), problems_(problems)
+    : value_(value), place_(std::move(place)), problems_(problems)
 {
-    if (value.kind == JsonValue::Kind::Object)
-        return;
-    problems_.push_back({place_, "expected an object"});
-    value_ = &emptyObject;
+    if (!isObject())
+        problems_.push_back({place_, "expected an object"});
 }
 
 ObjectReader::~ObjectReader()
 {
     std::set<std::string> seen;
-    for (const JsonMember& member : value_->members) {
+    for (const JsonMember& member : value_.members) {
         if (known_.count(member.key) == 0)
             problems_.push_back({{member.line, pathOf(place_, member.key)}, "unknown key"});
         else if (!seen.insert(member.key).second)
@@ -77,24 +69,24 @@ ObjectReader::~ObjectReader()
 const JsonValue* ObjectReader::find(const std::string& key, bool isNeeded)
 {
     known_.insert(key);
-    for (const JsonMember& member : value_->members) {
+    for (const JsonMember& member : value_.members) {
         if (member.key == key)
             return &member.value;
     }
-    if (isNeeded && value_ != &emptyObject)
+    if (isNeeded && isObject())
         problems_.push_back({{place_.line, pathOf(place_, key)}, "it is missing"});
     return nullptr;
 }
 
 bool ObjectReader::has(const std::string& key) const
 {
-    return std::any_of(value_->members.begin(), value_->members.end(),
+    return std::any_of(value_.members.begin(), value_.members.end(),
                        [&key](const JsonMember& member) { return member.key == key; });
 }
 
 Place ObjectReader::placeOf(const std::string& key) const
 {
-    for (const JsonMember& member : value_->members) {
+    for (const JsonMember& member : value_.members) {
         if (member.key == key)
             return {member.value.line, pathOf(place_, key)};
     }

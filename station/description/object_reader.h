@@ -68,10 +68,11 @@ public:
     Problems& problems() { return problems_; }
 
 private:
+    bool isObject() const { return value_.kind == JsonValue::Kind::Object; }
     /// @return null when the key is not there: then it is a problem, if it has to be
     const JsonValue* find(const std::string& key, bool isNeeded);
 
-    const JsonValue* value_;
+    const JsonValue& value_;
     Place place_;
     Problems& problems_;
     std::set<std::string> known_;

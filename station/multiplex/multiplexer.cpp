@@ -203,12 +203,11 @@ private:
     /// No fewer clock packets than come between so many others.
     uint64_t clocksWithin(uint64_t packets) const
     {
-        const uint64_t perInterval = static_cast<uint64_t>(schedule_.bitrate) *
-                                     static_cast<uint64_t>(clockIntervalMs) / 1'000 /
-                                     (packetSize * 8);
-        return clocks_.size() *
-               (packets / (perInterval > clocks_.size() + 1 ? perInterval - clocks_.size() : 1) +
-                2);
+        const uint64_t clocks = clocks_.size();
+        const uint64_t slots =
+            static_cast<uint64_t>(schedule_.bitrate * clockIntervalMs) / 1'000 / (packetSize * 8);
+        const uint64_t others = slots > clocks ? slots - clocks : 1;
+        return clocks * (packets / others + 2);
     }
 
     const Schedule& schedule_;

@@ -50,6 +50,7 @@ struct Schedule {
     std::vector<Rotation> rotations;
 };
 
+/// @param description borrowed for the schedule's life
 /// @return nothing when something does not fit or cannot be read: then there are problems more
 std::optional<Schedule> makeSchedule(const Description& description, Problems& problems);
 

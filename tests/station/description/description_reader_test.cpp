@@ -29,6 +29,70 @@ TEST(DescriptionReader, SaysWhatTheServiceNeedsAndChoosesTheRest)
     EXPECT_FALSE(description.services[0].applications);
 }
 
+/// A description whose network has this delivery system.
+Delivery deliveryOf(const std::string& keys)
+{
+    return descriptionOf("{\"network\": {\"name\": \"N\", \"original_network_id\": 1, "
+                         "\"transport_stream_id\": 1, \"delivery\": {" +
+                         keys + "}}, \"services\": [{\"id\": 1, \"name\": \"A\"}]}")
+        .network.delivery;
+}
+
+TEST(DescriptionReader, ReadsDeliverySystems)
+{
+    const Delivery terrestrial =
+        deliveryOf(R"("system": "terrestrial", "frequency_khz": 602000, "bandwidth_mhz": 7)");
+    EXPECT_EQ(terrestrial.system, DeliverySystem::Terrestrial);
+    EXPECT_EQ(terrestrial.frequencyKhz, 602'000);
+    EXPECT_EQ(terrestrial.bandwidthMhz, 7U);
+    const Delivery satellite = deliveryOf(
+        R"("system": "satellite", "frequency_khz": 12000000, "symbol_rate": 27500000,
+           "orbital_position_tenths": 50, "direction": "west", "polarisation": "vertical")");
+    EXPECT_EQ(satellite.system, DeliverySystem::Satellite);
+    EXPECT_EQ(satellite.symbolRate, 27'500'000);
+    EXPECT_EQ(satellite.orbitalPosition, 50U);
+    EXPECT_FALSE(satellite.isEast);
+    EXPECT_EQ(satellite.polarisation, 1U);
+    const Delivery cable = deliveryOf(R"("system": "cable", "modulation": "256qam")");
+    EXPECT_EQ(cable.system, DeliverySystem::Cable);
+    EXPECT_EQ(cable.frequencyKhz, 346'000);
+    EXPECT_EQ(cable.cableModulation, 256U);
+}
+
+TEST(DescriptionReader, ReadsTheStream)
+{
+    const Description description = descriptionOf(
+        R"({"network": {"name": "N", "original_network_id": 1, "transport_stream_id": 1},
+            "stream": {"bitrate": 500000, "duration": 5, "start": "1970-01-02T00:00:00Z",
+                       "local_time": {"country": "DEU", "offset_minutes": 60}},
+            "services": [{"id": 1, "name": "A"}]})");
+    EXPECT_EQ(description.bitrate, 500'000);
+    EXPECT_EQ(description.duration, 5);
+    EXPECT_EQ(description.start, 86'400);
+    EXPECT_EQ(description.localTime->country, "DEU");
+    EXPECT_EQ(description.localTime->offsetMinutes, 60);
+}
+
+TEST(DescriptionReader, ReadsACarousel)
+{
+    const Service service = serviceOf(R"("event_streams": [{"component_tag": 43}], "carousels": [
+        {"id": "0xFFFFFFFF", "component_tag": 42, "folder": ".", "module_size": 2048,
+         "module_version": 31, "compress": false, "content_types": false, "cycle_seconds": 1.5,
+         "stream_events": [{"path": "a/b", "component_tag": 43,
+                            "events": [{"name": "e", "id": 16383}]}]}])");
+    const Carousel& carousel = service.carousels[0];
+    EXPECT_EQ(carousel.id, 0xFFFFFFFFU);
+    EXPECT_EQ(carousel.folder, std::filesystem::path(VESTA_SAMPLES) / ".");
+    EXPECT_EQ(carousel.moduleSize, 2048U);
+    EXPECT_EQ(carousel.moduleVersion, 31U);
+    EXPECT_FALSE(carousel.compress);
+    EXPECT_FALSE(carousel.contentTypes);
+    EXPECT_EQ(carousel.cycleMs, 1500);
+    ASSERT_EQ(carousel.streamEvents.size(), 1U);
+    EXPECT_EQ(carousel.streamEvents[0].path, "a/b");
+    EXPECT_EQ(carousel.streamEvents[0].events[0].id, 16383U);
+}
+
 TEST(DescriptionReader, GivesStreamsPidsAndTagsOfTheirOwn)
 {
     const Service service = serviceOf(R"("components": [{"type": "video"},
