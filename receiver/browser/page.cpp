@@ -89,7 +89,7 @@ XmlDocument parse(const std::string& page)
     return reading.hasEndlessTag() ? nullptr : std::move(document);
 }
 
-/// The node behind `node` in the order of the page.
+/// The node after `node` in the order of the page.
 const xmlNode* next(const xmlNode* node, const xmlNode* root)
 {
     if (node->children)

@@ -5,6 +5,8 @@
 #include <set>
 #include <utility>
 
+#include "foundation/descriptor.h"
+
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
@@ -133,13 +135,14 @@ private:
 
 std::string readContentType(ByteReader descriptors)
 {
-    while (descriptors.remaining() >= 2) {
-        const uint8_t tag = descriptors.u8();
-        ByteReader payload = descriptors.take(descriptors.u8());
-        if (tag == contentTypeTag && descriptors.ok())
-            return withoutTrailingZeros(payload.text(payload.remaining()));
-    }
-    return "";
+    std::string type;
+    const auto readFirst = [&type](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        if (tag == contentTypeTag)
+            type = withoutTrailingZeros(payload.text(payload.remaining()));
+        return tag != contentTypeTag;
+    };
+    VestaHbbTV::forEachDescriptor(descriptors, readFirst);
+    return type;
 }
 
 bool readFile(ByteReader info, ByteReader body, const unsigned char* module, BiopObject& object)
@@ -205,7 +208,7 @@ bool readDirectory(ByteReader body, ObjectBudget& budget, BiopObject& object)
 }
 
 // The list of names when the stream's info has this size. It fails where the list does not fit.
-ByteReader eventNamesBehind(ByteReader info, size_t streamInfoSize)
+ByteReader eventNamesAfter(ByteReader info, size_t streamInfoSize)
 {
     info.skip(info.u8());  // a description
     info.skip(streamInfoSize);
@@ -225,8 +228,8 @@ bool areEventNames(ByteReader names, unsigned wanted)
 // counts that has as many names as there are ids. Where neither does, it is the document's.
 ByteReader chooseEventNames(ByteReader info, unsigned ids)
 {
-    const ByteReader printed = eventNamesBehind(info, streamInfoSizeAfterDescription);
-    const ByteReader broadcast = eventNamesBehind(info, streamInfoSizeAfterDescription + 2);
+    const ByteReader printed = eventNamesAfter(info, streamInfoSizeAfterDescription);
+    const ByteReader broadcast = eventNamesAfter(info, streamInfoSizeAfterDescription + 2);
     return !areEventNames(printed, ids) && areEventNames(broadcast, ids) ? broadcast : printed;
 }
 

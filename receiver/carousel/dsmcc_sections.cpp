@@ -3,6 +3,8 @@
 #include <tuple>
 #include <utility>
 
+#include "foundation/descriptor.h"
+
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
@@ -48,15 +50,15 @@ std::optional<DownloadMessageKind> kindOf(uint8_t tableId, uint16_t messageId)
 
 void readUserInfo(ByteReader descriptors, ModuleAnnouncement& module)
 {
-    while (descriptors.remaining() >= 2) {
-        const uint8_t tag = descriptors.u8();
-        ByteReader payload = descriptors.take(descriptors.u8());
+    const auto read = [&module](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
         if (tag != compressedModuleTag || payload.remaining() < 5)
-            continue;
+            return true;
         module.compressed = true;
         module.compressionMethod = payload.u8();
         module.originalSize = payload.u32();
-    }
+        return true;
+    };
+    VestaHbbTV::forEachDescriptor(descriptors, read);
 }
 
 // BIOP::ModuleInfo: ETSI TR 101 202, 4.7.5.2.
@@ -106,7 +108,7 @@ std::optional<ServerInitiate> readServerInitiate(const DownloadMessage& message)
     ByteReader gatewayInfo = body.take(body.u16());
     ServerInitiate result;
     result.serviceGateway = readObjectReference(gatewayInfo);
-    // Deliberate: the taps, contexts and user info behind the reference are not looked at.
+    // Deliberate: the taps, contexts and user info after the reference are not looked at.
     if (!body.ok() || !gatewayInfo.ok())
         return std::nullopt;
     return result;

@@ -103,7 +103,7 @@ bool ObjectCarousel::feedServerInitiate(uint16_t tag, const DownloadMessage& mes
     ++revision_;
     noteReference(*gateway_);
     if (!gateway_->isResolvable())
-        tell("carousel refused: of its service gateway, " + gateway_->unresolvableReason);
+        report("carousel refused: of its service gateway, " + gateway_->unresolvableReason);
     return true;
 }
 
@@ -118,11 +118,11 @@ bool ObjectCarousel::feedInfoIndication(const IndicationKey& key, const Download
         return false;
     if (admits(key, *news)) {
         replaceIndication(key, *news, std::move(section));
-    } else if (!toldTooManyModules_) {
-        toldTooManyModules_ = true;
-        tell("carousel " + std::to_string(news->downloadId) + ": modules refused, more than " +
-             std::to_string(limits_.modules) + " modules or " +
-             std::to_string(limits_.infoIndications) + " lists of modules announced");
+    } else if (!reportedTooManyModules_) {
+        reportedTooManyModules_ = true;
+        report("carousel " + std::to_string(news->downloadId) + ": modules refused, more than " +
+               std::to_string(limits_.modules) + " modules or " +
+               std::to_string(limits_.infoIndications) + " lists of modules announced");
     }
     return true;
 }
@@ -201,7 +201,7 @@ std::unique_ptr<CarouselModule> ObjectCarousel::newModule(const ModuleAnnounceme
                                                    indication.blockSize, limits_, budget_->memory);
     if (announcement.associationTag)
         noteReference(*announcement.associationTag);
-    tellProblem(*module);
+    reportProblem(*module);
     return module;
 }
 
@@ -307,7 +307,7 @@ void ObjectCarousel::moduleChanged(const CarouselModule& module)
         ++completeCount_;
         noteReferences(module);
     }
-    tellProblem(module);
+    reportProblem(module);
 }
 
 // Module infos name the stream of the blocks; without them it is that of the DII.
@@ -318,18 +318,18 @@ bool ObjectCarousel::carriesBlocks(uint16_t tag, const IndicationKey& key,
     return tag == (named ? streamOf(*named) : key.first);
 }
 
-void ObjectCarousel::tellProblem(const CarouselModule& module)
+void ObjectCarousel::reportProblem(const CarouselModule& module)
 {
     if (module.problem().empty())
         return;
     const bool refused = module.state() == CarouselModule::State::Refused;
-    tell("carousel " + std::to_string(module.downloadId()) + ", module " +
-         std::to_string(module.announcement().moduleId) + " version " +
-         std::to_string(module.announcement().version) +
-         (refused ? " refused: " : " is damaged: ") + module.problem());
+    report("carousel " + std::to_string(module.downloadId()) + ", module " +
+           std::to_string(module.announcement().moduleId) + " version " +
+           std::to_string(module.announcement().version) +
+           (refused ? " refused: " : " is damaged: ") + module.problem());
 }
 
-void ObjectCarousel::tell(const std::string& message)
+void ObjectCarousel::report(const std::string& message)
 {
     if (handler_)
         handler_(message);
@@ -370,7 +370,7 @@ void ObjectCarousel::clear()
     newReferences_.clear();
     forgetIndications();
     forgetEarlyBlocks();
-    toldTooManyModules_ = false;
+    reportedTooManyModules_ = false;
     ++revision_;
 }
 

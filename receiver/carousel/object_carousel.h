@@ -176,8 +176,8 @@ private:
     bool carriesBlocks(uint16_t tag, const IndicationKey& key, const CarouselModule& module) const;
     void countModules(const Modules& modules, bool come);
     void moduleChanged(const CarouselModule& module);
-    void tellProblem(const CarouselModule& module);
-    void tell(const std::string& message);
+    void reportProblem(const CarouselModule& module);
+    void report(const std::string& message);
 
     void noteReference(const ObjectReference& reference);
     void noteReference(uint16_t associationTag);
@@ -208,7 +208,7 @@ private:
     size_t blocksDropped_ = 0;
     size_t moduleCount_ = 0;
     size_t completeCount_ = 0;
-    bool toldTooManyModules_ = false;
+    bool reportedTooManyModules_ = false;
     uint64_t revision_ = 0;
 };
 

@@ -6,7 +6,6 @@
 
 #include "vesta_hbbtv_appman.h"
 
-#include "receiver/text/mime_type.h"
 #include "receiver/text/url.h"
 
 namespace receiver {
@@ -15,7 +14,6 @@ namespace {
 
 const uint8_t carouselStreamType = 0x0B;  // ISO/IEC 13818-6 type B
 const size_t heldSectionOverhead = 128;   // of the set and the heap
-const size_t readBytes = size_t(1) << 20;
 
 bool isCarouselStream(const StreamDescription& stream)
 {
@@ -47,9 +45,8 @@ std::vector<void*> ServiceCarousels::leave()
     listenTo(std::vector<StreamDescription>());
     hasEnded_ = false;
     std::vector<void*> ids;
-    for (const auto& entry : pending_)
+    for (const auto& entry : files_.takePending())
         ids.push_back(entry.first);
-    pending_.clear();
     return ids;
 }
 
@@ -103,6 +100,7 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
     std::map<uint16_t, Unclaimed> unclaimed = std::exchange(unclaimed_, {});
     const std::map<uint16_t, uint8_t> tagsBefore = std::exchange(tagsByPid_, {});
     pids_.clear();
+    pidsNotRead_.clear();
     AssociationTags associations;
     std::vector<StreamDescription> streams = withThoseAlwaysRead(listed);
     for (StreamDescription& stream : streams) {
@@ -129,15 +127,17 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
         reception.carousel->mapAssociationTags(associations_);
         followReferences(reception);
     }
-    toLookFor_ = pending_.size();
+    files_.lookAgain();
 }
 
 void ServiceCarousels::listenTo(const StreamDescription& stream,
                                 std::map<uint8_t, Reception>& carousels,
                                 std::map<uint16_t, Unclaimed>& unclaimed)
 {
-    if (!stream.componentTag && !isAlwaysRead(stream.pid))
-        return;  // nobody could ask for its files
+    if (!stream.componentTag && !isAlwaysRead(stream.pid)) {
+        pidsNotRead_.insert(stream.pid);
+        return;
+    }
     pids_.insert(stream.pid);
     if (stream.componentTag) {
         const uint8_t tag = *stream.componentTag;
@@ -301,15 +301,15 @@ void ServiceCarousels::dropHeld()
 
 void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
 {
-    if (reception.toldRevision == reception.carousel->revision())
+    if (reception.reportedRevision == reception.carousel->revision())
         return;
-    reception.toldRevision = reception.carousel->revision();
-    toLookFor_ = pending_.size();
+    reception.reportedRevision = reception.carousel->revision();
+    files_.lookAgain();
     const size_t complete = reception.carousel->modulesComplete();
     const size_t known = reception.carousel->modulesKnown();
-    if (complete == reception.toldModules)
+    if (complete == reception.reportedModules)
         return;
-    reception.toldModules = complete;
+    reception.reportedModules = complete;
     report("carousel",
            "carousel " + hex(tag) + ": " + std::to_string(complete) + " of " +
                std::to_string(known) + " modules",
@@ -320,21 +320,13 @@ std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers(size_t most)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Answer> answers;
-    toLookFor_ = std::min(toLookFor_, pending_.size());
-    const bool isForAll = toLookFor_ <= most && toLookFor_ == pending_.size();
-    auto entry = isForAll ? pending_.begin() : pending_.upper_bound(lastLookedFor_);
-    for (size_t count = std::min(toLookFor_, most); count > 0; --count) {
-        if (entry == pending_.end())
-            entry = pending_.begin();
-        lastLookedFor_ = entry->first;
-        const bool isAnswered = answerIfThere(entry->first, entry->second, answers);
-        entry = isAnswered ? pending_.erase(entry) : std::next(entry);
-        --toLookFor_;
-    }
+    files_.lookForPending(most, [this, &answers](void* id, const FileRequests::PendingFile& file) {
+        return answerIfThere(id, file, answers);
+    });
     return answers;
 }
 
-bool ServiceCarousels::answerIfThere(void* id, const PendingFile& file,
+bool ServiceCarousels::answerIfThere(void* id, const FileRequests::PendingFile& file,
                                      std::vector<Answer>& answers)
 {
     ++lookups_;
@@ -343,7 +335,7 @@ bool ServiceCarousels::answerIfThere(void* id, const PendingFile& file,
         return false;
     const bool ready = lookup.result == Lookup::Result::Ready;
     if (ready)
-        open_[id] = {path, lookup.file, 0};
+        files_.open(id, path, lookup.file);
     report(ready ? "file-ready" : "file-error",
            file.name + ": " + (ready ? "it has come" : lookup.reason), {{"path", file.name}});
     answers.push_back({id, ready});
@@ -360,12 +352,11 @@ std::vector<void*> ServiceCarousels::giveUp()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<void*> ids;
-    for (const auto& [id, file] : pending_) {
+    for (const auto& [id, file] : files_.takePending()) {
         report("file-missing", file.name + ": the stream ended before it came",
                {{"path", file.name}});
         ids.push_back(id);
     }
-    pending_.clear();
     hasEnded_ = true;
     return ids;
 }
@@ -413,15 +404,15 @@ unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
         lookup.result = Lookup::Result::Error;
         lookup.reason += ", and the stream has ended";
     }
-    forget(id);  // a browser may use an id again
+    files_.forget(id);  // a browser may use an id again
     const EventLog::Details details = {{"path", text}};
     switch (lookup.result) {
     case Lookup::Result::Ready:
-        open_[id] = {search.path, lookup.file, 0};
+        files_.open(id, search.path, lookup.file);
         report("file-ready", text + ": ready", details);
         return DSMCC_OK;
     case Lookup::Result::Pending:
-        pending_[id] = {*path, text};
+        files_.wait(id, {*path, text});
         report("file-pending", text + ": pending, " + lookup.reason, details);
         return DSMCC_PENDING;
     case Lookup::Result::Error:
@@ -434,41 +425,19 @@ unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
 unsigned int ServiceCarousels::mimeType(void* id, std::string& type) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto file = open_.find(id);
-    if (file == open_.end())
-        return DSMCC_UNKNOWN_ID;
-    type = file->second.view.contentType.empty() ? mimeTypeOf(file->second.path)
-                                                 : file->second.view.contentType;
-    return DSMCC_OK;
+    return files_.mimeType(id, type);
 }
 
 unsigned int ServiceCarousels::read(void* id, char** bytes, unsigned int* count)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto file = open_.find(id);
-    if (file == open_.end())
-        return DSMCC_UNKNOWN_ID;
-    const FileView& view = file->second.view;
-    size_t& position = file->second.position;
-    const size_t length = std::min(readBytes, view.size - position);
-    // The interface has no const; the application manager only reads.
-    *bytes =
-        length ? const_cast<char*>(reinterpret_cast<const char*>(view.data + position)) : nullptr;
-    *count = static_cast<unsigned int>(length);
-    position += length;
-    return DSMCC_OK;
+    return files_.read(id, bytes, count);
 }
 
 unsigned int ServiceCarousels::close(void* id)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return forget(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
-}
-
-bool ServiceCarousels::forget(void* id)
-{
-    const bool wasPending = pending_.erase(id) != 0;
-    return open_.erase(id) != 0 || wasPending;
+    return files_.forget(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
 }
 
 std::vector<ServiceCarousels::Status> ServiceCarousels::status() const

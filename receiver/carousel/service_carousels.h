@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "receiver/carousel/carousel_path.h"
+#include "receiver/carousel/file_requests.h"
 #include "receiver/carousel/object_carousel.h"
 #include "receiver/console/event_log.h"
 #include "receiver/service/service_tables.h"
@@ -46,6 +47,10 @@ public:
 
     /// The PIDs that carry carousels, or may. For the middleware thread alone.
     const std::set<uint16_t>& pids() const { return pids_; }
+
+    /// Those of carousels that nobody could ask for, as the PMT gives them no component tag. For
+    /// the middleware thread alone.
+    const std::set<uint16_t>& pidsNotRead() const { return pidsNotRead_; }
 
     /// Takes a section of one of these PIDs.
     void feed(uint16_t pid, const SectionBytes& section);
@@ -96,23 +101,13 @@ public:
     bool hasFile(const std::string& path) const;
 
 private:
-    struct PendingFile {
-        CarouselPath path;
-        std::string name;  // as it was asked for
-    };
-    struct OpenFile {
-        std::string path;
-        FileView view;
-        size_t position = 0;
-    };
-
     /// A carousel and the streams that it is fed from.
     struct Reception {
         std::unique_ptr<ObjectCarousel> carousel;
         std::set<uint8_t> tags;           // component tags
         std::optional<uint16_t> ownName;  // how the carousel calls a stream that no table names
-        uint64_t toldRevision = 0;
-        size_t toldModules = 0;
+        uint64_t reportedRevision = 0;
+        size_t reportedModules = 0;
     };
 
     /// A stream that may begin a carousel, or belong to one.
@@ -143,13 +138,13 @@ private:
         std::string path;
     };
 
-    bool answerIfThere(void* id, const PendingFile& file, std::vector<Answer>& answers);
+    bool answerIfThere(void* id, const FileRequests::PendingFile& file,
+                       std::vector<Answer>& answers);
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
     Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
     void reportNews(uint8_t tag, Reception& reception);
-    bool forget(void* id);
 
     const CarouselLimits limits_;
     const std::shared_ptr<CarouselBudget> budget_;  // of all carousels together
@@ -159,17 +154,15 @@ private:
     const std::vector<CarouselPid> alwaysRead_;
     std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
     std::set<uint16_t> pids_;
+    std::set<uint16_t> pidsNotRead_;
     std::shared_ptr<const AssociationTags> associations_;  // of the PMT, shared by the carousels
     std::map<uint16_t, Unclaimed> unclaimed_;              // by PID
     size_t heldBytes_ = 0;
     size_t sectionsDropped_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag
     bool hasEnded_ = false;
-    std::map<void*, PendingFile> pending_;
-    size_t toLookFor_ = 0;           // so many of them, since something new came
-    void* lastLookedFor_ = nullptr;  // the next one has its turn
+    FileRequests files_;
     uint64_t lookups_ = 0;
-    std::map<void*, OpenFile> open_;
 };
 
 }  // namespace receiver

@@ -15,7 +15,7 @@ namespace receiver {
 /// Who made it happen.
 enum class Source {
     Air,       ///< it came with the transport stream
-    Library,   ///< the application manager told or asked it
+    Library,   ///< the application manager reported or asked it
     Browser,   ///< the browser was made to do it
     Platform,  ///< a hook of the platform was called
     User,      ///< a command

@@ -75,7 +75,7 @@ void LineInput::readCharacter()
         const std::lock_guard<std::mutex> lock(editor_);
         rl_callback_read_char();
         if (line_)
-            install();  // behind a line, the editor leaves the terminal to others
+            install();  // after a line, the editor leaves the terminal to others
         line.swap(line_);
     }
     // The editor is free here: whoever the session wakes may write at once.

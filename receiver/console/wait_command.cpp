@@ -90,7 +90,7 @@ Outcome wait(Session& session, const Words& words)
     if (rest.size() > 2 && rest[rest.size() - 2] == "within") {
         const auto number = positiveNumber(rest.back());
         if (!number)
-            return Outcome::wrongUsage("expected seconds behind within, not " + rest.back());
+            return Outcome::wrongUsage("expected seconds after within, not " + rest.back());
         seconds = *number;
         rest.resize(rest.size() - 2);
     }

@@ -40,7 +40,7 @@ public:
     long freeMemory = 64L << 20;  ///< bytes
     /// @}
 
-    /// @name What the application manager was told of the terminal
+    /// @name What the application manager knows of the terminal
     /// @{
     unsigned supportedProfiles = 0;
     std::string version = "1.2.1";  ///< of HbbTV
@@ -54,7 +54,7 @@ public:
     /// those that were expected and of applications that are signalled to start by themselves.
     void reportStartsThatCameToNothing();
 
-    /// An application as far as the notifications tell.
+    /// An application as far as the notifications say.
     struct RunningApplication {
         std::string ids;  ///< "organisation.application", hexadecimal
         std::string url;
@@ -67,7 +67,7 @@ public:
 
     /// The applications of the last table and their URLs, for people; empty without a table.
     const std::vector<std::string>& table() const { return table_; }
-    /// The service changed: the table that was told last is void. Does nothing without an
+    /// The service changed: the table that was reported last is void. Does nothing without an
     /// integrator.
     static void forgetTable();
 

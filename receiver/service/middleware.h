@@ -1,5 +1,5 @@
-/// The receiver's middleware thread: it plays the stream, and tells the application manager what
-/// the follower of the tuned service has to say.
+/// The receiver's middleware thread: it plays the stream, and reports to the application manager
+/// what the follower of the tuned service has to say.
 #ifndef VESTA_RECEIVER_SERVICE_MIDDLEWARE_H
 #define VESTA_RECEIVER_SERVICE_MIDDLEWARE_H
 
@@ -25,7 +25,7 @@ struct MiddlewareOptions {
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     double speed = 0;      ///< times real time, by PCR; 0: as fast as the receiver takes it
     bool loop = false;     ///< play the file again and again
-    bool verbose = false;  ///< also tell what is left out, and why
+    bool verbose = false;  ///< also report what is left out, and why
     bool showProgress = false;
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say

@@ -19,9 +19,6 @@ const unsigned mostHeldBackRounds = 8;
 // Pending files that are looked for at a time: pages may name thousands.
 const size_t filesPerFeed = 64;
 
-// More services than a multiplex has.
-const size_t mostCandidates = 256;
-
 std::string nameOf(const Service& service)
 {
     return "service " + std::to_string(service.programNumber) +
@@ -75,7 +72,7 @@ std::string damageOf(const StreamStatistics& statistics)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), carousels_(options.limits, log, options.carousels)
+      wanted_(options.service), choice_(stream_), carousels_(options.limits, log, options.carousels)
 {
     updateSubscriptions();
 }
@@ -92,8 +89,11 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
         return false;
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
+    if (tuned_ && !isChoosing())
+        stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
-    updateSubscriptions();
+    if (areSubscriptionsStale_)
+        updateSubscriptions();
     return true;
 }
 
@@ -111,7 +111,7 @@ void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
     chooseAtEnd();
-    sendHeldBack();  // the network that they waited for will not be told
+    sendHeldBack();  // the network that they waited for will not be named
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
 }
@@ -167,10 +167,12 @@ std::string ServiceFollower::lackOfTable() const
 void ServiceFollower::tune(uint16_t serviceId)
 {
     outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
+    choice_.clear();
     leave();
     wanted_ = serviceId;
-    // Its PMT may be known from before, and is then not told again.
+    // Its PMT may be known from before, and is then not reported again.
     stream_.forgetProgramMaps();
+    stream_.keepEarlySections();
 }
 
 void ServiceFollower::leave()
@@ -184,10 +186,9 @@ void ServiceFollower::leave()
     filter_.setStreams({});
     updateSubscriptions();
     hasSentTable_ = hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
     heldBackRounds_ = 0;
-    dropCandidates();
     remarks_.clear();
 }
 
@@ -206,21 +207,19 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
     }
     reportServicesGone();
     signalling_ = std::move(signalling);
-    for (auto candidate = candidates_.begin(); candidate != candidates_.end();) {
-        const uint16_t programNumber = candidate++->first;
-        if (signalling_.count(programNumber) == 0)
-            dropCandidate(programNumber);
-    }
+    choice_.dropUnlisted();
+    areSubscriptionsStale_ = true;
     if (tuned_ && tuned_->originalNetworkId)
         sendHeldBack();
 }
 
 void ServiceFollower::reportService(const Service& service)
 {
-    const auto [told, isNew] = toldServices_.try_emplace(service.programNumber, service.name);
-    if (!isNew && told->second == service.name)
+    const auto [reported, isNew] =
+        reportedServices_.try_emplace(service.programNumber, service.name);
+    if (!isNew && reported->second == service.name)
         return;
-    told->second = service.name;
+    reported->second = service.name;
     log_.report(Source::Air, "service",
                 isNew ? nameOf(service) + " found"
                       : "service " + std::to_string(service.programNumber) + " is \"" +
@@ -234,10 +233,10 @@ void ServiceFollower::reportServicesGone()
     std::set<uint16_t> listed;
     for (const Service& service : stream_.services())
         listed.insert(service.programNumber);
-    for (auto told = toldServices_.begin(); told != toldServices_.end();) {
-        const auto& [number, name] = *told;
+    for (auto reported = reportedServices_.begin(); reported != reportedServices_.end();) {
+        const auto& [number, name] = *reported;
         if (listed.count(number) != 0) {
-            ++told;
+            ++reported;
             continue;
         }
         const bool isTuned = tuned_ && tuned_->programNumber == number;
@@ -246,7 +245,7 @@ void ServiceFollower::reportServicesGone()
                         (name.empty() ? "" : " \"" + name + "\"") + " is no longer listed" +
                         (isTuned ? ", and is the one tuned to" : ""),
                     {{"service", number}, {"name", name}});
-        told = toldServices_.erase(told);
+        reported = reportedServices_.erase(reported);
     }
 }
 
@@ -259,14 +258,15 @@ std::optional<ApplicationSignalling> ServiceFollower::signallingOf(uint16_t serv
 void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& section)
 {
     hasNews_ = true;
+    areSubscriptionsStale_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
-    const bool isTuned = tuned_ && tuned_->programNumber == service.programNumber;
-    const bool isWanted = !tuned_ && wanted_ == service.programNumber;
-    if (isTuned || isWanted)
+    if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
+    else if (!tuned_ && wanted_ == service.programNumber)
+        tuneTo(service, choice_.listenTo(std::move(map)));
     else if (isChoosing())
-        addCandidate(service.programNumber, std::move(map));
+        choice_.follow(service.programNumber, std::move(map));
     if (isChoosing() && !tuned_ && stream_.haveProgramMapsComeRound())
         chooseService();
 }
@@ -276,132 +276,36 @@ bool ServiceFollower::isChoosing() const
     return !wanted_ && !hasTableCome();
 }
 
-void ServiceFollower::addCandidate(uint16_t programNumber, ProgramMap map)
-{
-    if (map.signalling() == ApplicationSignalling::None)
-        return dropCandidate(programNumber);
-    if (candidates_.count(programNumber) == 0 && candidates_.size() >= mostCandidates)
-        return;
-    Candidate candidate = std::move(candidates_[programNumber]);
-    dropCandidate(programNumber);
-    candidate.filter.setStreams(map.streams);
-    candidate.map = std::move(map);
-    candidates_[programNumber] = std::move(candidate);
-    listenFor(programNumber);
-}
-
-/// Does nothing for a service that is none.
-void ServiceFollower::dropCandidate(uint16_t programNumber)
-{
-    candidates_.erase(programNumber);
-    for (auto entry = candidatesOn_.begin(); entry != candidatesOn_.end();) {
-        entry->second.erase(programNumber);
-        entry = entry->second.empty() ? candidatesOn_.erase(entry) : std::next(entry);
-    }
-}
-
-void ServiceFollower::dropCandidates()
-{
-    candidates_.clear();
-    candidatesOn_.clear();
-}
-
-void ServiceFollower::listenFor(uint16_t programNumber)
-{
-    for (const uint16_t pid : candidates_.at(programNumber).filter.pids()) {
-        candidatesOn_[pid].insert(programNumber);
-        stream_.subscribe(pid);
-        subscribed_.insert(pid);
-    }
-}
-
-/// @param withTable only among those of which a table came
-/// @return null when there is none
-const Service* ServiceFollower::bestCandidate(bool withTable) const
-{
-    const Service* best = nullptr;
-    ApplicationSignalling most = ApplicationSignalling::None;
-    for (const Service& service : stream_.services()) {
-        const auto found = candidates_.find(service.programNumber);
-        if (found == candidates_.end() || (withTable && found->second.table.empty()))
-            continue;
-        const ApplicationSignalling signalling = found->second.map.signalling();
-        if (signalling > most) {
-            best = &service;
-            most = signalling;
-        }
-    }
-    return best;
-}
-
 void ServiceFollower::chooseService()
 {
-    tuneTo(bestCandidate(false));
+    tuneToCandidate(choice_.best(false));
 }
 
-/// @param service a candidate; null changes nothing
-void ServiceFollower::tuneTo(const Service* service)
+/// @param service null changes nothing
+void ServiceFollower::tuneToCandidate(const Service* service)
 {
-    if (!service)
-        return;
-    Candidate candidate = std::move(candidates_.at(service->programNumber));
-    dropCandidate(service->programNumber);
+    if (service)
+        tuneTo(*service, choice_.take(service->programNumber));
+}
+
+void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
+{
     filter_ = std::move(candidate.filter);
-    join(*service, candidate.map);
+    join(service, candidate.map);
     for (const SectionBytes& section : candidate.table.take())
         passOn(section);
 }
 
-/// A table that comes round on another service while there is none on this one decides.
-void ServiceFollower::listenForCandidates(uint16_t pid, const SectionBytes& section)
-{
-    const auto listening = candidatesOn_.find(pid);
-    if (listening == candidatesOn_.end())
-        return;
-    bool hasComeRound = false;
-    for (const uint16_t programNumber : listening->second) {
-        Candidate& candidate = candidates_.at(programNumber);
-        for (const SectionBytes& part : candidate.filter.judge(pid, section).toSend)
-            hasComeRound = candidate.table.add(part) || hasComeRound;
-    }
-    if (hasComeRound && tuned_)
-        goOnToNextService();
-    else
-        limitWhatIsHeld();
-}
-
-void ServiceFollower::limitWhatIsHeld()
-{
-    if (heldBytes() <= mostHeldBytes)
-        return;
-    for (auto& entry : candidates_) {
-        entry.second.table.clear();
-        entry.second.filter.forgetHeld();
-    }
-}
-
-size_t ServiceFollower::heldBytes() const
-{
-    size_t held = 0;
-    for (const auto& entry : candidates_)
-        held += entry.second.table.bytes() + entry.second.filter.heldBytes();
-    return held;
-}
-
 void ServiceFollower::goOnToNextService()
 {
-    const Service* const next = bestCandidate(true);
+    const Service* const next = choice_.best(true);
     if (!next)
         return;
     log_.report(Source::Receiver, "moved-on",
                 "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
                 {{"service", tuned_->programNumber}});
-    auto others = std::exchange(candidates_, {});
-    auto othersOn = std::exchange(candidatesOn_, {});
     leave();
-    candidates_ = std::move(others);
-    candidatesOn_ = std::move(othersOn);
-    tuneTo(next);
+    tuneToCandidate(next);
 }
 
 /// What came once will not come round any more.
@@ -413,10 +317,7 @@ void ServiceFollower::chooseAtEnd()
         passOn(section);
     if (!tuned_ || !isChoosing())
         return;
-    for (auto& entry : candidates_) {
-        for (const SectionBytes& section : entry.second.filter.giveUpWaiting())
-            entry.second.table.add(section);
-    }
+    choice_.giveUpWaiting();
     goOnToNextService();
 }
 
@@ -438,6 +339,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
+    for (const uint16_t pid : carousels_.pidsNotRead())
+        remark("remark", "the carousel on PID " + std::to_string(pid) +
+                             " is not read, as it has no component tag (--carousel-pid " +
+                             std::to_string(pid) + " reads it)");
     updateSubscriptions();
     if (isNew)
         stream_.visitEarlySections(
@@ -455,7 +360,7 @@ void ServiceFollower::sayThatThereIsNoTable(bool wasThere)
                 {{"service", tuned_->programNumber}});
     outgoing_.push_back(tableGone());
     hasTable_ = false;
-    told_.clear();
+    reported_.clear();
     heldBack_.clear();
 }
 
@@ -464,15 +369,15 @@ void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
-    for (const auto& entry : candidatesOn_)
-        needed.insert(entry.first);
-    for (const uint16_t pid : subscribed_) {
+    choice_.addPidsTo(needed);
+    const std::set<uint16_t> subscribed = stream_.subscriptions();
+    for (const uint16_t pid : subscribed) {
         if (needed.count(pid) == 0)
             stream_.unsubscribe(pid);
     }
     for (const uint16_t pid : needed)
         stream_.subscribe(pid);
-    subscribed_ = std::move(needed);
+    areSubscriptionsStale_ = false;
 }
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
@@ -483,8 +388,9 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
-    if (isChoosing())
-        listenForCandidates(pid, section);
+    // A table that comes round on another service while there is none on this one decides.
+    if (isChoosing() && choice_.hear(pid, section) && tuned_)
+        goOnToNextService();
 }
 
 void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
@@ -520,20 +426,21 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
     book_.note(section);
     hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
-    dropCandidates();
+    areSubscriptionsStale_ = areSubscriptionsStale_ || !choice_.empty();
+    choice_.clear();
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));
 }
 
-/// Tells of a section that was not there before; the air repeats them all the time.
+/// Reports a section that was not there before; the air repeats them all the time.
 void ServiceFollower::reportTableSection(const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
-    SectionBytes& told = told_[header.sectionNumber];
-    if (told == section)
+    SectionBytes& reported = reported_[header.sectionNumber];
+    if (reported == section)
         return;
-    told = section;
+    reported = section;
     const std::string place = header.lastSectionNumber == 0
                                   ? ""
                                   : ", section " + std::to_string(header.sectionNumber + 1) +

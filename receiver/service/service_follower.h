@@ -14,6 +14,7 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
+#include "receiver/service/service_choice.h"
 #include "receiver/service/table_book.h"
 #include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
@@ -25,7 +26,7 @@ namespace receiver {
 
 struct FollowerOptions {
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
-    bool verbose = false;             ///< also tell what is left out, and why
+    bool verbose = false;             ///< also report what is left out, and why
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
 };
@@ -38,9 +39,6 @@ struct FollowerOptions {
 /// tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
-    /// What heldBytes() may be: more than the tables of a multiplex. With more they are forgotten.
-    static constexpr size_t mostHeldBytes = size_t(4) << 20;
-
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
     ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock);
     ~ServiceFollower() override;
@@ -84,7 +82,7 @@ public:
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_ && !tuned_; }
     /// Bytes of tables of services that may still be tuned to.
-    size_t heldBytes() const;
+    size_t heldBytes() const { return choice_.heldBytes(); }
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
     const TableBook& tableBook() const { return book_; }
@@ -93,13 +91,6 @@ public:
     std::string lack() const;
 
 private:
-    /// A service that may be tuned to, and what came of its table meanwhile.
-    struct Candidate {
-        ProgramMap map;
-        TableFilter filter;
-        HeldTable table;
-    };
-
     void servicesChanged(const std::vector<Service>& services) override;
     void pmtReceived(const Service& service, const SectionBytes& section) override;
     void sectionReceived(uint16_t pid, const SectionBytes& section) override;
@@ -115,15 +106,9 @@ private:
     /// @name Choice of a service; none of it once one was asked for or a table was sent
     /// @{
     bool isChoosing() const;
-    void addCandidate(uint16_t programNumber, ProgramMap map);
-    void dropCandidate(uint16_t programNumber);
-    void dropCandidates();
-    void listenFor(uint16_t programNumber);
-    const Service* bestCandidate(bool withTable) const;
-    void tuneTo(const Service* service);
+    void tuneTo(const Service& service, Candidate candidate);
+    void tuneToCandidate(const Service* service);
     void chooseService();
-    void listenForCandidates(uint16_t pid, const SectionBytes& section);
-    void limitWhatIsHeld();
     void goOnToNextService();
     void chooseAtEnd();
     /// @}
@@ -149,16 +134,15 @@ private:
     std::optional<Service> tuned_;
     std::optional<uint16_t> wanted_;                        // asked for
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
-    std::map<uint16_t, Candidate> candidates_;              // but for the one tuned to
-    std::map<uint16_t, std::set<uint16_t>> candidatesOn_;   // a PID where their tables may be
-    std::set<uint16_t> subscribed_;
-    bool hasSentTable_ = false;             ///< of this service
-    bool hasTable_ = false;                 ///< and it has not gone since, whatever the PMT says
-    std::map<uint8_t, SectionBytes> told_;  // the table's sections that were announced
-    HeldTable heldBack_;                    // until the network is known
+    ServiceChoice choice_;                                  // but for the one tuned to
+    bool areSubscriptionsStale_ = true;                     ///< some may not be needed any more
+    bool hasSentTable_ = false;                             ///< of this service
+    bool hasTable_ = false;  ///< and it has not gone since, whatever the PMT says
+    std::map<uint8_t, SectionBytes> reported_;  // the table's sections that were announced
+    HeldTable heldBack_;                        // until the network is known
     unsigned heldBackRounds_ = 0;
-    std::set<std::string> remarks_;                 // each is made once a service
-    std::map<uint16_t, std::string> toldServices_;  // names
+    std::set<std::string> remarks_;                     // each is made once a service
+    std::map<uint16_t, std::string> reportedServices_;  // names
     TableExaminer examiner_;
     TableBook book_;
     ServiceCarousels carousels_;

@@ -1,10 +1,10 @@
 #include "receiver/service/service_tables.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "foundation/byte_reader.h"
+#include "foundation/descriptor.h"
 #include "receiver/text/dvb_text.h"
 #include "signalling/pmt.h"
 
@@ -12,6 +12,7 @@ namespace receiver {
 
 using VestaHbbTV::ByteReader;
 using VestaHbbTV::ElementaryStream;
+using VestaHbbTV::forEachDescriptor;
 
 namespace {
 
@@ -35,22 +36,23 @@ ByteReader bodyOf(const SectionBytes& section)
     return ByteReader(section.data() + headerSize, section.size() - headerSize - crcSize);
 }
 
-void forEachDescriptor(ByteReader loop, const std::function<void(uint8_t, ByteReader)>& visit)
-{
-    while (loop.remaining() >= 2) {
-        const uint8_t tag = loop.u8();
-        const ByteReader payload = loop.take(loop.u8());
-        if (!loop.ok())
-            return;
-        visit(tag, payload);
-    }
-}
-
 std::string readServiceName(ByteReader serviceDescriptor)
 {
     serviceDescriptor.skip(1);                       // service_type
     serviceDescriptor.skip(serviceDescriptor.u8());  // the provider's name
     return decodeDvbText(serviceDescriptor.text(serviceDescriptor.u8()));
+}
+
+// The last of several counts; empty without any.
+std::string readNameOfService(ByteReader descriptors)
+{
+    std::string name;
+    forEachDescriptor(descriptors, [&name](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        if (tag == serviceTag)
+            name = readServiceName(payload);
+        return true;
+    });
+    return name;
 }
 
 std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
@@ -74,13 +76,14 @@ StreamDescription describe(const ElementaryStream& stream, ByteReader descriptor
         description.componentTag = identifier->getComponentTag();
     if (const auto* const carousel = stream.getCarouselIdentifierDescriptor())
         description.carouselId = carousel->getCarouselId();
-    description.hasApplicationSignalling = stream.getApplicationSignallingDescriptor() != nullptr;
-    forEachDescriptor(descriptors, [&description](uint8_t tag, ByteReader payload) {
+    const auto read = [&description](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
         if (tag == associationTagTag && payload.remaining() >= 2)
             description.associationTags.push_back(payload.u16());
         else if (tag == applicationSignallingTag)
             description.applicationTypes = readApplicationTypes(payload);
-    });
+        return true;
+    };
+    forEachDescriptor(descriptors, read);
     return description;
 }
 
@@ -145,11 +148,7 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
             const ByteReader descriptors = body.take(body.length12());
             if (!body.ok())
                 break;
-            service.name.clear();
-            forEachDescriptor(descriptors, [&service](uint8_t tag, ByteReader payload) {
-                if (tag == serviceTag)
-                    service.name = readServiceName(payload);
-            });
+            service.name = readNameOfService(descriptors);
             services.push_back(service);
         }
     }

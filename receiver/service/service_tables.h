@@ -71,11 +71,10 @@ enum class ApplicationSignalling {
 struct StreamDescription {
     uint8_t streamType = 0;
     uint16_t pid = 0;
-    std::optional<uint8_t> componentTag;    ///< stream identifier descriptor
-    std::vector<uint16_t> associationTags;  ///< association tag descriptors
-    std::optional<uint32_t> carouselId;     ///< carousel identifier descriptor
-    bool hasApplicationSignalling = false;  ///< an application signalling descriptor is there
-    std::vector<SignalledApplicationType> applicationTypes;  ///< in it; may be empty
+    std::optional<uint8_t> componentTag;                     ///< stream identifier descriptor
+    std::vector<uint16_t> associationTags;                   ///< association tag descriptors
+    std::optional<uint32_t> carouselId;                      ///< carousel identifier descriptor
+    std::vector<SignalledApplicationType> applicationTypes;  ///< application signalling descriptor
 
     /// Whether AITs are to be expected on the PID: stream type 5 (private sections), with or
     /// without a descriptor that tells their application types.

@@ -3,7 +3,13 @@
 #define VESTA_RECEIVER_STREAM_EARLY_PACKETS_H
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
 #include <vector>
+
+#include "receiver/stream/packet_framer.h"
 
 namespace receiver {
 
@@ -14,14 +20,30 @@ public:
     /// Tables come at least twice a second: so much is more than goes by meanwhile.
     static constexpr size_t mostBytes = size_t(8) << 20;
 
-    /// @param packet 188 bytes, copied
-    void add(const unsigned char* packet);
+    /// So many packets are visited in all: tables that change all the time would ask for ever.
+    static constexpr size_t mostVisits = 8 * (mostBytes / PacketFramer::packetSize);
 
-    /// @return the packets one behind the other, in order; nothing is kept from here on
-    std::vector<unsigned char> takeAll();
+    /// @param packet 188 bytes, copied
+    void add(uint16_t pid, const unsigned char* packet);
+
+    using Visitor = std::function<void(const unsigned char* packet)>;
+    /// Visits the packets of these PIDs, in order. The visitor may not add packets.
+    void visit(const std::set<uint16_t>& pids, const Visitor& visit);
+
+    /// Nothing is kept from here on, until begin().
+    void forget();
+
+    /// Keeps what comes from here on, too.
+    void begin();
 
 private:
+    void dropHalf();
+
     std::vector<unsigned char> bytes_;
+    std::map<uint16_t, std::vector<uint64_t>> numbers_;  // of the packets, by PID
+    uint64_t firstNumber_ = 0;                           // of the packets that are kept
+    uint64_t nextNumber_ = 0;
+    size_t visits_ = 0;
     bool isKeeping_ = true;
 };
 

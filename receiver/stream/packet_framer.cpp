@@ -14,7 +14,7 @@ constexpr size_t timeStampSize = 4;  // before each packet where packets are 192
 // So many sync bytes in a row do not come about by chance.
 constexpr size_t syncBytesWanted = 5;
 
-// A stream may begin in the middle of a packet or behind rubbish, but not this late.
+// A stream may begin in the middle of a packet or after rubbish, but not this late.
 constexpr size_t longestSearchForTheFirstPacket = size_t(256) * 1024;
 
 }  // namespace

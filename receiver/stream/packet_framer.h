@@ -11,7 +11,7 @@ namespace receiver {
 
 /// Cuts bytes that arrive in pieces of any size into 188-byte packets (ISO/IEC 13818-1, 2.4.3.2).
 /// Recordings with a 4-byte time stamp before each packet (192 bytes) or 16 bytes of error
-/// correction behind it (204 bytes) are recognised by the distance of their sync bytes. One thread.
+/// correction after it (204 bytes) are recognised by the distance of their sync bytes. One thread.
 class PacketFramer {
 public:
     static constexpr size_t packetSize = 188;
@@ -32,7 +32,7 @@ public:
     /// Takes the next bytes of the stream. Ignored once the input proved to be something else.
     void feed(const unsigned char* bytes, size_t count);
 
-    /// Tells that no more bytes follow: short streams are recognised by what is there, and a last
+    /// Says that no more bytes follow: short streams are recognised by what is there, and a last
     /// packet that is not whole is dropped. The next feed() begins a new stream.
     void finish();
 
@@ -56,7 +56,7 @@ private:
 
     PacketHandler handler_;
     std::vector<unsigned char> buffer_;
-    size_t position_ = 0;  // of the next packet or search; may lie behind the bytes received
+    size_t position_ = 0;  // of the next packet or search; may lie beyond the bytes received
     size_t distance_ = 0;
     State state_ = State::Searching;
     bool everSynchronised_ = false;

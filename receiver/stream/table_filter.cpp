@@ -32,8 +32,11 @@ void TableFilter::setStreams(const std::vector<StreamDescription>& streams)
     // What was found out by listening still holds where the PMT does not say.
     if (!chosen_ && before && isOnPid(*before))
         chosen_ = before;
-    for (auto held = held_.begin(); held != held_.end();)
-        held = chosen_ || !isOnPid(held->first) ? held_.erase(held) : std::next(held);
+    for (auto held = held_.begin(); held != held_.end();) {
+        const bool stays = !chosen_ && isOnPid(held->first);
+        heldBytes_ -= stays ? 0 : held->second.bytes();
+        held = stays ? std::next(held) : held_.erase(held);
+    }
 }
 
 bool TableFilter::isOnPid(uint16_t pid) const
@@ -65,7 +68,7 @@ TableFilter::Verdict TableFilter::judge(uint16_t pid, const SectionBytes& sectio
         return {{}, "a second AIT of the service"};
     if (chosen_)
         return {{section}, ""};
-    if (held_[pid].add(section))
+    if (hold(pid, section))
         return {choose(pid), ""};
     if (heldBytes() > mostHeldBytes)
         return {giveUpWaiting(), ""};
@@ -77,8 +80,18 @@ std::vector<SectionBytes> TableFilter::choose(uint16_t pid)
 {
     chosen_ = pid;
     const std::vector<SectionBytes> sections = held_[pid].take();
-    held_.clear();
+    forgetHeld();
     return sections;
+}
+
+/// @return whether its table has come round
+bool TableFilter::hold(uint16_t pid, const SectionBytes& section)
+{
+    HeldTable& held = held_[pid];
+    heldBytes_ -= held.bytes();
+    const bool hasComeRound = held.add(section);
+    heldBytes_ += held.bytes();
+    return hasComeRound;
 }
 
 std::vector<SectionBytes> TableFilter::giveUpWaiting()
@@ -90,12 +103,10 @@ std::vector<SectionBytes> TableFilter::giveUpWaiting()
     return {};
 }
 
-size_t TableFilter::heldBytes() const
+void TableFilter::forgetHeld()
 {
-    size_t bytes = 0;
-    for (const auto& entry : held_)
-        bytes += entry.second.bytes();
-    return bytes;
+    held_.clear();
+    heldBytes_ = 0;
 }
 
 }  // namespace receiver

@@ -50,17 +50,19 @@ public:
     std::vector<SectionBytes> giveUpWaiting();
 
     /// Bytes of the sections that are held.
-    size_t heldBytes() const;
-    void forgetHeld() { held_.clear(); }
+    size_t heldBytes() const { return heldBytes_; }
+    void forgetHeld();
 
 private:
     std::string reasonAgainst(const SectionBytes& section) const;
     std::vector<SectionBytes> choose(uint16_t pid);
+    bool hold(uint16_t pid, const SectionBytes& section);
 
     std::vector<uint16_t> pids_;  // those first that the PMT says nothing of, then other types
     bool mayHaveTable_ = false;
     std::optional<uint16_t> chosen_;      // the PID whose table is taken
     std::map<uint16_t, HeldTable> held_;  // by PID, while none is chosen
+    size_t heldBytes_ = 0;                // of all of them
 };
 
 }  // namespace receiver

@@ -84,6 +84,7 @@ struct TransportStream::SectionPid {
     bool repeats(const Packet& packet);
 
     SectionAssembler assembler;
+    bool hasBegun = false;  // a packet of it has come
     std::array<unsigned char, PacketFramer::packetSize> lastPacket{};
 };
 
@@ -180,8 +181,8 @@ void TransportStream::handlePacket(const unsigned char* bytes)
         ++statistics_.scrambledPackets;
         return;
     }
-    earlyPackets_.add(bytes);
     assemble(packet);
+    earlyPackets_.add(packet.pid, bytes);  // the listener has what it brought
 }
 
 // False for a repetition of the packet before. A gap is only counted: the assembler sees it too.
@@ -213,6 +214,7 @@ void TransportStream::assemble(const Packet& packet)
     const auto found = sectionPids_.find(packet.pid);
     if (found == sectionPids_.end())
         return;
+    found->second->hasBegun = true;
     SectionAssembler& assembler = found->second->assembler;
     const uint64_t crcErrorsBefore = assembler.crcErrors();
     const uint64_t uncheckedBefore = assembler.uncheckedSections();
@@ -230,22 +232,25 @@ void TransportStream::assemble(const Packet& packet)
 void TransportStream::visitEarlySections(const std::set<uint16_t>& pids,
                                          const SectionVisitor& visit)
 {
-    const std::vector<unsigned char> packets = earlyPackets_.takeAll();
     std::map<uint16_t, std::unique_ptr<SectionPid>> assembled;
-    for (size_t at = 0; at < packets.size(); at += PacketFramer::packetSize) {
-        const Packet packet(packets.data() + at);
-        if (pids.count(packet.pid) == 0 || !isSubscribed(packet.pid))
-            continue;
+    earlyPackets_.visit(pids, [this, &assembled, &visit](const unsigned char* bytes) {
+        const Packet packet(bytes);
+        if (!isSubscribed(packet.pid))
+            return;
         std::unique_ptr<SectionPid>& entry = assembled[packet.pid];
         if (!entry)
             entry = std::make_unique<SectionPid>();
+        entry->hasBegun = true;
         entry->assembler.push(packet.bytes, packet.payloadOffset);
         std::copy_n(packet.bytes, PacketFramer::packetSize, entry->lastPacket.begin());
         for (const SectionBytes& section : entry->assembler.takeSections())
             visit(packet.pid, section);
+    });
+    for (auto& [pid, entry] : assembled) {
+        const auto live = sectionPids_.find(pid);
+        if (live != sectionPids_.end() && !live->second->hasBegun)
+            live->second = std::move(entry);
     }
-    for (auto& [pid, entry] : assembled)
-        sectionPids_[pid] = std::move(entry);
 }
 
 void TransportStream::handleSection(uint16_t pid, const SectionBytes& section)
@@ -323,7 +328,7 @@ void TransportStream::updateServices()
     listener_.servicesChanged(services_);
 }
 
-// Keeps the PMTs of programs that stay; a program that went and returns is told anew.
+// Keeps the PMTs of programs that stay; a program that went and returns is reported anew.
 void TransportStream::followProgramMaps()
 {
     const std::set<uint16_t> before = std::exchange(pmtPids_, {});
@@ -360,7 +365,7 @@ void TransportStream::handleProgramMap(uint16_t pid, const SectionBytes& section
         return;
     }
     known = section;
-    // The listener may not feed, but let it keep what it is told.
+    // The listener may not feed, but let it keep what is reported to it.
     const Service service = services_[found->second];
     listener_.pmtReceived(service, section);
 }

@@ -63,7 +63,8 @@ public:
     /// current is for the listener to ask (readSectionHeader).
     virtual void sectionReceived(uint16_t pid, const SectionBytes& section) = 0;
 
-    /// A clock reference. Every PID's are told; a PMT names the one that counts for its service.
+    /// A clock reference. Every PID's are reported; a PMT names the one that counts for its
+    /// service.
     /// @param ticks of 27 MHz; wraps around after some 26 hours
     /// @param discontinuity whether the stream itself says that its clock jumps here
     virtual void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) = 0;
@@ -82,7 +83,7 @@ public:
     /// @return false once it is clear that this is not a transport stream (error() says so)
     bool feed(const unsigned char* bytes, size_t count);
 
-    /// Tells that no more bytes follow.
+    /// Says that no more bytes follow.
     /// @return false when there never was a transport stream
     bool finish();
 
@@ -90,7 +91,7 @@ public:
     /// is played again from its beginning.
     void restart();
 
-    /// Forgets which PMTs were told: each is told again when it comes.
+    /// Forgets which PMTs were reported: each is reported again when it comes.
     void forgetProgramMaps();
 
     /// Whether every program's PMT has come, or one of them twice: those that have not come
@@ -104,12 +105,19 @@ public:
     /// or one that is subscribed already.
     void subscribe(uint16_t pid);
     void unsubscribe(uint16_t pid);
+    const std::set<uint16_t>& subscriptions() const { return subscribed_; }
     bool isSubscribed(uint16_t pid) const { return subscribed_.count(pid) != 0; }
 
     using SectionVisitor = std::function<void(uint16_t pid, const SectionBytes& section)>;
-    /// Visits the sections of subscribed PIDs that came before: once, with what EarlyPackets kept.
-    /// They do not count in the statistics. What follows of them goes to the listener.
+    /// Visits the sections of subscribed PIDs that came before, with what EarlyPackets kept. They
+    /// do not count in the statistics. One that has begun goes to the listener when it is whole.
     void visitEarlySections(const std::set<uint16_t>& pids, const SectionVisitor& visit);
+
+    /// Nobody asks any more for what came before.
+    void forgetEarlySections() { earlyPackets_.forget(); }
+
+    /// What comes from here on may be asked for, as at the beginning.
+    void keepEarlySections() { earlyPackets_.begin(); }
 
     const std::vector<Service>& services() const { return services_; }
     const StreamStatistics& statistics() const { return statistics_; }

@@ -103,7 +103,7 @@ private:
     iconv_t handle_;
 };
 
-/// Accents that stand before their letter in ISO 6937, as Unicode has them behind it; null for a
+/// Accents that stand before their letter in ISO 6937, as Unicode has them after it; null for a
 /// byte that is none.
 const char* combiningMark(unsigned char accent)
 {

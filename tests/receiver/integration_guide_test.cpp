@@ -28,7 +28,7 @@ std::string contentOf(const std::string& path)
     return text;
 }
 
-// A code block behind a comment with the name of a file.
+// A code block after a comment with the name of a file.
 std::vector<Excerpt> excerptsOf(const std::string& guide)
 {
     std::vector<Excerpt> excerpts;

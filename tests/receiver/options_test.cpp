@@ -12,7 +12,7 @@ struct Parsed {
     std::string problem;
 };
 
-/// @param line arguments behind the program's name, divided by blanks
+/// @param line arguments after the program's name, divided by blanks
 Parsed parse(const std::string& line)
 {
     std::vector<std::string> words = {"vesta_receiver"};
@@ -46,7 +46,7 @@ TEST(Options, AStreamIsEnough)
     EXPECT_FALSE(parsed.options->version);
 }
 
-TEST(Options, EveryOneIsTakenBeforeOrBehindTheStream)
+TEST(Options, EveryOneIsTakenBeforeOrAfterTheStream)
 {
     const Parsed parsed = parse(
         "--service 0x6dd0 --speed 0.5 --loop a.ts --script s --trace t --extract e "

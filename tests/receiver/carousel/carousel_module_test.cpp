@@ -242,12 +242,14 @@ TEST_F(CarouselModuleTest, TheCarouselsMemoryIsBounded)
     begin(limits);
     const Bytes file = makeFile("f", std::string(10000, 'x'));
     const uint32_t size = uint32_t(file.size());
+    const size_t before = vesta::test::heapInUse();
     feed(*carousel_, makeDii(0x80000002, {{2, size}, {3, size}, {4, size}}));
     for (const unsigned module : {2U, 3U, 4U})
         feed(*carousel_, makeDdbs(module, 0, file));
     EXPECT_EQ(carousel_->find("a").result, Lookup::Result::Ready);
     EXPECT_EQ(carousel_->find("c").result, Lookup::Result::Error);
     EXPECT_LE(carousel_->progress().memoryUsed, limits.memory);
+    EXPECT_LT(vesta::test::heapInUse(), before + limits.memory + 2048);
     ASSERT_EQ(problems_.size(), 1u) << "one message for all its blocks";
     EXPECT_NE(problems_[0].find("more than the limit of 24576"), std::string::npos);
 
@@ -287,7 +289,7 @@ TEST_F(CarouselModuleTest, MoreModulesOrListsThanAllowedAreRefusedWithOneMessage
     EXPECT_NE(problems_[0].find("more than 3 modules or 3 lists"), std::string::npos);
 }
 
-TEST_F(CarouselModuleTest, RubbishBehindTheObjectsIsToldAndTheObjectsStay)
+TEST_F(CarouselModuleTest, RubbishAfterTheObjectsIsReportedAndTheObjectsStay)
 {
     begin();
     const Bytes module = makeFile("f", "x") + Bytes(30, 0xEE);

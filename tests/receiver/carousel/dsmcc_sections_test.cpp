@@ -88,7 +88,7 @@ Bytes withPayloadCut(const Bytes& section, size_t size)
 TEST(DownloadSection, WithAPayloadCutAtAnyLengthIsRefused)
 {
     const std::vector<Bytes> sections = oneOfEach();
-    // Behind a DII's modules its private data are not looked at; a block's data may have any size.
+    // After a DII's modules its private data are not looked at; a block's data may have any size.
     const size_t unread[] = {0, 2, 100};
     for (size_t i = 0; i < sections.size(); ++i) {
         const size_t whole = bodyOf(sections[i]).size() - messageHeaderSize;

@@ -238,7 +238,7 @@ TEST_F(ServiceCarouselsTest, LeavingAServiceReturnsItsPendingFilesAndKeepsOpenOn
     EXPECT_EQ(carousels_.getFile(page, id(3)), DSMCC_ERROR);
 }
 
-TEST_F(ServiceCarouselsTest, BehindTheStreamsEndNothingIsPending)
+TEST_F(ServiceCarouselsTest, AfterTheStreamsEndNothingIsPending)
 {
     feedGateway();
     carousels_.getFile(page, id(1));
@@ -401,7 +401,12 @@ TEST_F(ServiceCarouselsTest, AStreamThatThePmtGivesNoTagCanBeReadUnderOne)
     ServiceCarousels carousels({}, log_, {{carouselPid, carouselTag}});
     StreamDescription listed = carouselStream(carouselPid, carouselTag);
     listed.componentTag.reset();
+    ServiceCarousels unaware({}, log_);
+    unaware.join(service(), {listed});
+    EXPECT_EQ(unaware.pidsNotRead(), std::set<uint16_t>{carouselPid});
+    EXPECT_TRUE(unaware.pids().empty());
     carousels.join(service(), {listed});
+    EXPECT_TRUE(carousels.pidsNotRead().empty());
     const Bytes gateway = makeGateway("g", {{"f", fileIor("f", 1)}}) + makeFile("f", "x");
     for (const Bytes& block : makeDdbs(1, 0, gateway))
         carousels.feed(carouselPid, block);
@@ -494,6 +499,7 @@ TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
     for (unsigned index = 0; index < count; ++index)
         streams.push_back(carouselStream(uint16_t(0x300 + index), uint8_t(index)));
     carousels.join(service(), streams);
+    const size_t before = vesta::test::heapInUse();
     const Bytes gateway = makeGateway("g", {}) + makeFile("f", std::string(10000, 'x'));
     for (const StreamDescription& stream : streams) {
         IorFields ior = {"srg", 1, "g"};
@@ -505,6 +511,8 @@ TEST_F(ServiceCarouselsTest, AllCarouselsTogetherHaveOneLimit)
         for (const Bytes& block : makeDdbs(1, 0, gateway, 4000))
             carousels.feed(stream.pid, block);
     }
+    const size_t bytesForLists = count * 1024;  // and for the messages
+    EXPECT_LT(vesta::test::heapInUse(), before + limits.memory + bytesForLists);
     size_t complete = 0;
     size_t refused = 0;
     for (const ServiceCarousels::Status& status : carousels.status()) {

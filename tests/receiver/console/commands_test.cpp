@@ -82,7 +82,7 @@ TEST(Commands, ArgumentsThatAreNotUnderstoodSayWhatWasExpected)
         {"wait file", "expected service, running [IDS]"},
         {"wait window", "expected service, running [IDS]"},
         {"wait window first", "expected the number of a window, not first"},
-        {"wait end within x", "expected seconds behind within, not x"},
+        {"wait end within x", "expected seconds after within, not x"},
         {"wait end within", "expected service, running [IDS]"},
     };
     for (const auto& [line, problem] : cases) {

@@ -51,7 +51,7 @@ TEST(EventLog, TextsBeginInTheSameColumnWhoeverCausedThem)
     ASSERT_EQ(lines.size(), 7u);
     for (const std::string& line : lines) {
         EXPECT_EQ(line.find("TEXT"), 20u) << line;
-        EXPECT_EQ(line.find('.'), 4u) << line;  // seconds with three digits behind the point
+        EXPECT_EQ(line.find('.'), 4u) << line;  // seconds with three digits after the point
     }
     EXPECT_NE(lines[0].find("air"), std::string::npos);
     EXPECT_NE(lines[3].find("platform"), std::string::npos);

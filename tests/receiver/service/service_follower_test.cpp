@@ -48,6 +48,21 @@ Bytes table(unsigned version, unsigned number = 0, unsigned last = 0, unsigned t
     return makeSection({0x74, type, version, true, number, last}, {0xF0, 0, 0xF0, 0});
 }
 
+/// A carousel that has one file, "f".
+PmtStream carousel(unsigned pid)
+{
+    return {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})};
+}
+std::vector<Bytes> carouselSections()
+{
+    const Bytes module =
+        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(500, 'x'));
+    std::vector<Bytes> sections = makeDdbs(1, 0, module);
+    sections.insert(sections.begin(), {makeDsi(makeIor({"srg", 1, "g"})),
+                                       makeDii(0x80000002, {{1, uint32_t(module.size())}})});
+    return sections;
+}
+
 class ServiceFollowerTest : public ::testing::Test {
 protected:
     /// PAT (and SDT) of these services.
@@ -102,6 +117,8 @@ protected:
         }
         return text;
     }
+
+    void goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid);
 
     unsigned tuned() const { return follower_.tuned() ? follower_.tuned()->programNumber : 0; }
 
@@ -259,8 +276,8 @@ TEST_F(ServiceFollowerTest, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
         play(0x300, makeSection({0x74, hbbtv, 0, true, number, 255}, Bytes(1000, 0)));
         most = std::max(most, follower_.heldBytes());
     }
-    EXPECT_LE(most, ServiceFollower::mostHeldBytes);
-    EXPECT_GT(most, ServiceFollower::mostHeldBytes / 2);
+    EXPECT_LE(most, ServiceChoice::mostHeldBytes);
+    EXPECT_GT(most, ServiceChoice::mostHeldBytes / 2);
     EXPECT_EQ(tuned(), 0u);
 }
 
@@ -292,6 +309,30 @@ TEST_F(ServiceFollowerTest, SaysWhichServicesSignalHbbTV)
     EXPECT_EQ(follower_.signallingOf(5), std::nullopt);
 }
 
+TEST_F(ServiceFollowerTest, ACarouselThatNobodyCouldAskForIsNamedOnceAService)
+{
+    const auto timesNamed = [this] {
+        const std::string text = out_.str();
+        const std::string name = "PID 768 ";
+        size_t count = 0;
+        for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1))
+            ++count;
+        return count;
+    };
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}, carousel(0x301)});
+    EXPECT_EQ(timesNamed(), 1u);
+    EXPECT_NE(out_.str().find("--carousel-pid 768"), std::string::npos) << "which helps";
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}}, 1);
+    EXPECT_EQ(timesNamed(), 1u);
+    follower_.tune(1);
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0B, 0x300, {}}}, 1);
+    EXPECT_EQ(timesNamed(), 2u);
+    follower_.tune(1);
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(0x300)}, 2);
+    EXPECT_EQ(timesNamed(), 2u);
+}
+
 TEST_F(ServiceFollowerTest, ListensToACarouselWithoutAnyTable)
 {
     FollowerOptions options;
@@ -311,24 +352,125 @@ TEST_F(ServiceFollowerTest, ListensToACarouselWithoutAnyTable)
 TEST_F(ServiceFollowerTest, WhatTheCarouselCarriedBeforeTheTablesIsNotLost)
 {
     const unsigned pid = 0x300;
-    const Bytes gateway =
-        makeGateway("g", {{"f", makeIor({"fil", 1, "f"})}}) + makeFile("f", std::string(500, 'x'));
-    std::vector<Bytes> blocks = makeDdbs(1, 0, gateway);
-    play(pid, makeDsi(makeIor({"srg", 1, "g"})));
-    play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}));
-    const Bytes last = blocks.back();
-    blocks.pop_back();
-    for (const Bytes& block : blocks)
-        play(pid, block);
+    std::vector<Bytes> sections = carouselSections();
+    const Bytes last = sections.back();
+    sections.pop_back();
+    for (const Bytes& section : sections)
+        play(pid, section);
     services({1});
     const uint64_t before = follower_.statistics().sections;
-    pmt(1, {tables(tablePid(1), hbbtv),
-            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(pid)});
     EXPECT_EQ(follower_.statistics().sections, before + 1) << "the PMT alone is new";
     EXPECT_FALSE(follower_.carousels().hasFile("f"));
     play(pid, last);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
     EXPECT_EQ(follower_.statistics().continuityErrors, 0u);
+}
+
+/// @param firstPid, secondPid of the services' carousels
+void ServiceFollowerTest::goOnToASecondServiceAmidItsCarousel(unsigned firstPid, unsigned secondPid)
+{
+    const std::vector<Bytes> sections = carouselSections();
+    const size_t half = sections.size() / 2;
+    for (size_t index = 0; index < half; ++index)
+        play(secondPid, sections[index]);
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(firstPid)});
+    pmt(2, {tables(tablePid(2), hbbtv), carousel(secondPid)});
+    EXPECT_EQ(tuned(), 1u);
+    for (size_t index = half; index < sections.size(); ++index)
+        play(secondPid, sections[index]);
+    play(tablePid(2), table(5));
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+}
+
+TEST_F(ServiceFollowerTest, WhatTheNextServicesCarouselCarriedBeforeIsNotLost)
+{
+    goOnToASecondServiceAmidItsCarousel(0x300, 0x301);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+}
+
+TEST_F(ServiceFollowerTest, WhatACarouselOfTwoServicesCarriedBeforeIsTheNextOnesToo)
+{
+    goOnToASecondServiceAmidItsCarousel(0x300, 0x300);
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+}
+
+TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeItsPmtIsSent)
+{
+    play(tablePid(1), table(4));
+    services({1});
+    play(tablePid(1), table(5, 0, 1));
+    play(tablePid(1), table(5, 1, 1));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1") << "the latest version";
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "1: 6/0");
+}
+
+TEST_F(ServiceFollowerTest, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt)
+{
+    follower_.tune(2);
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "");
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
+TEST_F(ServiceFollowerTest, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
+{
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    play(tablePid(1), table(5));
+    play(tablePid(2), table(6));
+    EXPECT_EQ(sent(), "1: 5/0");
+    follower_.tune(2);
+    play(tablePid(2), table(7));
+    for (const Bytes& section : carouselSections())
+        play(0x300, section);
+    pmt(2, {tables(tablePid(2), hbbtv), carousel(0x300)});
+    EXPECT_EQ(sent(), "2: 7/0");
+    EXPECT_TRUE(follower_.carousels().hasFile("f"));
+}
+
+TEST_F(ServiceFollowerTest, ATableThatBeganBeforeItsPmtIsContinued)
+{
+    services({1});
+    PacketWriter writer(tablePid(1));
+    const Bytes packets =
+        writer.section(makeSection({0x74, hbbtv, 5}, ByteWriter().u32(0xF000F000).fill(300, 0)));
+    follower_.feed(packets.data(), 188);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(sent(), "");
+    follower_.feed(packets.data() + 188, packets.size() - 188);
+    EXPECT_EQ(sent(), "1: 5/0");
+}
+
+TEST_F(ServiceFollowerTest, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNext)
+{
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(tuned(), 1u) << "it came once";
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
+}
+
+TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
+{
+    services({1, 2});
+    play(tablePid(2), table(5));
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    end();
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 5/0");
 }
 
 TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
@@ -340,14 +482,13 @@ TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
     play(pid, makeDsi(makeIor({"srg", 1, "g"})));
     play(pid, makeDii(0x80000002, {{1, uint32_t(gateway.size())}}, 4000));
     const size_t half = 188 * 3;
-    // The counter goes on behind the two sections before.
+    // The counter goes on after the two sections before.
     PacketWriter writer(pid);
     writer.skipCounter(2);
     const Bytes packets = writer.section(makeDdbs(1, 0, gateway, 4000).front());
     ASSERT_GT(packets.size(), half);
     follower_.feed(packets.data(), half);
-    pmt(1, {tables(tablePid(1), hbbtv),
-            {0x0B, pid, makeDescriptor(0x52, {0x2A}) + makeDescriptor(0x13, {0, 0, 0, 42, 0})}});
+    pmt(1, {tables(tablePid(1), hbbtv), carousel(pid)});
     follower_.feed(packets.data() + half, packets.size() - half);
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }

@@ -28,7 +28,7 @@ TEST(ServiceTables, StreamsWithApplicationSignallingAndCarousels)
     EXPECT_EQ(streams[1].applicationTypes[0].applicationType, 0x0010);
     EXPECT_EQ(streams[1].applicationTypes[0].aitVersion, 7);
     EXPECT_TRUE(streams[2].mayCarryApplicationInformation());
-    EXPECT_FALSE(streams[2].hasApplicationSignalling);
+    EXPECT_EQ(streams[2].signalling(), ApplicationSignalling::Unsaid);
     EXPECT_EQ(streams[3].componentTag, 0x2A);
     EXPECT_EQ(streams[3].carouselId, 0x2Au);
     EXPECT_EQ(streams[3].associationTags, std::vector<uint16_t>{0x012A});

@@ -69,7 +69,7 @@ TEST(PacketFramer, ASinglePacketIsAStream)
     EXPECT_EQ(framed(spread(packet, 0, 16), 204), packet);
 }
 
-TEST(PacketFramer, RubbishInFrontAndAHalfPacketBehindAreDropped)
+TEST(PacketFramer, RubbishInFrontAndAHalfPacketAtTheEndAreDropped)
 {
     const Bytes packets = somePackets(8);
     Bytes bytes = Bytes(77, 0x00) + packets + Bytes(packets.begin(), packets.begin() + 100);

@@ -19,7 +19,6 @@ StreamDescription stream(uint16_t pid, std::vector<uint16_t> types = {}, uint8_t
     StreamDescription description;
     description.streamType = streamType;
     description.pid = pid;
-    description.hasApplicationSignalling = !types.empty();
     for (const uint16_t type : types)
         description.applicationTypes.push_back({type, 0});
     return description;

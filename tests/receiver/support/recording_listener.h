@@ -1,4 +1,4 @@
-/// A listener that keeps what a transport stream tells.
+/// A listener that keeps what a transport stream reports.
 #ifndef VESTA_TESTS_RECEIVER_SUPPORT_RECORDING_LISTENER_H
 #define VESTA_TESTS_RECEIVER_SUPPORT_RECORDING_LISTENER_H
 
