@@ -60,9 +60,9 @@ std::string seconds(int64_t ms)
 }
 
 /// A stream that ends before a cycle of its carousel does has files that nobody ever gets.
-void checkCycles(const StreamReport& report, Problems& problems)
+void checkCycles(const StreamReport& stream, Problems& problems)
 {
-    for (const RotationReport& rotation : report.rotations) {
+    for (const RotationReport& rotation : stream.rotations) {
         if (!rotation.cycleMs)
             problems.push_back({rotation.place, rotation.title +
                                                     " does not come round once: the stream needs a "
@@ -70,16 +70,23 @@ void checkCycles(const StreamReport& report, Problems& problems)
     }
 }
 
-void summarise(const Description& description, const StreamReport& report, std::ostream& output)
+std::string counted(size_t count, const std::string& thing)
 {
-    output << description.services.size() << " services, " << seconds(description.duration * 1'000)
-           << ", " << report.packets << " packets, " << report.nullPackets << " of them empty\n";
-    for (const RotationReport& rotation : report.rotations)
-        output << rotation.title << ": " << rotation.files << " files in " << rotation.modules
-               << " modules, a cycle takes " << seconds(rotation.cycleMs.value_or(0)) << "\n";
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-int tell(const Problems& problems, const std::string& path, std::ostream& errors)
+void summarise(const Description& description, const StreamReport& stream, std::ostream& output)
+{
+    output << counted(description.services.size(), "service") << ", "
+           << seconds(description.duration * 1'000) << ", " << counted(stream.packets, "packet")
+           << ", of them " << stream.nullPackets << " null packets\n";
+    for (const RotationReport& rotation : stream.rotations)
+        output << rotation.title << ": " << counted(rotation.files, "file") << " in "
+               << counted(rotation.modules, "module") << ", a cycle takes "
+               << seconds(rotation.cycleMs.value_or(0)) << "\n";
+}
+
+int report(const Problems& problems, const std::string& path, std::ostream& errors)
 {
     for (const Problem& problem : problems)
         errors << textOf(problem, path) << "\n";
@@ -97,15 +104,15 @@ int broadcast(const std::string& path, const PacketSink& sink, std::ostream& out
     const auto description =
         readDescription(*text, std::filesystem::path(path).parent_path(), problems);
     if (!description)
-        return tell(problems, path, errors);
+        return report(problems, path, errors);
     const auto schedule = makeSchedule(*description, problems);
     if (!schedule)
-        return tell(problems, path, errors);
-    const StreamReport report = multiplex(*schedule, sink);
-    checkCycles(report, problems);
+        return report(problems, path, errors);
+    const StreamReport stream = multiplex(*schedule, sink);
+    checkCycles(stream, problems);
     if (problems.empty())
-        summarise(*description, report, output);
-    return tell(problems, path, errors);
+        summarise(*description, stream, output);
+    return report(problems, path, errors);
 }
 
 int check(const std::string& path, std::ostream& output, std::ostream& errors)

@@ -44,8 +44,13 @@ std::string replaced(std::string text, const std::string& old, const std::string
     return text.replace(text.find(old), old.size(), news);
 }
 
-/// Checks a description that lies beside a folder of pages. @return what it says about it
-std::string check(const std::string& description, int expected)
+struct Answer {
+    std::string output;
+    std::string errors;
+};
+
+/// Checks a description that lies beside a folder of pages.
+Answer check(const std::string& description, int expected)
 {
     const fs::path folder = fs::path(testing::TempDir()) / "station-guide";
     fs::create_directories(folder / "pages");
@@ -55,7 +60,7 @@ std::string check(const std::string& description, int expected)
     EXPECT_EQ(run({"check", (folder / "station.json").string()}, output, errors), expected)
         << errors.str();
     fs::remove_all(folder);
-    return std::regex_replace(errors.str(), std::regex(folder.string() + "/"), "");
+    return {output.str(), std::regex_replace(errors.str(), std::regex(folder.string() + "/"), "")};
 }
 
 TEST(Guide, QuotesTheUsage)
@@ -67,7 +72,9 @@ TEST(Guide, QuotesTheUsage)
 
 TEST(Guide, HasAnExampleThatCanBeMade)
 {
-    EXPECT_EQ(check(block("example"), exitSuccess), "");
+    const Answer answer = check(block("example"), exitSuccess);
+    EXPECT_EQ(answer.errors, "");
+    EXPECT_EQ(answer.output, block("summary"));
 }
 
 TEST(Guide, QuotesTheProblemsOfAnExampleGoneWrong)
@@ -76,9 +83,9 @@ TEST(Guide, QuotesTheProblemsOfAnExampleGoneWrong)
         replaced(replaced(block("example"), "\"AUTOSTART\"", "\"START\""),
                  "      \"carousels\": [{\"id\": 1, \"component_tag\": 42, \"folder\": \"pages\"}]",
                  "      \"carousel\": []");
-    const std::string problems = check(
+    const Answer answer = check(
         replaced(wrong, "{\"carousel\": 42}", "{\"http\": \"http://a.example/\"}"), exitUsage);
-    EXPECT_EQ(problems, block("problems"));
+    EXPECT_EQ(answer.errors, block("problems"));
 }
 
 /// The keys that the readers of descriptions ask for.
