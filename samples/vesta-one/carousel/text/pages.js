@@ -1,5 +1,5 @@
 /* The pages of Vesta Text: title, lines, and what the four colours lead to. "text|page" puts a
-   page number at the end of a line, "# text" is a heading. */
+   page number at the end of a line, "# text" is a heading, "> text" is set in. */
 var PAGES = {
     100: {
         title: 'Vesta Text',

@@ -8,9 +8,10 @@
     var isMixed = false;
 
     function drawLine(text) {
-        var isHead = text.indexOf('# ') === 0;
-        var parts = (isHead ? text.substring(2) : text).split('|');
-        var line = TV.element('div', isHead ? 'line head' : 'line', parts[0] || '\u00A0');
+        var kinds = { '# ': 'line head', '> ': 'line more' };
+        var kind = kinds[text.substring(0, 2)];
+        var parts = (kind ? text.substring(2) : text).split('|');
+        var line = TV.element('div', kind || 'line', parts[0] || '\u00A0');
         if (parts.length > 1) {
             line.appendChild(TV.element('span', 'page', parts[1]));
         }
@@ -30,7 +31,7 @@
     function programmeLines() {
         var lines = ['# ' + TV.channelName()];
         TV.programmes().forEach(function (programme) {
-            lines.push(TV.time(programme.start) + '  ' + programme.name, '       ' + programme.text);
+            lines.push(TV.time(programme.start) + '  ' + programme.name, '> ' + programme.text);
         });
         return lines.length > 1 ? lines : lines.concat('No programme is announced.');
     }
@@ -85,6 +86,10 @@
         TV.byId('page').className = isMixed ? 'panel mixed' : 'panel';
     }
 
+    function drawClock() {
+        TV.write('clock', TV.time(Date.now()));
+    }
+
     window.addEventListener('load', function () {
         TV.bindVideo();
         TV.onKeys({
@@ -98,7 +103,8 @@
             digit: type
         });
         TV.keys(['RED', 'GREEN', 'YELLOW', 'BLUE', 'NAVIGATION', 'NUMERIC']);
-        setInterval(function () { TV.write('clock', TV.time(Date.now())); }, 1000);
+        drawClock();
+        setInterval(drawClock, 15000);
         TV.write('name', TV.channelName() + ' Text');
         open(100);
         TV.show();
