@@ -14,7 +14,8 @@ constexpr size_t mostData = 245;  // of a descriptor, after its id and time
 TimedEvent readTimedEvent(ObjectReader& object, const StationFrame& frame)
 {
     TimedEvent event;
-    event.timeMs = object.milliseconds("time", {0, frame.duration * 1000});
+    // In the last second it might not end with the stream, and would not be broadcast at all.
+    event.timeMs = object.milliseconds("time", {0, (frame.duration - 1) * 1000});
     event.id = object.number("id", eventIdRange);
     event.text = object.text("text", "");
     if (event.text.size() > mostData)

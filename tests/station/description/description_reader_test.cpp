@@ -280,9 +280,9 @@ TEST(DescriptionReader, NamesTheLineOfEachProblemOfTimes)
         {"\"programmes\": [{\"name\": \"A\", \"duration\": \"60:00\"},\n"
          "{\"name\": \"B\", \"duration\": \"1\", \"start\": \"+0:59:59\"}]",
          "s.json:7: services[0].programmes[1].start: the programme before it has not ended then"},
-        {"\"event_streams\": [{\"component_tag\": 1, \"events\": [{\"time\": 31, \"id\": 1}]}]",
+        {"\"event_streams\": [{\"component_tag\": 1, \"events\": [{\"time\": 29.1, \"id\": 1}]}]",
          "s.json:6: services[0].event_streams[0].events[0].time: expected a number of seconds from "
-         "0 to 30"},
+         "0 to 29"},
         {"\"event_streams\": [{\"component_tag\": 1, \"events\": [{\"time\": 3, \"id\": 1},\n"
          "{\"time\": 2, \"id\": 1}]}]",
          "s.json:7: services[0].event_streams[0].events[1].time: it comes before the one above it"},
