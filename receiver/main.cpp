@@ -161,7 +161,7 @@ int play(const Options& options, EventLog& log)
     Doorbell doorbell(screen.loop.get());
     Middleware middleware(options.middleware, log, doorbell);
     BrowserEngine& browser = *screen.browser;
-    Platform platform(middleware.carousels(), log);
+    Platform platform(middleware.carousels(), middleware.streamEvents(), log);
     Integrator integrator(log, browser, &middleware.tableBook());
     std::optional<ObjectHost> objects;
     if (screen.scripts)
@@ -170,8 +170,8 @@ int play(const Options& options, EventLog& log)
     std::optional<BroadcastHost> broadcast;
     if (objects) {
         objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
-        broadcast.emplace(
-            BroadcastHost::Parts{*objects, middleware, browser, platform, log, nullptr});
+        broadcast.emplace(BroadcastHost::Parts{*objects, middleware, browser, platform, log,
+                                               &middleware.information()});
         session.setSettledListener([&broadcast] { broadcast->update(); });
     }
     session.setDuration(options.duration);

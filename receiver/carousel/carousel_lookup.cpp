@@ -146,6 +146,24 @@ Lookup ObjectCarousel::find(const std::string& path) const
     return lookup;
 }
 
+StreamEventLookup ObjectCarousel::findStreamEvents(const std::string& path) const
+{
+    StreamEventLookup lookup;
+    const Resolution place = walk(path);
+    lookup.result = place.result;
+    lookup.reason = place.reason;
+    if (!place.object)
+        return lookup;
+    if (place.object->kind == ObjectKind::StreamEvent) {
+        lookup.events = place.object->events;
+        lookup.taps = place.object->taps;
+    } else {
+        lookup.result = Lookup::Result::Error;
+        lookup.reason = "it is no stream-event object";
+    }
+    return lookup;
+}
+
 // Every directory is entered once, so that neither loops nor directories bound again and again
 // make the way endless.
 CarouselListing ObjectCarousel::list() const

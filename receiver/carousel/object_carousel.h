@@ -41,6 +41,14 @@ struct Lookup {
     std::string reason;  ///< when not: what is missing, for people
 };
 
+/// Answer to a question for a stream-event object.
+struct StreamEventLookup {
+    Lookup::Result result = Lookup::Result::Error;
+    std::vector<NamedEvent> events;
+    std::vector<Tap> taps;  ///< where their stream descriptors are broadcast
+    std::string reason;     ///< when not ready: what is missing, for people
+};
+
 struct CarouselFile {
     std::string path;
     FileView file;
@@ -121,6 +129,9 @@ public:
     /// @param path "a/b/c.html", without a leading "/", escapes decoded by the caller; naming a
     ///        directory is an error
     Lookup find(const std::string& path) const;
+
+    /// Looks for a stream-event object. @param path as above
+    StreamEventLookup findStreamEvents(const std::string& path) const;
 
     /// @return what the carousel holds; a directory bound twice is listed under one of its names
     CarouselListing list() const;

@@ -128,6 +128,7 @@ void ServiceCarousels::listenTo(const std::vector<StreamDescription>& listed)
         followReferences(reception);
     }
     files_.lookAgain();
+    ++revision_;
 }
 
 void ServiceCarousels::listenTo(const StreamDescription& stream,
@@ -305,6 +306,7 @@ void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
         return;
     reception.reportedRevision = reception.carousel->revision();
     files_.lookAgain();
+    ++revision_;
     const size_t complete = reception.carousel->modulesComplete();
     const size_t known = reception.carousel->modulesKnown();
     if (complete == reception.reportedModules)
@@ -367,27 +369,58 @@ const ObjectCarousel* ServiceCarousels::carouselOf(uint8_t componentTag) const
     return found == carousels_.end() ? nullptr : found->second.carousel.get();
 }
 
+bool ServiceCarousels::isOfService(const CarouselPath& path) const
+{
+    return service_ && service_->programNumber == path.serviceId &&
+           (!path.transportStreamId || *path.transportStreamId == service_->transportStreamId) &&
+           (path.originalNetworkId == 0 ||  // it was not known when the table came
+            path.originalNetworkId == service_->originalNetworkId.value_or(path.originalNetworkId));
+}
+
+/// @param reason says why there is none
+const ObjectCarousel* ServiceCarousels::carouselOf(const CarouselPath& path,
+                                                   std::string& reason) const
+{
+    const ObjectCarousel* const carousel =
+        isOfService(path) ? carouselOf(path.componentTag) : nullptr;
+    if (!carousel)
+        reason = isOfService(path) ? "no carousel with component tag " + hex(path.componentTag)
+                                   : "not a carousel of the tuned service";
+    return carousel;
+}
+
 ServiceCarousels::Search ServiceCarousels::find(const CarouselPath& path) const
 {
     Search search = {{}, path.path};
-    const bool isOfService =
-        service_ && service_->programNumber == path.serviceId &&
-        (!path.transportStreamId || *path.transportStreamId == service_->transportStreamId) &&
-        (path.originalNetworkId == 0 ||  // it was not known when the table came
-         path.originalNetworkId == service_->originalNetworkId.value_or(path.originalNetworkId));
-    const ObjectCarousel* const carousel = isOfService ? carouselOf(path.componentTag) : nullptr;
-    if (!carousel) {
-        search.lookup.reason = isOfService
-                                   ? "no carousel with component tag " + hex(path.componentTag)
-                                   : "not a carousel of the tuned service";
+    const ObjectCarousel* const carousel = carouselOf(path, search.lookup.reason);
+    if (!carousel)
         return search;
-    }
     search.lookup = carousel->find(search.path);
     // A "?" that was escaped belongs to a name and looks like the one before a query by now.
     const std::string beforeQuery = withoutQuery(path.path);
     if (search.lookup.result == Lookup::Result::Error && beforeQuery != path.path)
         search = {carousel->find(beforeQuery), beforeQuery};
     return search;
+}
+
+StreamEventLookup ServiceCarousels::findStreamEvents(const CarouselPath& path) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    StreamEventLookup lookup;
+    if (const ObjectCarousel* const carousel = carouselOf(path, lookup.reason))
+        return carousel->findStreamEvents(path.path);
+    const bool mayBegin =
+        std::any_of(unclaimed_.begin(), unclaimed_.end(),
+                    [&path](const auto& entry) { return entry.second.tag == path.componentTag; });
+    if (isOfService(path) && mayBegin)
+        lookup.result = Lookup::Result::Pending;
+    return lookup;
+}
+
+uint64_t ServiceCarousels::revision() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return revision_;
 }
 
 unsigned int ServiceCarousels::getFile(const std::string& text, void* id)

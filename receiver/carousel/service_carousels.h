@@ -82,6 +82,12 @@ public:
     unsigned int close(void* id);
     /// @}
 
+    /// Looks for a stream-event object of the tuned service. Thread-safe.
+    StreamEventLookup findStreamEvents(const CarouselPath& path) const;
+
+    /// Grows whenever that answer may have changed. Thread-safe.
+    uint64_t revision() const;
+
     struct Status {
         uint8_t componentTag;
         CarouselProgress progress;
@@ -140,7 +146,9 @@ private:
 
     bool answerIfThere(void* id, const FileRequests::PendingFile& file,
                        std::vector<Answer>& answers);
+    bool isOfService(const CarouselPath& path) const;
     const ObjectCarousel* carouselOf(uint8_t componentTag) const;
+    const ObjectCarousel* carouselOf(const CarouselPath& path, std::string& reason) const;
     Search find(const CarouselPath& path) const;
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
@@ -160,6 +168,7 @@ private:
     size_t heldBytes_ = 0;
     size_t sectionsDropped_ = 0;
     std::map<uint8_t, Reception> carousels_;  // by component tag
+    uint64_t revision_ = 0;
     bool hasEnded_ = false;
     FileRequests files_;
     uint64_t lookups_ = 0;

@@ -211,8 +211,9 @@ Outcome subscribe(Session& session, const Words& words)
     if (!application)
         return noApplication();
     session.log().report(Source::User, "subscribe", "the script listens to " + words[1]);
+    std::string event = words.size() > 2 ? words[2] : "";
     const int result = native_BroadcastAddStreamEventListener(
-        words[1].c_str(), nullptr, nullptr, nullptr, nullptr, application->window->id);
+        words[1].c_str(), nullptr, event.data(), nullptr, nullptr, application->window->id);
     if (result != VEIF_RETURN_OK)
         return Outcome::failed("the application manager answered " + std::to_string(result));
     return Outcome::done();

@@ -3,7 +3,9 @@
 #define VESTA_RECEIVER_INTEGRATION_EVENT_RECORDS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <string>
 
 #include "vesta_hbbtv_appman.h"
 
@@ -39,6 +41,17 @@ Outgoing tableGone();
 
 /// A file that was pending is there now, or will not come.
 Outgoing fileAnswer(void* id, bool ready);
+
+/// What a listener to stream events hears; every text is copied, up to its first NUL.
+struct StreamEventTexts {
+    std::string name;
+    std::string data;  ///< hexadecimal
+    std::string text;
+    std::string status;
+};
+/// A stream event for one subscription. @param value1, value2 handed over with the texts
+Outgoing streamEvent(VestaHbbTV::HBBTV_StreamEventCallback callback, const StreamEventTexts& texts,
+                     uint32_t value1, uint32_t value2);
 
 /// Frees an event that is never sent.
 void discard(const Outgoing& event);

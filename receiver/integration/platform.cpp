@@ -2,7 +2,9 @@
 
 #include "receiver/integration/platform.h"
 
+#include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "vesta_hbbtv_appman.h"
 
@@ -10,12 +12,15 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/integrator.h"
+#include "receiver/integration/stream_event_subscriptions.h"
 
 namespace receiver {
 
 Platform* Platform::current = nullptr;
 
-Platform::Platform(ServiceCarousels& carousels, EventLog& log) : carousels_(carousels), log_(log)
+Platform::Platform(ServiceCarousels& carousels, StreamEventSubscriptions& streamEvents,
+                   EventLog& log)
+    : carousels_(carousels), streamEvents_(streamEvents), log_(log)
 {
     current = this;
 }
@@ -40,6 +45,17 @@ void report(const char* hook, const std::string& text)
 {
     if (Platform::current)
         Platform::current->report(hook, text);
+}
+
+uint32_t listenerIn(const void* pointer)
+{
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
+}
+
+/// @param text a const char*, or null
+std::string textIn(const void* text)
+{
+    return text ? static_cast<const char*>(text) : "";
 }
 
 }  // namespace
@@ -95,28 +111,35 @@ void dsmcc_stop(void)
     report("dsmcc-stop", "carousels are not asked any more");
 }
 
-// Stream events are listed on the status page, but this receiver does not deliver them.
+// What the pointers carry: see StreamEventSubscriptions.
 
-unsigned int dsmcc_stream_event_subscribe(const char* path, void*, void*, void*, void*)
+unsigned int dsmcc_stream_event_subscribe(const char* path, void* p1, void* p2, void*, void*)
 {
-    report("subscribe", std::string("stream events of ") + path + ": not delivered here");
-    return DSMCC_ERROR;
+    const bool isKept = Platform::current && Platform::current->streamEvents().subscribe(
+                                                 textIn(path), listenerIn(p1), textIn(p2));
+    return isKept ? DSMCC_OK : DSMCC_ERROR;
 }
 
-unsigned int dsmcc_xml_stream_event_subscribe(void*, void*, unsigned short, unsigned short,
-                                              unsigned short, void*, void*, void*)
+unsigned int dsmcc_xml_stream_event_subscribe(void* x1, void* x2, unsigned short d1,
+                                              unsigned short serviceId, unsigned short d2, void*,
+                                              void*, void*)
 {
-    report("subscribe", "stream events by an XML file: not delivered here");
-    return DSMCC_ERROR;
+    const bool isKept = Platform::current && Platform::current->streamEvents().subscribe(
+                                                 serviceId, d1, d2, listenerIn(x1), textIn(x2));
+    return isKept ? DSMCC_OK : DSMCC_ERROR;
 }
 
-unsigned int dsmcc_stream_event_unsubscribe(const char*, void*, void*, void*, void*, long)
+unsigned int dsmcc_stream_event_unsubscribe(const char*, void* p1, void* p2, void*, void*, long)
 {
+    if (Platform::current)
+        Platform::current->streamEvents().unsubscribe(listenerIn(p1), textIn(p2));
     return DSMCC_OK;
 }
 
-unsigned int dsmcc_stream_event_unsubscribe_all(void*, long)
+unsigned int dsmcc_stream_event_unsubscribe_all(void* p1, long)
 {
+    if (Platform::current)
+        Platform::current->streamEvents().unsubscribeAll(listenerIn(p1));
     return DSMCC_OK;
 }
 

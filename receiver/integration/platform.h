@@ -8,17 +8,19 @@ namespace receiver {
 
 class EventLog;
 class ServiceCarousels;
+class StreamEventSubscriptions;
 
 /// Browser thread.
 class Platform {
 public:
-    /// @param carousels, log borrowed
-    Platform(ServiceCarousels& carousels, EventLog& log);
+    /// @param carousels, streamEvents, log borrowed
+    Platform(ServiceCarousels& carousels, StreamEventSubscriptions& streamEvents, EventLog& log);
     ~Platform();
     Platform(const Platform&) = delete;
     Platform& operator=(const Platform&) = delete;
 
     ServiceCarousels& carousels() { return carousels_; }
+    StreamEventSubscriptions& streamEvents() { return streamEvents_; }
     void report(const char* hook, const std::string& text);
 
     /// The key groups of the receiver's remote control: all of them.
@@ -35,6 +37,7 @@ public:
 
 private:
     ServiceCarousels& carousels_;
+    StreamEventSubscriptions& streamEvents_;
     EventLog& log_;
 };
 

@@ -76,6 +76,10 @@ public:
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
     ServiceCarousels& carousels() { return follower_.carousels(); }
+    /// What scripts listen to, for the hooks. Thread-safe.
+    StreamEventSubscriptions& streamEvents() { return follower_.streamEvents(); }
+    /// Programmes, components and the network, for the scripts. Thread-safe.
+    const ServiceInformationSource& information() const { return follower_.information(); }
     /// The tuned service's table, for the notifications. Thread-safe.
     const TableBook& tableBook() const { return follower_.tableBook(); }
 

@@ -72,7 +72,8 @@ std::string damageOf(const StreamStatistics& statistics)
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), choice_(stream_), carousels_(options.limits, log, options.carousels)
+      wanted_(options.service), choice_(stream_),
+      carousels_(options.limits, log, options.carousels), streamEvents_(carousels_, log)
 {
     updateSubscriptions();
 }
@@ -92,6 +93,8 @@ bool ServiceFollower::feed(const unsigned char* bytes, size_t count)
     if (tuned_ && !isChoosing())
         stream_.forgetEarlySections();
     reportFileAnswers(filesPerFeed);
+    areSubscriptionsStale_ = streamEvents_.update() || areSubscriptionsStale_;
+    takeStreamEvents();
     if (areSubscriptionsStale_)
         updateSubscriptions();
     return true;
@@ -114,6 +117,8 @@ void ServiceFollower::giveUpWaiting()
     sendHeldBack();  // the network that they waited for will not be named
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
+    streamEvents_.giveUp();
+    takeStreamEvents();
 }
 
 void ServiceFollower::remarkAtEnd()
@@ -181,6 +186,7 @@ void ServiceFollower::leave()
 {
     for (void* const id : carousels_.leave())
         outgoing_.push_back(fileAnswer(id, false));
+    streamEvents_.leave();
     remarkOnTable();
     examiner_.clear();
     book_.clear();
@@ -208,6 +214,7 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
         reportService(service);
     }
     reportServicesGone();
+    information_.setServices(services);
     signalling_ = std::move(signalling);
     choice_.dropUnlisted();
     areSubscriptionsStale_ = true;
@@ -263,6 +270,7 @@ void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& se
     areSubscriptionsStale_ = true;
     ProgramMap map = readProgramMap(section);
     signalling_[service.programNumber] = map.signalling();
+    information_.setProgramMap(service.programNumber, section);
     if (tuned_ && tuned_->programNumber == service.programNumber)
         join(service, map);
     else if (!tuned_ && wanted_ == service.programNumber)
@@ -341,6 +349,7 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     if ((hadTable || isNew) && !filter_.mayHaveTable())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
+    streamEvents_.join(service, map.streams);
     for (const uint16_t pid : carousels_.pidsNotRead())
         remark("remark", "the carousel on PID " + std::to_string(pid) +
                              " is not read, as it has no component tag (--carousel-pid " +
@@ -371,6 +380,8 @@ void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
     needed.insert(filter_.pids().begin(), filter_.pids().end());
+    needed.insert(streamEvents_.pids().begin(), streamEvents_.pids().end());
+    needed.insert(std::begin(ServiceInformation::pids), std::end(ServiceInformation::pids));
     choice_.addPidsTo(needed);
     const std::set<uint16_t> subscribed = stream_.subscriptions();
     for (const uint16_t pid : subscribed) {
@@ -384,12 +395,15 @@ void ServiceFollower::updateSubscriptions()
 
 void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
-    hasNews_ = true;
+    // EIT and NIT come all the time, and nobody waits for most of it.
+    const bool isNews = !ServiceInformation::isOnPid(pid) || information_.feed(pid, section);
+    hasNews_ = hasNews_ || isNews;
     const bool isOnPid = filter_.isOnPid(pid);
     if (isOnPid)
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
+    streamEvents_.feed(pid, section);
     // A table that comes round on another service while there is none on this one decides.
     if (isChoosing() && choice_.hear(pid, section) && tuned_)
         goOnToNextService();
@@ -470,6 +484,12 @@ void ServiceFollower::reportFileAnswers(size_t most)
 {
     for (const ServiceCarousels::Answer& answer : carousels_.takeAnswers(most))
         outgoing_.push_back(fileAnswer(answer.id, answer.ready));
+}
+
+void ServiceFollower::takeStreamEvents()
+{
+    const std::vector<Outgoing> events = streamEvents_.takeEvents();
+    outgoing_.insert(outgoing_.end(), events.begin(), events.end());
 }
 
 void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity)

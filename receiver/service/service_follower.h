@@ -14,7 +14,9 @@
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/console/event_log.h"
 #include "receiver/integration/event_records.h"
+#include "receiver/integration/stream_event_subscriptions.h"
 #include "receiver/service/service_choice.h"
+#include "receiver/service/service_information.h"
 #include "receiver/service/table_book.h"
 #include "receiver/service/table_examiner.h"
 #include "receiver/stream/held_table.h"
@@ -85,6 +87,8 @@ public:
     size_t heldBytes() const { return choice_.heldBytes(); }
     const StreamStatistics& statistics() const { return stream_.statistics(); }
     ServiceCarousels& carousels() { return carousels_; }
+    StreamEventSubscriptions& streamEvents() { return streamEvents_; }
+    const ServiceInformation& information() const { return information_; }
     const TableBook& tableBook() const { return book_; }
 
     /// What a person might have expected of the stream and was not there; empty when it was.
@@ -120,6 +124,7 @@ private:
     void sendTableSection(const SectionBytes& section);
     void reportTableSection(const SectionBytes& section);
     void reportFileAnswers(size_t most);
+    void takeStreamEvents();
     std::string lackOfTable() const;
     void remarkOnTable();
 
@@ -146,6 +151,8 @@ private:
     TableExaminer examiner_;
     TableBook book_;
     ServiceCarousels carousels_;
+    StreamEventSubscriptions streamEvents_;
+    ServiceInformation information_;
 };
 
 }  // namespace receiver

@@ -16,8 +16,6 @@ using VestaHbbTV::forEachDescriptor;
 
 namespace {
 
-constexpr size_t headerSize = 8;
-constexpr size_t crcSize = 4;
 constexpr uint16_t pidMask = 0x1FFF;
 constexpr size_t bytesBeforeStreamInfo = 3;  // stream_type and elementary_PID
 constexpr uint8_t privateSectionsStreamType = 0x05;
@@ -28,31 +26,24 @@ enum DescriptorTag : uint8_t {
     applicationSignallingTag = 0x6F
 };
 
-// What lies between the common header and the CRC_32.
-ByteReader bodyOf(const SectionBytes& section)
+void readServiceDescriptor(ByteReader payload, ServiceDescription& service)
 {
-    if (section.size() < headerSize + crcSize)
-        return ByteReader();
-    return ByteReader(section.data() + headerSize, section.size() - headerSize - crcSize);
+    service.type = payload.u8();
+    payload.skip(payload.u8());  // the provider's name
+    service.name = decodeDvbText(payload.text(payload.u8()));
 }
 
-std::string readServiceName(ByteReader serviceDescriptor)
+// The last of several service descriptors counts.
+void readDescriptors(ByteReader descriptors, ServiceDescription& service)
 {
-    serviceDescriptor.skip(1);                       // service_type
-    serviceDescriptor.skip(serviceDescriptor.u8());  // the provider's name
-    return decodeDvbText(serviceDescriptor.text(serviceDescriptor.u8()));
-}
-
-// The last of several counts; empty without any.
-std::string readNameOfService(ByteReader descriptors)
-{
-    std::string name;
-    forEachDescriptor(descriptors, [&name](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+    service.name.clear();
+    service.type = 0;
+    const auto read = [&service](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
         if (tag == serviceTag)
-            name = readServiceName(payload);
+            readServiceDescriptor(payload, service);
         return true;
-    });
-    return name;
+    };
+    forEachDescriptor(descriptors, read);
 }
 
 std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
@@ -122,7 +113,7 @@ std::vector<ProgramAssociation> readProgramAssociations(const std::vector<Sectio
     std::vector<ProgramAssociation> programs;
     for (const SectionBytes& section : pat) {
         const uint16_t transportStreamId = readSectionHeader(section).tableIdExtension;
-        ByteReader body = bodyOf(section);
+        ByteReader body = sectionBody(section);
         while (body.remaining() >= entrySize) {
             const uint16_t programNumber = body.u16();
             const uint16_t pid = body.u16() & pidMask;
@@ -139,7 +130,7 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
     for (const SectionBytes& section : sdt) {
         ServiceDescription service;
         service.transportStreamId = readSectionHeader(section).tableIdExtension;
-        ByteReader body = bodyOf(section);
+        ByteReader body = sectionBody(section);
         service.originalNetworkId = body.u16();
         body.skip(1);
         while (!body.empty()) {
@@ -148,7 +139,7 @@ std::vector<ServiceDescription> readServiceDescriptions(const std::vector<Sectio
             const ByteReader descriptors = body.take(body.length12());
             if (!body.ok())
                 break;
-            service.name = readNameOfService(descriptors);
+            readDescriptors(descriptors, service);
             services.push_back(service);
         }
     }
@@ -183,7 +174,7 @@ ApplicationSignalling ProgramMap::signalling() const
 ProgramMap readProgramMap(const SectionBytes& pmtSection)
 {
     ProgramMap map;
-    ByteReader body = bodyOf(pmtSection);
+    ByteReader body = sectionBody(pmtSection);
     const uint16_t clockPid = body.u16() & pidMask;
     if (body.ok())
         map.clockPid = clockPid;

@@ -46,6 +46,7 @@ struct ServiceDescription {
     uint16_t transportStreamId = 0;
     uint16_t serviceId = 0;
     std::string name;  ///< UTF-8; empty without a service descriptor
+    uint8_t type = 0;  ///< ETSI EN 300 468, table 87; 0 without a service descriptor
 };
 
 /// @return the services in order; a loop that leaves the section ends the section's list

@@ -14,7 +14,9 @@ namespace receiver {
 
 namespace {
 
-constexpr size_t sectionHeaderSize = 3;      // up to section_length
+constexpr size_t sectionHeaderSize = 3;  // up to section_length
+constexpr size_t tableHeaderSize = 8;    // up to last_section_number
+constexpr size_t crcSize = 4;
 constexpr int largestSection = 4096;         // private sections, ISO/IEC 13818-1, 2.4.4.11
 constexpr uint16_t shortestCheckedBody = 9;  // the rest of the header and the CRC_32
 constexpr unsigned char payloadUnitStartFlag = 0x40;
@@ -48,6 +50,14 @@ SectionHeader readSectionHeader(const SectionBytes& section)
     header.sectionNumber = reader.u8();
     header.lastSectionNumber = reader.u8();
     return reader.ok() ? header : SectionHeader();
+}
+
+VestaHbbTV::ByteReader sectionBody(const SectionBytes& section)
+{
+    if (section.size() < tableHeaderSize + crcSize)
+        return VestaHbbTV::ByteReader();
+    return VestaHbbTV::ByteReader(section.data() + tableHeaderSize,
+                                  section.size() - tableHeaderSize - crcSize);
 }
 
 void SectionAssembler::HandleDeleter::operator()(dvbpsi_s* handle) const

@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "foundation/byte_reader.h"
+
 extern "C" {
 struct dvbpsi_s;
 struct dvbpsi_psi_section_s;
@@ -29,6 +31,10 @@ struct SectionHeader {
 
 /// @return the header of a section as an assembler delivers it; all zero when bytes are missing
 SectionHeader readSectionHeader(const SectionBytes& section);
+
+/// @return what lies between the common header and the CRC_32, while the section lives; empty when
+///         bytes are missing
+VestaHbbTV::ByteReader sectionBody(const SectionBytes& section);
 
 /// Assembles the sections of one PID from its packets. Every section that comes out has
 /// section_syntax_indicator 1 and a correct CRC_32. Sections without a CRC_32 are dropped and

@@ -98,9 +98,9 @@ bool TransportStream::SectionPid::repeats(const Packet& packet)
 
 bool Service::operator==(const Service& other) const
 {
-    return std::tie(programNumber, pmtPid, transportStreamId, originalNetworkId, name) ==
+    return std::tie(programNumber, pmtPid, transportStreamId, originalNetworkId, name, type) ==
            std::tie(other.programNumber, other.pmtPid, other.transportStreamId,
-                    other.originalNetworkId, other.name);
+                    other.originalNetworkId, other.name, other.type);
 }
 
 TransportStream::TransportStream(TransportStreamListener& listener)
@@ -290,10 +290,10 @@ void TransportStream::readServiceNames()
     hasReadNames_ = true;
     areNamesStale_ = false;
     networks_.clear();
-    names_.clear();
+    descriptions_.clear();
     for (const ServiceDescription& description : readServiceDescriptions(sdt_.sections())) {
         networks_[description.transportStreamId] = description.originalNetworkId;
-        names_[{description.transportStreamId, description.serviceId}] = description.name;
+        descriptions_[{description.transportStreamId, description.serviceId}] = description;
     }
     updateServices();
 }
@@ -307,9 +307,11 @@ Service TransportStream::describe(const ProgramAssociation& program) const
     const auto network = networks_.find(program.transportStreamId);
     if (network != networks_.end())
         service.originalNetworkId = network->second;
-    const auto name = names_.find({program.transportStreamId, program.programNumber});
-    if (name != names_.end())
-        service.name = name->second;
+    const auto described = descriptions_.find({program.transportStreamId, program.programNumber});
+    if (described != descriptions_.end()) {
+        service.name = described->second.name;
+        service.type = described->second.type;
+    }
     return service;
 }
 

@@ -28,6 +28,7 @@ struct Service {
     uint16_t transportStreamId = 0;
     std::optional<uint16_t> originalNetworkId;  ///< unknown until the SDT is there
     std::string name;                           ///< UTF-8; empty until the SDT is there
+    uint8_t type = 0;  ///< service_type of the service descriptor; 0 until the SDT is there
 
     bool operator==(const Service& other) const;
 };
@@ -154,8 +155,9 @@ private:
     std::set<uint16_t> pmtPids_;
     TableCollector pat_;
     TableCollector sdt_;
-    std::map<uint16_t, uint16_t> networks_;                       // by transport stream
-    std::map<std::pair<uint16_t, uint16_t>, std::string> names_;  // by transport stream and id
+    std::map<uint16_t, uint16_t> networks_;  // by transport stream
+    std::map<std::pair<uint16_t, uint16_t>, ServiceDescription>
+        descriptions_;                       // by transport stream and id
     std::map<uint16_t, SectionBytes> pmts_;  // the last of each program in the PAT
     std::map<std::pair<uint16_t, uint16_t>, size_t> serviceIndex_;  // by program and PMT PID
     bool isProgramMapRepeated_ = false;

@@ -78,6 +78,18 @@ std::string printable(std::string_view text)
     return clean;
 }
 
+std::string withoutOtherBytes(std::string_view bytes)
+{
+    std::string text;
+    while (!bytes.empty()) {
+        const Character character = firstCharacter(bytes);
+        if (character.code != 0)
+            text += bytes.substr(0, character.size);
+        bytes.remove_prefix(character.size != 0 ? character.size : 1);
+    }
+    return text;
+}
+
 std::string printableJson(std::string_view json)
 {
     std::string clean;

@@ -20,6 +20,9 @@ std::string printable(std::string_view text);
 /// @param json without C0 controls, as JSON has to be; valid UTF-8
 std::string printableJson(std::string_view json);
 
+/// What of these bytes is text: UTF-8 without the bytes that are none, and without NULs.
+std::string withoutOtherBytes(std::string_view bytes);
+
 }  // namespace receiver
 
 #endif

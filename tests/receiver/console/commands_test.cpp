@@ -28,7 +28,7 @@ TEST(Commands, LinesThatAreNoCommandsAreSaidBeforeAScriptBegins)
         {"keyset", "expected: keyset MASK|RED+GREEN..."},
         {"xhr", "expected: xhr URL"},
         {"load", "expected: load URL"},
-        {"subscribe", "expected: subscribe TARGET"},
+        {"subscribe", "expected: subscribe TARGET [EVENT]"},
         {"http", "expected: http on|off"},
         {"timeshift on off", "expected: timeshift on|off"},
         {"lowmemory 1", "expected: lowmemory"},
@@ -143,11 +143,22 @@ TEST(Commands, TextsOfTheUserAgentMayHaveBlanks)
 TEST(Commands, SubscriptionsReachThePlatform)
 {
     PlayedSession played;
-    EXPECT_EQ(played.play({"wait loaded", "subscribe events/one", "subscribe dvb://1.2.3.4/two"}),
+    EXPECT_EQ(
+        played.play({"wait loaded", "subscribe events/one", "subscribe dvb://1.2.3.4/two go"}),
+        exitSuccess)
+        << played.problem();
+    EXPECT_TRUE(played.says("stream event \"\" of 20fa.441.6dd0.2a/events/one for listener 0"));
+    EXPECT_TRUE(played.says("stream event \"go\" of 1.2.3.4/two for listener 0"));
+}
+
+TEST(Commands, SubscriptionsAreAnsweredAfterTheEndOfTheStreamToo)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait loaded", "wait end", "subscribe dvb://20fa.441.6dd0.2a/none go"}),
               exitSuccess)
         << played.problem();
-    EXPECT_TRUE(played.says("stream events of 20fa.441.6dd0.2a/events/one: not delivered"));
-    EXPECT_TRUE(played.says("stream events of 1.2.3.4/two: not delivered"));
+    EXPECT_TRUE(
+        played.says("stream event \"go\" of 20fa.441.6dd0.2a/none: the directory does not"));
 }
 
 TEST(Commands, ServicesAreZappedToByNumberInAnyFormOrByName)

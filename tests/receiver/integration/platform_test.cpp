@@ -8,6 +8,7 @@
 
 #include "receiver/carousel/service_carousels.h"
 #include "receiver/integration/platform.h"
+#include "receiver/integration/stream_event_subscriptions.h"
 
 namespace receiver {
 namespace {
@@ -19,7 +20,8 @@ protected:
     std::ostringstream out_;
     EventLog log_{out_, false};
     ServiceCarousels carousels_{{}, log_};
-    Platform platform_{carousels_, log_};
+    StreamEventSubscriptions streamEvents_{carousels_, log_};
+    Platform platform_{carousels_, streamEvents_, log_};
 };
 
 TEST_F(PlatformTest, HooksLeadToTheCarousels)
@@ -64,12 +66,25 @@ TEST_F(PlatformTest, CarouselsAreTheSameWhenAllTheirIdsAre)
     EXPECT_EQ(dsmcc_same_carousel("1.2.3.4/a", "a", &same), DSMCC_ERROR);
 }
 
-TEST_F(PlatformTest, StreamEventsAreRefusedHonestly)
+TEST_F(PlatformTest, HooksLeadToTheStreamEvents)
 {
-    EXPECT_EQ(dsmcc_stream_event_subscribe("1.2.3.4/e", nullptr, nullptr, nullptr, nullptr),
-              DSMCC_ERROR);
-    EXPECT_NE(out_.str().find("stream events of 1.2.3.4/e: not delivered here"), std::string::npos);
+    char name[] = "go";
+    EXPECT_EQ(dsmcc_stream_event_subscribe("1.2.3.4/e", id(), name, nullptr, nullptr), DSMCC_OK);
+    EXPECT_NE(out_.str().find("stream event \"go\" of 1.2.3.4/e for listener 1"),
+              std::string::npos);
+    EXPECT_EQ(dsmcc_xml_stream_event_subscribe(id(), name, 0x2B, 7, 3, nullptr, nullptr, nullptr),
+              DSMCC_OK);
+    EXPECT_NE(out_.str().find("stream event \"go\" of component 43 for listener 1"),
+              std::string::npos);
+    EXPECT_EQ(dsmcc_stream_event_unsubscribe("1.2.3.4/e", id(), name, nullptr, nullptr, 1),
+              DSMCC_OK);
     EXPECT_EQ(dsmcc_stream_event_unsubscribe_all(nullptr, 1), DSMCC_OK);
+}
+
+TEST_F(PlatformTest, ASubscriptionWithoutANameIsOneOfAnEventWithoutName)
+{
+    EXPECT_EQ(dsmcc_stream_event_subscribe(nullptr, nullptr, nullptr, nullptr, nullptr), DSMCC_OK);
+    EXPECT_NE(out_.str().find("stream event \"\" of  for listener 0"), std::string::npos);
 }
 
 TEST(PlatformHooks, AnswerOutsideARunToo)
@@ -80,6 +95,13 @@ TEST(PlatformHooks, AnswerOutsideARunToo)
     EXPECT_EQ(dsmcc_read(nullptr, &bytes, &count), DSMCC_UNKNOWN_ID);
     EXPECT_EQ(dsmcc_close_file(nullptr), DSMCC_UNKNOWN_ID);
     EXPECT_EQ(dsmcc_clear_cache(), DSMCC_OK);
+    EXPECT_EQ(dsmcc_stream_event_subscribe("1.2.3.4/a", nullptr, nullptr, nullptr, nullptr),
+              DSMCC_ERROR);
+    EXPECT_EQ(
+        dsmcc_xml_stream_event_subscribe(nullptr, nullptr, 1, 1, 1, nullptr, nullptr, nullptr),
+        DSMCC_ERROR);
+    EXPECT_EQ(dsmcc_stream_event_unsubscribe("", nullptr, nullptr, nullptr, nullptr, 1), DSMCC_OK);
+    EXPECT_EQ(dsmcc_stream_event_unsubscribe_all(nullptr, 1), DSMCC_OK);
     EXPECT_EQ(hbbtv_keyset_get_supported_values(), 0x3FF);
     dsmcc_start();
     dsmcc_stop();

@@ -8,6 +8,7 @@
 
 #include "receiver/service/service_follower.h"
 #include "tests/receiver/support/carousel_builder.h"
+#include "tests/receiver/support/information_builder.h"
 #include "tests/receiver/support/stream_builder.h"
 
 namespace receiver {
@@ -559,6 +560,63 @@ TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
     EXPECT_EQ(sent(), "1: 5/0");
     play(tablePid(1), table(6));
     EXPECT_EQ(sent(), "1: 6/0");
+}
+
+TEST_F(ServiceFollowerTest, StreamEventsOfAComponentThatIsListenedToAreSent)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x0C, 0x300, makeDescriptor(0x52, {0x2B})}});
+    play(tablePid(1), table(0));
+    sent();
+    play(0x300, makeStreamEventSection(7, 0, "nobody listens"));
+    follower_.streamEvents().subscribe(1, 0x2B, 7, 5, "go");
+    play(0x1FF0, makeStreamEventSection(7, 1, "another PID"));
+    play(0x300, makeStreamEventSection(7, 1, "x"));
+    play(0x300, makeStreamEventSection(7, 1, "x"));
+    const std::vector<Outgoing> events = follower_.takeEvents();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].type, E_DSMCC_STREAM_EVENT);
+    EXPECT_STREQ(static_cast<HBBTV_StreamEventData*>(events[0].record)->string2, "78");
+    discard(events[0]);
+    follower_.streamEvents().unsubscribeAll(5);
+    play(0x300, makeStreamEventSection(7, 2, "y"));
+    EXPECT_TRUE(follower_.takeEvents().empty());
+}
+
+TEST_F(ServiceFollowerTest, KnowsWhatTheStreamTellsOfItsServices)
+{
+    EventFields present;
+    present.id = 7;
+    play(0x12, makePresentFollowing(1, 0, present));
+    services({1, 2});
+    pmt(1, {tables(tablePid(1), hbbtv), {0x1B, 0x300, {}}});
+    play(0x10, makeNit(0x3001, {{0x441, network, makeDescriptor(0x44, {1})}}));
+    const ServiceInformation& information = follower_.information();
+    EXPECT_EQ(information.programmesOf(1).size(), 1u) << "it came before the PAT";
+    EXPECT_EQ(information.componentsOf(1).size(), 1u);
+    EXPECT_EQ(information.detailsOf(1).serviceType, 1);
+    EXPECT_EQ(information.detailsOf(1).networkId, 0x3001);
+    EXPECT_EQ(information.detailsOf(1).deliverySystem, makeDescriptor(0x44, {1}));
+    services({2});
+    EXPECT_TRUE(information.programmesOf(1).empty());
+}
+
+TEST_F(ServiceFollowerTest, ServiceInformationIsNewsOnlyWhereItChangesWhatIsOnNowAndNext)
+{
+    services({1});
+    follower_.takeNews();
+    EventFields event;
+    play(0x12, makePresentFollowing(1, 0, event));
+    EXPECT_TRUE(follower_.takeNews());
+    play(0x12, makePresentFollowing(1, 0, event));
+    EXPECT_FALSE(follower_.takeNews());
+    EitFields fields;
+    fields.tableId = fields.lastTable = 0x50;
+    play(0x12, makeEit(fields, {event}));
+    play(0x10, makeNit(1, {}));
+    EXPECT_FALSE(follower_.takeNews());
+    play(0x11, makeSdt(0x441, network, {{1, "a name"}}));
+    EXPECT_TRUE(follower_.takeNews());
 }
 
 }  // namespace

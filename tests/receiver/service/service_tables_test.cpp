@@ -48,6 +48,8 @@ TEST(ServiceTables, CutShortAtEveryLengthTheyKeepWhatIsWhole)
                       .size(),
                   1u);
     EXPECT_EQ(readServiceDescriptions({sdt}).size(), 2u);
+    EXPECT_EQ(readServiceDescriptions({sdt})[0].name, "three");
+    EXPECT_EQ(readServiceDescriptions({sdt})[0].type, 1);
     EXPECT_EQ(readProgramMap(pmt).streams.size(), 2u);
     EXPECT_EQ(readProgramMap({}).clockPid, 0x1FFF);
 }

@@ -115,7 +115,7 @@ TEST_F(TransportStreamTest, ServicesComeFromThePatAndTheirNamesFromTheSdt)
 
     ASSERT_EQ(heard_.services.size(), 2u);
     EXPECT_FALSE(heard_.services[0][0].originalNetworkId);
-    const std::vector<Service> expected = {{7, 0x50, 0x441, 0x20FA, "Seven"},
+    const std::vector<Service> expected = {{7, 0x50, 0x441, 0x20FA, "Seven", 1},
                                            {8, 0x51, 0x441, 0x20FA, ""}};
     EXPECT_TRUE(heard_.services[1] == expected);
     EXPECT_TRUE(stream_.services() == expected);

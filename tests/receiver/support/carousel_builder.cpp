@@ -116,6 +116,16 @@ Bytes makeStreamEvents(const std::string& key,
     return makeBiopMessage(key, kind, info, body);
 }
 
+Bytes makeStreamEventDescriptor(unsigned id, const std::string& data)
+{
+    return makeDescriptor(0x1A, ByteWriter().u16(id).fill(8, 0).add(data));
+}
+
+Bytes makeStreamEventSection(unsigned id, unsigned version, const std::string& data)
+{
+    return makeSection({0x3D, id, version}, makeStreamEventDescriptor(id, data));
+}
+
 Bytes makeDsi(const Bytes& ior, uint32_t transactionId)
 {
     const ByteWriter gatewayInfo = ByteWriter().add(ior).u8(0).u8(0).u16(0);

@@ -44,6 +44,10 @@ Bytes makeStreamEvents(const std::string& key,
                        const std::string& kind = std::string("ste\0", 4),
                        size_t microsecondBytes = 2);
 
+/// A stream event descriptor, and a section of table 0x3D with one that is to be done now.
+Bytes makeStreamEventDescriptor(unsigned id, const std::string& data);
+Bytes makeStreamEventSection(unsigned id, unsigned version, const std::string& data);
+
 Bytes makeDsi(const Bytes& ior, uint32_t transactionId = 0x80000000);
 
 struct ModuleFields {

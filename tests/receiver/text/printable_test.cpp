@@ -88,5 +88,17 @@ TEST(Printable, JsonGetsEscapes)
               "{\"a\":\"\\u007f\\u009b\xC3\xA9\\u202e\"}");
 }
 
+TEST(Printable, OtherBytesThanTextAreLeftOut)
+{
+    EXPECT_EQ(withoutOtherBytes("plain, \xC3\xA4 and\n"), "plain, \xC3\xA4 and\n");
+    EXPECT_EQ(withoutOtherBytes("\x80"
+                                "a\xC3"
+                                "b\xED\xA0\x80"
+                                "c\xF0\x9F"),
+              "abc");
+    EXPECT_EQ(withoutOtherBytes(std::string("a\0b", 3)), "ab");
+    EXPECT_EQ(withoutOtherBytes(""), "");
+}
+
 }  // namespace
 }  // namespace receiver
