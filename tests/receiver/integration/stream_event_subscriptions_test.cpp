@@ -46,9 +46,9 @@ std::vector<StreamDescription> streams()
     return {carousel, stream(0x0C, eventPid, 0x2B)};
 }
 
-class StreamEvents : public ::testing::Test {
+class StreamEventSubscriptionsTest : public ::testing::Test {
 protected:
-    StreamEvents()
+    StreamEventSubscriptionsTest()
     {
         heard.clear();
         events_.setStreamEventCallback(hear);
@@ -130,9 +130,9 @@ protected:
     StreamEventSubscriptions events_{carousels_, log_};
 };
 
-std::string StreamEvents::heard;
+std::string StreamEventSubscriptionsTest::heard;
 
-TEST_F(StreamEvents, AnObjectsEventIsHeardOnTheStreamOfItsTap)
+TEST_F(StreamEventSubscriptionsTest, AnObjectsEventIsHeardOnTheStreamOfItsTap)
 {
     feedCarousel();
     events_.subscribe(object, 5, "go");
@@ -148,7 +148,7 @@ TEST_F(StreamEvents, AnObjectsEventIsHeardOnTheStreamOfItsTap)
     EXPECT_EQ(heardNow(), "5 go  '' trigger");
 }
 
-TEST_F(StreamEvents, AComponentsEventIsHeardWhateverItsStreamType)
+TEST_F(StreamEventSubscriptionsTest, AComponentsEventIsHeardWhateverItsStreamType)
 {
     const uint8_t types[] = {0x0B, 0x0C, 0x0D};
     for (const uint8_t type : types) {
@@ -162,7 +162,7 @@ TEST_F(StreamEvents, AComponentsEventIsHeardWhateverItsStreamType)
     }
 }
 
-TEST_F(StreamEvents, TheTextIsWhatIsUtf8OfTheData)
+TEST_F(StreamEventSubscriptionsTest, TheTextIsWhatIsUtf8OfTheData)
 {
     events_.subscribe(1, 0x2B, 7, 1, "go");
     events_.update();
@@ -171,7 +171,7 @@ TEST_F(StreamEvents, TheTextIsWhatIsUtf8OfTheData)
                           "b' trigger");
 }
 
-TEST_F(StreamEvents, AssociationTagDescriptorsComeBeforeComponentTags)
+TEST_F(StreamEventSubscriptionsTest, AssociationTagDescriptorsComeBeforeComponentTags)
 {
     std::vector<StreamDescription> list = streams();
     list.push_back(stream(0x0C, otherPid, 0x31));
@@ -183,7 +183,7 @@ TEST_F(StreamEvents, AssociationTagDescriptorsComeBeforeComponentTags)
     EXPECT_EQ(events_.pids(), std::set<uint16_t>{otherPid});
 }
 
-TEST_F(StreamEvents, ACarouselThatHasNotComeRoundIsWaitedFor)
+TEST_F(StreamEventSubscriptionsTest, ACarouselThatHasNotComeRoundIsWaitedFor)
 {
     events_.subscribe(object, 5, "go");
     EXPECT_EQ(heardNow(), "");
@@ -196,7 +196,7 @@ TEST_F(StreamEvents, ACarouselThatHasNotComeRoundIsWaitedFor)
     EXPECT_EQ(heardNow(), "5 go 78 'x' trigger");
 }
 
-TEST_F(StreamEvents, AStreamThatMayBeginACarouselIsWaitedForToo)
+TEST_F(StreamEventSubscriptionsTest, AStreamThatMayBeginACarouselIsWaitedForToo)
 {
     std::vector<StreamDescription> list = streams();
     list[0].carouselId.reset();
@@ -207,7 +207,7 @@ TEST_F(StreamEvents, AStreamThatMayBeginACarouselIsWaitedForToo)
     EXPECT_EQ(events_.pids(), std::set<uint16_t>{eventPid});
 }
 
-TEST_F(StreamEvents, WhatCannotBeSubscribedToIsOneError)
+TEST_F(StreamEventSubscriptionsTest, WhatCannotBeSubscribedToIsOneError)
 {
     feedCarousel();
     const std::pair<const char*, const char*> cases[] = {
@@ -233,7 +233,7 @@ TEST_F(StreamEvents, WhatCannotBeSubscribedToIsOneError)
     EXPECT_TRUE(events_.pids().empty());
 }
 
-TEST_F(StreamEvents, AnObjectWhoseTapNamesNoStreamOfTheServiceIsAnError)
+TEST_F(StreamEventSubscriptionsTest, AnObjectWhoseTapNamesNoStreamOfTheServiceIsAnError)
 {
     join({streams()[0]});
     feedCarousel();
@@ -241,7 +241,7 @@ TEST_F(StreamEvents, AnObjectWhoseTapNamesNoStreamOfTheServiceIsAnError)
     EXPECT_EQ(heardNow(), "5 go  '' error");
 }
 
-TEST_F(StreamEvents, TargetsMayHaveEscapes)
+TEST_F(StreamEventSubscriptionsTest, TargetsMayHaveEscapes)
 {
     feedCarousel();
     events_.subscribe("20fa.441.1.2a/%65vents", 5, "go");
@@ -249,7 +249,7 @@ TEST_F(StreamEvents, TargetsMayHaveEscapes)
     EXPECT_EQ(events_.pids(), std::set<uint16_t>{eventPid});
 }
 
-TEST_F(StreamEvents, NothingIsHeardAfterUnsubscribing)
+TEST_F(StreamEventSubscriptionsTest, NothingIsHeardAfterUnsubscribing)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.subscribe(1, 0x2B, 7, 6, "go");
@@ -271,7 +271,7 @@ TEST_F(StreamEvents, NothingIsHeardAfterUnsubscribing)
     EXPECT_TRUE(events_.pids().empty());
 }
 
-TEST_F(StreamEvents, ALaterListenerDoesNotHearWhatHappenedBefore)
+TEST_F(StreamEventSubscriptionsTest, ALaterListenerDoesNotHearWhatHappenedBefore)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.update();
@@ -284,7 +284,7 @@ TEST_F(StreamEvents, ALaterListenerDoesNotHearWhatHappenedBefore)
     EXPECT_EQ(heardNow(), "5 go 79 'y' trigger, 6 go 79 'y' trigger");
 }
 
-TEST_F(StreamEvents, OtherStreamsOfTheServiceChangeNothingForThoseThatStay)
+TEST_F(StreamEventSubscriptionsTest, OtherStreamsOfTheServiceChangeNothingForThoseThatStay)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.subscribe(1, 0x2A, 7, 6, "gone");
@@ -297,7 +297,7 @@ TEST_F(StreamEvents, OtherStreamsOfTheServiceChangeNothingForThoseThatStay)
     EXPECT_EQ(heardNow(), "5 go 79 'y' trigger");
 }
 
-TEST_F(StreamEvents, AnotherServiceEndsThemInSilenceAndTheSameOneKeepsThem)
+TEST_F(StreamEventSubscriptionsTest, AnotherServiceEndsThemInSilenceAndTheSameOneKeepsThem)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.update();
@@ -316,7 +316,7 @@ TEST_F(StreamEvents, AnotherServiceEndsThemInSilenceAndTheSameOneKeepsThem)
     EXPECT_EQ(heardNow(), "");
 }
 
-TEST_F(StreamEvents, TheEndOfTheStreamIsAnErrorForWhatIsWaitedFor)
+TEST_F(StreamEventSubscriptionsTest, TheEndOfTheStreamIsAnErrorForWhatIsWaitedFor)
 {
     events_.subscribe(object, 5, "go");
     events_.subscribe(1, 0x2B, 7, 6, "there");
@@ -325,7 +325,7 @@ TEST_F(StreamEvents, TheEndOfTheStreamIsAnErrorForWhatIsWaitedFor)
     EXPECT_EQ(heardNow(), "5 go  '' error");
 }
 
-TEST_F(StreamEvents, ScheduledEventsAreRemarkedOnOnce)
+TEST_F(StreamEventSubscriptionsTest, ScheduledEventsAreRemarkedOnOnce)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.update();
@@ -338,7 +338,7 @@ TEST_F(StreamEvents, ScheduledEventsAreRemarkedOnOnce)
     EXPECT_EQ(out_.str().find(remark, first + 1), std::string::npos);
 }
 
-TEST_F(StreamEvents, ThereIsALimit)
+TEST_F(StreamEventSubscriptionsTest, ThereIsALimit)
 {
     for (size_t count = 0; count < StreamEventSubscriptions::mostSubscriptions; ++count)
         EXPECT_TRUE(events_.subscribe(1, 0x2B, 7, 5, "go"));
@@ -348,7 +348,7 @@ TEST_F(StreamEvents, ThereIsALimit)
     EXPECT_TRUE(events_.subscribe(1, 0x2B, 7, 6, "one more"));
 }
 
-TEST_F(StreamEvents, WithoutACallbackTheyAreWritten)
+TEST_F(StreamEventSubscriptionsTest, WithoutACallbackTheyAreWritten)
 {
     events_.setStreamEventCallback(nullptr);
     events_.subscribe(1, 0x2B, 7, 5, "go");

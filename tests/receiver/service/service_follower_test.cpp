@@ -562,7 +562,7 @@ TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
     EXPECT_EQ(sent(), "1: 6/0");
 }
 
-TEST_F(Follower, StreamEventsOfAComponentThatIsListenedToAreSent)
+TEST_F(ServiceFollowerTest, StreamEventsOfAComponentThatIsListenedToAreSent)
 {
     services({1});
     pmt(1, {tables(tablePid(1), hbbtv), {0x0C, 0x300, makeDescriptor(0x52, {0x2B})}});
@@ -583,7 +583,7 @@ TEST_F(Follower, StreamEventsOfAComponentThatIsListenedToAreSent)
     EXPECT_TRUE(follower_.takeEvents().empty());
 }
 
-TEST_F(Follower, KnowsWhatTheStreamTellsOfItsServices)
+TEST_F(ServiceFollowerTest, KnowsWhatTheStreamTellsOfItsServices)
 {
     EventFields present;
     present.id = 7;
@@ -601,7 +601,7 @@ TEST_F(Follower, KnowsWhatTheStreamTellsOfItsServices)
     EXPECT_TRUE(information.programmesOf(1).empty());
 }
 
-TEST_F(Follower, ServiceInformationIsNewsOnlyWhereItChangesWhatIsOnNowAndNext)
+TEST_F(ServiceFollowerTest, ServiceInformationIsNewsOnlyWhereItChangesWhatIsOnNowAndNext)
 {
     services({1});
     follower_.takeNews();
