@@ -12,9 +12,32 @@ function videoElement() {
     return owner && !owner._fullScreen && owner.element.isConnected ? owner.element : null;
 }
 
+/// Whether something of the page lies beneath an element: the background of one that it is in.
+function isOnBackground(element) {
+    for (let around = element.parentElement; around; around = around.parentElement) {
+        const style = getComputedStyle(around);
+        if (style.backgroundImage !== 'none' || !/^(transparent|rgba\(.*, 0\))$/.test(style.backgroundColor))
+            return true;
+    }
+    return false;
+}
+
+const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
+
+/// The video is seen through the page's own background.
+function markHole(element) {
+    for (const marked of document.querySelectorAll('[' + hole + ']')) {
+        if (marked !== element || !isOnBackground(marked))
+            marked.removeAttribute(hole);
+    }
+    if (element && !element.hasAttribute(hole) && isOnBackground(element))
+        element.setAttribute(hole, '');
+}
+
 function place() {
     isPlacePending = false;
     const element = videoElement();
+    markHole(element);
     const box = element ? element.getBoundingClientRect() : null;
     const wanted = box ? [box.x, box.y, box.width, box.height] : null;
     if (String(wanted) !== String(placed)) {
