@@ -341,7 +341,8 @@ StreamWriter& addProgrammes(StreamWriter& stream)
 }
 
 /// What the pages of tests/television are signalled in: a service with all of them, one with those
-/// that live through a change of the service, one with none, and one without a table.
+/// that live through a change of the service, one with none, one without a table, and one whose
+/// application starts by itself.
 Bytes television()
 {
     Stream stream;
@@ -351,21 +352,25 @@ Bytes television()
     };
     const Bytes lasting = entry(0x101, "broadcast.html");
     const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
-                      entry(0x104, "programmes.html") + entry(0x105, "stream_events.html");
-    const unsigned tablePids[] = {0x200, 0x201, 0x202};
-    const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {})};
+                      entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
+                      entry(0x106, "applications.html?signalled=1") +
+                      entry(0x107, "created.html?signalled=2");
+    const Bytes autostarted = application(0x201, autostart, {1}, http(1, base), "autostart.html");
+    const unsigned tablePids[] = {0x200, 0x201, 0x202, 0x203};
+    const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {}), table(1, autostarted)};
     const Bytes terrestrial = makeDescriptor(0x5A, Bytes(11, 0x1F));
     const unsigned networkId = 0x3001;
     for (unsigned round = 0; round < 20; ++round) {
-        stream.services({"One", "Two", "Three", "Four"});
+        stream.services({"One", "Two", "Three", "Four", "Five"});
         stream.add(0x10, makeNit(networkId, {{transportStreamId, network, terrestrial}}));
         addProgrammes(stream);
         stream.add(pmtPid, makePmt(1, 0, televisionComponents()));
         for (unsigned service = 2; service <= 3; ++service)
             stream.add(pmtPid, makePmt(service, 0, {tablesOn(tablePids[service - 1])}));
         stream.add(pmtPid, makePmt(4, 0, {{0x1B, 0x300, {}}}));
-        for (unsigned service = 1; service <= 3; ++service)
-            stream.add(tablePids[service - 1], tables[service - 1]);
+        stream.add(pmtPid, makePmt(5, 0, {tablesOn(tablePids[3])}));
+        for (size_t index = 0; index < std::size(tables); ++index)
+            stream.add(tablePids[index], tables[index]);
         stream.add(0x304, makeStreamEventSection(7, round, "round " + std::to_string(round)));
         stream.pause();
     }
