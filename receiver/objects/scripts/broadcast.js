@@ -87,6 +87,9 @@ class Broadcast extends Embedded {
         soon(() => this.fire('FullScreenChange', {}, []));
     }
 
+    addStreamEventListener(url, name, listener) { addStreamEvent(url, name, listener); }
+    removeStreamEventListener(url, name, listener) { removeStreamEvent(url, name, listener); }
+
     getComponents(type) { return components.known(type); }
     getCurrentActiveComponents(type) { return components.active(type); }
     selectComponent(wanted) { this._changeComponents('select', wanted); }
