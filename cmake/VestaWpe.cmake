@@ -21,7 +21,9 @@ endif()
 # What every document of a page begins with.
 set(script_folder "${PROJECT_SOURCE_DIR}/receiver/objects/scripts")
 set(scripts "")
-foreach(script IN ITEMS core document keys application_manager broadcast requests end)
+foreach(script IN ITEMS core document keys application_manager channels configuration
+        parental_control components broadcast video_place search capabilities media media_elements
+        requests end)
   list(APPEND scripts "${script_folder}/${script}.js")
 endforeach()
 set(boot_script "${PROJECT_BINARY_DIR}/boot_script.cpp")
@@ -39,6 +41,11 @@ set_target_properties(vesta_receiver_page PROPERTIES
 target_link_libraries(vesta_receiver_page PRIVATE PkgConfig::WPE_MODULE)
 target_include_directories(vesta_receiver_page PRIVATE "${PROJECT_SOURCE_DIR}")
 vesta_own_code(vesta_receiver_page)
+if(VESTA_SANITIZE)
+  # The web processes are not ours: no sanitizer's runtime is there.
+  target_compile_options(vesta_receiver_page PRIVATE -fno-sanitize=all)
+  target_link_options(vesta_receiver_page PRIVATE -fno-sanitize=all)
+endif()
 
 file(GLOB wpe_sources CONFIGURE_DEPENDS "receiver/wpe/*.cpp")
 list(FILTER wpe_sources EXCLUDE REGEX "/page_module\\.cpp$")

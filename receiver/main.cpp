@@ -20,6 +20,7 @@
 #include "receiver/console/piped_input.h"
 #include "receiver/console/signal_watch.h"
 #include "receiver/integration/log_bridge.h"
+#include "receiver/objects/broadcast_host.h"
 #include "receiver/objects/object_host.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
@@ -166,8 +167,13 @@ int play(const Options& options, EventLog& log)
     if (screen.scripts)
         objects.emplace(log, integrator, *screen.scripts);
     Session session(log, middleware, doorbell, browser, integrator);
-    if (objects)
+    std::optional<BroadcastHost> broadcast;
+    if (objects) {
         objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
+        broadcast.emplace(
+            BroadcastHost::Parts{*objects, middleware, browser, platform, log, nullptr});
+        session.setSettledListener([&broadcast] { broadcast->update(); });
+    }
     session.setDuration(options.duration);
     if (!options.pictures.empty())
         session.setPictures(options.pictures);

@@ -92,12 +92,15 @@ int Session::run()
     while (!quit_) {
         settle();
         showService();
+        if (settled_)
+            settled_();
         integrator_.reportStartsThatCameToNothing();
         if (isDue() || runNextLine())
             continue;
         if (quit_ || (middleware_.hasEnded() && endWithStream()))
             continue;
-        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline());
+        doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline(),
+                              [this] { return browser_.isBusy(); });
     }
     middleware_.stop();
     vesta_hbbtv_shutdown();
@@ -129,6 +132,8 @@ bool Session::endWithStream()
     const std::string problem = middleware_.error();
     if (!problem.empty())
         fail(exitUnreadable, problem);
+    else if (browser_.isBusy())
+        return false;
     else if (wait_)
         giveUpWaiting("the stream ended before " + wait_->what);
     else if (mayHearMore())

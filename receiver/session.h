@@ -70,6 +70,9 @@ public:
     /// @param work returns what went wrong; empty for success
     void setAfterwards(std::function<std::string()> work) { afterwards_ = std::move(work); }
 
+    /// @param look is called whenever everything that was queued is done
+    void setSettledListener(std::function<void()> look) { settled_ = std::move(look); }
+
     /// Runs until a command, the script's end or the end of the stream ends it.
     /// @return an ExitCode
     int run();
@@ -150,6 +153,7 @@ private:
     double durationSeconds_ = 0;  // 0: as long as it takes
     std::optional<Doorbell::Clock::time_point> end_;
     std::function<std::string()> afterwards_;
+    std::function<void()> settled_;
     std::atomic<bool> quit_{false};
     ExitCode exitCode_ = exitSuccess;
     std::string problem_;

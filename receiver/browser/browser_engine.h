@@ -46,6 +46,10 @@ public:
     /// there is none
     virtual bool runTask() = 0;
 
+    /// Whether something is under way that needs nothing but time, such as a page that is laid out
+    /// or comes from the network: not one that waits for a carousel.
+    virtual bool isBusy() const { return false; }
+
     virtual std::vector<const TAVO_VestaWindow*> windows() const = 0;
 
     /// The window that gets the keys: the visible one that was shown last; null without one.

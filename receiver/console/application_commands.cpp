@@ -50,14 +50,26 @@ Outcome callNative(Session& session, const Words& words, const char* event, cons
     return Outcome::done();
 }
 
+/// A key that the application wants beside its key set. @return whether it is one
+bool deliverOtherKey(Session& session, const TAVO_VestaWindow* window,
+                     const TAVO_KeyboardEvent& event)
+{
+    const bool isWanted = window && window == session.browser().focusedWindow() &&
+                          session.integrator().otherKeysOf(window).count(event.key_code) != 0;
+    if (isWanted)
+        session.browser().deliverKey(event);
+    return isWanted;
+}
+
 void offerKey(Session& session, TAVO_VestaWindow* window, int type, int code)
 {
     TAVO_KeyboardEvent event = {type, static_cast<TAVO_VIRTUAL_KEY>(code)};
     const bool isConsumed = vesta_hbbtv_key_input(window, &event) == 1;
+    const bool isDelivered = isConsumed || deliverOtherKey(session, window, event);
     session.log().report(Source::User, "key",
                          "key " + keyName(code) + (type == TAVO_KEY_DOWN ? " down" : " up") +
-                             (isConsumed ? ", for the application" : ", for the receiver"),
-                         {{"key", keyName(code)}, {"consumed", isConsumed}});
+                             (isDelivered ? ", for the application" : ", for the receiver"),
+                         {{"key", keyName(code)}, {"consumed", isDelivered}});
 }
 
 }  // namespace

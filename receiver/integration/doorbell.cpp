@@ -43,7 +43,8 @@ Doorbell::Hold::~Hold()
 }
 
 void Doorbell::waitForWork(const std::function<bool()>& work,
-                           const std::optional<Clock::time_point>& deadline)
+                           const std::optional<Clock::time_point>& deadline,
+                           const std::function<bool()>& isBusy)
 {
     const Hold lock(*this);
     while (!closed_ && !rung_ && !work()) {
@@ -52,8 +53,10 @@ void Doorbell::waitForWork(const std::function<bool()>& work,
             seen_ = asked_;
             break;
         }
-        settled_ = seen_;
-        pthread_cond_broadcast(&settledCondition_);
+        if (!isBusy()) {
+            settled_ = seen_;
+            pthread_cond_broadcast(&settledCondition_);
+        }
         if (deadline && Clock::now() >= *deadline)
             break;
         if (loop_) {

@@ -50,8 +50,10 @@ public:
     /// Browser thread: sleeps until there is something to do, or something new to look at.
     /// @param work does one piece of work, called with the mutex held; false when there is none
     /// @param deadline when to return all the same
-    void waitForWork(const std::function<bool()>& work,
-                     const std::optional<Clock::time_point>& deadline);
+    /// @param isBusy whether something is under way all the same: then nothing has settled
+    void waitForWork(
+        const std::function<bool()>& work, const std::optional<Clock::time_point>& deadline,
+        const std::function<bool()>& isBusy = [] { return false; });
 
     /// Any thread: wakes the browser thread for something that is not in the library's queue.
     void ring();

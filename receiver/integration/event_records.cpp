@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "receiver/integration/channel_reference.h"
+
 namespace receiver {
 
 using namespace VestaHbbTV;
@@ -15,6 +17,7 @@ Outgoing tableSection(const unsigned char* section, size_t size, unsigned origin
     record->original_network_id = static_cast<unsigned short>(originalNetworkId);
     record->transport_stream_id = static_cast<unsigned short>(transportStreamId);
     record->service_id = static_cast<unsigned short>(serviceId);
+    record->channelHandle = channelReference(transportStreamId, serviceId);
     return {E_AIT_SECTION, record};
 }
 

@@ -325,6 +325,7 @@ void Integrator::closeWindow(HBBTV_WindowNotificationData& record)
                                            return application.window == window;
                                        }),
                         applications_.end());
+    otherKeys_.erase(window);
     browser_.closeWindow(window);
     record.success = 1;
 }
@@ -336,6 +337,17 @@ void Integrator::setVisible(const HBBTV_WindowNotificationData& record, bool vis
             application.visible = visible;
     }
     browser_.setVisible(*record.tavoWindow, visible);
+}
+
+void Integrator::setOtherKeys(const TAVO_VestaWindow* window, const std::set<int>& codes)
+{
+    otherKeys_[window] = codes;
+}
+
+std::set<int> Integrator::otherKeysOf(const TAVO_VestaWindow* window) const
+{
+    const auto found = otherKeys_.find(window);
+    return found == otherKeys_.end() ? std::set<int>() : found->second;
 }
 
 const Integrator::RunningApplication*

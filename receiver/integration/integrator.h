@@ -3,6 +3,7 @@
 #define VESTA_RECEIVER_INTEGRATION_INTEGRATOR_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -74,6 +75,12 @@ public:
     /// The application that runs in a browser window; null for none.
     const RunningApplication* applicationOf(const TAVO_VestaWindow* window) const;
 
+    /// Keys that an application wants beside its key set, which has no list. @param window of the
+    /// application; forgotten with it @param codes TAVO_VIRTUAL_KEYs, instead of the ones before
+    void setOtherKeys(const TAVO_VestaWindow* window, const std::set<int>& codes);
+    /// @return in ascending order
+    std::set<int> otherKeysOf(const TAVO_VestaWindow* window) const;
+
     /// The next application that starts is created by this one's script.
     void setNextParent(const std::string& ids) { nextParent_ = ids; }
 
@@ -112,6 +119,7 @@ private:
     std::vector<RunningApplication> applications_;
     std::vector<std::string> table_;
     std::optional<RunningApplication> starting_;
+    std::map<const TAVO_VestaWindow*, std::set<int>> otherKeys_;
     std::string nextParent_;
 
     static Integrator* current;

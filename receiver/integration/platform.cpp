@@ -168,11 +168,17 @@ void hbbtv_ait_stop(void)
 void hbbtv_ait_invalidate(void)
 {
     receiver::Integrator::forgetTable();
+    if (Platform::current) {
+        ++Platform::current->channelChanges;
+        Platform::current->hasTable = false;
+    }
     report("invalidate", "tables of the former service are void");
 }
 
 void hbbtv_ait_completed(unsigned char version)
 {
+    if (Platform::current)
+        Platform::current->hasTable = true;
     report("completed", "AIT version " + std::to_string(version) + " is complete");
 }
 

@@ -26,6 +26,12 @@ public:
     /// The key groups of the receiver's remote control: all of them.
     int supportedKeySets = 0x3FF;
 
+    /// @name What the application manager has come to know of the air
+    /// @{
+    unsigned channelChanges = 0;  ///< how often the service was changed
+    bool hasTable = false;        ///< a table of the service was complete, and is acted on
+    /// @}
+
     /// The one that the hooks lead to; null outside a run.
     static Platform* current;
 

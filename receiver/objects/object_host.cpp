@@ -1,6 +1,7 @@
 #include "receiver/objects/object_host.h"
 
 #include <cstdint>
+#include <set>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
@@ -16,6 +17,9 @@ using Json = nlohmann::json;
 namespace {
 
 ObjectHost* current = nullptr;
+
+/// More than any remote control has.
+constexpr size_t mostOtherKeys = 256;
 
 /// Ids are numbers; scripts keep them as such.
 void* idOf(double number)
@@ -92,6 +96,7 @@ ObjectHost::ObjectHost(EventLog& log, Integrator& integrator, ScriptedBrowser& b
 {
     addApplicationFunctions();
     addKeySetFunctions();
+    addOtherKeyFunctions();
     addRequestFunctions();
     addPageFunctions();
     current = this;
@@ -200,6 +205,30 @@ void ObjectHost::addKeySetFunctions()
     });
 }
 
+/// Of what the key set itself has no list of.
+void ObjectHost::addOtherKeyFunctions()
+{
+    const auto windowOf = [](void* application) -> const TAVO_VestaWindow* {
+        long id = 0;
+        expectSuccess(native_AppManGetWindowOfApplication(application, &id));
+        return BrowserEngine::current->findWindow(id);
+    };
+    add("keyset.otherKeys",
+        [this, windowOf](const CallingDocument&, const Json& arguments) -> Json {
+            return integrator_.otherKeysOf(windowOf(idArgument(arguments, 0)));
+        });
+    add("keyset.setOtherKeys",
+        [this, windowOf](const CallingDocument&, const Json& arguments) -> Json {
+            std::set<int> codes;
+            for (const Json& code : arguments.at(1)) {
+                if (code.is_number_integer() && codes.size() < mostOtherKeys)
+                    codes.insert(code.get<int>());
+            }
+            integrator_.setOtherKeys(windowOf(idArgument(arguments, 0)), codes);
+            return nullptr;
+        });
+}
+
 void ObjectHost::addRequestFunctions()
 {
     add("request.permission", [](const CallingDocument& document, const Json& arguments) -> Json {
@@ -222,7 +251,8 @@ void ObjectHost::addRequestFunctions()
 
 void ObjectHost::addPageFunctions()
 {
-    add("page.malformed", [](const CallingDocument& document, const Json&) -> Json {
+    add("page.malformed", [this](const CallingDocument& document, const Json&) -> Json {
+        log_.report(Source::Browser, "malformed", "the page is not well-formed");
         TavoVestaEventData data = {};
         VestaHbbTV::vesta_hbbtv_handle_notification(
             BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XML_PARSE_FAILED,

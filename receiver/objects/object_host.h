@@ -53,6 +53,7 @@ public:
 private:
     void addApplicationFunctions();
     void addKeySetFunctions();
+    void addOtherKeyFunctions();
     void addRequestFunctions();
     void addPageFunctions();
 

@@ -51,7 +51,9 @@ public:
     void stop();
 
     /// Tunes to a service; a file is played from its beginning again.
+    /// @param serviceId noService: the service is left, and none is tuned to
     void tune(uint16_t serviceId);
+    static constexpr uint16_t noService = 0;  ///< the number of the network in a PAT
 
     /// How many of these requests were carried out; callable from any thread.
     unsigned tunes() const { return tunes_; }

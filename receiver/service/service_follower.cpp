@@ -147,6 +147,8 @@ std::string ServiceFollower::lack() const
     const auto hasNoMap = [this](const Service& service) {
         return signalling_.count(service.programNumber) == 0;
     };
+    if (wanted_ == 0)
+        return "";
     if (wanted_) {
         const bool isListed =
             std::any_of(services.begin(), services.end(),

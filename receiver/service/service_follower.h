@@ -58,7 +58,7 @@ public:
     std::string error() const { return stream_.error(); }
     /// @}
 
-    /// Leaves the service and waits for this one.
+    /// Leaves the service and waits for this one. @param serviceId 0: for none
     void tune(uint16_t serviceId);
 
     /// Nothing comes any more: what was waited for will not be there.
@@ -82,7 +82,7 @@ public:
     /// What the service's PMT says of applications; nothing without a PMT.
     std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
     /// Whether there is no sign of the service that was asked for.
-    bool lacksWantedService() const { return wanted_ && !tuned_; }
+    bool lacksWantedService() const { return wanted_.value_or(0) != 0 && !tuned_; }
     /// Bytes of tables of services that may still be tuned to.
     size_t heldBytes() const { return choice_.heldBytes(); }
     const StreamStatistics& statistics() const { return stream_.statistics(); }

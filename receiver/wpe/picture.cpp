@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "receiver/wpe/style_sheet.h"
+
 namespace receiver {
 
 namespace {
@@ -76,12 +78,51 @@ void paintVideo(cairo_t* context, const VideoPlane& video)
     cairo_restore(context);
 }
 
+/// @param visit gets where a window has a hole: x, y
+template <typename Visit>
+void forEachHole(const Frame& frame, const Visit& visit)
+{
+    for (int y = 0; y < std::min(frame.height, screenHeight); ++y) {
+        const unsigned char* const line = frame.pixels.data() + size_t(y) * size_t(frame.stride);
+        for (int x = 0; x < std::min(frame.width, screenWidth); ++x) {
+            uint32_t colour = 0;
+            std::memcpy(&colour, line + size_t(x) * sizeof colour, sizeof colour);
+            if (colour == videoKey)
+                visit(x, y);
+        }
+    }
+}
+
+/// A video that has a place of its own is seen through the windows' holes alone: where a page clips
+/// its object, there is none.
+void limitToHoles(cairo_surface_t* surface, const std::vector<const Frame*>& windows)
+{
+    std::vector<bool> isHole(size_t(screenWidth) * screenHeight);
+    const auto indexOf = [](int x, int y) { return size_t(y) * screenWidth + size_t(x); };
+    for (const Frame* const window : windows)
+        forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = true; });
+    cairo_surface_flush(surface);
+    unsigned char* const pixels = cairo_image_surface_get_data(surface);
+    const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));
+    const uint32_t black = 0xFF000000;
+    for (int y = 0; y < screenHeight; ++y) {
+        for (int x = 0; x < screenWidth; ++x) {
+            if (!isHole[indexOf(x, y)])
+                std::memcpy(pixels + size_t(y) * stride + size_t(x) * sizeof black, &black,
+                            sizeof black);
+        }
+    }
+    cairo_surface_mark_dirty(surface);
+}
+
 void paintWindow(cairo_t* context, const Frame& frame)
 {
-    // Cairo only reads it.
-    auto* const pixels = const_cast<unsigned char*>(frame.pixels.data());
+    std::vector<unsigned char> pixels = frame.pixels;
+    forEachHole(frame, [&](int x, int y) {
+        std::memset(pixels.data() + size_t(y) * size_t(frame.stride) + size_t(x) * 4, 0, 4);
+    });
     cairo_surface_t* const surface = cairo_image_surface_create_for_data(
-        pixels, CAIRO_FORMAT_ARGB32, frame.width, frame.height, frame.stride);
+        pixels.data(), CAIRO_FORMAT_ARGB32, frame.width, frame.height, frame.stride);
     cairo_set_source_surface(context, surface, 0, 0);
     cairo_paint(context);
     cairo_surface_destroy(surface);
@@ -119,6 +160,8 @@ Picture::Picture(const VideoPlane& video, const std::vector<const Frame*>& windo
 {
     const Context context(cairo_create(surface_.get()));
     paintVideo(context.get(), video);
+    if (video.place && !windows.empty())
+        limitToHoles(surface_.get(), windows);
     for (const Frame* const frame : windows)
         paintWindow(context.get(), *frame);
     cairo_surface_flush(surface_.get());

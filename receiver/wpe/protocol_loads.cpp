@@ -1,5 +1,6 @@
 #include "receiver/wpe/protocol_loads.h"
 
+#include <algorithm>
 #include <libsoup/soup.h>
 #include <utility>
 
@@ -29,7 +30,8 @@ std::string engineTypeOf(const std::string& mimeType, const std::string& url, bo
 
 }  // namespace
 
-ProtocolLoads::ProtocolLoads(TAVO_Vesta* browser, EventLog& log) : browser_(browser), log_(log)
+ProtocolLoads::ProtocolLoads(TAVO_Vesta* browser, EventLog& log, Listener loaded)
+    : browser_(browser), log_(log), loaded_(std::move(loaded))
 {
 }
 
@@ -192,6 +194,12 @@ void ProtocolLoads::cancelOf(const TAVO_VestaWindow* window)
         end(id);
         tasks_.push_back([id] { dsmcc_close_file(id); });
     }
+}
+
+bool ProtocolLoads::isWaiting(const TAVO_VestaWindow* window) const
+{
+    return std::any_of(loads_.begin(), loads_.end(),
+                       [window](const auto& load) { return load.second.window == window; });
 }
 
 bool ProtocolLoads::runTask()

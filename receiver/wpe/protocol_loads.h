@@ -18,8 +18,11 @@ namespace receiver {
 /// thread.
 class ProtocolLoads {
 public:
+    /// Hears which files came for a window's page.
+    using Listener = std::function<void(TAVO_VestaWindow* window, const std::string& url)>;
+
     /// @param browser what the application manager knows as the browser @param log borrowed
-    ProtocolLoads(TAVO_Vesta* browser, EventLog& log);
+    ProtocolLoads(TAVO_Vesta* browser, EventLog& log, Listener loaded);
     ~ProtocolLoads();
     ProtocolLoads(const ProtocolLoads&) = delete;
     ProtocolLoads& operator=(const ProtocolLoads&) = delete;
@@ -31,6 +34,9 @@ public:
 
     /// Ends the loads of a window that is closed, or whose view is replaced.
     void cancelOf(const TAVO_VestaWindow* window);
+
+    /// Whether a file of the window's page has not come.
+    bool isWaiting(const TAVO_VestaWindow* window) const;
 
     /// Does the next thing that waits for the application manager to return. @return false when
     /// there is none
@@ -63,6 +69,7 @@ private:
 
     TAVO_Vesta* const browser_;
     EventLog& log_;
+    const Listener loaded_;
     std::map<void*, Load> loads_;
     uintptr_t last_ = 0;
     std::deque<std::function<void()>> tasks_;

@@ -8,6 +8,8 @@
 
 #include "vesta_browser.h"
 
+#include "receiver/wpe/style_sheet.h"
+
 namespace receiver {
 
 namespace {
@@ -32,6 +34,18 @@ uint32_t keySymbolOf(int code)
     return static_cast<uint32_t>(code >= TAVO_VK_A ? code + ('a' - 'A') : code);
 }
 
+/// @return the caller's
+WebKitUserContentManager* terminalStyles()
+{
+    WebKitUserContentManager* const manager = webkit_user_content_manager_new();
+    WebKitUserStyleSheet* const sheet =
+        webkit_user_style_sheet_new(terminalStyleSheet, WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+                                    WEBKIT_USER_STYLE_LEVEL_USER, nullptr, nullptr);
+    webkit_user_content_manager_add_style_sheet(manager, sheet);
+    webkit_user_style_sheet_unref(sheet);
+    return manager;
+}
+
 }  // namespace
 
 bool startWpe()
@@ -54,9 +68,11 @@ View::View(WebKitWebContext* context, WebKitSettings* settings, std::function<vo
                 static_cast<wpe_view_backend_exportable_fdo*>(exportable));
         },
         exportable_);
+    WebKitUserContentManager* const styles = terminalStyles();
     web_ = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "backend", backend,
                                                     "web-context", context, "settings", settings,
-                                                    nullptr));
+                                                    "user-content-manager", styles, nullptr));
+    g_object_unref(styles);
     WebKitColor transparent = {0, 0, 0, 0};
     webkit_web_view_set_background_color(web_, &transparent);
     wpe_view_backend_add_activity_state(

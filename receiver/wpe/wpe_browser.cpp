@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <libsoup/soup.h>
+#include <set>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
@@ -52,7 +53,9 @@ struct WpeWindow : TAVO_VestaWindow {
     std::vector<uint64_t> pages;  ///< WebKit's numbers of the pages that it had; the last is shown
     std::string expected;         ///< the page that is being opened; a load of it is the page's
     std::string committed;        ///< the page that is shown
-    bool isFresh = true;          ///< nothing was loaded in the view
+    std::set<std::string>
+        resources;        ///< URLs of files that came for it from carousels, and its own
+    bool isFresh = true;  ///< nothing was loaded in the view
     bool wantsFreshView = false;
     bool hasFailed = false;     ///< the load that is under way
     bool isMalformed = false;   ///< the page is not well-formed
@@ -75,7 +78,12 @@ WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites, double scriptSeco
       bridge_([this](const Caller& caller, const std::string& call) {
           return answerScript(caller, call);
       }),
-      loads_(handle(), log), scriptSeconds_(scriptSeconds)
+      loads_(handle(), log,
+             [this](TAVO_VestaWindow* window, const std::string& url) {
+                 if (WpeWindow* const found = findOpen(window))
+                     found->resources.insert(url);
+             }),
+      scriptSeconds_(scriptSeconds)
 {
     makeContext();
     makeSettings();
@@ -122,6 +130,9 @@ void WpeBrowser::makeSettings()
 {
     settings_ = webkit_settings_new();
     webkit_settings_set_enable_page_cache(settings_, FALSE);
+    // There is no decoder, and without one the engine's media elements end their process. Those of
+    // the script objects take their place.
+    webkit_settings_set_enable_media(settings_, FALSE);
     webkit_settings_set_enable_write_console_messages_to_stdout(settings_, FALSE);
     webkit_settings_set_javascript_can_open_windows_automatically(settings_, FALSE);
     ownUserAgent_ = textOf(webkit_settings_get_user_agent(settings_));
@@ -170,6 +181,14 @@ bool WpeBrowser::runTask()
     tasks_.pop_front();
     task();
     return true;
+}
+
+bool WpeBrowser::isBusy() const
+{
+    return std::any_of(windows_.begin(), windows_.end(), [this](const auto& entry) {
+        const WpeWindow& window = *entry.second;
+        return !window.isFresh && !window.loaded && !loads_.isWaiting(&window);
+    });
 }
 
 /// WebKit's calls come wherever its events are handled: what they ask of the application manager
@@ -430,6 +449,7 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     window->isFresh = false;
     window->wantsFreshView = false;
     window->expected = url;
+    window->resources.clear();
     webkit_web_view_load_uri(window->view->web(), url.c_str());
     return 0;
 }
@@ -484,7 +504,13 @@ bool WpeBrowser::loadResource(TAVO_VestaWindow* where, const std::string& url)
 bool WpeBrowser::hasLoaded(const TAVO_VestaWindow& which, const std::string& url) const
 {
     const WpeWindow* const window = findOpen(&which);
-    return window && window->loaded && window->committed == url;
+    if (!window)
+        return false;
+    gchar* const absolute = g_uri_resolve_relative(window->committed.c_str(), url.c_str(),
+                                                   G_URI_FLAGS_PARSE_RELAXED, nullptr);
+    const std::string resolved = textOf(absolute);
+    g_free(absolute);
+    return window->resources.count(url) != 0 || window->resources.count(resolved) != 0;
 }
 
 unsigned WpeBrowser::notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
@@ -533,6 +559,7 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
         WebKitURIResponse* const response = page ? webkit_web_resource_get_response(page) : nullptr;
         const auto status = static_cast<unsigned short>(
             response ? webkit_uri_response_get_status_code(response) : 0);
+        window.resources.insert(window.committed);
         report("loaded", window.committed + ": " + std::to_string(status),
                {{"url", window.committed}, {"status", status}});
         later(window, [this, status](WpeWindow& shown) { reportFinished(shown, loadOK, status); });

@@ -41,6 +41,7 @@ public:
     void sendToPages(const TAVO_VestaWindow* window, const std::string& event) override;
 
     bool runTask() override;
+    bool isBusy() const override;
     std::vector<const TAVO_VestaWindow*> windows() const override;
     TAVO_VestaWindow* focusedWindow() const override;
     bool loadResource(TAVO_VestaWindow* window, const std::string& url) override;

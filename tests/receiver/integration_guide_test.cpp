@@ -1,4 +1,4 @@
-// The excerpts of the integration guide stand in the sources that it names.
+// The excerpts of the guides stand in the sources that they name.
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -50,14 +50,24 @@ std::vector<Excerpt> excerptsOf(const std::string& guide)
     return excerpts;
 }
 
-TEST(IntegrationGuide, QuotesTheSourcesAsTheyAre)
+void expectQuotes(const std::string& guide, size_t least)
 {
-    const std::vector<Excerpt> excerpts = excerptsOf(contentOf("docs/integration.md"));
-    EXPECT_GT(excerpts.size(), 10u);
+    const std::vector<Excerpt> excerpts = excerptsOf(contentOf(guide));
+    EXPECT_GE(excerpts.size(), least) << guide;
     for (const Excerpt& excerpt : excerpts)
         EXPECT_NE(contentOf(excerpt.file).find(excerpt.text), std::string::npos)
             << excerpt.file << " does not hold\n"
             << excerpt.text;
+}
+
+TEST(IntegrationGuide, QuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("docs/integration.md", 11);
+}
+
+TEST(IntegrationGuide, TheEnginesGuideQuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("docs/engine.md", 6);
 }
 
 }  // namespace

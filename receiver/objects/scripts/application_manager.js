@@ -33,7 +33,7 @@ class ApplicationPrivateData {
         this.keyset = new KeySet(id);
     }
 
-    get currentChannel() { return currentChannelOf(this._id); }
+    get currentChannel() { return currentChannelOf(); }
     getFreeMem() { return ask('application.freeMemory', -1); }
 }
 
@@ -89,12 +89,6 @@ function applicationOf(id) {
 function ownApplication() {
     const id = ask('application.own', 0);
     return id ? applicationOf(id) : null;
-}
-
-/// The channel of a broadcast-related application.
-function currentChannelOf() {
-    const known = ask('channel.current', null);
-    return known ? channelOf(known) : null;
 }
 
 class ApplicationManager extends Embedded {

@@ -59,6 +59,25 @@ function dispatch(text) {
     }
 }
 
+// ---- Afterwards ---------------------------------------------------------------------------------
+
+// No timers: in a window that is not shown they come late.
+const waiting = [];
+const { port1: nextTurn, port2: bell } = new MessageChannel();
+nextTurn.onmessage = () => {
+    try {
+        waiting.shift()();
+    } catch (error) {
+        reportException(error);
+    }
+};
+
+/// Does something in a turn of its own, after what was to be done so before.
+function soon(action) {
+    waiting.push(action);
+    bell.postMessage(null);
+}
+
 // ---- Objects that report events -----------------------------------------------------------------
 
 /// Listeners for objects that are no elements. Handlers may remove themselves while they run.
@@ -106,6 +125,7 @@ class Listeners {
 
 // ---- Elements with a type -----------------------------------------------------------------------
 
+const { addEventListener: listen, removeEventListener: unlisten, dispatchEvent: dispatchTo } = EventTarget.prototype;
 const kinds = [];  // {matches, Implementation, factory}
 const implementations = new WeakMap();
 
@@ -122,20 +142,21 @@ class Embedded {
         for (const [field, value] of Object.entries(fields))
             Object.defineProperty(event, field, { value, enumerable: true });
         const handler = this.handlers[name];
-        if (typeof handler === 'function') {
-            try {
-                handler.apply(this.element, args);
-            } catch (error) {
-                reportException(error);
-            }
-        }
-        this.element.dispatchEvent(event);
+        const handle = () => handler.apply(this.element, args);
+        // Within the dispatch: what it adds is not called for this event.
+        if (typeof handler === 'function')
+            listen.call(this.element, name, handle, { once: true });
+        dispatchTo.call(this.element, event);
+        unlisten.call(this.element, name, handle);
     }
 }
 
 function typeOf(element) {
     return (element.getAttribute('type') || '').split(';')[0].trim().toLowerCase();
 }
+
+// What was set on elements before their type.
+const early = new WeakMap();
 
 function implementationOf(element) {
     const type = typeOf(element);
@@ -145,6 +166,13 @@ function implementationOf(element) {
     const kind = kinds.find(each => each.matches(type));
     const implementation = kind ? new kind.Implementation(element, type) : null;
     implementations.set(element, { type, implementation });
+    if (implementation && early.has(element)) {
+        for (const [name, value] of early.get(element)) {
+            if (name in implementation)
+                Reflect.set(implementation, name, value);
+        }
+        early.delete(element);
+    }
     return implementation;
 }
 
@@ -179,16 +207,20 @@ function delegate(name) {
                     bound.set(implementation, (...args) => implementation[name](...args));
                 return bound.get(implementation);
             }
-            return inherited && inherited.get ? inherited.get.call(this) : undefined;
+            if (inherited && inherited.get)
+                return inherited.get.call(this);
+            return early.has(this) ? early.get(this).get(name) : undefined;
         },
         set(value) {
             const implementation = implementationOf(this);
             if (implementation && name in implementation)
-                implementation[name] = value;
+                Reflect.set(implementation, name, value);  // one that is read only stays
             else if (inherited && inherited.set)
                 inherited.set.call(this, value);
-            else if (!implementation)
-                Object.defineProperty(this, name, { value, configurable: true, enumerable: true, writable: true });
+            else if (!early.has(this))
+                early.set(this, new Map([[name, value]]));
+            else
+                early.get(this).set(name, value);
         },
     });
 }
@@ -241,6 +273,12 @@ function collectionOf(items) {
     const collection = items.slice();
     Object.defineProperty(collection, 'item', { value: index => collection[index] });
     return collection;
+}
+
+/// Constants that all objects of a class have.
+function defineConstants(Class, constants) {
+    for (const [name, value] of Object.entries(constants))
+        Object.defineProperty(Class.prototype, name, { value, enumerable: true });
 }
 
 /// A global that a page may declare anew.

@@ -21,6 +21,8 @@ defineGlobal('KeyEvent', KeyboardEvent);
 
 const engineKey = Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, 'key').get;
 
+const copies = new WeakMap();  // the codes that the engine gave the events of which these are copies
+
 /// @return the code of a remote control's key; 0 for a key that the engine knows
 function remoteCodeOf(event) {
     const key = event instanceof KeyboardEvent ? engineKey.call(event) : '';
@@ -28,16 +30,21 @@ function remoteCodeOf(event) {
     return character > privateUse && character < 0xF8FF ? character - privateUse : 0;
 }
 
-function overrideCode(prototype, name) {
-    const engine = Object.getOwnPropertyDescriptor(prototype, name).get;
-    Object.defineProperty(prototype, name, {
+/// @param valueOf what it is for a remote control's key, by its code
+function overrideCode(name, valueOf) {
+    const engine = Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, name).get;
+    Object.defineProperty(KeyboardEvent.prototype, name, {
         configurable: true,
         enumerable: true,
-        get() { return remoteCodeOf(this) || engine.call(this); },
+        get() {
+            const code = remoteCodeOf(this);
+            return code ? valueOf(code) : copies.has(this) ? copies.get(this)[name] : engine.call(this);
+        },
     });
 }
-overrideCode(KeyboardEvent.prototype, 'keyCode');
-overrideCode(UIEvent.prototype, 'which');
+overrideCode('keyCode', code => code);
+overrideCode('which', code => code);
+overrideCode('charCode', () => 0);
 
 const domNames = {
     37: 'ArrowLeft', 38: 'ArrowUp', 39: 'ArrowRight', 40: 'ArrowDown', 33: 'PageUp', 34: 'PageDown', 19: 'Pause',
@@ -55,3 +62,19 @@ window.addEventListener('keypress', event => {
     if (remoteCodeOf(event))
         event.preventDefault();
 }, true);
+
+// In XHTML the engine gives keys to the root element where nothing has the focus; pages listen at
+// their body.
+function handToBody(event) {
+    if (!event.isTrusted || event.target !== document.documentElement || !document.body)
+        return;
+    event.stopImmediatePropagation();
+    const copy = new KeyboardEvent(event.type, {
+        key: engineKey.call(event), code: event.code, repeat: event.repeat, bubbles: true, cancelable: true, view: window,
+    });
+    copies.set(copy, { keyCode: event.keyCode, which: event.which, charCode: event.charCode });
+    if (!document.body.dispatchEvent(copy))
+        event.preventDefault();
+}
+for (const type of ['keydown', 'keypress', 'keyup'])
+    window.addEventListener(type, handToBody, true);

@@ -38,6 +38,16 @@ TEST_F(PlatformTest, HooksLeadToTheCarousels)
     EXPECT_EQ(dsmcc_clear_cache(), DSMCC_OK);
 }
 
+TEST_F(PlatformTest, ATableCountsUntilTheChannelChanges)
+{
+    EXPECT_FALSE(platform_.hasTable);
+    hbbtv_ait_completed(1);
+    EXPECT_TRUE(platform_.hasTable);
+    hbbtv_ait_invalidate();
+    EXPECT_FALSE(platform_.hasTable);
+    EXPECT_EQ(platform_.channelChanges, 1u);
+}
+
 TEST_F(PlatformTest, KeyGroupsAreThoseOfTheRemoteControl)
 {
     platform_.supportedKeySets = 0x13;

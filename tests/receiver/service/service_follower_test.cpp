@@ -421,6 +421,21 @@ TEST_F(ServiceFollowerTest, ATableOfTheServiceThatWasAskedForIsSentThoughItCameB
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
+TEST_F(ServiceFollowerTest, TuningToNoServiceLeavesTheOneThatWasTunedTo)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    play(tablePid(1), table(5));
+    EXPECT_EQ(sent(), "1: 5/0");
+    follower_.tune(0);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "");
+    EXPECT_FALSE(follower_.tuned());
+    EXPECT_FALSE(follower_.lacksWantedService()) << "none was wanted";
+    EXPECT_EQ(follower_.lack(), "");
+}
+
 TEST_F(ServiceFollowerTest, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
 {
     services({1, 2});

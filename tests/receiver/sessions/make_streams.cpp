@@ -36,14 +36,17 @@ Bytes carousel(unsigned label)
     return transport(label, 1, ByteWriter().u8(0x7F).u8(carouselTag));
 }
 
+const unsigned visible = 0x7F;  // to users and other applications
+const unsigned serviceBound = 0x80;
+
 /// An entry of the table. @param transports with labels 1, 2, ... of which `labels` are used
-Bytes application(unsigned id, unsigned controlCode, const Bytes& labels, const Bytes& transports)
+Bytes application(unsigned id, unsigned controlCode, const Bytes& labels, const Bytes& transports,
+                  const std::string& page = "index.html", unsigned flags = serviceBound | visible)
 {
-    const unsigned everywhereVisible = 0x60;
     const Bytes profile = ByteWriter().u16(0).u8(1).u8(1).u8(1);
-    const Bytes fields = ByteWriter().with8(profile).u8(0x9F | everywhereVisible).u8(1).add(labels);
-    const Bytes descriptors = makeDescriptor(0x00, fields) + transports +
-                              makeDescriptor(0x15, ByteWriter().add(std::string("index.html")));
+    const Bytes fields = ByteWriter().with8(profile).u8(flags).u8(1).add(labels);
+    const Bytes descriptors =
+        makeDescriptor(0x00, fields) + transports + makeDescriptor(0x15, ByteWriter().add(page));
     return ByteWriter()
         .u32(0x0A)
         .u16(id)
@@ -283,6 +286,31 @@ Bytes damagedStream()
     return bytes;
 }
 
+/// What the pages of tests/television are signalled in: a service with all of them, one with those
+/// that live through a change of the service, one with none, and one without a table.
+Bytes television()
+{
+    Stream stream;
+    const std::string base = "http://test.example/related/";
+    const auto entry = [&base](unsigned id, const std::string& page) {
+        return application(id, present, {1}, http(1, base), page, visible);
+    };
+    const Bytes lasting = entry(0x101, "broadcast.html");
+    const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html");
+    const unsigned tablePids[] = {0x200, 0x201, 0x202};
+    const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {})};
+    for (int round = 0; round < 20; ++round) {
+        stream.services({"One", "Two", "Three", "Four"});
+        for (unsigned service = 1; service <= 3; ++service)
+            stream.add(pmtPid, makePmt(service, 0, {tablesOn(tablePids[service - 1])}));
+        stream.add(pmtPid, makePmt(4, 0, {{0x1B, 0x300, {}}}));
+        for (unsigned service = 1; service <= 3; ++service)
+            stream.add(tablePids[service - 1], tables[service - 1]);
+        stream.pause();
+    }
+    return stream.bytes();
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -316,6 +344,7 @@ int main(int argc, char** argv)
         {"broken-tables", brokenTables()},
         {"idle-applications", idleApplications()},
         {"damaged", damagedStream()},
+        {"television", television()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;

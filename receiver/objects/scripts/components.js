@@ -1,0 +1,72 @@
+// The components of the current channel (OIPF DAE, 7.16.5): which there are, and which are selected.
+
+const componentTypes = [0, 1, 2];  // video, audio, subtitle
+const subtitleType = 2;
+
+class AVComponent {
+    constructor(known) {
+        this.componentTag = known.componentTag === null ? undefined : known.componentTag;
+        this.pid = known.pid;
+        this.type = known.type;
+        this.encoding = known.encoding;
+        this.encrypted = known.encrypted;
+        Object.assign(this, AVComponent.ofType[known.type](known));
+    }
+}
+AVComponent.ofType = [
+    known => ({ aspectRatio: known.aspectRatio === null ? undefined : known.aspectRatio }),
+    known => ({ language: known.language, audioDescription: known.audioDescription,
+        audioChannels: known.audioChannels || undefined }),
+    known => ({ language: known.language, hearingImpaired: known.hearingImpaired }),
+];
+
+const components = {
+    channel: '',
+    chosen: new Map(),  // PIDs by type; what is not there is as the receiver has it
+
+    forget() { this.chosen.clear(); },
+
+    /// @param type undefined or null for all
+    known(type) {
+        const channel = currentChannelOf();
+        const list = channel ? ask('channel.components', [], channel.sid).map(known => new AVComponent(known)) : [];
+        if (!channel || channel.ccid !== this.channel)
+            this.forget();
+        this.channel = channel ? channel.ccid : '';
+        return collectionOf(list.filter(each => type === undefined || type === null || each.type === type));
+    },
+
+    /// The first of a type, but for subtitles, unless a script chose.
+    active(type) {
+        const list = [];
+        for (const each of componentTypes) {
+            const ofType = this.known(each);
+            const first = each === subtitleType && !subtitlesEnabled() ? [] : ofType.slice(0, 1);
+            const pids = this.chosen.has(each) ? this.chosen.get(each) : first.map(component => component.pid);
+            if (type === undefined || type === null || type === each)
+                list.push(...ofType.filter(component => pids.includes(component.pid)));
+        }
+        return collectionOf(list);
+    },
+
+    /// @param wanted a component, or a type: its first component @return the type that changed, or null
+    select(wanted) {
+        const component = wanted instanceof AVComponent ? wanted : this.known(wanted)[0];
+        if (!component || !componentTypes.includes(component.type))
+            return null;
+        if (!this.known(component.type).some(each => each.pid === component.pid))
+            return null;
+        this.chosen.set(component.type, [component.pid]);
+        return component.type;
+    },
+
+    /// @param wanted a component, or a type @return as above
+    unselect(wanted) {
+        const type = wanted instanceof AVComponent ? wanted.type : wanted;
+        if (!componentTypes.includes(type))
+            return null;
+        const left = this.active(type).filter(each => wanted instanceof AVComponent && each.pid !== wanted.pid);
+        this.chosen.set(type, left.map(each => each.pid));
+        return type;
+    },
+};

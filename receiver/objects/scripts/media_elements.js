@@ -1,0 +1,132 @@
+// <video> and <audio>: without a decoder the engine does not know them. They answer, and know errors
+// only.
+
+class MediaElement {
+    constructor(element) {
+        this.element = element;
+        this.paused = true;
+        this.currentTime = 0;
+        this.volume = 1;
+        this.muted = false;
+        this.defaultMuted = false;
+        this.playbackRate = 1;
+        this.defaultPlaybackRate = 1;
+        this.error = null;
+        this.networkState = MediaElement.empty;
+        this.turn = 0;
+        this.waiting = [];  // promises of play()
+    }
+
+    get ended() { return false; }
+    get seeking() { return false; }
+    get duration() { return NaN; }
+    get readyState() { return 0; }
+    get videoWidth() { return 0; }
+    get videoHeight() { return 0; }
+    get currentSrc() { return this.element.src; }
+    get buffered() { return MediaElement.noRanges; }
+    get played() { return MediaElement.noRanges; }
+    get seekable() { return MediaElement.noRanges; }
+
+    get src() {
+        const source = this.element.getAttribute('src') || MediaElement.sourceIn(this.element);
+        return source ? new URL(source, document.baseURI).href : '';
+    }
+    set src(url) {
+        this.element.setAttribute('src', url);
+        this.load();
+    }
+
+    canPlayType() { return ''; }
+
+    play() {
+        const wasPaused = this.paused;
+        this.paused = false;
+        if (wasPaused)
+            this.tell('play');
+        if (this.networkState !== MediaElement.loading)
+            this.load();
+        return new Promise((resolve, reject) => this.waiting.push(reject));
+    }
+
+    pause() {
+        if (!this.paused)
+            this.tell('pause');
+        this.paused = true;
+    }
+
+    /// Asks for the media; what comes cannot be decoded.
+    load() {
+        const turn = ++this.turn;
+        const url = this.src;
+        this.error = null;
+        this.networkState = MediaElement.loading;
+        this.tell('loadstart');
+        (url ? mediaErrorOf(url) : Promise.resolve(mediaErrors.unavailable)).then(() => soon(() => {
+            if (turn === this.turn)
+                this.fail();
+        }));
+    }
+
+    fail() {
+        this.networkState = MediaElement.noSource;
+        this.error = { code: MediaElement.sourceNotSupported, message: 'nothing can be decoded' };
+        this.element.dispatchEvent(new Event('error'));
+        for (const reject of this.waiting.splice(0))
+            reject(new DOMException('nothing can be decoded', 'NotSupportedError'));
+    }
+
+    tell(name) { soon(() => this.element.dispatchEvent(new Event(name))); }
+
+    static sourceIn(element) {
+        const source = element.getElementsByTagName('source')[0];
+        return source ? source.getAttribute('src') : null;
+    }
+}
+MediaElement.empty = 0;
+MediaElement.loading = 2;
+MediaElement.noSource = 3;
+MediaElement.sourceNotSupported = 4;
+MediaElement.noRanges = { length: 0, start() { throw new DOMException('no ranges', 'IndexSizeError'); }, end() { throw new DOMException('no ranges', 'IndexSizeError'); } };
+
+const mediaElements = new WeakMap();
+
+function mediaElementOf(element) {
+    if (!['video', 'audio'].includes(element.localName))
+        return null;
+    if (!mediaElements.has(element))
+        mediaElements.set(element, new MediaElement(element));
+    return mediaElements.get(element);
+}
+
+const mediaElementNames = [
+    'paused', 'currentTime', 'volume', 'muted', 'defaultMuted', 'playbackRate', 'defaultPlaybackRate', 'error',
+    'networkState', 'ended', 'seeking', 'duration', 'readyState', 'videoWidth', 'videoHeight', 'currentSrc', 'buffered',
+    'played', 'seekable', 'src', 'canPlayType', 'play', 'pause', 'load',
+];
+const writableNames = ['currentTime', 'volume', 'muted', 'defaultMuted', 'playbackRate', 'defaultPlaybackRate', 'src'];
+
+function defineMediaElements() {
+    for (const name of mediaElementNames) {
+        Object.defineProperty(HTMLUnknownElement.prototype, name, {
+            configurable: true,
+            enumerable: true,
+            get() {
+                const media = mediaElementOf(this);
+                const value = media ? media[name] : undefined;
+                return typeof value === 'function' ? value.bind(media) : value;
+            },
+            set(value) {
+                const media = mediaElementOf(this);
+                if (!media)
+                    Object.defineProperty(this, name, { value, configurable: true, enumerable: true, writable: true });
+                else if (writableNames.includes(name))
+                    media[name] = value;
+            },
+        });
+    }
+}
+
+// An engine that has media elements has them.
+if (document.createElementNS(xhtml, 'video') instanceof HTMLUnknownElement)
+    defineMediaElements();

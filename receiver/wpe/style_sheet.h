@@ -1,0 +1,32 @@
+/// How documents show the objects that no engine knows.
+#ifndef VESTA_RECEIVER_WPE_STYLE_SHEET_H
+#define VESTA_RECEIVER_WPE_STYLE_SHEET_H
+
+#include <cstdint>
+
+namespace receiver {
+
+/// Where a page has this colour, opaque, it has a hole: the video plane is seen through it,
+/// whatever the page has beneath. No page uses it for itself.
+constexpr uint32_t videoKey = 0xFF010002;  ///< ARGB
+
+/// Of a terminal (OIPF DAE, 7.1): objects without a picture take no room, and those with a video
+/// are holes. The page may say where and how large.
+constexpr char terminalStyleSheet[] = R"css(
+object[type^="application/oipf" i], object[type^="application/notif" i] {
+    display: block; width: 0; height: 0; border: 0; overflow: hidden;
+}
+object[type^="video/" i], object[type^="audio/" i], object[type^="application/dash+xml" i],
+video, audio {
+    display: inline-block; width: 300px; height: 150px; overflow: hidden;
+    color: transparent !important;
+}
+object[type^="audio/" i], audio { width: 0; height: 0; }
+object[type="video/broadcast" i] { background: rgb(1, 0, 2) !important; }
+object[type^="video/" i] > *, object[type^="audio/" i] > *,
+object[type^="application/oipf" i] > *, video > *, audio > * { display: none !important; }
+)css";
+
+}  // namespace receiver
+
+#endif

@@ -1,0 +1,20 @@
+/// From the text of a description to what it says.
+#ifndef VESTA_STATION_DESCRIPTION_DESCRIPTION_READER_H
+#define VESTA_STATION_DESCRIPTION_DESCRIPTION_READER_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "station/description/description.h"
+
+namespace station {
+
+/// @param folder that relative folders of the description begin in
+/// @return nothing when there is a problem; then the problems are in the order of their lines
+std::optional<Description> readDescription(const std::string& text,
+                                           const std::filesystem::path& folder, Problems& problems);
+
+}  // namespace station
+
+#endif

@@ -1,0 +1,176 @@
+#!/usr/bin/env bash
+# run.sh RECEIVER STREAMS FAULT
+# Lets something go wrong below the receiver's real browser, and looks whether it lives on. Every
+# step waits for what the receiver says, as long as it takes (within a minute).
+set -euo pipefail
+
+receiver=$(realpath "$1")
+streams=$(realpath "$2")
+fault=$3
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+helpers=()
+scratch=$(mktemp -d)
+cleanup() {
+    [[ ${#helpers[@]} -eq 0 ]] || kill "${helpers[@]}" 2>/dev/null || true
+    rm -rf "$scratch"
+}
+trap cleanup EXIT
+
+# switch_on [OPTION...]: the receiver with commands from us, its AUTOSTART application running.
+switch_on() {
+    local sites=../../receiver/sessions/site
+    coproc RECEIVER {
+        exec "$receiver" --browser wpe --loop --site http://test.example/=site \
+            --site "http://one.example=$sites/one" --site "http://two.example=$sites/two" \
+            "$@" "$streams/two-services.ts" 2>&1
+    }
+    helpers+=("$RECEIVER_PID")
+    exec {to}>&"${RECEIVER[1]}" {from}<&"${RECEIVER[0]}"
+    receiver_pid=$RECEIVER_PID
+    expect 'http://one.example/index.html: 200'
+}
+
+tell() {
+    printf '%s\n' "$*" >&"$to"
+}
+
+# expect TEXT: reads on until a line holds it.
+expect() {
+    local line
+    while IFS= read -r -t 60 line <&"$from"; do
+        printf '%s\n' "$line" >>"$scratch/seen"
+        [[ $line == *"$1"* ]] && return
+    done
+    printf 'expected, and never seen: %s\nseen was:\n' "$1" >&2
+    cat "$scratch/seen" >&2
+    exit 1
+}
+
+switch_off() {
+    local code=0
+    tell quit
+    expect 'the receiver has ended'
+    wait "$receiver_pid" || code=$?
+    [[ $code -eq 0 ]] || {
+        printf 'the receiver ended with exit code %s\n' "$code" >&2
+        exit 1
+    }
+}
+
+# children NAME: the receiver's processes of that name.
+children() {
+    local status
+    for status in /proc/[0-9]*/status; do
+        if grep -q "^Name:.$1" "$status" 2>/dev/null &&
+            grep -q "^PPid:.$receiver_pid\$" "$status" 2>/dev/null &&
+            ! grep -q '^State:.Z' "$status" 2>/dev/null; then
+            basename "$(dirname "$status")"
+        fi
+    done
+}
+
+page_works() {
+    tell start http://test.example/page.html
+    expect 'page is there'
+}
+
+crashed_page() {
+    switch_on
+    page_works
+    kill -KILL $(children WPEWebProcess)
+    expect 'its web process crashed; the application ends'
+    expect '0.0 stopped'
+    page_works
+    switch_off
+}
+
+crashed_network() {
+    switch_on
+    page_works
+    kill -KILL $(children WPENetworkProce)
+    page_works
+    switch_off
+}
+
+endless_script() {
+    switch_on --script-limit 2
+    tell start http://test.example/endless.html
+    expect 'begins'
+    expect 'a script does not come to its end; the page is ended'
+    expect '0.0 stopped'
+    page_works
+    switch_off
+}
+
+hungry_page() {
+    switch_on
+    tell start http://test.example/hungry.html
+    expect 'its web process took too much memory; the application ends'
+    page_works
+    switch_off
+}
+
+malformed_page() {
+    switch_on
+    tell start http://test.example/malformed.html
+    expect 'the page is not well-formed'
+    page_works
+    switch_off
+}
+
+refused_connection() {
+    switch_on
+    # Nobody listens there: the port was ours until just now.
+    local port
+    port=$(perl -MIO::Socket::INET -e 'print IO::Socket::INET->new(Listen => 1, LocalAddr => "127.0.0.1")->sockport')
+    tell start "http://127.0.0.1:$port/page.html"
+    expect "http://127.0.0.1:$port/page.html: Connection terminated unexpectedly"
+    page_works
+    switch_off
+}
+
+silent_server() {
+    switch_on
+    mkfifo "$scratch/port"
+    perl -MIO::Socket::INET -e '
+        my $socket = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1");
+        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
+        my @kept; while (my $client = $socket->accept) { push @kept, $client; }' "$scratch/port" &
+    helpers+=("$!")
+    local port
+    read -r port <"$scratch/port"
+    tell start "http://127.0.0.1:$port/page.html"
+    expect "opens http://127.0.0.1:$port/page.html"
+    page_works
+    switch_off
+}
+
+# Not one process, view or descriptor more than after the first few.
+many_zaps() {
+    local round before after
+    switch_on
+    for round in {1..100}; do
+        tell zap 2
+        expect 'tuned to service 2'
+        tell zap 1
+        expect 'tuned to service 1'
+        if [[ $round -eq 5 ]]; then
+            page_works
+            before=$(find "/proc/$receiver_pid/fd" | wc -l)
+        fi
+    done
+    page_works
+    after=$(find "/proc/$receiver_pid/fd" | wc -l)
+    [[ $after -le $((before + 8)) ]] || {
+        printf 'descriptors: %s, then %s\n' "$before" "$after" >&2
+        exit 1
+    }
+    [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
+        printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
+        exit 1
+    }
+    switch_off
+}
+
+"$fault"

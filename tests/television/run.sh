@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# run.sh RECEIVER STREAMS PAGE
+# Plays tests/television/pages/PAGE.html in the receiver's browser. The page asserts from inside and
+# says so by debug(): "pass NAME", "FAIL NAME: ...", "finished". Its comment
+#     <!-- receiver [STREAM [OPTIONS...]]
+#     COMMANDS
+#     -->
+# holds what a viewer does meanwhile; without commands the page is started by its URL. A line
+#     #expect TEXT
+# among them is what the receiver has to report, after those before it.
+set -euo pipefail
+
+receiver=$(realpath "$1")
+streams=$(realpath "$2")
+page=$3
+pages=$(realpath "$(dirname "${BASH_SOURCE[0]}")/pages")
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+comment=$(sed -n '/^<!-- receiver/,/^-->/p' "$pages/$page.html")
+read -ra options < <(sed -n '1s/^<!-- receiver *//p' <<<"$comment") || true
+stream=${options[0]:-television}
+commands=$(sed '1d;$d' <<<"$comment")
+{
+    echo "wait service"
+    echo "${commands:-start http://test.example/$page.html}"
+    echo "wait said finished within 20"
+} | sed "s#FOLDER#$folder#g" >"$folder/script"
+
+code=0
+"$receiver" --browser wpe --loop "${options[@]:1}" --script "$folder/script" --trace "$folder/trace" \
+    --site "http://test.example/=$pages" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
+said=$(sed -n 's/.*"source":"script","event":"debug","text":"\(.*\)".*/\1/p' "$folder/trace")
+if [[ $code -ne 0 ]] || grep -q '^FAIL' <<<"$said" || ! grep -q '^pass all assertions' <<<"$said"; then
+    cat "$folder/output"
+    exit 1
+fi
+
+expected=$(sed -n 's/^#expect //p' <<<"$commands")
+[[ -n $expected ]] || exit 0
+sed -n 's/.*"text":"\([^"]*\)".*/\1/p' "$folder/trace" | grep -Fx "$expected" >"$folder/found" || true
+if ! diff <(echo "$expected") "$folder/found"; then
+    echo "that was to be reported, and this was"
+    cat "$folder/output"
+    exit 1
+fi
