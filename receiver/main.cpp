@@ -170,8 +170,8 @@ int play(const Options& options, EventLog& log)
     std::optional<BroadcastHost> broadcast;
     if (objects) {
         objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
-        broadcast.emplace(
-            BroadcastHost::Parts{*objects, middleware, browser, platform, log, nullptr});
+        broadcast.emplace(BroadcastHost::Parts{*objects, middleware, browser, platform, log,
+                                               &middleware.information()});
         session.setSettledListener([&broadcast] { broadcast->update(); });
     }
     session.setDuration(options.duration);
