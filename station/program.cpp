@@ -1,8 +1,9 @@
 #include "station/program.h"
 
-#include <cstdio>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iomanip>
 #include <iterator>
 #include <optional>
@@ -70,7 +71,7 @@ void checkCycles(const StreamReport& stream, Problems& problems)
     }
 }
 
-std::string counted(size_t count, const std::string& thing)
+std::string counted(uint64_t count, const std::string& thing)
 {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }

@@ -52,7 +52,8 @@ struct Answer {
 /// Checks a description that lies beside a folder of pages.
 Answer check(const std::string& description, int expected)
 {
-    const fs::path folder = fs::path(testing::TempDir()) / "station-guide";
+    const std::string test = testing::UnitTest::GetInstance()->current_test_info()->name();
+    const fs::path folder = fs::path(testing::TempDir()) / ("guide-" + test);
     fs::create_directories(folder / "pages");
     std::ofstream(folder / "pages" / "index.html") << "<html/>";
     std::ofstream(folder / "station.json") << description;
