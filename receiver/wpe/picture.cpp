@@ -93,14 +93,16 @@ void forEachHole(const Frame& frame, const Visit& visit)
     }
 }
 
-/// A video that has a place of its own is seen through the windows' holes alone: where a page clips
-/// its object, there is none.
+/// Where windows have holes, a video that has a place of its own is seen through these alone: where a
+/// page clips its object, there is none. Without any the windows are transparent there.
 void limitToHoles(cairo_surface_t* surface, const std::vector<const Frame*>& windows)
 {
     std::vector<bool> isHole(size_t(screenWidth) * screenHeight);
     const auto indexOf = [](int x, int y) { return size_t(y) * screenWidth + size_t(x); };
     for (const Frame* const window : windows)
         forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = true; });
+    if (std::find(isHole.begin(), isHole.end(), true) == isHole.end())
+        return;
     cairo_surface_flush(surface);
     unsigned char* const pixels = cairo_image_surface_get_data(surface);
     const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));

@@ -6,10 +6,17 @@ let isPlacePending = false;
 let moving = 0;          // transitions that may move the object
 const nextFrame = window.requestAnimationFrame.bind(window);
 
-function videoElement() {
+/// The object that has the video, if it is in the document.
+function videoOwner() {
     const hasVideo = each => each._state === playStates.connecting || each._state === playStates.presenting;
     const owner = [...bound].filter(hasVideo).pop();
-    return owner && !owner._fullScreen && owner.element.isConnected ? owner.element : null;
+    return owner && owner.element.isConnected ? owner : null;
+}
+
+/// The one that says where the video is: not where it fills the screen.
+function videoElement() {
+    const owner = videoOwner();
+    return owner && !owner._fullScreen ? owner.element : null;
 }
 
 /// Whether something of the page lies beneath an element: the background of one that it is in.
@@ -25,7 +32,9 @@ function isOnBackground(element) {
 const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
 
 /// The video is seen through the page's own background.
-function markHole(element) {
+function markHole() {
+    const owner = videoOwner();
+    const element = owner ? owner.element : null;
     for (const marked of document.querySelectorAll('[' + hole + ']')) {
         if (marked !== element || !isOnBackground(marked))
             marked.removeAttribute(hole);
@@ -37,7 +46,7 @@ function markHole(element) {
 function place() {
     isPlacePending = false;
     const element = videoElement();
-    markHole(element);
+    markHole();
     const box = element ? element.getBoundingClientRect() : null;
     const wanted = box ? [box.x, box.y, box.width, box.height] : null;
     if (String(wanted) !== String(placed)) {
