@@ -9,17 +9,26 @@ const nextFrame = window.requestAnimationFrame.bind(window);
 function videoElement() {
     const hasVideo = each => each._state === playStates.connecting || each._state === playStates.presenting;
     const owner = [...bound].filter(hasVideo).pop();
-    return owner && !owner._fullScreen && owner.element.isConnected ? owner.element : null;
+    return owner && owner.element.isConnected ? owner.element : null;
 }
 
-/// Whether something of the page lies beneath an element: the background of one that it is in.
+function isPainted(element) {
+    const style = getComputedStyle(element);
+    return style.backgroundImage !== 'none' || !/^(transparent|rgba\(.*, 0\))$/.test(style.backgroundColor) ||
+        ['img', 'canvas', 'svg'].includes(element.localName);
+}
+
+/// Whether something of the page lies beneath an element, at its middle or near a corner.
 function isOnBackground(element) {
-    for (let around = element.parentElement; around; around = around.parentElement) {
-        const style = getComputedStyle(around);
-        if (style.backgroundImage !== 'none' || !/^(transparent|rgba\(.*, 0\))$/.test(style.backgroundColor))
-            return true;
-    }
-    return false;
+    if ([document.documentElement, document.body].some(each => each && isPainted(each)))
+        return true;
+    const { x, y, width, height } = element.getBoundingClientRect();
+    const parts = [[0.5, 0.5], [0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]];
+    return parts.some(([right, down]) => {
+        const stack = document.elementsFromPoint(x + width * right, y + height * down);
+        const depth = stack.indexOf(element);
+        return depth >= 0 && stack.slice(depth + 1).some(isPainted);
+    });
 }
 
 const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
@@ -38,7 +47,7 @@ function place() {
     isPlacePending = false;
     const element = videoElement();
     markHole(element);
-    const box = element ? element.getBoundingClientRect() : null;
+    const box = element && !element.fullScreen ? element.getBoundingClientRect() : null;
     const wanted = box ? [box.x, box.y, box.width, box.height] : null;
     if (String(wanted) !== String(placed)) {
         placed = wanted;
