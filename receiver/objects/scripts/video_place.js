@@ -31,15 +31,33 @@ function isOnBackground(element) {
     });
 }
 
+/// Whether the page shows a part of an element alone.
+function isClipped(element) {
+    const own = getComputedStyle(element);
+    if (own.clip !== 'auto' || own.clipPath !== 'none')
+        return true;
+    const box = element.getBoundingClientRect();
+    for (let around = element.parentElement; around; around = around.parentElement) {
+        const limit = around.getBoundingClientRect();
+        const isInside = box.left >= limit.left && box.top >= limit.top && box.right <= limit.right && box.bottom <= limit.bottom;
+        if (!isInside && getComputedStyle(around).overflow !== 'visible')
+            return true;
+    }
+    return false;
+}
+
+/// Where a transparent object would not do.
+function needsHole(element) { return isOnBackground(element) || isClipped(element); }
+
 const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
 
-/// The video is seen through the page's own background.
+/// The video is seen through the page's own background, and no further than the object.
 function markHole(element) {
     for (const marked of document.querySelectorAll('[' + hole + ']')) {
-        if (marked !== element || !isOnBackground(marked))
+        if (marked !== element || !needsHole(marked))
             marked.removeAttribute(hole);
     }
-    if (element && !element.hasAttribute(hole) && isOnBackground(element))
+    if (element && !element.hasAttribute(hole) && needsHole(element))
         element.setAttribute(hole, '');
 }
 
