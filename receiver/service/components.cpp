@@ -1,6 +1,8 @@
 #include "receiver/service/components.h"
 
+#include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -87,9 +89,14 @@ Descriptions readDescriptions(const std::vector<unsigned char>& event)
     return descriptions;
 }
 
+/// Three letters (ISO 639-2); empty where others stand in their place.
 std::string readLanguage(ByteReader& reader)
 {
-    return reader.text(3);
+    const std::string code = reader.text(3);
+    const auto isLetter = [](char character) {
+        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    };
+    return std::all_of(code.begin(), code.end(), isLetter) ? code : "";
 }
 
 /// ISO/IEC 13818-1, 2.6.18; of several languages the first counts.

@@ -190,10 +190,11 @@ void EventInformation::dropReplaced(Tables& tables, const SectionBytes& section)
         return;
     ByteReader body = sectionBody(section);
     const TableEnd end = readTableEnd(body);
-    const unsigned segmentEnd = (header.sectionNumber / sectionsInSegment + 1U) * sectionsInSegment;
-    if (end.segmentLastSection >= header.sectionNumber && segmentEnd <= UINT8_MAX)
-        erase(sections, sections.upper_bound(end.segmentLastSection),
-              sections.lower_bound(static_cast<uint8_t>(segmentEnd)));
+    const uint8_t inSegment = header.sectionNumber % sectionsInSegment;
+    const auto last =
+        static_cast<uint8_t>(header.sectionNumber - inSegment + sectionsInSegment - 1);
+    if (end.segmentLastSection >= header.sectionNumber && end.segmentLastSection < last)
+        erase(sections, sections.upper_bound(end.segmentLastSection), sections.upper_bound(last));
     if (end.lastTable < header.tableId)
         return;
     for (auto table = tables.upper_bound(end.lastTable);

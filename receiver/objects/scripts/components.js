@@ -20,9 +20,14 @@ AVComponent.ofType = [
     known => ({ language: known.language, hearingImpaired: known.hearingImpaired }),
 ];
 
+/// Several subtitles may share a stream.
+function keyOf(component) {
+    return [component.pid, component.language, component.hearingImpaired].join('/');
+}
+
 const components = {
     channel: '',
-    chosen: new Map(),  // PIDs by type; what is not there is as the receiver has it
+    chosen: new Map(),  // keys by type; what is not there is as the receiver has it
 
     forget() { this.chosen.clear(); },
 
@@ -42,9 +47,9 @@ const components = {
         for (const each of componentTypes) {
             const ofType = this.known(each);
             const first = each === subtitleType && !subtitlesEnabled() ? [] : ofType.slice(0, 1);
-            const pids = this.chosen.has(each) ? this.chosen.get(each) : first.map(component => component.pid);
+            const keys = this.chosen.has(each) ? this.chosen.get(each) : first.map(keyOf);
             if (type === undefined || type === null || type === each)
-                list.push(...ofType.filter(component => pids.includes(component.pid)));
+                list.push(...ofType.filter(component => keys.includes(keyOf(component))));
         }
         return collectionOf(list);
     },
@@ -54,9 +59,9 @@ const components = {
         const component = wanted instanceof AVComponent ? wanted : this.known(wanted)[0];
         if (!component || !componentTypes.includes(component.type))
             return null;
-        if (!this.known(component.type).some(each => each.pid === component.pid))
+        if (!this.known(component.type).some(each => keyOf(each) === keyOf(component)))
             return null;
-        this.chosen.set(component.type, [component.pid]);
+        this.chosen.set(component.type, [keyOf(component)]);
         return component.type;
     },
 
@@ -65,8 +70,8 @@ const components = {
         const type = wanted instanceof AVComponent ? wanted.type : wanted;
         if (!componentTypes.includes(type))
             return null;
-        const left = this.active(type).filter(each => wanted instanceof AVComponent && each.pid !== wanted.pid);
-        this.chosen.set(type, left.map(each => each.pid));
+        const isLeft = each => wanted instanceof AVComponent && keyOf(each) !== keyOf(wanted);
+        this.chosen.set(type, [...this.active(type)].filter(isLeft).map(keyOf));
         return type;
     },
 };

@@ -97,6 +97,15 @@ TEST(Components, AudioHasALanguageAndAnAudience)
               "audio 5 MPEG1_L2 deu impaired; audio 6 MPEG1_L2 deu described");
 }
 
+TEST(Components, ALanguageIsThreeLetters)
+{
+    EXPECT_EQ(componentsOf({{0x04, 1, language("DEU")},
+                            {0x04, 2, language("d\xFFu")},
+                            {0x04, 3, language(std::string("de\0", 3))},
+                            {0x06, 4, makeDescriptor(0x59, Bytes(8, 0x80))}}),
+              "audio 1 MPEG1_L2 DEU; audio 2 MPEG1_L2; audio 3 MPEG1_L2; subtitle 4 DVB-SUBT");
+}
+
 TEST(Components, Ac3DescriptorsTellChannelsAndAudience)
 {
     EXPECT_EQ(componentsOf({{0x06, 1, makeDescriptor(0x6A, {0x80, 0x42})},

@@ -217,12 +217,27 @@ TEST(EventInformation, WhatATableNoLongerHasIsForgotten)
     EXPECT_EQ(idsOf(information.schedule(1)), "1 2 4") << "there is no second table any more";
 }
 
+TEST(EventInformation, ASegmentThatSaysToEndInAnotherOneEndsNowhere)
+{
+    EventInformation information;
+    information.add(schedule(8, {eventAt(2, 0x02)}, 24));
+    information.add(schedule(24, {eventAt(3, 0x03)}, 24));
+    for (const unsigned segmentLast : {8u, 9u, 24u, 255u}) {
+        information.add(schedule(0, {eventAt(1, 0x01)}, 24, segmentLast));
+        EXPECT_EQ(idsOf(information.schedule(1)), "1 2 3") << segmentLast;
+    }
+    information.add(schedule(9, {eventAt(4, 0x04)}, 24, 8, 0x50, 0x50, 1));
+    EXPECT_EQ(idsOf(information.schedule(1)), "1 2 3 4") << "nor before it begins";
+}
+
 TEST(EventInformation, TheLastSegmentHasAnEndToo)
 {
     EventInformation information;
     information.add(schedule(255, {eventAt(1, 0x01)}, 255, 255));
     information.add(schedule(248, {eventAt(2, 0x02)}, 255, 255));
     EXPECT_EQ(idsOf(information.schedule(1)), "1 2");
+    information.add(schedule(248, {eventAt(2, 0x02)}, 255, 248, 0x50, 0x50, 1));
+    EXPECT_EQ(idsOf(information.schedule(1)), "2");
 }
 
 TEST(EventInformation, ServicesThatAreGoneTakeNoMemory)

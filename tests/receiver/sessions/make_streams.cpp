@@ -377,6 +377,78 @@ Bytes television()
     return stream.bytes();
 }
 
+Bytes component(unsigned tag, const Bytes& descriptors = {})
+{
+    return makeDescriptor(0x52, ByteWriter().u8(tag)) + descriptors;
+}
+
+Bytes language(const std::string& code, unsigned audioType)
+{
+    return makeDescriptor(0x0A, ByteWriter().add(code).u8(audioType));
+}
+
+/// What a viewer sees, hears and reads: a video, three sounds, subtitles in two languages.
+std::vector<PmtStream> pictureAndSound()
+{
+    const Bytes subtitles = makeDescriptor(0x59, ByteWriter()
+                                                     .add(std::string("deu\x20"))
+                                                     .u32(0x00010001)
+                                                     .add(std::string("fra\x10"))
+                                                     .u32(0x00020002));
+    const Bytes access = makeDescriptor(0x09, {0, 1, 0xE7, 0});
+    return {{0x02, 0x300, component(1)},
+            {0x04, 0x301, component(2, language("deu", 0))},
+            {0x04, 0x302, component(3, language("deu", 3))},
+            {0x06, 0x303,
+             component(4, language("fra", 2) + makeDescriptor(0x6A, {0x80, 0x44}) + access)},
+            {0x06, 0x304, component(5, subtitles)}};
+}
+
+/// An event of the schedule.
+Bytes eventOn(unsigned day, unsigned id, const Bytes& descriptors)
+{
+    EventFields event;
+    event.id = id;
+    event.descriptors = descriptors;
+    event.start[1] = static_cast<unsigned char>(0x79 + day);
+    EitFields fields;
+    fields.tableId = fields.lastTable = 0x50;
+    fields.sectionNumber = fields.segmentLastSection = day * 8;
+    fields.lastSectionNumber = 8;
+    return makeEit(fields, {event});
+}
+
+/// A service with all that the stream can tell of it.
+Bytes information()
+{
+    Stream stream;
+    const Bytes page = application(0x101, present, {1}, http(1, "http://test.example/related/"),
+                                   "information.html", visible);
+    std::vector<PmtStream> streams = pictureAndSound();
+    streams.push_back(tablesOn(0x200));
+    EventFields now, next;
+    now.id = 7;
+    now.descriptors = makeShortEvent("\x05"
+                                     "Deneme \xFD",
+                                     "About it") +
+                      makeExtendedEvent(0, "A long story") + makeComponentDescriptor(1, 3, 1) +
+                      makeDescriptor(0x55, {'D', 'E', 'U', 9});
+    next.id = 8;
+    next.start[2] = 0x14;
+    next.descriptors = makeShortEvent("Next");
+    for (int round = 0; round < 20; ++round) {
+        stream.services({"One"}).add(pmtPid, makePmt(1, 0, streams));
+        stream.add(0x10, makeNit(0x3001, {{transportStreamId, network,
+                                           makeDescriptor(0x5A, Bytes(11, 0x12))}}));
+        stream.add(0x12, makePresentFollowing(1, 0, now));
+        stream.add(0x12, makePresentFollowing(1, 1, next));
+        stream.add(0x12, eventOn(0, 7, now.descriptors));
+        stream.add(0x12, eventOn(1, 9, makeShortEvent("Tomorrow")));
+        stream.add(0x200, table(1, page)).pause();
+    }
+    return stream.bytes();
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -411,6 +483,7 @@ int main(int argc, char** argv)
         {"idle-applications", idleApplications()},
         {"damaged", damagedStream()},
         {"television", television()},
+        {"information", information()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;
