@@ -93,15 +93,16 @@ void forEachHole(const Frame& frame, const Visit& visit)
     }
 }
 
-/// Where windows have holes, a video that has a place of its own is seen through these alone: where a
-/// page clips its object, there is none. Without any the windows are transparent there.
+/// Where a window has holes, a video that has a place of its own is seen through them alone: where
+/// the page clips its object, there is none.
 void limitToHoles(cairo_surface_t* surface, const std::vector<const Frame*>& windows)
 {
     std::vector<bool> isHole(size_t(screenWidth) * screenHeight);
+    bool hasHoles = false;
     const auto indexOf = [](int x, int y) { return size_t(y) * screenWidth + size_t(x); };
     for (const Frame* const window : windows)
-        forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = true; });
-    if (std::find(isHole.begin(), isHole.end(), true) == isHole.end())
+        forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = hasHoles = true; });
+    if (!hasHoles)
         return;
     cairo_surface_flush(surface);
     unsigned char* const pixels = cairo_image_surface_get_data(surface);
@@ -162,7 +163,7 @@ Picture::Picture(const VideoPlane& video, const std::vector<const Frame*>& windo
 {
     const Context context(cairo_create(surface_.get()));
     paintVideo(context.get(), video);
-    if (video.place && !windows.empty())
+    if (video.place)
         limitToHoles(surface_.get(), windows);
     for (const Frame* const frame : windows)
         paintWindow(context.get(), *frame);

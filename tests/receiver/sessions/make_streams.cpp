@@ -342,7 +342,7 @@ StreamWriter& addProgrammes(StreamWriter& stream)
 
 /// What the pages of tests/television are signalled in: a service with all of them, one with those
 /// that live through a change of the service, one with none, one without a table, and one whose
-/// application starts by itself.
+/// application starts by itself. The sixth has no PMT.
 Bytes television()
 {
     Stream stream;
@@ -361,7 +361,7 @@ Bytes television()
     const Bytes terrestrial = makeDescriptor(0x5A, Bytes(11, 0x1F));
     const unsigned networkId = 0x3001;
     for (unsigned round = 0; round < 20; ++round) {
-        stream.services({"One", "Two", "Three", "Four", "Five"});
+        stream.services({"One", "Two", "Three", "Four", "Five", "Six"});
         stream.add(0x10, makeNit(networkId, {{transportStreamId, network, terrestrial}}));
         addProgrammes(stream);
         stream.add(pmtPid, makePmt(1, 0, televisionComponents()));
