@@ -168,7 +168,7 @@ std::optional<Service> BroadcastHost::findService(uint16_t serviceId) const
 /// @param channel as scripts carry it: with a delivery system, or with the three ids
 std::optional<Service> BroadcastHost::findService(const Json& channel) const
 {
-    const auto found = findService(static_cast<uint16_t>(channel.value("sid", 0)));
+    auto found = findService(static_cast<uint16_t>(channel.value("sid", 0)));
     if (!found || channel.value("idType", 0) == idDvbSiDirect)
         return found;
     const bool isThere =
