@@ -13,6 +13,7 @@ void* channelReference(unsigned transportStreamId, unsigned serviceId)
 {
     const uintptr_t number =
         (uintptr_t(transportStreamId) & idMask) << idBits | (uintptr_t(serviceId) & idMask);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): nobody looks at what it points to
     return (serviceId & idMask) == 0 ? nullptr : reinterpret_cast<void*>(number);
 }
 

@@ -1,5 +1,6 @@
 #include "receiver/objects/broadcast_host.h"
 
+#include <algorithm>
 #include <sstream>
 #include <vector>
 
@@ -19,6 +20,9 @@ namespace {
 
 /// How long a service's table, or the service itself, may be awaited: tables come every second.
 constexpr std::chrono::seconds longestChange{5};
+
+/// Of a video's place, in any direction.
+constexpr double mostPixels = 100000;
 
 /// Of OIPF DAE, 7.16.5.1.
 enum IdType { idDvbC = 10, idDvbS = 11, idDvbT = 12, idDvbC2 = 14, idDvbS2 = 15, idDvbT2 = 16 };
@@ -109,10 +113,21 @@ Json describe(const Component& component)
             {"audioChannels", component.audioChannels}};
 }
 
+/// @return 0 for what is no id of a service
+uint16_t asServiceId(double number)
+{
+    return number >= 0 && number <= 0xFFFF ? static_cast<uint16_t>(number) : 0;
+}
+
 uint16_t serviceArgument(const Json& arguments, size_t index)
 {
-    const double number = numberArgument(arguments, index);
-    return number >= 0 && number <= 0xFFFF ? static_cast<uint16_t>(number) : 0;
+    return asServiceId(numberArgument(arguments, index));
+}
+
+/// Whether a script made the channel of a delivery system and a service's id.
+bool isDirect(const Json& channel)
+{
+    return channel.value("idType", 0.0) == idDvbSiDirect;
 }
 
 bool isRelated(const CallingDocument& document, const std::string& url)
@@ -168,12 +183,11 @@ std::optional<Service> BroadcastHost::findService(uint16_t serviceId) const
 /// @param channel as scripts carry it: with a delivery system, or with the three ids
 std::optional<Service> BroadcastHost::findService(const Json& channel) const
 {
-    const auto found = findService(static_cast<uint16_t>(channel.value("sid", 0)));
-    if (!found || channel.value("idType", 0) == idDvbSiDirect)
+    auto found = findService(asServiceId(channel.value("sid", 0.0)));
+    if (!found || isDirect(channel))
         return found;
-    const bool isThere =
-        channel.value("tsid", -1) == found->transportStreamId &&
-        channel.value("onid", -1) == static_cast<int>(found->originalNetworkId.value_or(0));
+    const bool isThere = channel.value("tsid", -1.0) == found->transportStreamId &&
+                         channel.value("onid", -1.0) == found->originalNetworkId.value_or(0);
     return isThere ? found : std::nullopt;
 }
 
@@ -218,10 +232,9 @@ Json BroadcastHost::tune(const CallingDocument& document, const std::string& url
         return nullptr;
     }
     const auto service = findService(channel);
-    const bool isDirect = channel.value("idType", 0) == idDvbSiDirect;
     if (!service)
-        return isDirect ? errorNotInTransportStream : errorUnknownChannel;
-    if (isDirect && !hasDeliverySystem(*service, channel.value("dsd", "")))
+        return isDirect(channel) ? errorNotInTransportStream : errorUnknownChannel;
+    if (isDirect(channel) && !hasDeliverySystem(*service, channel.value("dsd", "")))
         return errorNoSignal;
     const bool wasRelated = isRelated(document, url);
     if (wasRelated && parts_.middleware.tunedService() == service->programNumber) {
@@ -309,7 +322,10 @@ void BroadcastHost::setPlace(const CallingDocument& document, const Json& place)
         return;
     }
     placeOwner_ = PlaceOwner{document.window->id, document.number};
-    const auto part = [&place](size_t index) { return numberArgument(place, index); };
+    // Pages may be larger than anything that can be painted.
+    const auto part = [&place](size_t index) {
+        return std::clamp(numberArgument(place, index), -mostPixels, mostPixels);
+    };
     const Rectangle wanted = {part(0), part(1), part(2), part(3)};
     reportPlace(wanted);
     parts_.browser.setVideoPlace(wanted);

@@ -13,6 +13,7 @@ namespace {
 
 void* asPointer(uint32_t listener)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): listeners are numbers in pointers
     return reinterpret_cast<void*>(static_cast<uintptr_t>(listener));
 }
 

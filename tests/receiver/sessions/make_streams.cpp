@@ -308,8 +308,22 @@ std::vector<PmtStream> televisionComponents()
         {0x04, 0x301, tag(2) + language("deu", 0)},
         {0x04, 0x302, tag(3) + language("eng", audioDescription)},
         {0x06, 0x303, tag(4) + subtitles("deu", wideForHearingImpaired)},
-        {0x0C, 0x304, tag(0x20)},
+        {0x0C, 0x304, tag(0x2B)},
+        {0x0B, 0x305, tag(carouselTag) + makeDescriptor(0x13, {0, 0, 0, 42, 0})},
     };
+}
+
+/// A carousel with an object, "events", whose event "round" is the one of the stream.
+StreamWriter& addEventCarousel(StreamWriter& stream)
+{
+    const unsigned pid = 0x305;
+    const Bytes module = makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
+                         makeStreamEvents("e", {{"round", 7}});
+    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    stream.add(pid, makeDii(0x80000002, {{1, uint32_t(module.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, module))
+        stream.add(pid, block);
+    return stream;
 }
 
 /// Present, following and three more of a schedule, each an hour long.
@@ -371,6 +385,7 @@ Bytes television()
         stream.add(pmtPid, makePmt(5, 0, {tablesOn(tablePids[3])}));
         for (size_t index = 0; index < std::size(tables); ++index)
             stream.add(tablePids[index], tables[index]);
+        addEventCarousel(stream);
         stream.add(0x304, makeStreamEventSection(7, round, "round " + std::to_string(round)));
         stream.pause();
     }
