@@ -22,7 +22,8 @@ endif()
 set(script_folder "${PROJECT_SOURCE_DIR}/receiver/objects/scripts")
 set(scripts "")
 foreach(script IN ITEMS core document keys application_manager channels configuration
-        parental_control components broadcast video_place search capabilities media media_elements
+        parental_control components stream_events broadcast
+        video_place search capabilities media media_elements
         requests end)
   list(APPEND scripts "${script_folder}/${script}.js")
 endforeach()

@@ -12,6 +12,8 @@
 #endif
 
 #define VESTA_GUARDED_BY(mutex) VESTA_THREAD_SAFETY(guarded_by(mutex))
+/// Of a function that is called with the mutex held.
+#define VESTA_REQUIRES(mutex) VESTA_THREAD_SAFETY(requires_capability(mutex))
 
 namespace VestaHbbTV {
 

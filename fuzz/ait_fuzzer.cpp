@@ -1,4 +1,4 @@
-/// Any sections, one behind the other, into one table; then everything that can be asked of it. A
+/// Any sections, one after the other, into one table; then everything that can be asked of it. A
 /// section takes as many bytes as it declares (missing ones are 0) in a heap block of that size, so
 /// that one byte too far is seen.
 #include <cstddef>

@@ -1,4 +1,4 @@
-/// Any sections, one behind the other, into one carousel under small limits; then everything that
+/// Any sections, one after the other, into one carousel under small limits; then everything that
 /// can be asked of it. A section is given as association tag, 16-bit size and bytes, and lies in a
 /// heap block of its size, so that one byte too far is seen.
 #include <algorithm>

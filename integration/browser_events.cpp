@@ -8,6 +8,7 @@
 #include "foundation/logging.h"
 #include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
+#include "foundation/url_prefixes.h"
 #include "integration/application_events.h"
 #include "integration/key_set.h"
 #include "integration/oc_download_manager.h"
@@ -101,7 +102,7 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
     const std::string text = event.data->url ? event.data->url : "";
     log(DEBUG, module, "TAVO_VESTA_EVT_PROTOCOL_LOADING_START");
     log(DEBUG, module,
-        text.size() > HbbTVURL::dvbPrefix.size() ? text.c_str() + HbbTVURL::dvbPrefix.size() : "");
+        text.size() > absoluteDVBPrefix.size() ? text.c_str() + absoluteDVBPrefix.size() : "");
     log(DEBUG, module, text);
 
     HbbTVDVBURL url(text);

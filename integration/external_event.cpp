@@ -72,7 +72,7 @@ void stopBroadcastRelatedApplication(Window& window)
 }
 
 /// Announces a complete table and puts it in force. Where it gives way to a newer one, the log has
-/// it only if the platform has been told of it as well.
+/// it only if it was reported to the platform as well.
 void applyTable(Window& window, const ref_ptr<AIT>& table)
 {
     window.setAssemblyAIT(nullptr);

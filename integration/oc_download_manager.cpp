@@ -9,6 +9,7 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
+#include "foundation/url_prefixes.h"
 #include "signalling/hbbtv_url.h"
 
 namespace VestaHbbTV {
@@ -221,7 +222,7 @@ unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
     Answer answer(this, id);
     const std::string text = url->getFullUrl();
     const std::string path =
-        text.size() > HbbTVURL::dvbPrefix.size() ? text.substr(HbbTVURL::dvbPrefix.size()) : "";
+        text.size() > absoluteDVBPrefix.size() ? text.substr(absoluteDVBPrefix.size()) : "";
     const unsigned int state = dsmcc_get_file(path.c_str(), id);
     if (state == DSMCC_PENDING)
         return 0;

@@ -38,8 +38,9 @@ public:
     /// @return 0 the file is pending, 1 it was delivered or nobody waits for it, 2 it failed
     unsigned int startDownload(HbbTVDVBURL* url, void* id);
 
-    /// The browser cancelled a load; the platform is not told, unless the load is just being
-    /// answered: then its file is closed when that call returns. @return false for an unknown id
+    /// The browser cancelled a load. The platform hears nothing of it, unless the load is just
+    /// being answered: then its file is closed when that call returns. @return false for an unknown
+    /// id
     bool stopDownload(void* id);
 
     /// The platform has the file.

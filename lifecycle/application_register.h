@@ -16,7 +16,7 @@ class ApplicationRegister {
 public:
     bool empty() const { return byId_.empty(); }
 
-    /// All of them, in creation order.
+    /// All of them, in the order of their ids, which is that of creation.
     std::vector<Application*> list() const;
 
     /// The one that was created last. There must be one.

@@ -199,7 +199,8 @@ public:
     /// The manager dies before this window.
     void loseManager() { manager_ = nullptr; }
 
-    /// Every application that was created for this window and has not ended, in creation order.
+    /// Every application that was created for this window and has not ended, in the order of their
+    /// ids, which is that of creation.
     std::vector<Application*> getApplications() const { return applications_.list(); }
     bool hasApplications() const { return !applications_.empty(); }
 

@@ -22,6 +22,7 @@
 #include "receiver/integration/log_bridge.h"
 #include "receiver/objects/broadcast_host.h"
 #include "receiver/objects/object_host.h"
+#include "receiver/objects/stream_event_host.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
 #include "receiver/text/printable.h"
@@ -168,10 +169,12 @@ int play(const Options& options, EventLog& log)
         objects.emplace(log, integrator, *screen.scripts);
     Session session(log, middleware, doorbell, browser, integrator);
     std::optional<BroadcastHost> broadcast;
+    std::optional<StreamEventHost> streamEvents;
     if (objects) {
         objects->setDebugListener([&session](const std::string& text) { session.hear(text); });
         broadcast.emplace(BroadcastHost::Parts{*objects, middleware, browser, platform, log,
                                                &middleware.information()});
+        streamEvents.emplace(*objects, browser, middleware.streamEvents());
         session.setSettledListener([&broadcast] { broadcast->update(); });
     }
     session.setDuration(options.duration);

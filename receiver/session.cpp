@@ -44,7 +44,7 @@ std::string Session::setScript(std::string name, std::vector<std::string> lines)
 void Session::postLine(std::string line)
 {
     {
-        const std::lock_guard<std::mutex> lock(postedMutex_);
+        const MutexLock lock(postedMutex_);
         posted_.push_back(std::move(line));
     }
     doorbell_.ring();
@@ -53,7 +53,7 @@ void Session::postLine(std::string line)
 void Session::endOfInput()
 {
     {
-        const std::lock_guard<std::mutex> lock(postedMutex_);
+        const MutexLock lock(postedMutex_);
         inputEnded_ = true;
     }
     doorbell_.ring();
@@ -217,7 +217,7 @@ bool Session::runPostedLine()
 /// Nothing when there is none; then the end of the input may be the session's, too.
 std::optional<std::string> Session::takePostedLine()
 {
-    const std::lock_guard<std::mutex> lock(postedMutex_);
+    const MutexLock lock(postedMutex_);
     if (posted_.empty()) {
         const bool wasCommanded = commander_ == Commander::Person || nextLine_ > 0;
         quit_ = quit_ || (inputEnded_ && wasCommanded);
@@ -232,7 +232,7 @@ std::optional<std::string> Session::takePostedLine()
 /// Whether commands may still come.
 bool Session::mayHearMore()
 {
-    const std::lock_guard<std::mutex> lock(postedMutex_);
+    const MutexLock lock(postedMutex_);
     return commander_ != Commander::None && !(inputEnded_ && posted_.empty());
 }
 

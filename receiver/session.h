@@ -5,13 +5,13 @@
 #include <atomic>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/browser/browser_engine.h"
 #include "receiver/console/event_log.h"
 #include "receiver/console/picture_series.h"
@@ -158,9 +158,9 @@ private:
     ExitCode exitCode_ = exitSuccess;
     std::string problem_;
 
-    std::mutex postedMutex_;
-    std::deque<std::string> posted_;
-    bool inputEnded_ = false;
+    VestaHbbTV::Mutex postedMutex_;
+    std::deque<std::string> posted_ VESTA_GUARDED_BY(postedMutex_);
+    bool inputEnded_ VESTA_GUARDED_BY(postedMutex_) = false;
 };
 
 }  // namespace receiver

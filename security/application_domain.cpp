@@ -9,6 +9,7 @@
 #include "foundation/descriptor.h"
 #include "foundation/logging.h"
 #include "foundation/text.h"
+#include "foundation/url_prefixes.h"
 
 namespace VestaHbbTV {
 
@@ -21,8 +22,7 @@ struct Scheme {
 
 constexpr int dvbProtocol = 3;
 constexpr Scheme noScheme = {0, ""};
-constexpr Scheme schemes[] = {{1, "http://"}, {2, "https://"}, {dvbProtocol, "dvb://"}};
-constexpr std::string_view dvbPrefix = "dvb:";
+constexpr Scheme schemes[] = {{1, httpPrefix}, {2, httpsPrefix}, {dvbProtocol, absoluteDVBPrefix}};
 
 // Deliberate: a scheme counts wherever it stands, and the order of the schemes decides.
 const Scheme& schemeOf(std::string_view url)
@@ -83,7 +83,7 @@ std::string ApplicationDomain::removePath(std::string& url) const
 bool ApplicationDomain::addBoundaryExtension(std::string url)
 {
     const Scheme* scheme = &schemeOf(url);
-    if (!startsWith(url, dvbPrefix) && !admits(hostOf(url, *scheme)))
+    if (!startsWith(url, dvbScheme) && !admits(hostOf(url, *scheme)))
         return false;
     url.resize(originLength(url, *scheme));
     if (!startsWith(url, scheme->text))

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "foundation/descriptor.h"
-#include "signalling/hbbtv_url.h"
+#include "foundation/url_prefixes.h"
 
 namespace VestaHbbTV {
 
@@ -63,7 +63,7 @@ std::string AITApplicationTransport::getURL(std::string location) const
     case HTTP:
         return urlBase_ + location;
     case OBJECT_CAROUSEL:
-        return std::string(HbbTVURL::dvbPrefix) + getHostname() + "/" + location;
+        return std::string(absoluteDVBPrefix) + getHostname() + "/" + location;
     }
     return std::string();
 }

@@ -9,15 +9,15 @@
 #include "vesta_browser.h"
 
 #include "foundation/text.h"
+#include "foundation/url_prefixes.h"
 #include "foundation/utilities.h"
 
 namespace VestaHbbTV {
 
 namespace {
 
-constexpr std::string_view dvbScheme = "dvb:";
 constexpr std::string_view currentAITPrefix = "dvb://current.ait/";
-constexpr std::string_view hostPrefixes[] = {"http://", "https://", HbbTVURL::dvbPrefix};
+constexpr std::string_view hostPrefixes[] = {httpPrefix, httpsPrefix, absoluteDVBPrefix};
 constexpr size_t escapedDigits = 2;
 constexpr int noByte = -1;
 
@@ -145,7 +145,7 @@ bool HbbTVURL::resolveRelativeUrl(const HbbTVURL& base)
 {
     if (type_ == dvbURL) {
         const size_t lastSlash = base.url_.rfind('/');
-        if (url_.find(dvbPrefix) == std::string::npos && lastSlash != std::string::npos)
+        if (url_.find(absoluteDVBPrefix) == std::string::npos && lastSlash != std::string::npos)
             url_.replace(0, dvbScheme.size(), base.url_, 0, lastSlash);
         return true;
     }

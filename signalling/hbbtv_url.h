@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-#include <string_view>
 
 namespace VestaHbbTV {
 
@@ -19,9 +18,6 @@ public:
     static constexpr int otherURL = 0;          ///< http:, https:, relative, anything else
     static constexpr int dvbURL = 1;            ///< begins with "dvb:"
     static constexpr int currentAITDVBURL = 2;  ///< begins with "dvb://current.ait/"
-
-    /// What an absolute `dvb:` URL begins with; the platform's paths begin after it.
-    static constexpr std::string_view dvbPrefix = "dvb://";
 
     /// Splits `url` at its first "?" and its first "#", decodes the address, then recognises the
     /// type of the decoded address. With the "#" before the "?", the address ends at the "?", and

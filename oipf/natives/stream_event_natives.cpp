@@ -9,11 +9,11 @@
 
 #include "foundation/configuration_manager.h"
 #include "foundation/out_of_memory.h"
+#include "foundation/url_prefixes.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "signalling/ait_application.h"
-#include "signalling/hbbtv_url.h"
 
 using namespace VestaHbbTV;
 
@@ -36,8 +36,8 @@ Application* findSubscriber(long windowId)
 
 bool isAbsolute(const std::string& target)
 {
-    return target.size() > HbbTVURL::dvbPrefix.size() &&
-           target.find(HbbTVURL::dvbPrefix) != std::string::npos;
+    return target.size() > absoluteDVBPrefix.size() &&
+           target.find(absoluteDVBPrefix) != std::string::npos;
 }
 
 /// The low 16 bits of a script's number; 0 for what no 64-bit integer holds.
@@ -61,7 +61,7 @@ int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p
             return VEIF_RETURN_ERROR;
         std::string path = target ? target : "";
         if (isAbsolute(path)) {
-            path.erase(0, HbbTVURL::dvbPrefix.size());
+            path.erase(0, absoluteDVBPrefix.size());
         } else {
             const AITApplicationTransport* const transport = application->getTransport();
             if (!transport)

@@ -10,6 +10,8 @@
 
 namespace receiver {
 
+using VestaHbbTV::MutexLock;
+
 namespace {
 
 const uint8_t carouselStreamType = 0x0B;  // ISO/IEC 13818-6 type B
@@ -34,13 +36,13 @@ ServiceCarousels::ServiceCarousels(const CarouselLimits& limits, EventLog& log,
     : limits_(limits), budget_(std::make_shared<CarouselBudget>(limits)), log_(log),
       alwaysRead_(std::move(alwaysRead)), associations_(std::make_shared<const AssociationTags>())
 {
-    budget_->makeRoom = [this](size_t bytes) { makeRoom(bytes); };
+    budget_->makeRoom = [this](size_t bytes) VESTA_REQUIRES(mutex_) { makeRoom(bytes); };
     listenTo(std::vector<StreamDescription>());
 }
 
 std::vector<void*> ServiceCarousels::leave()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     service_.reset();
     listenTo(std::vector<StreamDescription>());
     hasEnded_ = false;
@@ -52,7 +54,7 @@ std::vector<void*> ServiceCarousels::leave()
 
 void ServiceCarousels::join(const Service& service, const std::vector<StreamDescription>& streams)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     service_ = service;
     listenTo(streams);
 }
@@ -178,7 +180,7 @@ bool ServiceCarousels::isComponentTag(uint16_t tag) const
 
 void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (budget_->memory.available() < limits_.memory / 4)
         dropHeld();
     hold(pid, section);
@@ -320,11 +322,11 @@ void ServiceCarousels::reportNews(uint8_t tag, Reception& reception)
 
 std::vector<ServiceCarousels::Answer> ServiceCarousels::takeAnswers(size_t most)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<Answer> answers;
-    files_.lookForPending(most, [this, &answers](void* id, const FileRequests::PendingFile& file) {
-        return answerIfThere(id, file, answers);
-    });
+    files_.lookForPending(most,
+                          [this, &answers](void* id, const FileRequests::PendingFile& file)
+                              VESTA_REQUIRES(mutex_) { return answerIfThere(id, file, answers); });
     return answers;
 }
 
@@ -346,13 +348,13 @@ bool ServiceCarousels::answerIfThere(void* id, const FileRequests::PendingFile& 
 
 uint64_t ServiceCarousels::lookups() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return lookups_;
 }
 
 std::vector<void*> ServiceCarousels::giveUp()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<void*> ids;
     for (const auto& [id, file] : files_.takePending()) {
         report("file-missing", file.name + ": the stream ended before it came",
@@ -405,7 +407,7 @@ ServiceCarousels::Search ServiceCarousels::find(const CarouselPath& path) const
 
 StreamEventLookup ServiceCarousels::findStreamEvents(const CarouselPath& path) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     StreamEventLookup lookup;
     if (const ObjectCarousel* const carousel = carouselOf(path, lookup.reason))
         return carousel->findStreamEvents(path.path);
@@ -419,13 +421,13 @@ StreamEventLookup ServiceCarousels::findStreamEvents(const CarouselPath& path) c
 
 uint64_t ServiceCarousels::revision() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return revision_;
 }
 
 unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const std::optional<CarouselPath> path = parseCarouselPath(text);
     Search search;
     if (path)
@@ -457,25 +459,25 @@ unsigned int ServiceCarousels::getFile(const std::string& text, void* id)
 
 unsigned int ServiceCarousels::mimeType(void* id, std::string& type) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return files_.mimeType(id, type);
 }
 
 unsigned int ServiceCarousels::read(void* id, char** bytes, unsigned int* count)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return files_.read(id, bytes, count);
 }
 
 unsigned int ServiceCarousels::close(void* id)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return files_.forget(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
 }
 
 std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<Status> list;
     for (const auto& [tag, reception] : carousels_) {
         const ObjectCarousel& carousel = *reception.carousel;
@@ -487,13 +489,13 @@ std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
 
 size_t ServiceCarousels::sectionsDropped() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return sectionsDropped_;
 }
 
 std::vector<uint16_t> ServiceCarousels::pidsWithoutCarousel() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<uint16_t> pids;
     for (const auto& [pid, stream] : unclaimed_) {
         if (!stream.isReferredTo)
@@ -504,7 +506,7 @@ std::vector<uint16_t> ServiceCarousels::pidsWithoutCarousel() const
 
 bool ServiceCarousels::hasFile(const std::string& path) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return std::any_of(carousels_.begin(), carousels_.end(), [&path](const auto& entry) {
         return entry.second.carousel->find(path).result == Lookup::Result::Ready;
     });

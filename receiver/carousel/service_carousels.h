@@ -5,12 +5,12 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/carousel/carousel_path.h"
 #include "receiver/carousel/file_requests.h"
 #include "receiver/carousel/object_carousel.h"
@@ -123,21 +123,22 @@ private:
         std::set<SectionBytes> sections;  // the others; in this order lists come before blocks
     };
 
-    Reception makeReception(uint8_t tag);
+    Reception makeReception(uint8_t tag) VESTA_REQUIRES(mutex_);
     std::vector<StreamDescription>
     withThoseAlwaysRead(std::vector<StreamDescription> streams) const;
-    void listenTo(const std::vector<StreamDescription>& streams);
+    void listenTo(const std::vector<StreamDescription>& streams) VESTA_REQUIRES(mutex_);
     void listenTo(const StreamDescription& stream, std::map<uint8_t, Reception>& carousels,
-                  std::map<uint16_t, Unclaimed>& unclaimed);
+                  std::map<uint16_t, Unclaimed>& unclaimed) VESTA_REQUIRES(mutex_);
     bool isAlwaysRead(uint16_t pid) const;
-    bool isComponentTag(uint16_t tag) const;
-    void hold(uint16_t pid, const SectionBytes& section);
-    void keep(Unclaimed& stream, const SectionBytes& section);
-    void beginCarousel(uint16_t pid, const ObjectReference& gateway, const SectionBytes& section);
-    void followReferences(Reception& reception);
-    std::set<SectionBytes> takeHeld(Unclaimed& stream);
-    void makeRoom(size_t bytes);
-    void dropHeld();
+    bool isComponentTag(uint16_t tag) const VESTA_REQUIRES(mutex_);
+    void hold(uint16_t pid, const SectionBytes& section) VESTA_REQUIRES(mutex_);
+    void keep(Unclaimed& stream, const SectionBytes& section) VESTA_REQUIRES(mutex_);
+    void beginCarousel(uint16_t pid, const ObjectReference& gateway, const SectionBytes& section)
+        VESTA_REQUIRES(mutex_);
+    void followReferences(Reception& reception) VESTA_REQUIRES(mutex_);
+    std::set<SectionBytes> takeHeld(Unclaimed& stream) VESTA_REQUIRES(mutex_);
+    void makeRoom(size_t bytes) VESTA_REQUIRES(mutex_);
+    void dropHeld() VESTA_REQUIRES(mutex_);
     /// What was found, and under which path.
     struct Search {
         Lookup lookup;
@@ -145,33 +146,35 @@ private:
     };
 
     bool answerIfThere(void* id, const FileRequests::PendingFile& file,
-                       std::vector<Answer>& answers);
-    bool isOfService(const CarouselPath& path) const;
-    const ObjectCarousel* carouselOf(uint8_t componentTag) const;
-    const ObjectCarousel* carouselOf(const CarouselPath& path, std::string& reason) const;
-    Search find(const CarouselPath& path) const;
+                       std::vector<Answer>& answers) VESTA_REQUIRES(mutex_);
+    bool isOfService(const CarouselPath& path) const VESTA_REQUIRES(mutex_);
+    const ObjectCarousel* carouselOf(uint8_t componentTag) const VESTA_REQUIRES(mutex_);
+    const ObjectCarousel* carouselOf(const CarouselPath& path, std::string& reason) const
+        VESTA_REQUIRES(mutex_);
+    Search find(const CarouselPath& path) const VESTA_REQUIRES(mutex_);
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);
-    void reportNews(uint8_t tag, Reception& reception);
+    void reportNews(uint8_t tag, Reception& reception) VESTA_REQUIRES(mutex_);
 
     const CarouselLimits limits_;
     const std::shared_ptr<CarouselBudget> budget_;  // of all carousels together
     EventLog& log_;
-    mutable std::mutex mutex_;
-    std::optional<Service> service_;
+    mutable VestaHbbTV::Mutex mutex_;
+    std::optional<Service> service_ VESTA_GUARDED_BY(mutex_);
     const std::vector<CarouselPid> alwaysRead_;
-    std::map<uint16_t, uint8_t> tagsByPid_;  // component tags
+    std::map<uint16_t, uint8_t> tagsByPid_ VESTA_GUARDED_BY(mutex_);  // component tags
     std::set<uint16_t> pids_;
     std::set<uint16_t> pidsNotRead_;
-    std::shared_ptr<const AssociationTags> associations_;  // of the PMT, shared by the carousels
-    std::map<uint16_t, Unclaimed> unclaimed_;              // by PID
-    size_t heldBytes_ = 0;
-    size_t sectionsDropped_ = 0;
-    std::map<uint8_t, Reception> carousels_;  // by component tag
-    uint64_t revision_ = 0;
-    bool hasEnded_ = false;
-    FileRequests files_;
-    uint64_t lookups_ = 0;
+    // Of the PMT, shared by the carousels.
+    std::shared_ptr<const AssociationTags> associations_ VESTA_GUARDED_BY(mutex_);
+    std::map<uint16_t, Unclaimed> unclaimed_ VESTA_GUARDED_BY(mutex_);  // by PID
+    size_t heldBytes_ VESTA_GUARDED_BY(mutex_) = 0;
+    size_t sectionsDropped_ VESTA_GUARDED_BY(mutex_) = 0;
+    std::map<uint8_t, Reception> carousels_ VESTA_GUARDED_BY(mutex_);  // by component tag
+    uint64_t revision_ VESTA_GUARDED_BY(mutex_) = 0;
+    bool hasEnded_ VESTA_GUARDED_BY(mutex_) = false;
+    FileRequests files_ VESTA_GUARDED_BY(mutex_);
+    uint64_t lookups_ VESTA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace receiver

@@ -10,6 +10,8 @@
 
 namespace receiver {
 
+using VestaHbbTV::MutexLock;
+
 namespace {
 
 struct SourceLook {
@@ -51,6 +53,7 @@ EventLog::EventLog(std::ostream& out, bool colour) : out_(out), colour_(colour)
 
 bool EventLog::openTrace(const std::string& path)
 {
+    const MutexLock lock(mutex_);
     trace_.open(path);
     tracePath_ = path;
     return trace_.is_open();
@@ -59,7 +62,7 @@ bool EventLog::openTrace(const std::string& path)
 void EventLog::report(Source source, const std::string& event, const std::string& text,
                       const Details& details)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     const SourceLook look = lookOf(source);
@@ -80,7 +83,7 @@ void EventLog::report(Source source, const std::string& event, const std::string
 
 void EventLog::progress(const std::string& text)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     write(printable(text));
     hasProgress_ = true;
 }
@@ -90,13 +93,13 @@ void EventLog::print(const std::vector<std::string>& lines)
     std::string text;
     for (const std::string& line : lines)
         text += printable(line) + '\n';
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     write(text);
 }
 
 void EventLog::setTypedLine(TypedLine* line)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     typedLine_ = line;
 }
 
@@ -121,7 +124,7 @@ void EventLog::check(const std::ostream& stream, const std::string& name)
 
 std::string EventLog::problem() const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return problem_;
 }
 

@@ -5,10 +5,11 @@
 #include <chrono>
 #include <fstream>
 #include <iosfwd>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "foundation/mutex.h"
 
 namespace receiver {
 
@@ -65,17 +66,17 @@ public:
     void setTypedLine(TypedLine* line);
 
 private:
-    void write(const std::string& text);
-    void check(const std::ostream& stream, const std::string& name);
+    void write(const std::string& text) VESTA_REQUIRES(mutex_);
+    void check(const std::ostream& stream, const std::string& name) VESTA_REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;
-    std::ostream& out_;
+    mutable VestaHbbTV::Mutex mutex_;
+    std::ostream& out_ VESTA_GUARDED_BY(mutex_);
     const bool colour_;
-    bool hasProgress_ = false;
-    TypedLine* typedLine_ = nullptr;
-    std::ofstream trace_;
-    std::string tracePath_;
-    std::string problem_;
+    bool hasProgress_ VESTA_GUARDED_BY(mutex_) = false;
+    TypedLine* typedLine_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    std::ofstream trace_ VESTA_GUARDED_BY(mutex_);
+    std::string tracePath_ VESTA_GUARDED_BY(mutex_);
+    std::string problem_ VESTA_GUARDED_BY(mutex_);
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

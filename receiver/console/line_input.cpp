@@ -13,6 +13,8 @@
 
 namespace receiver {
 
+using VestaHbbTV::MutexLock;
+
 namespace {
 
 const char clearLine[] = "\r\033[K";
@@ -72,7 +74,7 @@ void LineInput::readCharacter()
 {
     std::optional<std::string> line;
     {
-        const std::lock_guard<std::mutex> lock(editor_);
+        const MutexLock lock(editor_);
         rl_callback_read_char();
         if (line_)
             install();  // after a line, the editor leaves the terminal to others

@@ -2,11 +2,11 @@
 #ifndef VESTA_RECEIVER_CONSOLE_LINE_INPUT_H
 #define VESTA_RECEIVER_CONSOLE_LINE_INPUT_H
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "foundation/mutex.h"
 #include "receiver/console/event_log.h"
 
 namespace receiver {
@@ -26,8 +26,8 @@ public:
     LineInput& operator=(const LineInput&) = delete;
 
 private:
-    void hide() override;
-    void show() override;
+    void hide() override VESTA_THREAD_SAFETY(acquire_capability(editor_));
+    void show() override VESTA_THREAD_SAFETY(release_capability(editor_));
     static void install();
     void run();
     void readCharacter();
@@ -36,7 +36,7 @@ private:
     Session& session_;
     EventLog& log_;
     int stopPipe_[2] = {-1, -1};
-    std::mutex editor_;  // libedit knows nothing of threads
+    VestaHbbTV::Mutex editor_;  // held while libedit is called, which knows nothing of threads
     std::optional<std::string> line_;
     bool isAtEnd_ = false;
     std::thread thread_;

@@ -85,7 +85,7 @@ StreamEventSubscriptions::~StreamEventSubscriptions()
 
 void StreamEventSubscriptions::setStreamEventCallback(HBBTV_StreamEventCallback callback)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     callback_ = callback;
 }
 
@@ -100,7 +100,7 @@ void StreamEventSubscriptions::deliver(const char* name, uint32_t listener, cons
 
 HBBTV_StreamEventCallback StreamEventSubscriptions::callbackFor(uint32_t serial)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = subscriptions_.find(serial);
     if (found == subscriptions_.end())
         return nullptr;
@@ -127,7 +127,7 @@ bool StreamEventSubscriptions::add(Target target, uint32_t listener, const std::
 {
     std::vector<Outgoing> answers;
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const MutexLock lock(mutex_);
         const std::string what = "stream event \"" + name + "\" of " + target.text;
         if (subscriptions_.size() >= mostSubscriptions) {
             log_.report(Source::Platform, "subscribe", what + ": there are too many subscriptions");
@@ -153,7 +153,7 @@ bool StreamEventSubscriptions::add(Target target, uint32_t listener, const std::
 
 void StreamEventSubscriptions::unsubscribe(uint32_t listener, const std::string& name)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto entry = subscriptions_.begin(); entry != subscriptions_.end();) {
         const bool isMeant = entry->second.listener == listener && entry->second.name == name;
         entry = isMeant ? subscriptions_.erase(entry) : std::next(entry);
@@ -163,7 +163,7 @@ void StreamEventSubscriptions::unsubscribe(uint32_t listener, const std::string&
 
 void StreamEventSubscriptions::unsubscribeAll(uint32_t listener)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto entry = subscriptions_.begin(); entry != subscriptions_.end();) {
         const bool isMeant = listener == 0 || entry->second.listener == listener;
         entry = isMeant ? subscriptions_.erase(entry) : std::next(entry);
@@ -173,7 +173,7 @@ void StreamEventSubscriptions::unsubscribeAll(uint32_t listener)
 
 void StreamEventSubscriptions::leave()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     service_.reset();
     streams_.clear();
     pids_.clear();
@@ -190,7 +190,7 @@ void StreamEventSubscriptions::leave()
 void StreamEventSubscriptions::join(const Service& service,
                                     const std::vector<StreamDescription>& streams)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     service_ = service;
     streams_ = streams;
     for (auto entry = subscriptions_.begin(); entry != subscriptions_.end();) {
@@ -211,7 +211,7 @@ bool StreamEventSubscriptions::isOfService(const Target& target) const
 
 void StreamEventSubscriptions::giveUp()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     hasEnded_ = true;
     for (auto& [serial, subscription] : subscriptions_) {
         if (!subscription.hasFailed)
@@ -230,7 +230,7 @@ void StreamEventSubscriptions::failUnlessFound(uint32_t serial, Subscription& su
 
 bool StreamEventSubscriptions::update()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!isStale_ && (waiting_ == 0 || seenRevision_ == carousels_.revision()))
         return false;
     return resolveAll();
@@ -340,7 +340,7 @@ void StreamEventSubscriptions::feed(uint16_t pid, const SectionBytes& section)
 {
     if (pids_.count(pid) == 0)
         return;
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     StreamEventSections& reader = readers_[pid];
     const std::optional<StreamEvent> event = reader.take(section);
     if (reader.hasScheduledEvents() && !std::exchange(hasRemarked_, true))
@@ -364,7 +364,7 @@ void StreamEventSubscriptions::feed(uint16_t pid, const SectionBytes& section)
 
 std::vector<Outgoing> StreamEventSubscriptions::takeEvents()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return std::exchange(outgoing_, {});
 }
 

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/mutex.h"
 #include "receiver/carousel/carousel_path.h"
 #include "receiver/carousel/stream_event_sections.h"
 #include "receiver/console/event_log.h"
@@ -122,32 +122,36 @@ private:
                         const char* status, uint32_t serial);
     VestaHbbTV::HBBTV_StreamEventCallback callbackFor(uint32_t serial);
     bool add(Target target, uint32_t listener, const std::string& name);
-    Place find(const Subscription& subscription) const;
-    Place findObject(const CarouselPath& path, const std::string& name) const;
-    Place findStream(const std::vector<uint16_t>& associationTags, uint16_t eventId) const;
-    bool isOfService(const Target& target) const;
-    bool resolveAll();
-    void resolve(uint32_t serial, Subscription& subscription);
-    void failUnlessFound(uint32_t serial, Subscription& subscription);
-    void fail(uint32_t serial, Subscription& subscription, const std::string& reason);
-    void listen();
+    Place find(const Subscription& subscription) const VESTA_REQUIRES(mutex_);
+    Place findObject(const CarouselPath& path, const std::string& name) const
+        VESTA_REQUIRES(mutex_);
+    Place findStream(const std::vector<uint16_t>& associationTags, uint16_t eventId) const
+        VESTA_REQUIRES(mutex_);
+    bool isOfService(const Target& target) const VESTA_REQUIRES(mutex_);
+    bool resolveAll() VESTA_REQUIRES(mutex_);
+    void resolve(uint32_t serial, Subscription& subscription) VESTA_REQUIRES(mutex_);
+    void failUnlessFound(uint32_t serial, Subscription& subscription) VESTA_REQUIRES(mutex_);
+    void fail(uint32_t serial, Subscription& subscription, const std::string& reason)
+        VESTA_REQUIRES(mutex_);
+    void listen() VESTA_REQUIRES(mutex_);
 
     const ServiceCarousels& carousels_;
     EventLog& log_;
-    mutable std::mutex mutex_;
-    VestaHbbTV::HBBTV_StreamEventCallback callback_ = nullptr;
-    std::optional<Service> service_;
-    std::vector<StreamDescription> streams_;  // of the service
-    std::map<uint32_t, Subscription> subscriptions_;
-    uint32_t lastSerial_ = 0;
-    bool isStale_ = false;       // subscriptions or the service changed since the last update()
-    size_t waiting_ = 0;         // so many wait for a carousel
-    uint64_t seenRevision_ = 0;  // of the carousels
-    bool hasEnded_ = false;
-    bool hasRemarked_ = false;  // on scheduled events
+    mutable VestaHbbTV::Mutex mutex_;
+    VestaHbbTV::HBBTV_StreamEventCallback callback_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    std::optional<Service> service_ VESTA_GUARDED_BY(mutex_);
+    std::vector<StreamDescription> streams_ VESTA_GUARDED_BY(mutex_);  // of the service
+    std::map<uint32_t, Subscription> subscriptions_ VESTA_GUARDED_BY(mutex_);
+    uint32_t lastSerial_ VESTA_GUARDED_BY(mutex_) = 0;
+    // Whether subscriptions or the service changed since the last update().
+    bool isStale_ VESTA_GUARDED_BY(mutex_) = false;
+    size_t waiting_ VESTA_GUARDED_BY(mutex_) = 0;         // so many wait for a carousel
+    uint64_t seenRevision_ VESTA_GUARDED_BY(mutex_) = 0;  // of the carousels
+    bool hasEnded_ VESTA_GUARDED_BY(mutex_) = false;
+    bool hasRemarked_ VESTA_GUARDED_BY(mutex_) = false;  // on scheduled events
     std::set<uint16_t> pids_;
-    std::map<uint16_t, StreamEventSections> readers_;  // by PID
-    std::vector<Outgoing> outgoing_;
+    std::map<uint16_t, StreamEventSections> readers_ VESTA_GUARDED_BY(mutex_);  // by PID
+    std::vector<Outgoing> outgoing_ VESTA_GUARDED_BY(mutex_);
 
     static StreamEventSubscriptions* current;
 };

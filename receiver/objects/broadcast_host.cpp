@@ -214,6 +214,7 @@ Json BroadcastHost::tune(const CallingDocument& document, const std::string& url
         native_AppManNotifySetChannelCalled(window, url.c_str(), nullptr);
         parts_.middleware.tune(Middleware::noService);
         independentTuner_.reset();
+        wanted_.reset();
         return nullptr;
     }
     const auto service = findService(channel);
@@ -234,6 +235,7 @@ Json BroadcastHost::tune(const CallingDocument& document, const std::string& url
     native_AppManNotifySetChannelCalled(
         window, url.c_str(), channelReference(service->transportStreamId, service->programNumber));
     independentTuner_ = wasRelated ? std::nullopt : std::optional<long>(window);
+    wanted_ = service->programNumber;
     parts_.middleware.tune(service->programNumber);
     return nullptr;
 }
@@ -353,11 +355,23 @@ void BroadcastHost::endChange()
 {
     const std::optional<uint16_t> tuned = parts_.middleware.tunedService();
     const std::optional<Service> service = tuned ? findService(*tuned) : std::nullopt;
+    if (!service && wanted_ && Clock::now() - changeBegan_ > longestChange)
+        return giveUpChange();
     if (!service || !isActedOn(*service))
         return;
     isChanging_ = false;
+    wanted_.reset();
     parts_.objects.send(nullptr, {{"event", "ChannelChanged"}, {"channel", describe(*service)}});
     endIndependentApplication();
+}
+
+/// The list of services has the service, and nothing else comes of it.
+void BroadcastHost::giveUpChange()
+{
+    isChanging_ = false;
+    wanted_.reset();
+    independentTuner_.reset();
+    parts_.objects.send(nullptr, {{"event", "ChannelFailed"}, {"error", int(errorNoSignal)}});
 }
 
 bool BroadcastHost::isActedOn(const Service& service) const

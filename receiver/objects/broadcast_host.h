@@ -67,6 +67,7 @@ private:
     void reportPlace(const Rectangle& place);
 
     void endChange();
+    void giveUpChange();
     bool isActedOn(const Service& service) const;
     void endIndependentApplication();
     void reportChanges();
@@ -76,6 +77,7 @@ private:
     unsigned channelChanges_ = 0;  // as far as pages know
     bool isChanging_ = false;
     Clock::time_point changeBegan_;
+    std::optional<uint16_t> wanted_;        // that a script tunes to
     std::optional<long> independentTuner_;  // the window whose independent application tuned
     std::pair<uint16_t, unsigned long long> toldInformation_;  // the service, its changes
 };

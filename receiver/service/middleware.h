@@ -103,7 +103,9 @@ private:
     StreamInput input_;
     std::thread thread_;
 
-    mutable std::mutex mutex_;  // guards everything below but the atomics and the carousels
+    // Guards everything below but the atomics and what the follower hands out as thread-safe. A
+    // std::mutex, as the condition variable waits with no other: clang++ does not check the guard.
+    mutable std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<uint16_t> requests_;
     StreamClock clock_;

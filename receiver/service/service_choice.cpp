@@ -9,6 +9,8 @@ namespace {
 
 // More services than a multiplex has.
 const size_t mostCandidates = 256;
+// Each of them looks at every section that comes there.
+const size_t mostCandidatesOnAPid = 32;
 
 }  // namespace
 
@@ -28,7 +30,7 @@ Candidate ServiceChoice::listenTo(ProgramMap map)
     subscribe(candidate);
     const std::vector<uint16_t>& pids = candidate.filter.pids();
     stream_.visitEarlySections(
-        {pids.begin(), pids.end()},
+        {pids.begin(), pids.end()}, EarlyPackets::Visitor::Candidate,
         [&candidate](uint16_t pid, const SectionBytes& section) { candidate.hear(pid, section); });
     return candidate;
 }
@@ -57,8 +59,10 @@ void ServiceChoice::follow(uint16_t programNumber, ProgramMap map)
 
 void ServiceChoice::put(uint16_t programNumber, Candidate candidate)
 {
-    for (const uint16_t pid : candidate.filter.pids())
-        candidatesOn_[pid].insert(programNumber);
+    for (const uint16_t pid : candidate.filter.pids()) {
+        if (candidatesOn_[pid].size() < mostCandidatesOnAPid)
+            candidatesOn_[pid].insert(programNumber);
+    }
     heldBytes_ += candidate.heldBytes();
     candidates_[programNumber] = std::move(candidate);
 }

@@ -357,7 +357,7 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
     updateSubscriptions();
     if (isNew)
         stream_.visitEarlySections(
-            carousels_.pids(),
+            carousels_.pids(), EarlyPackets::Visitor::Service,
             [this](uint16_t pid, const SectionBytes& part) { carousels_.feed(pid, part); });
 }
 

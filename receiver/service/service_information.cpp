@@ -7,6 +7,8 @@
 
 namespace receiver {
 
+using VestaHbbTV::MutexLock;
+
 namespace {
 
 constexpr uint16_t networkPid = ServiceInformation::pids[0];
@@ -25,7 +27,7 @@ bool isOn(const NetworkTransport& transport, const Service& service)
 bool ServiceInformation::feed(uint16_t pid, const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (pid == networkPid) {
         if (header.tableId == networkTable && header.current)
             nit_.add(section);
@@ -41,7 +43,7 @@ bool ServiceInformation::feed(uint16_t pid, const SectionBytes& section)
 
 void ServiceInformation::setServices(const std::vector<Service>& services)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     services_.clear();
     std::set<uint16_t> ids;
     for (const Service& service : services) {
@@ -56,7 +58,7 @@ void ServiceInformation::setServices(const std::vector<Service>& services)
 
 bool ServiceInformation::setProgramMap(uint16_t serviceId, const SectionBytes& pmt)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     SectionBytes& known = programMaps_[serviceId];
     if (known == pmt)
         return false;
@@ -67,19 +69,19 @@ bool ServiceInformation::setProgramMap(uint16_t serviceId, const SectionBytes& p
 
 std::vector<Programme> ServiceInformation::programmesOf(uint16_t serviceId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return events_.presentFollowing(serviceId);
 }
 
 std::vector<Programme> ServiceInformation::scheduleOf(uint16_t serviceId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     return events_.schedule(serviceId);
 }
 
 std::vector<Component> ServiceInformation::componentsOf(uint16_t serviceId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto map = programMaps_.find(serviceId);
     if (map == programMaps_.end())
         return {};
@@ -90,7 +92,7 @@ std::vector<Component> ServiceInformation::componentsOf(uint16_t serviceId) cons
 
 ServiceDetails ServiceInformation::detailsOf(uint16_t serviceId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     ServiceDetails details;
     const auto service = services_.find(serviceId);
     if (service != services_.end())
@@ -109,7 +111,7 @@ ServiceDetails ServiceInformation::detailsOf(uint16_t serviceId) const
 
 unsigned long long ServiceInformation::changesOf(uint16_t serviceId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto changes = changes_.find(serviceId);
     return changes == changes_.end() ? 0 : changes->second;
 }

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/objects/service_information_source.h"
 #include "receiver/service/event_information.h"
 #include "receiver/service/network_information.h"
@@ -43,12 +43,13 @@ public:
     unsigned long long changesOf(uint16_t serviceId) const override;
 
 private:
-    mutable std::mutex mutex_;
-    EventInformation events_;
-    TableCollector nit_;
-    std::map<uint16_t, Service> services_;
-    std::map<uint16_t, SectionBytes> programMaps_;
-    std::map<uint16_t, unsigned long long> changes_;  // of services that are, or were, listed
+    mutable VestaHbbTV::Mutex mutex_;
+    EventInformation events_ VESTA_GUARDED_BY(mutex_);
+    TableCollector nit_ VESTA_GUARDED_BY(mutex_);
+    std::map<uint16_t, Service> services_ VESTA_GUARDED_BY(mutex_);
+    std::map<uint16_t, SectionBytes> programMaps_ VESTA_GUARDED_BY(mutex_);
+    // Of services that are, or were, listed.
+    std::map<uint16_t, unsigned long long> changes_ VESTA_GUARDED_BY(mutex_);
 };
 
 }  // namespace receiver

@@ -7,6 +7,7 @@
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
+using VestaHbbTV::MutexLock;
 
 namespace {
 
@@ -45,7 +46,7 @@ std::string wordsFor(ByteReader profile)
 void TableBook::note(const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (header.version != version_)
         sections_.clear();
     version_ = header.version;
@@ -63,7 +64,7 @@ void TableBook::note(const SectionBytes& section)
 
 void TableBook::clear()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     sections_.clear();
     version_ = -1;
 }
@@ -82,7 +83,7 @@ const std::string* TableBook::find(const Key& key, std::string Entry::*text) con
 std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
                                                uint16_t applicationId) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<std::string> profiles;
     const std::string* const bytes = find({organisationId, applicationId}, &Entry::profiles);
     if (!bytes)
@@ -96,7 +97,7 @@ std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
 std::string TableBook::wholeName(uint32_t organisationId, uint16_t applicationId,
                                  const std::string& known) const
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     const std::string* const name = find({organisationId, applicationId}, &Entry::name);
     const bool isCut = name && name->size() > known.size() && name->c_str() == known;
     return isCut ? *name : known;

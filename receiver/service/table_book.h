@@ -4,11 +4,11 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/stream/section_assembler.h"
 
 namespace receiver {
@@ -40,11 +40,12 @@ private:
     };
     using Key = std::pair<uint32_t, uint16_t>;
 
-    const std::string* find(const Key& key, std::string Entry::*text) const;
+    const std::string* find(const Key& key, std::string Entry::*text) const VESTA_REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;
-    std::map<uint8_t, std::map<Key, Entry>> sections_;  // by number: 256 at most
-    int version_ = -1;
+    mutable VestaHbbTV::Mutex mutex_;
+    // By number: 256 at most.
+    std::map<uint8_t, std::map<Key, Entry>> sections_ VESTA_GUARDED_BY(mutex_);
+    int version_ VESTA_GUARDED_BY(mutex_) = -1;
 };
 
 }  // namespace receiver

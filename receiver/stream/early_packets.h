@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <set>
@@ -20,15 +21,22 @@ public:
     /// Tables come at least twice a second: so much is more than goes by meanwhile.
     static constexpr size_t mostBytes = size_t(8) << 20;
 
-    /// So many packets are visited in all: tables that change all the time would ask for ever.
-    static constexpr size_t mostVisits = 8 * (mostBytes / PacketFramer::packetSize);
+    /// Who asks for what came before.
+    enum class Visitor {
+        Candidate,  ///< a service that may be tuned to
+        Service     ///< the one that is tuned to
+    };
+
+    /// Each may ask so often for a PID: tables that change all the time would ask for ever.
+    static constexpr unsigned mostVisits = 16;
 
     /// @param packet 188 bytes, copied
     void add(uint16_t pid, const unsigned char* packet);
 
-    using Visitor = std::function<void(const unsigned char* packet)>;
-    /// Visits the packets of these PIDs, in order. The visitor may not add packets.
-    void visit(const std::set<uint16_t>& pids, const Visitor& visit);
+    using Visit = std::function<void(const unsigned char* packet)>;
+    /// Visits the packets of these PIDs, in order, but for PIDs that this visitor has asked for too
+    /// often. No packet may be added meanwhile.
+    void visit(const std::set<uint16_t>& pids, Visitor visitor, const Visit& visit);
 
     /// Nothing is kept from here on, until begin().
     void forget();
@@ -37,13 +45,18 @@ public:
     void begin();
 
 private:
+    /// The packets of a PID.
+    struct Kept {
+        std::deque<uint64_t> numbers;  // gives back its memory as the first ones go
+        std::map<Visitor, unsigned> visits;
+    };
+
     void dropHalf();
 
     std::vector<unsigned char> bytes_;
-    std::map<uint16_t, std::vector<uint64_t>> numbers_;  // of the packets, by PID
-    uint64_t firstNumber_ = 0;                           // of the packets that are kept
+    std::map<uint16_t, Kept> kept_;  // by PID; none without a packet
+    uint64_t firstNumber_ = 0;       // of the packets that are kept
     uint64_t nextNumber_ = 0;
-    size_t visits_ = 0;
     bool isKeeping_ = true;
 };
 

@@ -230,10 +230,10 @@ void TransportStream::assemble(const Packet& packet)
 }
 
 void TransportStream::visitEarlySections(const std::set<uint16_t>& pids,
-                                         const SectionVisitor& visit)
+                                         EarlyPackets::Visitor visitor, const SectionVisitor& visit)
 {
     std::map<uint16_t, std::unique_ptr<SectionPid>> assembled;
-    earlyPackets_.visit(pids, [this, &assembled, &visit](const unsigned char* bytes) {
+    earlyPackets_.visit(pids, visitor, [this, &assembled, &visit](const unsigned char* bytes) {
         const Packet packet(bytes);
         if (!isSubscribed(packet.pid))
             return;

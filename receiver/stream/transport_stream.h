@@ -112,7 +112,8 @@ public:
     using SectionVisitor = std::function<void(uint16_t pid, const SectionBytes& section)>;
     /// Visits the sections of subscribed PIDs that came before, with what EarlyPackets kept. They
     /// do not count in the statistics. One that has begun goes to the listener when it is whole.
-    void visitEarlySections(const std::set<uint16_t>& pids, const SectionVisitor& visit);
+    void visitEarlySections(const std::set<uint16_t>& pids, EarlyPackets::Visitor visitor,
+                            const SectionVisitor& visit);
 
     /// Nobody asks any more for what came before.
     void forgetEarlySections() { earlyPackets_.forget(); }

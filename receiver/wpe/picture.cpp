@@ -93,14 +93,17 @@ void forEachHole(const Frame& frame, const Visit& visit)
     }
 }
 
-/// A video that has a place of its own is seen through the windows' holes alone: where a page clips
-/// its object, there is none.
+/// Where a window has holes, a video that has a place of its own is seen through them alone: where
+/// the page clips its object, there is none.
 void limitToHoles(cairo_surface_t* surface, const std::vector<const Frame*>& windows)
 {
     std::vector<bool> isHole(size_t(screenWidth) * screenHeight);
+    bool hasHoles = false;
     const auto indexOf = [](int x, int y) { return size_t(y) * screenWidth + size_t(x); };
     for (const Frame* const window : windows)
-        forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = true; });
+        forEachHole(*window, [&](int x, int y) { isHole[indexOf(x, y)] = hasHoles = true; });
+    if (!hasHoles)
+        return;
     cairo_surface_flush(surface);
     unsigned char* const pixels = cairo_image_surface_get_data(surface);
     const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));
@@ -160,7 +163,7 @@ Picture::Picture(const VideoPlane& video, const std::vector<const Frame*>& windo
 {
     const Context context(cairo_create(surface_.get()));
     paintVideo(context.get(), video);
-    if (video.place && !windows.empty())
+    if (video.place)
         limitToHoles(surface_.get(), windows);
     for (const Frame* const frame : windows)
         paintWindow(context.get(), *frame);

@@ -6,8 +6,10 @@
 
 namespace receiver {
 
-/// Where a page has this colour, opaque, it has a hole: the video plane is seen through it,
-/// whatever the page has beneath. No page uses it for itself.
+/// Where a page has this colour, opaque, it has a hole: the video plane is seen through it. Where
+/// nothing of the page lies beneath a video, it is transparent there anyway, and what is on it can
+/// be transparent, too; else the scripts' side marks the object (video_place.js), which gets this
+/// colour. No page uses it for itself.
 constexpr uint32_t videoKey = 0xFF010002;  ///< ARGB
 
 /// Of a terminal (OIPF DAE, 7.1): objects without a picture take no room, and those with a video
@@ -22,7 +24,7 @@ video, audio {
     color: transparent !important;
 }
 object[type^="audio/" i], audio { width: 0; height: 0; }
-object[type="video/broadcast" i] { background: rgb(1, 0, 2) !important; }
+object[data-vesta-hole] { background: rgb(1, 0, 2) !important; }
 object[type^="video/" i] > *, object[type^="audio/" i] > *,
 object[type^="application/oipf" i] > *, video > *, audio > * { display: none !important; }
 )css";

@@ -45,25 +45,6 @@ public:
     void execute() override {}
 };
 
-TEST(QueueSharedByThreads, IsClearedWhileAnotherThreadAdds)
-{
-    const int count = 20000;
-    deletedEvents = 0;
-    {
-        ThreadsafeEventQueue queue;
-        Unordered<bool> isDone;
-        std::thread adding([&queue, &isDone] {
-            for (int number = 0; number < count; ++number)
-                queue.add(new CountedEvent);
-            isDone = true;
-        });
-        while (!isDone.get())
-            queue.clear();
-        adding.join();
-    }
-    EXPECT_EQ(deletedEvents.get(), count) << "each once";
-}
-
 /// Counts its lines without any order of its own.
 class CountingOutput : public LoggingOutput {
 public:
@@ -85,10 +66,10 @@ private:
     int count_ = 0;  // under the log's mutex
 };
 
-class LogSharedByThreads : public ::testing::Test {
+class SharedByThreads : public ::testing::Test {
 protected:
-    LogSharedByThreads() { Logging::getInstance(); }  // before other threads log
-    ~LogSharedByThreads() override { delete Logging::getInstance(); }
+    SharedByThreads() { Logging::getInstance(); }  // before other threads log
+    ~SharedByThreads() override { delete Logging::getInstance(); }
 
     /// A sink that counts into `seen_` and, when it ends, into `countsAtEnd_`.
     void addOutput(size_t number)
@@ -100,7 +81,26 @@ protected:
     int countsAtEnd_[3] = {};
 };
 
-TEST_F(LogSharedByThreads, GetsSinksWhileAnotherThreadLogs)
+TEST_F(SharedByThreads, TheQueueIsClearedWhileAnotherThreadAdds)
+{
+    const int count = 20000;
+    deletedEvents = 0;
+    {
+        ThreadsafeEventQueue queue;
+        Unordered<bool> isDone;
+        std::thread adding([&queue, &isDone] {
+            for (int number = 0; number < count; ++number)
+                queue.add(new CountedEvent);
+            isDone = true;
+        });
+        while (!isDone.get())
+            queue.clear();
+        adding.join();
+    }
+    EXPECT_EQ(deletedEvents.get(), count) << "each once";
+}
+
+TEST_F(SharedByThreads, TheLogGetsSinksWhileAnotherThreadLogs)
 {
     Unordered<bool> isDone;
     std::thread logging([&isDone] {
@@ -119,7 +119,7 @@ TEST_F(LogSharedByThreads, GetsSinksWhileAnotherThreadLogs)
     EXPECT_GE(countsAtEnd_[1], countsAtEnd_[2]);
 }
 
-TEST_F(LogSharedByThreads, EndsAfterTheLastLineOfAnotherThread)
+TEST_F(SharedByThreads, TheLogEndsAfterTheLastLineOfAnotherThread)
 {
     const int count = 10;
     addOutput(0);

@@ -56,7 +56,7 @@ std::string withMicroseconds(const timespec& moment)
     return timeOfDay(moment) + ":" + microseconds;
 }
 
-TEST(FormattedTime, LiesBetweenTheTimesBeforeAndAfterTheCall)
+TEST(Utilities, FormattedTimeLiesBetweenTheTimesBeforeAndAfterTheCall)
 {
     timespec before = {};
     timespec after = {};
@@ -77,7 +77,7 @@ TEST(FormattedTime, LiesBetweenTheTimesBeforeAndAfterTheCall)
     }
 }
 
-TEST(FormattedTime, TruncatesNanosecondsAndPadsWithZeros)
+TEST(Utilities, FormattedTimeTruncatesNanosecondsAndPadsWithZeros)
 {
     for (const long nanoseconds : {0L, 999L, 1000L, 1999L, 123456789L, 999999999L}) {
         timespec moment = {};
@@ -89,7 +89,7 @@ TEST(FormattedTime, TruncatesNanosecondsAndPadsWithZeros)
     clockStandsAt.reset();
 }
 
-TEST(FormattedTime, IsTheLocalOne)
+TEST(Utilities, FormattedTimeIsTheLocalOne)
 {
     const LocalTimeZone zone("XXX-05:45");
     timespec moment = {};
@@ -100,7 +100,7 @@ TEST(FormattedTime, IsTheLocalOne)
     clockStandsAt.reset();
 }
 
-TEST(FormattedTime, FollowsTheTimeZoneWithinTheSameSecond)
+TEST(Utilities, FormattedTimeFollowsTheTimeZoneWithinTheSameSecond)
 {
     timespec moment = {};
     moment.tv_sec = 1000000000;  // 2001-09-09, 01:46:40 UTC
@@ -117,7 +117,7 @@ TEST(FormattedTime, FollowsTheTimeZoneWithinTheSameSecond)
     clockStandsAt.reset();
 }
 
-TEST(FormattedTime, EveryCallOfEveryThreadOverwritesTheSameBuffer)
+TEST(Utilities, FormattedTimeIsInOneBufferThatEveryCallOfEveryThreadOverwrites)
 {
     const void* const first = getFormattedTime();
     EXPECT_EQ(static_cast<const void*>(getFormattedTime()), first);
@@ -126,7 +126,7 @@ TEST(FormattedTime, EveryCallOfEveryThreadOverwritesTheSameBuffer)
     EXPECT_EQ(ofAnotherThread, first);
 }
 
-TEST(MicrosecondIncrease, NormalisesByTruncatingDivision)
+TEST(Utilities, MicrosecondIncreaseNormalisesByTruncatingDivision)
 {
     const struct {
         const char* why;
@@ -158,7 +158,7 @@ TEST(MicrosecondIncrease, NormalisesByTruncatingDivision)
     }
 }
 
-TEST(HexadecimalNumberString, IsOneDigitOrMoreAndNothingElse)
+TEST(Utilities, HexadecimalNumberStringIsOneDigitOrMoreAndNothingElse)
 {
     for (const char* text : {"0", "9", "a", "f", "A", "F", "00aF", "0123456789abcdefABCDEF"})
         EXPECT_TRUE(isHexadecimalNumberString(text)) << text;
@@ -168,7 +168,7 @@ TEST(HexadecimalNumberString, IsOneDigitOrMoreAndNothingElse)
     EXPECT_FALSE(isHexadecimalNumberString(std::string("1\0", 2)));
 }
 
-TEST(EndsWith, ComparesTheLastCharacters)
+TEST(Utilities, EndsWithComparesTheLastCharacters)
 {
     const struct {
         std::string text;
@@ -192,7 +192,7 @@ TEST(EndsWith, ComparesTheLastCharacters)
     EXPECT_TRUE(endsWith(std::string("a\0b", 3), std::string("\0b", 2)));
 }
 
-TEST(ToInt, TruncatesAndKeepsToTheLimits)
+TEST(Utilities, ToIntTruncatesAndKeepsToTheLimits)
 {
     const int lowest = std::numeric_limits<int>::min();
     const int highest = std::numeric_limits<int>::max();

@@ -220,7 +220,7 @@ TEST_F(BrowserEvents, LoadingFinishedIsActedOnByALaterTick)
     EXPECT_EQ(log().leveledLines(), Lines({finished}));
     EXPECT_FALSE(running()->isInitialPageLoaded());
     EXPECT_TRUE(vesta_hbbtv_tick());
-    EXPECT_FALSE(running()->isInitialPageLoaded());  // behind what was queued before
+    EXPECT_FALSE(running()->isInitialPageLoaded());  // after what was queued before
     EXPECT_TRUE(vesta_hbbtv_tick());
     EXPECT_TRUE(running()->isInitialPageLoaded());
 }

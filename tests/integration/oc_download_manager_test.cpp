@@ -200,7 +200,7 @@ TEST_F(OCDownloadManagerTest, LargeReadsAreWrittenInPieces)
         {130047, 0, {130047}},
         {130048, 0, {130048}},
         {130049, 0, {130048, 1}},
-        {260096, 0, {130048, 130048}},  // no empty write behind a whole multiple
+        {260096, 0, {130048, 130048}},  // no empty write after a whole multiple
         {300000, 0, {130048, 130048, 39904}},
         {300000, 130048, {130048, 130048, 39904}},
         {300000, 200000, {130048, 69952, 100000}},

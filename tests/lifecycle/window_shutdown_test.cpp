@@ -143,7 +143,7 @@ TEST_F(WindowShutdown, WithoutAQueueItCannotBeQueued)
     EXPECT_NE(running(), nullptr);
 }
 
-TEST_F(WindowShutdown, WithoutListenersRegistryItEndsUntold)
+TEST_F(WindowShutdown, WithoutListenersRegistryItEndsUnreported)
 {
     startApplication(httpApplication(1, 2));
     NotificationManager::getInstance()->shutdown();

@@ -31,7 +31,7 @@ constexpr char nothing[] = "unbound visibility 0 priority 0 labels";
 
 }  // namespace
 
-TEST(ApplicationDescriptor, IsNamedByTheApplication)
+TEST(ApplicationDescriptors, AreNamedByTheApplication)
 {
     EXPECT_TRUE(
         (std::is_constructible_v<AITApplication::ApplicationDescriptor, const unsigned char*>));
@@ -40,7 +40,7 @@ TEST(ApplicationDescriptor, IsNamedByTheApplication)
     EXPECT_TRUE((std::is_constructible_v<AITApplication::PlatformProfile, const unsigned char*>));
 }
 
-TEST(ApplicationDescriptor, ReadsProfilesFlagsPriorityAndLabels)
+TEST(ApplicationDescriptors, ReadProfilesFlagsPriorityAndLabels)
 {
     ApplicationFields fields;
     fields.profiles = {{0x8001, 1, 2, 3}, {0, 0xFF, 0xFE, 0xFD}};
@@ -52,7 +52,7 @@ TEST(ApplicationDescriptor, ReadsProfilesFlagsPriorityAndLabels)
               "32769/1.2.3 0/255.254.253 bound visibility 2 priority 200 labels 9 0 9 255");
 }
 
-TEST(ApplicationDescriptor, ReadsFlagsAndVisibilityFromTheirBits)
+TEST(ApplicationDescriptors, ReadFlagsAndVisibilityFromTheirBits)
 {
     const std::tuple<unsigned char, const char*> cases[] = {
         {0x00, "unbound visibility 0 priority 1 labels"},
@@ -67,7 +67,7 @@ TEST(ApplicationDescriptor, ReadsFlagsAndVisibilityFromTheirBits)
         EXPECT_EQ(describe(descriptor(0x00, {0, flags, 1})), expected) << int{flags};
 }
 
-TEST(ApplicationDescriptor, ReadsNothingIfTheProfilesOverrunIt)
+TEST(ApplicationDescriptors, ReadNothingIfTheProfilesOverrunThem)
 {
     const Bytes profile = {0, 1, 1, 2, 3};
     const std::tuple<const char*, Bytes, std::string> cases[] = {
@@ -81,13 +81,13 @@ TEST(ApplicationDescriptor, ReadsNothingIfTheProfilesOverrunIt)
         EXPECT_EQ(describe(descriptor(0x00, payload)), expected) << why;
 }
 
-TEST(ApplicationDescriptor, KeepsWhatStandsBeforeItsEnd)
+TEST(ApplicationDescriptors, KeepWhatStandsBeforeTheirEnd)
 {
     EXPECT_EQ(describe(descriptor(0x00, {0, 0xFF})), "bound visibility 3 priority 0 labels");
     EXPECT_EQ(describe(descriptor(0x00, {0, 0xFF, 7})), "bound visibility 3 priority 7 labels");
 }
 
-TEST(ApplicationDescriptor, ReadsTheFlagsBehindTheLastWholeProfile)
+TEST(ApplicationDescriptors, ReadTheFlagsAfterTheLastWholeProfile)
 {
     // Seven bytes of profiles: one profile, and the two left over are flags and priority.
     EXPECT_EQ(describe(descriptor(0x00, {7, 0, 1, 1, 2, 3, 0x80, 9, 0x60, 4, 5})),
@@ -96,7 +96,7 @@ TEST(ApplicationDescriptor, ReadsTheFlagsBehindTheLastWholeProfile)
               "bound visibility 0 priority 9 labels 1 2");
 }
 
-TEST(ApplicationDescriptor, HoldsAsManyProfilesAndLabelsAsFit)
+TEST(ApplicationDescriptors, HoldAsManyProfilesAndLabelsAsFit)
 {
     for (const size_t count : {0U, 1U, 2U, 3U, 7U, 8U, 9U, 40U}) {
         ApplicationFields fields;
@@ -115,14 +115,14 @@ TEST(ApplicationDescriptor, HoldsAsManyProfilesAndLabelsAsFit)
     }
 }
 
-TEST(ApplicationDescriptor, OfNoBytesIsEmpty)
+TEST(ApplicationDescriptors, OfNoBytesAreEmpty)
 {
     const unsigned char* const none = nullptr;
     EXPECT_TRUE(ApplicationDescriptor(none).getPlatformProfiles().empty());
     EXPECT_FALSE(ApplicationRecordingDescriptor(none).isScheduledRecording());
 }
 
-TEST(ApplicationDescriptor, StaysUsableAfterItsContentMovedAway)
+TEST(ApplicationDescriptors, StayUsableAfterTheirContentMovedAway)
 {
     ApplicationFields fields;
     fields.profiles = {{1, 1, 1, 1}, {2, 1, 1, 1}, {3, 1, 1, 1}};
@@ -142,7 +142,7 @@ TEST(ApplicationDescriptor, StaysUsableAfterItsContentMovedAway)
     EXPECT_EQ(labels[labels.size() - 1], 10);
 }
 
-TEST(PlatformProfile, ReadsItsFiveBytes)
+TEST(ApplicationDescriptors, APlatformProfileReadsItsFiveBytes)
 {
     const PlatformProfile profile(exactBlock({0x12, 0x34, 5, 6, 7}).get());
     EXPECT_EQ(profile.getApplicationProfile(), 0x1234);
@@ -151,7 +151,7 @@ TEST(PlatformProfile, ReadsItsFiveBytes)
     EXPECT_EQ(profile.getVersionMicro(), 7);
 }
 
-TEST(PlatformProfile, OfNoBytesIsThatOfAnyTerminal)
+TEST(ApplicationDescriptors, APlatformProfileOfNoBytesIsThatOfAnyTerminal)
 {
     const unsigned char* const none = nullptr;
     const PlatformProfile profile(none);
@@ -161,7 +161,7 @@ TEST(PlatformProfile, OfNoBytesIsThatOfAnyTerminal)
     EXPECT_EQ(profile.getVersionMicro(), 0);
 }
 
-TEST(PlatformProfile, IsCompatibleWithATerminalThatIsNotOlderAndHasEveryBit)
+TEST(ApplicationDescriptors, APlatformProfileIsCompatibleWithATerminalThatIsNotOlderAndHasEveryBit)
 {
     const std::tuple<PlatformProfile, PlatformProfile, bool> cases[] = {
         {{0, 1, 2, 3}, {0, 1, 3, 0}, true},      {{0, 1, 2, 3}, {0, 1, 2, 3}, true},
@@ -178,7 +178,7 @@ TEST(PlatformProfile, IsCompatibleWithATerminalThatIsNotOlderAndHasEveryBit)
                   compatible);
 }
 
-TEST(ApplicationRecordingDescriptor, ReadsEachFlag)
+TEST(ApplicationDescriptors, ARecordingDescriptorReadsEachFlag)
 {
     const std::tuple<uint8_t, const char*> cases[] = {
         {0x80, "S"}, {0x40, "T"}, {0x20, "H"},      {0x10, "D"}, {0x08, "A"},
@@ -190,7 +190,7 @@ TEST(ApplicationRecordingDescriptor, ReadsEachFlag)
     }
 }
 
-TEST(ApplicationRecordingDescriptor, ReadsComponentTagsOnlyIfBytesFollowThem)
+TEST(ApplicationDescriptors, ARecordingDescriptorReadsComponentTagsOnlyIfBytesFollowThem)
 {
     EXPECT_EQ(describeRecording(recordingDescriptor(0x80, {"main", ""}, {16, 17}, {0})), "S 16 17");
     EXPECT_EQ(describeRecording(recordingDescriptor(0x80, {"main", ""}, {16, 17})), "S");
@@ -200,7 +200,7 @@ TEST(ApplicationRecordingDescriptor, ReadsComponentTagsOnlyIfBytesFollowThem)
     EXPECT_EQ(describeRecording(descriptor(0x06, {0x80, 0, 1, 5, 6})), "S 5");
 }
 
-TEST(ApplicationRecordingDescriptor, StopsAtALabelThatReachesTheEnd)
+TEST(ApplicationDescriptors, ARecordingDescriptorStopsAtALabelThatReachesTheEnd)
 {
     const std::tuple<const char*, Bytes, const char*> cases[] = {
         {"a label before the tags", {0x80, 1, 2, 'a', 'b', 0, 1, 5, 0}, "S 5"},
@@ -215,7 +215,7 @@ TEST(ApplicationRecordingDescriptor, StopsAtALabelThatReachesTheEnd)
         EXPECT_EQ(describeRecording(descriptor(0x06, payload)), expected) << why;
 }
 
-TEST(ApplicationRecordingDescriptor, CanBeFilledByHand)
+TEST(ApplicationDescriptors, ARecordingDescriptorCanBeFilledByHand)
 {
     ApplicationRecordingDescriptor descriptor;
     descriptor.setTrickModeAware(true);

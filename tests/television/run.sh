@@ -2,7 +2,7 @@
 # run.sh RECEIVER STREAMS PAGE
 # Plays tests/television/pages/PAGE.html in the receiver's browser. The page asserts from inside and
 # says so by debug(): "pass NAME", "FAIL NAME: ...", "finished". Its comment
-#     <!-- receiver [STREAM [OPTIONS...]]
+#     <!-- receiver [STREAM [OPTION=VALUE...]]
 #     COMMANDS
 #     -->
 # holds what a viewer does meanwhile; without commands the page is started by its URL. A line
@@ -20,6 +20,7 @@ trap 'rm -rf "$folder"' EXIT
 comment=$(sed -n '/^<!-- receiver/,/^-->/p' "$pages/$page.html")
 read -ra options < <(sed -n '1s/^<!-- receiver *//p' <<<"$comment") || true
 stream=${options[0]:-television}
+options=("${options[@]:1}")
 commands=$(sed '1d;$d' <<<"$comment")
 {
     echo "wait service"
@@ -28,7 +29,7 @@ commands=$(sed '1d;$d' <<<"$comment")
 } | sed "s#FOLDER#$folder#g" >"$folder/script"
 
 code=0
-"$receiver" --browser wpe --loop "${options[@]:1}" --script "$folder/script" --trace "$folder/trace" \
+"$receiver" --browser wpe --loop "${options[@]/#/--}" --script "$folder/script" --trace "$folder/trace" \
     --site "http://test.example/=$pages" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
 said=$(sed -n 's/.*"source":"script","event":"debug","text":"\(.*\)".*/\1/p' "$folder/trace")
 if [[ $code -ne 0 ]] || grep -q '^FAIL' <<<"$said" || ! grep -q '^pass all assertions' <<<"$said"; then

@@ -10,6 +10,7 @@ class Broadcast extends Embedded {
         super(element);
         this._state = playStates.unrealized;
         this._fullScreen = false;
+        this._wanted = null;  // the channel that was set last
         this._turn = 0;  // what was under way before the last call is void
     }
 
@@ -60,6 +61,7 @@ class Broadcast extends Embedded {
         if (!(channel instanceof Channel))
             throw new TypeError('setChannel: a Channel is expected');
         this._begin();
+        this._wanted = channel;
         const error = ask('channel.tune', errorOfObject.tuner, document.URL, Object.assign({}, channel));
         if (error !== null)
             this._fail(channel, error);
@@ -86,6 +88,9 @@ class Broadcast extends Embedded {
         placeSoon();
         soon(() => this.fire('FullScreenChange', {}, []));
     }
+
+    addStreamEventListener(url, name, listener) { addStreamEvent(url, name, listener); }
+    removeStreamEventListener(url, name, listener) { removeStreamEvent(url, name, listener); }
 
     getComponents(type) { return components.known(type); }
     getCurrentActiveComponents(type) { return components.active(type); }
@@ -201,6 +206,13 @@ onReceiverEvent('ChannelChanged', event => soon(() => {
     for (const each of [...bound])
         each._succeed(channel);
 }));
+
+onReceiverEvent('ChannelFailed', event => {
+    for (const each of [...bound]) {
+        if (each._state === playStates.connecting)
+            each._fail(each._wanted, event.error);
+    }
+});
 
 onReceiverEvent('ProgrammesChanged', () => {
     for (const each of [...bound])

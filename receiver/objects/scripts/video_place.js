@@ -9,13 +9,63 @@ const nextFrame = window.requestAnimationFrame.bind(window);
 function videoElement() {
     const hasVideo = each => each._state === playStates.connecting || each._state === playStates.presenting;
     const owner = [...bound].filter(hasVideo).pop();
-    return owner && !owner._fullScreen && owner.element.isConnected ? owner.element : null;
+    return owner && owner.element.isConnected ? owner.element : null;
+}
+
+function isPainted(element) {
+    const style = getComputedStyle(element);
+    return style.backgroundImage !== 'none' || !/^(transparent|rgba\(.*, 0\))$/.test(style.backgroundColor) ||
+        ['img', 'canvas', 'svg'].includes(element.localName);
+}
+
+/// Whether something of the page lies beneath an element, at its middle or near a corner.
+function isOnBackground(element) {
+    if ([document.documentElement, document.body].some(each => each && isPainted(each)))
+        return true;
+    const { x, y, width, height } = element.getBoundingClientRect();
+    const parts = [[0.5, 0.5], [0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]];
+    return parts.some(([right, down]) => {
+        const stack = document.elementsFromPoint(x + width * right, y + height * down);
+        const depth = stack.indexOf(element);
+        return depth >= 0 && stack.slice(depth + 1).some(isPainted);
+    });
+}
+
+/// Whether the page shows a part of an element alone.
+function isClipped(element) {
+    const own = getComputedStyle(element);
+    if (own.clip !== 'auto' || own.clipPath !== 'none')
+        return true;
+    const box = element.getBoundingClientRect();
+    for (let around = element.parentElement; around; around = around.parentElement) {
+        const limit = around.getBoundingClientRect();
+        const isInside = box.left >= limit.left && box.top >= limit.top && box.right <= limit.right && box.bottom <= limit.bottom;
+        if (!isInside && getComputedStyle(around).overflow !== 'visible')
+            return true;
+    }
+    return false;
+}
+
+/// Where a transparent object would not do.
+function needsHole(element) { return isOnBackground(element) || isClipped(element); }
+
+const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
+
+/// The video is seen through the page's own background, and no further than the object.
+function markHole(element) {
+    for (const marked of document.querySelectorAll('[' + hole + ']')) {
+        if (marked !== element || !needsHole(marked))
+            marked.removeAttribute(hole);
+    }
+    if (element && !element.hasAttribute(hole) && needsHole(element))
+        element.setAttribute(hole, '');
 }
 
 function place() {
     isPlacePending = false;
     const element = videoElement();
-    const box = element ? element.getBoundingClientRect() : null;
+    markHole(element);
+    const box = element && !element.fullScreen ? element.getBoundingClientRect() : null;
     const wanted = box ? [box.x, box.y, box.width, box.height] : null;
     if (String(wanted) !== String(placed)) {
         placed = wanted;

@@ -44,7 +44,7 @@ std::vector<Bytes> oneOfEach()
             makeStreamEvents("t", {}, std::string("str\0", 4))};
 }
 
-TEST(BiopModule, EveryKindOfObjectIsReadUnderItsShortAndLongName)
+TEST(BiopObjects, EveryKindOfObjectIsReadUnderItsShortAndLongName)
 {
     const std::pair<std::string, ObjectKind> kinds[] = {
         {std::string("fil\0", 4), ObjectKind::File},
@@ -79,7 +79,7 @@ std::vector<std::string> eventNames(const Bytes& object)
     return names;
 }
 
-TEST(BiopModule, StreamEventsAreReadWithMicrosecondsOfTwoBytesAndOfFour)
+TEST(BiopObjects, StreamEventsAreReadWithMicrosecondsOfTwoBytesAndOfFour)
 {
     const std::string kind("ste\0", 4);
     const std::vector<std::string> wanted = {"goal=7", "end=4660"};
@@ -91,7 +91,7 @@ TEST(BiopModule, StreamEventsAreReadWithMicrosecondsOfTwoBytesAndOfFour)
         EXPECT_TRUE(eventNames(makeStreamEvents("s", {}, kind, bytes)).empty()) << bytes;
 }
 
-TEST(BiopModule, EventNamesThatFitNeitherReadingAreReadAsTheDocumentPrints)
+TEST(BiopObjects, EventNamesThatFitNeitherReadingAreReadAsTheDocumentPrints)
 {
     const std::string kind("ste\0", 4);
     const auto objectWith = [&](unsigned names, unsigned ids) {
@@ -105,7 +105,7 @@ TEST(BiopModule, EventNamesThatFitNeitherReadingAreReadAsTheDocumentPrints)
     EXPECT_TRUE(read(objectWith(3, 3)).objects.empty()) << "a name is missing";
 }
 
-TEST(BiopModule, CutAtAnyLengthItKeepsTheObjectsBefore)
+TEST(BiopObjects, AModuleCutAtAnyLengthKeepsTheObjectsBefore)
 {
     Bytes module;
     std::vector<size_t> ends;
@@ -126,7 +126,7 @@ TEST(BiopModule, CutAtAnyLengthItKeepsTheObjectsBefore)
 }
 
 // The message's size agrees with what is there; the object inside is too short.
-TEST(BiopModule, AnObjectCutAtAnyLengthIsLeftOutAndTheNextIsRead)
+TEST(BiopObjects, AnObjectCutAtAnyLengthIsLeftOutAndTheNextIsRead)
 {
     const Bytes next = makeFile("next", Bytes{9});
     const size_t headerSize = messageSizeAt + 4;
@@ -143,7 +143,7 @@ TEST(BiopModule, AnObjectCutAtAnyLengthIsLeftOutAndTheNextIsRead)
     }
 }
 
-TEST(BiopModule, EveryByteMayBeWrong)
+TEST(BiopObjects, EveryByteMayBeWrong)
 {
     for (const Bytes& object : oneOfEach())
         for (size_t at = 0; at < object.size(); ++at)
@@ -156,7 +156,7 @@ TEST(BiopModule, EveryByteMayBeWrong)
             }
 }
 
-TEST(BiopModule, OnlyVersionOneInBigEndianOrderIsRead)
+TEST(BiopObjects, OnlyVersionOneInBigEndianOrderIsRead)
 {
     const Bytes good = makeFile("f", Bytes{1});
     for (const size_t at : {size_t(0), size_t(4), size_t(6), size_t(7)}) {
@@ -170,7 +170,7 @@ TEST(BiopModule, OnlyVersionOneInBigEndianOrderIsRead)
     EXPECT_EQ(read(minor).objects.size(), 1u);
 }
 
-TEST(BiopModule, ReadingStopsWhereTheBudgetEnds)
+TEST(BiopObjects, ReadingStopsWhereTheBudgetEnds)
 {
     std::vector<DirectoryEntry> entries;
     for (int i = 0; i < 500; ++i)
@@ -183,7 +183,7 @@ TEST(BiopModule, ReadingStopsWhereTheBudgetEnds)
     EXPECT_TRUE(read(module, 0).overBudget);
 }
 
-TEST(ObjectReference, TellsWhereTheObjectIs)
+TEST(BiopObjects, AReferenceTellsWhereTheObjectIs)
 {
     bool fits = false;
     const IorFields fields = {"srg", 0x1234, "key", 0x2B, 0x80010002, 7};
@@ -197,7 +197,7 @@ TEST(ObjectReference, TellsWhereTheObjectIs)
     EXPECT_EQ(reference.carouselId, 7u);
 }
 
-TEST(ObjectReference, ATypeOfAnyLengthIsFollowedByItsGap)
+TEST(BiopObjects, AReferenceTypeOfAnyLengthIsFollowedByItsGap)
 {
     for (size_t length = 0; length < 9; ++length) {
         bool fits = false;
@@ -207,7 +207,7 @@ TEST(ObjectReference, ATypeOfAnyLengthIsFollowedByItsGap)
     }
 }
 
-TEST(ObjectReference, CutAtAnyLengthItFailsItsReader)
+TEST(BiopObjects, AReferenceCutAtAnyLengthFailsItsReader)
 {
     const Bytes ior = makeIor({});
     for (size_t size = 0; size < ior.size(); ++size) {
@@ -218,7 +218,7 @@ TEST(ObjectReference, CutAtAnyLengthItFailsItsReader)
     }
 }
 
-TEST(ObjectReference, AProfileCutAtAnyLengthIsAsGoodAsNone)
+TEST(BiopObjects, AProfileCutAtAnyLengthIsAsGoodAsNone)
 {
     const Bytes profile = makeBiopProfile({});
     for (size_t size = 0; size < profile.size(); ++size) {
@@ -229,7 +229,7 @@ TEST(ObjectReference, AProfileCutAtAnyLengthIsAsGoodAsNone)
     }
 }
 
-TEST(ObjectReference, ProfilesThatAreNotUnderstoodArePassedOver)
+TEST(BiopObjects, ProfilesThatAreNotUnderstoodArePassedOver)
 {
     const Bytes profile = makeBiopProfile({"fil", 3, "k"});
     const ObjectReference reference =
@@ -242,14 +242,14 @@ TEST(ObjectReference, ProfilesThatAreNotUnderstoodArePassedOver)
               std::string::npos);
 }
 
-TEST(ObjectReference, ALittleEndianProfileIsNotUnderstood)
+TEST(BiopObjects, ALittleEndianProfileIsNotUnderstood)
 {
     Bytes profile = makeBiopProfile({});
     profile[0] = 1;
     EXPECT_FALSE(readReference(makeIor("fil", {{biopTag, profile}})).isResolvable());
 }
 
-TEST(ObjectReference, CountsThatLieEndAtTheEndOfTheBytes)
+TEST(BiopObjects, ProfileCountsThatLieEndAtTheEndOfTheBytes)
 {
     Bytes ior = makeIor({});
     ior[8] = 0xFF;  // profiles_count

@@ -54,20 +54,20 @@ Bytes firstBytes(const Bytes& bytes, size_t count)
     return Bytes(bytes.begin(), bytes.begin() + std::ptrdiff_t(count));
 }
 
-TEST(DownloadSection, IsReadWhole)
+TEST(DsmccSections, AreReadWhole)
 {
     for (const Bytes& section : oneOfEach())
         EXPECT_TRUE(isReadable(section));
 }
 
-TEST(DownloadSection, CutAtAnyLengthIsRefused)
+TEST(DsmccSections, CutAtAnyLengthAreRefused)
 {
     for (const Bytes& section : oneOfEach())
         for (size_t size = 0; size < section.size(); ++size)
             EXPECT_FALSE(isReadable(firstBytes(section, size))) << size;
 }
 
-TEST(DownloadSection, WithAMessageCutAtAnyLengthIsRefused)
+TEST(DsmccSections, WithAMessageCutAtAnyLengthAreRefused)
 {
     for (const Bytes& section : oneOfEach()) {
         const Bytes body = bodyOf(section);
@@ -85,7 +85,7 @@ Bytes withPayloadCut(const Bytes& section, size_t size)
     return makeSection({section[0]}, body);
 }
 
-TEST(DownloadSection, WithAPayloadCutAtAnyLengthIsRefused)
+TEST(DsmccSections, WithAPayloadCutAtAnyLengthAreRefused)
 {
     const std::vector<Bytes> sections = oneOfEach();
     // After a DII's modules its private data are not looked at; a block's data may have any size.
@@ -99,7 +99,7 @@ TEST(DownloadSection, WithAPayloadCutAtAnyLengthIsRefused)
     }
 }
 
-TEST(DownloadSection, EveryByteMayBeWrong)
+TEST(DsmccSections, EveryByteMayBeWrong)
 {
     for (const Bytes& section : oneOfEach())
         for (size_t at = 0; at < section.size(); ++at)
@@ -110,7 +110,7 @@ TEST(DownloadSection, EveryByteMayBeWrong)
             }
 }
 
-TEST(DownloadSection, ThatIsSomethingElseIsRefused)
+TEST(DsmccSections, ThatAreSomethingElseAreRefused)
 {
     const Bytes good = oneOfEach()[1];
     const auto changed = [&good](size_t at, unsigned mask) {
@@ -128,7 +128,7 @@ TEST(DownloadSection, ThatIsSomethingElseIsRefused)
     EXPECT_TRUE(isReadable(changed(5, 0x02))) << "another version";
 }
 
-TEST(DownloadSection, AnAdaptationHeaderIsSkipped)
+TEST(DsmccSections, AnAdaptationHeaderIsSkipped)
 {
     Bytes body = bodyOf(oneOfEach()[2]);
     body[9] = 5;  // adaptationLength
@@ -141,7 +141,7 @@ TEST(DownloadSection, AnAdaptationHeaderIsSkipped)
     EXPECT_EQ(readDataBlock(*message)->data.remaining(), 100u);
 }
 
-TEST(InfoIndication, TellsItsModules)
+TEST(DsmccSections, AnInfoIndicationTellsItsModules)
 {
     const Bytes section = oneOfEach()[1];
     const auto message = openDownloadSection(section.data(), section.size());
@@ -163,7 +163,7 @@ TEST(InfoIndication, TellsItsModules)
     EXPECT_FALSE(indication->modules[1].compressed);
 }
 
-TEST(InfoIndication, AModuleInfoThatOverrunsIsAsGoodAsNone)
+TEST(DsmccSections, AModuleInfoThatOverrunsIsAsGoodAsNone)
 {
     Bytes section = makeDii(1, {{1, 300}});
     const size_t userInfoLength = section.size() - 4 - 2 - 1;  // before private data and CRC
@@ -175,7 +175,7 @@ TEST(InfoIndication, AModuleInfoThatOverrunsIsAsGoodAsNone)
     EXPECT_FALSE(indication->modules[0].associationTag);
 }
 
-TEST(InfoIndication, MoreModulesThanThereAreRefuseIt)
+TEST(DsmccSections, AnInfoIndicationOfMoreModulesThanThereAreIsRefused)
 {
     Bytes section = makeDii(1, {{1, 300}});
     section[sectionHeaderSize + messageHeaderSize + 19] = 2;

@@ -29,7 +29,7 @@ Bytes table(size_t size, unsigned version = 0)
     return makeSection({0x74, hbbtv, version}, Bytes(size, 0));
 }
 
-class Choice : public ::testing::Test {
+class ServiceChoiceTest : public ::testing::Test {
 protected:
     std::set<uint16_t> pids() const
     {
@@ -44,7 +44,7 @@ protected:
     const size_t size_ = table(100).size();
 };
 
-TEST_F(Choice, ListensWhereTheTablesOfItsCandidatesMayBe)
+TEST_F(ServiceChoiceTest, ListensWhereTheTablesOfItsCandidatesMayBe)
 {
     choice_.follow(1, mapWith({pid}));
     choice_.follow(2, mapWith({pid, otherPid, otherPid}));
@@ -56,7 +56,7 @@ TEST_F(Choice, ListensWhereTheTablesOfItsCandidatesMayBe)
     EXPECT_TRUE(pids().empty()) << "it signals no applications any more";
 }
 
-TEST_F(Choice, WhatIsHeldIsWhatCameOfTheTables)
+TEST_F(ServiceChoiceTest, WhatIsHeldIsWhatCameOfTheTables)
 {
     choice_.follow(1, mapWith({pid}));
     choice_.follow(2, mapWith({pid, otherPid}));
@@ -73,7 +73,7 @@ TEST_F(Choice, WhatIsHeldIsWhatCameOfTheTables)
     EXPECT_EQ(choice_.heldBytes(), 0u) << "the stream lists none";
 }
 
-TEST_F(Choice, WhatIsHeldUntilItIsKnownWhichPidHasTheTableCounts)
+TEST_F(ServiceChoiceTest, WhatIsHeldUntilItIsKnownWhichPidHasTheTableCounts)
 {
     choice_.follow(1, mapWith({pid, otherPid}));
     choice_.hear(otherPid, table(100));

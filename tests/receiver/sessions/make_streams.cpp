@@ -4,8 +4,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
+#include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/information_builder.h"
 #include "tests/receiver/support/stream_builder.h"
 
@@ -287,8 +290,59 @@ Bytes damagedStream()
     return bytes;
 }
 
+/// The elementary streams of the first service of television().
+std::vector<PmtStream> televisionComponents()
+{
+    const auto tag = [](unsigned value) { return makeDescriptor(0x52, ByteWriter().u8(value)); };
+    const auto language = [](const std::string& code, unsigned audioType) {
+        return makeDescriptor(0x0A, ByteWriter().add(code).u8(audioType));
+    };
+    const auto subtitles = [](const std::string& code, unsigned type) {
+        return makeDescriptor(0x59, ByteWriter().add(code).u8(type).u16(1).u16(1));
+    };
+    const unsigned audioDescription = 3;
+    const unsigned wideForHearingImpaired = 0x22;
+    return {
+        tablesOn(0x200),
+        {0x1B, 0x300, tag(1)},
+        {0x04, 0x301, tag(2) + language("deu", 0)},
+        {0x04, 0x302, tag(3) + language("eng", audioDescription)},
+        {0x06, 0x303, tag(4) + subtitles("deu", wideForHearingImpaired)},
+        {0x0C, 0x304, tag(0x20)},
+    };
+}
+
+/// Present, following and three more of a schedule, each an hour long.
+StreamWriter& addProgrammes(StreamWriter& stream)
+{
+    const std::string names[] = {"\x05\xDDzmir", "\x15Gr\xC3\xBCn",
+                                 std::string("\x10\0\x01\xE9", 4),
+                                 "Caf\xC2"
+                                 "e",
+                                 "Last"};
+    std::vector<EventFields> events;
+    for (unsigned index = 0; index < std::size(names); ++index) {
+        EventFields event;
+        event.id = index + 1;
+        event.start = {0xC0, 0x79, static_cast<unsigned char>(0x12 + index), 0x00, 0x00};
+        event.duration = {0x01, 0x00, 0x00};
+        event.descriptors = makeShortEvent(names[index], "a text");
+        if (index == 0)
+            event.descriptors = event.descriptors + makeComponentDescriptor(5, 0x0B, 1) +
+                                makeDescriptor(0x55, ByteWriter().add(std::string("DEU")).u8(9));
+        events.push_back(event);
+    }
+    stream.add(0x12, makePresentFollowing(1, 0, events[0]));
+    stream.add(0x12, makePresentFollowing(1, 1, events[1]));
+    EitFields schedule;
+    schedule.tableId = schedule.lastTable = 0x50;
+    schedule.lastSectionNumber = schedule.segmentLastSection = 0;
+    return stream.add(0x12, makeEit(schedule, events));
+}
+
 /// What the pages of tests/television are signalled in: a service with all of them, one with those
-/// that live through a change of the service, one with none, and one without a table.
+/// that live through a change of the service, one with none, one without a table, and one whose
+/// application starts by itself. The sixth has no PMT.
 Bytes television()
 {
     Stream stream;
@@ -297,16 +351,27 @@ Bytes television()
         return application(id, present, {1}, http(1, base), page, visible);
     };
     const Bytes lasting = entry(0x101, "broadcast.html");
-    const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html");
-    const unsigned tablePids[] = {0x200, 0x201, 0x202};
-    const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {})};
-    for (int round = 0; round < 20; ++round) {
-        stream.services({"One", "Two", "Three", "Four"});
-        for (unsigned service = 1; service <= 3; ++service)
+    const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
+                      entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
+                      entry(0x106, "applications.html?signalled=1") +
+                      entry(0x107, "created.html?signalled=2");
+    const Bytes autostarted = application(0x201, autostart, {1}, http(1, base), "autostart.html");
+    const unsigned tablePids[] = {0x200, 0x201, 0x202, 0x203};
+    const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {}), table(1, autostarted)};
+    const Bytes terrestrial = makeDescriptor(0x5A, Bytes(11, 0x1F));
+    const unsigned networkId = 0x3001;
+    for (unsigned round = 0; round < 20; ++round) {
+        stream.services({"One", "Two", "Three", "Four", "Five", "Six"});
+        stream.add(0x10, makeNit(networkId, {{transportStreamId, network, terrestrial}}));
+        addProgrammes(stream);
+        stream.add(pmtPid, makePmt(1, 0, televisionComponents()));
+        for (unsigned service = 2; service <= 3; ++service)
             stream.add(pmtPid, makePmt(service, 0, {tablesOn(tablePids[service - 1])}));
         stream.add(pmtPid, makePmt(4, 0, {{0x1B, 0x300, {}}}));
-        for (unsigned service = 1; service <= 3; ++service)
-            stream.add(tablePids[service - 1], tables[service - 1]);
+        stream.add(pmtPid, makePmt(5, 0, {tablesOn(tablePids[3])}));
+        for (size_t index = 0; index < std::size(tables); ++index)
+            stream.add(tablePids[index], tables[index]);
+        stream.add(0x304, makeStreamEventSection(7, round, "round " + std::to_string(round)));
         stream.pause();
     }
     return stream.bytes();

@@ -4,6 +4,7 @@
 #include "receiver/stream/early_packets.h"
 #include "receiver/stream/packet_framer.h"
 #include "tests/receiver/support/byte_writer.h"
+#include "tests/support/heap_use.h"
 
 namespace receiver {
 namespace {
@@ -21,7 +22,7 @@ Bytes packet(size_t number)
 std::vector<size_t> visited(EarlyPackets& packets, const std::set<uint16_t>& pids)
 {
     std::vector<size_t> numbers;
-    packets.visit(pids, [&numbers](const unsigned char* bytes) {
+    packets.visit(pids, EarlyPackets::Visitor::Service, [&numbers](const unsigned char* bytes) {
         numbers.push_back(size_t(bytes[0]) << 24 | size_t(bytes[1]) << 16 | size_t(bytes[2]) << 8 |
                           bytes[3]);
         const Bytes wanted = packet(numbers.back());
@@ -68,16 +69,54 @@ TEST(EarlyPackets, TheLatestAreKeptWithinTheLimit)
         ASSERT_EQ(kept[index], count - kept.size() + index);
 }
 
+// Every PID that ever filled the window would keep its room otherwise.
+TEST(EarlyPackets, TakeNoMoreMemoryWhateverPidsComeInTurn)
+{
+    EarlyPackets packets;
+    const size_t before = vesta::test::heapInUse();
+    size_t number = 0;
+    for (uint16_t each = 0; each < 40; ++each) {
+        for (size_t count = 0; count < mostPackets; ++count)
+            packets.add(each, packet(number++).data());
+    }
+    EXPECT_LT(vesta::test::heapInUse() - before, 3 * EarlyPackets::mostBytes);
+}
+
+size_t visitsOf(EarlyPackets& packets, uint16_t which, EarlyPackets::Visitor visitor)
+{
+    size_t count = 0;
+    for (unsigned time = 0; time < 100; ++time)
+        packets.visit({which}, visitor, [&count](const unsigned char*) { ++count; });
+    return count;
+}
+
 TEST(EarlyPackets, AreNotVisitedForEverWhateverTheTablesSay)
 {
     EarlyPackets packets;
-    for (size_t number = 0; number < mostPackets; ++number)
-        packets.add(pid, packet(number).data());
-    size_t count = 0;
-    for (unsigned time = 0; time < 100; ++time)
-        packets.visit({pid}, [&count](const unsigned char*) { ++count; });
-    EXPECT_EQ(count, EarlyPackets::mostVisits);
-    EXPECT_GE(count, 4 * mostPackets);
+    packets.add(pid, packet(1).data());
+    packets.add(pid, packet(2).data());
+    EXPECT_EQ(visitsOf(packets, pid, EarlyPackets::Visitor::Candidate),
+              2 * EarlyPackets::mostVisits);
+}
+
+TEST(EarlyPackets, WhoHasVisitedTooOftenTakesNothingFromOthers)
+{
+    EarlyPackets packets;
+    packets.add(pid, packet(1).data());
+    packets.add(otherPid, packet(2).data());
+    visitsOf(packets, pid, EarlyPackets::Visitor::Candidate);
+    EXPECT_EQ(visitsOf(packets, pid, EarlyPackets::Visitor::Service), EarlyPackets::mostVisits);
+    EXPECT_EQ(visitsOf(packets, otherPid, EarlyPackets::Visitor::Candidate),
+              EarlyPackets::mostVisits);
+}
+
+TEST(EarlyPackets, AreVisitedAnewAfterANewBeginning)
+{
+    EarlyPackets packets;
+    packets.add(pid, packet(1).data());
+    visitsOf(packets, pid, EarlyPackets::Visitor::Service);
+    packets.begin();
+    EXPECT_EQ(visited(packets, {pid}), std::vector<size_t>{1});
 }
 
 }  // namespace

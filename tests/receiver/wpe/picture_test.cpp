@@ -160,6 +160,16 @@ TEST(Picture, AVideoInItsPlaceIsSeenThroughHolesAlone)
     EXPECT_EQ(pixelOf(picture, 50, 49), black) << "clipped by the page";
 }
 
+TEST(Picture, AVideoInItsPlaceIsSeenThroughATransparentWindowWithoutHoles)
+{
+    VideoPlane video = someService();
+    video.place = Rectangle{0, 0, 640, 360};
+    const Frame window = plainFrame(0, 0, 0, 0);
+    const Picture picture(video, {&window});
+    EXPECT_EQ(pixelOf(picture, 10, 10), greyBar);
+    EXPECT_EQ(pixelOf(picture, 700, 10), black);
+}
+
 TEST(Picture, AHoleIsHiddenByAWindowAbove)
 {
     Frame lower = plainFrame(10, 20, 30, 255);

@@ -1,0 +1,99 @@
+// Stream events (OIPF DAE, 7.13.1; ETSI TS 102 796, 8.2.1): of a carousel's object, or as a document
+// describes them (ETSI TS 102 809, 8.2).
+
+const eventListeners = [];  // {url, name, listener, number}
+
+/// An event or an object's field, as an attribute or as an element, whatever its prefix.
+function fieldOf(element, name) {
+    if (element.hasAttribute(name))
+        return element.getAttribute(name).trim();
+    const child = Array.from(element.children).find(each => each.localName === name);
+    return child ? child.textContent.trim() : '';
+}
+
+/// @return {component, id}, or null where the document has no such event
+function describedEvent(text, name) {
+    const description = new DOMParser().parseFromString(text, 'text/xml');
+    for (const event of description.getElementsByTagNameNS('*', 'stream_event')) {
+        const component = Number(fieldOf(event.parentNode, 'component_tag') || fieldOf(event, 'component_tag') || NaN);
+        const id = Number(fieldOf(event, 'stream_event_id') || NaN);
+        if (fieldOf(event, 'stream_event_name') === name)
+            return isId(component) && isId(id) ? { component, id } : null;
+    }
+    return null;
+}
+
+function hearStreamEvent(entry, fields) {
+    if (!eventListeners.includes(entry))
+        return;
+    const event = new Event('StreamEvent');
+    for (const name of ['name', 'data', 'text', 'status'])
+        Object.defineProperty(event, name, { value: fields[name], enumerable: true });
+    const { listener } = entry;
+    if (typeof listener === 'function')
+        listener(event);
+    else
+        listener.handleEvent(event);
+}
+
+function failStreamEvent(entry) {
+    soon(() => hearStreamEvent(entry, { name: entry.name, data: '', text: '', status: 'error' }));
+}
+
+async function subscribeToDescription(entry) {
+    let described = null;
+    try {
+        const answer = await fetch(entry.url);
+        described = answer.ok ? describedEvent(await answer.text(), entry.name) : null;
+    } catch (error) {
+        // It cannot be had.
+    }
+    if (!eventListeners.includes(entry))
+        return;
+    if (described)
+        entry.number = ask('streamEvents.listenToComponent', null, described.component, described.id, entry.name);
+    if (!entry.number)
+        failStreamEvent(entry);
+}
+
+function findStreamEvent(url, name, listener) {
+    return eventListeners.findIndex(each => each.url === url && each.name === name && each.listener === listener);
+}
+
+function addStreamEvent(target, eventName, listener) {
+    const url = absoluteUrl(String(target));
+    const name = String(eventName);
+    if (!listener || findStreamEvent(url, name, listener) >= 0)
+        return;
+    const entry = { url, name, listener, number: null };
+    eventListeners.push(entry);
+    if (!/^dvb:/i.test(url)) {
+        subscribeToDescription(entry);
+        return;
+    }
+    entry.number = ask('streamEvents.listen', null, url, name);
+    if (!entry.number)
+        failStreamEvent(entry);
+}
+
+function removeStreamEvent(target, eventName, listener) {
+    const index = findStreamEvent(absoluteUrl(String(target)), String(eventName), listener);
+    if (index < 0)
+        return;
+    const [entry] = eventListeners.splice(index, 1);
+    if (entry.number)
+        ask('streamEvents.remove', null, entry.number);
+}
+
+onReceiverEvent('StreamEvent', fields => {
+    const entry = eventListeners.find(each => each.number === fields.listener);
+    if (entry)
+        hearStreamEvent(entry, fields);
+});
+
+window.addEventListener('pagehide', () => {
+    for (const { number } of eventListeners.splice(0)) {
+        if (number)
+            ask('streamEvents.remove', null, number);
+    }
+});
