@@ -1,6 +1,8 @@
+#include <atomic>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vesta_hbbtv_appman.h"
@@ -346,6 +348,35 @@ TEST_F(StreamEventSubscriptionsTest, ThereIsALimit)
     EXPECT_NE(out_.str().find("there are too many subscriptions"), std::string::npos);
     events_.unsubscribeAll(5);
     EXPECT_TRUE(events_.subscribe(1, 0x2B, 7, 6, "one more"));
+}
+
+TEST_F(StreamEventSubscriptionsTest, ScriptsSubscribeWhileSectionsCome)
+{
+    std::atomic<bool> isDone{false};
+    std::thread middleware([this, &isDone] {
+        for (unsigned round = 0; !isDone; ++round) {
+            if (round % 64 == 0)
+                leave();
+            if (round % 64 == 0)
+                join();
+            if (round % 64 == 5)
+                feedCarousel();
+            fire(7, round % 32, "x");
+            for (const Outgoing& event : events_.takeEvents())
+                discard(event);
+        }
+    });
+    for (uint32_t listener = 1; listener < 300; ++listener) {
+        events_.subscribe(object, listener, "go");
+        events_.subscribe(1, 0x2B, 7, listener, "go");
+        events_.setStreamEventCallback(listener % 2 ? hear : nullptr);
+        events_.unsubscribe(listener - 1, "go");
+    }
+    events_.unsubscribeAll(0);
+    isDone = true;
+    middleware.join();
+    EXPECT_EQ(heardNow(), "");
+    EXPECT_TRUE(events_.pids().empty());
 }
 
 TEST_F(StreamEventSubscriptionsTest, WithoutACallbackTheyAreWritten)
