@@ -18,9 +18,8 @@ class TemporaryFile {
 public:
     TemporaryFile()
     {
-        char name[] = "/tmp/vesta-picture-XXXXXX";
-        ::close(::mkstemp(name));
-        path_ = name;
+        path_ = std::filesystem::temp_directory_path() / "vesta-picture-XXXXXX";
+        ::close(::mkstemp(path_.data()));
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
