@@ -58,7 +58,6 @@ struct WpeWindow : TAVO_VestaWindow {
     bool isFresh = true;  ///< nothing was loaded in the view
     bool wantsFreshView = false;
     bool hasFailed = false;     ///< the load that is under way
-    bool isMalformed = false;   ///< the page is not well-formed
     bool isTerminated = false;  ///< its web process is gone
     unsigned question = 0;      ///< the last one whether its scripts still answer
     unsigned unanswered = 0;    ///< looks since then
@@ -535,7 +534,6 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
     case WEBKIT_LOAD_STARTED:
         window.loaded = false;
         window.hasFailed = false;
-        window.isMalformed = false;
         break;
     case WEBKIT_LOAD_REDIRECTED:
         window.expected = textOf(webkit_web_view_get_uri(window.view->web()));
