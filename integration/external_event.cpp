@@ -5,16 +5,14 @@
 #include <string>
 #include <utility>
 
-#include "foundation/at_exit.h"
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "integration/oc_download_manager.h"
+#include "integration/table_reception.h"
 #include "lifecycle/application.h"
 #include "lifecycle/script_plugin.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
-#include "oipf/notifications/notification_manager.h"
-#include "oipf/notifications/notifications.h"
 #include "vesta_hbbtv_layout.h"
 
 namespace VestaHbbTV {
@@ -63,90 +61,10 @@ struct RecordDeleter {
 /// A record for the time of its execution; null where the integrator gave none.
 using Record = std::unique_ptr<HBBTV_EventData, RecordDeleter>;
 
-/// The service's table went away: its application goes with it.
-void stopBroadcastRelatedApplication(Window& window)
-{
-    Application* const running = window.getRunningApplication();
-    if (running && running->isBroadcastRelated())
-        window.terminateRunningApplication(true);
-}
-
-/// Announces a complete table and puts it in force. Where it gives way to a newer one, the log has
-/// it only if it was reported to the platform as well.
-void applyTable(Window& window, const ref_ptr<AIT>& table)
-{
-    window.setAssemblyAIT(nullptr);
-    const Session session;
-    const unsigned long tables = window.getTablesSet();
-    if (NotificationManager::hasListeners())
-        NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
-    if (session.isOver())
-        return;  // a listener shut the library down, and the platform has stopped
-    if (window.getTablesSet() != tables)
-        return;  // a listener put a newer table in force, or changed the channel
-    hbbtv_ait_completed(table->getVersion());
-    if (!window.isReleased() && window.getTablesSet() == tables) {
-        window.setAIT(table);
-        window.activateAIT();
-    }
-    table->printAIT();  // also one that gave way in the meantime: the platform has it as complete
-}
-
-/// A section for which there is no memory must not keep its table, which counts it as received: the
-/// next one begins the table anew.
-bool parse(Window& window, AIT& table, const unsigned char* section)
-{
-    const AtFailure giveUp([&window] { window.setAssemblyAIT(nullptr); });
-    return table.parse(section);
-}
-
-void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
-{
-    const ref_ptr<AIT> current(window.getAIT());
-    if (!window.getAssemblyAIT())
-        window.setAssemblyAIT(new AIT(record.original_network_id, record.transport_stream_id,
-                                      record.service_id, record.channelHandle));
-    const ref_ptr<AIT> table(window.getAssemblyAIT());
-    if (!parse(window, *table, record.section))
-        return;
-    // Deliberate: a table of the version in force is dropped at its first section.
-    if (current && !current->isStale() && window.isTableActedOn() &&
-        current->getVersion() == table->getVersion()) {
-        window.setAssemblyAIT(nullptr);
-        return;
-    }
-    if (table->isComplete())
-        applyTable(window, table);
-}
-
 void executeAITSection(const Record& record)
 {
-    if (!record)
-        return;
-    log(DEBUG, module, "Retrieving AIT...");
-    Window* const window = WindowManager::getInstance()->getBroadcastWindow();
-    if (!window || !NotificationManager::instance)
-        return;
-    const Window::Hold hold(window);
-    if (!record->ait.section && record->ait.keepApplication == 0)
-        stopBroadcastRelatedApplication(*window);
-    else
-        takeSection(*window, record->ait);
-}
-
-void executeChannelChange()
-{
-    const Session session;
-    dsmcc_clear_cache();
-    if (session.isOver())
-        return;  // the platform shut the library down in return
-    hbbtv_ait_invalidate();
-    if (session.isOver())
-        return;
-    if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
-        window->setAIT(ref_ptr<AIT>());
-        window->setAssemblyAIT(nullptr);
-    }
+    if (record)
+        receiveSection(record->ait);
 }
 
 void executeStartApplication(const Record& record)
@@ -277,7 +195,7 @@ void ExternalEvent::execute()
     case E_AIT_SECTION:
         return executeAITSection(record);
     case E_CHANNEL_CHANGE:
-        return executeChannelChange();
+        return leaveChannel();
     case E_START_APPLICATION:
         return executeStartApplication(record);
     case E_START_BROADCAST_INDEPENDENT_APPLICATION:
