@@ -2,16 +2,14 @@
 
 #include <cstdlib>
 #include <memory>
-#include <string>
 #include <utility>
 
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "integration/oc_download_manager.h"
+#include "integration/requests.h"
 #include "integration/table_reception.h"
-#include "lifecycle/application.h"
 #include "lifecycle/script_plugin.h"
-#include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "vesta_hbbtv_layout.h"
 
@@ -69,33 +67,26 @@ void executeAITSection(const Record& record)
 
 void executeStartApplication(const Record& record)
 {
-    Window* const window =
-        record ? WindowManager::getInstance()->knownWindow(record->start.window) : nullptr;
-    if (window)
-        window->startApplication(record->start.organisationId, record->start.applicationId,
-                                 HbbTVURL(""));
+    if (record)
+        startRequested(record->start);
 }
 
 void executeStartURL(const Record& record)
 {
-    Window* const window =
-        record ? WindowManager::getInstance()->knownWindow(record->url.window) : nullptr;
-    if (!window || !record->url.url)
-        return;
-    Application* const application =
-        window->startBroadcastIndependentApplication(HbbTVURL(record->url.url));
-    if (application)
-        application->setStartedOnRequest(true);
+    if (record)
+        startRequested(record->url);
 }
 
 void executeTerminate(const Record& record)
 {
-    Window* const window =
-        record ? WindowManager::getInstance()->knownWindow(record->window.window) : nullptr;
-    if (!window)
-        return;
-    log(LOG, module, "Terminate app!");
-    window->terminateRunningApplication(true);
+    if (record)
+        endRequested(record->window);
+}
+
+void executeUserAgentInfo(const Record& record)
+{
+    if (record)
+        describeTerminal(record->userAgent);
 }
 
 void executeFileReady(const Record& record)
@@ -122,28 +113,6 @@ void executeStreamEvent(const Record& record)
     const HBBTV_StreamEventData& event = record->streamEvent;
     event.callback(event.string1, event.value1, event.string2, event.string3, event.string4,
                    event.value2);
-}
-
-/// ETSI TS 102 796, 7.3.2.4: the HbbTV part of the user-agent string.
-void executeUserAgentInfo(const Record& record)
-{
-    if (!record)
-        return;
-    const HBBTV_UserAgentEventData& info = record->userAgent;
-    ConfigurationManager* const configuration = ConfigurationManager::getInstance();
-    const bool isFirstVersion = info.versionSelector == 1;
-    configuration->setHbbTVVersion(1, isFirstVersion ? 1 : 2, 1);
-
-    std::string text = isFirstVersion ? "HbbTV/1.1.1 (" : "HbbTV/1.2.1 (";
-    const char* separator = "";
-    for (const char* field : {info.capabilities, info.vendorName, info.modelName,
-                              info.softwareVersion, info.hardwareVersion, info.reserved}) {
-        text += separator;
-        text += field ? field : "";
-        separator = "; ";
-    }
-    text += ")";
-    ve_set_uastring_extension(configuration->getBrowser(), text.c_str());
 }
 
 void executeSupportedProfiles(const Record& record)
