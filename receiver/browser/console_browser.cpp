@@ -9,6 +9,7 @@
 
 #include "receiver/browser/page.h"
 #include "receiver/console/key_names.h"
+#include "receiver/integration/xml_tables.h"
 #include "receiver/text/mime_type.h"
 
 namespace receiver {
@@ -201,6 +202,11 @@ void ConsoleBrowser::openSitePage(ConsoleWindow* window)
         return reportFinished(window, loadOK, httpNotFound);
     }
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (isXMLTable(window->url, mimeTypeOf(path->string()))) {
+        if (!takeXMLTable(log_, window, bytes, window->url))
+            reportFailed(window);
+        return;  // no page: the application manager hears nothing more of it
+    }
     reportLoaded(window, window->url, bytes.size(), mimeTypeOf(path->string()), httpOK);
     reportFinished(window, loadOK, httpOK);
 }
@@ -221,6 +227,13 @@ void ConsoleBrowser::reportFinished(ConsoleWindow* window, int loadStatus,
     data.load_status = loadStatus;
     data.http_status = httpStatus;
     notify(window, TAVO_VESTA_EVT_LOADING_FINISHED, data);
+}
+
+void ConsoleBrowser::reportFailed(ConsoleWindow* window)
+{
+    TavoVestaEventData data = {};
+    data.url = window->url.c_str();
+    notify(window, TAVO_VESTA_EVT_LOADING_FAILED, data);
 }
 
 int ConsoleBrowser::setMimeType(void* load, const std::string& type)
@@ -301,11 +314,7 @@ int ConsoleBrowser::fail(void* id, int status)
            {{"url", load->url}, {"status", status}});
     ConsoleWindow* const window = load->window;
     if (load->isPage)
-        later(window, [this, window] {
-            TavoVestaEventData data = {};
-            data.url = window->url.c_str();
-            notify(window, TAVO_VESTA_EVT_LOADING_FAILED, data);
-        });
+        later(window, [this, window] { reportFailed(window); });
     endLoad(window);
     return 0;
 }

@@ -69,6 +69,7 @@ private:
     void later(ConsoleWindow* window, Task task);
     void openPage(ConsoleWindow* window);
     void openSitePage(ConsoleWindow* window);
+    void reportFailed(ConsoleWindow* window);
     void startLoad(ConsoleWindow* window, const std::string& url, bool isPage);
     void loadSubresources(const Load& page);
     void endLoad(ConsoleWindow* window);

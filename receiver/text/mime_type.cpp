@@ -25,6 +25,7 @@ std::string mimeTypeOf(const std::string& path)
         {".js", "application/javascript"},
         {".json", "application/json"},
         {".xml", "text/xml"},
+        {".aitx", "application/vnd.dvb.ait+xml"},
         {".txt", "text/plain"},
         {".png", "image/png"},
         {".jpg", "image/jpeg"},

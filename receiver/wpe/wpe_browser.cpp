@@ -8,6 +8,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/console/key_names.h"
+#include "receiver/integration/xml_tables.h"
 #include "receiver/objects/boot_script.h"
 #include "receiver/wpe/picture.h"
 #include "receiver/wpe/site_server.h"
@@ -17,6 +18,7 @@ namespace receiver {
 namespace {
 
 const unsigned short httpNone = 0;
+const unsigned httpOK = 200;
 const unsigned looksPerLimit = 4;  // how often it is asked whether scripts still answer
 const unsigned mostPageMebibytes = 768;
 const int loadOK = 0;
@@ -86,6 +88,12 @@ WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites, double scriptSeco
 {
     makeContext();
     makeSettings();
+    tables_ = std::make_unique<TableDownloads>(
+        context_, [this](WebKitWebView* web, const std::string& url,
+                         const std::optional<std::string>& document) {
+            if (const WpeWindow* const window = windowOf(web))
+                later(*window, [=](WpeWindow& opened) { takeTable(opened, url, document); });
+        });
     startSites();
     watchdog_ = g_timeout_add(
         static_cast<guint>(scriptSeconds_ * 1000 / looksPerLimit),
@@ -145,6 +153,7 @@ WpeBrowser::~WpeBrowser()
         closeWindow(windows_.begin()->second.get());
     while (runTask()) {
     }
+    tables_.reset();
     g_object_unref(settings_);
     g_object_unref(context_);
     if (siteServer_)
@@ -334,6 +343,7 @@ void WpeBrowser::makeView(WpeWindow& window)
 void WpeBrowser::dropView(WpeWindow& window)
 {
     loads_.cancelOf(&window);
+    tables_->forget(window.view->web());
     const std::unique_ptr<View> dropped = std::move(window.view);
     g_signal_handlers_disconnect_by_data(dropped->web(), this);
 }
@@ -528,6 +538,13 @@ void WpeBrowser::reportFinished(WpeWindow& window, int loadStatus, unsigned shor
     notify(window, TAVO_VESTA_EVT_LOADING_FINISHED, data);
 }
 
+void WpeBrowser::reportFailed(WpeWindow& window, const std::string& url)
+{
+    TavoVestaEventData data = {};
+    data.url = url.c_str();
+    notify(window, TAVO_VESTA_EVT_LOADING_FAILED, data);
+}
+
 void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
 {
     switch (event) {
@@ -575,11 +592,10 @@ void WpeBrowser::loadFailed(WpeWindow& window, const char* failing, const GError
     const std::string url = textOf(failing);
     report("load-failed", url + ": " + error.message, {{"url", url}, {"status", nullptr}});
     later(window, [this, url](WpeWindow& shown) {
-        if (!beginsWith(url, "dvb:"))
-            return reportFinished(shown, TAVO_LOAD_CONNECTION_FAILED, httpNone);
-        TavoVestaEventData data = {};
-        data.url = url.c_str();
-        notify(shown, TAVO_VESTA_EVT_LOADING_FAILED, data);
+        if (beginsWith(url, "dvb:"))
+            reportFailed(shown, url);
+        else
+            reportFinished(shown, TAVO_LOAD_CONNECTION_FAILED, httpNone);
     });
 }
 
@@ -632,15 +648,46 @@ bool WpeBrowser::decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecis
     return false;
 }
 
-/// HbbTV's name for XHTML is none that WebKit knows.
-bool WpeBrowser::decideResponse(WpeWindow& /*window*/, WebKitResponsePolicyDecision* decision)
+/// HbbTV's name for XHTML is none that WebKit knows, and a table is no page.
+bool WpeBrowser::decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision)
 {
     WebKitURIResponse* const response = webkit_response_policy_decision_get_response(decision);
+    const std::string url = textOf(webkit_uri_response_get_uri(response));
     const std::string type = textOf(webkit_uri_response_get_mime_type(response));
+    if (window.expected == url && isXMLTable(url, type)) {
+        const auto status = webkit_uri_response_get_status_code(response);
+        if (status == httpOK) {
+            tables_->expect(window.view->web(), url);
+            webkit_policy_decision_download(WEBKIT_POLICY_DECISION(decision));
+        } else {
+            webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+            later(window, [this, url, status](WpeWindow& opened) {
+                failTable(opened, url, std::to_string(status));
+            });
+        }
+        return true;
+    }
     if (type != "application/vnd.hbbtv.xhtml+xml")
         return false;
     webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
     return true;
+}
+
+void WpeBrowser::takeTable(WpeWindow& window, const std::string& url,
+                           const std::optional<std::string>& document)
+{
+    if (!document)
+        return failTable(window, url, "the table did not come whole");
+    window.loaded = true;
+    if (!takeXMLTable(log_, &window, *document, url))
+        reportFailed(window, url);
+}
+
+void WpeBrowser::failTable(WpeWindow& window, const std::string& url, const std::string& problem)
+{
+    window.loaded = true;
+    report("load-failed", url + ": " + problem, {{"url", url}, {"status", nullptr}});
+    reportFailed(window, url);
 }
 
 void WpeBrowser::processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason)

@@ -17,6 +17,7 @@
 #include "receiver/console/event_log.h"
 #include "receiver/wpe/protocol_loads.h"
 #include "receiver/wpe/script_bridge.h"
+#include "receiver/wpe/table_downloads.h"
 #include "receiver/wpe/view.h"
 
 namespace receiver {
@@ -75,11 +76,15 @@ private:
     WpeWindow* windowOf(const WebKitWebView* web) const;
     WpeWindow* windowOfPage(uint64_t page) const;
     std::vector<const Frame*> frames() const;
+    void takeTable(WpeWindow& window, const std::string& url,
+                   const std::optional<std::string>& document);
+    void failTable(WpeWindow& window, const std::string& url, const std::string& problem);
     void makeView(WpeWindow& window);
     void dropView(WpeWindow& window);
     unsigned notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,
                     int* result = nullptr);
     void reportFinished(WpeWindow& window, int loadStatus, unsigned short httpStatus);
+    void reportFailed(WpeWindow& window, const std::string& url);
     void later(std::function<void()> task);
     void later(const WpeWindow& window, std::function<void(WpeWindow&)> task);
     std::string answerScript(const Caller& caller, const std::string& call);
@@ -112,6 +117,7 @@ private:
     const double scriptSeconds_;
     unsigned watchdog_ = 0;
     WebKitWebContext* context_ = nullptr;
+    std::unique_ptr<TableDownloads> tables_;
     WebKitSettings* settings_ = nullptr;
     std::string ownUserAgent_;
     SoupServer* siteServer_ = nullptr;

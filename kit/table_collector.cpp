@@ -1,0 +1,96 @@
+#include "kit/table_collector.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace VestaHbbTV {
+
+namespace {
+
+/// Who mixes more tables than these on one PID loses the oldest.
+constexpr size_t mostCollections = 4;
+
+bool isSame(const Section& section, ByteReader bytes)
+{
+    return section.size() == bytes.remaining() &&
+           std::memcmp(section.data(), bytes.data(), section.size()) == 0;
+}
+
+uint8_t numberOf(ByteReader section)
+{
+    return section.data()[AITLayout::sectionNumber];
+}
+
+size_t countOf(ByteReader section)
+{
+    return section.data()[AITLayout::lastSectionNumber] + size_t{1};
+}
+
+}  // namespace
+
+const TableCollector::Collection* TableCollector::findCollection(ByteReader section) const
+{
+    const auto found = std::find_if(collections_.begin(), collections_.end(),
+                                    [section](const Collection& collection) {
+                                        return collection.version == versionOf(section.data()) &&
+                                               collection.sections.size() == countOf(section);
+                                    });
+    return found == collections_.end() ? nullptr : &*found;
+}
+
+bool TableCollector::holds(ByteReader section) const
+{
+    if (section.remaining() < AITLayout::leastSize)
+        return false;
+    const uint8_t number = numberOf(section);
+    if (const Collection* const begun = findCollection(section))
+        return number < begun->sections.size() && isSame(begun->sections[number], section);
+    return number < whole_.size() && isSame(whole_[number], section);
+}
+
+TableCollector::Collection& TableCollector::collectionOf(ByteReader section)
+{
+    if (const Collection* const begun = findCollection(section)) {
+        // It becomes the one that was begun last.
+        const auto place = collections_.begin() + (begun - collections_.data());
+        std::rotate(place, place + 1, collections_.end());
+        return collections_.back();
+    }
+    if (collections_.size() == mostCollections)
+        collections_.erase(collections_.begin());
+    const size_t count = countOf(section);
+    collections_.push_back({versionOf(section.data()), WholeTable(count), count});
+    return collections_.back();
+}
+
+TableCollector::Result TableCollector::add(ByteReader section)
+{
+    if (holds(section))
+        return Result::Repeated;
+    Collection& collection = collectionOf(section);
+    const uint8_t number = numberOf(section);
+    if (!collection.sections[number].empty()) {
+        // Another content under the same version: what came before may be the former table's.
+        collection.missing = collection.sections.size();
+        collection.sections.assign(collection.missing, Section());
+    }
+    collection.sections[number].assign(section.data(), section.data() + section.remaining());
+    if (--collection.missing > 0)
+        return Result::Collected;
+    whole_ = std::move(collection.sections);
+    collections_.clear();
+    return Result::Completed;
+}
+
+size_t TableCollector::numberCollected() const
+{
+    return collections_.empty() ? 0 : numberNeeded() - collections_.back().missing;
+}
+
+size_t TableCollector::numberNeeded() const
+{
+    return collections_.empty() ? 0 : collections_.back().sections.size();
+}
+
+}  // namespace VestaHbbTV
