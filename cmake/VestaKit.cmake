@@ -1,0 +1,69 @@
+# The kit: a second library, for what integrations need beside the application manager. Built where
+# its package is found, unless VESTA_BUILD_KIT says otherwise. The application manager knows nothing
+# of it.
+
+find_package(EXPAT QUIET)
+set(expat_found ${EXPAT_FOUND})
+if(EXPAT_FOUND AND (VESTA_32BIT OR CMAKE_CROSSCOMPILING))
+  # What is found may be the build machine's: it serves only where it can be linked.
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_LIBRARIES EXPAT::EXPAT)
+  unset(VESTA_EXPAT_LINKS CACHE)
+  check_cxx_source_compiles(
+    "#include <expat.h>\nint main() { return XML_ParserCreate(nullptr) == nullptr; }"
+    VESTA_EXPAT_LINKS)
+  unset(CMAKE_REQUIRED_LIBRARIES)
+  set(expat_found ${VESTA_EXPAT_LINKS})
+endif()
+
+if(NOT DEFINED VESTA_BUILD_KIT)
+  set(VESTA_BUILD_KIT OFF)  # not in the cache: that is the user's
+  if(expat_found)
+    set(VESTA_BUILD_KIT ON)
+  else()
+    message(STATUS "The kit is left out: expat not found for this processor")
+  endif()
+elseif(VESTA_BUILD_KIT AND NOT expat_found)
+  message(FATAL_ERROR "VESTA_BUILD_KIT is on, but expat was not found for this processor")
+endif()
+if(NOT VESTA_BUILD_KIT)
+  return()
+endif()
+
+file(GLOB kit_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/kit/*.cpp")
+add_library(vesta_kit_objects OBJECT ${kit_sources})
+target_include_directories(vesta_kit_objects PUBLIC
+  "${PROJECT_SOURCE_DIR}/kit/include" "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}")
+target_link_libraries(vesta_kit_objects PUBLIC EXPAT::EXPAT)
+vesta_own_code(vesta_kit_objects)
+
+set(VESTA_KIT_EXPORTS "${PROJECT_SOURCE_DIR}/cmake/kit_exports.map")
+add_library(vesta_hbbtv_kit SHARED $<TARGET_OBJECTS:vesta_kit_objects>)
+set_target_properties(vesta_hbbtv_kit PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME kit
+  LINK_DEPENDS "${VESTA_KIT_EXPORTS}")
+target_link_options(vesta_hbbtv_kit PRIVATE "LINKER:--version-script=${VESTA_KIT_EXPORTS}")
+target_link_libraries(vesta_hbbtv_kit PUBLIC vesta_hbbtv_appman PRIVATE EXPAT::EXPAT)
+
+add_library(vesta_hbbtv_kit_static STATIC $<TARGET_OBJECTS:vesta_kit_objects>)
+set_target_properties(vesta_hbbtv_kit_static PROPERTIES
+  OUTPUT_NAME vesta_hbbtv_kit EXPORT_NAME kit_static)
+target_link_libraries(vesta_hbbtv_kit_static PUBLIC vesta_hbbtv_appman_static PRIVATE EXPAT::EXPAT)
+
+foreach(library vesta_hbbtv_kit vesta_hbbtv_kit_static)
+  target_include_directories(${library} INTERFACE
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kit/include>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman>")
+endforeach()
+add_library(vesta_hbbtv_appman::kit ALIAS vesta_hbbtv_kit)
+add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
+
+# A set of its own, so that the application manager's is complete without the kit.
+install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit)
+install(FILES kit/include/vesta_hbbtv_kit.h
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman")
+install(EXPORT vesta_hbbtv_kit NAMESPACE vesta_hbbtv_appman::
+        FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}")
+configure_file(cmake/vesta_hbbtv_kit.pc.in vesta_hbbtv_kit.pc @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/vesta_hbbtv_kit.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

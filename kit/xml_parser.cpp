@@ -1,0 +1,238 @@
+#include "kit/xml_parser.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <expat.h>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <type_traits>
+
+namespace VestaHbbTV {
+
+namespace {
+
+static_assert(std::is_same_v<XML_Char, char>, "expat is to hand out UTF-8");
+
+/// Between a namespace and a local name; the latter cannot hold it.
+constexpr char separator = '\n';
+
+/// What the parser may have for each byte of the document: it keeps a copy of the document in a
+/// block up to twice that size, and every name that occurs.
+constexpr size_t memoryFactor = 3;
+/// Whatever it parses.
+constexpr size_t memoryBase = size_t{64} * 1024;
+
+/// What the parser may still allocate. Its allocator knows neither parser nor document, so the
+/// budget is that of the thread, on which one document is parsed at a time.
+struct MemoryBudget {
+    size_t left;
+    bool isExceeded;
+    bool hasFailed;  ///< there was less than the budget
+};
+thread_local MemoryBudget budget;
+
+/// Stands before each block of the parser.
+struct alignas(std::max_align_t) BlockHeader {
+    size_t cost;  ///< with this header, and what the allocator needs for a block
+};
+
+BlockHeader* headerOf(void* block)
+{
+    return static_cast<BlockHeader*>(block) - 1;
+}
+
+void* allocateBlock(size_t size)
+{
+    constexpr size_t overhead = 2 * sizeof(BlockHeader);
+    if (budget.left < overhead || size > budget.left - overhead) {
+        budget.isExceeded = true;
+        return nullptr;
+    }
+    void* const memory = std::malloc(sizeof(BlockHeader) + size);
+    if (!memory) {
+        budget.hasFailed = true;
+        return nullptr;
+    }
+    budget.left -= size + overhead;
+    return new (memory) BlockHeader{size + overhead} + 1;
+}
+
+void freeBlock(void* block)
+{
+    if (!block)
+        return;
+    budget.left += headerOf(block)->cost;
+    std::free(headerOf(block));
+}
+
+void* resizeBlock(void* block, size_t size)
+{
+    void* const resized = allocateBlock(size);
+    if (!resized || !block)
+        return resized;
+    // Both have the same overhead.
+    const size_t smaller = std::min(headerOf(block)->cost, headerOf(resized)->cost);
+    std::memcpy(resized, block, smaller - 2 * sizeof(BlockHeader));
+    freeBlock(block);
+    return resized;
+}
+
+XMLName splitName(std::string_view name)
+{
+    const size_t end = name.rfind(separator);
+    if (end == std::string_view::npos)
+        return {{}, name};
+    return {name.substr(0, end), name.substr(end + 1)};
+}
+
+class Parser {
+public:
+    Parser(XMLContent& content, XMLFault& fault);
+    void parse(std::string_view document);
+
+private:
+    struct Free {
+        void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+    };
+
+    static void onStartElement(void* self, const char* name, const char** attributes);
+    static void onEndElement(void* self, const char* name);
+    static void onText(void* self, const char* text, int length);
+    static void onDocumentType(void* self, const char* name, const char* systemId,
+                               const char* publicId, int hasDeclarations);
+
+    template <typename Body>
+    void handle(Body&& body) noexcept;
+    void startElement(const char* name, const char** attributes);
+    XMLPlace place() const;
+
+    std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> expat_;
+    XMLContent& content_;
+    XMLFault& fault_;
+    size_t depth_ = 0;
+    bool stopped_ = false;
+    bool outOfMemory_ = false;
+};
+
+Parser::Parser(XMLContent& content, XMLFault& fault) : content_(content), fault_(fault)
+{
+    const XML_Memory_Handling_Suite memory = {allocateBlock, resizeBlock, freeBlock};
+    const char separators[] = {separator, '\0'};
+    expat_.reset(XML_ParserCreate_MM(nullptr, &memory, separators));
+    if (!expat_)
+        throw std::bad_alloc();
+    XML_SetUserData(expat_.get(), this);
+    XML_SetElementHandler(expat_.get(), onStartElement, onEndElement);
+    XML_SetCharacterDataHandler(expat_.get(), onText);
+    XML_SetStartDoctypeDeclHandler(expat_.get(), onDocumentType);
+}
+
+void Parser::parse(std::string_view document)
+{
+    // In one piece: a parser that gets a long token in pieces may scan it again for each of them.
+    const auto result = XML_Parse(expat_.get(), document.data(), static_cast<int>(document.size()),
+                                  /*isFinal=*/1);
+    // Where the parser gets no memory it may say that something else is wrong, or nothing at all.
+    if (outOfMemory_ || budget.hasFailed)
+        throw std::bad_alloc();
+    if (budget.isExceeded)
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, place(),
+                   "the document needs too much memory for its size");
+    else if (result != XML_STATUS_OK)
+        fault_.set(HBBTV_KIT_XML_AIT_NOT_WELL_FORMED, place(),
+                   std::string("not well-formed XML: ") +
+                       XML_ErrorString(XML_GetErrorCode(expat_.get())));
+}
+
+/// Runs what a callback does. No exception may pass through the parser, which is written in C; it
+/// may call back once more after it was stopped.
+template <typename Body>
+void Parser::handle(Body&& body) noexcept
+{
+    if (stopped_)
+        return;
+    try {
+        body();
+    } catch (const std::bad_alloc&) {
+        outOfMemory_ = true;
+    }
+    stopped_ = outOfMemory_ || fault_.isSet();
+    if (stopped_)
+        XML_StopParser(expat_.get(), XML_FALSE);
+}
+
+void Parser::onStartElement(void* self, const char* name, const char** attributes)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle([=] { parser->startElement(name, attributes); });
+}
+
+void Parser::startElement(const char* name, const char** attributes)
+{
+    if (++depth_ > deepestXMLElement)
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, place(),
+                   "expected elements not deeper than " + std::to_string(deepestXMLElement));
+    else
+        content_.startElement(splitName(name), XMLAttributes(attributes), place());
+}
+
+void Parser::onEndElement(void* self, const char* /*name*/)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle([parser] {
+        --parser->depth_;
+        parser->content_.endElement();
+    });
+}
+
+void Parser::onText(void* self, const char* text, int length)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle(
+        [=] { parser->content_.addText(std::string_view(text, static_cast<size_t>(length))); });
+}
+
+// What a document declares of itself may grow without bound when it is used, and what it refers to
+// is somebody else's.
+void Parser::onDocumentType(void* self, const char* /*name*/, const char* systemId,
+                            const char* /*publicId*/, int hasDeclarations)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle([=] {
+        if (systemId || hasDeclarations)
+            parser->fault_.set(HBBTV_KIT_XML_AIT_NOT_WELL_FORMED, parser->place(),
+                               "DOCTYPE: expected neither declarations nor a reference to them");
+    });
+}
+
+XMLPlace Parser::place() const
+{
+    return {static_cast<unsigned>(XML_GetCurrentLineNumber(expat_.get())),
+            static_cast<unsigned>(XML_GetCurrentColumnNumber(expat_.get()) + 1)};
+}
+
+}  // namespace
+
+size_t XMLAttributes::size() const
+{
+    size_t count = 0;
+    while (pairs_[2 * count])
+        ++count;
+    return count;
+}
+
+XMLName XMLAttributes::nameOf(size_t index) const
+{
+    return splitName(pairs_[2 * index]);
+}
+
+void parseXML(std::string_view document, XMLContent& content, XMLFault& fault)
+{
+    budget = {memoryFactor * document.size() + memoryBase, false, false};
+    Parser(content, fault).parse(document);
+}
+
+}  // namespace VestaHbbTV
