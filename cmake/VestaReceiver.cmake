@@ -49,6 +49,10 @@ if(VESTA_BUILD_RECEIVER)
   target_link_libraries(vesta_receiver_objects PUBLIC
     vesta_hbbtv_appman "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
     nlohmann_json::nlohmann_json Threads::Threads)
+  if(TARGET vesta_hbbtv_kit)
+    target_link_libraries(vesta_receiver_objects PUBLIC vesta_hbbtv_kit)
+    target_compile_definitions(vesta_receiver_objects PRIVATE VESTA_HAS_KIT)
+  endif()
   set_source_files_properties(receiver/options.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_receiver_objects)

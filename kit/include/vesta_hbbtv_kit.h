@@ -1,11 +1,13 @@
 /// The kit: what an integration of the HbbTV application manager needs beside it, for C and C++.
 ///
-/// Everything here belongs to the browser thread. Failures are return values, and nothing is
-/// thrown.
+/// What stands in this file belongs to the browser thread; the feed has a thread of its own.
+/// Failures are return values, and nothing is thrown.
 #ifndef VESTA_HBBTV_KIT_H
 #define VESTA_HBBTV_KIT_H
 
 #include <stddef.h>
+
+#include "vesta_hbbtv_kit_feed.h"
 
 #pragma GCC visibility push(default)
 #ifdef __cplusplus

@@ -43,6 +43,15 @@ std::string putInForce(TAVO_VestaWindow* /*window*/, const std::string& /*docume
 
 #endif
 
+/// The document was loaded as an application, which has shown nothing and has nothing more to do: it
+/// ends after its table has found an application to start.
+void endDocument(const TAVO_VestaWindow& window)
+{
+    void* id = nullptr;
+    native_AppManGetApplicationId(window.id, nullptr, &id);
+    native_ApplicationDestroyApplication(id);
+}
+
 }  // namespace
 
 bool isXMLTable(const std::string& url, const std::string& mimeType)
@@ -54,13 +63,15 @@ bool takeXMLTable(EventLog& log, TAVO_VestaWindow* window, const std::string& do
                   const std::string& url)
 {
     const std::string problem = putInForce(window, document, url);
-    if (problem.empty())
-        log.report(Source::Browser, "xml-ait", url + ": an XML AIT for its window",
-                   {{"url", url}, {"window", window->id}, {"size", document.size()}});
-    else
+    if (!problem.empty()) {
         log.report(Source::Browser, "load-failed", url + ": no XML AIT: " + problem,
                    {{"url", url}, {"status", nullptr}});
-    return problem.empty();
+        return false;
+    }
+    log.report(Source::Browser, "xml-ait", url + ": an XML AIT for its window",
+               {{"url", url}, {"window", window->id}, {"size", document.size()}});
+    endDocument(*window);
+    return true;
 }
 
 }  // namespace receiver

@@ -436,6 +436,8 @@ void ServiceFollower::sendHeldBack()
 
 void ServiceFollower::sendTableSection(const SectionBytes& section)
 {
+    if (isInForce(section))
+        return;
     reportTableSection(section);
     if (const std::string problem = examiner_.examine(section); !problem.empty())
         remark("ait-problem", problem);
@@ -447,6 +449,16 @@ void ServiceFollower::sendTableSection(const SectionBytes& section)
     outgoing_.push_back(tableSection(section.data(), section.size(),
                                      tuned_->originalNetworkId.value_or(0),
                                      tuned_->transportStreamId, tuned_->programNumber));
+}
+
+/// A table is sent once and not with every repetition: while the table of an application from an
+/// XML AIT is in force, its own would be taken for a new one.
+bool ServiceFollower::isInForce(const SectionBytes& section) const
+{
+    const SectionHeader header = readSectionHeader(section);
+    const auto reported = reported_.find(header.sectionNumber);
+    return reported != reported_.end() && reported->second == section &&
+           examiner_.isInForce(header.version);
 }
 
 /// Reports a section that was not there before; the air repeats them all the time.

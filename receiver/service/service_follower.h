@@ -122,6 +122,7 @@ private:
     void passOn(const SectionBytes& section);
     void sendHeldBack();
     void sendTableSection(const SectionBytes& section);
+    bool isInForce(const SectionBytes& section) const;
     void reportTableSection(const SectionBytes& section);
     void reportFileAnswers(size_t most);
     void takeStreamEvents();

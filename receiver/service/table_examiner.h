@@ -42,6 +42,9 @@ public:
     /// @return what a table that has begun is waiting for; empty when there is no such table
     std::string lack() const;
 
+    /// Whether the table of this version was taken whole, and no other has begun since.
+    bool isInForce(uint8_t version) const { return !version_ && versionInForce_ == version; }
+
     /// The service was left.
     void clear() { *this = TableExaminer(); }
 
