@@ -222,6 +222,19 @@ TEST_F(ServiceFollowerTest, StaysWhereTheTableCame)
     EXPECT_EQ(sent(), "2: 5/0");
 }
 
+TEST_F(ServiceFollowerTest, AWholeTableIsSentOnceUntilItChanges)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    for (int round = 0; round < 2; ++round) {
+        play(tablePid(1), table(5, 0, 1));
+        play(tablePid(1), table(5, 1, 1));
+    }
+    play(tablePid(1), table(6, 0, 1));
+    play(tablePid(1), table(5, 0, 1));
+    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 6/0, 1: 5/0");
+}
+
 TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
 {
     services({1, 2, 3});

@@ -126,6 +126,20 @@ TEST(TableExaminer, WholeTablesAreNothingToTalkAbout)
     EXPECT_EQ(examiner.lack(), "");
 }
 
+TEST(TableExaminer, ATableIsInForceWhenItIsWholeUntilAnotherBegins)
+{
+    TableExaminer examiner;
+    examiner.examine(part(2, 1, 1));
+    EXPECT_FALSE(examiner.isInForce(2));
+    examiner.examine(part(2, 0, 1));
+    EXPECT_TRUE(examiner.isInForce(2));
+    EXPECT_FALSE(examiner.isInForce(3));
+    examiner.examine(part(3, 0, 1));
+    EXPECT_FALSE(examiner.isInForce(2));
+    examiner.examine(part(3, 1, 1));
+    EXPECT_TRUE(examiner.isInForce(3));
+}
+
 TEST(TableExaminer, ATableThatNeverCompletesIsSaidWhenItHasComeRound)
 {
     TableExaminer examiner;
