@@ -282,7 +282,7 @@ ref_ptr<AITApplicationTransport> ApplicationReader::readTransport(const XMLEleme
 ref_ptr<AITApplicationTransport> ApplicationReader::readHTTP(const XMLElement& element,
                                                              const AITApplication& application)
 {
-    const ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);
     transport->setProtocol(AITApplicationTransport::HTTP);
     std::string base = url(need(element, "URLBase"), webSchemes, "an http: or https: URL");
     // The location follows the base as it is: that of a base without a path would become part of
@@ -298,7 +298,7 @@ ref_ptr<AITApplicationTransport> ApplicationReader::readHTTP(const XMLElement& e
 // The table is that of no service, so a carousel has to say in which service it is.
 ref_ptr<AITApplicationTransport> ApplicationReader::readObjectCarousel(const XMLElement& element)
 {
-    const ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);
+    ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);
     transport->setProtocol(AITApplicationTransport::OBJECT_CAROUSEL);
     transport->setRemote(true);
     const XMLElement& triplet = need(element, "DvbTriplet");

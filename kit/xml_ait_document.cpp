@@ -1,13 +1,9 @@
 #include "kit/xml_ait_document.h"
 
-#include <cstdint>
-#include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "foundation/text.h"
 #include "kit/xml_ait_application.h"
 #include "kit/xml_element.h"
 #include "kit/xml_parser.h"
@@ -122,10 +118,6 @@ private:
     void keep(const KnownElement& known, const XMLAttributes& attributes, const XMLPlace& place);
     void keepAttributes(const XMLAttributes& attributes);
     void finishApplication();
-    void refuse(HBBTV_KitXMLAITStatus status, const XMLPlace& place, std::string text)
-    {
-        fault_.set(status, place, std::move(text));
-    }
 
     const std::string_view documentUrl_;
     XMLFault& fault_;
@@ -149,9 +141,9 @@ void DocumentReader::startElement(const XMLName& name, const XMLAttributes& attr
     if (!known) {
         ++skippedDepth_;
         if (path_.empty())
-            refuse(HBBTV_KIT_XML_AIT_INVALID, place,
-                   "root " + quotation(name.local) +
-                       ": expected ServiceDiscovery of the namespace urn:dvb:mhp:2009");
+            fault_.set(HBBTV_KIT_XML_AIT_INVALID, place,
+                       "root " + quotation(name.local) +
+                           ": expected ServiceDiscovery of the namespace urn:dvb:mhp:2009");
         return;
     }
     path_.push_back(known);
@@ -173,8 +165,8 @@ const KnownElement* DocumentReader::recognise(const XMLName& name) const
 void DocumentReader::beginApplication(const XMLPlace& place)
 {
     if (++applications_ > mostXMLAITApplications) {
-        refuse(HBBTV_KIT_XML_AIT_TOO_LARGE, place,
-               limitText("applications", mostXMLAITApplications));
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, place,
+                   limitText("applications", mostXMLAITApplications));
         return;
     }
     application_ = XMLElement(applicationName, place);
@@ -186,8 +178,8 @@ void DocumentReader::keep(const KnownElement& known, const XMLAttributes& attrib
                           const XMLPlace& place)
 {
     if (++elements_ > mostXMLAITElements) {
-        refuse(HBBTV_KIT_XML_AIT_TOO_LARGE, place,
-               limitText("elements in an application", mostXMLAITElements));
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, place,
+                   limitText("elements in an application", mostXMLAITElements));
         return;
     }
     open_.push_back(&open_.back()->children.emplace_back(known.name, place));
@@ -197,13 +189,14 @@ void DocumentReader::keep(const KnownElement& known, const XMLAttributes& attrib
 void DocumentReader::keepAttributes(const XMLAttributes& attributes)
 {
     XMLElement& element = *open_.back();
-    for (size_t i = 0; i < attributes.size(); ++i) {
+    const size_t count = attributes.size();
+    for (size_t i = 0; i < count; ++i) {
         const std::string_view name = knownAttribute(attributes.nameOf(i));
         if (name.empty())
             continue;
         if (attributes.valueOf(i).size() > longestXMLAITText) {
-            refuse(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
-                   std::string(name) + ": " + limitText("bytes", longestXMLAITText));
+            fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
+                       std::string(name) + ": " + limitText("bytes", longestXMLAITText));
             return;
         }
         element.attributes.push_back({name, std::string(trimmed(attributes.valueOf(i)))});
@@ -216,8 +209,8 @@ void DocumentReader::addText(std::string_view text)
         return;
     XMLElement& element = *open_.back();
     if (text.size() > longestXMLAITText - element.text.size())
-        refuse(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
-               std::string(element.name) + ": " + limitText("bytes", longestXMLAITText));
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
+                   std::string(element.name) + ": " + limitText("bytes", longestXMLAITText));
     else
         element.text.append(text);
 }
@@ -248,8 +241,8 @@ void DocumentReader::finishApplication()
 ref_ptr<AIT> DocumentReader::takeTable()
 {
     if (table_->getNumApplications() == 0)
-        refuse(HBBTV_KIT_XML_AIT_INVALID, rootPlace_,
-               "ServiceDiscovery: expected an Application of HbbTV's type");
+        fault_.set(HBBTV_KIT_XML_AIT_INVALID, rootPlace_,
+                   "ServiceDiscovery: expected an Application of HbbTV's type");
     return fault_.isSet() ? ref_ptr<AIT>() : table_;
 }
 

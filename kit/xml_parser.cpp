@@ -36,8 +36,11 @@ thread_local MemoryBudget budget;
 
 /// Stands before each block of the parser.
 struct alignas(std::max_align_t) BlockHeader {
-    size_t cost;  ///< with this header, and what the allocator needs for a block
+    size_t size;  ///< without this header
 };
+
+/// Of each block: the header, and as much for what the allocator needs itself.
+constexpr size_t blockOverhead = 2 * sizeof(BlockHeader);
 
 BlockHeader* headerOf(void* block)
 {
@@ -46,8 +49,7 @@ BlockHeader* headerOf(void* block)
 
 void* allocateBlock(size_t size)
 {
-    constexpr size_t overhead = 2 * sizeof(BlockHeader);
-    if (budget.left < overhead || size > budget.left - overhead) {
+    if (budget.left < blockOverhead || size > budget.left - blockOverhead) {
         budget.isExceeded = true;
         return nullptr;
     }
@@ -56,15 +58,15 @@ void* allocateBlock(size_t size)
         budget.hasFailed = true;
         return nullptr;
     }
-    budget.left -= size + overhead;
-    return new (memory) BlockHeader{size + overhead} + 1;
+    budget.left -= size + blockOverhead;
+    return new (memory) BlockHeader{size} + 1;
 }
 
 void freeBlock(void* block)
 {
     if (!block)
         return;
-    budget.left += headerOf(block)->cost;
+    budget.left += headerOf(block)->size + blockOverhead;
     std::free(headerOf(block));
 }
 
@@ -73,9 +75,7 @@ void* resizeBlock(void* block, size_t size)
     void* const resized = allocateBlock(size);
     if (!resized || !block)
         return resized;
-    // Both have the same overhead.
-    const size_t smaller = std::min(headerOf(block)->cost, headerOf(resized)->cost);
-    std::memcpy(resized, block, smaller - 2 * sizeof(BlockHeader));
+    std::memcpy(resized, block, std::min(headerOf(block)->size, size));
     freeBlock(block);
     return resized;
 }
@@ -88,6 +88,7 @@ XMLName splitName(std::string_view name)
     return {name.substr(0, end), name.substr(end + 1)};
 }
 
+/// Drives the parser for one document.
 class Parser {
 public:
     Parser(XMLContent& content, XMLFault& fault);

@@ -22,6 +22,7 @@ public:
     /// @param pairs name, value, name, value and so on, null at their end; borrowed
     explicit XMLAttributes(const char* const* pairs) : pairs_(pairs) {}
 
+    /// Counts them.
     size_t size() const;
     XMLName nameOf(size_t index) const;
     std::string_view valueOf(size_t index) const { return pairs_[2 * index + 1]; }

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Compares what the shared library exports and what it leaves to the browser with exports.txt.
+# Compares what a shared library exports and what it leaves to the browser with its list: exports.txt,
+# or the one that LIST names.
 #   compare_exports.sh LIBRARY            fails and shows the difference
-#   compare_exports.sh LIBRARY --update   writes exports.txt anew
+#   compare_exports.sh LIBRARY --update   writes the list anew
 # Names are demangled, so that a review can read them. std::size_t is unsigned long on 64 bits and
 # unsigned int on 32: the two count as equal, which lets one list serve every processor. NM names
 # the nm to use.
 set -euo pipefail
-list="$(dirname "${BASH_SOURCE[0]}")/exports.txt"
+list="$(dirname "${BASH_SOURCE[0]}")/${LIST:-exports.txt}"
 readonly library=$1 list
 export LC_ALL=C
 

@@ -1,22 +1,23 @@
 #!/usr/bin/env bash
-# Compares docs/functions.md with the public header and the test sources.
+# Compares docs/functions.md with the public headers and the test sources.
 #   functions_table.sh SOURCE_DIRECTORY
 # Every declared function, and every class that an installed header offers, has one row, every row
 # names one of these, and its test exists in the named source, which uses it.
 set -euo pipefail
 readonly root=$1
-readonly table="$root/docs/functions.md" header="$root/include/vesta_hbbtv_appman.h"
+readonly table="$root/docs/functions.md"
+readonly headers=("$root/include/vesta_hbbtv_appman.h" "$root/kit/include/vesta_hbbtv_kit.h")
 export LC_ALL=C
 
 without_comments() {
-    sed 's,//.*,,' "$1"
+    sed 's,//.*,,' "$@"
 }
 
-# What the public header declares, and the other installed headers; but for what only their own
+# What the public headers declare, and the other installed headers; but for what only their own
 # classes are made of.
 declared() {
     {
-        without_comments "$header" |
+        without_comments "${headers[@]}" |
             grep -oE '\b((vesta_hbbtv|native|dsmcc|hbbtv)_[A-Za-z_]+ *\(|veif_[A-Za-z]+;)' |
             tr -d ' (;'
         sed -n 's,^vesta_hbbtv_appman/\(.*/.*\),\1,p' "$root/tests/packaging/headers.txt" |

@@ -2,7 +2,8 @@
 # Installs the library, moves the installation, and lets the outside project find it there.
 #   try_outside_project.sh cmake|pkg-config
 # The build that is tested comes in through the environment: BUILD, WORK, CMAKE, CXX, LIBDIR,
-# INCLUDEDIR, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN and EMULATOR.
+# INCLUDEDIR, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN, EMULATOR, and KIT where
+# there is one.
 set -euo pipefail
 outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
 readonly outside skipped=77
@@ -31,10 +32,36 @@ find_with_cmake() {
     [[ -n "${TOOLCHAIN:-}" ]] && compiler="-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN"
     "$CMAKE" -S "$outside" -B "$WORK/cmake" -DCMAKE_PREFIX_PATH="$WORK/installed" \
         -DOUTSIDE_GENERATED="$WORK/generated" -DCMAKE_CXX_FLAGS="${FLAGS:-}" \
-        "$compiler" -DCMAKE_FIND_ROOT_PATH="$WORK/installed"
+        "$compiler" -DCMAKE_FIND_ROOT_PATH="$WORK/installed" -DOUTSIDE_KIT="${KIT:-}"
     "$CMAKE" --build "$WORK/cmake" --verbose
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman"
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman_static"
+    if [[ -n ${KIT:-} ]]; then
+        "${emulator[@]}" "$WORK/cmake/with_kit"
+        "${emulator[@]}" "$WORK/cmake/with_kit_static"
+    fi
+}
+
+# link_with_kit OUTPUT OPTION...: a C program and the browser in C++.
+link_with_kit() {
+    local output=$1
+    shift
+    "$CXX" -x c -std=c11 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        -c "$outside/kit/consumer.c" -o "$WORK/consumer.o"
+    "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        "$WORK/consumer.o" "$outside/kit/main.cpp" "$outside/browser.cpp" -o "$output" "$@"
+    "${emulator[@]}" "$output"
+}
+
+find_kit_with_pkg_config() {
+    local library="$WORK/installed/$LIBDIR" compile link
+    read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_kit)"
+    read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_kit)"
+    link_with_kit "$WORK/outside_kit" "${link[@]}" -Wl,-rpath,"$library"
+    read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_kit)"
+    link=("${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}")
+    link_with_kit "$WORK/outside_kit_static" \
+        "${link[@]/-lvesta_hbbtv_kit/-l:libvesta_hbbtv_kit.a}"
 }
 
 find_with_pkg_config() {
@@ -52,6 +79,7 @@ find_with_pkg_config() {
     "$CXX" -std=c++17 "${flags[@]}" -I"$WORK/generated" "${compile[@]}" "$outside"/*.cpp \
         -o "$WORK/outside_static" "${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}"
     "${emulator[@]}" "$WORK/outside_static"
+    [[ -z ${KIT:-} ]] || find_kit_with_pkg_config
 }
 
 main() {

@@ -70,4 +70,9 @@ TEST(IntegrationGuide, TheEnginesGuideQuotesTheSourcesAsTheyAre)
     expectQuotes("docs/engine.md", 6);
 }
 
+TEST(IntegrationGuide, TheKitsGuideQuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("docs/kit.md", 1);
+}
+
 }  // namespace
