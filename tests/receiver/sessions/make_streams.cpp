@@ -108,6 +108,21 @@ PmtStream tablesOn(unsigned pid)
     return {0x05, pid, signalling(0x0010)};
 }
 
+Bytes component(unsigned tag, const Bytes& descriptors = {})
+{
+    return makeDescriptor(0x52, ByteWriter().u8(tag)) + descriptors;
+}
+
+/// A carousel of one module.
+StreamWriter& addCarousel(StreamWriter& stream, unsigned pid, const Bytes& module)
+{
+    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    stream.add(pid, makeDii(0x80000002, {{1, uint32_t(module.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, module))
+        stream.add(pid, block);
+    return stream;
+}
+
 Bytes twoServices()
 {
     Stream stream;
@@ -143,6 +158,24 @@ Bytes fallback()
     const Bytes transports = carousel(1) + http(2, "http://one.example/");
     stream.add(0x200, table(0, application(1, autostart, {1, 2}, transports))).pause();
     return stream.bytes();
+}
+
+/// A carousel of which the PMT says no more than the stream, and which comes round long after the
+/// table that names it first.
+Bytes lateCarousel()
+{
+    const unsigned pid = 0x300;
+    Stream stream;
+    const PmtStream listed = {0x0B, pid, component(carouselTag)};
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200), listed}));
+    const Bytes transports = carousel(1) + http(2, "http://one.example/");
+    const Bytes applications = table(0, application(1, autostart, {1, 2}, transports));
+    for (int round = 0; round < 25; ++round)
+        stream.add(0x200, applications).pause();
+    addCarousel(stream, pid,
+                makeGateway("g", {{"index.html", makeIor({"fil", 1, "i"})}}) +
+                    makeFile("i", "<html></html>"));
+    return stream.pause().bytes();
 }
 
 /// A service with several tables at once, of which the second PID has the right one.
@@ -316,14 +349,9 @@ std::vector<PmtStream> televisionComponents()
 /// A carousel with an object, "events", whose event "round" is the one of the stream.
 StreamWriter& addEventCarousel(StreamWriter& stream)
 {
-    const unsigned pid = 0x305;
-    const Bytes module = makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
-                         makeStreamEvents("e", {{"round", 7}});
-    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
-    stream.add(pid, makeDii(0x80000002, {{1, uint32_t(module.size())}}));
-    for (const Bytes& block : makeDdbs(1, 0, module))
-        stream.add(pid, block);
-    return stream;
+    return addCarousel(stream, 0x305,
+                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
+                           makeStreamEvents("e", {{"round", 7}}));
 }
 
 /// Present, following and three more of a schedule, each an hour long.
@@ -390,11 +418,6 @@ Bytes television()
         stream.pause();
     }
     return stream.bytes();
-}
-
-Bytes component(unsigned tag, const Bytes& descriptors = {})
-{
-    return makeDescriptor(0x52, ByteWriter().u8(tag)) + descriptors;
 }
 
 Bytes language(const std::string& code, unsigned audioType)
@@ -487,6 +510,7 @@ int main(int argc, char** argv)
         {"two-services", twoServices()},
         {"killed-application", killedApplication()},
         {"fallback", fallback()},
+        {"late-carousel", lateCarousel()},
         {"several-tables", severalTables()},
         {"moving-table", movingTable()},
         {"no-table", noTable()},
