@@ -346,12 +346,12 @@ std::vector<PmtStream> televisionComponents()
     };
 }
 
-/// A carousel with an object, "events", whose event "round" is the one of the stream.
-StreamWriter& addEventCarousel(StreamWriter& stream)
+/// A carousel with an object, "events", whose event "round" has this id.
+StreamWriter& addEventCarousel(StreamWriter& stream, unsigned id)
 {
     return addCarousel(stream, 0x305,
                        makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
-                           makeStreamEvents("e", {{"round", 7}}));
+                           makeStreamEvents("e", {{"round", id}}));
 }
 
 /// Present, following and three more of a schedule, each an hour long.
@@ -413,9 +413,32 @@ Bytes television()
         stream.add(pmtPid, makePmt(5, 0, {tablesOn(tablePids[3])}));
         for (size_t index = 0; index < std::size(tables); ++index)
             stream.add(tablePids[index], tables[index]);
-        addEventCarousel(stream);
+        addEventCarousel(stream, 7);
         stream.add(0x304, makeStreamEventSection(7, round, "round " + std::to_string(round)));
         stream.pause();
+    }
+    return stream.bytes();
+}
+
+/// Half a second goes by from round to round. Two events are announced from the first one on: one
+/// happens when the programme is five seconds on, one had happened before.
+Bytes scheduledEvents()
+{
+    const unsigned eventPid = 0x304;
+    const unsigned past = 0x8006, coming = 0x8007;
+    const uint64_t second = 90000, programme = 1000 * second;
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, televisionComponents()));
+    stream.add(0x200, table(0, application(1, autostart, "http://one.example/")));
+    addEventCarousel(stream, coming).pause();
+    const Bytes events = makeStreamEventDescriptor(past, "past", programme - second) +
+                         makeStreamEventDescriptor(coming, "coming", programme + 5 * second);
+    for (unsigned round = 0; round < 15; ++round) {
+        const uint64_t gone = round * second / 2;
+        stream.addClock(pmtPid, gone);
+        stream.add(eventPid,
+                   makeSection({0x3D, 0x4000}, makeTimeReference(gone, programme + gone)));
+        stream.add(eventPid, makeSection({0x3D, 0x8000}, events)).pause();
     }
     return stream.bytes();
 }
@@ -521,6 +544,7 @@ int main(int argc, char** argv)
         {"broken-tables", brokenTables()},
         {"idle-applications", idleApplications()},
         {"damaged", damagedStream()},
+        {"scheduled-events", scheduledEvents()},
         {"television", television()},
         {"information", information()},
     };
