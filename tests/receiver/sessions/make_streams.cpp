@@ -392,7 +392,7 @@ Bytes television()
     const auto entry = [&base](unsigned id, const std::string& page) {
         return application(id, present, {1}, http(1, base), page, visible);
     };
-    const Bytes lasting = entry(0x101, "broadcast.html");
+    const Bytes lasting = entry(0x101, "broadcast.html") + entry(0x108, "direct_channel.html");
     const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
                       entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
                       entry(0x106, "applications.html?signalled=1") +
