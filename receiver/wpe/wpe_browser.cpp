@@ -54,8 +54,9 @@ struct WpeWindow : TAVO_VestaWindow {
     std::string expected;         ///< the page that is being opened; a load of it is the page's
     std::string committed;        ///< the page that is shown
     std::set<std::string>
-        resources;        ///< URLs of files that came for it from carousels, and its own
-    bool isFresh = true;  ///< nothing was loaded in the view
+        resources;  ///< URLs of files that came for it from carousels, and its own
+    std::set<std::string> reachable;  ///< patterns of the URLs that CORS does not count for
+    bool isFresh = true;              ///< nothing was loaded in the view
     bool wantsFreshView = false;
     bool hasFailed = false;     ///< the load that is under way
     bool isTerminated = false;  ///< its web process is gone
@@ -270,6 +271,7 @@ void WpeBrowser::makeView(WpeWindow& window)
     window.wantsFreshView = false;
     window.isTerminated = false;
     window.unanswered = 0;
+    window.reachable.clear();
     WebKitWebView* const web = window.view->web();
     window.pages.push_back(webkit_web_view_get_page_id(web));
     // The browser outlives its views, whose signals end with them.
@@ -775,6 +777,28 @@ void WpeBrowser::sendToPages(const TAVO_VestaWindow* window, const std::string& 
             webkit_user_message_new("event", g_variant_new_string(event.c_str()));
         webkit_web_view_send_message_to_page(each.view->web(), message, nullptr, nullptr, nullptr);
     }
+}
+
+/// The engine's messages to a page's process, this one and events, come in the order in which they
+/// were sent.
+bool WpeBrowser::setReachable(const TAVO_VestaWindow* window, const std::string& origin,
+                              bool isReachable)
+{
+    WpeWindow* const found = findOpen(window);
+    if (!found || !found->view)
+        return false;
+    std::set<std::string>& patterns = found->reachable;
+    const std::string pattern = origin + "/*";
+    const bool changes =
+        isReachable ? patterns.insert(pattern).second : patterns.erase(pattern) != 0;
+    if (!changes)
+        return false;
+    std::vector<const char*> list;
+    for (const std::string& each : patterns)
+        list.push_back(each.c_str());
+    list.push_back(nullptr);
+    webkit_web_view_set_cors_allowlist(found->view->web(), list.data());
+    return true;
 }
 
 void WpeBrowser::report(const std::string& event, const std::string& text,

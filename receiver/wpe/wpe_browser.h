@@ -39,6 +39,8 @@ public:
     /// Who answers the script objects; borrowed until null is given.
     void setScriptHost(ScriptHost* host) override { host_ = host; }
     void sendToPages(const TAVO_VestaWindow* window, const std::string& event) override;
+    bool setReachable(const TAVO_VestaWindow* window, const std::string& origin,
+                      bool isReachable) override;
 
     bool runTask() override;
     bool isBusy() const override;
