@@ -178,6 +178,33 @@ Bytes lateCarousel()
     return stream.pause().bytes();
 }
 
+/// A page of a carousel whose script never comes whole, and a service to leave it for.
+Bytes stalledScript()
+{
+    const unsigned pid = 0x300;
+    const std::string page = "<html xmlns=\"http://www.w3.org/1999/xhtml\"><head><script "
+                             "src=\"script.js\"></script></head></html>";
+    const Bytes files = makeGateway("g", {{"index.html", makeIor({"fil", 1, "i"})},
+                                          {"script.js", makeIor({"fil", 2, "s"})}}) +
+                        makeFile("i", page);
+    const Bytes script = makeFile("s", "debug('begins');" + std::string(5000, ' '));
+    const std::vector<Bytes> blocks = makeDdbs(2, 0, script);
+    Stream stream;
+    stream.services({"First", "Second"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200), {0x0B, pid, component(carouselTag)}}));
+    stream.add(pmtPid, makePmt(2, 0, {tablesOn(0x201)}));
+    stream.add(0x200, table(0, application(1, autostart, {1}, carousel(1))));
+    stream.add(0x201, table(0, application(2, autostart, "http://two.example/")));
+    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    stream.add(pid,
+               makeDii(0x80000002, {{1, uint32_t(files.size())}, {2, uint32_t(script.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, files))
+        stream.add(pid, block);
+    for (size_t index = 0; index < blocks.size() / 2; ++index)
+        stream.add(pid, blocks[index]);
+    return stream.pause().bytes();
+}
+
 /// A service with several tables at once, of which the second PID has the right one.
 Bytes severalTables()
 {
@@ -534,6 +561,7 @@ int main(int argc, char** argv)
         {"killed-application", killedApplication()},
         {"fallback", fallback()},
         {"late-carousel", lateCarousel()},
+        {"stalled-script", stalledScript()},
         {"several-tables", severalTables()},
         {"moving-table", movingTable()},
         {"no-table", noTable()},
