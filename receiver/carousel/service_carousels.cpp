@@ -408,14 +408,14 @@ bool ServiceCarousels::isWaitedFor(uint8_t componentTag) const
 ServiceCarousels::Search ServiceCarousels::find(const CarouselPath& path) const
 {
     Search search = {{}, path.path};
-    Lookup& lookup = search.lookup;
-    const ObjectCarousel* const carousel = carouselOf(path, lookup.result, lookup.reason);
+    const ObjectCarousel* const carousel =
+        carouselOf(path, search.lookup.result, search.lookup.reason);
     if (!carousel)
         return search;
-    lookup = carousel->find(search.path);
+    search.lookup = carousel->find(search.path);
     // A "?" that was escaped belongs to a name and looks like the one before a query by now.
     const std::string beforeQuery = withoutQuery(path.path);
-    if (lookup.result == Lookup::Result::Error && beforeQuery != path.path)
+    if (search.lookup.result == Lookup::Result::Error && beforeQuery != path.path)
         search = {carousel->find(beforeQuery), beforeQuery};
     return search;
 }
