@@ -72,6 +72,8 @@ public:
 
 private:
     friend struct WpeWindow;
+    template <auto function>
+    struct OfView;
 
     WpeWindow* findOpen(const TAVO_VestaWindow* window) const;
     WpeWindow* windowOf(const WebKitWebView* web) const;
@@ -93,13 +95,17 @@ private:
     /// @name What WebKit reports of a window's view
     /// @{
     void loadChanged(WpeWindow& window, WebKitLoadEvent event);
-    void loadFailed(WpeWindow& window, const char* url, const GError& error);
-    void urlChanged(WpeWindow& window);
+    gboolean loadFailed(WpeWindow& window, WebKitLoadEvent event, const char* url,
+                        const GError* error);
+    void urlChanged(WpeWindow& window, GParamSpec* property);
+    void pageChanged(WpeWindow& window, GParamSpec* property);
     void scriptsAnswered(long id, unsigned question);
-    bool decide(WpeWindow& window, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
+    gboolean decide(WpeWindow& window, WebKitPolicyDecision* decision,
+                    WebKitPolicyDecisionType type);
     bool decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision);
     bool decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision);
     void processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason);
+    void closed(WpeWindow& window);
     void startLoad(WebKitURISchemeRequest* request);
     /// @}
 
