@@ -1,5 +1,6 @@
 #include "station/program.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 #include "station/description/description_reader.h"
 #include "station/multiplex/multiplexer.h"
 #include "station/multiplex/schedule.h"
+#include "station/text/dvb_time.h"
 
 #ifndef VESTA_VERSION
 #error "the build says which version it is"
@@ -22,12 +24,14 @@ namespace station {
 
 namespace {
 
-constexpr const char* usage = R"(usage: vesta_station make DESCRIPTION STREAM
-       vesta_station check DESCRIPTION
+constexpr const char* usage = R"(usage: vesta_station make [--start TIME] DESCRIPTION STREAM
+       vesta_station check [--start TIME] DESCRIPTION
 
 make    writes the transport stream that a description (station.json) asks for
 check   says what is wrong with a description, and writes nothing
 
+  --start TIME   when the stream starts, instead of what the description says: "now", or a
+                 time as "2026-03-14T20:15:00Z"
   -h, --help     this text
   --version      the program's version
 
@@ -51,6 +55,19 @@ std::optional<std::string> readText(const std::string& path)
     std::ifstream file(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     return file.is_open() && !file.bad() ? std::optional(std::move(text)) : std::nullopt;
+}
+
+/// What the arguments say but for the command.
+struct Job {
+    std::string description;
+    std::optional<int64_t> start;  // seconds since 1970 (UTC), instead of the description's
+};
+
+/// @param text "now", or a time; nothing for another text
+std::optional<int64_t> readStart(const std::string& text)
+{
+    const auto now = std::chrono::system_clock::now();
+    return text == "now" ? std::chrono::system_clock::to_time_t(now) : parseUtc(text);
 }
 
 std::string seconds(int64_t ms)
@@ -95,15 +112,15 @@ int report(const Problems& problems, const std::string& path, std::ostream& erro
 }
 
 /// Reads the description and plays it to the sink.
-int broadcast(const std::string& path, const PacketSink& sink, std::ostream& output,
-              std::ostream& errors)
+int broadcast(const Job& job, const PacketSink& sink, std::ostream& output, std::ostream& errors)
 {
+    const std::string& path = job.description;
     const std::optional<std::string> text = readText(path);
     if (!text)
         return complain(errors, path + ": cannot be read", exitUnreadable);
     Problems problems;
     const auto description =
-        readDescription(*text, std::filesystem::path(path).parent_path(), problems);
+        readDescription(*text, std::filesystem::path(path).parent_path(), problems, job.start);
     if (!description)
         return report(problems, path, errors);
     const auto schedule = makeSchedule(*description, problems);
@@ -116,22 +133,21 @@ int broadcast(const std::string& path, const PacketSink& sink, std::ostream& out
     return report(problems, path, errors);
 }
 
-int check(const std::string& path, std::ostream& output, std::ostream& errors)
+int check(const Job& job, std::ostream& output, std::ostream& errors)
 {
     return broadcast(
-        path, [](const Packet&) {}, output, errors);
+        job, [](const Packet&) {}, output, errors);
 }
 
 /// A stream that could not be made leaves no file of that name, nor does it take one away.
-int make(const std::string& path, const std::string& streamPath, std::ostream& output,
-         std::ostream& errors)
+int make(const Job& job, const std::string& streamPath, std::ostream& output, std::ostream& errors)
 {
     const std::string partPath = streamPath + ".part";
     std::ofstream stream(partPath, std::ios::binary | std::ios::trunc);
     if (!stream)
         return complain(errors, partPath + ": cannot be written", exitUnreadable);
     const int code = broadcast(
-        path,
+        job,
         [&stream](const Packet& packet) {
             stream.write(reinterpret_cast<const char*>(packet.data()),
                          static_cast<std::streamsize>(packet.size()));
@@ -152,7 +168,17 @@ int make(const std::string& path, const std::string& streamPath, std::ostream& o
 
 int run(const std::vector<std::string>& arguments, std::ostream& output, std::ostream& errors)
 {
-    const std::string command = arguments.empty() ? "" : arguments.front();
+    std::vector<std::string> words = arguments;
+    Job job;
+    if (words.size() > 2 && words[1] == "--start") {
+        job.start = readStart(words[2]);
+        if (!job.start)
+            return complain(errors,
+                            "--start: expected \"now\" or a time as \"2026-03-14T20:15:00Z\"",
+                            exitUsage);
+        words.erase(words.begin() + 1, words.begin() + 3);
+    }
+    const std::string command = words.empty() ? "" : words.front();
     if (arguments.size() == 1 && (command == "--help" || command == "-h")) {
         output << usage;
         return exitSuccess;
@@ -161,10 +187,11 @@ int run(const std::vector<std::string>& arguments, std::ostream& output, std::os
         output << "vesta_station " << VESTA_VERSION << "\n";
         return exitSuccess;
     }
-    if (arguments.size() == 3 && command == "make")
-        return make(arguments[1], arguments[2], output, errors);
-    if (arguments.size() == 2 && command == "check")
-        return check(arguments[1], output, errors);
+    job.description = words.size() > 1 ? words[1] : "";
+    if (words.size() == 3 && command == "make")
+        return make(job, words[2], output, errors);
+    if (words.size() == 2 && command == "check")
+        return check(job, output, errors);
     errors << usage;
     return exitUsage;
 }

@@ -40,6 +40,12 @@ public:
 
     /// @param window null for the pages of all windows @param event JSON
     virtual void sendToPages(const TAVO_VestaWindow* window, const std::string& event) = 0;
+
+    /// Whether pages of the window get answers of another origin, whatever its server says of them
+    /// (CORS). Scripts find it so when they hear the next event that is sent to them.
+    /// @param origin "http://host", on every port @return whether it was otherwise before
+    virtual bool setReachable(const TAVO_VestaWindow* window, const std::string& origin,
+                              bool isReachable) = 0;
 };
 
 }  // namespace receiver

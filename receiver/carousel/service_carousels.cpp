@@ -174,8 +174,7 @@ bool ServiceCarousels::isComponentTag(uint16_t tag) const
 {
     const bool isKnown = std::any_of(tagsByPid_.begin(), tagsByPid_.end(),
                                      [tag](const auto& entry) { return entry.second == tag; });
-    return isKnown || std::any_of(unclaimed_.begin(), unclaimed_.end(),
-                                  [tag](const auto& entry) { return entry.second.tag == tag; });
+    return isKnown || (tag <= UINT8_MAX && isWaitedFor(static_cast<uint8_t>(tag)));
 }
 
 void ServiceCarousels::feed(uint16_t pid, const SectionBytes& section)
@@ -379,22 +378,38 @@ bool ServiceCarousels::isOfService(const CarouselPath& path) const
             path.originalNetworkId == service_->originalNetworkId.value_or(path.originalNetworkId));
 }
 
-/// @param reason says why there is none
-const ObjectCarousel* ServiceCarousels::carouselOf(const CarouselPath& path,
+/// @param result, reason say why there is none, and whether one may come
+const ObjectCarousel* ServiceCarousels::carouselOf(const CarouselPath& path, Lookup::Result& result,
                                                    std::string& reason) const
 {
-    const ObjectCarousel* const carousel =
-        isOfService(path) ? carouselOf(path.componentTag) : nullptr;
-    if (!carousel)
-        reason = isOfService(path) ? "no carousel with component tag " + hex(path.componentTag)
-                                   : "not a carousel of the tuned service";
-    return carousel;
+    const bool isHere = isOfService(path);
+    const ObjectCarousel* const carousel = isHere ? carouselOf(path.componentTag) : nullptr;
+    if (carousel)
+        return carousel;
+    const bool mayCome = isHere && isWaitedFor(path.componentTag);
+    result = mayCome ? Lookup::Result::Pending : Lookup::Result::Error;
+    if (mayCome)
+        reason = "the carousel with component tag " + hex(path.componentTag) + " has not begun";
+    else if (isHere)
+        reason = "no carousel with component tag " + hex(path.componentTag);
+    else
+        reason = "not a carousel of the tuned service";
+    return nullptr;
+}
+
+/// Whether the service has a stream on which this carousel may begin.
+bool ServiceCarousels::isWaitedFor(uint8_t componentTag) const
+{
+    return std::any_of(unclaimed_.begin(), unclaimed_.end(), [componentTag](const auto& entry) {
+        return entry.second.tag == componentTag;
+    });
 }
 
 ServiceCarousels::Search ServiceCarousels::find(const CarouselPath& path) const
 {
     Search search = {{}, path.path};
-    const ObjectCarousel* const carousel = carouselOf(path, search.lookup.reason);
+    const ObjectCarousel* const carousel =
+        carouselOf(path, search.lookup.result, search.lookup.reason);
     if (!carousel)
         return search;
     search.lookup = carousel->find(search.path);
@@ -409,14 +424,8 @@ StreamEventLookup ServiceCarousels::findStreamEvents(const CarouselPath& path) c
 {
     const MutexLock lock(mutex_);
     StreamEventLookup lookup;
-    if (const ObjectCarousel* const carousel = carouselOf(path, lookup.reason))
-        return carousel->findStreamEvents(path.path);
-    const bool mayBegin =
-        std::any_of(unclaimed_.begin(), unclaimed_.end(),
-                    [&path](const auto& entry) { return entry.second.tag == path.componentTag; });
-    if (isOfService(path) && mayBegin)
-        lookup.result = Lookup::Result::Pending;
-    return lookup;
+    const ObjectCarousel* const carousel = carouselOf(path, lookup.result, lookup.reason);
+    return carousel ? carousel->findStreamEvents(path.path) : lookup;
 }
 
 uint64_t ServiceCarousels::revision() const

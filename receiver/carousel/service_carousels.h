@@ -149,8 +149,9 @@ private:
                        std::vector<Answer>& answers) VESTA_REQUIRES(mutex_);
     bool isOfService(const CarouselPath& path) const VESTA_REQUIRES(mutex_);
     const ObjectCarousel* carouselOf(uint8_t componentTag) const VESTA_REQUIRES(mutex_);
-    const ObjectCarousel* carouselOf(const CarouselPath& path, std::string& reason) const
-        VESTA_REQUIRES(mutex_);
+    const ObjectCarousel* carouselOf(const CarouselPath& path, Lookup::Result& result,
+                                     std::string& reason) const VESTA_REQUIRES(mutex_);
+    bool isWaitedFor(uint8_t componentTag) const VESTA_REQUIRES(mutex_);
     Search find(const CarouselPath& path) const VESTA_REQUIRES(mutex_);
     void report(const std::string& event, const std::string& text,
                 const EventLog::Details& details = nullptr);

@@ -17,6 +17,7 @@ constexpr size_t eventTimeSize = 8;  // 31 reserved bits and the eventNPT, of no
 // What the two high bits of table_id_extension say of a section: ETSI TS 102 809, B.2.4.3.
 constexpr unsigned kindShift = 14;
 constexpr unsigned doItNowKind = 0;
+constexpr unsigned timeReferenceKind = 1;
 constexpr unsigned scheduledKind = 2;
 
 /// The event with this id: ISO/IEC 13818-6, 8.3.
@@ -46,7 +47,8 @@ std::optional<StreamEvent> StreamEventSections::take(const SectionBytes& section
     if (header.tableId != streamDescriptorTable || !header.current)
         return std::nullopt;
     const unsigned kind = header.tableIdExtension >> kindShift;
-    hasScheduledEvents_ = hasScheduledEvents_ || kind == scheduledKind;
+    if (kind == timeReferenceKind || kind == scheduledKind)
+        scheduled_.take(header, sectionBody(section));
     // Such an event has a section of its own: a second one would be no table's.
     if (kind != doItNowKind || header.sectionNumber != 0)
         return std::nullopt;

@@ -343,21 +343,36 @@ void StreamEventSubscriptions::feed(uint16_t pid, const SectionBytes& section)
     const MutexLock lock(mutex_);
     StreamEventSections& reader = readers_[pid];
     const std::optional<StreamEvent> event = reader.take(section);
-    if (reader.hasScheduledEvents() && !std::exchange(hasRemarked_, true))
+    if (reader.scheduled().hasLeftOut() && !std::exchange(hasRemarked_, true))
         log_.report(Source::Receiver, "remark",
-                    "stream events at a time of the programme (NPT) are left out");
-    if (!event)
-        return;
-    const std::string data = hexadecimal(event->data);
+                    "more than " + std::to_string(ScheduledEvents::mostEvents) +
+                        " stream events at a time of the programme (NPT): some are left out");
+    if (event)
+        happen(pid, *event);
+}
+
+void StreamEventSubscriptions::advance(uint64_t clock, bool jumps)
+{
+    const MutexLock lock(mutex_);
+    for (auto& [pid, reader] : readers_) {
+        for (const StreamEvent& event : reader.scheduled().advance(clock, jumps))
+            happen(pid, event);
+    }
+}
+
+/// Reports an event to those who listen to it.
+void StreamEventSubscriptions::happen(uint16_t pid, const StreamEvent& event)
+{
+    const std::string data = hexadecimal(event.data);
     for (const auto& [serial, subscription] : subscriptions_) {
-        if (subscription.pid != pid || subscription.eventId != event->id)
+        if (subscription.pid != pid || subscription.eventId != event.id)
             continue;
         log_.report(Source::Air, "stream-event",
                     "stream event \"" + subscription.name + "\"" +
                         listenerText(subscription.listener),
                     {{"name", subscription.name}, {"data", data}});
         outgoing_.push_back(streamEvent(
-            deliver, {subscription.name, data, withoutOtherBytes(event->data), triggerStatus},
+            deliver, {subscription.name, data, withoutOtherBytes(event.data), triggerStatus},
             subscription.listener, serial));
     }
 }

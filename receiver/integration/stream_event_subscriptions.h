@@ -90,6 +90,10 @@ public:
     /// Takes a section; one of another PID changes nothing.
     void feed(uint16_t pid, const SectionBytes& section);
 
+    /// The service's clock has come; events at a time of the programme may happen.
+    /// @param clock of 90 kHz @param jumps away from the one before
+    void advance(uint64_t clock, bool jumps);
+
     /// @return what is to be sent since the last call, in order; the events are the caller's
     std::vector<Outgoing> takeEvents();
     /// @}
@@ -134,6 +138,7 @@ private:
     void fail(uint32_t serial, Subscription& subscription, const std::string& reason)
         VESTA_REQUIRES(mutex_);
     void listen() VESTA_REQUIRES(mutex_);
+    void happen(uint16_t pid, const StreamEvent& event) VESTA_REQUIRES(mutex_);
 
     const ServiceCarousels& carousels_;
     EventLog& log_;
@@ -148,7 +153,7 @@ private:
     size_t waiting_ VESTA_GUARDED_BY(mutex_) = 0;         // so many wait for a carousel
     uint64_t seenRevision_ VESTA_GUARDED_BY(mutex_) = 0;  // of the carousels
     bool hasEnded_ VESTA_GUARDED_BY(mutex_) = false;
-    bool hasRemarked_ VESTA_GUARDED_BY(mutex_) = false;  // on scheduled events
+    bool hasRemarked_ VESTA_GUARDED_BY(mutex_) = false;  // on events that are left out
     std::set<uint16_t> pids_;
     std::map<uint16_t, StreamEventSections> readers_ VESTA_GUARDED_BY(mutex_);  // by PID
     std::vector<Outgoing> outgoing_ VESTA_GUARDED_BY(mutex_);

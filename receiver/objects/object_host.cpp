@@ -68,6 +68,25 @@ void tellOfEnd(void* application)
                       {{"event", "ApplicationDestroyed"}, {"application", numberOf(application)}});
 }
 
+/// What the application manager says of a page's request.
+VestaHbbTV::HBBTV_XHR_Permission permissionOf(const CallingDocument& document,
+                                              const std::string& page, const std::string& target)
+{
+    TavoVestaEventData data = {};
+    data.url = page.c_str();
+    data.second_url = target.c_str();
+    int result = 0;
+    const unsigned isConsumed = VestaHbbTV::vesta_hbbtv_handle_notification(
+        BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XHR_PERMISSION, &data,
+        &result);
+    if (isConsumed == 0)
+        return VestaHbbTV::HBBTV_XHR_CORE_DECIDES;
+    if (result != 0)
+        return VestaHbbTV::HBBTV_XHR_DENY;
+    return static_cast<VestaHbbTV::HBBTV_XHR_Permission>(
+        reinterpret_cast<uintptr_t>(data.request_id));
+}
+
 }  // namespace
 
 std::string textArgument(const Json& arguments, size_t index)
@@ -231,22 +250,25 @@ void ObjectHost::addOtherKeyFunctions()
 
 void ObjectHost::addRequestFunctions()
 {
-    add("request.permission", [](const CallingDocument& document, const Json& arguments) -> Json {
-        const std::string page = textArgument(arguments, 0);
-        const std::string target = textArgument(arguments, 1);
-        TavoVestaEventData data = {};
-        data.url = page.c_str();
-        data.second_url = target.c_str();
-        int result = 0;
-        const unsigned isConsumed = VestaHbbTV::vesta_hbbtv_handle_notification(
-            BrowserEngine::current->handle(), document.window, TAVO_VESTA_EVT_XHR_PERMISSION, &data,
-            &result);
-        if (isConsumed == 0)
-            return VestaHbbTV::HBBTV_XHR_CORE_DECIDES;
-        if (result != 0)
-            return VestaHbbTV::HBBTV_XHR_DENY;
-        return static_cast<int>(reinterpret_cast<uintptr_t>(data.request_id));
+    add("request.permission", [this](const CallingDocument& document, const Json& arguments) {
+        return decideOnRequest(document, arguments);
     });
+}
+
+/// @return the answer, and the number of the event after which the browser acts on it; null where
+///         it does already
+ObjectHost::Json ObjectHost::decideOnRequest(const CallingDocument& document, const Json& arguments)
+{
+    const VestaHbbTV::HBBTV_XHR_Permission permission =
+        permissionOf(document, textArgument(arguments, 0), textArgument(arguments, 1));
+    Json event;
+    if (arguments.size() > 2 && arguments[2].is_string() &&
+        browser_.setReachable(document.window, textArgument(arguments, 2),
+                              permission == VestaHbbTV::HBBTV_XHR_ALLOW)) {
+        event = ++lastOriginsChange_;
+        send(document.window, {{"event", "OriginsChanged"}, {"number", event}});
+    }
+    return Json::array({static_cast<int>(permission), event});
 }
 
 void ObjectHost::addPageFunctions()

@@ -55,12 +55,14 @@ private:
     void addKeySetFunctions();
     void addOtherKeyFunctions();
     void addRequestFunctions();
+    Json decideOnRequest(const CallingDocument& document, const Json& arguments);
     void addPageFunctions();
 
     EventLog& log_;
     Integrator& integrator_;
     ScriptedBrowser& browser_;
     std::map<std::string, Function> functions_;
+    unsigned long lastOriginsChange_ = 0;
     std::function<void(const std::string& text)> hearDebug_;
 };
 

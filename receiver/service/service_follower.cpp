@@ -16,6 +16,9 @@ using namespace VestaHbbTV;
 // URLs begin with.
 const unsigned mostHeldBackRounds = 8;
 
+// Of 27 MHz in one of 90 kHz (ISO/IEC 13818-1, 2.4.2.2).
+constexpr uint64_t ticksPerTime = 300;
+
 // Pending files that are looked for at a time: pages may name thousands.
 const size_t filesPerFeed = 64;
 
@@ -506,8 +509,10 @@ void ServiceFollower::takeStreamEvents()
 
 void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity)
 {
-    if (pid == clockPid_)
-        clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
+    if (pid != clockPid_)
+        return;
+    const bool jumps = clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
+    streamEvents_.advance(ticks / ticksPerTime, jumps);
 }
 
 }  // namespace receiver

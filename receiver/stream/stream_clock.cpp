@@ -18,15 +18,16 @@ std::chrono::steady_clock::duration timeOf(uint64_t ticks, double speed)
 
 }  // namespace
 
-void StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
+bool StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
 {
+    const bool jumps = isKnown_ && (discontinuity || ticks < last_ || ticks - last_ > longestStep);
     isKnown_ = true;
-    const bool jumps = discontinuity || ticks < last_ || ticks - last_ > longestStep;
     if (!first_ || jumps) {
         first_ = ticks;
         start_ = now;
     }
     last_ = ticks;
+    return jumps;
 }
 
 std::optional<StreamClock::Time> StreamClock::due(double speed, Time now)

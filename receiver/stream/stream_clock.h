@@ -15,7 +15,8 @@ public:
 
     /// @param ticks of 27 MHz. A clock that jumps, said or not, begins a new time line: back,
     ///        or by more than a second.
-    void note(uint64_t ticks, bool discontinuity, Time now);
+    /// @return whether it jumps
+    bool note(uint64_t ticks, bool discontinuity, Time now);
 
     /// The stream begins again; what was noted counts no more.
     void restart() { first_.reset(); }

@@ -49,6 +49,18 @@ bool isSuperseded(const GError& error)
 
 }  // namespace
 
+/// A signal of a view, as a call for its window.
+template <typename Answer, typename... Details,
+          Answer (WpeBrowser::*function)(WpeWindow&, Details...)>
+struct WpeBrowser::OfView<function> {
+    static Answer call(WebKitWebView* view, Details... details, gpointer browser)
+    {
+        auto* const self = static_cast<WpeBrowser*>(browser);
+        WpeWindow* const window = self->windowOf(view);
+        return window ? (self->*function)(*window, details...) : Answer();
+    }
+};
+
 /// A window and what is known of the page in its view.
 struct WpeWindow : TAVO_VestaWindow {
     std::unique_ptr<View> view;
@@ -56,8 +68,9 @@ struct WpeWindow : TAVO_VestaWindow {
     std::string expected;         ///< the page that is being opened; a load of it is the page's
     std::string committed;        ///< the page that is shown
     std::set<std::string>
-        resources;        ///< URLs of files that came for it from carousels, and its own
-    bool isFresh = true;  ///< nothing was loaded in the view
+        resources;  ///< URLs of files that came for it from carousels, and its own
+    std::set<std::string> reachable;  ///< patterns of the URLs that CORS does not count for
+    bool isFresh = true;              ///< nothing was loaded in the view
     bool wantsFreshView = false;
     bool hasFailed = false;     ///< the load that is under way
     bool isTerminated = false;  ///< its web process is gone
@@ -279,65 +292,20 @@ void WpeBrowser::makeView(WpeWindow& window)
     window.wantsFreshView = false;
     window.isTerminated = false;
     window.unanswered = 0;
+    window.reachable.clear();
     WebKitWebView* const web = window.view->web();
     window.pages.push_back(webkit_web_view_get_page_id(web));
     // The browser outlives its views, whose signals end with them.
-    using Self = WpeBrowser;
-    g_signal_connect(web, "load-changed",
-                     G_CALLBACK(+[](WebKitWebView* view, WebKitLoadEvent event, gpointer self) {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             browser->loadChanged(*found, event);
-                     }),
-                     this);
-    g_signal_connect(web, "load-failed",
-                     G_CALLBACK(+[](WebKitWebView* view, WebKitLoadEvent /*event*/, const char* url,
-                                    const GError* error, gpointer self) -> gboolean {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             browser->loadFailed(*found, url, *error);
-                         return TRUE;  // no page of the engine's own
-                     }),
-                     this);
-    g_signal_connect(web, "notify::uri",
-                     G_CALLBACK(+[](WebKitWebView* view, GParamSpec* /*property*/, gpointer self) {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             browser->urlChanged(*found);
-                     }),
-                     this);
-    g_signal_connect(web, "notify::page-id",
-                     G_CALLBACK(+[](WebKitWebView* view, GParamSpec* /*property*/, gpointer self) {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             found->pages.push_back(webkit_web_view_get_page_id(view));
-                     }),
-                     this);
-    g_signal_connect(web, "decide-policy",
-                     G_CALLBACK(+[](WebKitWebView* view, WebKitPolicyDecision* decision,
-                                    WebKitPolicyDecisionType type, gpointer self) -> gboolean {
-                         auto* const browser = static_cast<Self*>(self);
-                         WpeWindow* const found = browser->windowOf(view);
-                         return found && browser->decide(*found, decision, type);
-                     }),
-                     this);
-    g_signal_connect(web, "web-process-terminated",
-                     G_CALLBACK(+[](WebKitWebView* view, WebKitWebProcessTerminationReason reason,
-                                    gpointer self) {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             browser->processEnded(*found, reason);
-                     }),
-                     this);
-    g_signal_connect(web, "close", G_CALLBACK(+[](WebKitWebView* view, gpointer self) {
-                         auto* const browser = static_cast<Self*>(self);
-                         if (WpeWindow* const found = browser->windowOf(view))
-                             browser->later(*found, [browser](WpeWindow& closed) {
-                                 TavoVestaEventData data = {};
-                                 browser->notify(closed, TAVO_VESTA_EVT_WINDOW_CLOSE, data);
-                             });
-                     }),
-                     this);
+    const auto connect = [this, web](const char* signal, GCallback call) {
+        g_signal_connect(web, signal, call, this);
+    };
+    connect("load-changed", G_CALLBACK(OfView<&WpeBrowser::loadChanged>::call));
+    connect("load-failed", G_CALLBACK(OfView<&WpeBrowser::loadFailed>::call));
+    connect("notify::uri", G_CALLBACK(OfView<&WpeBrowser::urlChanged>::call));
+    connect("notify::page-id", G_CALLBACK(OfView<&WpeBrowser::pageChanged>::call));
+    connect("decide-policy", G_CALLBACK(OfView<&WpeBrowser::decide>::call));
+    connect("web-process-terminated", G_CALLBACK(OfView<&WpeBrowser::processEnded>::call));
+    connect("close", G_CALLBACK(OfView<&WpeBrowser::closed>::call));
 }
 
 void WpeBrowser::dropView(WpeWindow& window)
@@ -583,25 +551,28 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
     }
 }
 
-void WpeBrowser::loadFailed(WpeWindow& window, const char* failing, const GError& error)
+/// @return TRUE: no page of the engine's own
+gboolean WpeBrowser::loadFailed(WpeWindow& window, WebKitLoadEvent /*event*/, const char* failing,
+                                const GError* error)
 {
     window.hasFailed = true;
-    if (isSuperseded(error))
-        return;
+    if (isSuperseded(*error))
+        return TRUE;
     window.loaded = true;
     const std::string url = textOf(failing);
-    report("load-failed", url + ": " + error.message, {{"url", url}, {"status", nullptr}});
+    report("load-failed", url + ": " + error->message, {{"url", url}, {"status", nullptr}});
     later(window, [this, url](WpeWindow& shown) {
         if (beginsWith(url, "dvb:"))
             reportFailed(shown, url);
         else
             reportFinished(shown, TAVO_LOAD_CONNECTION_FAILED, httpNone);
     });
+    return TRUE;
 }
 
 /// Of a step inside a page: a fragment, or a state that a script pushed. Pages are reported when
 /// they are committed.
-void WpeBrowser::urlChanged(WpeWindow& window)
+void WpeBrowser::urlChanged(WpeWindow& window, GParamSpec* /*property*/)
 {
     const std::string url = textOf(webkit_web_view_get_uri(window.view->web()));
     if (webkit_web_view_is_loading(window.view->web()) || url.empty() || url == window.committed)
@@ -614,19 +585,25 @@ void WpeBrowser::urlChanged(WpeWindow& window)
     });
 }
 
-bool WpeBrowser::decide(WpeWindow& window, WebKitPolicyDecision* decision,
-                        WebKitPolicyDecisionType type)
+void WpeBrowser::pageChanged(WpeWindow& window, GParamSpec* /*property*/)
+{
+    window.pages.push_back(webkit_web_view_get_page_id(window.view->web()));
+}
+
+/// @return whether it is decided
+gboolean WpeBrowser::decide(WpeWindow& window, WebKitPolicyDecision* decision,
+                            WebKitPolicyDecisionType type)
 {
     switch (type) {
     case WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION:
         return decideNavigation(window, WEBKIT_NAVIGATION_POLICY_DECISION(decision));
     case WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION:
         webkit_policy_decision_ignore(decision);  // an application has one window
-        return true;
+        return TRUE;
     case WEBKIT_POLICY_DECISION_TYPE_RESPONSE:
         return decideResponse(window, WEBKIT_RESPONSE_POLICY_DECISION(decision));
     }
-    return false;
+    return FALSE;
 }
 
 bool WpeBrowser::decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision)
@@ -702,6 +679,12 @@ void WpeBrowser::processEnded(WpeWindow& window, WebKitWebProcessTerminationReas
            windowName(window) + ": its web process " + why + "; the application ends",
            {{"window", window.id}, {"reason", why}});
     loads_.cancelOf(&window);
+    closed(window);
+}
+
+/// A script closes it, or it cannot go on.
+void WpeBrowser::closed(WpeWindow& window)
+{
     later(window, [this](WpeWindow& ended) {
         TavoVestaEventData data = {};
         notify(ended, TAVO_VESTA_EVT_WINDOW_CLOSE, data);
@@ -822,6 +805,28 @@ void WpeBrowser::sendToPages(const TAVO_VestaWindow* window, const std::string& 
             webkit_user_message_new("event", g_variant_new_string(event.c_str()));
         webkit_web_view_send_message_to_page(each.view->web(), message, nullptr, nullptr, nullptr);
     }
+}
+
+/// The engine's messages to a page's process, this one and events, come in the order in which they
+/// were sent.
+bool WpeBrowser::setReachable(const TAVO_VestaWindow* window, const std::string& origin,
+                              bool isReachable)
+{
+    WpeWindow* const found = findOpen(window);
+    if (!found || !found->view)
+        return false;
+    std::set<std::string>& patterns = found->reachable;
+    const std::string pattern = origin + "/*";
+    const bool changes =
+        isReachable ? patterns.insert(pattern).second : patterns.erase(pattern) != 0;
+    if (!changes)
+        return false;
+    std::vector<const char*> list;
+    for (const std::string& each : patterns)
+        list.push_back(each.c_str());
+    list.push_back(nullptr);
+    webkit_web_view_set_cors_allowlist(found->view->web(), list.data());
+    return true;
 }
 
 void WpeBrowser::report(const std::string& event, const std::string& text,

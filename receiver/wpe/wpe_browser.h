@@ -40,6 +40,8 @@ public:
     /// Who answers the script objects; borrowed until null is given.
     void setScriptHost(ScriptHost* host) override { host_ = host; }
     void sendToPages(const TAVO_VestaWindow* window, const std::string& event) override;
+    bool setReachable(const TAVO_VestaWindow* window, const std::string& origin,
+                      bool isReachable) override;
 
     bool runTask() override;
     bool isBusy() const override;
@@ -71,6 +73,8 @@ public:
 
 private:
     friend struct WpeWindow;
+    template <auto function>
+    struct OfView;
 
     WpeWindow* findOpen(const TAVO_VestaWindow* window) const;
     WpeWindow* windowOf(const WebKitWebView* web) const;
@@ -96,13 +100,17 @@ private:
     /// @name What WebKit reports of a window's view
     /// @{
     void loadChanged(WpeWindow& window, WebKitLoadEvent event);
-    void loadFailed(WpeWindow& window, const char* url, const GError& error);
-    void urlChanged(WpeWindow& window);
+    gboolean loadFailed(WpeWindow& window, WebKitLoadEvent event, const char* url,
+                        const GError* error);
+    void urlChanged(WpeWindow& window, GParamSpec* property);
+    void pageChanged(WpeWindow& window, GParamSpec* property);
     void scriptsAnswered(long id, unsigned question);
-    bool decide(WpeWindow& window, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
+    gboolean decide(WpeWindow& window, WebKitPolicyDecision* decision,
+                    WebKitPolicyDecisionType type);
     bool decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision);
     bool decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision);
     void processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason);
+    void closed(WpeWindow& window);
     void startLoad(WebKitURISchemeRequest* request);
     /// @}
 

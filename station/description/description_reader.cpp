@@ -69,7 +69,8 @@ void readServices(ObjectReader& object, const std::filesystem::path& folder,
         object.complain("services", "there is no service");
 }
 
-Description readRoot(const JsonValue& root, const std::filesystem::path& folder, Problems& problems)
+Description readRoot(const JsonValue& root, const std::filesystem::path& folder, Problems& problems,
+                     std::optional<int64_t> start)
 {
     Description description;
     ObjectReader object(root, {root.line, ""}, problems);
@@ -77,6 +78,7 @@ Description readRoot(const JsonValue& root, const std::filesystem::path& folder,
         description.network = readNetwork(network);
     });
     readStream(object, description);
+    description.start = start.value_or(description.start);
     readServices(object, folder, description);
     return description;
 }
@@ -84,12 +86,13 @@ Description readRoot(const JsonValue& root, const std::filesystem::path& folder,
 }  // namespace
 
 std::optional<Description> readDescription(const std::string& text,
-                                           const std::filesystem::path& folder, Problems& problems)
+                                           const std::filesystem::path& folder, Problems& problems,
+                                           std::optional<int64_t> start)
 {
     const std::optional<JsonValue> root = parseJson(text, problems);
     if (!root)
         return std::nullopt;
-    Description description = readRoot(*root, folder, problems);
+    Description description = readRoot(*root, folder, problems, start);
     std::stable_sort(problems.begin(), problems.end(),
                      [](const Problem& left, const Problem& right) {
                          return left.place.line < right.place.line;

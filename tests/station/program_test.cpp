@@ -71,6 +71,27 @@ TEST_F(Program, MakesTheSameStreamOfTheSameDescription)
         << output_;
 }
 
+TEST_F(Program, TheStreamMayStartAtAnotherTimeThanTheDescriptionSays)
+{
+    const std::string programmes =
+        R"("programmes": [{"start": "-0:10:00", "duration": "1:00:00", "name": "A"}])";
+    const std::string described = withService(programmes);
+    write("now.json", described);
+    write("then.json", "{\"stream\": {\"start\": \"2030-02-03T04:05:06Z\"}," + described.substr(1));
+    const std::string now = path("now.json"), then = path("then.json");
+    EXPECT_EQ(call({"make", "--start", "2030-02-03T04:05:06Z", now, path("a.ts")}), exitSuccess);
+    EXPECT_EQ(call({"make", then, path("b.ts")}), exitSuccess) << errors_;
+    EXPECT_EQ(call({"make", now, path("c.ts")}), exitSuccess);
+    EXPECT_EQ(call({"make", "--start", "now", now, path("d.ts")}), exitSuccess) << errors_;
+    EXPECT_TRUE(read("a.ts") == read("b.ts")) << "the programmes' times are counted from there";
+    EXPECT_FALSE(read("a.ts") == read("c.ts"));
+    EXPECT_FALSE(read("d.ts") == read("c.ts"));
+    EXPECT_EQ(call({"check", "--start", "now", now}), exitSuccess);
+    EXPECT_EQ(call({"check", "--start", "soon", now}), exitUsage);
+    EXPECT_EQ(errors_, "vesta_station: --start: expected \"now\" or a time as "
+                       "\"2026-03-14T20:15:00Z\"\n");
+}
+
 TEST_F(Program, ChecksWithoutWriting)
 {
     write("s.json", withService(carousel));
@@ -182,12 +203,14 @@ TEST_F(Program, FilesThatCannotBeReadOrWritten)
 TEST_F(Program, ExplainsItself)
 {
     EXPECT_EQ(call({"--help"}), exitSuccess);
-    EXPECT_EQ(output_.find("usage: vesta_station make DESCRIPTION STREAM"), 0U);
+    EXPECT_EQ(output_.find("usage: vesta_station make [--start TIME] DESCRIPTION STREAM"), 0U);
     EXPECT_EQ(call({"--version"}), exitSuccess);
     EXPECT_EQ(output_.find("vesta_station "), 0U);
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
                                                   {"make"},
                                                   {"make", "a"},
+                                                  {"make", "--start", "now", "a"},
+                                                  {"check", "--start", "now"},
                                                   {"check"},
                                                   {"check", "a", "b"},
                                                   {"play", "a"},

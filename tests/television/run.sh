@@ -33,7 +33,8 @@ commands=$(sed '1d;$d' <<<"$comment")
 
 code=0
 "$receiver" --browser wpe --loop "${options[@]/#/--}" --script "$folder/script" --trace "$folder/trace" \
-    --site "http://test.example/=$pages" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
+    --site "http://test.example/=$pages" --site "http://test.example:8080/=$pages/../other" \
+    --site "http://outside.example/=$pages/../other" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
 said=$(sed -n 's/.*"source":"script","event":"debug","text":"\(.*\)".*/\1/p' "$folder/trace")
 if [[ $code -ne 0 ]] || grep -q '^FAIL' <<<"$said" || ! grep -q '^pass all assertions' <<<"$said"; then
     cat "$folder/output"

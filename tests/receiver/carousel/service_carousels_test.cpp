@@ -307,6 +307,38 @@ TEST_F(ServiceCarouselsTest, AStreamWithoutIdentifierBeginsACarouselWithItsGatew
     EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_OK) << "it stays the one that it was";
 }
 
+TEST_F(ServiceCarouselsTest, ACarouselThatHasNotBegunIsWaitedFor)
+{
+    carousels_.leave();
+    carousels_.join(service(), {carouselStream(carouselPid, carouselTag, false)});
+    EXPECT_EQ(carousels_.getFile(page, id(1)), DSMCC_PENDING);
+    EXPECT_NE(out_.str().find("the carousel with component tag 0x2a has not begun"),
+              std::string::npos);
+    EXPECT_EQ(carousels_.getFile("20fa.441.1.2b/index.html", id(2)), DSMCC_ERROR) << "no stream";
+    feedFiles();
+    EXPECT_EQ(answers(), Answers());
+    feedGateway();
+    EXPECT_EQ(answers(), (Answers{{1, true}}));
+    EXPECT_EQ(read(id(1)), "<html>");
+}
+
+TEST_F(ServiceCarouselsTest, ACarouselThatDoesNotBeginIsWaitedForWhileItMay)
+{
+    const auto listed = {carouselStream(carouselPid, carouselTag, false)};
+    carousels_.leave();
+    carousels_.join(service(), listed);
+    carousels_.getFile(page, id(1));
+    carousels_.join(service(), {carouselStream(otherPid, otherTag)});
+    EXPECT_EQ(answers(), (Answers{{1, false}})) << "the PMT lists its stream no more";
+    carousels_.join(service(), listed);
+    carousels_.getFile(page, id(2));
+    EXPECT_EQ(carousels_.leave(), std::vector<void*>{id(2)}) << "another service is tuned to";
+    carousels_.join(service(), listed);
+    carousels_.getFile(page, id(3));
+    EXPECT_EQ(carousels_.giveUp(), std::vector<void*>{id(3)}) << "the stream has ended";
+    EXPECT_EQ(carousels_.getFile(page, id(4)), DSMCC_ERROR);
+}
+
 TEST_F(ServiceCarouselsTest, AStreamThatIsReferredToLateHasBeenKept)
 {
     carousels_.join(service(), {carouselStream(carouselPid, carouselTag),

@@ -69,13 +69,23 @@ TEST(StreamEventSections, TheEventMayStandAfterOtherDescriptors)
     EXPECT_EQ(take(sections, makeSection({0x3D, 7}, body)), "7:this");
 }
 
-TEST(StreamEventSections, KnowsThatScheduledEventsCame)
+TEST(StreamEventSections, ScheduledEventsAndTimeReferencesAreKnownByTheirTables)
 {
-    StreamEventSections sections;
-    take(sections, makeStreamEventSection(7, 0, ""));
-    EXPECT_FALSE(sections.hasScheduledEvents());
-    take(sections, makeSection({0x3D, 0x8000}, makeStreamEventDescriptor(0x8001, "")));
-    EXPECT_TRUE(sections.hasScheduledEvents());
+    const unsigned doItNow = 0x0007, reference = 0x4007, scheduled = 0x8007, reserved = 0xC007;
+    const std::tuple<const char*, unsigned, bool> cases[] = {
+        {"of scheduled events", scheduled, true},
+        {"with time references", reference, true},
+        {"of an event that is to be done now", doItNow, false},
+        {"reserved", reserved, false},
+    };
+    for (const auto& [why, table, isScheduled] : cases) {
+        StreamEventSections sections;
+        take(sections, makeSection({0x3D, reference}, makeTimeReference(0, 0)));
+        EXPECT_EQ(take(sections, makeSection({0x3D, table}, makeStreamEventDescriptor(9, "", 1))),
+                  "");
+        sections.scheduled().advance(0, false);
+        EXPECT_EQ(sections.scheduled().advance(1, false).size(), isScheduled ? 1u : 0u) << why;
+    }
 }
 
 TEST(StreamEventSections, CutShortAtEveryLengthAreNoEventOrAWholeOne)

@@ -327,13 +327,51 @@ TEST_F(StreamEventSubscriptionsTest, TheEndOfTheStreamIsAnErrorForWhatIsWaitedFo
     EXPECT_EQ(heardNow(), "5 go  '' error");
 }
 
-TEST_F(StreamEventSubscriptionsTest, ScheduledEventsAreRemarkedOnOnce)
+TEST_F(StreamEventSubscriptionsTest, AnEventAtATimeOfTheProgrammeIsHeardThen)
+{
+    events_.subscribe(1, 0x2B, 0x8007, 5, "go");
+    events_.subscribe(1, 0x2B, 0x8008, 5, "other");
+    events_.update();
+    events_.advance(99, false);
+    feed(eventPid, makeSection({0x3D, 0x8000}, makeStreamEventDescriptor(0x8007, "now", 1000)));
+    feed(eventPid, makeSection({0x3D, 0x4000}, makeTimeReference(100, 900)));
+    EXPECT_EQ(heardNow(), "");
+    events_.advance(199, false);
+    EXPECT_EQ(heardNow(), "");
+    events_.advance(200, false);
+    EXPECT_EQ(heardNow(), "5 go 6E6F77 'now' trigger");
+    events_.advance(201, false);
+    EXPECT_EQ(heardNow(), "");
+}
+
+TEST_F(StreamEventSubscriptionsTest, AnEventAtATimeIsNotHeardAfterUnsubscribingOrInAnotherService)
+{
+    const auto announce = [this] {
+        feed(eventPid, makeSection({0x3D, 0x4000}, makeTimeReference(0, 0)));
+        feed(eventPid, makeSection({0x3D, 0x8000}, makeStreamEventDescriptor(0x8007, "", 100)));
+        events_.advance(99, false);
+    };
+    events_.subscribe(1, 0x2B, 0x8007, 5, "go");
+    events_.update();
+    announce();
+    events_.unsubscribe(5, "go");
+    events_.advance(100, false);
+    EXPECT_EQ(heardNow(), "");
+    events_.subscribe(1, 0x2B, 0x8007, 5, "go");
+    events_.update();
+    announce();
+    leave();
+    join();
+    events_.advance(100, false);
+    EXPECT_EQ(heardNow(), "") << "what was held of the former service is gone";
+}
+
+TEST_F(StreamEventSubscriptionsTest, EventsAtATimeThatAreTooManyAreRemarkedOnOnce)
 {
     events_.subscribe(1, 0x2B, 7, 5, "go");
     events_.update();
-    for (const unsigned id : {0x8007u, 0x8008u})
-        fire(id, 0, "x");
-    EXPECT_EQ(heardNow(), "");
+    for (unsigned index = 0; index < ScheduledEvents::mostEvents + 2; ++index)
+        feed(eventPid, makeSection({0x3D, 0x8000 + index}, makeStreamEventDescriptor(7, "")));
     const std::string remark = "stream events at a time of the programme";
     const size_t first = out_.str().find(remark);
     EXPECT_NE(first, std::string::npos);

@@ -108,6 +108,21 @@ PmtStream tablesOn(unsigned pid)
     return {0x05, pid, signalling(0x0010)};
 }
 
+Bytes component(unsigned tag, const Bytes& descriptors = {})
+{
+    return makeDescriptor(0x52, ByteWriter().u8(tag)) + descriptors;
+}
+
+/// A carousel of one module.
+StreamWriter& addCarousel(StreamWriter& stream, unsigned pid, const Bytes& module)
+{
+    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    stream.add(pid, makeDii(0x80000002, {{1, uint32_t(module.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, module))
+        stream.add(pid, block);
+    return stream;
+}
+
 Bytes twoServices()
 {
     Stream stream;
@@ -143,6 +158,51 @@ Bytes fallback()
     const Bytes transports = carousel(1) + http(2, "http://one.example/");
     stream.add(0x200, table(0, application(1, autostart, {1, 2}, transports))).pause();
     return stream.bytes();
+}
+
+/// A carousel of which the PMT says no more than the stream, and which comes round long after the
+/// table that names it first.
+Bytes lateCarousel()
+{
+    const unsigned pid = 0x300;
+    Stream stream;
+    const PmtStream listed = {0x0B, pid, component(carouselTag)};
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200), listed}));
+    const Bytes transports = carousel(1) + http(2, "http://one.example/");
+    const Bytes applications = table(0, application(1, autostart, {1, 2}, transports));
+    for (int round = 0; round < 25; ++round)
+        stream.add(0x200, applications).pause();
+    addCarousel(stream, pid,
+                makeGateway("g", {{"index.html", makeIor({"fil", 1, "i"})}}) +
+                    makeFile("i", "<html></html>"));
+    return stream.pause().bytes();
+}
+
+/// A page of a carousel whose script never comes whole, and a service to leave it for.
+Bytes stalledScript()
+{
+    const unsigned pid = 0x300;
+    const std::string page = "<html xmlns=\"http://www.w3.org/1999/xhtml\"><head><script "
+                             "src=\"script.js\"></script></head></html>";
+    const Bytes files = makeGateway("g", {{"index.html", makeIor({"fil", 1, "i"})},
+                                          {"script.js", makeIor({"fil", 2, "s"})}}) +
+                        makeFile("i", page);
+    const Bytes script = makeFile("s", "debug('begins');" + std::string(5000, ' '));
+    const std::vector<Bytes> blocks = makeDdbs(2, 0, script);
+    Stream stream;
+    stream.services({"First", "Second"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200), {0x0B, pid, component(carouselTag)}}));
+    stream.add(pmtPid, makePmt(2, 0, {tablesOn(0x201)}));
+    stream.add(0x200, table(0, application(1, autostart, {1}, carousel(1))));
+    stream.add(0x201, table(0, application(2, autostart, "http://two.example/")));
+    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
+    stream.add(pid,
+               makeDii(0x80000002, {{1, uint32_t(files.size())}, {2, uint32_t(script.size())}}));
+    for (const Bytes& block : makeDdbs(1, 0, files))
+        stream.add(pid, block);
+    for (size_t index = 0; index < blocks.size() / 2; ++index)
+        stream.add(pid, blocks[index]);
+    return stream.pause().bytes();
 }
 
 /// A service with several tables at once, of which the second PID has the right one.
@@ -313,17 +373,12 @@ std::vector<PmtStream> televisionComponents()
     };
 }
 
-/// A carousel with an object, "events", whose event "round" is the one of the stream.
-StreamWriter& addEventCarousel(StreamWriter& stream)
+/// A carousel with an object, "events", whose event "round" has this id.
+StreamWriter& addEventCarousel(StreamWriter& stream, unsigned id)
 {
-    const unsigned pid = 0x305;
-    const Bytes module = makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
-                         makeStreamEvents("e", {{"round", 7}});
-    stream.add(pid, makeDsi(makeIor({"srg", 1, "g"})));
-    stream.add(pid, makeDii(0x80000002, {{1, uint32_t(module.size())}}));
-    for (const Bytes& block : makeDdbs(1, 0, module))
-        stream.add(pid, block);
-    return stream;
+    return addCarousel(stream, 0x305,
+                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
+                           makeStreamEvents("e", {{"round", id}}));
 }
 
 /// Present, following and three more of a schedule, each an hour long.
@@ -364,11 +419,11 @@ Bytes television()
     const auto entry = [&base](unsigned id, const std::string& page) {
         return application(id, present, {1}, http(1, base), page, visible);
     };
-    const Bytes lasting = entry(0x101, "broadcast.html");
+    const Bytes lasting = entry(0x101, "broadcast.html") + entry(0x108, "direct_channel.html");
     const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
                       entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
                       entry(0x106, "applications.html?signalled=1") +
-                      entry(0x107, "created.html?signalled=2");
+                      entry(0x107, "created.html?signalled=2") + entry(0x109, "requests.html");
     const Bytes autostarted = application(0x201, autostart, {1}, http(1, base), "autostart.html");
     const unsigned tablePids[] = {0x200, 0x201, 0x202, 0x203};
     const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {}), table(1, autostarted)};
@@ -385,16 +440,34 @@ Bytes television()
         stream.add(pmtPid, makePmt(5, 0, {tablesOn(tablePids[3])}));
         for (size_t index = 0; index < std::size(tables); ++index)
             stream.add(tablePids[index], tables[index]);
-        addEventCarousel(stream);
+        addEventCarousel(stream, 7);
         stream.add(0x304, makeStreamEventSection(7, round, "round " + std::to_string(round)));
         stream.pause();
     }
     return stream.bytes();
 }
 
-Bytes component(unsigned tag, const Bytes& descriptors = {})
+/// Half a second goes by from round to round. Two events are announced from the first one on: one
+/// happens when the programme is five seconds on, one had happened before.
+Bytes scheduledEvents()
 {
-    return makeDescriptor(0x52, ByteWriter().u8(tag)) + descriptors;
+    const unsigned eventPid = 0x304;
+    const unsigned past = 0x8006, coming = 0x8007;
+    const uint64_t second = 90000, programme = 1000 * second;
+    Stream stream;
+    stream.services({"First"}).add(pmtPid, makePmt(1, 0, televisionComponents()));
+    stream.add(0x200, table(0, application(1, autostart, "http://one.example/")));
+    addEventCarousel(stream, coming).pause();
+    const Bytes events = makeStreamEventDescriptor(past, "past", programme - second) +
+                         makeStreamEventDescriptor(coming, "coming", programme + 5 * second);
+    for (unsigned round = 0; round < 15; ++round) {
+        const uint64_t gone = round * second / 2;
+        stream.addClock(pmtPid, gone);
+        stream.add(eventPid,
+                   makeSection({0x3D, 0x4000}, makeTimeReference(gone, programme + gone)));
+        stream.add(eventPid, makeSection({0x3D, 0x8000}, events)).pause();
+    }
+    return stream.bytes();
 }
 
 Bytes language(const std::string& code, unsigned audioType)
@@ -487,6 +560,8 @@ int main(int argc, char** argv)
         {"two-services", twoServices()},
         {"killed-application", killedApplication()},
         {"fallback", fallback()},
+        {"late-carousel", lateCarousel()},
+        {"stalled-script", stalledScript()},
         {"several-tables", severalTables()},
         {"moving-table", movingTable()},
         {"no-table", noTable()},
@@ -497,6 +572,7 @@ int main(int argc, char** argv)
         {"broken-tables", brokenTables()},
         {"idle-applications", idleApplications()},
         {"damaged", damagedStream()},
+        {"scheduled-events", scheduledEvents()},
         {"television", television()},
         {"information", information()},
     };

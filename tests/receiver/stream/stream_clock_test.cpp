@@ -49,10 +49,10 @@ TEST_F(StreamClockTest, AClockThatJumpsBeginsANewTimeLine)
     };
     for (const auto& [why, ticks, discontinuity] : cases) {
         clock_ = {};
-        clock_.note(5 * second, false, start_ - seconds(9));
-        clock_.note(ticks, discontinuity, start_);
+        EXPECT_FALSE(clock_.note(5 * second, false, start_ - seconds(9))) << "the first of all";
+        EXPECT_TRUE(clock_.note(ticks, discontinuity, start_)) << why;
         EXPECT_EQ(dueAfterStart(1), seconds(0)) << why;
-        clock_.note(ticks + second, false, start_);
+        EXPECT_FALSE(clock_.note(ticks + second, false, start_));
         EXPECT_EQ(dueAfterStart(1), seconds(1)) << why;
     }
 }

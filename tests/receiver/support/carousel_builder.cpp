@@ -116,9 +116,31 @@ Bytes makeStreamEvents(const std::string& key,
     return makeBiopMessage(key, kind, info, body);
 }
 
-Bytes makeStreamEventDescriptor(unsigned id, const std::string& data)
+namespace {
+
+/// 31 reserved bits and a time.
+Bytes makeTime(uint64_t time)
 {
-    return makeDescriptor(0x1A, ByteWriter().u16(id).fill(8, 0).add(data));
+    return ByteWriter().u32(0xFFFFFFFE | uint32_t(time >> 32)).u32(uint32_t(time));
+}
+
+}  // namespace
+
+Bytes makeStreamEventDescriptor(unsigned id, const std::string& data, uint64_t time)
+{
+    return makeDescriptor(0x1A, ByteWriter().u16(id).add(makeTime(time)).add(data));
+}
+
+Bytes makeTimeReference(uint64_t clock, uint64_t time, unsigned numerator, unsigned denominator,
+                        bool isOfNextTimeLine)
+{
+    return makeDescriptor(0x17, ByteWriter()
+                                    .u8(isOfNextTimeLine ? 0x80 : 0)
+                                    .u8(0xFE | unsigned(clock >> 32))
+                                    .u32(uint32_t(clock))
+                                    .add(makeTime(time))
+                                    .u16(numerator)
+                                    .u16(denominator));
 }
 
 Bytes makeStreamEventSection(unsigned id, unsigned version, const std::string& data)

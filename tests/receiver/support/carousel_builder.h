@@ -45,8 +45,13 @@ Bytes makeStreamEvents(const std::string& key,
                        size_t microsecondBytes = 2);
 
 /// A stream event descriptor, and a section of table 0x3D with one that is to be done now.
-Bytes makeStreamEventDescriptor(unsigned id, const std::string& data);
+/// @param time of 33 bits
+Bytes makeStreamEventDescriptor(unsigned id, const std::string& data, uint64_t time = 0);
 Bytes makeStreamEventSection(unsigned id, unsigned version, const std::string& data);
+
+/// An NPT reference descriptor: at this clock the programme's time is that one, both of 33 bits.
+Bytes makeTimeReference(uint64_t clock, uint64_t time, unsigned numerator = 1,
+                        unsigned denominator = 1, bool isOfNextTimeLine = false);
 
 Bytes makeDsi(const Bytes& ior, uint32_t transactionId = 0x80000000);
 

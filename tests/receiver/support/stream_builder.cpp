@@ -96,6 +96,16 @@ StreamWriter& StreamWriter::add(unsigned pid, const Bytes& section)
     return *this;
 }
 
+StreamWriter& StreamWriter::addClock(unsigned pid, uint64_t time)
+{
+    const unsigned lastBit = unsigned(time & 1) << 7;
+    const Bytes clock = ByteWriter().u8(0x10).u32(uint32_t(time >> 1)).u8(lastBit | 0x7E).u8(0);
+    const Bytes packet =
+        writers_.try_emplace(pid, pid).first->second.packet(false, clock + Bytes(176, 0xFF), {});
+    bytes_.insert(bytes_.end(), packet.begin(), packet.end());
+    return *this;
+}
+
 StreamWriter& StreamWriter::pause()
 {
     const size_t packets = 64;

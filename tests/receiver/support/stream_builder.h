@@ -67,6 +67,9 @@ class StreamWriter {
 public:
     StreamWriter& add(unsigned pid, const Bytes& section);
 
+    /// A clock reference. @param time 33 bits of 90 kHz
+    StreamWriter& addClock(unsigned pid, uint64_t time);
+
     /// So much of nothing that the receiver acts on what came before.
     StreamWriter& pause();
 

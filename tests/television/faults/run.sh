@@ -17,18 +17,22 @@ cleanup() {
 }
 trap cleanup EXIT
 
+# What is played, and what is reported when its AUTOSTART application runs.
+stream=two-services
+started='http://one.example/index.html: 200'
+
 # switch_on [OPTION...]: the receiver with commands from us, its AUTOSTART application running.
 switch_on() {
     local sites=../../receiver/sessions/site
     coproc RECEIVER {
         exec "$receiver" --browser wpe --loop --site http://test.example/=site \
             --site "http://one.example=$sites/one" --site "http://two.example=$sites/two" \
-            "$@" "$streams/two-services.ts" 2>&1
+            "$@" "$streams/$stream.ts" 2>&1
     }
     helpers+=("$RECEIVER_PID")
     exec {to}>&"${RECEIVER[1]}" {from}<&"${RECEIVER[0]}"
     receiver_pid=$RECEIVER_PID
-    expect 'http://one.example/index.html: 200'
+    expect "$started"
 }
 
 tell() {
@@ -68,6 +72,11 @@ children() {
             basename "$(dirname "$status")"
         fi
     done
+}
+
+# resident: the receiver's memory in KiB.
+resident() {
+    sed -n 's/^VmRSS:[^0-9]*\([0-9]*\) kB$/\1/p' "/proc/$receiver_pid/status"
 }
 
 page_works() {
@@ -148,7 +157,7 @@ silent_server() {
 
 # The last zap led to service 1, whose application is there now: nothing else will start.
 expect_first_service() {
-    expect 'http://one.example/index.html: 200'
+    expect "$started"
 }
 
 # Not one process, view or descriptor more than after the first few.
@@ -177,6 +186,34 @@ many_zaps() {
         printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
         exit 1
     }
+    switch_off
+}
+
+# The blocks of a script stop coming: its page waits, and is left like any other.
+stalled_script() {
+    local round before after
+    stream=stalled-script
+    started='script.js: pending, module 2 has'
+    switch_on
+    page_works
+    for round in {1..12}; do
+        tell zap 2
+        expect 'http://two.example/index.html: 200'
+        [[ $round -ne 4 ]] || before=$(resident)
+        tell zap 1
+        expect_first_service
+    done
+    after=$(resident)
+    [[ $after -le $((before + 32768)) ]] || {
+        printf 'resident memory: %s KiB, then %s KiB\n' "$before" "$after" >&2
+        exit 1
+    }
+    [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
+        printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
+        exit 1
+    }
+    ! grep -q 'crashed' "$scratch/seen"
+    page_works
     switch_off
 }
 
