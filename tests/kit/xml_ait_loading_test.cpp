@@ -172,15 +172,23 @@ TEST_F(XMLAITLoading, NeedsALibraryThatRuns)
                  "the application manager does not run");
 }
 
-TEST_F(XMLAITLoading, AnswersTextsThatFit)
+TEST_F(XMLAITLoading, AnswersTheLongestTextsAsAWhole)
 {
-    const std::string name(60, '\x01');
-    std::string document = sampleDocument();
-    document = changed(document, ">AUTOSTART<", ">" + std::string(300, '~') + "<");
-    const HBBTV_KitXMLAITResult result = load(window(), document);
-    EXPECT_LT(std::string(result.text).size(), sizeof(result.text));
-    EXPECT_EQ(std::string(result.text).substr(0, 60),
-              "controlCode \"" + std::string(40, '~') + "...\": e");
+    const std::string code = repeated("~", 300);
+    EXPECT_STREQ(load(window(), changed(sampleDocument(), "AUTOSTART", code)).text,
+                 ("controlCode \"" + code.substr(0, 40) +
+                  "...\": expected AUTOSTART, PRESENT, DESTROY, KILL, PREFETCH, REMOTE, DISABLED, "
+                  "PLAYBACK_AUTOSTART")
+                     .c_str());
+    const std::string relative = repeated("~", 4000);
+    EXPECT_STREQ(
+        load(window(), changed(sampleDocument(), ">http://a.example/<", ">" + relative + "<"),
+             nullptr)
+            .text,
+        ("BoundaryExtension \"" + relative.substr(0, 40) +
+         "...\": expected an http:, https: or dvb: URL, absolute since the document's URL is "
+         "not known")
+            .c_str());
 }
 
 TEST_F(XMLAITLoading, MayBeCalledByAListener)
