@@ -60,7 +60,7 @@ add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
 
 # A set of its own, so that the application manager's is complete without the kit.
 install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit)
-install(FILES kit/include/vesta_hbbtv_kit.h kit/include/vesta_hbbtv_kit_feed.h
+install(FILES kit/include/vesta_hbbtv_kit.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman")
 install(EXPORT vesta_hbbtv_kit NAMESPACE vesta_hbbtv_appman::
         FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}")

@@ -14,11 +14,11 @@
 #include "kit/section_copy.h"
 #include "kit/signalling_streams.h"
 #include "kit/table_collector.h"
-#include "vesta_hbbtv_kit_feed.h"
+#include "vesta_hbbtv_kit.h"
 
 namespace VestaHbbTV {
 
-/// The functions of vesta_hbbtv_kit_feed.h, which describes them.
+/// The functions of vesta_hbbtv_kit.h, which describes them.
 class AITFeed {
 public:
     explicit AITFeed(const HBBTV_KitFeedOptions& options);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "foundation/byte_reader.h"
-#include "vesta_hbbtv_kit_feed.h"
+#include "vesta_hbbtv_kit.h"
 
 namespace VestaHbbTV {
 

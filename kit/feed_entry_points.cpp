@@ -6,7 +6,7 @@
 
 #include "foundation/out_of_memory.h"
 #include "kit/ait_feed.h"
-#include "vesta_hbbtv_kit_feed.h"
+#include "vesta_hbbtv_kit.h"
 
 struct HBBTV_KitAITFeed {
     VestaHbbTV::AITFeed feed;

@@ -6,8 +6,7 @@
 #define VESTA_HBBTV_KIT_H
 
 #include <stddef.h>
-
-#include "vesta_hbbtv_kit_feed.h"
+#include <stdint.h>
 
 #pragma GCC visibility push(default)
 #ifdef __cplusplus
@@ -52,6 +51,167 @@ typedef struct HBBTV_KitXMLAITResult {
 ///        where that is not known: they are faults then
 HBBTV_KitXMLAITResult hbbtv_kit_load_xml_ait(void* window, const void* bytes, size_t length,
                                              const char* documentUrl);
+
+/// @name The AIT feed
+/// Takes every section that the demultiplexer delivers, and gives the application manager whole,
+/// clean tables.
+/// @{
+
+/// Why a section goes no further.
+enum HBBTV_KitSectionFault {
+    HBBTV_KIT_SECTION_OK = 0,
+    HBBTV_KIT_SECTION_INCOMPLETE = 1,    ///< fewer bytes than its section_length announces
+    HBBTV_KIT_SECTION_NOT_AIT = 2,       ///< another table_id
+    HBBTV_KIT_SECTION_LENGTH = 3,        ///< shorter than its fields, or longer than 1024 bytes
+    HBBTV_KIT_SECTION_SYNTAX = 4,        ///< section_syntax_indicator is 0
+    HBBTV_KIT_SECTION_CRC = 5,           ///< CRC_32 does not match
+    HBBTV_KIT_SECTION_TYPE = 6,          ///< another application_type than the one that counts
+    HBBTV_KIT_SECTION_TEST = 7,          ///< test_application_flag is set
+    HBBTV_KIT_SECTION_NOT_CURRENT = 8,   ///< current_next_indicator is 0
+    HBBTV_KIT_SECTION_NUMBER = 9,        ///< section_number above last_section_number
+    HBBTV_KIT_SECTION_COMMON_LOOP = 10,  ///< the common loop leaves the section
+    HBBTV_KIT_SECTION_APPLICATION_LOOP = 11,  ///< so does the application loop, or it is missing
+    HBBTV_KIT_SECTION_APPLICATION = 12,       ///< an application leaves the application loop
+    HBBTV_KIT_SECTION_DESCRIPTOR = 13,        ///< a descriptor leaves its loop
+    HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR = 14,  ///< one of length 0 that is not to be taken out
+    HBBTV_KIT_SECTION_NAME = 15,              ///< an application name leaves its loop
+    HBBTV_KIT_SECTION_REFUSED = 16,   ///< right, but the application manager's reader refuses it
+    HBBTV_KIT_SECTION_UNLISTED = 17,  ///< from a PID that the PMT does not list, or not chosen
+    HBBTV_KIT_SECTION_LATE = 18,      ///< of a service that was left
+    HBBTV_KIT_SECTION_FAULTS = 19     ///< how many there are
+};
+
+/// Why a whole table goes no further.
+enum HBBTV_KitTableFault {
+    HBBTV_KIT_TABLE_OK = 0,
+    HBBTV_KIT_TABLE_APPLICATIONS = 1,  ///< more applications than the feed's limit
+    HBBTV_KIT_TABLE_TEXT = 2,          ///< names, URLs, locations and boundaries are too long
+    HBBTV_KIT_TABLE_LABELS = 3,        ///< more transport protocol labels than the limit
+    HBBTV_KIT_TABLE_SECTIONS = 4       ///< the tables of all PIDs have more than 256 sections
+};
+
+/// What a feed tells of.
+enum HBBTV_KitFeedEvent {
+    /// `pid`, `fault` (an HBBTV_KitSectionFault), `offset`, `tag`. Told once for each fault on each
+    /// PID of a service; all are counted.
+    HBBTV_KIT_FEED_SECTION_REFUSED = 0,
+    /// `pid`, `fault` (an HBBTV_KitTableFault), `version`.
+    HBBTV_KIT_FEED_TABLE_REFUSED = 1,
+    /// `pid`, `version`: the PMT announces another one. It is sent when the PMT follows, or when it
+    /// comes once more.
+    HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT = 2,
+    /// `pid`, `version`, `sentVersion`, `sections`, `applications`: in the event queue.
+    HBBTV_KIT_FEED_TABLE_SENT = 3,
+    /// The application manager was told that there is no table any more.
+    HBBTV_KIT_FEED_WITHDRAWN = 4,
+    /// `pid`: its tables are the service's.
+    HBBTV_KIT_FEED_PID_CHOSEN = 5,
+    /// The table changes more often than the options allow; once until it is quiet again.
+    HBBTV_KIT_FEED_FLAPPING = 6
+};
+
+typedef struct HBBTV_KitFeedReport {
+    size_t size;  ///< of this record, which may grow
+    int event;    ///< an HBBTV_KitFeedEvent, which says what is set besides
+    int fault;
+    unsigned int pid;
+    unsigned int version;      ///< as broadcast
+    unsigned int sentVersion;  ///< as the application manager gets it
+    unsigned int sections;
+    unsigned int applications;
+    unsigned int tag;  ///< of the descriptor
+    size_t offset;     ///< in the section, from table_id
+} HBBTV_KitFeedReport;
+
+/// @param report valid for the call @param context as the options have it
+typedef void (*HBBTV_KitFeedListener)(const HBBTV_KitFeedReport* report, void* context);
+
+/// How a feed works. hbbtv_kit_feed_get_defaults() sets everything.
+typedef struct HBBTV_KitFeedOptions {
+    size_t size;  ///< of this record, which may grow
+
+    /// @name Steps that can be left out: 0 leaves out
+    /// @{
+    int checksChecksum;            ///< 1: CRC_32 has to match
+    int takesOutEmptyDescriptors;  ///< 1: of applications, where the application manager wants none
+    int numbersVersions;        ///< 1: a table gets a new version exactly when its content changed
+    int heedsAnnouncedVersion;  ///< 1: a table of another version than the PMT's is sent later
+    /// @}
+
+    int joinsPIDs;  ///< 1: the tables of all PIDs are one; 0: those of one PID count
+
+    /// The version of HbbTV up to which this terminal carries applications: profiles up to it ask
+    /// for 1.1.1 in what is sent. 0, 0, 0: they stay as they are.
+    unsigned char carriedMajor;
+    unsigned char carriedMinor;
+    unsigned char carriedMicro;
+
+    /// The application_type whose tables count: 0x0010, HbbTV; 0: every one.
+    uint16_t applicationType;
+
+    /// A table that was not repeated for so long, in milliseconds, is withdrawn; 0: never. 20000:
+    /// two of the longest intervals that ETSI TS 102 809, 5.3.4, allows.
+    uint32_t withdrawnAfter;
+
+    /// @name Limits of a table
+    /// @{
+    uint32_t mostApplications;  ///< 256
+    uint32_t mostTextBytes;     ///< 65536; of names, URLs, locations and boundaries
+    uint32_t mostLabels;        ///< 1024
+    /// @}
+
+    /// @name Tables that change too often
+    /// @{
+    uint32_t mostChanges;     ///< 8
+    uint32_t changesWithin;   ///< 60000 ms; more changes than those in this time are told
+    uint32_t heldUntilQuiet;  ///< 0; ms without a change until a flapping table is sent; 0: at once
+    /// @}
+
+    HBBTV_KitFeedListener listener;  ///< null: nobody is told
+    void* context;
+} HBBTV_KitFeedOptions;
+
+typedef struct HBBTV_KitAITFeed HBBTV_KitAITFeed;
+
+/// Sets everything to the values that the fields name.
+/// @param options its `size` included
+void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
+
+/// A feed. All its functions are to be called on one thread at a time, whichever it is, the
+/// listener within them; none of them waits for anything.
+/// @param options copied; null for the defaults
+/// @return to be destroyed; null where there is no memory
+HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
+
+/// @param feed null is ignored
+void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
+
+/// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one.
+/// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
+/// @return what tells the service's sections from those of services that were left: to be given
+///         with each; never 0
+uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
+                             uint16_t transportStreamId, uint16_t serviceId, void* channel);
+
+/// The service's PMT, at every change or at every repetition.
+/// @param tuning as hbbtv_kit_feed_tune() answered
+/// @param section a whole section with the right CRC_32; borrowed for the call
+/// @param now a time that does not go back, in milliseconds
+void hbbtv_kit_feed_pmt(HBBTV_KitAITFeed* feed, uint32_t tuning, const unsigned char* section,
+                        size_t size, uint64_t now);
+
+/// A section of one of the PIDs that the PMT lists.
+/// @param size of what is there; only the section's own bytes are read
+void hbbtv_kit_feed_section(HBBTV_KitAITFeed* feed, uint32_t tuning, unsigned int pid,
+                            const unsigned char* section, size_t size, uint64_t now);
+
+/// Time goes on though no section comes; once a second is often enough.
+void hbbtv_kit_feed_time(HBBTV_KitAITFeed* feed, uint64_t now);
+
+/// @param fault an HBBTV_KitSectionFault
+/// @return how many sections had it since the feed was made; 0 for any other number
+uint64_t hbbtv_kit_feed_get_count(const HBBTV_KitAITFeed* feed, int fault);
+/// @}
 
 #ifdef __cplusplus
 }

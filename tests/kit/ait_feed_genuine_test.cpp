@@ -8,7 +8,7 @@
 #include "tests/kit/pmt_bytes.h"
 #include "tests/signalling/ait_expectations.h"
 #include "tests/support/library_test.h"
-#include "vesta_hbbtv_kit_feed.h"
+#include "vesta_hbbtv_kit.h"
 
 namespace vesta::test {
 namespace {

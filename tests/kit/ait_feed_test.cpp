@@ -8,7 +8,7 @@
 #include "signalling/ait.h"
 #include "tests/kit/pmt_bytes.h"
 #include "tests/support/library_test.h"
-#include "vesta_hbbtv_kit_feed.h"
+#include "vesta_hbbtv_kit.h"
 
 namespace VestaHbbTV {
 namespace {

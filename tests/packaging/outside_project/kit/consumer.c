@@ -35,3 +35,55 @@ int load_fault(void* window)
     return result.status == HBBTV_KIT_XML_AIT_NOT_WELL_FORMED && result.line == 2 &&
            result.column == 1 && result.text[0] != '\0';
 }
+
+static HBBTV_KitAITFeed* feed;
+static uint32_t tuning;
+
+static void hear(const HBBTV_KitFeedReport* report, void* context)
+{
+    (void)context;
+    if (report->event == HBBTV_KIT_FEED_SECTION_REFUSED)
+        printf("PID %u: fault %d at byte %u\n", report->pid, report->fault,
+               (unsigned)report->offset);
+}
+
+static int make_feed(void)
+{
+    HBBTV_KitFeedOptions options;
+    hbbtv_kit_feed_get_defaults(&options);
+    options.carriedMajor = 1;  /* this terminal carries applications up to HbbTV 1.4.1 */
+    options.carriedMinor = 4;
+    options.carriedMicro = 1;
+    options.listener = hear;
+    feed = hbbtv_kit_feed_create(&options);
+    return feed != NULL;
+}
+
+static void tuned(uint16_t network, uint16_t stream, uint16_t service)
+{
+    tuning = hbbtv_kit_feed_tune(feed, network, stream, service, NULL);
+}
+
+static void received(unsigned pid, const unsigned char* section, size_t size, uint64_t milliseconds)
+{
+    if (section[0] == 0x02)
+        hbbtv_kit_feed_pmt(feed, tuning, section, size, milliseconds);
+    else
+        hbbtv_kit_feed_section(feed, tuning, pid, section, size, milliseconds);
+}
+
+uint64_t refused_sections(void)
+{
+    const unsigned char other[] = {0x42, 0xB0, 0x00};
+    const unsigned char pmt[] = {0x02, 0xB0, 0x12, 0x00, 0x01, 0xC1, 0x00, 0x00, 0xE1, 0x00, 0xF0,
+                                 0x00, 0x05, 0xE0, 0x64, 0xF0, 0x00, 0x00, 0x00, 0x00, 0x00};
+    uint64_t refused = 0;
+    if (!make_feed())
+        return 0;
+    tuned(1, 2, 3);
+    received(100, pmt, sizeof(pmt), 0);
+    received(100, other, sizeof(other), 0);
+    refused = hbbtv_kit_feed_get_count(feed, HBBTV_KIT_SECTION_NOT_AIT);
+    hbbtv_kit_feed_destroy(feed);
+    return refused;
+}

@@ -1,6 +1,8 @@
 #ifndef CONSUMER_H
 #define CONSUMER_H
 
+#include <stdint.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -10,6 +12,9 @@ int load_document(void* window);
 
 /* Returns whether a document that is none is refused as one should be. */
 int load_fault(void* window);
+
+/* Gives a feed a section of another table. Returns how many it counted. */
+uint64_t refused_sections(void);
 
 #ifdef __cplusplus
 }

@@ -31,7 +31,7 @@ int main()
     vesta_hbbtv_init(nullptr);
     vesta_hbbtv_add_notification_listener(listen);
     void* const window = vesta_hbbtv_create_window();
-    succeeds = load_fault(window) != 0 && succeeds;
+    succeeds = load_fault(window) != 0 && refused_sections() == 1 && succeeds;
     succeeds = load_document(window) == HBBTV_KIT_XML_AIT_OK && succeeds;
     while (vesta_hbbtv_tick()) {
     }
