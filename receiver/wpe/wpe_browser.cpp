@@ -439,6 +439,7 @@ bool WpeBrowser::setReachable(const TAVO_VestaWindow* window, const std::string&
     if (!changes)
         return false;
     std::vector<const char*> list;
+    list.reserve(patterns.size() + 1);
     for (const std::string& each : patterns)
         list.push_back(each.c_str());
     list.push_back(nullptr);
