@@ -1,6 +1,6 @@
 /// Any sections as tables about services and as stream descriptors; then everything that can be
 /// asked of them. A section is given as its kind, 16-bit size and bytes, and lies in a heap block
-/// of its size, so that one byte too far is seen.
+/// of its size, so that one byte too far is seen. One kind is no section, but what the clock shows.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -37,10 +37,21 @@ void takeStreamEvent(StreamEventSections& sections, const SectionBytes& section)
     require(text.size() <= event->data.size() && receiver::withoutOtherBytes(text) == text);
 }
 
+/// @param bytes whether it jumped, and the 33 bits of the clock
+void advance(StreamEventSections& sections, const SectionBytes& bytes)
+{
+    VestaHbbTV::ByteReader input(bytes.data(), bytes.size());
+    const uint8_t flags = input.u8();
+    const uint64_t clock = (uint64_t(flags & 1) << 32) | input.u32();
+    const auto events = sections.scheduled().advance(clock, (flags & 2) != 0);
+    require(events.size() <= receiver::ScheduledEvents::mostEvents);
+    require(sections.scheduled().advance(clock, false).empty());
+}
+
 void feed(ServiceInformation& information, StreamEventSections& events, unsigned kind,
           const SectionBytes& section)
 {
-    switch (kind % 4) {
+    switch (kind % 5) {
     case 0:
         information.feed(ServiceInformation::pids[0], section);
         break;
@@ -50,8 +61,11 @@ void feed(ServiceInformation& information, StreamEventSections& events, unsigned
     case 2:
         information.setProgramMap(serviceId, section);
         break;
-    default:
+    case 3:
         takeStreamEvent(events, section);
+        break;
+    default:
+        advance(events, section);
     }
 }
 

@@ -109,6 +109,8 @@ private:
                     WebKitPolicyDecisionType type);
     bool decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision);
     bool decideResponse(WpeWindow& window, WebKitResponsePolicyDecision* decision);
+    void decideTable(WpeWindow& window, WebKitResponsePolicyDecision* decision,
+                     const std::string& url);
     void processEnded(WpeWindow& window, WebKitWebProcessTerminationReason reason);
     void closed(WpeWindow& window);
     void startLoad(WebKitURISchemeRequest* request);

@@ -1,0 +1,54 @@
+/// What the parts of WpeBrowser share: its windows, and how they are called.
+#ifndef VESTA_RECEIVER_WPE_WPE_WINDOW_H
+#define VESTA_RECEIVER_WPE_WPE_WINDOW_H
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "receiver/browser/browser_engine.h"
+#include "receiver/wpe/view.h"
+
+namespace receiver {
+
+/// How often in the time that a script may take it is asked whether scripts still answer.
+constexpr unsigned looksPerLimit = 4;
+
+/// A window and what is known of the page in its view.
+struct WpeWindow : TAVO_VestaWindow {
+    std::unique_ptr<View> view;
+    std::vector<uint64_t> pages;  ///< WebKit's numbers of the pages that it had; the last is shown
+    std::string expected;         ///< the page that is being opened; a load of it is the page's
+    std::string committed;        ///< the page that is shown
+    std::set<std::string>
+        resources;  ///< URLs of files that came for it from carousels, and its own
+    std::set<std::string> reachable;  ///< patterns of the URLs that CORS does not count for
+    bool isFresh = true;              ///< nothing was loaded in the view
+    bool wantsFreshView = false;
+    bool hasFailed = false;     ///< the load that is under way
+    bool isTerminated = false;  ///< its web process is gone
+    unsigned question = 0;      ///< the last one whether its scripts still answer
+    unsigned unanswered = 0;    ///< looks since then
+};
+
+/// @param text may be null
+inline std::string textOf(const char* text)
+{
+    return text ? text : "";
+}
+
+inline bool beginsWith(const std::string& text, const std::string& beginning)
+{
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+inline std::string windowName(const TAVO_VestaWindow& window)
+{
+    return "window " + std::to_string(window.id);
+}
+
+}  // namespace receiver
+
+#endif
