@@ -49,7 +49,9 @@ public:
         options_.mostTextBytes = choices_.byte() * 16U;
         options_.mostLabels = choices_.byte();
         options_.mostChanges = choices_.byte();
-        options_.heldUntilQuiet = choices_.flag() ? 1000 : 0;
+        options_.changesWithin = choices_.byte() * 64U;
+        options_.heldUntilQuiet = choices_.byte() * 16U;
+        options_.withdrawnAfter = choices_.byte() * 64U;
         options_.listener = [](const HBBTV_KitFeedReport* report, void* driver) {
             ++static_cast<Driver*>(driver)->reports_[report->event];
         };
@@ -84,7 +86,8 @@ private:
         now_ += choices_.byte() * 16U;
         switch (choices_.below(8)) {
         case 0:
-            tuning_ = hbbtv_kit_feed_tune(feed_, 1, 2, choices_.byte(), nullptr);
+            service_ = choices_.byte();
+            tuning_ = hbbtv_kit_feed_tune(feed_, 1, 2, service_, nullptr);
             givePMT();
             break;
         case 1:
@@ -137,7 +140,7 @@ private:
 
     void givePMT()
     {
-        Bytes section = {0x02, 0xB0, 0, 0, 1, 0xC1, 0, 0, 0xE1, 0, 0xF0, 0};
+        Bytes section = {0x02, 0xB0, 0, 0, service_, 0xC1, 0, 0, 0xE1, 0, 0xF0, 0};
         for (uint8_t streams = choices_.below(4); streams > 0; --streams) {
             Bytes descriptors;
             if (choices_.flag())
@@ -150,6 +153,8 @@ private:
             section = section + descriptors;
         }
         section = section + Bytes(4);
+        section[2] = static_cast<uint8_t>(section.size() - AITLayout::headerSize);
+        setChecksum(section);
         if (choices_.below(8) == 0)
             section[choices_.byte() % section.size()] = choices_.byte();
         const auto block = exactBlock(section);
@@ -161,6 +166,7 @@ private:
     void* window_ = nullptr;
     HBBTV_KitAITFeed* feed_ = nullptr;
     uint32_t tuning_ = 0;
+    uint8_t service_ = 3;
     uint64_t now_ = 0;
     unsigned reports_[HBBTV_KIT_FEED_FLAPPING + 1] = {};
 };

@@ -7,6 +7,9 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/configuration_manager.h"
+#include "foundation/out_of_memory.h"
+#include "kit/common_transports.h"
 #include "kit/crc32.h"
 #include "signalling/ait.h"
 #include "vesta_hbbtv_layout.h"
@@ -17,6 +20,8 @@ namespace {
 
 constexpr uint8_t lastVersionNumber = 31;
 constexpr size_t mostSections = 256;
+constexpr unsigned mostPID = 0x1FFF;
+constexpr size_t programNumberPlace = 3;  // in a PMT
 
 struct Free {
     void operator()(void* block) const { std::free(block); }
@@ -29,6 +34,19 @@ struct OutgoingSection {
     Record record;
     Block section;
 };
+
+Record newRecord()
+{
+    return Record(
+        allocated(static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_EventData)))));
+}
+
+Block copyOf(const Section& section)
+{
+    Block block(allocated(static_cast<unsigned char*>(std::malloc(section.size()))));
+    std::memcpy(block.get(), section.data(), section.size());
+    return block;
+}
 
 HBBTV_KitFeedReport reportOf(HBBTV_KitFeedEvent event, unsigned pid = 0, int fault = 0)
 {
@@ -43,6 +61,12 @@ HBBTV_KitFeedReport reportOf(HBBTV_KitFeedEvent event, unsigned pid = 0, int fau
 ByteReader readerOf(const Section& section)
 {
     return ByteReader(section.data(), section.size());
+}
+
+/// Without the application manager nobody would free what is sent.
+bool canSend()
+{
+    return ConfigurationManager::getCurrentQueue() != nullptr;
 }
 
 }  // namespace
@@ -63,9 +87,9 @@ uint32_t AITFeed::tune(uint16_t originalNetworkId, uint16_t transportStreamId, u
     told_.clear();
     inForce_.reset();
     pending_.reset();
-    unsettled_.reset();
     changeTimes_.clear();
     isFlapping_ = false;
+    lastSeen_ = now_;
     vesta_hbbtv_send_event(E_CHANNEL_CHANGE, nullptr);
     if (++tuning_ == 0)
         ++tuning_;
@@ -78,92 +102,130 @@ uint32_t AITFeed::tune(uint16_t originalNetworkId, uint16_t transportStreamId, u
 
 void AITFeed::takePMT(uint32_t tuning, ByteReader bytes, uint64_t now)
 {
-    if (tuning != tuning_)
-        return;
-    const auto streams = signallingStreams(bytes, options_.applicationType);
-    if (!streams)
-        return takeTime(now);
-    keepSourcesOf(*streams);
-    if (sources_.empty() && inForce_)
+    advance(now);
+    const ByteReader section = bytes.take(sectionSize(bytes.data(), bytes.remaining()));
+    if (tuning != tuning_ || tuning == 0)
+        refuse(0, {HBBTV_KIT_SECTION_LATE, 0, 0});
+    else if (!isOfService(section))
+        refuse(0, {HBBTV_KIT_SECTION_PMT, 0, 0});
+    else if (const auto streams = signallingStreams(section, options_.applicationType))
+        takeStreams(*streams);
+    lookAtTime();
+    tellReports();
+}
+
+bool AITFeed::isOfService(ByteReader section) const
+{
+    if (section.remaining() < programNumberPlace + 2)
+        return false;
+    if (options_.checksChecksum && crc32(section.data(), section.remaining()) != 0)
+        return false;
+    section.skip(programNumberPlace);
+    return section.u16() == service_.serviceId;
+}
+
+void AITFeed::takeStreams(const std::vector<SignallingStream>& streams)
+{
+    const bool hadChosen = chosen_.has_value();
+    const bool hasLostTable = keepSourcesOf(streams);
+    if (sources_.empty())
+        return withdraw();
+    // Another PID may have it; but who never withdraws by time would wait for ever.
+    if (hadChosen && !chosen_ && options_.withdrawnAfter == 0)
         withdraw();
-    // What was waiting for this PMT is what it announces now, or goes on waiting.
-    if (const Source* const source = unsettled_ ? sourceOf(*unsettled_) : nullptr)
-        offer(*source, false);
-    takeTime(now);
+    if (!joins() && !chosen_)
+        chooseNamed();
+    if (joins() && hasLostTable)
+        offerWhatIsLeft();
+    for (Source& source : sources_) {
+        // What was waiting for this PMT is what it announces now, or goes on waiting.
+        if (source.isUnsettled)
+            offer(source, false);
+    }
 }
 
 /// What was collected of streams that are still listed stays.
-void AITFeed::keepSourcesOf(const std::vector<SignallingStream>& streams)
+/// @return whether one with a whole table is gone
+bool AITFeed::keepSourcesOf(const std::vector<SignallingStream>& streams)
 {
     std::vector<Source> sources;
     for (const SignallingStream& stream : streams) {
         Source source;
         if (Source* const former = sourceOf(stream.pid))
-            source = std::move(*former);
+            source = std::exchange(*former, Source());
         source.stream = stream;
         sources.push_back(std::move(source));
     }
+    const bool hasLostTable =
+        std::any_of(sources_.begin(), sources_.end(),
+                    [](const Source& former) { return !former.collector.lastWhole().empty(); });
     sources_ = std::move(sources);
     if (chosen_ && !sourceOf(*chosen_))
         chosen_.reset();
-    if (chosen_ || options_.joinsPIDs)
-        return;
+    return hasLostTable;
+}
+
+void AITFeed::chooseNamed()
+{
     const auto named = std::find_if(sources_.begin(), sources_.end(),
                                     [](const Source& source) { return source.stream.isNamed; });
     if (named != sources_.end())
         choose(*named);
 }
 
-AITFeed::Source* AITFeed::sourceOf(uint16_t pid)
+AITFeed::Source* AITFeed::sourceOf(unsigned pid)
 {
     const auto found = std::find_if(sources_.begin(), sources_.end(),
                                     [pid](const Source& each) { return each.stream.pid == pid; });
     return found == sources_.end() ? nullptr : &*found;
 }
 
-bool AITFeed::isAwaited(const Source& source) const
+void AITFeed::takeSection(uint32_t tuning, unsigned pid, ByteReader bytes, uint64_t now)
 {
-    return !chosen_ || *chosen_ == source.stream.pid;
+    advance(now);
+    Source* const source = pid <= mostPID ? sourceOf(pid) : nullptr;
+    const size_t size = sectionSize(bytes.data(), bytes.remaining());
+    if (tuning != tuning_ || tuning == 0)
+        refuse(pid, {HBBTV_KIT_SECTION_LATE, 0, 0});
+    else if (!source || (chosen_ && *chosen_ != pid))
+        refuse(pid, {HBBTV_KIT_SECTION_UNLISTED, 0, 0});
+    else if (size == 0)
+        refuse(pid, {HBBTV_KIT_SECTION_INCOMPLETE, 0, 0});
+    else
+        takeWholeSection(*source, bytes.take(size));
+    // After the section: it may be what shows that the table is still there.
+    lookAtTime();
+    tellReports();
 }
 
-void AITFeed::takeSection(uint32_t tuning, uint16_t pid, ByteReader bytes, uint64_t now)
+void AITFeed::takeWholeSection(Source& source, ByteReader section)
 {
-    if (tuning != tuning_ || tuning == 0)
-        return count(HBBTV_KIT_SECTION_LATE);
-    takeTime(now);
-    Source* const source = sourceOf(pid);
-    if (!source || !isAwaited(*source))
-        return count(HBBTV_KIT_SECTION_UNLISTED);
-    const size_t size = sectionSize(bytes.data(), bytes.remaining());
-    if (size == 0)
-        return refuse(pid, {HBBTV_KIT_SECTION_INCOMPLETE, 0, 0});
-    const ByteReader section = bytes.take(size);
     // Nearly all that comes is a repetition.
-    if (!source->collector.holds(section)) {
+    if (!source.collector.holds(section)) {
         const SectionFinding finding = examine(section);
         if (finding.fault != HBBTV_KIT_SECTION_OK)
-            return refuse(pid, finding);
+            return refuse(source.stream.pid, finding);
+        if (!isOfType(source, section))
+            return refuse(source.stream.pid,
+                          {HBBTV_KIT_SECTION_TYPE, AITLayout::applicationType, 0});
     }
     count(HBBTV_KIT_SECTION_OK);
-    lastSeen_ = now_;
-    switch (source->collector.add(section)) {
-    case TableCollector::Result::Collected:
-        break;
-    case TableCollector::Result::Completed:
-        offer(*source, false);
-        break;
-    case TableCollector::Result::Repeated:
-        if (unsettled_ == pid)
-            offer(*source, true);
-        break;
-    }
+    const TableCollector::Result result = source.collector.add(section, now_);
+    if (result == TableCollector::Result::Collected)
+        return;
+    lastSeen_ = source.lastSeen = now_;
+    if (result == TableCollector::Result::Completed)
+        offer(source, false);
+    else if (source.isUnsettled)
+        offer(source, true);
 }
 
-/// The checksum is looked at before the content, which may be anything without it.
+/// A wrong checksum counts more than what it may have made of the content.
 SectionFinding AITFeed::examine(ByteReader section) const
 {
     TableCost cost;
-    SectionFinding finding = examineSection(section, options_.applicationType, cost);
+    SectionFinding finding =
+        examineSection(section, options_.applicationType, !changes_.takesOutEmptyDescriptors, cost);
     const bool isOurs = finding.fault != HBBTV_KIT_SECTION_NOT_AIT &&
                         finding.fault != HBBTV_KIT_SECTION_LENGTH &&
                         finding.fault != HBBTV_KIT_SECTION_SYNTAX;
@@ -171,9 +233,17 @@ SectionFinding AITFeed::examine(ByteReader section) const
         return {HBBTV_KIT_SECTION_CRC, section.remaining() - checksumSize, 0};
     if (finding.fault == HBBTV_KIT_SECTION_OK &&
         !isAcceptedByApplicationManager(copySection(section, changes_)))
-        finding.fault = options_.takesOutEmptyDescriptors ? HBBTV_KIT_SECTION_REFUSED
-                                                          : HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR;
+        finding.fault = HBBTV_KIT_SECTION_REFUSED;
     return finding;
+}
+
+/// Where every type counts, the first one of a PID does: each has version numbers of its own.
+bool AITFeed::isOfType(Source& source, ByteReader section) const
+{
+    const uint16_t type = typeOf(section.data());
+    if (!source.type)
+        source.type = type;
+    return *source.type == type;
 }
 
 /// So that no table stands in the way of the next: what its reader refuses blocks it.
@@ -184,10 +254,11 @@ bool AITFeed::isAcceptedByApplicationManager(const Section& section) const
     return table->parse(section.data());
 }
 
-void AITFeed::refuse(uint16_t pid, const SectionFinding& finding)
+void AITFeed::refuse(unsigned pid, const SectionFinding& finding)
 {
     count(finding.fault);
-    if (!told_.insert({pid, finding.fault}).second)
+    constexpr size_t mostTold = 1000;  // callers may have any number of PIDs
+    if (told_.size() >= mostTold || !told_.insert({pid, finding.fault}).second)
         return;
     HBBTV_KitFeedReport told = reportOf(HBBTV_KIT_FEED_SECTION_REFUSED, pid, finding.fault);
     told.offset = finding.offset;
@@ -195,15 +266,56 @@ void AITFeed::refuse(uint16_t pid, const SectionFinding& finding)
     report(told);
 }
 
+// ------------------------------------------------------------------------------------------------
+// Time
+// ------------------------------------------------------------------------------------------------
+
 void AITFeed::takeTime(uint64_t now)
 {
-    now_ = std::max(now_, now);
-    if (pending_ && now_ - changeTimes_.back() >= options_.heldUntilQuiet)
+    advance(now);
+    lookAtTime();
+    tellReports();
+}
+
+/// A clock that goes back has not gone on; but it counts from there.
+void AITFeed::advance(uint64_t now)
+{
+    constexpr uint64_t longest = uint64_t(24) * 3600 * 1000;
+    const uint64_t former = std::exchange(clock_, now);
+    if (now > former)
+        now_ += std::min(now - former, longest);
+}
+
+void AITFeed::lookAtTime()
+{
+    if (pending_ && now_ - lastChange_ >= options_.heldUntilQuiet)
         sendPending();
-    if (isFlapping_ && now_ - changeTimes_.back() >= options_.changesWithin)
+    if (isFlapping_ && now_ - lastChange_ >= options_.changesWithin)
         isFlapping_ = false;
-    if (inForce_ && options_.withdrawnAfter != 0 && now_ - lastSeen_ >= options_.withdrawnAfter)
+    if (joins())
+        dropSilentSources();
+    else if ((hasTable_ || pending_) && isGone(lastSeen_))
         withdraw();
+}
+
+bool AITFeed::isGone(uint64_t lastSeen) const
+{
+    return options_.withdrawnAfter != 0 && now_ - lastSeen >= options_.withdrawnAfter;
+}
+
+/// Of the tables that are one, each may go.
+void AITFeed::dropSilentSources()
+{
+    bool hasLostTable = false;
+    for (Source& source : sources_) {
+        if (source.collector.lastWhole().empty() || !isGone(source.lastSeen))
+            continue;
+        source.collector = TableCollector();
+        source.isUnsettled = false;
+        hasLostTable = true;
+    }
+    if (hasLostTable)
+        offerWhatIsLeft();
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -217,15 +329,11 @@ void AITFeed::choose(const Source& source)
 }
 
 /// A table of the source is whole.
-void AITFeed::offer(const Source& source, bool isRepeated)
+void AITFeed::offer(Source& source, bool isRepeated)
 {
-    if (source.collector.lastWhole().empty())
+    source.isUnsettled = true;
+    if (waitsForPMT(source, isRepeated) || !canSend())
         return;
-    unsettled_ = source.stream.pid;
-    if (waitsForPMT(source, isRepeated))
-        return;
-    if (!chosen_ && !options_.joinsPIDs)
-        choose(source);
     Table table = tableOf(source);
     if (const HBBTV_KitTableFault fault = faultOf(table)) {
         HBBTV_KitFeedReport told =
@@ -233,22 +341,38 @@ void AITFeed::offer(const Source& source, bool isRepeated)
         told.version = table.version;
         report(told);
     } else {
+        if (!chosen_ && !joins())
+            choose(source);
         takeEffect(std::move(table));
     }
-    unsettled_.reset();
+    source.isUnsettled = false;
+}
+
+/// One of the tables that are one has gone.
+void AITFeed::offerWhatIsLeft()
+{
+    const auto left = std::find_if(sources_.begin(), sources_.end(), [](const Source& source) {
+        return !source.collector.lastWhole().empty();
+    });
+    if (left == sources_.end())
+        withdraw();
+    else
+        offer(*left, true);
 }
 
 /// What the PMT does not announce may be the last of a table that is over. Such a one is not
 /// repeated; and the PMT may as well be wrong for ever.
-bool AITFeed::waitsForPMT(const Source& source, bool isRepeated)
+bool AITFeed::waitsForPMT(Source& source, bool isRepeated)
 {
     const uint8_t version = versionOf(source.collector.lastWhole().front().data());
     const auto announced = source.stream.version;
     if (!options_.heedsAnnouncedVersion || isRepeated || !announced || *announced == version)
         return false;
-    HBBTV_KitFeedReport told = reportOf(HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT, source.stream.pid);
-    told.version = version;
-    report(told);
+    if (std::exchange(source.heldVersion, version) != version) {
+        HBBTV_KitFeedReport told = reportOf(HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT, source.stream.pid);
+        told.version = version;
+        report(told);
+    }
     return true;
 }
 
@@ -257,11 +381,15 @@ AITFeed::Table AITFeed::tableOf(const Source& source) const
     Table table;
     table.pid = source.stream.pid;
     table.version = versionOf(source.collector.lastWhole().front().data());
-    if (options_.joinsPIDs) {
-        for (const Source& each : sources_)
-            append(table, each.collector.lastWhole());
-    } else {
+    if (!joins()) {
         append(table, source.collector.lastWhole());
+        return table;
+    }
+    CommonTransports transports;
+    for (const Source& each : sources_) {
+        append(table, each.collector.lastWhole());
+        if (!addCommonTransports(each.collector.lastWhole(), transports))
+            table.doLabelsClash = true;
     }
     return table;
 }
@@ -269,7 +397,7 @@ AITFeed::Table AITFeed::tableOf(const Source& source) const
 void AITFeed::append(Table& table, const WholeTable& sections) const
 {
     for (const Section& section : sections) {
-        examineSection(readerOf(section), anyApplicationType, table.cost);
+        examineSection(readerOf(section), anyApplicationType, false, table.cost);
         table.sections.push_back(copySection(readerOf(section), changes_));
     }
 }
@@ -285,6 +413,8 @@ HBBTV_KitTableFault AITFeed::faultOf(Table& table) const
         return HBBTV_KIT_TABLE_TEXT;
     if (table.cost.labels > options_.mostLabels)
         return HBBTV_KIT_TABLE_LABELS;
+    if (table.doLabelsClash)
+        return HBBTV_KIT_TABLE_LABELS_CLASH;
     const auto last = static_cast<uint8_t>(table.sections.size() - 1);
     for (size_t i = 0; i < table.sections.size(); ++i)
         setNumber(table.sections[i], static_cast<uint8_t>(i), last);
@@ -294,19 +424,20 @@ HBBTV_KitTableFault AITFeed::faultOf(Table& table) const
 /// Sends a table that is another one than the one in force.
 void AITFeed::takeEffect(Table table)
 {
-    if (options_.numbersVersions) {
+    // The versions of several tables say nothing of the one that they are.
+    if (options_.numbersVersions || joins()) {
         for (Section& section : table.sections)
             setVersion(section, 0);
     }
     for (Section& section : table.sections)
         setChecksum(section);
-    const WholeTable* const current = pending_   ? &pending_->sections
-                                      : inForce_ ? &*inForce_
-                                                 : nullptr;
-    if (current && *current == table.sections)
+    const bool isInForce = inForce_ && *inForce_ == table.sections;
+    if (pending_ ? pending_->sections == table.sections : isInForce)
         return;
     noteChange();
-    if (isFlapping_ && options_.heldUntilQuiet != 0)
+    if (isInForce)
+        pending_.reset();
+    else if (isFlapping_ && options_.heldUntilQuiet != 0)
         pending_ = std::move(table);
     else
         send(table);
@@ -314,8 +445,9 @@ void AITFeed::takeEffect(Table table)
 
 void AITFeed::noteChange()
 {
+    lastChange_ = now_;
     changeTimes_.push_back(now_);
-    while (now_ - changeTimes_.front() >= options_.changesWithin && changeTimes_.size() > 1)
+    while (!changeTimes_.empty() && now_ - changeTimes_.front() >= options_.changesWithin)
         changeTimes_.pop_front();
     if (changeTimes_.size() <= options_.mostChanges)
         return;
@@ -328,7 +460,7 @@ void AITFeed::noteChange()
 void AITFeed::send(const Table& table)
 {
     uint8_t version = table.version;
-    if (options_.numbersVersions) {
+    if (options_.numbersVersions || joins()) {
         // 0 is that of tables that were no sections.
         lastVersion_ =
             lastVersion_ == lastVersionNumber ? uint8_t{1} : static_cast<uint8_t>(lastVersion_ + 1);
@@ -338,15 +470,11 @@ void AITFeed::send(const Table& table)
     for (Section section : table.sections) {
         setVersion(section, version);
         setChecksum(section);
-        OutgoingSection out;
-        out.record.reset(static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_EventData))));
-        out.section.reset(static_cast<unsigned char*>(std::malloc(section.size())));
-        if (!out.record || !out.section)
-            throw std::bad_alloc();
-        std::memcpy(out.section.get(), section.data(), section.size());
-        outgoing.push_back(std::move(out));
+        outgoing.push_back({newRecord(), copyOf(section)});
     }
     inForce_ = table.sections;
+    hasTable_ = true;
+    pending_.reset();
     for (OutgoingSection& out : outgoing) {
         HBBTV_AITSectionEventData& ait = out.record->ait;
         ait.section = out.section.release();
@@ -367,25 +495,29 @@ void AITFeed::send(const Table& table)
 /// What has come and gone in the meantime is as if it had not been.
 void AITFeed::sendPending()
 {
-    const Table table = *std::exchange(pending_, std::nullopt);
-    if (inForce_ && *inForce_ == table.sections)
+    if (!canSend())
         return;
-    unsettled_ = table.pid;  // should there be no memory
-    send(table);
-    unsettled_.reset();
+    const Table table = *pending_;
+    if (inForce_ && *inForce_ == table.sections)
+        pending_.reset();
+    else
+        send(table);
 }
 
-/// Whatever comes from now on is a new table.
+/// The application of a table that is gone, or of the service before, is to end: no table will say
+/// so. Whatever comes from now on is a new table.
 void AITFeed::withdraw()
 {
-    Record record(static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_EventData))));
-    if (!record)
-        throw std::bad_alloc();
-    inForce_.reset();
-    pending_.reset();
-    unsettled_.reset();
-    for (Source& source : sources_)
+    for (Source& source : sources_) {
         source.collector = TableCollector();
+        source.isUnsettled = false;
+    }
+    pending_.reset();
+    if (!hasTable_ || !canSend())
+        return;
+    Record record = newRecord();
+    inForce_.reset();
+    hasTable_ = false;
     record->ait.original_network_id = service_.originalNetworkId;
     record->ait.transport_stream_id = service_.transportStreamId;
     record->ait.service_id = service_.serviceId;
@@ -394,10 +526,24 @@ void AITFeed::withdraw()
     report(reportOf(HBBTV_KIT_FEED_WITHDRAWN));
 }
 
-void AITFeed::report(HBBTV_KitFeedReport report) const
+// ------------------------------------------------------------------------------------------------
+// Reports
+// ------------------------------------------------------------------------------------------------
+
+void AITFeed::report(const HBBTV_KitFeedReport& report)
 {
     if (options_.listener)
-        options_.listener(&report, options_.context);
+        reports_.push_back(report);
+}
+
+/// When everything is done: the listener may call the feed.
+void AITFeed::tellReports()
+{
+    while (!reports_.empty()) {
+        const HBBTV_KitFeedReport told = reports_.front();
+        reports_.pop_front();
+        options_.listener(&told, options_.context);
+    }
 }
 
 }  // namespace VestaHbbTV

@@ -26,7 +26,7 @@ public:
     uint32_t tune(uint16_t originalNetworkId, uint16_t transportStreamId, uint16_t serviceId,
                   void* channel);
     void takePMT(uint32_t tuning, ByteReader bytes, uint64_t now);
-    void takeSection(uint32_t tuning, uint16_t pid, ByteReader bytes, uint64_t now);
+    void takeSection(uint32_t tuning, unsigned pid, ByteReader bytes, uint64_t now);
     void takeTime(uint64_t now);
 
     uint64_t countOf(HBBTV_KitSectionFault fault) const { return counts_[fault]; }
@@ -35,6 +35,12 @@ private:
     struct Source {
         SignallingStream stream;
         TableCollector collector;
+        std::optional<uint16_t> type;  ///< of its sections, where every type counts
+        uint64_t lastSeen = 0;         ///< a section of its last whole table
+        /// Its whole table is to be offered once more: the PMT does not announce it yet, or there
+        /// was no memory for it, or no application manager.
+        bool isUnsettled = false;
+        std::optional<uint8_t> heldVersion;  ///< of the table that was told as held
     };
     struct Service {
         uint16_t originalNetworkId = 0;
@@ -48,49 +54,64 @@ private:
         TableCost cost;
         uint16_t pid = 0;
         uint8_t version = 0;
+        bool doLabelsClash = false;
     };
 
-    Source* sourceOf(uint16_t pid);
-    void keepSourcesOf(const std::vector<SignallingStream>& streams);
-    bool isAwaited(const Source& source) const;
+    bool joins() const { return options_.joinsPIDs != 0; }
+    Source* sourceOf(unsigned pid);
+    bool isOfService(ByteReader section) const;
+    void takeStreams(const std::vector<SignallingStream>& streams);
+    bool keepSourcesOf(const std::vector<SignallingStream>& streams);
+    void chooseNamed();
+    void takeWholeSection(Source& source, ByteReader section);
     SectionFinding examine(ByteReader section) const;
-    void refuse(uint16_t pid, const SectionFinding& finding);
+    bool isOfType(Source& source, ByteReader section) const;
+    bool isAcceptedByApplicationManager(const Section& section) const;
+    void refuse(unsigned pid, const SectionFinding& finding);
     void count(HBBTV_KitSectionFault fault) { ++counts_[fault]; }
 
+    void advance(uint64_t now);
+    void lookAtTime();
+    bool isGone(uint64_t lastSeen) const;
+    void dropSilentSources();
+
     void choose(const Source& source);
-    void offer(const Source& source, bool isRepeated);
-    bool waitsForPMT(const Source& source, bool isRepeated);
+    void offer(Source& source, bool isRepeated);
+    void offerWhatIsLeft();
+    bool waitsForPMT(Source& source, bool isRepeated);
     Table tableOf(const Source& source) const;
     void append(Table& table, const WholeTable& sections) const;
     HBBTV_KitTableFault faultOf(Table& table) const;
-    bool isAcceptedByApplicationManager(const Section& section) const;
     void takeEffect(Table table);
     void noteChange();
     void send(const Table& table);
     void sendPending();
     void withdraw();
 
-    void report(HBBTV_KitFeedReport report) const;
+    void report(const HBBTV_KitFeedReport& report);
+    void tellReports();
 
     const HBBTV_KitFeedOptions options_;
     const CopyChanges changes_;
     std::array<uint64_t, HBBTV_KIT_SECTION_FAULTS> counts_{};
+    std::deque<HBBTV_KitFeedReport> reports_;  // to be told
 
-    uint64_t now_ = 0;
+    uint64_t clock_ = 0;  // as it was given last
+    uint64_t now_ = 0;    // milliseconds that have passed
     uint32_t tuning_ = 0;
     uint8_t lastVersion_ = 0;  // of what was sent
+    bool hasTable_ = false;    // the application manager, be it that of the service before
 
     // Of the service:
     Service service_;
     std::vector<Source> sources_;  // in the order of the PMT
     std::optional<uint16_t> chosen_;
-    std::set<std::pair<uint16_t, int>> told_;  // faults of PIDs
-    std::optional<WholeTable> inForce_;        // what was sent last, versions 0; none: withdrawn
+    std::set<std::pair<unsigned, int>> told_;  // faults of PIDs
+    std::optional<WholeTable> inForce_;        // what was sent last of this service
     std::optional<Table> pending_;             // held until it is quiet
-    /// Whose whole table is to be offered once more: not announced yet, or there was no memory.
-    std::optional<uint16_t> unsettled_;
-    uint64_t lastSeen_ = 0;  // a section of the tables that count
+    uint64_t lastSeen_ = 0;                    // a section of the table of the chosen PID
     std::deque<uint64_t> changeTimes_;
+    uint64_t lastChange_ = 0;
     bool isFlapping_ = false;
 };
 

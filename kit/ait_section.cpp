@@ -1,5 +1,7 @@
 #include "kit/ait_section.h"
 
+#include <algorithm>
+
 #include "foundation/descriptor.h"
 #include "kit/crc32.h"
 
@@ -13,8 +15,9 @@ constexpr size_t flagsAndPrioritySize = 2;
 /// One walk through a section. What finds a fault answers false.
 class SectionWalk {
 public:
-    SectionWalk(ByteReader section, uint16_t type, TableCost& cost)
-        : type_(type), cost_(cost), end_(section.remaining()), reader_(section)
+    SectionWalk(ByteReader section, uint16_t type, bool emptiesAreFaults, TableCost& cost)
+        : type_(type), emptiesAreFaults_(emptiesAreFaults), cost_(cost), end_(section.remaining()),
+          reader_(section)
     {
     }
 
@@ -97,7 +100,13 @@ private:
         if (!reader_.ok())
             return fail(HBBTV_KIT_SECTION_APPLICATION, where);
         ++cost_.applications;
-        return walkDescriptors(loop, loopEnd, true);
+        location_ = labels_ = 0;
+        if (!walkDescriptors(loop, loopEnd, true))
+            return false;
+        // A location is a part of the URL of each transport.
+        cost_.labels += labels_;
+        cost_.textBytes += location_ * std::max(labels_, size_t{1}) + longestCommon_ * labels_;
+        return true;
     }
 
     bool walkDescriptors(ByteReader loop, size_t loopEnd, bool areApplications)
@@ -110,60 +119,74 @@ private:
             const ByteReader payload = loop.take(length);
             if (!loop.ok())
                 return fail(HBBTV_KIT_SECTION_DESCRIPTOR, where, tag);
-            addCost(tag, payload);
-            // An empty one fails in applications alone, but is no fault of which the feed could not
-            // make something.
-            if (areApplications && length > 0 && tag == AITTag::applicationName &&
-                !holdsName(toLoopEnd))
+            if (!areApplications) {
+                addCommonCost(tag, payload);
+                continue;
+            }
+            if (length == 0 && emptiesAreFaults_)
+                return fail(HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR, where, tag);
+            if (length > 0 && !addCost(tag, payload, toLoopEnd))
                 return fail(HBBTV_KIT_SECTION_NAME, where, tag);
         }
         return true;
     }
 
-    /// The application manager takes the first name, which ends with the loop at the latest.
-    static bool holdsName(ByteReader toLoopEnd)
+    void addCommonCost(uint8_t tag, ByteReader payload)
     {
-        toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
-        const uint8_t length = toLoopEnd.u8();
-        return toLoopEnd.ok() && length <= toLoopEnd.remaining();
+        if (tag != AITTag::transportProtocol)
+            return;
+        cost_.textBytes += payload.remaining();
+        longestCommon_ = std::max(longestCommon_, payload.remaining());
     }
 
-    void addCost(uint8_t tag, ByteReader payload)
+    /// @return false for a name that leaves its loop
+    bool addCost(uint8_t tag, ByteReader payload, ByteReader toLoopEnd)
     {
         switch (tag) {
         case AITTag::applicationName:
+            return addName(toLoopEnd);
         case AITTag::transportProtocol:
-        case AITTag::simpleApplicationLocation:
         case AITTag::simpleApplicationBoundary:
             cost_.textBytes += payload.remaining();
+            break;
+        case AITTag::simpleApplicationLocation:
+            location_ += payload.remaining();
             break;
         case AITTag::application: {
             const uint8_t profilesLength = payload.u8();
             payload.skip(profilesLength + flagsAndPrioritySize);
-            cost_.labels += payload.remaining();
+            labels_ += payload.remaining();
             break;
         }
         default:
             break;
         }
+        return true;
+    }
+
+    /// The application manager takes the first name, which ends with the loop and not with the
+    /// descriptor.
+    bool addName(ByteReader toLoopEnd)
+    {
+        toLoopEnd.skip(descriptorHeaderSize + languageCodeSize);
+        const uint8_t length = toLoopEnd.u8();
+        cost_.textBytes += length;
+        return toLoopEnd.ok() && length <= toLoopEnd.remaining();
     }
 
     const uint16_t type_;
+    const bool emptiesAreFaults_;
     TableCost& cost_;
     size_t end_;  // of what is walked, from the section's first byte
     ByteReader reader_;
     SectionFinding finding_;
+    size_t longestCommon_ = 0;  // transport
+    // Of the application that is walked:
+    size_t location_ = 0;
+    size_t labels_ = 0;
 };
 
 }  // namespace
-
-TableCost& TableCost::operator+=(const TableCost& other)
-{
-    applications += other.applications;
-    textBytes += other.textBytes;
-    labels += other.labels;
-    return *this;
-}
 
 size_t sectionSize(const unsigned char* bytes, size_t count)
 {
@@ -173,9 +196,10 @@ size_t sectionSize(const unsigned char* bytes, size_t count)
     return size <= count ? size : 0;
 }
 
-SectionFinding examineSection(ByteReader section, uint16_t type, TableCost& cost)
+SectionFinding examineSection(ByteReader section, uint16_t type, bool emptiesAreFaults,
+                              TableCost& cost)
 {
-    return SectionWalk(section, type, cost).run();
+    return SectionWalk(section, type, emptiesAreFaults, cost).run();
 }
 
 void setVersion(Section& section, uint8_t version)

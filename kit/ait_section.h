@@ -53,10 +53,8 @@ struct SectionFinding {
 /// What a table costs the application manager.
 struct TableCost {
     size_t applications = 0;
-    size_t textBytes = 0;  ///< of names, URLs, locations and boundaries
+    size_t textBytes = 0;  ///< of names, URLs and boundaries, and of locations for each label
     size_t labels = 0;     ///< transport_protocol_labels
-
-    TableCost& operator+=(const TableCost& other);
 };
 
 /// The bytes of the section at the start of a buffer: 3 + section_length.
@@ -66,11 +64,19 @@ size_t sectionSize(const unsigned char* bytes, size_t count);
 /// Looks at everything but the checksum, in the order of the bytes.
 /// @param section whole, as sectionSize() has it
 /// @param type the application_type that counts; anyApplicationType for every one
+/// @param emptiesAreFaults whether an application must not have descriptors of length 0
 /// @param cost gets what the section's descriptors cost, as far as they were looked at
-SectionFinding examineSection(ByteReader section, uint16_t type, TableCost& cost);
+SectionFinding examineSection(ByteReader section, uint16_t type, bool emptiesAreFaults,
+                              TableCost& cost);
 
 /// @name Of a section that was found right
 /// @{
+/// table_id_extension: which subtable it is of.
+inline uint16_t typeOf(const unsigned char* section)
+{
+    return static_cast<uint16_t>((section[AITLayout::applicationType] << 8) |
+                                 section[AITLayout::applicationType + 1]);
+}
 inline uint8_t versionOf(const unsigned char* section)
 {
     return (section[AITLayout::version] >> 1) & 0x1F;

@@ -50,9 +50,9 @@ HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options)
 {
     HBBTV_KitFeedOptions chosen;
     hbbtv_kit_feed_get_defaults(&chosen);
-    // A caller of an earlier version knows a shorter record.
-    if (options && options->size <= sizeof(chosen))
-        std::memcpy(&chosen, options, options->size);
+    // A caller of an earlier version knows a shorter record, one of a later version a longer one.
+    if (options)
+        std::memcpy(&chosen, options, std::min(options->size, sizeof(chosen)));
     HBBTV_KitAITFeed* const none = nullptr;
     return guarded(none, [&chosen] { return new HBBTV_KitAITFeed{VestaHbbTV::AITFeed(chosen)}; });
 }
@@ -79,10 +79,7 @@ void hbbtv_kit_feed_section(HBBTV_KitAITFeed* feed, uint32_t tuning, unsigned in
                             const unsigned char* section, size_t size, uint64_t now)
 {
     if (feed)
-        guarded([=] {
-            feed->feed.takeSection(tuning, static_cast<uint16_t>(pid), readerOf(section, size),
-                                   now);
-        });
+        guarded([=] { feed->feed.takeSection(tuning, pid, readerOf(section, size), now); });
 }
 
 void hbbtv_kit_feed_time(HBBTV_KitAITFeed* feed, uint64_t now)

@@ -13,12 +13,12 @@ constexpr uint8_t privateSections = 0x05;
 constexpr uint8_t applicationSignallingTag = 0x6F;
 constexpr uint16_t pidMask = 0x1FFF;
 
-/// More than any service has: hostile PMTs are cut.
+/// More of either kind than any service has: hostile PMTs are cut.
 constexpr size_t mostStreams = 8;
 
 /// What the descriptors of a stream say of its AITs.
 struct Signalling {
-    bool isThere = false;
+    bool namesTypes = false;
     std::optional<uint8_t> version;  ///< of the type that counts
 };
 
@@ -28,8 +28,8 @@ Signalling signallingIn(ByteReader descriptors, uint16_t wanted)
     forEachDescriptor(descriptors, [&](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
         if (tag != applicationSignallingTag)
             return true;
-        found.isThere = true;
         while (payload.remaining() >= 3) {
+            found.namesTypes = true;
             const uint16_t type = payload.u16() & 0x7FFF;
             const uint8_t version = payload.u8() & 0x1F;
             if (wanted == anyApplicationType || type == wanted)
@@ -54,7 +54,9 @@ std::optional<std::vector<SignallingStream>> signallingStreams(ByteReader sectio
         return std::nullopt;
     ByteReader loop = section.take(section.remaining() - checksumSize);
     std::vector<SignallingStream> streams;
-    while (!loop.empty() && streams.size() < mostStreams) {
+    size_t named = 0;
+    size_t unnamed = 0;
+    while (!loop.empty()) {
         const uint8_t streamType = loop.u8();
         const uint16_t pid = loop.u16() & pidMask;
         const ByteReader descriptors = loop.take(loop.length12());
@@ -63,8 +65,10 @@ std::optional<std::vector<SignallingStream>> signallingStreams(ByteReader sectio
         if (streamType != privateSections)
             continue;
         const Signalling signalling = signallingIn(descriptors, type);
-        if (!signalling.isThere || signalling.version)
-            streams.push_back({pid, signalling.isThere, signalling.version});
+        if (signalling.namesTypes && !signalling.version)
+            continue;
+        if ((signalling.namesTypes ? named : unnamed)++ < mostStreams)
+            streams.push_back({pid, signalling.namesTypes, signalling.version});
     }
     return streams;
 }

@@ -17,8 +17,9 @@ struct SignallingStream {
     std::optional<uint8_t> version;  ///< of the AIT, where the descriptor tells
 };
 
-/// Streams of type 0x05 but for those whose application_signalling_descriptor names other types of
-/// applications only (ETSI TS 102 809, 5.3.5.1), in the order of the PMT.
+/// At most eight that are named and eight that are not: streams of type 0x05 but for those whose
+/// application_signalling_descriptor names other types of applications only (ETSI TS 102
+/// 809, 5.3.5.1), in the order of the PMT.
 /// @param section a program_map_section, whole; what leaves it is not looked at
 /// @param type the application_type that counts; anyApplicationType for every one
 /// @return nothing where it is no PMT that is valid now

@@ -33,7 +33,8 @@ const TableCollector::Collection* TableCollector::findCollection(ByteReader sect
 {
     const auto found = std::find_if(collections_.begin(), collections_.end(),
                                     [section](const Collection& collection) {
-                                        return collection.version == versionOf(section.data()) &&
+                                        return collection.type == typeOf(section.data()) &&
+                                               collection.version == versionOf(section.data()) &&
                                                collection.sections.size() == countOf(section);
                                     });
     return found == collections_.end() ? nullptr : &*found;
@@ -49,7 +50,7 @@ bool TableCollector::holds(ByteReader section) const
     return number < whole_.size() && isSame(whole_[number], section);
 }
 
-TableCollector::Collection& TableCollector::collectionOf(ByteReader section)
+TableCollector::Collection& TableCollector::collectionOf(ByteReader section, uint64_t now)
 {
     if (const Collection* const begun = findCollection(section)) {
         // It becomes the one that was begun last.
@@ -60,15 +61,30 @@ TableCollector::Collection& TableCollector::collectionOf(ByteReader section)
     if (collections_.size() == mostCollections)
         collections_.erase(collections_.begin());
     const size_t count = countOf(section);
-    collections_.push_back({versionOf(section.data()), WholeTable(count), count});
+    collections_.push_back(
+        {typeOf(section.data()), versionOf(section.data()), now, WholeTable(count), count});
     return collections_.back();
 }
 
-TableCollector::Result TableCollector::add(ByteReader section)
+void TableCollector::forgetOld(uint64_t now)
 {
-    if (holds(section))
+    const auto isOld = [now](const Collection& collection) {
+        return now - collection.lastTime >= patience;
+    };
+    collections_.erase(std::remove_if(collections_.begin(), collections_.end(), isOld),
+                       collections_.end());
+}
+
+TableCollector::Result TableCollector::add(ByteReader section, uint64_t now)
+{
+    forgetOld(now);
+    const bool isHeld = holds(section);
+    if (isHeld && !findCollection(section))
         return Result::Repeated;
-    Collection& collection = collectionOf(section);
+    Collection& collection = collectionOf(section, now);
+    collection.lastTime = now;
+    if (isHeld)
+        return Result::Collected;
     const uint8_t number = numberOf(section);
     if (!collection.sections[number].empty()) {
         // Another content under the same version: what came before may be the former table's.
@@ -81,16 +97,6 @@ TableCollector::Result TableCollector::add(ByteReader section)
     whole_ = std::move(collection.sections);
     collections_.clear();
     return Result::Completed;
-}
-
-size_t TableCollector::numberCollected() const
-{
-    return collections_.empty() ? 0 : numberNeeded() - collections_.back().missing;
-}
-
-size_t TableCollector::numberNeeded() const
-{
-    return collections_.empty() ? 0 : collections_.back().sections.size();
 }
 
 }  // namespace VestaHbbTV

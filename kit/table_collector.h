@@ -17,33 +17,36 @@ using WholeTable = std::vector<Section>;
 class TableCollector {
 public:
     enum class Result {
-        Repeated,   ///< it is a part of the last whole table, or was there already
+        Repeated,   ///< it is a part of the last whole table
         Collected,  ///< its table is not whole yet
         Completed   ///< the last whole table is a new one
     };
+
+    /// A table that was begun and did not go on for so long, in milliseconds, is forgotten: its
+    /// version number may be another table's by then.
+    static constexpr uint64_t patience = 30000;
 
     /// @param section found right, but perhaps for its checksum
     /// @return whether that very section is known already, so that it need not be looked at
     bool holds(ByteReader section) const;
 
-    /// @param section found right, with the right checksum
-    Result add(ByteReader section);
+    /// @param section found right, with the right checksum @param now in milliseconds
+    Result add(ByteReader section, uint64_t now);
 
     /// Empty while none was whole.
     const WholeTable& lastWhole() const { return whole_; }
 
-    /// How many sections of the table that was begun last have come, and are needed; 0 for none.
-    size_t numberCollected() const;
-    size_t numberNeeded() const;
-
 private:
     struct Collection {
+        uint16_t type;
         uint8_t version;
+        uint64_t lastTime;    ///< of a section
         WholeTable sections;  ///< empty where one has not come
         size_t missing;
     };
 
-    Collection& collectionOf(ByteReader section);
+    Collection& collectionOf(ByteReader section, uint64_t now);
+    void forgetOld(uint64_t now);
     const Collection* findCollection(ByteReader section) const;
 
     WholeTable whole_;

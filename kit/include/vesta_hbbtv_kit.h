@@ -1,7 +1,7 @@
 /// The kit: what an integration of the HbbTV application manager needs beside it, for C and C++.
 ///
-/// What stands in this file belongs to the browser thread; the feed has a thread of its own.
-/// Failures are return values, and nothing is thrown.
+/// The feed's functions may be called on any thread, one at a time; everything else belongs to the
+/// browser thread. Failures are return values, and nothing is thrown.
 #ifndef VESTA_HBBTV_KIT_H
 #define VESTA_HBBTV_KIT_H
 
@@ -78,7 +78,8 @@ enum HBBTV_KitSectionFault {
     HBBTV_KIT_SECTION_REFUSED = 16,   ///< right, but the application manager's reader refuses it
     HBBTV_KIT_SECTION_UNLISTED = 17,  ///< from a PID that the PMT does not list, or not chosen
     HBBTV_KIT_SECTION_LATE = 18,      ///< of a service that was left
-    HBBTV_KIT_SECTION_FAULTS = 19     ///< how many there are
+    HBBTV_KIT_SECTION_PMT = 19,       ///< a PMT that is damaged, or of another service
+    HBBTV_KIT_SECTION_FAULTS = 20     ///< how many there are
 };
 
 /// Why a whole table goes no further.
@@ -87,7 +88,9 @@ enum HBBTV_KitTableFault {
     HBBTV_KIT_TABLE_APPLICATIONS = 1,  ///< more applications than the feed's limit
     HBBTV_KIT_TABLE_TEXT = 2,          ///< names, URLs, locations and boundaries are too long
     HBBTV_KIT_TABLE_LABELS = 3,        ///< more transport protocol labels than the limit
-    HBBTV_KIT_TABLE_SECTIONS = 4       ///< the tables of all PIDs have more than 256 sections
+    HBBTV_KIT_TABLE_SECTIONS = 4,      ///< the tables of all PIDs have more than 256 sections
+    /// Tables of two PIDs, which are to be one, have different common transports of one label.
+    HBBTV_KIT_TABLE_LABELS_CLASH = 5
 };
 
 /// What a feed tells of.
@@ -98,7 +101,7 @@ enum HBBTV_KitFeedEvent {
     /// `pid`, `fault` (an HBBTV_KitTableFault), `version`.
     HBBTV_KIT_FEED_TABLE_REFUSED = 1,
     /// `pid`, `version`: the PMT announces another one. It is sent when the PMT follows, or when it
-    /// comes once more.
+    /// comes once more. Told once.
     HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT = 2,
     /// `pid`, `version`, `sentVersion`, `sections`, `applications`: in the event queue.
     HBBTV_KIT_FEED_TABLE_SENT = 3,
@@ -123,6 +126,8 @@ typedef struct HBBTV_KitFeedReport {
     size_t offset;     ///< in the section, from table_id
 } HBBTV_KitFeedReport;
 
+/// Called at the end of the function that brought it about. It may call the feed's functions, but
+/// not hbbtv_kit_feed_destroy(); and it must not throw.
 /// @param report valid for the call @param context as the options have it
 typedef void (*HBBTV_KitFeedListener)(const HBBTV_KitFeedReport* report, void* context);
 
@@ -153,11 +158,11 @@ typedef struct HBBTV_KitFeedOptions {
     /// two of the longest intervals that ETSI TS 102 809, 5.3.4, allows.
     uint32_t withdrawnAfter;
 
-    /// @name Limits of a table
+    /// @name Limits of a table, of what the application manager makes of it
     /// @{
     uint32_t mostApplications;  ///< 256
-    uint32_t mostTextBytes;     ///< 65536; of names, URLs, locations and boundaries
-    uint32_t mostLabels;        ///< 1024
+    uint32_t mostTextBytes;  ///< 65536; of names, URLs, boundaries, and locations in each transport
+    uint32_t mostLabels;     ///< 1024
     /// @}
 
     /// @name Tables that change too often
@@ -177,8 +182,10 @@ typedef struct HBBTV_KitAITFeed HBBTV_KitAITFeed;
 /// @param options its `size` included
 void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
 
-/// A feed. All its functions are to be called on one thread at a time, whichever it is, the
-/// listener within them; none of them waits for anything.
+/// A feed, for the time between vesta_hbbtv_init() and vesta_hbbtv_shutdown(): while the
+/// application manager does not run, nothing is sent. All its functions are to be called on one
+/// thread at a time, whichever it is; none of them waits for anything but what
+/// vesta_hbbtv_send_event() locks.
 /// @param options copied; null for the defaults
 /// @return to be destroyed; null where there is no memory
 HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
@@ -186,7 +193,9 @@ HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
 /// @param feed null is ignored
 void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 
-/// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one.
+/// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. To be
+/// called again, for the same service, where the application manager was started anew or was given
+/// another broadcast window: what was sent before that is not sent again.
 /// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
 /// @return what tells the service's sections from those of services that were left: to be given
 ///         with each; never 0
@@ -195,7 +204,8 @@ uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
 
 /// The service's PMT, at every change or at every repetition.
 /// @param tuning as hbbtv_kit_feed_tune() answered
-/// @param section a whole section with the right CRC_32; borrowed for the call
+/// @param section of program_number `serviceId`; borrowed for the call
+/// @param size of what is there; only the section's own bytes are read
 /// @param now a time that does not go back, in milliseconds
 void hbbtv_kit_feed_pmt(HBBTV_KitAITFeed* feed, uint32_t tuning, const unsigned char* section,
                         size_t size, uint64_t now);

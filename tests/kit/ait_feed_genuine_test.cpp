@@ -42,7 +42,7 @@ TEST_P(GenuineSections, TakeEffect)
     HBBTV_KitAITFeed* const feed = hbbtv_kit_feed_create(&options);
     const uint32_t tuning =
         hbbtv_kit_feed_tune(feed, originalNetworkId, transportStreamId, serviceId, nullptr);
-    const Bytes pmt = pmtBytes({{5, 100, {}}});
+    const Bytes pmt = pmtBytes({{5, 100, {}}}, true, {}, serviceId);
     hbbtv_kit_feed_pmt(feed, tuning, pmt.data(), pmt.size(), 0);
     hbbtv_kit_feed_section(feed, tuning, 100, sample.bytes.data(), sample.bytes.size(), 0);
     hbbtv_kit_feed_destroy(feed);

@@ -30,7 +30,7 @@ AITSection table(uint8_t version, uint16_t applicationId)
 
 /// A feed that is tuned to the service 1.2.3, whose AITs are on `pid`.
 class AITFeedTest : public LibraryTest {
-protected:
+public:  // for its listeners
     AITFeedTest()
     {
         hbbtv_kit_feed_get_defaults(&options);
@@ -244,6 +244,7 @@ TEST_F(AITFeedTest, EmptyDescriptorsThatAreToStayAreAFault)
     make();
     give(AITSection().add(entry(1).raw(descriptor(0x77, {}))));
     EXPECT_EQ(inForce(), "-");
+    EXPECT_EQ(takeReports().back().substr(0, 18), "refused section 14");
     EXPECT_EQ(countOf(HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR), 1U);
 }
 
@@ -347,6 +348,7 @@ TEST_F(AITFeedTest, SectionsOfAServiceThatWasLeftAreVoid)
 {
     const uint32_t former = tuning;
     tune();
+    takeReports();
     const Bytes section = table(1, 1).bytes();
     const Bytes pmt = pmtBytes({{5, pid, {}}});
     hbbtv_kit_feed_pmt(feed, former, pmt.data(), pmt.size(), now);
@@ -356,7 +358,30 @@ TEST_F(AITFeedTest, SectionsOfAServiceThatWasLeftAreVoid)
     tickAll();
     EXPECT_EQ(inForce(), "-");
     EXPECT_EQ(countOf(HBBTV_KIT_SECTION_UNLISTED), 1U);
-    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_LATE), 1U);
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_LATE), 2U);
+    EXPECT_EQ(takeReports(),
+              Lines({"refused section 18 at 0 tag 0", "refused section 17 at 0 tag 0 of 257",
+                     "refused section 18 at 0 tag 0 of 257"}));
+}
+
+TEST_F(AITFeedTest, TheFormerServicesApplicationEndsWhereTheNextHasNoTable)
+{
+    give(table(1, 1));
+    tune();
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+    givePMT({});
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, TheFormerServicesApplicationEndsWhereNoTableOfTheNextComes)
+{
+    give(table(1, 1));
+    tune();
+    givePMT({{5, pid, {}}});
+    pass(19999);
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+    pass(1);
+    EXPECT_EQ(runningURL(), "");
 }
 
 TEST_F(AITFeedTest, TheSameTableTakesEffectInTheNextService)
@@ -433,6 +458,21 @@ TEST_F(AITFeedTest, ATableThatThePMTDoesNotAnnounceWaitsForItsRepetition)
     EXPECT_EQ(takeReports(), Lines({"held version 3 of 257"}));
     give(table(3, 1));
     EXPECT_EQ(inForce(), "1");
+}
+
+TEST_F(AITFeedTest, ARepetitionOfAnotherTableDoesNotBringInTheHeldOne)
+{
+    givePMT({{5, pid, signallingDescriptor({{0x10, 4}})}});
+    takeReports();
+    give(table(3, 1));
+    give(table(4, 2).number(0, 1));
+    give(table(4, 2).number(0, 1));
+    EXPECT_EQ(inForce(), "-");
+    for (int i = 0; i < 3; ++i)
+        givePMT({{5, pid, signallingDescriptor({{0x10, 4}})}});
+    EXPECT_EQ(takeReports(), Lines({"held version 3 of 257"})) << "it is told once";
+    give(table(4, 3).number(1, 1));
+    EXPECT_EQ(inForce(), "2 3");
 }
 
 TEST_F(AITFeedTest, ATableThatThePMTDoesNotAnnounceGivesWayToTheOneThatItDoes)
@@ -534,6 +574,168 @@ TEST_F(AITFeedTest, TimeThatGoesBackIsNotTime)
     EXPECT_EQ(runningURL(), "http://a.example/index.html");
 }
 
+TEST_F(AITFeedTest, ARepetitionAfterALongSilenceKeepsTheTable)
+{
+    give(table(1, 1));
+    forgetJournal();
+    now += 25000;  // nobody called in the meantime
+    give(table(1, 1));
+    EXPECT_EQ(journal(), Lines());
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+}
+
+TEST_F(AITFeedTest, OnlySectionsOfTheTableInForceKeepIt)
+{
+    give(table(1, 1));
+    for (int i = 0; i < 3; ++i) {
+        pass(7000);
+        give(table(2, 2).number(0, 1));
+    }
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, ATableOfAPIDThatIsGoneIsWithdrawnWhenNoOtherComes)
+{
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(table(1, 1));
+    givePMT({{5, otherPid, {}}});
+    for (int i = 0; i < 3; ++i) {
+        pass(7000);
+        give(table(2, 2).number(0, 1), otherPid);
+    }
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, WithoutALimitOfTimeItIsWithdrawnAtOnce)
+{
+    options.withdrawnAfter = 0;
+    make();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(table(1, 1));
+    givePMT({{5, otherPid, {}}});
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, AClockThatJumpsOnceGoesOn)
+{
+    options.withdrawnAfter = 0;
+    options.heldUntilQuiet = 3000;
+    make();
+    now = ~uint64_t(0);
+    pass(0);
+    now = 5000;
+    pass(0);
+    giveChanges(9);
+    EXPECT_EQ(inForce(), "8");
+    pass(3000);
+    EXPECT_EQ(inForce(), "9");
+}
+
+// ------------------------------------------------------------------------------------------------
+// PMTs and types
+// ------------------------------------------------------------------------------------------------
+
+TEST_F(AITFeedTest, APMTThatIsDamagedOrOfAnotherServiceChangesNothing)
+{
+    give(table(1, 1));
+    Bytes damaged = pmtBytes({});
+    damaged[5] ^= 0x02;
+    const Bytes other = pmtBytes({}, true, {}, 4);
+    const Bytes cut(other.begin(), other.end() - 1);
+    for (const Bytes& bytes : {damaged, other, cut})
+        hbbtv_kit_feed_pmt(feed, tuning, bytes.data(), bytes.size(), now);
+    tickAll();
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_PMT), 3U);
+}
+
+TEST_F(AITFeedTest, WhatFollowsAPMTIsNoneOfIt)
+{
+    const Bytes longer = pmtBytes({{5, pid, {}}}) + Bytes{5, 0xE1, 0x02, 0xF0, 0, 1, 2, 3, 4};
+    hbbtv_kit_feed_pmt(feed, tuning, longer.data(), longer.size(), now);
+    give(table(1, 1), otherPid);
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_UNLISTED), 1U);
+}
+
+TEST_F(AITFeedTest, WhereEveryTypeCountsTheFirstOneOfAPIDDoes)
+{
+    options.applicationType = 0;
+    make();
+    give(table(1, 1).applicationType(0x11));
+    give(table(1, 2));
+    give(table(1, 1).applicationType(0x11));
+    EXPECT_EQ(inForce(), "1");
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_TYPE), 1U);
+}
+
+TEST_F(AITFeedTest, ATableThatIsRefusedDoesNotChooseItsPID)
+{
+    options.mostApplications = 1;
+    make();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(AITSection().add(entry(1)).add(entry(2)), pid);
+    give(table(1, 3), otherPid);
+    EXPECT_EQ(inForce(), "3");
+}
+
+// ------------------------------------------------------------------------------------------------
+// Tables that are one
+// ------------------------------------------------------------------------------------------------
+
+class JoinedFeed : public AITFeedTest {
+protected:
+    JoinedFeed()
+    {
+        options.joinsPIDs = 1;
+        joinTwo();
+        give(table(1, 1), pid);
+        give(table(1, 2), otherPid);
+        takeReports();
+    }
+
+    void joinTwo()
+    {
+        make();
+        givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    }
+};
+
+TEST_F(JoinedFeed, LosesATableThatThePMTListsNoMore)
+{
+    EXPECT_EQ(inForce(), "1 2");
+    givePMT({{5, pid, {}}});
+    EXPECT_EQ(inForce(), "1");
+}
+
+TEST_F(JoinedFeed, LosesATableThatIsNotRepeated)
+{
+    pass(15000);
+    give(table(1, 1), pid);
+    pass(6000);
+    EXPECT_EQ(inForce(), "1");
+    pass(20000);
+    EXPECT_EQ(takeReports().back(), "withdrawn");
+}
+
+TEST_F(JoinedFeed, GivesEachTableANewVersionWhateverTheirsAre)
+{
+    options.numbersVersions = 0;
+    joinTwo();
+    give(table(2, 1), otherPid);
+    give(table(1, 2), pid);
+    give(table(2, 3), pid);
+    EXPECT_EQ(inForce(), "3 1");
+}
+
+TEST_F(JoinedFeed, RefusesTablesWhoseCommonTransportsClash)
+{
+    give(table(2, 3).common(httpTransport(1, "http://one.example/")), pid);
+    give(table(2, 4).common(httpTransport(1, "http://two.example/")), otherPid);
+    EXPECT_EQ(takeReports().back(), "refused table 5 version 2 of 258");
+    give(table(3, 4).common(httpTransport(1, "http://one.example/")), otherPid);
+    EXPECT_EQ(inForce(), "3 4");
+}
+
 // ------------------------------------------------------------------------------------------------
 // Versions of HbbTV
 // ------------------------------------------------------------------------------------------------
@@ -570,7 +772,7 @@ TEST_F(AITFeedTest, ATableOfTooManyApplicationsIsRefusedWhole)
     takeReports();
     give(manyApplications(11));
     EXPECT_EQ(inForce(), "-");
-    EXPECT_EQ(takeReports(), Lines({"chosen of 257", "refused table 1 version 0 of 257"}));
+    EXPECT_EQ(takeReports(), Lines({"refused table 1 version 0 of 257"}));
     give(manyApplications(10));
     EXPECT_EQ(inForce(), "1 2 3 4 5 6 7 8 9 10");
 }
@@ -587,7 +789,7 @@ TEST_F(AITFeedTest, ATableOfTooLongTextsIsRefusedWhole)
     make();
     takeReports();
     give(section);
-    EXPECT_EQ(takeReports(), Lines({"chosen of 257", "refused table 2 version 1 of 257"}));
+    EXPECT_EQ(takeReports(), Lines({"refused table 2 version 1 of 257"}));
 }
 
 TEST_F(AITFeedTest, ATableOfTooManyLabelsIsRefusedWhole)
@@ -596,7 +798,7 @@ TEST_F(AITFeedTest, ATableOfTooManyLabelsIsRefusedWhole)
     make();
     takeReports();
     give(AITSection().add(entry(1).labels({1, 2})).add(entry(2).labels({1, 2})));
-    EXPECT_EQ(takeReports(), Lines({"chosen of 257", "refused table 3 version 0 of 257"}));
+    EXPECT_EQ(takeReports(), Lines({"refused table 3 version 0 of 257"}));
 }
 
 TEST_F(AITFeedTest, JoinedTablesHave256SectionsAtTheMost)
@@ -682,6 +884,61 @@ TEST_F(AITFeedTest, AHeldTableThatIsTheOneInForceAgainChangesNothing)
     EXPECT_EQ(inForce(), "8");
 }
 
+TEST_F(AITFeedTest, EveryChangeCanBeOneTooMany)
+{
+    options.mostChanges = 0;
+    make();
+    giveChanges(200);
+    pass(1);
+    EXPECT_EQ(inForce(), "200");
+    const Lines told = takeReports();
+    EXPECT_EQ(std::count(told.begin(), told.end(), "flapping"), 1);
+}
+
+TEST_F(AITFeedTest, AHeldTableDoesNotReplaceALaterOne)
+{
+    options.heldUntilQuiet = 30000;
+    options.changesWithin = 10000;
+    options.withdrawnAfter = 0;
+    make();
+    giveChanges(9);
+    EXPECT_EQ(inForce(), "8");
+    pass(10000);
+    give(table(0, 100));
+    EXPECT_EQ(inForce(), "100");
+    pass(30000);
+    EXPECT_EQ(inForce(), "100");
+}
+
+TEST_F(AITFeedTest, AHeldTableIsNotSentAfterItWasWithdrawn)
+{
+    options.heldUntilQuiet = 3000;
+    make();
+    giveChanges(9);
+    givePMT({});
+    EXPECT_EQ(running(), nullptr);
+    pass(3000);
+    EXPECT_EQ(running(), nullptr);
+    givePMT({{5, pid, {}}});
+    giveChanges(1);
+    givePMT({});
+    pass(3000);
+    EXPECT_EQ(running(), nullptr) << "though none was in force";
+}
+
+TEST_F(AITFeedTest, AHeldTableIsNotSentToTheNextService)
+{
+    options.heldUntilQuiet = 3000;
+    make();
+    giveChanges(9);
+    tune();
+    givePMT({{5, pid, {}}});
+    pass(3000);
+    EXPECT_EQ(inForce(), "8");
+    giveChanges(1);
+    EXPECT_EQ(inForce(), "10") << "nor does its flapping count there";
+}
+
 // ------------------------------------------------------------------------------------------------
 // The edge
 // ------------------------------------------------------------------------------------------------
@@ -699,6 +956,7 @@ TEST_F(AITFeedTest, NullsAreIgnored)
     hbbtv_kit_feed_section(feed, tuning, pid, nullptr, 100, now);
     hbbtv_kit_feed_pmt(feed, tuning, nullptr, 100, now);
     EXPECT_EQ(countOf(HBBTV_KIT_SECTION_INCOMPLETE), 1U);
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_PMT), 1U);
 }
 
 TEST_F(AITFeedTest, UnknownFaultsAreCountedAs0)
@@ -737,7 +995,50 @@ TEST_F(AITFeedTest, BeforeItIsTunedEverythingIsLate)
     tuning = 0;
     givePMT({{5, pid, {}}});
     give(table(1, 1));
-    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_LATE), 1U);
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_LATE), 2U);
+}
+
+TEST_F(AITFeedTest, ALongerRecordOfOptionsCountsAsFarAsItIsKnown)
+{
+    struct {
+        HBBTV_KitFeedOptions known;
+        int later;
+    } longer = {options, 1};
+    longer.known.size = sizeof(longer);
+    longer.known.checksChecksum = 0;
+    hbbtv_kit_feed_destroy(feed);
+    feed = hbbtv_kit_feed_create(&longer.known);
+    tune();
+    givePMT({{5, pid, {}}});
+    Bytes section = table(1, 1).bytes();
+    section.back() ^= 1;
+    give(section);
+    EXPECT_EQ(inForce(), "1");
+}
+
+TEST_F(AITFeedTest, TheListenerMayCallTheFeed)
+{
+    options.listener = [](const HBBTV_KitFeedReport* report, void* self) {
+        auto* const test = static_cast<AITFeedTest*>(self);
+        if (report->event == HBBTV_KIT_FEED_PID_CHOSEN)
+            test->tuning = hbbtv_kit_feed_tune(test->feed, 1, 2, 3, nullptr);
+    };
+    make();
+    const uint32_t former = tuning;
+    give(table(1, 1));
+    EXPECT_NE(tuning, former);
+}
+
+TEST_F(AITFeedTest, WithoutAnApplicationManagerNothingIsSentAndNothingIsLost)
+{
+    shutdown();
+    give(table(1, 1));
+    pass(20000);
+    vesta_hbbtv_init(browser().handle());
+    void* const anew = vesta_hbbtv_create_window();
+    vesta_hbbtv_set_broadcast_window(anew);
+    give(table(1, 1));
+    EXPECT_NE(static_cast<Window*>(anew)->getAIT(), nullptr);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ const Bytes noBytes;
 SectionFinding findingIn(const Bytes& section, TableCost& cost)
 {
     const auto block = vesta::test::exactBlock(section);
-    return examineSection(ByteReader(block.get(), section.size()), 0x0010, cost);
+    return examineSection(ByteReader(block.get(), section.size()), 0x0010, false, cost);
 }
 
 SectionFinding findingIn(const Bytes& section)
@@ -132,7 +132,8 @@ TEST(SectionTypes, MayAllCount)
     const Bytes section = AITSection().applicationType(1).bytes();
     TableCost cost;
     EXPECT_EQ(
-        examineSection(ByteReader(section.data(), section.size()), anyApplicationType, cost).fault,
+        examineSection(ByteReader(section.data(), section.size()), anyApplicationType, false, cost)
+            .fault,
         HBBTV_KIT_SECTION_OK);
 }
 
@@ -158,25 +159,51 @@ TEST(SectionSize, IsNoneWhereBytesAreMissing)
     EXPECT_EQ(sectionSize(nullptr, 100), 0U);
 }
 
+TEST(SectionFault, IsAnEmptyDescriptorWhereThereMustBeNone)
+{
+    const Bytes section =
+        AITSection()
+            .common(descriptor(0x77, noBytes))
+            .add(AITEntry(1, 2).withoutApplicationDescriptor().raw(descriptor(0x78, noBytes)))
+            .bytes();
+    TableCost cost;
+    const SectionFinding finding =
+        examineSection(ByteReader(section.data(), section.size()), 0x0010, true, cost);
+    EXPECT_EQ(finding.fault, HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR);
+    EXPECT_EQ(finding.offset, 23U);
+    EXPECT_EQ(finding.tag, 0x78);
+}
+
 TEST(SectionCost, CountsApplicationsTextsAndLabels)
 {
     TableCost cost;
-    // A name of 4 + 1 bytes, a boundary of 2 + 3, a location of 1, two labels.
-    const AITEntry first = AITEntry(1, 1).labels({1, 2}).name("N").boundary({"a:b"}).location("i");
+    // A name of 1 byte, a boundary of 2 + 3, a location of 3 in two transports.
+    const AITEntry first =
+        AITEntry(1, 1).labels({1, 2}).name("N").boundary({"a:b"}).location("i/j");
     const AITEntry second = AITEntry(1, 2).labels({3});
     EXPECT_EQ(findingIn(AITSection().add(first).add(second).bytes(), cost).fault,
               HBBTV_KIT_SECTION_OK);
     EXPECT_EQ(cost.applications, 2U);
-    EXPECT_EQ(cost.textBytes, 11U);
+    EXPECT_EQ(cost.textBytes, 12U);
     EXPECT_EQ(cost.labels, 3U);
 }
 
-TEST(SectionCost, CountsWhatIsCommon)
+TEST(SectionCost, CountsWhatIsCommonForEachLabel)
 {
     TableCost cost;
     const Bytes transport = vesta::test::httpTransport(1, "http://a.example/");
-    findingIn(AITSection().common(transport).bytes(), cost);
-    EXPECT_EQ(cost.textBytes, transport.size() - 2);
+    findingIn(AITSection().common(transport).add(AITEntry(1, 1).labels({1, 1, 1})).bytes(), cost);
+    EXPECT_EQ(cost.textBytes, 4 * (transport.size() - 2));
+}
+
+TEST(SectionCost, CountsNamesThatGoOnAfterTheirDescriptor)
+{
+    TableCost cost;
+    const Bytes name = {0x01, 4, 'e', 'n', 'g', 100};
+    findingIn(
+        AITSection().add(AITEntry(1, 1).raw(name).raw(descriptor(0x77, Bytes(110, 'x')))).bytes(),
+        cost);
+    EXPECT_EQ(cost.textBytes, 100U);
 }
 
 TEST(Checksum, OfAWholeSectionIsZero)

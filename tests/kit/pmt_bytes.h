@@ -30,13 +30,14 @@ inline Bytes signallingDescriptor(const std::vector<std::pair<uint16_t, uint8_t>
 }
 
 inline Bytes pmtBytes(const std::vector<PMTStream>& streams, bool isCurrent = true,
-                      const Bytes& programInfo = {})
+                      const Bytes& programInfo = {}, uint8_t programNumber = 3)
 {
     const auto appendLength = [](Bytes& bytes, size_t length) {
         bytes.push_back(static_cast<unsigned char>(0xF0 | (length >> 8)));
         bytes.push_back(static_cast<unsigned char>(length));
     };
-    Bytes body = {0, 1, static_cast<unsigned char>(isCurrent ? 0xC1 : 0xC0), 0, 0, 0xE1, 0x00};
+    Bytes body = {0,    programNumber, static_cast<unsigned char>(isCurrent ? 0xC1 : 0xC0), 0, 0,
+                  0xE1, 0x00};
     appendLength(body, programInfo.size());
     body = body + programInfo;
     for (const PMTStream& stream : streams) {

@@ -48,9 +48,12 @@ TEST(SignallingStreams, MayHaveSeveralTypes)
 
 TEST(SignallingStreams, OfOtherTypesAloneAreNone)
 {
-    EXPECT_EQ(streamsIn(pmtBytes(
-                  {{5, 100, signallingDescriptor({{1, 3}})}, {5, 101, signallingDescriptor({})}})),
-              Strings());
+    EXPECT_EQ(streamsIn(pmtBytes({{5, 100, signallingDescriptor({{1, 3}})}})), Strings());
+}
+
+TEST(SignallingStreams, WhoseDescriptorNamesNoTypeMayBeOfAny)
+{
+    EXPECT_EQ(streamsIn(pmtBytes({{5, 101, signallingDescriptor({})}})), Strings({"101"}));
 }
 
 TEST(SignallingStreams, MayBeThoseOfAllTypes)
@@ -69,12 +72,17 @@ TEST(SignallingStreams, AreFoundAfterOtherDescriptors)
               Strings({"100 named 1"}));
 }
 
-TEST(SignallingStreams, AreEightAtTheMost)
+TEST(SignallingStreams, AreEightOfEitherKindAtTheMost)
 {
     std::vector<PMTStream> streams;
     for (uint16_t pid = 100; pid < 120; ++pid)
         streams.push_back({5, pid, {}});
-    EXPECT_EQ(streamsIn(pmtBytes(streams)).size(), 8U);
+    for (uint16_t pid = 200; pid < 220; ++pid)
+        streams.push_back({5, pid, signallingDescriptor({{0x10, 1}})});
+    EXPECT_EQ(streamsIn(pmtBytes(streams)),
+              Strings({"100", "101", "102", "103", "104", "105", "106", "107", "200 named 1",
+                       "201 named 1", "202 named 1", "203 named 1", "204 named 1", "205 named 1",
+                       "206 named 1", "207 named 1"}));
 }
 
 TEST(SignallingStreams, OfAPMTThatIsNotValidYetAreUnknown)

@@ -19,9 +19,13 @@ Bytes section(uint8_t version, uint8_t number, uint8_t last, uint16_t applicatio
 
 class TableCollectorTest : public ::testing::Test {
 protected:
-    Result add(const Bytes& bytes) { return collector.add(ByteReader(bytes.data(), bytes.size())); }
+    Result add(const Bytes& bytes)
+    {
+        return collector.add(ByteReader(bytes.data(), bytes.size()), now);
+    }
 
     TableCollector collector;
+    uint64_t now = 0;
 };
 
 TEST_F(TableCollectorTest, ATableOfOneSectionIsWholeAtOnce)
@@ -43,7 +47,7 @@ TEST_F(TableCollectorTest, SectionsMayComeInAnyOrder)
 TEST_F(TableCollectorTest, RepetitionsAreNothingNew)
 {
     EXPECT_EQ(add(section(1, 0, 1)), Result::Collected);
-    EXPECT_EQ(add(section(1, 0, 1)), Result::Repeated);
+    EXPECT_EQ(add(section(1, 0, 1)), Result::Collected);
     EXPECT_EQ(add(section(1, 1, 1)), Result::Completed);
     EXPECT_EQ(add(section(1, 0, 1)), Result::Repeated);
     EXPECT_EQ(add(section(1, 1, 1)), Result::Repeated);
@@ -121,16 +125,36 @@ TEST_F(TableCollectorTest, TheForgottenTableIsCollectedAnew)
     EXPECT_EQ(add(section(1, 0, 1)), Result::Completed);
 }
 
-TEST_F(TableCollectorTest, SaysHowFarItIs)
+TEST_F(TableCollectorTest, TablesOfAnotherTypeAreOthers)
 {
-    EXPECT_EQ(collector.numberNeeded(), 0U);
-    EXPECT_EQ(collector.numberCollected(), 0U);
-    add(section(1, 0, 2));
-    add(section(1, 2, 2));
-    EXPECT_EQ(collector.numberNeeded(), 3U);
-    EXPECT_EQ(collector.numberCollected(), 2U);
-    add(section(1, 1, 2));
-    EXPECT_EQ(collector.numberNeeded(), 0U);
+    const auto ofType = [](uint16_t type, uint8_t number) {
+        return AITSection().applicationType(type).version(1).number(number, 1).bytes();
+    };
+    EXPECT_EQ(add(ofType(0x10, 0)), Result::Collected);
+    EXPECT_EQ(add(ofType(0x11, 1)), Result::Collected);
+    EXPECT_EQ(add(ofType(0x10, 1)), Result::Completed);
+    EXPECT_EQ(collector.lastWhole(), WholeTable({ofType(0x10, 0), ofType(0x10, 1)}));
+}
+
+TEST_F(TableCollectorTest, ATableThatDoesNotGoOnIsForgotten)
+{
+    add(section(6, 0, 1, 61));
+    now += TableCollector::patience - 1;
+    add(section(5, 0, 0));
+    EXPECT_EQ(add(section(6, 0, 1, 61)), Result::Collected);
+    now += TableCollector::patience;
+    EXPECT_EQ(add(section(6, 1, 1, 72)), Result::Collected) << "the other is of long ago";
+    EXPECT_EQ(add(section(6, 0, 1, 71)), Result::Completed);
+    EXPECT_EQ(collector.lastWhole(), WholeTable({section(6, 0, 1, 71), section(6, 1, 1, 72)}));
+}
+
+TEST_F(TableCollectorTest, ATableThatGoesOnIsNotForgotten)
+{
+    add(section(6, 0, 2));
+    now += TableCollector::patience - 1;
+    add(section(6, 1, 2));
+    now += TableCollector::patience - 1;
+    EXPECT_EQ(add(section(6, 2, 2)), Result::Completed);
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ static void tuned(uint16_t network, uint16_t stream, uint16_t service)
 
 static void received(unsigned pid, const unsigned char* section, size_t size, uint64_t milliseconds)
 {
-    if (section[0] == 0x02)
+    if (size > 0 && section[0] == 0x02)
         hbbtv_kit_feed_pmt(feed, tuning, section, size, milliseconds);
     else
         hbbtv_kit_feed_section(feed, tuning, pid, section, size, milliseconds);
@@ -75,8 +75,8 @@ static void received(unsigned pid, const unsigned char* section, size_t size, ui
 uint64_t refused_sections(void)
 {
     const unsigned char other[] = {0x42, 0xB0, 0x00};
-    const unsigned char pmt[] = {0x02, 0xB0, 0x12, 0x00, 0x01, 0xC1, 0x00, 0x00, 0xE1, 0x00, 0xF0,
-                                 0x00, 0x05, 0xE0, 0x64, 0xF0, 0x00, 0x00, 0x00, 0x00, 0x00};
+    const unsigned char pmt[] = {0x02, 0xB0, 0x12, 0x00, 0x03, 0xC1, 0x00, 0x00, 0xE1, 0x00, 0xF0,
+                                 0x00, 0x05, 0xE0, 0x64, 0xF0, 0x00, 0x26, 0xD0, 0x20, 0xF3};
     uint64_t refused = 0;
     if (!make_feed())
         return 0;
