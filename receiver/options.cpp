@@ -154,15 +154,18 @@ std::string takeCarousel(const std::string& text, Options& options)
     return "";
 }
 
+/// An option without a value.
+void takeSwitch(int name, Options& options)
+{
+    options.help = options.help || name == helpOption;
+    options.version = options.version || name == versionOption;
+    options.middleware.loop = options.middleware.loop || name == loopOption;
+    options.middleware.follow = options.middleware.follow || name == followOption;
+}
+
 std::string takeOption(int name, const std::string& value, Options& options)
 {
     switch (name) {
-    case helpOption:
-        options.help = true;
-        return "";
-    case versionOption:
-        options.version = true;
-        return "";
     case scriptOption:
         options.script = value;
         return "";
@@ -171,12 +174,6 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return "";
     case extractOption:
         options.extract = value;
-        return "";
-    case loopOption:
-        options.middleware.loop = true;
-        return "";
-    case followOption:
-        options.middleware.follow = true;
         return "";
     case serviceOption:
         return takeService(value, options);
@@ -200,6 +197,7 @@ std::string takeOption(int name, const std::string& value, Options& options)
     case limitOption:
         return takeLimit(value, options);
     default:
+        takeSwitch(name, options);
         return "";
     }
 }

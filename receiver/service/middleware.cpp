@@ -6,7 +6,7 @@ namespace receiver {
 
 namespace {
 
-const size_t chunkBytes = 32 * 188;
+const size_t chunkBytes = size_t(32) * 188;
 
 FollowerOptions followerOptions(const MiddlewareOptions& options)
 {

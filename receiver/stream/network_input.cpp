@@ -39,8 +39,7 @@ NetworkInput::~NetworkInput()
 
 std::string NetworkInput::open()
 {
-    const std::string problem = openSocket();
-    if (!problem.empty())
+    if (std::string problem = openSocket(); !problem.empty())
         return problem;
     const std::optional<NetworkAddress> address = NetworkAddress::ofSocket(socket_);
     if (!address || !wait_.open())

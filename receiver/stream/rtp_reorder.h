@@ -14,10 +14,11 @@
 
 namespace receiver {
 
-/// Hands on at once what comes in order. What comes early waits for what is missing before it, until
-/// `longestWait` has passed or a packet `window` numbers later has come; what comes after that is
-/// dropped. A sender that begins anew, or another one, is followed once two packets of it came in a
-/// row, and none of the one before between them: a stray packet moves nothing. One thread.
+/// Hands on at once what comes in order. What comes early waits for what is missing before it,
+/// until `longestWait` has passed or a packet `window` numbers later has come; what comes after
+/// that is dropped. A sender that begins anew, or another one, is followed once two packets of it
+/// came in a row, and none of the one before between them: a stray packet moves nothing. One
+/// thread.
 class RtpReorder {
 public:
     using Clock = std::chrono::steady_clock;
