@@ -18,3 +18,26 @@ function(vesta_own_code target)
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 endfunction()
+
+# Decides on a part beside the library: it is built where its packages are found, unless VARIABLE says
+# otherwise. What was not said is decided anew by each configuration, and not kept in the cache: that
+# is the user's.
+#   vesta_decide_on(VARIABLE "The part" LACKS [ON_THIS_MACHINE])
+# LACKS is the list of packages that were not found. ON_THIS_MACHINE: only where the build is for the
+# machine that it runs on, and the project is nobody's part.
+macro(vesta_decide_on variable part lacks)
+  list(JOIN ${lacks} ", " lacking)
+  if(NOT DEFINED ${variable})
+    set(${variable} OFF)
+    if("${ARGN}" STREQUAL "ON_THIS_MACHINE" AND
+       (NOT PROJECT_IS_TOP_LEVEL OR CMAKE_CROSSCOMPILING OR VESTA_32BIT))
+      # Nothing to say: nobody expects it.
+    elseif(lacking STREQUAL "")
+      set(${variable} ON)
+    else()
+      message(STATUS "${part} is left out: ${lacking} not found")
+    endif()
+  elseif(${variable} AND NOT lacking STREQUAL "")
+    message(FATAL_ERROR "${variable} is on, but not found: ${lacking}")
+  endif()
+endmacro()

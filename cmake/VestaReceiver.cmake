@@ -1,5 +1,5 @@
 # The reference receiver: built where its packages are found, unless VESTA_BUILD_RECEIVER says
-# otherwise. What was not said is decided anew by each configuration.
+# otherwise.
 
 find_path(DVBPSI_INCLUDE_DIR dvbpsi/dvbpsi.h)
 find_library(DVBPSI_LIBRARY dvbpsi)
@@ -25,20 +25,7 @@ endif()
 if(NOT EDITLINE_INCLUDE_DIR OR NOT EDITLINE_LIBRARY)
   list(APPEND receiver_lacks libedit)
 endif()
-list(JOIN receiver_lacks ", " receiver_lacks)
-
-if(NOT DEFINED VESTA_BUILD_RECEIVER)
-  set(VESTA_BUILD_RECEIVER OFF)  # not in the cache: that is the user's
-  if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING AND NOT VESTA_32BIT)
-    if(receiver_lacks STREQUAL "")
-      set(VESTA_BUILD_RECEIVER ON)
-    else()
-      message(STATUS "The reference receiver is left out: ${receiver_lacks} not found")
-    endif()
-  endif()
-elseif(VESTA_BUILD_RECEIVER AND NOT receiver_lacks STREQUAL "")
-  message(FATAL_ERROR "VESTA_BUILD_RECEIVER is on, but not found: ${receiver_lacks}")
-endif()
+vesta_decide_on(VESTA_BUILD_RECEIVER "The reference receiver" receiver_lacks ON_THIS_MACHINE)
 
 if(VESTA_BUILD_RECEIVER)
   file(GLOB_RECURSE receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")

@@ -76,9 +76,9 @@ public:
     }
 
     T* get() const { return object_; }
-    // NOLINTEND(clang-analyzer-cplusplus.*)
     T& operator*() const { return *object_; }
     T* operator->() const { return object_; }
+    // NOLINTEND(clang-analyzer-cplusplus.*)
     explicit operator bool() const { return object_ != nullptr; }
 
 private:

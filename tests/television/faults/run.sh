@@ -155,6 +155,40 @@ silent_server() {
     switch_off
 }
 
+# A server whose XML AIT has no end: no more of it is taken than any table has.
+endless_table() {
+    switch_on
+    mkfifo "$scratch/port"
+    perl -MIO::Socket::INET -e '
+        $SIG{PIPE} = "IGNORE";
+        my $socket = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1");
+        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
+        while (my $client = $socket->accept) {
+            print $client "HTTP/1.0 200 OK\r\nContent-Type: application/vnd.dvb.ait+xml\r\n\r\n";
+            while (print $client " " x 65536) {}
+        }' "$scratch/port" &
+    helpers+=("$!")
+    local port
+    read -r port <"$scratch/port"
+    tell create "http://127.0.0.1:$port/table"
+    expect "http://127.0.0.1:$port/table: the table did not come whole"
+    expect '0.0 stopped'
+    tell status
+    expect 'a.1  in window 1'
+    page_works
+    switch_off
+}
+
+# A link to a file that is no page: nothing is kept, and the application goes on.
+unwanted_download() {
+    switch_on
+    tell start http://test.example/download.html
+    expect 'still here'
+    [[ -z $(find "$HOME" "$PWD" -newer "$scratch" -name 'file.bin*' -not -path '*/site/*' 2>/dev/null) ]]
+    page_works
+    switch_off
+}
+
 # The last zap led to service 1, whose application is there now: nothing else will start.
 expect_first_service() {
     expect "$started"
