@@ -1,5 +1,6 @@
 #include <chrono>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -191,20 +192,29 @@ TEST(NetworkInput, SixIsAsGoodAsFour)
     EXPECT_EQ(read(input, 3), "six");
 }
 
-/// Group, and the URL that it is joined by.
-class NetworkInputGroup : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
+struct Group {
+    const char* name;
+    const char* address;
+    const char* url;
+};
+
+void PrintTo(const Group& group, std::ostream* out)
+{
+    *out << group.url;
+}
+
+class NetworkInputGroup : public ::testing::TestWithParam<Group> {};
 
 TEST_P(NetworkInputGroup, IsJoinedOnTheInterfaceAndMayBeHeardByTwo)
 {
-    const auto& [group, url] = GetParam();
-    NetworkInput input(url);
+    NetworkInput input(GetParam().url);
     if (const std::string problem = input.open(); !problem.empty())
         GTEST_SKIP() << "no group can be joined here: " << problem;
-    std::string again = url;
+    std::string again = GetParam().url;
     again.replace(again.find(":0?"), 2, ":" + std::to_string(input.port()));
     NetworkInput other(again);
     ASSERT_EQ(other.open(), "");
-    const DatagramSender sender(group, input.port());
+    const DatagramSender sender(GetParam().address, input.port());
     if (!sender.send(bytes("to all")))
         GTEST_SKIP() << "nothing can be sent to a group here";
     EXPECT_EQ(read(input, 6), "to all");
@@ -213,9 +223,11 @@ TEST_P(NetworkInputGroup, IsJoinedOnTheInterfaceAndMayBeHeardByTwo)
 
 INSTANTIATE_TEST_SUITE_P(
     Loopback, NetworkInputGroup,
-    ::testing::Values(std::pair("239.255.77.1", "udp://@239.255.77.1:0?interface=lo"),
-                      std::pair("239.255.77.2", "udp://239.255.77.2:0?interface=127.0.0.1"),
-                      std::pair("ff01::7701", "udp://@[ff01::7701]:0?interface=lo")));
+    ::testing::Values(Group{"ByName", "239.255.77.1", "udp://@239.255.77.1:0?interface=lo"},
+                      Group{"ByAddress", "239.255.77.2",
+                            "udp://239.255.77.2:0?interface=127.0.0.1"},
+                      Group{"Six", "ff01::7701", "udp://@[ff01::7701]:0?interface=lo"}),
+    [](const auto& instance) { return std::string(instance.param.name); });
 
 }  // namespace
 }  // namespace receiver
