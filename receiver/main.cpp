@@ -25,6 +25,7 @@
 #include "receiver/objects/stream_event_host.h"
 #include "receiver/options.h"
 #include "receiver/session.h"
+#include "receiver/stream/stream_input.h"
 #include "receiver/text/printable.h"
 #ifdef VESTA_HAS_WPE
 #include "receiver/wpe/glib_main_loop.h"
@@ -245,7 +246,8 @@ int main(int argc, char** argv)
     if (!problem.empty())
         return complain(problem, exitUnreadable);
     const bool isTyped = commanderOf(*options) == Session::Commander::Person;
-    if (options->browser != "console" && options->middleware.speed == 0)
+    const bool hasOwnPace = isNetworkInput(options->middleware.input);
+    if (options->browser != "console" && options->middleware.speed == 0 && !hasOwnPace)
         options->middleware.speed = 1;  // a page needs its time
     options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
     return playAndLog(*options);

@@ -3,6 +3,7 @@
 #include <getopt.h>
 
 #include "receiver/console/words.h"
+#include "receiver/stream/stream_input.h"
 
 namespace receiver {
 
@@ -17,6 +18,7 @@ enum Option : int {
     siteOption,
     speedOption,
     loopOption,
+    followOption,
     logOption,
     traceOption,
     extractOption,
@@ -36,6 +38,7 @@ const option longOptions[] = {
     {"site", required_argument, nullptr, siteOption},
     {"speed", required_argument, nullptr, speedOption},
     {"loop", no_argument, nullptr, loopOption},
+    {"follow", no_argument, nullptr, followOption},
     {"log", required_argument, nullptr, logOption},
     {"trace", required_argument, nullptr, traceOption},
     {"extract", required_argument, nullptr, extractOption},
@@ -151,15 +154,18 @@ std::string takeCarousel(const std::string& text, Options& options)
     return "";
 }
 
+/// An option without a value.
+void takeSwitch(int name, Options& options)
+{
+    options.help = options.help || name == helpOption;
+    options.version = options.version || name == versionOption;
+    options.middleware.loop = options.middleware.loop || name == loopOption;
+    options.middleware.follow = options.middleware.follow || name == followOption;
+}
+
 std::string takeOption(int name, const std::string& value, Options& options)
 {
     switch (name) {
-    case helpOption:
-        options.help = true;
-        return "";
-    case versionOption:
-        options.version = true;
-        return "";
     case scriptOption:
         options.script = value;
         return "";
@@ -168,9 +174,6 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return "";
     case extractOption:
         options.extract = value;
-        return "";
-    case loopOption:
-        options.middleware.loop = true;
         return "";
     case serviceOption:
         return takeService(value, options);
@@ -194,8 +197,30 @@ std::string takeOption(int name, const std::string& value, Options& options)
     case limitOption:
         return takeLimit(value, options);
     default:
+        takeSwitch(name, options);
         return "";
     }
+}
+
+/// @return what of the options does not go together; empty when all does
+std::string contradictionIn(const Options& options)
+{
+    const MiddlewareOptions& stream = options.middleware;
+    if (!options.pictures.empty() && options.browser == "console")
+        return "--pictures: the console browser paints nothing";
+    if (stream.loop && stream.input == "-")
+        return "--loop wants a file: standard input cannot be played again";
+    if (stream.loop && isNetworkInput(stream.input))
+        return "--loop wants a file: what the network brings cannot be played again";
+    if (stream.speed > 0 && isNetworkInput(stream.input))
+        return "--speed wants a file: the network brings a stream at its own pace";
+    if (stream.follow && (stream.input == "-" || isNetworkInput(stream.input)))
+        return "--follow wants a file";
+    if (stream.follow && stream.loop)
+        return "--follow and --loop: at its end a file is waited for, or played again";
+    if (options.script == "-" && stream.input == "-")
+        return "standard input cannot be both the script and the stream";
+    return "";
 }
 
 }  // namespace
@@ -224,12 +249,7 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
         return std::nullopt;
     }
     options.middleware.input = argv[optind];
-    if (!options.pictures.empty() && options.browser == "console")
-        problem = "--pictures: the console browser paints nothing";
-    else if (options.middleware.loop && options.middleware.input == "-")
-        problem = "--loop wants a file: standard input cannot be played again";
-    else if (options.script == "-" && options.middleware.input == "-")
-        problem = "standard input cannot be both the script and the stream";
+    problem = contradictionIn(options);
     return problem.empty() ? std::optional<Options>(options) : std::nullopt;
 }
 
@@ -237,8 +257,10 @@ std::string usage()
 {
     return "usage: vesta_receiver [OPTIONS] STREAM\n"
            "\n"
-           "Plays a transport stream (a file, or - for standard input) and runs the HbbTV\n"
-           "applications that it signals in a browser on the console.\n"
+           "Plays a transport stream and runs the HbbTV applications that it signals in a\n"
+           "browser on the console. STREAM is a file, - for standard input, or\n"
+           "udp://[@]ADDRESS:PORT[?interface=NAME], a multicast group or an address of this\n"
+           "machine, with RTP or without (rtp:// is the same).\n"
            "\n"
            "  -s, --script FILE          run the commands of a file (- for standard input), a "
            "line\n"
@@ -248,6 +270,7 @@ std::string usage()
            "      --site PREFIX=FOLDER   answer URLs that begin with PREFIX from a folder\n"
            "      --speed FACTOR         times real time, by the stream's clock (else: at once)\n"
            "      --loop                 play a file again and again\n"
+           "      --follow               wait at the end of a file for more: it is being written\n"
            "      --browser NAME         console (no more than loads), or wpe: a real one, WPE "
            "WebKit\n"
            "                             2.38, which gets no security updates: for pages that "

@@ -128,6 +128,8 @@ std::vector<std::string> statusPage(Session& session)
              withSeparators(statistics.crcErrors), " damaged sections, ",
              withSeparators(statistics.syncLosses), " losses of sync (",
              withSeparators(statistics.skippedBytes), " bytes skipped)");
+    if (const auto network = session.middleware().networkStatistics())
+        page.add(summaryOf(*network));
     return page.take();
 }
 

@@ -6,17 +6,35 @@ namespace receiver {
 
 namespace {
 
-const size_t chunkBytes = 32 * 188;
+const size_t chunkBytes = size_t(32) * 188;
 
 FollowerOptions followerOptions(const MiddlewareOptions& options)
 {
     return {options.service, options.verbose, options.limits, options.carousels};
 }
 
+/// "3 lost"
+std::string part(uint64_t count, const char* what)
+{
+    return ", " + withSeparators(count) + " " + what;
+}
+
 }  // namespace
 
+std::string summaryOf(const NetworkStatistics& statistics)
+{
+    std::string text = "network: " + withSeparators(statistics.datagrams) + " datagrams" +
+                       part(statistics.overflows, "dropped by the system");
+    if (statistics.rtpPackets == 0)
+        return text;
+    return text + "; RTP" + part(statistics.rtpPackets, "packets") + part(statistics.lost, "lost") +
+           part(statistics.reordered, "out of order") + part(statistics.duplicates, "duplicates") +
+           part(statistics.late, "too late") + part(statistics.damaged, "damaged");
+}
+
 Middleware::Middleware(MiddlewareOptions options, EventLog& log, Doorbell& doorbell)
-    : options_(std::move(options)), log_(log), doorbell_(doorbell), input_(options_.input),
+    : options_(std::move(options)), log_(log), doorbell_(doorbell),
+      input_(makeStreamInput(options_.input, options_.follow)),
       follower_(followerOptions(options_), log, clock_)
 {
 }
@@ -24,6 +42,14 @@ Middleware::Middleware(MiddlewareOptions options, EventLog& log, Doorbell& doorb
 Middleware::~Middleware()
 {
     stop();
+}
+
+std::string Middleware::open()
+{
+    std::string problem = input_->open();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    listenToInput();
+    return problem;
 }
 
 void Middleware::start()
@@ -42,8 +68,10 @@ void Middleware::stop()
     // The flag first: a thread that is let go must not take another step.
     doorbell_.close();
     wake_.notify_all();
-    input_.wake();
+    input_->wake();
     thread_.join();
+    if (input_->isEndless())
+        sumUpEndlessStream();
 }
 
 void Middleware::tune(uint16_t serviceId)
@@ -54,7 +82,7 @@ void Middleware::tune(uint16_t serviceId)
         ended_ = false;
     }
     wake_.notify_all();
-    input_.wake();
+    input_->wake();
 }
 
 std::vector<Service> Middleware::services() const
@@ -100,6 +128,12 @@ StreamStatistics Middleware::statistics() const
     return follower_.statistics();
 }
 
+std::optional<NetworkStatistics> Middleware::networkStatistics() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return network_;
+}
+
 void Middleware::run()
 {
     bool hasNews = true;
@@ -143,25 +177,38 @@ std::optional<uint16_t> Middleware::nextRequest()
 bool Middleware::playChunk()
 {
     unsigned char chunk[chunkBytes];
-    const std::optional<size_t> count = input_.read(chunk, sizeof(chunk));
+    const std::optional<size_t> count = input_->read(chunk, sizeof(chunk));
+    const std::lock_guard<std::mutex> lock(mutex_);
+    listenToInput();
     if (!count)
         return true;
-    const std::lock_guard<std::mutex> lock(mutex_);
     if (*count == 0 || !follower_.feed(chunk, *count))
         return false;
     showProgress();
     return true;
 }
 
+/// What the input has to say besides its bytes.
+void Middleware::listenToInput()
+{
+    for (const StreamInput::Remark& remark : input_->takeRemarks())
+        log_.report(Source::Receiver, remark.event, remark.text);
+    network_ = input_->networkStatistics();
+    if (!input_->takeNewBeginning())
+        return;
+    follower_.restart();
+    clock_.restart();
+}
+
 void Middleware::showProgress()
 {
     const size_t interval = size_t(8) << 20;
-    const size_t read = input_.bytesRead();
+    const size_t read = input_->bytesRead();
     if (!options_.showProgress || read < interval || read % interval >= chunkBytes)
         return;
     std::string text = withSeparators(read >> 20) + " MiB";
-    if (input_.size() != 0)
-        text += " of " + withSeparators(input_.size() >> 20) + " MiB";
+    if (input_->size() != 0)
+        text += " of " + withSeparators(input_->size() >> 20) + " MiB";
     log_.progress(text + " read, " + withSeparators(follower_.statistics().sections) + " sections");
 }
 
@@ -200,14 +247,14 @@ void Middleware::pace()
 bool Middleware::endOfStream()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const bool isEmpty = input_.bytesRead() == 0 && follower_.statistics().packets == 0;
-    if (!input_.error().empty())
-        error_ = input_.error();
+    const bool isEmpty = input_->bytesRead() == 0 && follower_.statistics().packets == 0;
+    if (!input_->error().empty())
+        error_ = input_->error();
     else if (isEmpty)
         error_ = options_.input + ": is empty";
     else if (!follower_.finish())
         error_ = options_.input + ": " + follower_.error();
-    if (error_.empty() && options_.loop && input_.rewind()) {
+    if (error_.empty() && options_.loop && input_->rewind()) {
         follower_.restart();
         clock_.restart();
         return false;
@@ -229,11 +276,29 @@ void Middleware::finishStream()
         follower_.remark("remark", "no clock in the stream: --speed had nothing to go by");
 }
 
+/// It did not end: the receiver does.
+void Middleware::sumUpEndlessStream()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!ended_)
+        follower_.remarkAtEnd();
+    if (network_)
+        log_.report(Source::Receiver, "network", summaryOf(*network_),
+                    {{"datagrams", network_->datagrams},
+                     {"dropped", network_->overflows},
+                     {"rtp_packets", network_->rtpPackets},
+                     {"lost", network_->lost},
+                     {"reordered", network_->reordered},
+                     {"duplicates", network_->duplicates},
+                     {"late", network_->late},
+                     {"damaged", network_->damaged}});
+}
+
 void Middleware::retune(uint16_t serviceId)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     follower_.tune(serviceId);
-    if (input_.rewind()) {
+    if (input_->rewind()) {
         follower_.restart();
         clock_.restart();
     }

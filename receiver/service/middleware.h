@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -21,7 +22,7 @@
 namespace receiver {
 
 struct MiddlewareOptions {
-    std::string input;                ///< a file, or "-" for standard input
+    std::string input;                ///< a file, "-" for standard input, or an address
     std::optional<uint16_t> service;  ///< to tune to first; else one with HbbTV applications
     double speed = 0;      ///< times real time, by PCR; 0: as fast as the receiver takes it
     bool loop = false;     ///< play the file again and again
@@ -29,7 +30,11 @@ struct MiddlewareOptions {
     bool showProgress = false;
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
+    bool follow = false;                 ///< wait at the end of the file for more
 };
+
+/// For people.
+std::string summaryOf(const NetworkStatistics& statistics);
 
 /// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, and
 /// never with its own mutex held: commands that the browser thread runs take it too.
@@ -42,12 +47,12 @@ public:
     Middleware& operator=(const Middleware&) = delete;
 
     /// Opens the input. @return an error for people; empty for success
-    std::string open() { return input_.open(); }
+    std::string open();
 
     /// Starts the thread.
     void start();
 
-    /// Ends the thread, and closes the doorbell.
+    /// Ends the thread, and closes the doorbell. What an input that has no end had is summed up.
     void stop();
 
     /// Tunes to a service; a file is played from its beginning again.
@@ -72,6 +77,8 @@ public:
     /// What the stream did not have, for people; empty when it had all.
     std::string lack() const;
     StreamStatistics statistics() const;
+    /// Nothing where the input is not the network.
+    std::optional<NetworkStatistics> networkStatistics() const;
     /// @}
 
     /// The tuned service's carousels, for the hooks and the status page. Thread-safe.
@@ -93,6 +100,8 @@ private:
     void pace();
     bool endOfStream();
     void finishStream();
+    void listenToInput();
+    void sumUpEndlessStream();
     void retune(uint16_t serviceId);
     void showProgress();
     std::optional<uint16_t> nextRequest();
@@ -100,7 +109,7 @@ private:
     const MiddlewareOptions options_;
     EventLog& log_;
     Doorbell& doorbell_;
-    StreamInput input_;
+    const std::unique_ptr<StreamInput> input_;
     std::thread thread_;
 
     // Guards everything below but the atomics and what the follower hands out as thread-safe. A
@@ -110,6 +119,7 @@ private:
     std::deque<uint16_t> requests_;
     StreamClock clock_;
     ServiceFollower follower_;
+    std::optional<NetworkStatistics> network_;
     std::string error_;
     std::atomic<bool> stopping_{false};
     std::atomic<bool> ended_{false};

@@ -39,7 +39,16 @@ void PacketFramer::finish()
     if (state_ == State::NotATransportStream)
         return;
     process(true);
-    state_ = everSynchronised_ ? State::Searching : State::NotATransportStream;
+    restart();
+    if (!everSynchronised_)
+        state_ = State::NotATransportStream;
+}
+
+void PacketFramer::restart()
+{
+    if (state_ == State::NotATransportStream)
+        return;
+    state_ = State::Searching;
     buffer_.clear();
     position_ = 0;
     skippedInSearch_ = 0;

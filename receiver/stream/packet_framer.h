@@ -36,6 +36,9 @@ public:
     /// packet that is not whole is dropped. The next feed() begins a new stream.
     void finish();
 
+    /// What came last does not go on: a packet that is not whole is dropped.
+    void restart();
+
     State state() const { return state_; }
 
     /// Bytes that belonged to no packet, other than the extra bytes of 192 and 204.

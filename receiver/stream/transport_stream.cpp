@@ -138,6 +138,7 @@ void TransportStream::countFraming()
 
 void TransportStream::restart()
 {
+    framer_.restart();
     continuityCounters_.fill(noCounter);
     for (auto& [pid, entry] : sectionPids_)
         entry = std::make_unique<SectionPid>();

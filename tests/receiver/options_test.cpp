@@ -70,6 +70,8 @@ TEST(Options, EveryOneIsTakenBeforeOrAfterTheStream)
     ASSERT_EQ(options.sites.size(), 2u);
     EXPECT_EQ(options.sites[0].prefix, "http://a.example/?x=y");
     EXPECT_EQ(options.sites[0].folder, "folder");
+    EXPECT_FALSE(options.middleware.follow);
+    EXPECT_TRUE(parse("--follow --speed 1 a.ts").options->middleware.follow);
     EXPECT_EQ(parse("-s x a.ts").options->script, "x");
     EXPECT_EQ(parse("-s - a.ts").options->script, "-");
     EXPECT_EQ(parse("-- -").options->middleware.input, "-");
@@ -94,7 +96,8 @@ TEST(Options, HelpAndVersionWantNoStream)
     EXPECT_TRUE(parse("-h a b c").options->help);
     for (const char* const option :
          {"--script", "--service", "--site", "--speed", "--loop", "--log", "--trace", "--extract",
-          "--carousel-limit", "--carousel-pid", "--duration", "--version", "--help"})
+          "--carousel-limit", "--carousel-pid", "--duration", "--follow", "--version", "--help",
+          "udp://"})
         EXPECT_NE(usage().find(option), std::string::npos) << option;
 }
 
@@ -124,6 +127,11 @@ TEST(Options, WhatIsWrongIsSaid)
         {"--carousel-pid 1:256 a", "not 1:256"},
         {"--carousel-pid 1: a", "not 1:"},
         {"--loop -", "--loop wants a file"},
+        {"--loop udp://127.0.0.1:1", "--loop wants a file: what the network brings"},
+        {"--speed 1 rtp://127.0.0.1:1", "--speed wants a file: the network brings"},
+        {"--follow -", "--follow wants a file"},
+        {"--follow udp://127.0.0.1:1", "--follow wants a file"},
+        {"--follow --loop a", "--follow and --loop"},
         {"--script - -", "standard input cannot be both the script and the stream"},
         {"--duration 0 a", "--duration wants seconds such as 60 or 0.5, not 0"},
         {"--duration -1 a", "not -1"},

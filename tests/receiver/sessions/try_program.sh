@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# try_program.sh RECEIVER STREAMS SHARED_DATA VERSION
+# try_program.sh RECEIVER STREAMS SHARED_DATA VERSION SENDER
 # What the program as a whole does with wrong input, inputs of every kind, and its outputs: exit
 # codes, sentences and extracted files.
 set -uo pipefail
@@ -8,6 +8,7 @@ receiver=$(realpath "$1")
 streams=$(realpath "$2")
 shared=$3
 version=$4
+sender=$(realpath "$5")
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 station="$here/../../../samples/station.ts"
 work=$(mktemp -d)
@@ -45,6 +46,9 @@ wrong_usage() {
     expect 1 "--speed wants a value" --speed
     expect 1 "--speed wants a factor" --speed fast "$station"
     expect 1 "--loop wants a file" --loop -
+    expect 1 "--loop wants a file" --loop udp://127.0.0.1:0
+    expect 1 "--speed wants a file" --speed 1 udp://127.0.0.1:0
+    expect 1 "--follow wants a file" --follow -
     expect 1 "no such service: 5; the stream has 28112 \"" --service 5 "$station"
     tail -n 1 "$work/err" | grep -q "no such service: 5; the stream has 28112" || fail "the last line does not say what there is"
     expect 0 "usage: vesta_receiver" --help
@@ -67,6 +71,11 @@ unreadable_input() {
     expect 2 "empty.ts: is empty" "$work/empty.ts"
     expect 2 "-: is empty" -
     expect 2 "not a transport stream" "$here/run.sh"
+    expect 2 "udp://127.0.0.1: expected udp://" udp://127.0.0.1
+    expect 2 "udp://192.0.2.1:0: Cannot assign requested address" udp://192.0.2.1:0
+    expect 2 "no such interface: nowhere9" "udp://239.1.1.1:1?interface=nowhere9"
+    mkfifo "$work/unfollowed"
+    expect 2 "unfollowed: --follow wants a file" --follow "$work/unfollowed"
     printf G >"$work/short.ts"
     expect 2 "not a transport stream" "$work/short.ts"
     expect 2 "cannot be read" --script "$work/nowhere" "$station"
@@ -178,6 +187,57 @@ silent_pipe() {
     exec 9<&-
 }
 
+# from_network ARGUMENT...: a station that is sent without end is heard, and its application runs.
+# The receiver says which port is free. It takes what comes, until a signal ends it.
+from_network() {
+    local line pid station_pid port= url=$1
+    shift
+    rm -f "$work/lines" "$work/on_air"
+    mkfifo "$work/lines" "$work/on_air"
+    timeout --foreground 60 "$receiver" "$url" </dev/null >"$work/lines" 2>"$work/err" &
+    pid=$!
+    exec 8<"$work/lines"
+    while read -r line <&8 && [[ $line != *"listening to "* ]]; do :; done
+    port=${line##*:}
+    "$sender" 127.0.0.1 "$port" "$station" "$@" <"$work/on_air" &
+    station_pid=$!
+    exec 7>"$work/on_air"
+    while read -r line <&8 && [[ $line != *"index.html: 336 bytes"* ]]; do :; done
+    [[ $line == *"index.html: 336 bytes"* ]] || fail "no application from $url $*"
+    kill -TERM "$pid"
+    cat <&8 >"$work/out"
+    wait "$pid" || fail "exit code after $url $*"
+    exec 7>&- 8<&-
+    wait "$station_pid"
+    grep -q "  receiver  network: [0-9,]* datagrams" "$work/out" || fail "does not sum up $url $*"
+    [[ $# -eq 0 ]] || grep -q "; RTP, " "$work/out" || fail "does not see RTP: $url $*"
+}
+
+network() {
+    from_network "udp://@127.0.0.1:0"
+    from_network "rtp://127.0.0.1:0" rtp
+    expect 0 "no services: the stream lists none" --duration 0.2 udp://127.0.0.1:0
+}
+
+# A file that is still being written has no end.
+growing_file() {
+    local pid line
+    head -c 200000 "$station" >"$work/growing.ts"
+    rm -f "$work/lines"
+    mkfifo "$work/lines"
+    timeout --foreground 60 "$receiver" --follow "$work/growing.ts" </dev/null >"$work/lines" 2>"$work/err" &
+    pid=$!
+    exec 8<"$work/lines"
+    while read -r line <&8 && [[ $line != *"tuned to"* ]]; do :; done
+    tail -c +200001 "$station" >>"$work/growing.ts"
+    while read -r line <&8 && [[ $line != *"index.html: 336 bytes"* ]]; do :; done
+    [[ $line == *"index.html: 336 bytes"* ]] || fail "no application from a file that grows"
+    kill -TERM "$pid"
+    cat <&8 >"$work/out"
+    wait "$pid" || fail "exit code after a file that grows"
+    exec 8<&-
+}
+
 odd_streams() {
     local middle=$((188 * 900 + 77))
     head -c $((188 * 2500 + 100)) "$station" >"$work/truncated.ts"
@@ -250,6 +310,8 @@ signals
 durations
 expectations
 silent_pipe
+network
+growing_file
 odd_streams
 extraction
 recordings

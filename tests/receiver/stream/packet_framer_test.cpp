@@ -108,5 +108,24 @@ TEST(PacketFramer, TextIsNoStreamEvenIfItBeginsWithTheSyncByte)
     EXPECT_EQ(state, PacketFramer::State::NotATransportStream);
 }
 
+TEST(PacketFramer, APacketThatDoesNotGoOnIsDroppedWithoutHarmToThoseAfterIt)
+{
+    const Bytes packets = somePackets(12);
+    for (const Bytes& bytes : {packets, spread(packets, 4, 0), spread(packets, 0, 16)}) {
+        Bytes found;
+        PacketFramer framer([&found](const unsigned char* packet) {
+            found.insert(found.end(), packet, packet + 188);
+        });
+        framer.feed(bytes.data(), bytes.size() - 50);
+        const size_t foundBefore = found.size();
+        framer.restart();
+        framer.feed(bytes.data(), bytes.size());
+        framer.finish();
+        EXPECT_EQ(found.size(), foundBefore + packets.size());
+        EXPECT_EQ(framer.syncLosses(), 0u);
+        EXPECT_EQ(framer.skippedBytes(), 0u);
+    }
+}
+
 }  // namespace
 }  // namespace receiver
