@@ -8,9 +8,37 @@ function errorNamed(name, message) {
     return name === 'TypeError' ? new TypeError(message) : new DOMException(message, name);
 }
 
-/// Asks the receiver and waits for its answer.
-function call(name, ...args) {
-    const text = native(stringify({ call: name, arguments: args }));
+const { isArray } = Array;
+const { keys: keysOf } = Object;
+const { isFinite: isFiniteNumber } = Number;
+
+/// JSON.stringify would ask the page's toJSON, of old libraries or of a forger.
+/// @param value null, a boolean, number, string, or an array or object of such; null for all else
+function serialised(value) {
+    if (typeof value === 'string')
+        return stringify(value);  // which asks nobody about a string
+    if (typeof value === 'boolean' || isFiniteNumber(value))
+        return '' + value;
+    if (typeof value !== 'object' || value === null)
+        return 'null';
+    let text = '';
+    if (isArray(value)) {
+        for (let index = 0; index < value.length; ++index)
+            text += (index > 0 ? ',' : '') + serialised(value[index]);
+        return '[' + text + ']';
+    }
+    const names = keysOf(value);
+    for (let index = 0; index < names.length; ++index) {
+        const part = value[names[index]];
+        if (part !== undefined)
+            text += (text ? ',' : '') + stringify(names[index]) + ':' + serialised(part);
+    }
+    return '{' + text + '}';
+}
+
+/// @param args an array, which is not spread: the page may have its own idea of that
+function request(name, args) {
+    const text = native('{"call":' + stringify(name) + ',"arguments":' + serialised(args) + '}');
     if (!text)
         throw errorNamed('InvalidStateError', 'the receiver does not answer');
     const answer = parse(text);
@@ -19,10 +47,10 @@ function call(name, ...args) {
     return answer.value;
 }
 
-/// As call(), for what never throws for a reason of the receiver's.
+/// Asks the receiver and waits for its answer. @return otherwise where it cannot be had
 function ask(name, otherwise, ...args) {
     try {
-        return call(name, ...args);
+        return request(name, args);
     } catch (error) {
         return otherwise;
     }
