@@ -1,16 +1,40 @@
 // What all script objects stand on: calls to the receiver, its events, and objects that take their
 // behaviour from their type.
 
+// ---- The engine's globals -----------------------------------------------------------------------
+
+// As they are before the page's scripts: those may declare globals of the same names, and libraries
+// change what the engine's have.
+
+const {
+    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, HTMLObjectElement, HTMLUnknownElement,
+    KeyboardEvent, MessageChannel, MutationObserver, Node, Number, ProgressEvent, Promise, Request, String, TypeError, URL,
+    XMLHttpRequest, console, getComputedStyle, origin: ownOrigin,
+} = window;
+const { isFinite: isFiniteNumber, isInteger } = Number;
+
+function staticsOf(holder) {
+    return window.Object.create(null, window.Object.getOwnPropertyDescriptors(holder));
+}
+const [Array, JSON, Math, Object, Reflect] = [window.Array, window.JSON, window.Math, window.Object, window.Reflect].map(staticsOf);
+
+/// A class with the methods of another, which nobody else changes.
+function isolated(Class) {
+    class Isolated extends Class { }
+    const { constructor, ...methods } = Object.getOwnPropertyDescriptors(Class.prototype);
+    Object.defineProperties(Isolated.prototype, methods);
+    return Isolated;
+}
+const [Map, Set, WeakMap] = [window.Map, window.Set, window.WeakMap].map(isolated);
+
+// ---- Calls --------------------------------------------------------------------------------------
+
 const { parse, stringify } = JSON;
 const xhtml = 'http://www.w3.org/1999/xhtml';
 
 function errorNamed(name, message) {
     return name === 'TypeError' ? new TypeError(message) : new DOMException(message, name);
 }
-
-const { isArray } = Array;
-const { keys: keysOf } = Object;
-const { isFinite: isFiniteNumber } = Number;
 
 /// JSON.stringify would ask the page's toJSON, of old libraries or of a forger.
 /// @param value null, a boolean, number, string, or an array or object of such; null for all else
@@ -22,12 +46,12 @@ function serialised(value) {
     if (typeof value !== 'object' || value === null)
         return 'null';
     let text = '';
-    if (isArray(value)) {
+    if (Array.isArray(value)) {
         for (let index = 0; index < value.length; ++index)
             text += (index > 0 ? ',' : '') + serialised(value[index]);
         return '[' + text + ']';
     }
-    const names = keysOf(value);
+    const names = Object.keys(value);
     for (let index = 0; index < names.length; ++index) {
         const part = value[names[index]];
         if (part !== undefined)

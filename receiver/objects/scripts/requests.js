@@ -18,7 +18,7 @@ onReceiverEvent('OriginsChanged', event => {
 
 /// The host of another origin, as the receiver names it; null for the document's own.
 function otherOrigin(target) {
-    const isOther = /^https?:$/.test(target.protocol) && target.origin !== self.origin;
+    const isOther = /^https?:$/.test(target.protocol) && target.origin !== ownOrigin;
     return isOther ? target.protocol + '//' + target.hostname : null;
 }
 
@@ -76,11 +76,12 @@ XMLHttpRequest.prototype.abort = function abort() {
 };
 
 const fetchAnything = window.fetch;
-defineGlobal('fetch', function fetch(input, options) {
+const permittedFetch = function fetch(input, options) {
     const url = input instanceof Request ? input.url : String(input);
     const wait = permit(url);
     if (wait === null)
         return Promise.reject(new DOMException('The application may not ask for ' + url, 'SecurityError'));
     const go = () => fetchAnything.call(window, input, options);
     return wait ? wait.then(go) : go();
-});
+};
+defineGlobal('fetch', permittedFetch);
