@@ -30,6 +30,8 @@ function permit(url) {
     } catch (error) {
         return undefined;  // the engine says what is wrong with it
     }
+    if (target.protocol === 'data:' || target.protocol === 'blob:')
+        return undefined;  // they go nowhere
     const other = otherOrigin(target);
     const [permission, number] = ask('request.permission', [denied, null], document.URL, target.href, other);
     if (number !== null)
