@@ -7,7 +7,7 @@
 // change what the engine's have.
 
 const {
-    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, HTMLObjectElement, HTMLUnknownElement,
+    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, Function, HTMLObjectElement, HTMLUnknownElement,
     KeyboardEvent, MessageChannel, MutationObserver, Node, Number, ProgressEvent, Promise, Request, String, TypeError, URL,
     XMLHttpRequest, console, getComputedStyle, origin: ownOrigin,
 } = window;
@@ -181,11 +181,39 @@ const { addEventListener: listen, removeEventListener: unlisten, dispatchEvent: 
 const kinds = [];  // {matches, Implementation, factory}
 const implementations = new WeakMap();
 
+/// As HTML has it: the names of the element and of the document are there.
+function handlerInMarkup(text) {
+    try {
+        return new Function('event', 'with (document) with (this) {\n' + text + '\n}');
+    } catch (error) {
+        reportException(error);
+        return null;
+    }
+}
+
 /// An element's implementation. What it has as properties and methods, the element has.
 class Embedded {
     constructor(element) {
         this.element = element;
-        this.handlers = {};
+        this.handlers = Object.create(null);
+        this._markup = new Map();
+    }
+
+    /// What a script set, else what the markup has in an attribute of any case; null for neither.
+    _handlerOf(name) {
+        if (name in this.handlers)
+            return this.handlers[name];
+        const wanted = 'on' + name.toLowerCase();
+        const attribute = this.element.getAttributeNames().find(each => each.toLowerCase() === wanted);
+        if (!attribute)
+            return null;
+        const text = this.element.getAttribute(attribute);
+        const known = this._markup.get(name);
+        if (known && known.text === text)
+            return known.handler;
+        const handler = handlerInMarkup(text);
+        this._markup.set(name, { text, handler });
+        return handler;
     }
 
     /// Calls the on... handler, and the listeners of a DOM event.
@@ -193,8 +221,9 @@ class Embedded {
         const event = new Event(name);
         for (const [field, value] of Object.entries(fields))
             Object.defineProperty(event, field, { value, enumerable: true });
-        const handler = this.handlers[name];
-        const handle = () => handler.apply(this.element, args);
+        const handler = this._handlerOf(name);
+        const isMarkup = !(name in this.handlers);
+        const handle = () => handler.apply(this.element, isMarkup ? [event] : args);
         // Within the dispatch: what it adds is not called for this event.
         if (typeof handler === 'function')
             listen.call(this.element, name, handle, { once: true });
@@ -286,7 +315,7 @@ function defineKind(matches, Implementation, events = []) {
     for (const name of events) {
         Object.defineProperty(Implementation.prototype, 'on' + name, {
             configurable: true,
-            get() { return this.handlers[name] || null; },
+            get() { return this._handlerOf(name) || null; },
             set(handler) { this.handlers[name] = handler; },
         });
     }
@@ -302,7 +331,7 @@ function defineKind(matches, Implementation, events = []) {
 // ---- The factory --------------------------------------------------------------------------------
 
 const factory = {};
-const supportedTypes = new Set();
+const supportedTypes = new Set(['video/mp4', 'audio/mp4', 'application/dash+xml']);  // and what the factory makes
 
 /// oipfObjectFactory's method for a type.
 function defineFactoryMethod(name, type) {
