@@ -234,10 +234,15 @@ void ObjectHost::addApplicationFunctions()
             return native_PermissionsIsTrusted(
                        document.window->id, textArgument(arguments, 0).c_str()) == VEIF_RETURN_OK;
         });
-    add("application.isVisible", [this](const CallingDocument& document, const Json&) -> Json {
-        const auto* const running = integrator_.applicationOf(document.window);
-        return running && running->visible;
-    });
+    add("application.isVisible",
+        [this](const CallingDocument& document, const Json& arguments) -> Json {
+            long id = 0;
+            expectSuccess(native_AppManGetWindowOfApplication(
+                applicationArgument(document, arguments, 0), &id));
+            const auto* const running =
+                integrator_.applicationOf(BrowserEngine::current->findWindow(id));
+            return running && running->visible;
+        });
 }
 
 void ObjectHost::addKeySetFunctions()

@@ -45,6 +45,8 @@ const { open: openRequest, send: sendRequest, abort: abortRequest } = XMLHttpReq
 const delayed = new WeakMap();  // requests that have to wait before they go out
 
 XMLHttpRequest.prototype.open = function open(method, url, ...rest) {
+    if (arguments.length < 2)
+        return openRequest.apply(this, arguments);  // which throws
     const wait = permit(String(url));
     if (wait === null)
         throw new DOMException('The application may not ask for ' + url, 'SecurityError');
