@@ -1,6 +1,9 @@
 #include "receiver/objects/object_host.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <set>
 #include <utility>
 
@@ -20,13 +23,12 @@ ObjectHost* current = nullptr;
 
 /// More than any remote control has.
 constexpr size_t mostOtherKeys = 256;
+constexpr int mostKeyCode = 0xFFFF;
+
+/// Whole numbers up to here are exact in a script.
+constexpr uint64_t mostId = (uint64_t(1) << 53) - 1;
 
 /// Ids are numbers; scripts keep them as such.
-void* idOf(double number)
-{
-    return reinterpret_cast<void*>(static_cast<uintptr_t>(number));
-}
-
 double numberOf(const void* id)
 {
     return static_cast<double>(reinterpret_cast<uintptr_t>(id));
@@ -34,7 +36,10 @@ double numberOf(const void* id)
 
 void* idArgument(const Json& arguments, size_t index)
 {
-    return idOf(numberArgument(arguments, index));
+    const uint64_t number = wholeNumberArgument(
+        arguments, index, std::min<uint64_t>(mostId, std::numeric_limits<uintptr_t>::max()));
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): ids are numbers in pointers
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(number));
 }
 
 /// The application in whose window the document is; null for none.
@@ -59,13 +64,6 @@ void tellOfEvent(int event, void* application)
         current->send(nullptr,
                       {{"event", event == lowMemory ? "LowMemory" : "ApplicationLoadError"},
                        {"application", numberOf(application)}});
-}
-
-void tellOfEnd(void* application)
-{
-    if (current)
-        current->send(nullptr,
-                      {{"event", "ApplicationDestroyed"}, {"application", numberOf(application)}});
 }
 
 /// What the application manager says of a page's request.
@@ -101,6 +99,14 @@ double numberArgument(const Json& arguments, size_t index)
     if (index >= arguments.size() || !arguments[index].is_number())
         throw ScriptError{"TypeError", "a number is expected"};
     return arguments[index].get<double>();
+}
+
+uint64_t wholeNumberArgument(const Json& arguments, size_t index, uint64_t most)
+{
+    const double number = numberArgument(arguments, index);
+    if (!(number >= 0 && number <= static_cast<double>(most)) || std::trunc(number) != number)
+        throw ScriptError{"TypeError", "another number is expected"};
+    return static_cast<uint64_t>(number);
 }
 
 bool flagArgument(const Json& arguments, size_t index)
@@ -159,30 +165,60 @@ std::string ObjectHost::answer(const CallingDocument& document, const std::strin
     return answer.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
+void ObjectHost::tellOfEnd(void* application)
+{
+    if (!current)
+        return;
+    current->creators_.erase(application);
+    current->send(nullptr,
+                  {{"event", "ApplicationDestroyed"}, {"application", numberOf(application)}});
+}
+
+/// A document speaks for its own application, and for those that this one created.
+void* ObjectHost::applicationArgument(const CallingDocument& document, const Json& arguments,
+                                      size_t index) const
+{
+    void* const named = idArgument(arguments, index);
+    void* const own = ownApplication(document);
+    const auto created = creators_.find(named);
+    if (named && (named == own || (created != creators_.end() && created->second == own)))
+        return named;
+    throw ScriptError{"SecurityError", "the application is another one's"};
+}
+
 void ObjectHost::addApplicationFunctions()
 {
     add("application.own", [](const CallingDocument& document, const Json&) -> Json {
         return numberOf(ownApplication(document));
     });
-    add("application.show", [](const CallingDocument&, const Json& arguments) -> Json {
-        return native_ApplicationShow(idArgument(arguments, 0)) == VEIF_RETURN_OK;
+    add("application.show", [this](const CallingDocument& document, const Json& arguments) -> Json {
+        return native_ApplicationShow(applicationArgument(document, arguments, 0)) ==
+               VEIF_RETURN_OK;
     });
-    add("application.hide", [](const CallingDocument&, const Json& arguments) -> Json {
-        return native_ApplicationHide(idArgument(arguments, 0)) == VEIF_RETURN_OK;
+    add("application.hide", [this](const CallingDocument& document, const Json& arguments) -> Json {
+        return native_ApplicationHide(applicationArgument(document, arguments, 0)) ==
+               VEIF_RETURN_OK;
     });
-    add("application.destroy", [](const CallingDocument&, const Json& arguments) -> Json {
-        expectSuccess(native_ApplicationDestroyApplication(idArgument(arguments, 0)));
-        return nullptr;
-    });
-    add("application.create", [this](const CallingDocument&, const Json& arguments) -> Json {
-        const std::string url = textArgument(arguments, 0);
-        void* created = nullptr;
-        const int result = native_ApplicationCreateApplication(
-            url.c_str(), flagArgument(arguments, 1) ? 1 : 0, idArgument(arguments, 2), &created);
-        log_.report(Source::Script, "create", "the script creates " + url,
-                    {{"url", url}, {"result", result}});
-        return result == VEIF_RETURN_OK ? Json(numberOf(created)) : Json(nullptr);
-    });
+    add("application.destroy",
+        [this](const CallingDocument& document, const Json& arguments) -> Json {
+            expectSuccess(
+                native_ApplicationDestroyApplication(applicationArgument(document, arguments, 0)));
+            return nullptr;
+        });
+    add("application.create",
+        [this](const CallingDocument& document, const Json& arguments) -> Json {
+            const std::string url = textArgument(arguments, 0);
+            void* const creator = applicationArgument(document, arguments, 2);
+            void* created = nullptr;
+            const int result = native_ApplicationCreateApplication(
+                url.c_str(), flagArgument(arguments, 1) ? 1 : 0, creator, &created);
+            log_.report(Source::Script, "create", "the script creates " + url,
+                        {{"url", url}, {"result", result}});
+            if (result != VEIF_RETURN_OK)
+                return nullptr;
+            creators_[created] = creator;
+            return numberOf(created);
+        });
     add("application.freeMemory", [](const CallingDocument& document, const Json&) -> Json {
         double bytes = 0;
         expectSuccess(native_AppPrivateDataGetFreeMem(document.window->id, &bytes));
@@ -198,17 +234,22 @@ void ObjectHost::addApplicationFunctions()
             return native_PermissionsIsTrusted(
                        document.window->id, textArgument(arguments, 0).c_str()) == VEIF_RETURN_OK;
         });
-    add("application.isVisible", [this](const CallingDocument& document, const Json&) -> Json {
-        const auto* const running = integrator_.applicationOf(document.window);
-        return running && running->visible;
-    });
+    add("application.isVisible",
+        [this](const CallingDocument& document, const Json& arguments) -> Json {
+            long id = 0;
+            expectSuccess(native_AppManGetWindowOfApplication(
+                applicationArgument(document, arguments, 0), &id));
+            const auto* const running =
+                integrator_.applicationOf(BrowserEngine::current->findWindow(id));
+            return running && running->visible;
+        });
 }
 
 void ObjectHost::addKeySetFunctions()
 {
-    add("keyset.value", [](const CallingDocument&, const Json& arguments) -> Json {
+    add("keyset.value", [this](const CallingDocument& document, const Json& arguments) -> Json {
         double value = 0;
-        expectSuccess(native_KeySetGetValue(idArgument(arguments, 0), &value));
+        expectSuccess(native_KeySetGetValue(applicationArgument(document, arguments, 0), &value));
         return value;
     });
     add("keyset.maximum", [](const CallingDocument& document, const Json&) -> Json {
@@ -216,10 +257,10 @@ void ObjectHost::addKeySetFunctions()
         expectSuccess(native_KeySetGetMaximumValue(document.window->id, &value));
         return value;
     });
-    add("keyset.set", [](const CallingDocument&, const Json& arguments) -> Json {
+    add("keyset.set", [this](const CallingDocument& document, const Json& arguments) -> Json {
         double granted = 0;
-        expectSuccess(native_KeySetSetValue(idArgument(arguments, 0), numberArgument(arguments, 1),
-                                            &granted));
+        expectSuccess(native_KeySetSetValue(applicationArgument(document, arguments, 0),
+                                            numberArgument(arguments, 1), &granted));
         return granted;
     });
 }
@@ -233,17 +274,18 @@ void ObjectHost::addOtherKeyFunctions()
         return BrowserEngine::current->findWindow(id);
     };
     add("keyset.otherKeys",
-        [this, windowOf](const CallingDocument&, const Json& arguments) -> Json {
-            return integrator_.otherKeysOf(windowOf(idArgument(arguments, 0)));
+        [this, windowOf](const CallingDocument& document, const Json& arguments) -> Json {
+            return integrator_.otherKeysOf(windowOf(applicationArgument(document, arguments, 0)));
         });
     add("keyset.setOtherKeys",
-        [this, windowOf](const CallingDocument&, const Json& arguments) -> Json {
+        [this, windowOf](const CallingDocument& document, const Json& arguments) -> Json {
             std::set<int> codes;
             for (const Json& code : arguments.at(1)) {
-                if (code.is_number_integer() && codes.size() < mostOtherKeys)
+                const bool isCode = code.is_number_integer() && code >= 0 && code <= mostKeyCode;
+                if (isCode && codes.size() < mostOtherKeys)
                     codes.insert(code.get<int>());
             }
-            integrator_.setOtherKeys(windowOf(idArgument(arguments, 0)), codes);
+            integrator_.setOtherKeys(windowOf(applicationArgument(document, arguments, 0)), codes);
             return nullptr;
         });
 }

@@ -51,6 +51,9 @@ public:
     void startFromPage(TAVO_VestaWindow* window, const std::string& url) override;
 
 private:
+    static void tellOfEnd(void* application);
+    void* applicationArgument(const CallingDocument& document, const Json& arguments,
+                              size_t index) const;
     void addApplicationFunctions();
     void addKeySetFunctions();
     void addOtherKeyFunctions();
@@ -62,6 +65,7 @@ private:
     Integrator& integrator_;
     ScriptedBrowser& browser_;
     std::map<std::string, Function> functions_;
+    std::map<void*, void*> creators_;  // of applications that run, by theirs: both are ids
     unsigned long lastOriginsChange_ = 0;
     std::function<void(const std::string& text)> hearDebug_;
 };
@@ -70,6 +74,8 @@ private:
 /// @{
 std::string textArgument(const nlohmann::json& arguments, size_t index);
 double numberArgument(const nlohmann::json& arguments, size_t index);
+/// @return a whole number from 0 to most
+uint64_t wholeNumberArgument(const nlohmann::json& arguments, size_t index, uint64_t most);
 bool flagArgument(const nlohmann::json& arguments, size_t index);
 /// @}
 

@@ -1,5 +1,7 @@
 #include "receiver/objects/stream_event_host.h"
 
+#include <limits>
+
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/integration/stream_event_subscriptions.h"
@@ -47,8 +49,12 @@ StreamEventHost::StreamEventHost(ObjectHost& objects, BrowserEngine& browser,
                      return listenToComponent(document, arguments);
                  });
     objects_.add("streamEvents.remove",
-                 [this](const CallingDocument&, const Json& arguments) -> Json {
-                     remove(static_cast<uint32_t>(numberArgument(arguments, 0)));
+                 [this](const CallingDocument& document, const Json& arguments) -> Json {
+                     const auto listener = static_cast<uint32_t>(
+                         wholeNumberArgument(arguments, 0, std::numeric_limits<uint32_t>::max()));
+                     const auto found = windows_.find(listener);
+                     if (found != windows_.end() && found->second == document.window->id)
+                         remove(listener);
                      return nullptr;
                  });
 }
@@ -84,8 +90,9 @@ Json StreamEventHost::listen(const CallingDocument& document, const Json& argume
 /// @param arguments the component's tag, the event's id, its name @return as above
 Json StreamEventHost::listenToComponent(const CallingDocument& document, const Json& arguments)
 {
-    const double component = numberArgument(arguments, 0);
-    const double event = numberArgument(arguments, 1);
+    const uint64_t most = 0xFFFF;
+    const auto component = static_cast<double>(wholeNumberArgument(arguments, 0, most));
+    const auto event = static_cast<double>(wholeNumberArgument(arguments, 1, most));
     const std::string name = textArgument(arguments, 2);
     const uint32_t listener = newListener(document);
     const int result = native_BroadcastAddXMLStreamEventListener(

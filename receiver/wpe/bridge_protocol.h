@@ -12,6 +12,9 @@ namespace receiver {
 
 constexpr size_t bridgeLengthBytes = 4;
 
+/// A call may not be longer, its first line with it: the receiver ends the connection.
+constexpr uint32_t mostCallBytes = uint32_t(16) << 20;
+
 inline std::array<unsigned char, bridgeLengthBytes> bridgeLength(size_t length)
 {
     return {static_cast<unsigned char>(length & 0xFF),

@@ -69,12 +69,17 @@ struct Document {
     bool isMainFrame;
 };
 
+/// The answer to a call that would end the connection, and so all later ones.
+const char* const tooLong = R"({"error":"QuotaExceededError","message":"the call is too long"})";
+
 char* callFromScript(const char* text, gpointer data)
 {
     const auto* const document = static_cast<const Document*>(data);
     const std::string message = std::to_string(document->page) + " " +
                                 std::to_string(document->number) +
                                 (document->isMainFrame ? " 1\n" : " 0\n") + (text ? text : "");
+    if (message.size() > mostCallBytes)
+        return g_strdup(tooLong);
     return g_strdup(call(message).c_str());
 }
 

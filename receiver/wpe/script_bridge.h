@@ -32,9 +32,6 @@ public:
     /// The socket's path, for the web processes; empty when there can be none.
     const std::string& path() const { return path_; }
 
-    /// A call may not be longer.
-    static constexpr uint32_t mostCallBytes = uint32_t(16) << 20;
-
 private:
     struct Connection;
 

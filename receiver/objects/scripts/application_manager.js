@@ -53,7 +53,7 @@ class Application {
         });
     }
 
-    get visible() { return ask('application.isVisible', false); }
+    get visible() { return ask('application.isVisible', false, this._id); }
     get active() { return true; }
     get isPrimaryReceiver() { return true; }
     get window() { return window; }

@@ -28,7 +28,7 @@ class Broadcast extends Embedded {
     getVolume() { return volume; }
 
     setVolume(wanted) {
-        const isVolume = Number.isFinite(wanted) && wanted >= 0 && wanted <= 100;
+        const isVolume = isFiniteNumber(wanted) && wanted >= 0 && wanted <= 100;
         if (isVolume)
             volume = Math.trunc(wanted);
         return isVolume;

@@ -50,7 +50,7 @@ const channelConfig = new ChannelConfig();
 
 // ---- Channels that a script makes ---------------------------------------------------------------
 
-const isId = value => Number.isInteger(value) && value >= 0 && value <= 0xFFFF;
+const isId = value => isInteger(value) && value >= 0 && value <= 0xFFFF;
 const deliverySystemTags = [0x43, 0x44, 0x5A, 0x79, 0x7F];
 
 /// @param dsd the whole descriptor, a character for each byte

@@ -1,6 +1,34 @@
 // What all script objects stand on: calls to the receiver, its events, and objects that take their
 // behaviour from their type.
 
+// ---- The engine's globals -----------------------------------------------------------------------
+
+// As they are before the page's scripts: those may declare globals of the same names, and libraries
+// change what the engine's have.
+
+const {
+    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, Function, HTMLObjectElement, HTMLUnknownElement,
+    KeyboardEvent, MessageChannel, MutationObserver, Node, Number, ProgressEvent, Promise, Request, String, TypeError, URL,
+    XMLHttpRequest, console, getComputedStyle, origin: ownOrigin,
+} = window;
+const { isFinite: isFiniteNumber, isInteger } = Number;
+
+function staticsOf(holder) {
+    return window.Object.create(null, window.Object.getOwnPropertyDescriptors(holder));
+}
+const [Array, JSON, Math, Object, Reflect] = [window.Array, window.JSON, window.Math, window.Object, window.Reflect].map(staticsOf);
+
+/// A class with the methods of another, which nobody else changes.
+function isolated(Class) {
+    class Isolated extends Class { }
+    const { constructor, ...methods } = Object.getOwnPropertyDescriptors(Class.prototype);
+    Object.defineProperties(Isolated.prototype, methods);
+    return Isolated;
+}
+const [Map, Set, WeakMap] = [window.Map, window.Set, window.WeakMap].map(isolated);
+
+// ---- Calls --------------------------------------------------------------------------------------
+
 const { parse, stringify } = JSON;
 const xhtml = 'http://www.w3.org/1999/xhtml';
 
@@ -8,9 +36,33 @@ function errorNamed(name, message) {
     return name === 'TypeError' ? new TypeError(message) : new DOMException(message, name);
 }
 
-/// Asks the receiver and waits for its answer.
-function call(name, ...args) {
-    const text = native(stringify({ call: name, arguments: args }));
+/// JSON.stringify would ask the page's toJSON, of old libraries or of a forger.
+/// @param value null, a boolean, number, string, or an array or object of such; null for all else
+function serialised(value) {
+    if (typeof value === 'string')
+        return stringify(value);  // which asks nobody about a string
+    if (typeof value === 'boolean' || isFiniteNumber(value))
+        return '' + value;
+    if (typeof value !== 'object' || value === null)
+        return 'null';
+    let text = '';
+    if (Array.isArray(value)) {
+        for (let index = 0; index < value.length; ++index)
+            text += (index > 0 ? ',' : '') + serialised(value[index]);
+        return '[' + text + ']';
+    }
+    const names = Object.keys(value);
+    for (let index = 0; index < names.length; ++index) {
+        const part = value[names[index]];
+        if (part !== undefined)
+            text += (text ? ',' : '') + stringify(names[index]) + ':' + serialised(part);
+    }
+    return '{' + text + '}';
+}
+
+/// @param args an array, which is not spread: the page may have its own idea of that
+function request(name, args) {
+    const text = native('{"call":' + stringify(name) + ',"arguments":' + serialised(args) + '}');
     if (!text)
         throw errorNamed('InvalidStateError', 'the receiver does not answer');
     const answer = parse(text);
@@ -19,10 +71,10 @@ function call(name, ...args) {
     return answer.value;
 }
 
-/// As call(), for what never throws for a reason of the receiver's.
+/// Asks the receiver and waits for its answer. @return otherwise where it cannot be had
 function ask(name, otherwise, ...args) {
     try {
-        return call(name, ...args);
+        return request(name, args);
     } catch (error) {
         return otherwise;
     }
@@ -129,11 +181,39 @@ const { addEventListener: listen, removeEventListener: unlisten, dispatchEvent: 
 const kinds = [];  // {matches, Implementation, factory}
 const implementations = new WeakMap();
 
+/// As HTML has it: the names of the element and of the document are there.
+function handlerInMarkup(text) {
+    try {
+        return new Function('event', 'with (document) with (this) {\n' + text + '\n}');
+    } catch (error) {
+        reportException(error);
+        return null;
+    }
+}
+
 /// An element's implementation. What it has as properties and methods, the element has.
 class Embedded {
     constructor(element) {
         this.element = element;
-        this.handlers = {};
+        this.handlers = Object.create(null);
+        this._markup = new Map();
+    }
+
+    /// What a script set, else what the markup has in an attribute of any case; null for neither.
+    _handlerOf(name) {
+        if (name in this.handlers)
+            return this.handlers[name];
+        const wanted = 'on' + name.toLowerCase();
+        const attribute = this.element.getAttributeNames().find(each => each.toLowerCase() === wanted);
+        if (!attribute)
+            return null;
+        const text = this.element.getAttribute(attribute);
+        const known = this._markup.get(name);
+        if (known && known.text === text)
+            return known.handler;
+        const handler = handlerInMarkup(text);
+        this._markup.set(name, { text, handler });
+        return handler;
     }
 
     /// Calls the on... handler, and the listeners of a DOM event.
@@ -141,8 +221,9 @@ class Embedded {
         const event = new Event(name);
         for (const [field, value] of Object.entries(fields))
             Object.defineProperty(event, field, { value, enumerable: true });
-        const handler = this.handlers[name];
-        const handle = () => handler.apply(this.element, args);
+        const handler = this._handlerOf(name);
+        const isMarkup = !(name in this.handlers);
+        const handle = () => handler.apply(this.element, isMarkup ? [event] : args);
         // Within the dispatch: what it adds is not called for this event.
         if (typeof handler === 'function')
             listen.call(this.element, name, handle, { once: true });
@@ -234,7 +315,7 @@ function defineKind(matches, Implementation, events = []) {
     for (const name of events) {
         Object.defineProperty(Implementation.prototype, 'on' + name, {
             configurable: true,
-            get() { return this.handlers[name] || null; },
+            get() { return this._handlerOf(name) || null; },
             set(handler) { this.handlers[name] = handler; },
         });
     }
@@ -250,7 +331,7 @@ function defineKind(matches, Implementation, events = []) {
 // ---- The factory --------------------------------------------------------------------------------
 
 const factory = {};
-const supportedTypes = new Set();
+const supportedTypes = new Set(['video/mp4', 'audio/mp4', 'application/dash+xml']);  // and what the factory makes
 
 /// oipfObjectFactory's method for a type.
 function defineFactoryMethod(name, type) {

@@ -11,6 +11,12 @@ if (isXhtml) {
     };
 }
 
+// No script objects are in workers: what they ask for would go out without permission. HbbTV does not
+// require workers.
+for (const name of ['Worker', 'SharedWorker'])
+    Reflect.deleteProperty(window, name);
+Reflect.deleteProperty(Object.getPrototypeOf(navigator), 'serviceWorker');
+
 // A page that is not well-formed is a page that failed to load.
 if (isMain && isXhtml) {
     document.addEventListener('DOMContentLoaded', () => {

@@ -57,7 +57,7 @@ class MediaObject extends Embedded {
 
     /// @param speed 1 without one
     play(speed) {
-        if (speed !== undefined && !Number.isFinite(Number(speed)))
+        if (speed !== undefined && !isFiniteNumber(Number(speed)))
             return false;
         if (this._state === mediaStates.connecting)
             return true;

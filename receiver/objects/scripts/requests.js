@@ -18,7 +18,7 @@ onReceiverEvent('OriginsChanged', event => {
 
 /// The host of another origin, as the receiver names it; null for the document's own.
 function otherOrigin(target) {
-    const isOther = /^https?:$/.test(target.protocol) && target.origin !== self.origin;
+    const isOther = /^https?:$/.test(target.protocol) && target.origin !== ownOrigin;
     return isOther ? target.protocol + '//' + target.hostname : null;
 }
 
@@ -30,6 +30,8 @@ function permit(url) {
     } catch (error) {
         return undefined;  // the engine says what is wrong with it
     }
+    if (target.protocol === 'data:' || target.protocol === 'blob:')
+        return undefined;  // they go nowhere
     const other = otherOrigin(target);
     const [permission, number] = ask('request.permission', [denied, null], document.URL, target.href, other);
     if (number !== null)
@@ -43,6 +45,8 @@ const { open: openRequest, send: sendRequest, abort: abortRequest } = XMLHttpReq
 const delayed = new WeakMap();  // requests that have to wait before they go out
 
 XMLHttpRequest.prototype.open = function open(method, url, ...rest) {
+    if (arguments.length < 2)
+        return openRequest.apply(this, arguments);  // which throws
     const wait = permit(String(url));
     if (wait === null)
         throw new DOMException('The application may not ask for ' + url, 'SecurityError');
@@ -76,11 +80,12 @@ XMLHttpRequest.prototype.abort = function abort() {
 };
 
 const fetchAnything = window.fetch;
-defineGlobal('fetch', function fetch(input, options) {
+const permittedFetch = function fetch(input, options) {
     const url = input instanceof Request ? input.url : String(input);
     const wait = permit(url);
     if (wait === null)
         return Promise.reject(new DOMException('The application may not ask for ' + url, 'SecurityError'));
     const go = () => fetchAnything.call(window, input, options);
     return wait ? wait.then(go) : go();
-});
+};
+defineGlobal('fetch', permittedFetch);

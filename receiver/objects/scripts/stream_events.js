@@ -43,7 +43,7 @@ function failStreamEvent(entry) {
 async function subscribeToDescription(entry) {
     let described = null;
     try {
-        const answer = await fetch(entry.url);
+        const answer = await permittedFetch(entry.url);
         described = answer.ok ? describedEvent(await answer.text(), entry.name) : null;
     } catch (error) {
         // It cannot be had.

@@ -95,15 +95,15 @@ function watchLayout() {
         attributes: true, childList: true, characterData: true, subtree: true,
     });
     for (const name of ['load', 'scroll', 'resize'])
-        window.addEventListener(name, placeSoon, true);
+        listen.call(window, name, placeSoon, true);
     const isAround = event => {
         const element = videoElement();
         return element && event.target.contains && event.target.contains(element);
     };
     for (const name of ['transitionrun', 'animationstart'])
-        window.addEventListener(name, event => { if (isAround(event)) { ++moving; placeSoon(); } }, true);
+        listen.call(window, name, event => { if (isAround(event)) { ++moving; placeSoon(); } }, true);
     for (const name of ['transitionend', 'transitioncancel', 'animationend', 'animationcancel'])
-        window.addEventListener(name, event => { if (isAround(event)) { moving = Math.max(0, moving - 1); placeSoon(); } }, true);
+        listen.call(window, name, event => { if (isAround(event)) { moving = Math.max(0, moving - 1); placeSoon(); } }, true);
 }
 
 window.addEventListener('pagehide', () => {

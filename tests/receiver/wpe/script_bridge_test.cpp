@@ -133,7 +133,7 @@ TEST_F(ScriptBridgeTest, ALargeCallAndItsAnswerComeWhole)
 TEST_F(ScriptBridgeTest, ACallThatIsTooLongEndsTheConnection)
 {
     Client client(bridge_.path());
-    const auto length = bridgeLength(size_t(ScriptBridge::mostCallBytes) + 1);
+    const auto length = bridgeLength(size_t(mostCallBytes) + 1);
     client.send(std::string(length.begin(), length.end()));
     EXPECT_EQ(client.received(), "closed");
     EXPECT_TRUE(calls_.empty());
