@@ -169,9 +169,9 @@ Lookup ObjectCarousel::find(const std::string& path) const
         lookup.file = viewOf(*place.module, *place.object);
     } else {
         lookup.result = Lookup::Result::Error;
-        lookup.reason = namesDirectory                 ? "it is no directory"
+        lookup.reason = namesDirectory               ? "it is no directory"
                         : isDirectory(*place.object) ? "it is a directory"
-                                                       : "it is not a file";
+                                                     : "it is not a file";
     }
     return lookup;
 }

@@ -100,13 +100,14 @@ TEST_F(ObjectCarouselTest, WhatIsNotAListedFileIsAnError)
 TEST_F(ObjectCarouselTest, ADirectoryAnswersItsNamesInItsOrder)
 {
     EXPECT_EQ(resultOf(""), Result::Pending);
-    broadcast({makeGateway("g", {{"z.html", fileIor("f")},
-                                 {"css", makeIor({"dir", 2, "c"})},
-                                 {"a", fileIor("nowhere", 9)},
-                                 {"late", makeIor({"dir", 1, "not there"})}}),
-               makeFile("f", "x") + makeDirectory("c", {{"b.css", fileIor("f")},
-                                                        {"none", makeIor({"dir", 2, "n"})}}) +
-                   makeDirectory("n", {})});
+    broadcast(
+        {makeGateway("g", {{"z.html", fileIor("f")},
+                           {"css", makeIor({"dir", 2, "c"})},
+                           {"a", fileIor("nowhere", 9)},
+                           {"late", makeIor({"dir", 1, "not there"})}}),
+         makeFile("f", "x") +
+             makeDirectory("c", {{"b.css", fileIor("f")}, {"none", makeIor({"dir", 2, "n"})}}) +
+             makeDirectory("n", {})});
 
     EXPECT_EQ(read(""), "z.html,css,a,late");
     EXPECT_EQ(carousel_.find("").file.contentType, "text/plain");
