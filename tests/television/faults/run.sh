@@ -155,6 +155,43 @@ silent_server() {
     switch_off
 }
 
+# Requests that are never answered: they end with their page, and others of the host's get answers.
+unanswered_requests() {
+    switch_on
+    mkfifo "$scratch/port" "$scratch/ended"
+    perl -MIO::Socket::INET -MIO::Select -e '
+        $SIG{PIPE} = "IGNORE";
+        my $socket = IO::Socket::INET->new(Listen => 50, LocalAddr => "127.0.0.1");
+        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
+        my $select = IO::Select->new($socket);
+        my ($asked, $ended, %waits) = (0, 0);
+        while (my @ready = $select->can_read) { for my $client (@ready) {
+            if ($client == $socket) { $select->add($socket->accept); next; }
+            my $count = sysread($client, my $request, 65536);
+            if (!$count) {
+                $select->remove($client); close $client;
+                if ($waits{$client} && ++$ended == 4) { open(my $end, ">", $ARGV[1]); print $end "4\n"; close $end; }
+                next;
+            }
+            if ($request =~ m{^GET /never}) { $waits{$client} = 1; ++$asked; next; }
+            my $body = $request =~ m{^GET /page} ? "<html><body><script>"
+                . "for (var i = 0; i < 4; ++i) fetch(\"/never\" + i);"
+                . "fetch(\"/answer\").then(function (a) { debug(\"length \" + a.headers.get(\"Content-Length\")); });"
+                . "</script></body></html>" : "answer";
+            print $client "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: "
+                . length($body) . "\r\nConnection: close\r\n\r\n$body";
+            $select->remove($client); close $client;
+        } }' "$scratch/port" "$scratch/ended" &
+    helpers+=("$!")
+    local port ended
+    read -r port <"$scratch/port"
+    tell start "http://127.0.0.1:$port/page.html"
+    expect 'length 6'
+    page_works
+    read -r -t 60 ended <"$scratch/ended"
+    switch_off
+}
+
 # A server whose XML AIT has no end: no more of it is taken than any table has.
 endless_table() {
     switch_on
