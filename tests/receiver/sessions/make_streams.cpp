@@ -373,12 +373,13 @@ std::vector<PmtStream> televisionComponents()
     };
 }
 
-/// A carousel with an object, "events", whose event "round" has this id.
+/// A carousel with an object, "events", whose event "round" has this id, and a file.
 StreamWriter& addEventCarousel(StreamWriter& stream, unsigned id)
 {
     return addCarousel(stream, 0x305,
-                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
-                           makeStreamEvents("e", {{"round", id}}));
+                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})},
+                                         {"table.aitx", makeIor({"fil", 1, "t"})}}) +
+                           makeStreamEvents("e", {{"round", id}}) + makeFile("t", "<no table/>"));
 }
 
 /// Present, following and three more of a schedule, each an hour long.

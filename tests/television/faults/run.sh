@@ -11,6 +11,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 helpers=()
 scratch=$(mktemp -d)
+mkdir "$scratch/left"
 cleanup() {
     [[ ${#helpers[@]} -eq 0 ]] || kill "${helpers[@]}" 2>/dev/null || true
     rm -rf "$scratch"
@@ -25,7 +26,7 @@ started='http://one.example/index.html: 200'
 switch_on() {
     local sites=../../receiver/sessions/site
     coproc RECEIVER {
-        exec "$receiver" --browser wpe --loop --site http://test.example/=site \
+        TMPDIR=$scratch/left exec "$receiver" --browser wpe --loop --site http://test.example/=site \
             --site "http://one.example=$sites/one" --site "http://two.example=$sites/two" \
             "$@" "$streams/$stream.ts" 2>&1
     }
@@ -58,6 +59,16 @@ switch_off() {
     wait "$receiver_pid" || code=$?
     [[ $code -eq 0 ]] || {
         printf 'the receiver ended with exit code %s\n' "$code" >&2
+        exit 1
+    }
+}
+
+# Not one file of the receiver's own.
+nothing_is_left() {
+    local files
+    files=$(find "$scratch/left" -mindepth 1)
+    [[ -z $files ]] || {
+        printf 'left behind: %s\n' "$files" >&2
         exit 1
     }
 }
@@ -214,6 +225,7 @@ endless_table() {
     expect 'a.1  in window 1'
     page_works
     switch_off
+    nothing_is_left
 }
 
 # A link to a file that is no page: nothing is kept, and the application goes on.
@@ -221,9 +233,9 @@ unwanted_download() {
     switch_on
     tell start http://test.example/download.html
     expect 'still here'
-    [[ -z $(find "$HOME" "$PWD" -newer "$scratch" -name 'file.bin*' -not -path '*/site/*' 2>/dev/null) ]]
     page_works
     switch_off
+    nothing_is_left
 }
 
 # The last zap led to service 1, whose application is there now: nothing else will start.
@@ -231,9 +243,9 @@ expect_first_service() {
     expect "$started"
 }
 
-# Not one process, view or descriptor more than after the first few.
+# Not one process, view or descriptor more, nor memory, than after the first few.
 many_zaps() {
-    local round before after
+    local round before after memory
     switch_on
     for round in {1..100}; do
         tell zap 2
@@ -244,6 +256,7 @@ many_zaps() {
             expect_first_service
             page_works
             before=$(find "/proc/$receiver_pid/fd" | wc -l)
+            memory=$(resident)
         fi
     done
     expect_first_service
@@ -251,6 +264,11 @@ many_zaps() {
     after=$(find "/proc/$receiver_pid/fd" | wc -l)
     [[ $after -le $((before + 8)) ]] || {
         printf 'descriptors: %s, then %s\n' "$before" "$after" >&2
+        exit 1
+    }
+    after=$(resident)
+    [[ $after -le $((memory + 32768)) ]] || {
+        printf 'resident memory: %s KiB, then %s KiB\n' "$memory" "$after" >&2
         exit 1
     }
     [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
