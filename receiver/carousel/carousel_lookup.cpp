@@ -29,6 +29,24 @@ FileView viewOf(const CarouselModule& module, const BiopObject& object)
     return view;
 }
 
+/// What a directory answers: its names, in the order in which it has them.
+FileView listingOf(const BiopObject& directory)
+{
+    std::string names;
+    for (const Binding& binding : directory.bindings)
+        names += (names.empty() ? "" : ",") + binding.name;
+    FileView view;
+    view.contentType = "text/plain";
+    view.size = names.size();
+    if (names.empty())
+        return view;
+    const std::shared_ptr<unsigned char[]> bytes(new unsigned char[names.size()]);
+    std::copy(names.begin(), names.end(), bytes.get());
+    view.owner = bytes;
+    view.data = view.owner.get();
+    return view;
+}
+
 std::string nameOf(const CarouselModule& module)
 {
     return "module " + std::to_string(module.announcement().moduleId);
@@ -127,21 +145,33 @@ ObjectCarousel::Resolution ObjectCarousel::walk(const std::string& path) const
     return place;
 }
 
+/// The root is the gateway, which has no name.
+ObjectCarousel::Resolution ObjectCarousel::walkToDirectory(const std::string& path) const
+{
+    if (!path.empty())
+        return walk(path.substr(0, path.size() - 1));
+    return gateway_ ? resolve(*gateway_)
+                    : Resolution::pending("the service gateway is not yet announced");
+}
+
 Lookup ObjectCarousel::find(const std::string& path) const
 {
     Lookup lookup;
     const bool namesDirectory = path.empty() || path.back() == '/';
-    const Resolution place =
-        namesDirectory ? Resolution::error("the path names a directory") : walk(path);
+    const Resolution place = namesDirectory ? walkToDirectory(path) : walk(path);
     lookup.result = place.result;
     lookup.reason = place.reason;
     if (!place.object)
         return lookup;
-    if (place.object->kind == ObjectKind::File) {
+    if (namesDirectory && isDirectory(*place.object)) {
+        lookup.file = listingOf(*place.object);
+    } else if (!namesDirectory && place.object->kind == ObjectKind::File) {
         lookup.file = viewOf(*place.module, *place.object);
     } else {
         lookup.result = Lookup::Result::Error;
-        lookup.reason = isDirectory(*place.object) ? "it is a directory" : "it is not a file";
+        lookup.reason = namesDirectory               ? "it is no directory"
+                        : isDirectory(*place.object) ? "it is a directory"
+                                                     : "it is not a file";
     }
     return lookup;
 }

@@ -125,9 +125,9 @@ public:
     /// Gives up the blocks that nothing has announced.
     void dropEarlyBlocks();
 
-    /// Looks for a file.
-    /// @param path "a/b/c.html", without a leading "/", escapes decoded by the caller; naming a
-    ///        directory is an error
+    /// Looks for a file, or for a directory: what that answers is its names, as "a.html,b,sub".
+    /// @param path "a/b/c.html", without a leading "/", escapes decoded by the caller; a directory
+    ///        with a "/" at its end, the root empty. A directory without that "/" is an error
     Lookup find(const std::string& path) const;
 
     /// Looks for a stream-event object. @param path as above
@@ -199,6 +199,7 @@ private:
     const CarouselModule* findModule(const ObjectReference& reference, Resolution& result) const;
     Resolution resolve(const ObjectReference& reference) const;
     Resolution walk(const std::string& path) const;
+    Resolution walkToDirectory(const std::string& path) const;
     void listObject(const std::string& path, const Resolution& found,
                     CarouselListing& listing) const;
     MissingFile missingFile(const std::string& path, const ObjectReference& target,

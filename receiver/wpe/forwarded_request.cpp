@@ -1,5 +1,7 @@
 #include "receiver/wpe/forwarded_request.h"
 
+#include <sys/socket.h>
+
 namespace receiver {
 
 namespace {
@@ -17,6 +19,20 @@ void copyHeader(const char* name, const char* value, gpointer headers)
             return;
     }
     soup_message_headers_append(static_cast<SoupMessageHeaders*>(headers), name, value);
+}
+
+/// @return false when there is no one at the other end any more
+bool isConnected(GSocket* socket)
+{
+    char next = 0;
+    GInputVector place = {&next, 1};
+    gint flags = MSG_PEEK;
+    GError* problem = nullptr;
+    const gssize count = g_socket_receive_message(socket, nullptr, &place, 1, nullptr, nullptr,
+                                                  &flags, nullptr, &problem);
+    const bool isQuiet = g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK) != 0;
+    g_clear_error(&problem);
+    return count > 0 || isQuiet;
 }
 
 /// Whether an answer may have one.
@@ -48,6 +64,7 @@ ForwardedRequest::ForwardedRequest(SoupServerMessage* asked)
 
 ForwardedRequest::~ForwardedRequest()
 {
+    unwatch();
     g_signal_handlers_disconnect_by_data(asked_, this);
     if (answer_)
         g_object_unref(answer_);
@@ -67,8 +84,36 @@ void ForwardedRequest::send(SoupSession* session)
         soup_message_set_request_body_from_bytes(sent_, nullptr, bytes);
         g_bytes_unref(bytes);
     }
+    watch();
     isWaiting_ = true;
     soup_session_send_async(session, sent_, G_PRIORITY_DEFAULT, cancellable_, answered, this);
+}
+
+/// The server reads nothing of a paused request's connection, and hears of no end.
+void ForwardedRequest::watch()
+{
+    GSocket* const socket = soup_server_message_get_socket(asked_);
+    if (!socket)
+        return;
+    hangUp_ = g_socket_create_source(socket, GIOCondition(G_IO_IN | G_IO_HUP | G_IO_ERR), nullptr);
+    const GSocketSourceFunc look = [](GSocket* from, GIOCondition, gpointer self) -> gboolean {
+        auto* const request = static_cast<ForwardedRequest*>(self);
+        request->unwatch();  // what it may have sent is the server's to read
+        if (!isConnected(from))
+            request->fail();
+        return G_SOURCE_REMOVE;
+    };
+    g_source_set_callback(hangUp_, G_SOURCE_FUNC(look), this, nullptr);
+    g_source_attach(hangUp_, nullptr);
+}
+
+void ForwardedRequest::unwatch()
+{
+    if (!hangUp_)
+        return;
+    g_source_destroy(hangUp_);
+    g_source_unref(hangUp_);
+    hangUp_ = nullptr;
 }
 
 void ForwardedRequest::answered(GObject* session, GAsyncResult* result, gpointer self)
@@ -76,6 +121,7 @@ void ForwardedRequest::answered(GObject* session, GAsyncResult* result, gpointer
     auto* const request = static_cast<ForwardedRequest*>(self);
     GInputStream* const answer = soup_session_send_finish(SOUP_SESSION(session), result, nullptr);
     request->isWaiting_ = false;
+    request->unwatch();
     request->answer_ = answer;
     if (request->isOver_)
         delete request;
@@ -92,13 +138,20 @@ void ForwardedRequest::begin()
     soup_message_headers_foreach(soup_message_get_response_headers(sent_), copyHeader, headers);
     if (!hasBody(*sent_))
         return soup_server_message_unpause(asked_);
-    soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
+    SoupMessageHeaders* const received = soup_message_get_response_headers(sent_);
+    const bool isDecoded = soup_message_headers_get_one(received, "Content-Encoding") != nullptr;
+    if (!isDecoded && soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH)
+        soup_message_headers_set_content_length(headers,
+                                                soup_message_headers_get_content_length(received));
+    else
+        soup_message_headers_set_encoding(headers, SOUP_ENCODING_CHUNKED);
     soup_message_body_set_accumulate(soup_server_message_get_response_body(asked_), FALSE);
     read();
 }
 
 void ForwardedRequest::read()
 {
+    watch();
     isWaiting_ = true;
     g_input_stream_read_bytes_async(answer_, mostPieceBytes, G_PRIORITY_DEFAULT, cancellable_,
                                     received, this);
@@ -109,6 +162,7 @@ void ForwardedRequest::received(GObject* stream, GAsyncResult* result, gpointer 
     auto* const request = static_cast<ForwardedRequest*>(self);
     GBytes* const piece = g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, nullptr);
     request->isWaiting_ = false;
+    request->unwatch();
     if (request->isOver_)
         delete request;
     else if (piece)
@@ -158,6 +212,7 @@ void ForwardedRequest::end()
     if (isOver_)
         return;
     isOver_ = true;
+    unwatch();
     g_cancellable_cancel(cancellable_);
     if (!isWaiting_)
         delete this;

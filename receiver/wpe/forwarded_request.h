@@ -26,6 +26,8 @@ private:
     static void finished(SoupServerMessage* message, gpointer self);
 
     void send(SoupSession* session);
+    void watch();
+    void unwatch();
     void begin();
     void read();
     void passOn(GBytes* piece);
@@ -36,7 +38,8 @@ private:
     SoupMessage* const sent_;
     GCancellable* const cancellable_;
     GInputStream* answer_ = nullptr;
-    bool isWaiting_ = false;  // for the network
+    GSource* hangUp_ = nullptr;  // of the browser, while its request is paused
+    bool isWaiting_ = false;     // for the network
     bool isOver_ = false;
 };
 

@@ -11,6 +11,10 @@ namespace receiver {
 
 namespace {
 
+// Answers that never come must not keep others from being asked for.
+const int mostConnections = 256;
+const int mostConnectionsOfHost = 64;
+
 /// What the server knows; freed with it.
 struct Folders {
     std::vector<Site> sites;
@@ -58,7 +62,9 @@ void handle(SoupServer* /*server*/, SoupServerMessage* message, const char* /*pa
 SoupServer* startSiteServer(const std::vector<Site>& sites, std::string& address)
 {
     SoupServer* const server = soup_server_new(nullptr, nullptr);
-    auto* const folders = new Folders{sites, soup_session_new()};
+    auto* const folders = new Folders{
+        sites, soup_session_new_with_options("max-conns", mostConnections, "max-conns-per-host",
+                                             mostConnectionsOfHost, nullptr)};
     // No proxy of the environment's: it would take even what is on this machine.
     soup_session_set_proxy_resolver(folders->session, nullptr);
     soup_server_add_handler(server, nullptr, handle, folders, [](gpointer made) {

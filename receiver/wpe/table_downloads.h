@@ -30,19 +30,24 @@ public:
     /// What the view has begun to load is to come. @param url its own, after all redirections
     void expect(const WebKitWebView* view, const std::string& url) { expected_[view] = url; }
 
-    /// The view goes away.
-    void forget(const WebKitWebView* view) { expected_.erase(view); }
+    /// The view goes on to something else, or goes away: nothing more is heard of what it loads.
+    void forget(const WebKitWebView* view);
 
 private:
     struct Download {
         std::string url;
+        const WebKitWebView* view = nullptr;  ///< compared alone
         std::string path;
+        unsigned silence = 0;  ///< a timer's source, while nothing comes
         bool isWhole = true;
+        bool isWanted = true;
     };
 
     void started(WebKitDownload* download);
     void received(WebKitDownload* download);
     void finished(WebKitDownload* download);
+    void waitFor(WebKitDownload* download);
+    void removeFiles(const std::string& path) const;
 
     WebKitWebContext* const context_;
     const Listener hear_;

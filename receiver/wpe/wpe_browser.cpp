@@ -60,7 +60,10 @@ WpeBrowser::WpeBrowser(EventLog& log, std::vector<Site> sites, double scriptSeco
         context_, [this](WebKitWebView* web, const std::string& url,
                          const std::optional<std::string>& document) {
             if (const WpeWindow* const window = windowOf(web))
-                later(*window, [=](WpeWindow& opened) { takeTable(opened, url, document); });
+                later(*window, [=, load = window->load](WpeWindow& opened) {
+                    if (opened.load == load)
+                        takeTable(opened, url, document);
+                });
         });
     startSites();
     watchdog_ = g_timeout_add(

@@ -82,7 +82,10 @@ private:
     std::vector<const Frame*> frames() const;
     void takeTable(WpeWindow& window, const std::string& url,
                    const std::optional<std::string>& document);
+    void beginLoad(WpeWindow& window, const std::string& url);
     void failTable(WpeWindow& window, const std::string& url, const std::string& problem);
+    void failTableLater(const WpeWindow& window, const std::string& url,
+                        const std::string& problem);
     void makeView(WpeWindow& window);
     void dropView(WpeWindow& window);
     unsigned notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,

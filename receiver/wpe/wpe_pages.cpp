@@ -43,10 +43,18 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     }
     window->isFresh = false;
     window->wantsFreshView = false;
-    window->expected = url;
+    beginLoad(*window, url);
     window->resources.clear();
     webkit_web_view_load_uri(window->view->web(), url.c_str());
     return 0;
+}
+
+/// Whatever the window was to show instead comes too late.
+void WpeBrowser::beginLoad(WpeWindow& window, const std::string& url)
+{
+    ++window.load;
+    window.expected = url;
+    tables_->forget(window.view->web());
 }
 
 int WpeBrowser::clearHistory(TAVO_VestaWindow* where)
@@ -137,6 +145,7 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
     case WEBKIT_LOAD_STARTED:
         window.loaded = false;
         window.hasFailed = false;
+        beginLoad(window, std::string(window.expected));
         break;
     case WEBKIT_LOAD_REDIRECTED:
         window.expected = textOf(webkit_web_view_get_uri(window.view->web()));
@@ -174,6 +183,8 @@ gboolean WpeBrowser::loadFailed(WpeWindow& window, WebKitLoadEvent /*event*/, co
                                 const GError* error)
 {
     window.hasFailed = true;
+    if (window.expected == textOf(failing))
+        window.expected.clear();
     if (isSuperseded(*error))
         return TRUE;
     window.loaded = true;
@@ -262,6 +273,10 @@ bool WpeBrowser::decideResponse(WpeWindow& window, WebKitResponsePolicyDecision*
 void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* decision,
                              const std::string& url)
 {
+    if (!beginsWith(url, "http://") && !beginsWith(url, "https://")) {
+        webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+        return failTableLater(window, url, "XML AITs are taken from the network alone");
+    }
     const unsigned status =
         webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(decision));
     if (status == httpOK) {
@@ -270,8 +285,15 @@ void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* de
         return;
     }
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
-    later(window, [this, url, status](WpeWindow& opened) {
-        failTable(opened, url, std::to_string(status));
+    failTableLater(window, url, std::to_string(status));
+}
+
+void WpeBrowser::failTableLater(const WpeWindow& window, const std::string& url,
+                                const std::string& problem)
+{
+    later(window, [this, url, problem, load = window.load](WpeWindow& opened) {
+        if (opened.load == load)
+            failTable(opened, url, problem);
     });
 }
 

@@ -21,6 +21,7 @@ struct WpeWindow : TAVO_VestaWindow {
     std::unique_ptr<View> view;
     std::vector<uint64_t> pages;  ///< WebKit's numbers of the pages that it had; the last is shown
     std::string expected;         ///< the page that is being opened; a load of it is the page's
+    unsigned load = 0;            ///< counts what is opened; what comes of one before is void
     std::string committed;        ///< the page that is shown
     std::set<std::string>
         resources;  ///< URLs of files that came for it from carousels, and its own

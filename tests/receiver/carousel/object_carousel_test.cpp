@@ -88,12 +88,33 @@ TEST_F(ObjectCarouselTest, WhatIsNotAListedFileIsAnError)
                                  {"unannounced", fileIor("f", 77)},
                                  {"events", makeIor({"ste", 2, "s"})}}),
                makeFile("f", "x") + makeDirectory("c", {}) + makeStreamEvents("s", {})});
-    for (const char* path : {"", "css", "css/", "other", "css/a", "file/below", "/file", "file/",
-                             "gone", "unannounced", "events", "..", "FILE"}) {
+    for (const char* path :
+         {"css", "other", "other/", "css/a", "css//", "/", "file/below", "/file", "file/", "gone",
+          "gone/", "unannounced", "unannounced/", "events", "events/", "..", "FILE"}) {
         const Lookup lookup = carousel_.find(path);
         EXPECT_EQ(lookup.result, Result::Error) << path;
         EXPECT_FALSE(lookup.reason.empty()) << path;
     }
+}
+
+TEST_F(ObjectCarouselTest, ADirectoryAnswersItsNamesInItsOrder)
+{
+    EXPECT_EQ(resultOf(""), Result::Pending);
+    broadcast(
+        {makeGateway("g", {{"z.html", fileIor("f")},
+                           {"css", makeIor({"dir", 2, "c"})},
+                           {"a", fileIor("nowhere", 9)},
+                           {"late", makeIor({"dir", 1, "not there"})}}),
+         makeFile("f", "x") +
+             makeDirectory("c", {{"b.css", fileIor("f")}, {"none", makeIor({"dir", 2, "n"})}}) +
+             makeDirectory("n", {})});
+
+    EXPECT_EQ(read(""), "z.html,css,a,late");
+    EXPECT_EQ(carousel_.find("").file.contentType, "text/plain");
+    EXPECT_EQ(read("css/"), "b.css,none");
+    EXPECT_EQ(resultOf("css/none/"), Result::Ready);
+    EXPECT_EQ(read("css/none/"), "");
+    EXPECT_EQ(resultOf("late/"), Result::Error);
 }
 
 TEST_F(ObjectCarouselTest, AFileIsPendingUntilEverythingOnItsWayIsThere)

@@ -173,7 +173,7 @@ TEST_F(ServiceCarouselsTest, WhatCannotBeHadIsAnError)
         {"20fa.441.1.2a/nothing?index.html", "does not list"},
         {"20fa.441.1.2a/a%20b.css", "does not list \"a%20b.css\""},  // it was decoded before
         {"20fa.441.1.2a/in%64ex.html", "does not list"},
-        {"20fa.441.1.2a/?index.html", "names a directory"},
+        {"20fa.441.1.2a/nothing/?index.html", "does not list"},
         {"20fa.441.1.2b/index.html", "no carousel with component tag 0x2b"},
         {"20fa.441.2.2a/index.html", "not a carousel of the tuned service"},
         {"20fa.442.1.2a/index.html", "not a carousel of the tuned service"},
@@ -186,6 +186,19 @@ TEST_F(ServiceCarouselsTest, WhatCannotBeHadIsAnError)
         EXPECT_EQ(carousels_.getFile(path, id(1)), DSMCC_ERROR) << path;
         EXPECT_NE(out_.str().find(reason), std::string::npos) << path << ": " << out_.str();
     }
+}
+
+TEST_F(ServiceCarouselsTest, ADirectoryIsReadAsATextOfItsNames)
+{
+    feedGateway();
+    const char* const roots[] = {"20fa.441.1.2a/", "20fa.441.1.2a", "20fa.441.1.2a/?query"};
+    for (const char* const root : roots) {
+        EXPECT_EQ(carousels_.getFile(root, id(3)), DSMCC_OK) << root;
+        EXPECT_EQ(read(id(3)), "index.html,a b.css,big,big?size=1,50%41.js") << root;
+    }
+    std::string type;
+    EXPECT_EQ(carousels_.mimeType(id(3), type), DSMCC_OK);
+    EXPECT_EQ(type, "text/plain");
 }
 
 TEST_F(ServiceCarouselsTest, IdsThatAreNotOpenAreUnknown)

@@ -373,12 +373,13 @@ std::vector<PmtStream> televisionComponents()
     };
 }
 
-/// A carousel with an object, "events", whose event "round" has this id.
+/// A carousel with an object, "events", whose event "round" has this id, and a file.
 StreamWriter& addEventCarousel(StreamWriter& stream, unsigned id)
 {
     return addCarousel(stream, 0x305,
-                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})}}) +
-                           makeStreamEvents("e", {{"round", id}}));
+                       makeGateway("g", {{"events", makeIor({"ste", 1, "e"})},
+                                         {"table.aitx", makeIor({"fil", 1, "t"})}}) +
+                           makeStreamEvents("e", {{"round", id}}) + makeFile("t", "<no table/>"));
 }
 
 /// Present, following and three more of a schedule, each an hour long.
@@ -419,12 +420,16 @@ Bytes television()
     const auto entry = [&base](unsigned id, const std::string& page) {
         return application(id, present, {1}, http(1, base), page, visible);
     };
+    // simple_application_boundary_descriptor(): its carousel belongs to the application.
+    const Bytes boundary =
+        makeDescriptor(0x17, ByteWriter().u8(1).with8(std::string("dvb://20fa.441.1.2a")));
     const Bytes lasting = entry(0x101, "broadcast.html") + entry(0x108, "direct_channel.html");
-    const Bytes all = lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
-                      entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
-                      entry(0x106, "applications.html?signalled=1") +
-                      entry(0x107, "created.html?signalled=2") + entry(0x109, "requests.html") +
-                      entry(0x10A, "from_xml.html");
+    const Bytes all =
+        lasting + entry(0x102, "channels.html") + entry(0x103, "video_place.html") +
+        entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
+        entry(0x106, "applications.html?signalled=1") + entry(0x107, "created.html?signalled=2") +
+        application(0x109, present, {1}, http(1, base) + boundary, "requests.html", visible) +
+        entry(0x10A, "from_xml.html");
     const Bytes autostarted = application(0x201, autostart, {1}, http(1, base), "autostart.html");
     const unsigned tablePids[] = {0x200, 0x201, 0x202, 0x203};
     const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {}), table(1, autostarted)};
