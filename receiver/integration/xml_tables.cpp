@@ -43,8 +43,8 @@ std::string putInForce(TAVO_VestaWindow* /*window*/, const std::string& /*docume
 
 #endif
 
-/// The document was loaded as an application, which has shown nothing and has nothing more to do: it
-/// ends after its table has found an application to start.
+/// The document was loaded as an application, which has shown nothing and has nothing more to do:
+/// it ends after its table has found an application to start.
 void endDocument(const TAVO_VestaWindow& window)
 {
     void* id = nullptr;
