@@ -490,7 +490,7 @@ void AITFeed::send(const Table& table)
     told.sections = static_cast<unsigned>(table.sections.size());
     told.applications = static_cast<unsigned>(table.cost.applications);
     report(told);
-}
+}  // NOLINT(clang-analyzer-unix.Malloc): the records are the application manager's
 
 /// What has come and gone in the meantime is as if it had not been.
 void AITFeed::sendPending()
