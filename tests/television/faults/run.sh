@@ -90,6 +90,37 @@ resident() {
     sed -n 's/^VmRSS:[^0-9]*\([0-9]*\) kB$/\1/p' "/proc/$receiver_pid/status"
 }
 
+# expect_memory_of KIB: there is about as much of it as there was.
+expect_memory_of() {
+    local now
+    now=$(resident)
+    [[ $now -le $(($1 + 32768)) ]] || {
+        printf 'resident memory: %s KiB, then %s KiB\n' "$1" "$now" >&2
+        exit 1
+    }
+}
+
+expect_few_web_processes() {
+    [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
+        printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
+        exit 1
+    }
+}
+
+# serve PERL [ARGUMENT...]: a server on $port, whose $socket the Perl code accepts from.
+serve() {
+    local code=$1
+    shift
+    mkfifo "$scratch/port"
+    perl -MIO::Socket::INET -e '
+        $SIG{PIPE} = "IGNORE";
+        my $socket = IO::Socket::INET->new(Listen => 50, LocalAddr => "127.0.0.1");
+        open(my $port, ">", shift @ARGV); print $port $socket->sockport, "\n"; close $port;
+        '"$code" "$scratch/port" "$@" &
+    helpers+=("$!")
+    read -r port <"$scratch/port"
+}
+
 page_works() {
     tell start http://test.example/page.html
     expect 'page is there'
@@ -152,14 +183,7 @@ refused_connection() {
 
 silent_server() {
     switch_on
-    mkfifo "$scratch/port"
-    perl -MIO::Socket::INET -e '
-        my $socket = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1");
-        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
-        my @kept; while (my $client = $socket->accept) { push @kept, $client; }' "$scratch/port" &
-    helpers+=("$!")
-    local port
-    read -r port <"$scratch/port"
+    serve 'my @kept; while (my $client = $socket->accept) { push @kept, $client; }'
     tell start "http://127.0.0.1:$port/page.html"
     expect "opens http://127.0.0.1:$port/page.html"
     page_works
@@ -169,11 +193,9 @@ silent_server() {
 # Requests that are never answered: they end with their page, and others of the host's get answers.
 unanswered_requests() {
     switch_on
-    mkfifo "$scratch/port" "$scratch/ended"
-    perl -MIO::Socket::INET -MIO::Select -e '
-        $SIG{PIPE} = "IGNORE";
-        my $socket = IO::Socket::INET->new(Listen => 50, LocalAddr => "127.0.0.1");
-        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
+    mkfifo "$scratch/ended"
+    serve '
+        use IO::Select;
         my $select = IO::Select->new($socket);
         my ($asked, $ended, %waits) = (0, 0);
         while (my @ready = $select->can_read) { for my $client (@ready) {
@@ -181,7 +203,7 @@ unanswered_requests() {
             my $count = sysread($client, my $request, 65536);
             if (!$count) {
                 $select->remove($client); close $client;
-                if ($waits{$client} && ++$ended == 4) { open(my $end, ">", $ARGV[1]); print $end "4\n"; close $end; }
+                if ($waits{$client} && ++$ended == 4) { open(my $end, ">", $ARGV[0]); print $end "4\n"; close $end; }
                 next;
             }
             if ($request =~ m{^GET /never}) { $waits{$client} = 1; ++$asked; next; }
@@ -192,10 +214,8 @@ unanswered_requests() {
             print $client "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: "
                 . length($body) . "\r\nConnection: close\r\n\r\n$body";
             $select->remove($client); close $client;
-        } }' "$scratch/port" "$scratch/ended" &
-    helpers+=("$!")
-    local port ended
-    read -r port <"$scratch/port"
+        } }' "$scratch/ended"
+    local ended
     tell start "http://127.0.0.1:$port/page.html"
     expect 'length 6'
     page_works
@@ -206,18 +226,11 @@ unanswered_requests() {
 # A server whose XML AIT has no end: no more of it is taken than any table has.
 endless_table() {
     switch_on
-    mkfifo "$scratch/port"
-    perl -MIO::Socket::INET -e '
-        $SIG{PIPE} = "IGNORE";
-        my $socket = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1");
-        open(my $port, ">", $ARGV[0]); print $port $socket->sockport, "\n"; close $port;
+    serve '
         while (my $client = $socket->accept) {
             print $client "HTTP/1.0 200 OK\r\nContent-Type: application/vnd.dvb.ait+xml\r\n\r\n";
             while (print $client " " x 65536) {}
-        }' "$scratch/port" &
-    helpers+=("$!")
-    local port
-    read -r port <"$scratch/port"
+        }'
     tell create "http://127.0.0.1:$port/table"
     expect "http://127.0.0.1:$port/table: the table did not come whole"
     expect '0.0 stopped'
@@ -266,21 +279,14 @@ many_zaps() {
         printf 'descriptors: %s, then %s\n' "$before" "$after" >&2
         exit 1
     }
-    after=$(resident)
-    [[ $after -le $((memory + 32768)) ]] || {
-        printf 'resident memory: %s KiB, then %s KiB\n' "$memory" "$after" >&2
-        exit 1
-    }
-    [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
-        printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
-        exit 1
-    }
+    expect_memory_of "$memory"
+    expect_few_web_processes
     switch_off
 }
 
 # The blocks of a script stop coming: its page waits, and is left like any other.
 stalled_script() {
-    local round before after
+    local round before
     stream=stalled-script
     started='script.js: pending, module 2 has'
     switch_on
@@ -292,15 +298,8 @@ stalled_script() {
         tell zap 1
         expect_first_service
     done
-    after=$(resident)
-    [[ $after -le $((before + 32768)) ]] || {
-        printf 'resident memory: %s KiB, then %s KiB\n' "$before" "$after" >&2
-        exit 1
-    }
-    [[ $(children WPEWebProcess | wc -l) -le 4 ]] || {
-        printf 'too many web processes: %s\n' "$(children WPEWebProcess | tr '\n' ' ')" >&2
-        exit 1
-    }
+    expect_memory_of "$before"
+    expect_few_web_processes
     ! grep -q 'crashed' "$scratch/seen"
     page_works
     switch_off
