@@ -5,8 +5,6 @@
 #include <cstring>
 #include <memory>
 
-#include "vesta_hbbtv_appman.h"
-
 #include "foundation/configuration_manager.h"
 #include "foundation/out_of_memory.h"
 #include "kit/common_transports.h"
@@ -456,6 +454,14 @@ void AITFeed::noteChange()
         report(reportOf(HBBTV_KIT_FEED_FLAPPING));
 }
 
+void AITFeed::nameService(HBBTV_EventData& record) const
+{
+    record.ait.original_network_id = service_.originalNetworkId;
+    record.ait.transport_stream_id = service_.transportStreamId;
+    record.ait.service_id = service_.serviceId;
+    record.ait.channelHandle = service_.channel;
+}
+
 /// All its sections in one go, so that no other event comes between them.
 void AITFeed::send(const Table& table)
 {
@@ -476,12 +482,8 @@ void AITFeed::send(const Table& table)
     hasTable_ = true;
     pending_.reset();
     for (OutgoingSection& out : outgoing) {
-        HBBTV_AITSectionEventData& ait = out.record->ait;
-        ait.section = out.section.release();
-        ait.original_network_id = service_.originalNetworkId;
-        ait.transport_stream_id = service_.transportStreamId;
-        ait.service_id = service_.serviceId;
-        ait.channelHandle = service_.channel;
+        nameService(*out.record);
+        out.record->ait.section = out.section.release();
         vesta_hbbtv_send_event(E_AIT_SECTION, out.record.release());
     }
     HBBTV_KitFeedReport told = reportOf(HBBTV_KIT_FEED_TABLE_SENT, table.pid);
@@ -518,10 +520,7 @@ void AITFeed::withdraw()
     Record record = newRecord();
     inForce_.reset();
     hasTable_ = false;
-    record->ait.original_network_id = service_.originalNetworkId;
-    record->ait.transport_stream_id = service_.transportStreamId;
-    record->ait.service_id = service_.serviceId;
-    record->ait.channelHandle = service_.channel;
+    nameService(*record);
     vesta_hbbtv_send_event(E_AIT_SECTION, record.release());
     report(reportOf(HBBTV_KIT_FEED_WITHDRAWN));
 }

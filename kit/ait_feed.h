@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "vesta_hbbtv_appman.h"
+
 #include "kit/section_copy.h"
 #include "kit/signalling_streams.h"
 #include "kit/table_collector.h"
@@ -84,6 +86,7 @@ private:
     HBBTV_KitTableFault faultOf(Table& table) const;
     void takeEffect(Table table);
     void noteChange();
+    void nameService(HBBTV_EventData& record) const;
     void send(const Table& table);
     void sendPending();
     void withdraw();

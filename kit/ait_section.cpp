@@ -133,7 +133,7 @@ private:
 
     void addCommonCost(uint8_t tag, ByteReader payload)
     {
-        if (tag != AITTag::transportProtocol)
+        if (tag != transportProtocolTag)
             return;
         cost_.textBytes += payload.remaining();
         longestCommon_ = std::max(longestCommon_, payload.remaining());
@@ -145,7 +145,7 @@ private:
         switch (tag) {
         case AITTag::applicationName:
             return addName(toLoopEnd);
-        case AITTag::transportProtocol:
+        case transportProtocolTag:
         case AITTag::simpleApplicationBoundary:
             cost_.textBytes += payload.remaining();
             break;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/byte_reader.h"
+#include "signalling/ait_application_transport.h"
 #include "vesta_hbbtv_kit.h"
 
 namespace VestaHbbTV {
@@ -21,10 +22,9 @@ constexpr size_t version = 5;
 constexpr size_t sectionNumber = 6;
 constexpr size_t lastSectionNumber = 7;
 constexpr size_t commonLength = 8;
-constexpr size_t lengthSize = 2;       ///< of a length with 12 bits
-constexpr size_t headerSize = 3;       ///< up to and with section_length
-constexpr size_t entryHeaderSize = 9;  ///< up to and with application_descriptors_loop_length
-constexpr size_t entryLength = 7;      ///< that length, in an entry
+constexpr size_t lengthSize = 2;   ///< of a length with 12 bits
+constexpr size_t headerSize = 3;   ///< up to and with section_length
+constexpr size_t entryLength = 7;  ///< application_descriptors_loop_length, in an entry
 /// A section with two empty loops.
 constexpr size_t leastSize = commonLength + 2 * lengthSize + 4;
 constexpr size_t mostSize = 1024;
@@ -34,11 +34,10 @@ constexpr uint8_t tableId = 0x74;
 /// Stands for all types of applications; none has this number.
 constexpr uint16_t anyApplicationType = 0;
 
-/// Tags that an AIT gives a meaning: ETSI TS 102 809, 5.3.5 to 5.3.9.
+/// Tags that an AIT gives a meaning, besides transportProtocolTag: ETSI TS 102 809, 5.3.5 to 5.3.9.
 namespace AITTag {
 constexpr uint8_t application = 0x00;
 constexpr uint8_t applicationName = 0x01;
-constexpr uint8_t transportProtocol = 0x02;
 constexpr uint8_t simpleApplicationLocation = 0x15;
 constexpr uint8_t simpleApplicationBoundary = 0x17;
 }  // namespace AITTag

@@ -19,7 +19,7 @@ CommonTransports transportsOf(const WholeTable& table)
             ByteReader label = payload;
             label.skip(2);  // protocol_id
             const uint8_t number = label.u8();
-            if (tag == AITTag::transportProtocol && !payload.empty())
+            if (tag == transportProtocolTag && !payload.empty())
                 transports.emplace(number,
                                    Section(payload.data(), payload.data() + payload.remaining()));
             return true;
