@@ -106,8 +106,9 @@ public:  // for its listeners
 
     void hear(const HBBTV_KitFeedReport& report)
     {
-        static const char* const events[] = {"refused section", "refused table", "held",    "sent",
-                                             "withdrawn",       "chosen",        "flapping"};
+        static const char* const events[] = {
+            "refused section", "refused table", "held",     "sent",
+            "withdrawn",       "chosen",        "flapping", "incomplete"};
         std::string line = events[report.event];
         switch (report.event) {
         case HBBTV_KIT_FEED_SECTION_REFUSED:
@@ -125,6 +126,11 @@ public:  // for its listeners
             line += " version " + std::to_string(report.version) + " as " +
                     std::to_string(report.sentVersion) + ", " + std::to_string(report.sections) +
                     " sections, " + std::to_string(report.applications) + " applications";
+            break;
+        case HBBTV_KIT_FEED_TABLE_INCOMPLETE:
+            line += " version " + std::to_string(report.version) + ", " +
+                    std::to_string(report.missing) + " of " + std::to_string(report.sections) +
+                    " missing";
             break;
         default:
             break;
@@ -510,6 +516,19 @@ TEST_F(AITFeedTest, APMTThatIsNotValidYetChangesNothing)
     EXPECT_EQ(runningURL(), "http://a.example/index.html");
 }
 
+TEST_F(AITFeedTest, ATableThatLacksASectionForGoodIsToldOnce)
+{
+    takeReports();
+    for (int round = 0; round < 8; ++round) {
+        give(table(3, 1).number(0, 2));
+        give(table(3, 2).number(2, 2));
+    }
+    EXPECT_EQ(takeReports(), Lines({"incomplete version 3, 1 of 3 missing of 257"}));
+    EXPECT_EQ(inForce(), "-");
+    give(table(4, 5));
+    EXPECT_EQ(inForce(), "5");
+}
+
 // ------------------------------------------------------------------------------------------------
 // Withdrawal
 // ------------------------------------------------------------------------------------------------
@@ -523,6 +542,54 @@ TEST_F(AITFeedTest, ATableThatThePMTListsNoMoreIsWithdrawn)
     EXPECT_EQ(takeReports(), Lines({"withdrawn"}));
     givePMT({});
     EXPECT_EQ(takeReports(), Lines());
+}
+
+TEST_F(AITFeedTest, AServiceWithoutATableIsToldOnceThoughNoneWasSent)
+{
+    forgetJournal();
+    takeReports();
+    givePMT({});
+    givePMT({});
+    EXPECT_EQ(takeReports(), Lines({"withdrawn"}));
+    tune();
+    givePMT({});
+    EXPECT_EQ(takeReports(), Lines({"withdrawn"}));
+}
+
+TEST_F(AITFeedTest, AnApplicationThatNoTableStartedEndsWithAServiceWithoutOne)
+{
+    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/alone.html"));
+    tickAll();
+    running()->setBroadcastRelated(true);  // it has asked for the channel
+    tune();
+    EXPECT_EQ(runningURL(), "http://a.example/alone.html");
+    givePMT({});
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, AServiceWhoseTableDoesNotComeInTimeHasNone)
+{
+    tune();  // long after whatever came last
+    now += 1000000;
+    givePMT({{5, pid, {}}});
+    takeReports();
+    pass(19999);
+    EXPECT_EQ(takeReports(), Lines());
+    pass(1);
+    EXPECT_EQ(takeReports(), Lines({"withdrawn"}));
+    give(table(1, 1));
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
+}
+
+TEST_F(AITFeedTest, NorHasAServiceOfWhichNoTableOfSeveralPIDsComes)
+{
+    options.joinsPIDs = 1;
+    make();
+    takeReports();
+    pass(19999);
+    EXPECT_EQ(takeReports(), Lines());
+    pass(1);
+    EXPECT_EQ(takeReports(), Lines({"withdrawn"}));
 }
 
 TEST_F(AITFeedTest, AWithdrawnTableStartsAgainWhenItComesBack)
