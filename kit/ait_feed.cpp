@@ -20,6 +20,7 @@ constexpr uint8_t lastVersionNumber = 31;
 constexpr size_t mostSections = 256;
 constexpr unsigned mostPID = 0x1FFF;
 constexpr size_t programNumberPlace = 3;  // in a PMT
+constexpr uint8_t pmtTableId = 0x02;
 
 struct Free {
     void operator()(void* block) const { std::free(block); }
@@ -115,7 +116,7 @@ void AITFeed::takePMT(uint32_t tuning, ByteReader bytes, uint64_t now)
 
 bool AITFeed::isOfService(ByteReader section) const
 {
-    if (section.remaining() < programNumberPlace + 2)
+    if (section.remaining() < programNumberPlace + 2 || section.peek() != pmtTableId)
         return false;
     if (options_.checksChecksum && crc32(section.data(), section.remaining()) != 0)
         return false;
@@ -129,16 +130,17 @@ void AITFeed::takeStreams(const std::vector<SignallingStream>& streams)
     const bool hasLostTable = keepSourcesOf(streams);
     if (sources_.empty())
         return withdraw();
-    // Another PID may have it; but who never withdraws by time would wait for ever.
-    if (hadChosen && !chosen_ && options_.withdrawnAfter == 0)
-        withdraw();
-    if (!joins() && !chosen_)
-        chooseNamed();
+    if (hadChosen && !chosen_) {
+        pending_.reset();
+        // Another PID may have it; but who never withdraws by time would wait for ever.
+        if (options_.withdrawnAfter == 0)
+            withdraw();
+    }
     if (joins() && hasLostTable)
         offerWhatIsLeft();
     for (Source& source : sources_) {
         // What was waiting for this PMT is what it announces now, or goes on waiting.
-        if (source.isUnsettled)
+        if (source.isUnsettled && source.stream.pid == chosen_.value_or(source.stream.pid))
             offer(source, false);
     }
 }
@@ -162,14 +164,6 @@ bool AITFeed::keepSourcesOf(const std::vector<SignallingStream>& streams)
     if (chosen_ && !sourceOf(*chosen_))
         chosen_.reset();
     return hasLostTable;
-}
-
-void AITFeed::chooseNamed()
-{
-    const auto named = std::find_if(sources_.begin(), sources_.end(),
-                                    [](const Source& source) { return source.stream.isNamed; });
-    if (named != sources_.end())
-        choose(*named);
 }
 
 AITFeed::Source* AITFeed::sourceOf(unsigned pid)
@@ -214,11 +208,13 @@ void AITFeed::takeWholeSection(Source& source, ByteReader section)
         reportIncomplete(source, section);
     if (result == TableCollector::Result::Stuck || result == TableCollector::Result::Collected)
         return;
-    lastSeen_ = source.lastSeen = now_;
+    source.repetitions = result == TableCollector::Result::Completed ? 0 : source.repetitions + 1;
     if (result == TableCollector::Result::Completed)
         offer(source, false);
     else if (source.isUnsettled)
         offer(source, true);
+    if (!source.isRefused)
+        lastSeen_ = source.lastSeen = now_;
 }
 
 void AITFeed::reportIncomplete(const Source& source, ByteReader section)
@@ -295,7 +291,7 @@ void AITFeed::advance(uint64_t now)
     if (now > former)
         now_ += std::min(now - former, longest);
     if (std::exchange(waitsForTime_, false))
-        lastSeen_ = now_;
+        lastSeen_ = tunedAt_ = now_;
 }
 
 void AITFeed::lookAtTime()
@@ -322,8 +318,7 @@ void AITFeed::dropSilentSources()
     for (Source& source : sources_) {
         if (source.collector.lastWhole().empty() || !isGone(source.lastSeen))
             continue;
-        source.collector = TableCollector();
-        source.isUnsettled = false;
+        forgetTable(source);
         hasLostTable = true;
     }
     if (hasLostTable)
@@ -334,20 +329,51 @@ void AITFeed::dropSilentSources()
 // Tables
 // ------------------------------------------------------------------------------------------------
 
+/// Whether a PID that comes first may still bring the service's table: one that is named before all
+/// others, then in the order of the PMT. Named ones are waited for as long as a table may stay
+/// away; among equals the table's coming round decides.
+bool AITFeed::mayBeAnothers(const Source& source) const
+{
+    const bool isAnyNamed = std::any_of(sources_.begin(), sources_.end(),
+                                        [](const Source& each) { return each.stream.isNamed; });
+    if (isAnyNamed && !source.stream.isNamed)
+        return !isGone(tunedAt_);
+    const auto first =
+        std::find_if(sources_.begin(), sources_.end(), [isAnyNamed](const Source& each) {
+            return each.stream.isNamed == isAnyNamed;
+        });
+    return &*first != &source && source.repetitions < source.collector.lastWhole().size();
+}
+
 void AITFeed::choose(const Source& source)
 {
     chosen_ = source.stream.pid;
     report(reportOf(HBBTV_KIT_FEED_PID_CHOSEN, *chosen_));
 }
 
+/// Of a source whose table has gone; what has begun of another one stays.
+void AITFeed::forgetTable(Source& source) const
+{
+    source.collector.forgetWhole();
+    source.accepted.clear();
+    source.isUnsettled = source.isRefused = false;
+    source.type.reset();
+}
+
 /// A table of the source is whole.
 void AITFeed::offer(Source& source, bool isRepeated)
 {
     source.isUnsettled = true;
+    source.isRefused = false;
+    if (!chosen_ && !joins() && mayBeAnothers(source))
+        return;
     if (waitsForPMT(source, isRepeated) || !canSend())
         return;
+    if (joins())
+        source.accepted = source.collector.lastWhole();
     Table table = tableOf(source);
     if (const HBBTV_KitTableFault fault = faultOf(table)) {
+        source.isRefused = true;
         HBBTV_KitFeedReport told =
             reportOf(HBBTV_KIT_FEED_TABLE_REFUSED, table.pid, static_cast<int>(fault));
         told.version = table.version;
@@ -397,10 +423,16 @@ AITFeed::Table AITFeed::tableOf(const Source& source) const
         append(table, source.collector.lastWhole());
         return table;
     }
+    size_t sections = 0;
+    for (const Source& each : sources_)
+        sections += each.accepted.size();
+    table.hasTooManySections = sections > mostSections;
+    if (table.hasTooManySections)
+        return table;  // not copied only to be refused
     CommonTransports transports;
     for (const Source& each : sources_) {
-        append(table, each.collector.lastWhole());
-        if (!addCommonTransports(each.collector.lastWhole(), transports))
+        append(table, each.accepted);
+        if (!addCommonTransports(each.accepted, transports))
             table.doLabelsClash = true;
     }
     return table;
@@ -417,7 +449,7 @@ void AITFeed::append(Table& table, const WholeTable& sections) const
 /// Numbers the sections of a table that fits.
 HBBTV_KitTableFault AITFeed::faultOf(Table& table) const
 {
-    if (table.sections.size() > mostSections)
+    if (table.hasTooManySections)
         return HBBTV_KIT_TABLE_SECTIONS;
     if (table.cost.applications > options_.mostApplications)
         return HBBTV_KIT_TABLE_APPLICATIONS;
@@ -524,10 +556,8 @@ void AITFeed::sendPending()
 /// so. Whatever comes from now on is a new table.
 void AITFeed::withdraw()
 {
-    for (Source& source : sources_) {
-        source.collector = TableCollector();
-        source.isUnsettled = false;
-    }
+    for (Source& source : sources_)
+        forgetTable(source);
     pending_.reset();
     if (!mayHaveTable_ || !canSend())
         return;

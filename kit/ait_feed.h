@@ -39,9 +39,12 @@ private:
         TableCollector collector;
         std::optional<uint16_t> type;  ///< of its sections, where every type counts
         uint64_t lastSeen = 0;         ///< a section of its last whole table
-        /// Its whole table is to be offered once more: the PMT does not announce it yet, or there
-        /// was no memory for it, or no application manager.
+        /// Its whole table is to be offered once more: another PID may have the service's, the PMT
+        /// does not announce it yet, or there was no memory for it, or no application manager.
         bool isUnsettled = false;
+        bool isRefused = false;  ///< its whole table is: it keeps no other one in force
+        WholeTable accepted;     ///< where tables are joined, the last one that was not held back
+        size_t repetitions = 0;  ///< of sections of its whole table
         std::optional<uint8_t> heldVersion;  ///< of the table that was told as held
     };
     struct Service {
@@ -56,6 +59,7 @@ private:
         TableCost cost;
         uint16_t pid = 0;
         uint8_t version = 0;
+        bool hasTooManySections = false;
         bool doLabelsClash = false;
     };
 
@@ -64,7 +68,6 @@ private:
     bool isOfService(ByteReader section) const;
     void takeStreams(const std::vector<SignallingStream>& streams);
     bool keepSourcesOf(const std::vector<SignallingStream>& streams);
-    void chooseNamed();
     void takeWholeSection(Source& source, ByteReader section);
     void reportIncomplete(const Source& source, ByteReader section);
     SectionFinding examine(ByteReader section) const;
@@ -78,7 +81,9 @@ private:
     bool isGone(uint64_t lastSeen) const;
     void dropSilentSources();
 
+    bool mayBeAnothers(const Source& source) const;
     void choose(const Source& source);
+    void forgetTable(Source& source) const;
     void offer(Source& source, bool isRepeated);
     void offerWhatIsLeft();
     bool waitsForPMT(Source& source, bool isRepeated);
@@ -116,7 +121,8 @@ private:
     std::optional<WholeTable> inForce_;        // what was sent last of this service
     std::optional<Table> pending_;             // held until it is quiet
     uint64_t lastSeen_ = 0;                    // a section of the table in force; or the tuning
-    bool waitsForTime_ = false;                // it was tuned, and the next call tells when
+    uint64_t tunedAt_ = 0;
+    bool waitsForTime_ = false;  // for the first call after the tuning, which tells when that was
     std::deque<uint64_t> changeTimes_;
     uint64_t lastChange_ = 0;
     bool isFlapping_ = false;

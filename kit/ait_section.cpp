@@ -105,7 +105,7 @@ private:
             return false;
         // A location is a part of the URL of each transport.
         cost_.labels += labels_;
-        cost_.textBytes += location_ * std::max(labels_, size_t{1}) + longestCommon_ * labels_;
+        cost_.textBytes += location_ * std::max(labels_, size_t{1}) + cost_.longestCommon * labels_;
         return true;
     }
 
@@ -136,7 +136,7 @@ private:
         if (tag != transportProtocolTag)
             return;
         cost_.textBytes += payload.remaining();
-        longestCommon_ = std::max(longestCommon_, payload.remaining());
+        cost_.longestCommon = std::max(cost_.longestCommon, payload.remaining());
     }
 
     /// @return false for a name that leaves its loop
@@ -180,7 +180,6 @@ private:
     size_t end_;  // of what is walked, from the section's first byte
     ByteReader reader_;
     SectionFinding finding_;
-    size_t longestCommon_ = 0;  // transport
     // Of the application that is walked:
     size_t location_ = 0;
     size_t labels_ = 0;

@@ -52,8 +52,9 @@ struct SectionFinding {
 /// What a table costs the application manager.
 struct TableCost {
     size_t applications = 0;
-    size_t textBytes = 0;  ///< of names, URLs and boundaries, and of locations for each label
-    size_t labels = 0;     ///< transport_protocol_labels
+    size_t textBytes = 0;      ///< of names, URLs and boundaries, and of locations for each label
+    size_t labels = 0;         ///< transport_protocol_labels
+    size_t longestCommon = 0;  ///< bytes of a common transport, which each label may lead to
 };
 
 /// The bytes of the section at the start of a buffer: 3 + section_length.

@@ -37,6 +37,9 @@ public:
     /// Empty while none was whole.
     const WholeTable& lastWhole() const { return whole_; }
 
+    /// What has begun of another table stays.
+    void forgetWhole() { whole_.clear(); }
+
     /// @return the number of the first section that has not come of the table that was worked on
     ///         last; there has to be one that is not whole
     uint8_t firstMissing() const;

@@ -57,5 +57,30 @@ TEST_F(JoinedFeed, RefusesTablesWhoseCommonTransportsClash)
     EXPECT_EQ(inForce(), "3 4");
 }
 
+TEST_F(AITFeedTest, ATableThatIsHeldForThePMTDoesNotSlipInWithAnother)
+{
+    options.joinsPIDs = 1;
+    make();
+    givePMT({{5, pid, signallingDescriptor({{0x10, 4}})}, {5, otherPid, {}}});
+    give(table(4, 1));
+    EXPECT_EQ(inForce(), "1");
+    give(table(3, 7));
+    give(table(1, 2), otherPid);
+    EXPECT_EQ(inForce(), "1 2");
+    give(table(3, 7));
+    EXPECT_EQ(inForce(), "7 2");
+}
+
+TEST_F(AITFeedTest, TablesOfOneVersionOnTwoPIDsAreNumberedWithoutThatOption)
+{
+    options.joinsPIDs = 1;
+    options.numbersVersions = 0;
+    make();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(table(1, 1));
+    give(table(1, 2), otherPid);
+    EXPECT_EQ(inForce(), "1 2");
+}
+
 }  // namespace
 }  // namespace VestaHbbTV

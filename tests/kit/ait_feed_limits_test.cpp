@@ -59,5 +59,17 @@ TEST_F(AITFeedTest, JoinedTablesHave256SectionsAtTheMost)
     EXPECT_EQ(takeReports(), Lines({"refused table 4 version 0 of 258"}));
 }
 
+TEST_F(AITFeedTest, CommonTransportsCountInAllSections)
+{
+    options.mostTextBytes = 700;
+    make();
+    const Bytes common = httpTransport(1, "http://" + std::string(200, 'a') + "/");
+    const AITEntry user = AITEntry(1, 1).labels({1, 1, 1, 1}).location("i");
+    give(AITSection().version(1).number(0, 1).common(common));
+    give(AITSection().version(1).number(1, 1).add(user));
+    EXPECT_EQ(takeReports().back(), "refused table 2 version 1 of 257");
+    EXPECT_EQ(inForce(), "-");
+}
+
 }  // namespace
 }  // namespace VestaHbbTV

@@ -54,10 +54,12 @@ TEST_F(AITFeedTest, TheFormerServicesApplicationEndsWhereNoTableOfTheNextComes)
 TEST_F(AITFeedTest, TheSameTableTakesEffectInTheNextService)
 {
     give(table(1, 1));
+    const AIT* const former = window()->getAIT();
     tune();
     givePMT({{5, pid, {}}});
-    give(table(1, 2));
-    EXPECT_EQ(inForce(), "2");
+    give(table(1, 1));
+    EXPECT_NE(window()->getAIT(), former);
+    EXPECT_FALSE(window()->getAIT()->isStale());
 }
 
 TEST_F(AITFeedTest, SectionsOfUnlistedPIDsAreVoid)
@@ -72,12 +74,42 @@ TEST_F(AITFeedTest, TheFirstPIDThatThePMTNamesIsChosen)
     givePMT({{5, 0x100, {}},
              {5, pid, signallingDescriptor({{0x10, 1}})},
              {5, otherPid, signallingDescriptor({{0x10, 1}})}});
-    EXPECT_EQ(takeReports(), Lines({"chosen of 257"}));
+    EXPECT_EQ(takeReports(), Lines());
     give(table(1, 1), 0x100);
     give(table(1, 2), otherPid);
     EXPECT_EQ(inForce(), "-");
     give(table(1, 3));
     EXPECT_EQ(inForce(), "3");
+    EXPECT_EQ(takeReports().front(), "chosen of 257");
+    give(table(1, 2), otherPid);
+    EXPECT_EQ(inForce(), "3");
+}
+
+TEST_F(AITFeedTest, ANamedPIDWithoutTablesGivesWayToTheNextNamedOne)
+{
+    givePMT({{5, pid, signallingDescriptor({{0x10, 1}})},
+             {5, otherPid, signallingDescriptor({{0x10, 1}})}});
+    give(table(1, 1).number(0, 1), otherPid);
+    give(table(1, 2).number(1, 1), otherPid);
+    give(table(1, 1).number(0, 1), otherPid);
+    EXPECT_EQ(inForce(), "-");
+    give(table(1, 2).number(1, 1), otherPid);
+    EXPECT_EQ(inForce(), "1 2") << "it has come round";
+    give(table(1, 3));
+    EXPECT_EQ(inForce(), "1 2") << "too late";
+}
+
+TEST_F(AITFeedTest, NamedPIDsWithoutTablesGiveWayToOthersInTime)
+{
+    givePMT({{5, pid, signallingDescriptor({{0x10, 1}})}, {5, otherPid, {}}});
+    give(AITSection().applicationType(1));
+    for (int round = 0; round < 3; ++round) {
+        give(table(1, 1), otherPid);
+        EXPECT_EQ(inForce(), "-");
+    }
+    pass(20000);
+    give(table(1, 1), otherPid);
+    EXPECT_EQ(inForce(), "1");
 }
 
 TEST_F(AITFeedTest, OfUnnamedPIDsTheFirstWithAWholeTableIsKept)
@@ -86,6 +118,8 @@ TEST_F(AITFeedTest, OfUnnamedPIDsTheFirstWithAWholeTableIsKept)
     give(AITSection().applicationType(1), 0x100);
     give(table(1, 1).number(0, 1), pid);
     give(table(1, 2), otherPid);
+    EXPECT_EQ(inForce(), "-");
+    give(table(1, 2), otherPid);
     give(table(1, 3).number(1, 1), pid);
     EXPECT_EQ(inForce(), "2");
     givePMT({{5, pid, {}}, {5, otherPid, {}}});
@@ -93,14 +127,52 @@ TEST_F(AITFeedTest, OfUnnamedPIDsTheFirstWithAWholeTableIsKept)
     EXPECT_EQ(inForce(), "2");
 }
 
+TEST_F(AITFeedTest, OfUnnamedPIDsAnEarlierOneMayStillComeFirst)
+{
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(table(1, 2), otherPid);
+    give(table(1, 1), pid);
+    EXPECT_EQ(inForce(), "1");
+    give(table(1, 2), otherPid);
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    EXPECT_EQ(inForce(), "1");
+}
+
+TEST_F(AITFeedTest, WhatWaitedOnAPIDThatWasNotChosenIsNotSentWithThePMT)
+{
+    shutdown();
+    make();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    give(table(1, 1), pid);
+    give(table(1, 2), otherPid);
+    give(table(1, 2), otherPid);
+    vesta_hbbtv_init(browser().handle());
+    takeReports();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    EXPECT_EQ(takeReports(),
+              Lines({"chosen of 257", "sent version 1 as 1, 1 sections, 1 applications of 257"}));
+}
+
 TEST_F(AITFeedTest, APIDThatThePMTListsNoMoreGivesWay)
 {
     givePMT({{5, pid, {}}, {5, otherPid, {}}});
     give(table(1, 1), pid);
     givePMT({{5, otherPid, {}}});
-    EXPECT_EQ(inForce(), "1");
+    EXPECT_EQ(runningURL(), "http://a.example/index.html");
     give(table(1, 2), otherPid);
     EXPECT_EQ(inForce(), "2");
+}
+
+TEST_F(AITFeedTest, ATableOfAPIDThatIsGoneIsNotHeldUntilItIsQuiet)
+{
+    options.heldUntilQuiet = 3000;
+    make();
+    givePMT({{5, pid, {}}, {5, otherPid, {}}});
+    giveChanges(options.mostChanges + 1);
+    const std::string before = inForce();
+    givePMT({{5, otherPid, {}}});
+    pass(3000);
+    EXPECT_EQ(inForce(), before);
 }
 
 TEST_F(AITFeedTest, TheTablesOfAllPIDsCanBeOne)
@@ -221,6 +293,9 @@ TEST_F(AITFeedTest, WhereEveryTypeCountsTheFirstOneOfAPIDDoes)
     give(table(1, 1).applicationType(0x11));
     EXPECT_EQ(inForce(), "1");
     EXPECT_EQ(countOf(HBBTV_KIT_SECTION_TYPE), 1U);
+    pass(20000);
+    give(table(1, 2));
+    EXPECT_EQ(inForce(), "2") << "until it has gone";
 }
 
 TEST_F(AITFeedTest, ATableThatIsRefusedDoesNotChooseItsPID)
@@ -230,7 +305,18 @@ TEST_F(AITFeedTest, ATableThatIsRefusedDoesNotChooseItsPID)
     givePMT({{5, pid, {}}, {5, otherPid, {}}});
     give(AITSection().add(entry(1)).add(entry(2)), pid);
     give(table(1, 3), otherPid);
+    give(table(1, 3), otherPid);
     EXPECT_EQ(inForce(), "3");
+}
+
+TEST_F(AITFeedTest, APMTThatIsNoneIsCounted)
+{
+    options.checksChecksum = 0;
+    make();
+    Bytes other = pmtBytes({{5, pid, {}}});
+    other[0] = 0x42;
+    hbbtv_kit_feed_pmt(feed, tuning, other.data(), other.size(), now);
+    EXPECT_EQ(countOf(HBBTV_KIT_SECTION_PMT), 1U);
 }
 
 }  // namespace

@@ -121,6 +121,30 @@ TEST_F(AITFeedTest, ARepetitionAfterALongSilenceKeepsTheTable)
     EXPECT_EQ(runningURL(), "http://a.example/index.html");
 }
 
+TEST_F(AITFeedTest, ARefusedTableDoesNotKeepTheOneBeforeIt)
+{
+    options.mostApplications = 1;
+    make();
+    give(table(1, 1));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(runningURL(), "http://a.example/index.html");
+        pass(7000);
+        give(AITSection().version(2).add(entry(1)).add(entry(2)));
+    }
+    EXPECT_EQ(runningURL(), "");
+}
+
+TEST_F(AITFeedTest, AWithdrawalKeepsWhatHasBegunOfTheNextTable)
+{
+    give(table(1, 1));
+    pass(19000);
+    give(table(2, 2).number(0, 1));
+    pass(1000);
+    EXPECT_EQ(runningURL(), "");
+    give(table(2, 3).number(1, 1));
+    EXPECT_EQ(inForce(), "2 3");
+}
+
 TEST_F(AITFeedTest, OnlySectionsOfTheTableInForceKeepIt)
 {
     give(table(1, 1));
