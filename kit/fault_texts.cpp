@@ -24,7 +24,7 @@ const char* const sectionFaults[] = {
     "a descriptor is empty",
     "an application name leaves its loop",
     "the application manager does not read it",
-    "the PMT does not list the PID, or another one has the table",
+    "the PMT does not list the PID, or another PID has the table",
     "of a service that was left",
     "a PMT that is damaged, or of another service",
 };

@@ -95,19 +95,19 @@ enum HBBTV_KitTableFault {
 
 /// What a feed tells of.
 enum HBBTV_KitFeedEvent {
-    /// `pid`, `fault` (an HBBTV_KitSectionFault), `offset`, `tag`. Told once for each fault on each
-    /// PID of a service; all are counted.
+    /// `pid`, `fault` (an HBBTV_KitSectionFault), `offset`, `tag`. Reported once for each fault on
+    /// each PID of a service; all are counted.
     HBBTV_KIT_FEED_SECTION_REFUSED = 0,
     /// `pid`, `fault` (an HBBTV_KitTableFault), `version`.
     HBBTV_KIT_FEED_TABLE_REFUSED = 1,
-    /// `pid`, `version`: the PMT announces another one. It is sent when the PMT follows, or when it
-    /// comes once more. Told once.
+    /// `pid`, `version`: the PMT announces another version. This table is sent when the PMT
+    /// announces it, or when it is repeated. Reported once.
     HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT = 2,
     /// `pid`, `version`, `sentVersion`, `sections`, `applications`: in the event queue.
     HBBTV_KIT_FEED_TABLE_SENT = 3,
     /// The application manager was told that there is no table, or none any more.
     HBBTV_KIT_FEED_WITHDRAWN = 4,
-    /// `pid`: its tables are the service's.
+    /// `pid`: its tables are the service's. Reported with the first of them.
     HBBTV_KIT_FEED_PID_CHOSEN = 5,
     /// The table changes more often than the options allow; once until it is quiet again.
     HBBTV_KIT_FEED_FLAPPING = 6,
@@ -143,7 +143,9 @@ typedef struct HBBTV_KitFeedOptions {
     /// @{
     int checksChecksum;            ///< 1: CRC_32 has to match
     int takesOutEmptyDescriptors;  ///< 1: of applications, where the application manager wants none
-    int numbersVersions;        ///< 1: a table gets a new version exactly when its content changed
+    /// 1: a table gets a new version exactly when its content changed. 0: it keeps its own, and one
+    /// that comes back after it was withdrawn, or changes under it, takes no effect.
+    int numbersVersions;
     int heedsAnnouncedVersion;  ///< 1: a table of another version than the PMT's is sent later
     /// @}
 
@@ -158,8 +160,9 @@ typedef struct HBBTV_KitFeedOptions {
     /// The application_type whose tables count: 0x0010, HbbTV; 0: every one.
     uint16_t applicationType;
 
-    /// A table that was not repeated for so long, in milliseconds, is withdrawn; 0: never. 20000:
-    /// two of the longest intervals that ETSI TS 102 809, 5.3.4, allows.
+    /// A table that was not repeated for so long, in milliseconds, is withdrawn, and a service of
+    /// which none came for so long has none; 0: never. 20000: two of the longest intervals that
+    /// ETSI TS 102 809, 5.3.4, allows.
     uint32_t withdrawnAfter;
 
     /// @name Limits of a table, of what the application manager makes of it
@@ -172,11 +175,11 @@ typedef struct HBBTV_KitFeedOptions {
     /// @name Tables that change too often
     /// @{
     uint32_t mostChanges;     ///< 8
-    uint32_t changesWithin;   ///< 60000 ms; more changes than those in this time are told
+    uint32_t changesWithin;   ///< 60000 ms; more changes than those in this time are reported
     uint32_t heldUntilQuiet;  ///< 0; ms without a change until a flapping table is sent; 0: at once
     /// @}
 
-    HBBTV_KitFeedListener listener;  ///< null: nobody is told
+    HBBTV_KitFeedListener listener;  ///< null: nothing is reported
     void* context;
 } HBBTV_KitFeedOptions;
 
@@ -198,7 +201,8 @@ HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
 void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 
 /// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. Where the
-/// service has no table, or none comes in time, the application manager is told so. To be called
+/// service has no table, or none comes within `withdrawnAfter`, the application manager hears of
+/// that. To be called
 /// again, for the same service, where the application manager was started anew or was given another
 /// broadcast window: what was sent before that is not sent again.
 /// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
@@ -207,7 +211,8 @@ void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
                              uint16_t transportStreamId, uint16_t serviceId, void* channel);
 
-/// The service's PMT, at every change or at every repetition.
+/// The service's PMT, at every change or at every repetition. The first eight streams that it names
+/// for tables, and the first eight of which it says nothing, are looked at.
 /// @param tuning as hbbtv_kit_feed_tune() answered
 /// @param section of program_number `serviceId`; borrowed for the call
 /// @param size of what is there; only the section's own bytes are read

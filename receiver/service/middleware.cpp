@@ -8,9 +8,17 @@ namespace {
 
 const size_t chunkBytes = size_t(32) * 188;
 
-FollowerOptions followerOptions(const MiddlewareOptions& options)
+FollowerOptions followerOptions(const MiddlewareOptions& options, bool isLive)
 {
-    return {options.service, options.verbose, options.limits, options.carousels, options.hbbtv};
+    return {options.service,   options.verbose, options.limits,
+            options.carousels, options.hbbtv,   isLive};
+}
+
+uint64_t millisecondsNow()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
 /// "3 lost"
@@ -41,7 +49,7 @@ struct Middleware::Chunk {
 Middleware::Middleware(MiddlewareOptions options, EventLog& log, Doorbell& doorbell)
     : options_(std::move(options)), log_(log), doorbell_(doorbell),
       input_(makeStreamInput(options_.input, options_.follow)),
-      follower_(followerOptions(options_), log, clock_)
+      follower_(followerOptions(options_, input_->isEndless()), log, clock_)
 {
 }
 
@@ -155,7 +163,7 @@ void Middleware::run()
     }
 }
 
-/// The browser thread sees the whole step at once, the events and how far it went.
+/// A browser thread that sleeps sees the whole step at once, the events and how far it went.
 /// @return whether there was anything to see
 bool Middleware::step()
 {
@@ -187,6 +195,8 @@ std::optional<uint16_t> Middleware::nextRequest()
 Middleware::Progress Middleware::play(const Chunk& chunk)
 {
     listenToInput();
+    if (input_->isEndless())
+        follower_.passTime(millisecondsNow());
     if (!chunk.count)
         return Progress::Playing;
     if (*chunk.count == 0 || !follower_.feed(chunk.bytes, *chunk.count))

@@ -70,8 +70,8 @@ std::string damageOf(const StreamStatistics& statistics)
 }  // namespace
 
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
-    : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
-      wanted_(options.service), choice_(stream_),
+    : isVerbose_(options.verbose), isLive_(options.isLive), log_(log), clock_(clock),
+      stream_(*this), wanted_(options.service), choice_(stream_),
       feed_(options.hbbtv, log, book_,
             [this](const char* event, const std::string& text) { remark(event, text); }),
       carousels_(options.limits, log, options.carousels), streamEvents_(carousels_, log)
@@ -160,8 +160,12 @@ std::string ServiceFollower::lack() const
 
 std::string ServiceFollower::lackOfTable() const
 {
-    return tablePids_.empty() ? nameOf(*tuned_) + " signals no HbbTV applications"
-                              : "no AIT for HbbTV came in " + nameOf(*tuned_);
+    if (tablePids_.empty())
+        return nameOf(*tuned_) + " signals no HbbTV applications";
+    if (const std::string problem = feed_.problem(); !problem.empty())
+        return "no AIT for HbbTV is in force in " + nameOf(*tuned_) + ": " + problem;
+    return (feed_.hasTaken() ? "no AIT for HbbTV became whole in " : "no AIT for HbbTV came in ") +
+           nameOf(*tuned_);
 }
 
 void ServiceFollower::tune(uint16_t serviceId)
@@ -407,7 +411,7 @@ bool ServiceFollower::isTablePid(uint16_t pid) const
 void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
 {
     feed_.take(pid, section);
-    if (!feed_.hasCome())
+    if (!feed_.hasTaken())
         return;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
     areSubscriptionsStale_ = areSubscriptionsStale_ || !choice_.empty();
@@ -441,7 +445,8 @@ void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontin
     if (pid != clockPid_)
         return;
     const bool jumps = clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
-    feed_.setTime(clock_.elapsed());
+    if (!isLive_)
+        feed_.setTime(clock_.elapsed());
     streamEvents_.advance(ticks / ticksPerTime, jumps);
 }
 

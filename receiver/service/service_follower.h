@@ -30,6 +30,7 @@ struct FollowerOptions {
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
     HbbTVVersion hbbtv;                  ///< up to which the terminal carries applications
+    bool isLive = false;                 ///< time is passTime()'s to say, not the stream's
 };
 
 /// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT
@@ -52,6 +53,8 @@ public:
     bool feed(const unsigned char* bytes, size_t count);
     /// No more bytes follow. @return false when there never was a transport stream
     bool finish() { return stream_.finish(); }
+    /// Time goes on, whatever comes. For a stream that is live. @param milliseconds since whenever
+    void passTime(uint64_t milliseconds) { feed_.setTime(milliseconds); }
     /// The stream is played again from its beginning.
     void restart() { stream_.restart(); }
     std::string error() const { return stream_.error(); }
@@ -107,7 +110,7 @@ private:
     Service serviceOf(uint16_t programNumber) const;
     void updateSubscriptions();
 
-    /// @name Choice of a service; none of it once one was asked for or a table was sent
+    /// @name Choice of a service; none of it once one was asked for or a section of a table came
     /// @{
     bool isChoosing() const;
     void tuneTo(const Service& service, Candidate candidate);
@@ -124,6 +127,7 @@ private:
     std::string lackOfTable() const;
 
     const bool isVerbose_;
+    const bool isLive_;
     EventLog& log_;
     StreamClock& clock_;
     TransportStream stream_;

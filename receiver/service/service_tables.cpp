@@ -47,14 +47,12 @@ void readDescriptors(ByteReader descriptors, ServiceDescription& service)
     forEachDescriptor(descriptors, read);
 }
 
-std::vector<SignalledApplicationType> readApplicationTypes(ByteReader payload)
+void readApplicationTypes(ByteReader payload, std::vector<SignalledApplicationType>& types)
 {
-    std::vector<SignalledApplicationType> types;
     while (payload.remaining() >= 3) {
         const uint16_t type = payload.u16() & 0x7FFF;
         types.push_back({type, static_cast<uint8_t>(payload.u8() & 0x1F)});
     }
-    return types;
 }
 
 // The library's class says where signalling and carousels are; of the descriptors that it only
@@ -72,7 +70,7 @@ StreamDescription describe(const ElementaryStream& stream, ByteReader descriptor
         if (tag == associationTagTag && payload.remaining() >= 2)
             description.associationTags.push_back(payload.u16());
         else if (tag == applicationSignallingTag)
-            description.applicationTypes = readApplicationTypes(payload);
+            readApplicationTypes(payload, description.applicationTypes);
         return true;
     };
     forEachDescriptor(descriptors, read);
@@ -206,7 +204,7 @@ bool isHbbTVTable(const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
     return header.tableId == aitTableId && header.current &&
-           (header.tableIdExtension & 0x7FFF) == hbbtvApplicationType;
+           header.tableIdExtension == hbbtvApplicationType;
 }
 
 }  // namespace receiver

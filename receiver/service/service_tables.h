@@ -101,7 +101,8 @@ struct ProgramMap {
 /// @return a stream that does not fit ends the list; all empty for a section too short
 ProgramMap readProgramMap(const SectionBytes& pmtSection);
 
-/// Whether a section is of an AIT for HbbTV that is in force (ETSI TS 102 809, 5.3.4.6).
+/// Whether a section is of an AIT for HbbTV that is in force, and not for tests alone (ETSI TS 102
+/// 809, 5.3.4.6).
 bool isHbbTVTable(const SectionBytes& section);
 
 }  // namespace receiver

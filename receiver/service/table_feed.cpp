@@ -1,5 +1,6 @@
 #include "receiver/service/table_feed.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -87,9 +88,13 @@ void TableFeed::forget()
     service_.reset();
     pmt_.clear();
     held_.clear();
+    firstHeld_.reset();
     rounds_ = 0;
     chosen_.reset();
     announced_.clear();
+    latest_.clear();
+    listsTables_ = false;
+    problem_.clear();
     book_.clear();
 }
 
@@ -106,8 +111,14 @@ void TableFeed::join(const Service& service, const ProgramMap& map)
 {
     service_ = service;
     pmt_ = map.section;
-    if (hasBegun_)
+    const std::vector<uint16_t> pids = map.tablePids();
+    listsTables_ = !pids.empty();
+    if (chosen_ && std::find(pids.begin(), pids.end(), *chosen_) == pids.end())
+        chosen_.reset();
+    if (hasBegun_ && isSameTriplet(*tuned_, service))
         givePMT();
+    else if (hasBegun_)
+        begin();
     else if (service.originalNetworkId || map.signalling() == ApplicationSignalling::None)
         begin();
 }
@@ -117,7 +128,7 @@ void TableFeed::learn(const Service& service)
     if (!service_)
         return;
     service_ = service;
-    if (!hasBegun_ && service.originalNetworkId)
+    if (service.originalNetworkId && !(hasBegun_ && isSameTriplet(*tuned_, service)))
         begin();
 }
 
@@ -163,8 +174,11 @@ void TableFeed::give(uint16_t pid, const SectionBytes& section)
 void TableFeed::hold(uint16_t pid, const SectionBytes& section)
 {
     remark_("left-out", "held back: an AIT before the network is known");
-    if (held_[pid].add(section))
+    const std::pair<uint16_t, uint8_t> place(pid, readSectionHeader(section).sectionNumber);
+    if (held_[pid].add(section) && place == firstHeld_)
         ++rounds_;
+    if (!firstHeld_)
+        firstHeld_ = place;
     size_t bytes = 0;
     for (const auto& [each, table] : held_)
         bytes += table.bytes();
@@ -177,10 +191,16 @@ void TableFeed::note(uint16_t pid, const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
     const uint32_t checksum = checksumOf(section);
-    const auto [known, isNew] = announced_.try_emplace({pid, header.sectionNumber}, checksum);
+    constexpr size_t mostPids = 16;  // that the feed looks at
+    if (latest_.count(pid) != 0 || latest_.size() < mostPids)
+        latest_[pid].add(section);
+    constexpr size_t mostAnnounced = 4096;
+    if (announced_.size() > mostAnnounced)
+        announced_.clear();
+    const auto [known, isNew] = announced_.try_emplace(
+        std::make_tuple(pid, header.version, header.sectionNumber), checksum);
     if (!isNew && std::exchange(known->second, checksum) == checksum)
         return;
-    book_.note(section);
     const std::string place = header.lastSectionNumber == 0
                                   ? ""
                                   : ", section " + std::to_string(header.sectionNumber + 1) +
@@ -200,9 +220,18 @@ void TableFeed::setTime(uint64_t milliseconds)
     hbbtv_kit_feed_time(feed_.get(), now_);
 }
 
-bool TableFeed::hasCome() const
+/// The table of that PID is the service's.
+void TableFeed::writeBook(uint16_t pid)
 {
-    return !held_.empty() || taken() > takenBefore_;
+    book_.clear();
+    for (const SectionBytes& section : latest_[pid].take())
+        book_.note(section);
+}
+
+void TableFeed::complain(const std::string& problem)
+{
+    problem_ = problem;
+    remark_("ait-problem", problem);
 }
 
 void TableFeed::hear(const HBBTV_KitFeedReport& report)
@@ -211,19 +240,20 @@ void TableFeed::hear(const HBBTV_KitFeedReport& report)
     case HBBTV_KIT_FEED_SECTION_REFUSED:
         return hearOfSection(report);
     case HBBTV_KIT_FEED_TABLE_REFUSED:
-        return remark_("ait-problem", versionText(report.version) + " is refused: " +
-                                          hbbtv_kit_table_fault_text(report.fault));
+        return complain(versionText(report.version) +
+                        " is refused: " + hbbtv_kit_table_fault_text(report.fault));
     case HBBTV_KIT_FEED_TABLE_INCOMPLETE:
-        return remark_("ait-problem", versionText(report.version) + " is not complete: of " +
-                                          std::to_string(report.sections) + " sections, number " +
-                                          std::to_string(report.missing + 1) + " did not come");
+        return complain(versionText(report.version) + " is not complete: of " +
+                        std::to_string(report.sections) + " sections, number " +
+                        std::to_string(report.missing + 1) + " did not come");
     case HBBTV_KIT_FEED_FLAPPING:
-        return remark_("ait-problem", "the AIT changes all the time");
+        return complain("the AIT changes all the time");
     case HBBTV_KIT_FEED_PID_CHOSEN:
         chosen_ = static_cast<uint16_t>(report.pid);
         return;
     case HBBTV_KIT_FEED_TABLE_SENT:
         hasSent_ = isInForce_ = true;
+        writeBook(static_cast<uint16_t>(report.pid));
         log_.report(Source::Receiver, "ait-sent",
                     versionText(report.version) + " is sent as version " +
                         std::to_string(report.sentVersion),
@@ -233,7 +263,9 @@ void TableFeed::hear(const HBBTV_KitFeedReport& report)
                      {"applications", report.applications}});
         return;
     case HBBTV_KIT_FEED_WITHDRAWN:
-        isInForce_ = false;
+        if (std::exchange(isInForce_, false) && listsTables_)
+            log_.report(Source::Air, "ait-gone", "the AIT does not come any more",
+                        {{"service", tuned_->programNumber}});
         announced_.clear();
         return;
     default:
@@ -243,16 +275,15 @@ void TableFeed::hear(const HBBTV_KitFeedReport& report)
 
 void TableFeed::hearOfSection(const HBBTV_KitFeedReport& report)
 {
-    // The PMT lists it: the other sections do not come here.
-    const std::string what = report.fault == HBBTV_KIT_SECTION_UNLISTED
-                                 ? "a second AIT of the service"
-                                 : hbbtv_kit_section_fault_text(report.fault);
+    const bool isSecond =
+        report.fault == HBBTV_KIT_SECTION_UNLISTED && chosen_ && *chosen_ != report.pid;
+    const std::string what =
+        isSecond ? "a second AIT of the service" : hbbtv_kit_section_fault_text(report.fault);
     const std::string pid = "PID " + std::to_string(report.pid);
     if (isForOthers(report.fault))
         remark_("left-out", "left out: " + pid + ", " + what);
     else
-        remark_("ait-problem",
-                "a section of the AIT on " + pid + " is refused: " + what + placeOf(report));
+        complain("a section of the AIT on " + pid + " is refused: " + what + placeOf(report));
 }
 
 }  // namespace receiver

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "receiver/console/event_log.h"
@@ -64,8 +65,12 @@ public:
     /// What is not known of the service by now will not come.
     void giveUpWaiting();
 
-    /// Whether a section of a table came from this service.
-    bool hasCome() const;
+    /// Whether a section of a table came from this service, be it right or not.
+    bool hasCome() const { return !held_.empty() || hasTaken(); }
+    /// Whether one came that was right.
+    bool hasTaken() const { return taken() > takenBefore_; }
+    /// What was wrong with what came last; empty where nothing was.
+    const std::string& problem() const { return problem_; }
     /// Whether a whole table was sent.
     bool hasSent() const { return hasSent_; }
     /// Whether one is in force.
@@ -83,6 +88,8 @@ private:
     void give(uint16_t pid, const SectionBytes& section);
     void hold(uint16_t pid, const SectionBytes& section);
     void note(uint16_t pid, const SectionBytes& section);
+    void writeBook(uint16_t pid);
+    void complain(const std::string& problem);
     void hear(const HBBTV_KitFeedReport& report);
     void hearOfSection(const HBBTV_KitFeedReport& report);
     uint64_t taken() const { return hbbtv_kit_feed_get_count(feed_.get(), HBBTV_KIT_SECTION_OK); }
@@ -102,10 +109,15 @@ private:
     bool hasBegun_ = false;  ///< nothing is held back any more
     std::optional<Service> service_;
     SectionBytes pmt_;
-    std::map<uint16_t, HeldTable> held_;  // by PID
-    unsigned rounds_ = 0;                 // so often a held table came again
-    std::optional<uint16_t> chosen_;      // the PID whose tables count
-    std::map<std::pair<uint16_t, uint8_t>, uint32_t> announced_;  // checksums, by PID and number
+    std::map<uint16_t, HeldTable> held_;                     // by PID
+    std::optional<std::pair<uint16_t, uint8_t>> firstHeld_;  // PID and number
+    unsigned rounds_ = 0;                                    // so often it came again
+    std::optional<uint16_t> chosen_;                         // the PID whose tables count
+    /// What the log has: checksums, by PID, version and number.
+    std::map<std::tuple<uint16_t, uint8_t, uint8_t>, uint32_t> announced_;
+    std::map<uint16_t, HeldTable> latest_;  // what may be sent, for the book
+    bool listsTables_ = false;              // the PMT
+    std::string problem_;
     bool hasSent_ = false;
     bool isInForce_ = false;
 };

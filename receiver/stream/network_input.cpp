@@ -20,6 +20,9 @@ constexpr size_t longestDatagram = 65536;
 // allow less.
 constexpr int wantedBuffer = 4 << 20;
 
+// Who reads has to know that time goes on.
+constexpr std::chrono::seconds longestSilence(1);
+
 // Taken at a time, so that a flood does not keep anybody waiting.
 constexpr unsigned mostDatagrams = 64;
 
@@ -81,7 +84,9 @@ void NetworkInput::collect(size_t enough)
 {
     ready_.clear();
     readyAt_ = 0;
-    const ByteWait::End end = wait_.wait(socket_, longestWait(Clock::now()));
+    const Clock::time_point before = Clock::now();
+    const Clock::duration most = longestWait(before).value_or(longestSilence);
+    const ByteWait::End end = wait_.wait(socket_, std::min<Clock::duration>(most, longestSilence));
     const Clock::time_point now = Clock::now();
     if (end == ByteWait::End::Ready) {
         unsigned taken = 0;

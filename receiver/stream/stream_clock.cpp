@@ -9,6 +9,8 @@ constexpr uint64_t ticksPerMillisecond = 27000;
 // Clock references come ten times a second; what is further on is another clock, and nobody waits
 // for it.
 constexpr uint64_t longestStep = ticksPerSecond;
+// Of a clock that goes on where references are missing, or rare.
+constexpr uint64_t longestGap = 5 * ticksPerSecond;
 
 std::chrono::steady_clock::duration timeOf(uint64_t ticks, double speed)
 {
@@ -22,7 +24,7 @@ std::chrono::steady_clock::duration timeOf(uint64_t ticks, double speed)
 bool StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
 {
     const bool jumps = isKnown_ && (discontinuity || ticks < last_ || ticks - last_ > longestStep);
-    if (first_ && !jumps)
+    if (first_ && !discontinuity && ticks >= last_ && ticks - last_ <= longestGap)
         elapsed_ += ticks - last_;
     isKnown_ = true;
     if (!first_ || jumps) {

@@ -26,7 +26,8 @@ public:
     /// @param speed times real time @return nothing without a clock
     std::optional<Time> due(double speed, Time now);
 
-    /// Milliseconds that passed on it since the first clock, the jumps left out.
+    /// Milliseconds that passed on it since the first clock; jumps back, by more than five seconds,
+    /// or that the stream says, are left out.
     uint64_t elapsed() const;
 
     /// Whether there ever was a clock.

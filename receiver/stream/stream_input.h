@@ -39,7 +39,7 @@ public:
 
     /// Waits for bytes and reads some. Every byte counts in bytesRead().
     /// @return how many; 0 at the end and for a failure (error() says so); nothing when woken,
-    ///         or when there is nothing yet after all
+    ///         or when there is nothing yet after all, which the network says once a second
     virtual std::optional<size_t> read(unsigned char* buffer, size_t size) = 0;
 
     /// @return false for an input that has no beginning to return to

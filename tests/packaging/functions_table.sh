@@ -34,6 +34,11 @@ rows() {
     sed -nE 's,^\| `([a-z_A-Z0-9]+)` \| `([A-Za-z0-9]+)\.([A-Za-z0-9_]+)` \| \[[^]]*\]\(\.\./([a-z_0-9/]+\.cpp)\) \|$,\1 \2 \3 \4,p' "$table"
 }
 
+# The headers beside a source that it includes: the tests share what they do there.
+fixtures_of() {
+    sed -nE "s,^#include \"(${1%/*}/[a-z_]+\.h)\"$,$root/\1,p" "$root/$1"
+}
+
 check_tests() {
     local function suite test source failed=0
     while read -r function suite test source; do
@@ -43,7 +48,7 @@ check_tests() {
         elif ! tr -d '\n' <"$root/$source" | grep -E "TEST(_F|_P)?\( *$suite, *$test\)" >/dev/null; then
             echo "$function: $source has no test $suite.$test"
             failed=1
-        elif ! without_comments "$root/$source" | grep -wF "$function" >/dev/null; then
+        elif ! without_comments "$root/$source" $(fixtures_of "$source") | grep -wF "$function" >/dev/null; then
             echo "$function: $source does not use it"
             failed=1
         fi

@@ -559,10 +559,13 @@ TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(ServiceFollowerTest, ATableThatComesOnceOnASecondPidIsSent)
+TEST_F(ServiceFollowerTest, ATableThatComesRoundOnASecondPidIsSent)
 {
     services({1});
     pmt(1, {tables(tablePid(1)), tables(0x300)});
+    for (unsigned number = 0; number < 3; ++number)
+        play(0x300, table(5, number, 2));
+    EXPECT_EQ(sent(), "");
     for (unsigned number = 0; number < 3; ++number)
         play(0x300, table(5, number, 2));
     EXPECT_EQ(sent(), "1: 50 51 52");
@@ -605,6 +608,56 @@ TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
     EXPECT_EQ(sent(), "1: 50");
     play(tablePid(1), table(6));
     EXPECT_EQ(sent(), "1: 60");
+}
+
+TEST_F(ServiceFollowerTest, ATableGetsTheIdsThatAreKnownByNow)
+{
+    services({1}, false);
+    pmt(1, {{0x1B, 0x300, {}}});
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv)}, 1);
+    play(tablePid(1), table(5));
+    EXPECT_EQ(sent(), "1: 50");
+    EXPECT_EQ(network_, network);
+}
+
+TEST_F(ServiceFollowerTest, ATableThatWaitedInVainGetsTheNetworkWhenItComesAfterAll)
+{
+    services({1}, false);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    for (int round = 0; round < 9; ++round)
+        play(tablePid(1), table(5));
+    EXPECT_EQ(sent(), "1: 50");
+    EXPECT_EQ(network_, 0u);
+    services({1});
+    play(tablePid(1), table(5));
+    EXPECT_EQ(sent(), "1: 50");
+    EXPECT_EQ(network_, network);
+}
+
+TEST_F(ServiceFollowerTest, ABrokenTableDoesNotEndTheChoice)
+{
+    services({1, 2}, false);
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    pmt(2, {tables(tablePid(2), hbbtv)});
+    EXPECT_EQ(tuned(), 1u);
+    play(tablePid(1), makeSection({0x74, hbbtv, 1}, {0xF0, 0, 0xF0, 3, 1, 2, 3}));
+    services({1, 2});
+    play(tablePid(2), table(5));
+    play(tablePid(2), table(5));
+    EXPECT_EQ(tuned(), 2u);
+    EXPECT_EQ(sent(), "2: 50");
+}
+
+TEST_F(ServiceFollowerTest, SaysWhyATableIsNotInForce)
+{
+    services({1});
+    pmt(1, {tables(tablePid(1), hbbtv)});
+    EXPECT_EQ(follower_.lack(), "no AIT for HbbTV came in service 1");
+    play(tablePid(1), table(5, 0, 1));
+    EXPECT_EQ(follower_.lack(), "no AIT for HbbTV became whole in service 1");
+    play(tablePid(1), makeSection({0x74, hbbtv, 1}, {0xF0, 0, 0xF0, 3, 1, 2, 3}));
+    EXPECT_EQ(follower_.lack().find("no AIT for HbbTV is in force in service 1: a section"), 0u);
 }
 
 TEST_F(ServiceFollowerTest, StreamEventsOfAComponentThatIsListenedToAreSent)

@@ -86,5 +86,29 @@ TEST(TableCollector, AChangedSectionBeginsACollectionWhateverItsVersionSays)
     EXPECT_TRUE(table.add(half(0, 'd', 1)));
 }
 
+TEST(ProgramMap, TablesAreWhereTheDescriptorsOfAStreamTogetherSay)
+{
+    const auto signalling = [](unsigned type) {
+        return makeDescriptor(0x6F, ByteWriter().u16(0x8000 | type).u8(0xE0));
+    };
+    const ProgramMap map = readProgramMap(makePmt(1, 0,
+                                                  {{0x05, 0x200, signalling(0x10) + signalling(1)},
+                                                   {0x05, 0x201, signalling(1)},
+                                                   {0x05, 0x202, {}},
+                                                   {0x1B, 0x203, {}}}));
+    EXPECT_EQ(map.tablePids(), (std::vector<uint16_t>{0x200, 0x202}));
+}
+
+TEST(ProgramMap, TablesForHbbTVAreThoseInForceAndNotForTests)
+{
+    const Bytes body = {0xF0, 0, 0xF0, 0};
+    EXPECT_TRUE(isHbbTVTable(makeSection({0x74, 0x0010, 1}, body)));
+    EXPECT_FALSE(isHbbTVTable(makeSection({0x74, 0x8010, 1}, body)));
+    EXPECT_FALSE(isHbbTVTable(makeSection({0x74, 0x0001, 1}, body)));
+    EXPECT_FALSE(isHbbTVTable(makeSection({0x74, 0x0010, 1, false}, body)));
+    EXPECT_FALSE(isHbbTVTable(makeSection({0x70, 0x0010, 1}, body)));
+    EXPECT_FALSE(isHbbTVTable({}));
+}
+
 }  // namespace
 }  // namespace receiver

@@ -168,6 +168,7 @@ TEST_F(TableFeedTest, WhatIsForOthersIsLeftOut)
                      "left-out: left out: PID 512, another table",
                      "left-out: left out: PID 513, a second AIT of the service"}));
     EXPECT_EQ(inForce(), "5");
+    EXPECT_TRUE(says("AIT version 1, "));
     EXPECT_EQ(out_.str().find("AIT version"), out_.str().rfind("AIT version 1, ")) << "not theirs";
 }
 
@@ -218,6 +219,7 @@ TEST_F(TableFeedTest, ATableThatStaysAwayIsWithdrawnByTheStreamsTime)
     inForce();
     EXPECT_EQ(window_->getRunningApplication(), nullptr);
     EXPECT_FALSE(feed().isInForce());
+    EXPECT_TRUE(says("the AIT does not come any more"));
     take(table(1, entry(5)));
     inForce();
     EXPECT_NE(window_->getRunningApplication(), nullptr);
@@ -258,6 +260,34 @@ TEST_F(TableFeedTest, TablesThatComeBeforeTheNetworkIsKnownAreHeldWithinALimit)
     }
     EXPECT_EQ(taken, TableFeed::mostHeldBytes / table(1, entries).size() + 1);
     EXPECT_EQ(takeRemarks().front(), "left-out: held back: an AIT before the network is known");
+}
+
+TEST_F(TableFeedTest, TheBookHasWhatWasSent)
+{
+    const Lines modern = {"0x0000 with version 1.4.1"};
+    join();
+    take(table(1, entry(5, {0, 0, 1, 4, 1})));
+    EXPECT_EQ(book_.profilesOf(0x0A, 5), modern);
+    take(table(2, entry(6), 0, 1));
+    EXPECT_EQ(book_.profilesOf(0x0A, 5), modern) << "the next one is not whole";
+    take(makeSection({0x74, 0x8000 | hbbtv, 3}, {0xF0, 0, 0xF0, 0}));
+    EXPECT_EQ(book_.profilesOf(0x0A, 5), modern) << "for tests";
+    join({otherPid}, 1);
+    take(table(1, entry(7)), otherPid);
+    EXPECT_EQ(book_.profilesOf(0x0A, 7), Lines{"0x0000 with version 1.1.1"}) << "it has moved";
+    EXPECT_EQ(book_.profilesOf(0x0A, 5), Lines());
+}
+
+TEST_F(TableFeedTest, RoundsAreThoseOfATableAndNotOfItsSections)
+{
+    join({pid}, 0, std::nullopt);
+    for (int round = 0; round < 3; ++round) {
+        for (unsigned number = 0; number < 8; ++number)
+            take(table(1, entry(number + 1), number, 7));
+    }
+    EXPECT_EQ(inForce(), "-");
+    feed().learn(service(1));
+    EXPECT_EQ(inForce(), "1 2 3 4 5 6 7 8");
 }
 
 TEST_F(TableFeedTest, AServiceThatIsLeftIsToldAtOnceAndOnlyOnce)

@@ -90,7 +90,7 @@ TEST_F(StreamClockTest, WhatPassedIsKnownWithoutTheJumps)
     clock_.note(5 * second + second / 2, false, start_);
     clock_.note(6 * second + second / 4, false, start_);
     EXPECT_EQ(clock_.elapsed(), 1250u);
-    clock_.note(100 * second, false, start_);
+    clock_.note(11 * second + second / 4 + 1, false, start_);
     clock_.note(3 * second, false, start_);
     clock_.note(3 * second + second / 2, true, start_);
     EXPECT_EQ(clock_.elapsed(), 1250u) << "ahead, back, and as the stream says";
@@ -99,8 +99,8 @@ TEST_F(StreamClockTest, WhatPassedIsKnownWithoutTheJumps)
     clock_.restart();
     clock_.note(4 * second + second / 2, false, start_);
     EXPECT_EQ(clock_.elapsed(), 1750u);
-    clock_.note(5 * second, false, start_);
-    EXPECT_EQ(clock_.elapsed(), 2250u);
+    clock_.note(9 * second + second / 2, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 6750u) << "references may be missing for a while";
 }
 
 }  // namespace
