@@ -241,6 +241,53 @@ endless_table() {
     nothing_is_left
 }
 
+# serve_files CODE [ARGUMENT...]: a server on $port with a process for each connection. CODE finds the
+# path in $path, and the connection in $client; page(TEXT), table(NAME) and to(URL) answer.
+serve_files() {
+    local code=$1
+    shift
+    serve '
+        $SIG{CHLD} = "IGNORE";
+        my $client;
+        sub answer { print $client "HTTP/1.0 $_[0]\r\nConnection: close\r\n$_[1]\r\n", $_[2] // ""; }
+        sub page { answer("200 OK", "Content-Type: text/html\r\n", "<html><body>$_[0]</body></html>"); }
+        sub to { answer("302 Found", "Location: $_[0]\r\n"); }
+        sub table {
+            open(my $file, "<", "../../receiver/sessions/site/one/tables/$_[0]"); local $/;
+            answer("200 OK", "Content-Type: application/vnd.dvb.ait+xml\r\n", <$file>);
+        }
+        while ($client = $socket->accept) {
+            if (fork) { close $client; next; }
+            my ($path) = <$client> =~ m{^\S+ (\S+)};
+            while (<$client> =~ /\S/) {}
+            '"$code"'
+            exit;
+        }' "$@"
+}
+
+# Servers send the page and its frames elsewhere: only the page may get to an application or a table.
+redirected_frames() {
+    switch_on
+    serve_files '
+        if ($path =~ m{^/to\?(.*)}) { to($1); }
+        elsif ($path eq "/table") { table("good.aitx"); }
+        elsif ($path eq "/first") { page("<iframe src=\"/to?dvb://current.ait/a.1\"></iframe>"
+            . "<iframe src=\"/to?/table\"></iframe><iframe src=\"/to?/frame\"></iframe>"
+            . "<script>onload = function () { location = \"/to?/second\"; }</script>"); }
+        elsif ($path eq "/second") { page("<script>debug(\"second page\"); setTimeout(function () {"
+            . "location = \"/to?dvb://current.ait/a.1\"; });</script>"); }
+        else { page(""); }'
+    tell start "http://127.0.0.1:$port/first"
+    expect 'second page'
+    expect 'the page goes to dvb://current.ait/a.1'
+    expect "$started"
+    tell start "http://127.0.0.1:$port/to?/table"
+    expect "http://127.0.0.1:$port/table: an XML AIT for its window"
+    switch_off
+    [[ $(grep -c 'the page goes to' "$scratch/seen") -eq 1 ]]
+    [[ $(grep -c 'an XML AIT for' "$scratch/seen") -eq 1 ]]
+}
+
 # A link to a file that is no page: nothing is kept, and the application goes on.
 unwanted_download() {
     switch_on
