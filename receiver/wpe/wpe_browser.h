@@ -144,6 +144,7 @@ private:
     unsigned long long paintings_ = 0;
     std::string answer_;
     long nextId_ = 1;
+    unsigned starts_ = 0;  // how many pages the application manager opened
 };
 
 }  // namespace receiver

@@ -43,6 +43,7 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     }
     window->isFresh = false;
     window->wantsFreshView = false;
+    ++starts_;
     beginLoad(*window, Opening::Asked);
     window->resources.clear();
     webkit_web_view_load_uri(window->view->web(), url.c_str());
@@ -53,6 +54,7 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
 void WpeBrowser::beginLoad(WpeWindow& window, Opening opening)
 {
     ++window.load;
+    window.start = starts_;
     window.opening = opening;
     tables_->forget(window.view->web());
 }
@@ -320,6 +322,8 @@ void WpeBrowser::takeTable(WpeWindow& window, const std::string& url,
 {
     if (!document)
         return failTable(window, url, "the table did not come whole");
+    if (window.start != starts_)
+        return failTable(window, url, "another application was started meanwhile");
     window.loaded = true;
     if (!takeXMLTable(log_, &window, *document, url))
         reportFailed(window, url);

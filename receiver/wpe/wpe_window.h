@@ -25,6 +25,7 @@ struct WpeWindow : TAVO_VestaWindow {
     std::vector<uint64_t> pages;  ///< WebKit's numbers of the pages that it had; the last is shown
     Opening opening = Opening::No;
     unsigned load = 0;      ///< counts what is opened; what comes of one before is void
+    unsigned start = 0;     ///< of all windows' applications, the last one when this load began
     std::string committed;  ///< the page that is shown
     std::set<std::string>
         resources;  ///< URLs of files that came for it from carousels, and its own
