@@ -300,6 +300,7 @@ void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* de
     const unsigned status =
         webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(decision));
     if (status == httpOK) {
+        window.opening = Opening::No;  // the page stays until the table has come
         tables_->expect(window.view->web(), url);
         webkit_policy_decision_download(WEBKIT_POLICY_DECISION(decision));
         return;
