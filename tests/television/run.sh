@@ -5,7 +5,8 @@
 #     <!-- receiver [STREAM [OPTION=VALUE...]]
 #     COMMANDS
 #     -->
-# holds what a viewer does meanwhile; without commands the page is started by its URL. A line
+# holds what a viewer does meanwhile; without commands the page is started by its URL. FOLDER is one
+# for files of its own, PICTURES holds what is to be seen. A line
 #     #expect TEXT
 # among them is what the receiver has to report, after those before it.
 set -euo pipefail
@@ -29,7 +30,7 @@ commands=$(sed '1d;$d' <<<"$comment")
     echo "wait service"
     echo "${commands:-start http://test.example/$page.html}"
     echo "wait said finished within 20"
-} | sed "s#FOLDER#$folder#g" >"$folder/script"
+} | sed "s#FOLDER#$folder#g; s#PICTURES#$pages/../pictures#g" >"$folder/script"
 
 code=0
 "$receiver" --browser wpe --loop "${options[@]/#/--}" --script "$folder/script" --trace "$folder/trace" \
