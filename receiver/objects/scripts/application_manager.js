@@ -33,7 +33,7 @@ class ApplicationPrivateData {
         this.keyset = new KeySet(id);
     }
 
-    get currentChannel() { return currentChannelOf(); }
+    get currentChannel() { return channelOrNull(ask('application.currentChannel', null, this._id)); }
     getFreeMem() { return ask('application.freeMemory', -1); }
 }
 

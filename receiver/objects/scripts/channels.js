@@ -21,11 +21,10 @@ function channelOf(known) {
     return Object.assign(channels.get(known.ccid), new Channel(known));
 }
 
+function channelOrNull(known) { return known ? channelOf(known) : null; }
+
 /// The channel of a broadcast-related application; null for others.
-function currentChannelOf() {
-    const known = ask('channel.current', null);
-    return known ? channelOf(known) : null;
-}
+function currentChannelOf() { return channelOrNull(ask('channel.current', null)); }
 
 function channelList() {
     const list = collectionOf(ask('channel.list', []).map(channelOf));
