@@ -123,3 +123,12 @@ onReceiverEvent('ApplicationDestroyed', event => {
     const appl = applicationOf(event.application);
     tellManagers('ApplicationUnloaded', { appl }, [appl]);
 });
+
+// Before the page hears that it has been loaded (OIPF DAE, 7.2.1.3).
+function tellOfLoad() {
+    const appl = ownApplication();
+    if (appl)
+        tellManagers('ApplicationLoaded', { appl }, [appl]);
+}
+if (isMain)
+    window.addEventListener('load', tellOfLoad, { capture: true, once: true });
