@@ -292,6 +292,7 @@ redirected_frames() {
 # is written to the gate; /slower one of which nothing comes until then.
 serve_slow_table() {
     mkfifo "$scratch/gate" "$scratch/sent"
+    exec {gate}<>"$scratch/gate" {sent}<>"$scratch/sent"  # nobody waits for the other end
     serve_files '
         if ($path =~ m{^/slow(er)?}) {
             my $text = ""; my $whole = $client; my $isSlower = $1;
@@ -314,7 +315,7 @@ serve_slow_table() {
 # expect_of_server WORD: what it says of the slow table.
 expect_of_server() {
     local word
-    read -r -t 60 word <"$scratch/sent"
+    read -r -t 60 word <&"$sent"
     [[ $word == "$1" ]]
 }
 
@@ -327,7 +328,7 @@ late_table() {
     tell start "http://127.0.0.1:$port/page"
     expect_of_server asked
     expect '/next is there'
-    echo go >"$scratch/gate"
+    echo go >&"$gate"
     expect_of_server sent
     tell wait painted
     tell status
@@ -348,7 +349,7 @@ superseded_table() {
     expect_of_server asked
     tell create "http://127.0.0.1:$port/$2"
     expect "$3"
-    echo go >"$scratch/gate"
+    echo go >&"$gate"
     expect_of_server sent
     expect "http://127.0.0.1:$port/$1: another application was started meanwhile"
     tell status
