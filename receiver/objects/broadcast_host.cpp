@@ -152,7 +152,13 @@ BroadcastHost::BroadcastHost(const Parts& parts)
 void BroadcastHost::addChannelFunctions()
 {
     parts_.objects.add("channel.current", [this](const CallingDocument& document, const Json&) {
-        return currentChannel(document);
+        void* application = nullptr;
+        native_AppManGetApplicationId(document.window->id, nullptr, &application);
+        return currentChannel(application);
+    });
+    parts_.objects.add("application.currentChannel", [this](const CallingDocument& document,
+                                                            const Json& arguments) {
+        return currentChannel(parts_.objects.applicationArgument(document, arguments, 0));
     });
     parts_.objects.add("channel.list", [this](const CallingDocument&, const Json&) {
         Json list = Json::array();
@@ -208,11 +214,9 @@ Json BroadcastHost::describe(const Service& service) const
 }
 
 /// Of a broadcast-related application; null for others.
-Json BroadcastHost::currentChannel(const CallingDocument& document) const
+Json BroadcastHost::currentChannel(void* application) const
 {
-    void* application = nullptr;
     void* channel = nullptr;
-    native_AppManGetApplicationId(document.window->id, nullptr, &application);
     native_AppPrivateDataGetCurrentChannel(application, &channel);
     const auto service = findService(serviceIdOf(channel));
     return service ? describe(*service) : Json();

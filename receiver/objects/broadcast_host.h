@@ -58,7 +58,7 @@ private:
     std::optional<Service> findService(uint16_t serviceId) const;
     std::optional<Service> findService(const Json& channel) const;
     Json describe(const Service& service) const;
-    Json currentChannel(const CallingDocument& document) const;
+    Json currentChannel(void* application) const;
     Json tune(const CallingDocument& document, const std::string& url, const Json& channel);
     bool hasDeliverySystem(const Service& service, const std::string& wanted) const;
 

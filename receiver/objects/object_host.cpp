@@ -174,7 +174,6 @@ void ObjectHost::tellOfEnd(void* application)
                   {{"event", "ApplicationDestroyed"}, {"application", numberOf(application)}});
 }
 
-/// A document speaks for its own application, and for those that this one created.
 void* ObjectHost::applicationArgument(const CallingDocument& document, const Json& arguments,
                                       size_t index) const
 {

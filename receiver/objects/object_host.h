@@ -47,13 +47,16 @@ public:
         hearDebug_ = std::move(hear);
     }
 
+    /// @return an application of which the document may speak: its own, or one that this created;
+    ///         throws ScriptError for others
+    void* applicationArgument(const CallingDocument& document, const Json& arguments,
+                              size_t index) const;
+
     std::string answer(const CallingDocument& document, const std::string& call) override;
     void startFromPage(TAVO_VestaWindow* window, const std::string& url) override;
 
 private:
     static void tellOfEnd(void* application);
-    void* applicationArgument(const CallingDocument& document, const Json& arguments,
-                              size_t index) const;
     void addApplicationFunctions();
     void addKeySetFunctions();
     void addOtherKeyFunctions();

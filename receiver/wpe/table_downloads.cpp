@@ -120,11 +120,12 @@ void TableDownloads::removeFiles(const std::string& path) const
 void TableDownloads::started(WebKitDownload* download)
 {
     const auto expected = expected_.find(webkit_download_get_web_view(download));
-    if (expected == expected_.end() || folder_.empty())
+    const std::string url = webkit_uri_request_get_uri(webkit_download_get_request(download));
+    if (expected == expected_.end() || expected->second != url || folder_.empty())
         return webkit_download_cancel(download);
     g_object_ref(download);
     Download& known = downloads_[download];
-    known.url = expected->second;
+    known.url = url;
     known.view = expected->first;
     known.path = folder_ + "/" + std::to_string(++last_);
     expected_.erase(expected);

@@ -19,6 +19,13 @@ namespace {
 
 const unsigned mostPageMebibytes = 768;
 
+void refuseLoad(WebKitURISchemeRequest* request, GIOErrorEnum code, const char* reason)
+{
+    GError* const error = g_error_new_literal(G_IO_ERROR, code, reason);
+    webkit_uri_scheme_request_finish_error(request, error);
+    g_error_free(error);
+}
+
 }  // namespace
 
 /// A signal of a view, as a call for its window.
@@ -371,13 +378,13 @@ void WpeBrowser::startLoad(WebKitURISchemeRequest* request)
 {
     WpeWindow* const window = windowOf(webkit_uri_scheme_request_get_web_view(request));
     const std::string url = webkit_uri_scheme_request_get_uri(request);
-    if (!window) {
-        GError* const error = g_error_new(G_IO_ERROR, G_IO_ERROR_FAILED, "no window");
-        webkit_uri_scheme_request_finish_error(request, error);
-        g_error_free(error);
-        return;
+    if (!window)
+        return refuseLoad(request, G_IO_ERROR_FAILED, "no window");
+    const bool isPage = isBeingOpened(*window, url);
+    if (isPage && isOfTable(url)) {
+        refuseLoad(request, G_IO_ERROR_CANCELLED, "no page");
+        return startFromPage(*window, url);
     }
-    const bool isPage = window->expected == url;
     g_object_ref(request);
     later([this, id = window->id, request, isPage] {
         const auto found = windows_.find(id);

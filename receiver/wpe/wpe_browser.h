@@ -22,6 +22,7 @@
 
 namespace receiver {
 
+enum class Opening;
 struct WpeWindow;
 
 /// Every browser window is a view of WebKit's; its page runs in a process of its own. Pages get
@@ -82,7 +83,9 @@ private:
     std::vector<const Frame*> frames() const;
     void takeTable(WpeWindow& window, const std::string& url,
                    const std::optional<std::string>& document);
-    void beginLoad(WpeWindow& window, const std::string& url);
+    void beginLoad(WpeWindow& window, Opening opening);
+    static bool isBeingOpened(const WpeWindow& window, const std::string& url);
+    void startFromPage(const WpeWindow& window, const std::string& url);
     void failTable(WpeWindow& window, const std::string& url, const std::string& problem);
     void failTableLater(const WpeWindow& window, const std::string& url,
                         const std::string& problem);
@@ -141,6 +144,7 @@ private:
     unsigned long long paintings_ = 0;
     std::string answer_;
     long nextId_ = 1;
+    unsigned starts_ = 0;  // how many pages the application manager opened
 };
 
 }  // namespace receiver

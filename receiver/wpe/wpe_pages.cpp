@@ -43,17 +43,19 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     }
     window->isFresh = false;
     window->wantsFreshView = false;
-    beginLoad(*window, url);
+    ++starts_;
+    beginLoad(*window, Opening::Asked);
     window->resources.clear();
     webkit_web_view_load_uri(window->view->web(), url.c_str());
     return 0;
 }
 
 /// Whatever the window was to show instead comes too late.
-void WpeBrowser::beginLoad(WpeWindow& window, const std::string& url)
+void WpeBrowser::beginLoad(WpeWindow& window, Opening opening)
 {
     ++window.load;
-    window.expected = url;
+    window.start = starts_;
+    window.opening = opening;
     tables_->forget(window.view->web());
 }
 
@@ -145,14 +147,13 @@ void WpeBrowser::loadChanged(WpeWindow& window, WebKitLoadEvent event)
     case WEBKIT_LOAD_STARTED:
         window.loaded = false;
         window.hasFailed = false;
-        beginLoad(window, std::string(window.expected));
+        beginLoad(window, Opening::Begun);
         break;
     case WEBKIT_LOAD_REDIRECTED:
-        window.expected = textOf(webkit_web_view_get_uri(window.view->web()));
         break;
     case WEBKIT_LOAD_COMMITTED:
         window.committed = textOf(webkit_web_view_get_uri(window.view->web()));
-        window.expected.clear();
+        window.opening = Opening::No;
         ++window.question;  // the one before went to a page that is gone
         window.unanswered = 0;
         later(window, [this, url = window.committed](WpeWindow& shown) {
@@ -183,12 +184,15 @@ gboolean WpeBrowser::loadFailed(WpeWindow& window, WebKitLoadEvent /*event*/, co
                                 const GError* error)
 {
     window.hasFailed = true;
-    if (window.expected == textOf(failing))
-        window.expected.clear();
-    if (isSuperseded(*error))
-        return TRUE;
-    window.loaded = true;
     const std::string url = textOf(failing);
+    const bool isUnderWay = isBeingOpened(window, url);  // else another one is already
+    if (isUnderWay)
+        window.opening = Opening::No;
+    if (isSuperseded(*error)) {
+        window.loaded = window.loaded || isUnderWay;  // the page before it stays
+        return TRUE;
+    }
+    window.loaded = true;
     report("load-failed", url + ": " + error->message, {{"url", url}, {"status", nullptr}});
     later(window, [this, url](WpeWindow& shown) {
         if (beginsWith(url, "dvb:"))
@@ -235,23 +239,39 @@ gboolean WpeBrowser::decide(WpeWindow& window, WebKitPolicyDecision* decision,
     return FALSE;
 }
 
+/// Frames and the page navigate alike, until they load: whose a navigation is shows when its main
+/// resource does.
+bool WpeBrowser::isBeingOpened(const WpeWindow& window, const std::string& url)
+{
+    WebKitWebResource* const page = window.opening == Opening::Begun
+                                        ? webkit_web_view_get_main_resource(window.view->web())
+                                        : nullptr;
+    return page && url == webkit_web_resource_get_uri(page);
+}
+
+/// What leads to an application is let through as far as to its request, by which it is known
+/// whether the page or one of its frames goes there. Where a server's answer leads to one, there is
+/// no request; but then the page's address has changed, and that of a frame does not show there.
 bool WpeBrowser::decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecision* decision)
 {
     WebKitNavigationAction* const action =
         webkit_navigation_policy_decision_get_navigation_action(decision);
     const std::string url =
         textOf(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
-    if (beginsWith(url, "dvb://current.ait/")) {
-        webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
-        later(window, [this, url](WpeWindow& page) {
-            if (host_)
-                host_->startFromPage(&page, url);
-        });
-        return true;
-    }
-    if (!webkit_navigation_policy_decision_get_frame_name(decision))
-        window.expected = url;
-    return false;
+    if (!isOfTable(url) || !webkit_navigation_action_is_redirect(action))
+        return false;
+    webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+    if (url == textOf(webkit_web_view_get_uri(window.view->web())))
+        startFromPage(window, url);
+    return true;
+}
+
+void WpeBrowser::startFromPage(const WpeWindow& window, const std::string& url)
+{
+    later(window, [this, url](WpeWindow& page) {
+        if (host_)
+            host_->startFromPage(&page, url);
+    });
 }
 
 /// HbbTV's name for XHTML is none that WebKit knows, and a table is no page.
@@ -260,7 +280,7 @@ bool WpeBrowser::decideResponse(WpeWindow& window, WebKitResponsePolicyDecision*
     WebKitURIResponse* const response = webkit_response_policy_decision_get_response(decision);
     const std::string url = textOf(webkit_uri_response_get_uri(response));
     const std::string type = textOf(webkit_uri_response_get_mime_type(response));
-    if (window.expected == url && isXMLTable(url, type)) {
+    if (isXMLTable(url, type) && isBeingOpened(window, url)) {
         decideTable(window, decision, url);
         return true;
     }
@@ -280,6 +300,7 @@ void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* de
     const unsigned status =
         webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(decision));
     if (status == httpOK) {
+        window.opening = Opening::No;  // the page stays until the table has come
         tables_->expect(window.view->web(), url);
         webkit_policy_decision_download(WEBKIT_POLICY_DECISION(decision));
         return;
@@ -302,6 +323,8 @@ void WpeBrowser::takeTable(WpeWindow& window, const std::string& url,
 {
     if (!document)
         return failTable(window, url, "the table did not come whole");
+    if (window.start != starts_)
+        return failTable(window, url, "another application was started meanwhile");
     window.loaded = true;
     if (!takeXMLTable(log_, &window, *document, url))
         reportFailed(window, url);

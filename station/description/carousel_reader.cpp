@@ -7,8 +7,7 @@ namespace station {
 
 namespace {
 
-constexpr Range eventIdRange = {0, 0x3FFF};  // what fits beside the kind of event, TS 102 809 B.2.4
-constexpr size_t longestName = 254;          // with the zero at its end
+constexpr size_t longestName = 254;  // with the zero at its end
 
 bool isName(const std::string& name)
 {
@@ -19,7 +18,10 @@ NamedEvent readNamedEvent(ObjectReader& object)
 {
     NamedEvent event;
     event.name = object.text("name");
-    event.id = object.number("id", eventIdRange);
+    event.id = object.number("id", {doItNowIds.least, scheduledIds.most});
+    if (event.id > doItNowIds.most && event.id < scheduledIds.least)
+        object.complain("id", "expected 0 to 16383, or 32768 to 49151 for an event at a time of "
+                              "the programme");
     if (!isName(event.name) && object.has("name"))
         object.complain("name", "expected a name of 1 to 254 bytes");
     return event;

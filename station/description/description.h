@@ -125,7 +125,13 @@ struct TimedEvent {
     std::string text;
 };
 
-/// A stream with stream descriptors of "do it now" events.
+struct ScheduledEvent {
+    int64_t timeMs = 0;  ///< of the programme (NPT)
+    unsigned id = 0;
+    std::string text;
+};
+
+/// A stream with stream descriptors of events: "do it now", and at times of the programme.
 struct EventStream {
     Place place;
     unsigned pid = 0;
@@ -133,6 +139,8 @@ struct EventStream {
     unsigned streamType = 0x0C;
     unsigned repetitions = 5;
     std::vector<TimedEvent> events;  ///< in the order of their times
+    int64_t programmeTimeMs = 0;     ///< the programme's time (NPT) at the start of the stream
+    std::vector<ScheduledEvent> scheduled;
 };
 
 struct ProgrammeComponent {

@@ -7,19 +7,34 @@ namespace station {
 
 namespace {
 
-constexpr Range eventIdRange = {0, 0x3FFF};
+constexpr Range programmeTimes = {0, 90'000'000};  // 33 bits of 90 kHz hold a little more
 constexpr unsigned versions = 32;
 constexpr size_t mostData = 245;  // of a descriptor, after its id and time
+
+std::string readData(ObjectReader& object)
+{
+    std::string data = object.text("text", "");
+    if (data.size() > mostData)
+        object.complain("text", "expected at most 245 bytes");
+    return data;
+}
 
 TimedEvent readTimedEvent(ObjectReader& object, const StationFrame& frame)
 {
     TimedEvent event;
     // In the last second it might not end with the stream, and would not be broadcast at all.
     event.timeMs = object.milliseconds("time", {0, (frame.duration - 1) * 1000});
-    event.id = object.number("id", eventIdRange);
-    event.text = object.text("text", "");
-    if (event.text.size() > mostData)
-        object.complain("text", "expected at most 245 bytes");
+    event.id = object.number("id", doItNowIds);
+    event.text = readData(object);
+    return event;
+}
+
+ScheduledEvent readScheduledEvent(ObjectReader& object)
+{
+    ScheduledEvent event;
+    event.timeMs = object.milliseconds("programme_time", programmeTimes);
+    event.id = object.number("id", scheduledIds);
+    event.text = readData(object);
     return event;
 }
 
@@ -45,6 +60,10 @@ EventStream readEventStream(ObjectReader& object, const StationFrame& frame)
             item.complain("version", "the event before it has this version, so nobody hears of it");
         latest[event.id] = event.version;
         stream.events.push_back(event);
+    });
+    stream.programmeTimeMs = object.milliseconds("programme_time", programmeTimes, 0);
+    object.objects("scheduled", [&](ObjectReader& item) {
+        stream.scheduled.push_back(readScheduledEvent(item));
     });
     return stream;
 }

@@ -18,6 +18,10 @@ Network readNetwork(ObjectReader& object);
 /// PIDs are not read: the service reader claims them.
 Component readComponent(ObjectReader& object, unsigned otherwiseTag);
 ApplicationTable readApplicationTable(ObjectReader& object);
+/// The id of an event, with its kind in the two highest bits (ETSI TS 102 809, B.2.4.3).
+constexpr Range doItNowIds = {0, 0x3FFF};
+constexpr Range scheduledIds = {0x8000, 0xBFFF};
+
 Carousel readCarousel(ObjectReader& object, const StationFrame& frame);
 EventStream readEventStream(ObjectReader& object, const StationFrame& frame);
 /// @param previous null for the first one

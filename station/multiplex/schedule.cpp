@@ -25,6 +25,8 @@ constexpr int64_t scheduleMs = 10'000;
 constexpr int64_t timeTableMs = 5'000;
 constexpr int64_t carouselListsMs = 500;
 constexpr int64_t eventRepetitionMs = 200;
+constexpr int64_t scheduledEventsMs = 1'000;
+constexpr int64_t timeReferenceMs = 500;
 
 class ScheduleMaker {
 public:
@@ -104,7 +106,10 @@ private:
         for (const Carousel& carousel : service.carousels)
             attempt(carousel.place, [&] { addCarousel(service, carousel); });
         for (const EventStream& stream : service.eventStreams)
-            attempt(stream.place, [&] { addEvents(stream); });
+            attempt(stream.place, [&] {
+                addEvents(stream);
+                addScheduledEvents(stream);
+            });
     }
 
     void addProgrammes(const Service& service)
@@ -154,6 +159,18 @@ private:
                     schedule_.timed.push_back({stream.pid, time, section});
             }
         }
+    }
+
+    /// Without events nobody asks for the time of the programme.
+    void addScheduledEvents(const EventStream& stream)
+    {
+        if (stream.scheduled.empty())
+            return;
+        repeat(stream.pid, scheduledEventsMs, {makeScheduledEventsSection(stream)});
+        schedule_.tables.push_back({stream.pid, timeReferenceMs, [&stream](int64_t ms) {
+                                        return std::vector<Bytes>{
+                                            makeTimeReferenceSection(stream, ms)};
+                                    }});
     }
 
     /// Whether another event with the same id has taken its turn: going back to the old one would

@@ -188,6 +188,28 @@ TEST_F(ReceivedStream, PlaysInALoopWithoutGaps)
     EXPECT_THAT(eventsOf(trace), testing::Not(Contains("ait-problem")));
 }
 
+TEST_F(ReceivedStream, EventsHappenAtTheirTimesOfTheProgramme)
+{
+    write("files/index.html", "<html xmlns=\"http://www.w3.org/1999/xhtml\"/>");
+    write("s.json", withService(R"("ait": {"applications": [{"organisation_id": 10,
+        "application_id": 1, "control_code": "AUTOSTART", "transports": [{"carousel": 42}],
+        "initial_path": "index.html"}]}, "carousels": [{"id": 7, "component_tag": 42,
+        "folder": "files", "stream_events": [{"path": "score", "component_tag": 43, "events": [
+          {"name": "late", "id": 32769}, {"name": "soon", "id": 32770},
+          {"name": "past", "id": 32771}]}]}],
+        "event_streams": [{"component_tag": 43, "programme_time": 50000, "scheduled": [
+          {"programme_time": 50009, "id": 32769, "text": "at nine"},
+          {"programme_time": 50006, "id": 32770, "text": "at six"},
+          {"programme_time": 49999, "id": 32771, "text": "before"}]}])"));
+    make(folder_ / "s.json");
+    const auto trace = play("wait running a.1\nwait loaded\nsubscribe score late\n"
+                            "subscribe score soon\nsubscribe score past\nwait end\n");
+    std::vector<std::string> happened;
+    for (const json& event : detailsOf(trace, "stream-event"))
+        happened.push_back(event.at("name"));
+    EXPECT_THAT(happened, ElementsAre("soon", "late")) << output();
+}
+
 TEST_F(ReceivedStream, TheSampleRunsItsApplications)
 {
     const fs::path sample = fs::path(VESTA_SAMPLES) / "vesta-one";

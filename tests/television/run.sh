@@ -6,7 +6,8 @@
 #     COMMANDS
 #     -->
 # holds what a viewer does meanwhile; without commands the page is started by its URL. Where they do
-# not begin with a wait, the service's table is waited for. A line
+# not begin with a wait, the service's table is waited for. FOLDER is one for files of its own,
+# PICTURES holds what is to be seen. A line
 #     #expect TEXT
 # among them is what the receiver has to report, after those before it.
 set -euo pipefail
@@ -31,7 +32,7 @@ commands=$(sed '1d;$d' <<<"$comment")
     [[ $commands == wait* ]] || echo "wait table"
     echo "${commands:-start http://test.example/$page.html}"
     echo "wait said finished within 20"
-} | sed "s#FOLDER#$folder#g" >"$folder/script"
+} | sed "s#FOLDER#$folder#g; s#PICTURES#$pages/../pictures#g" >"$folder/script"
 
 code=0
 "$receiver" --browser wpe --loop "${options[@]/#/--}" --script "$folder/script" --trace "$folder/trace" \

@@ -18,7 +18,7 @@ class KeySet {
     get maximumOtherKeys() { return collectionOf([]); }
 
     setValue(value, otherKeys) {
-        const keys = Array.from(otherKeys || [], Number);
+        const keys = map(otherKeys || [], Number);
         ask('keyset.setOtherKeys', null, this._id, keys);
         return ask('keyset.set', 0, this._id, Number(value) || 0);
     }
@@ -33,7 +33,7 @@ class ApplicationPrivateData {
         this.keyset = new KeySet(id);
     }
 
-    get currentChannel() { return currentChannelOf(); }
+    get currentChannel() { return channelOrNull(ask('application.currentChannel', null, this._id)); }
     getFreeMem() { return ask('application.freeMemory', -1); }
 }
 
@@ -74,7 +74,7 @@ class Application {
 /// Relative to the document; the receiver knows no more than where the application began.
 function absoluteUrl(url) {
     try {
-        return /^[a-z][a-z0-9+.-]*:/i.test(url) ? url : new URL(url, document.baseURI).href;
+        return matches(/^[a-z][a-z0-9+.-]*:/i, url) ? url : new URL(url, document.baseURI).href;
     } catch (error) {
         return url;
     }
@@ -92,6 +92,8 @@ function ownApplication() {
 }
 
 class ApplicationManager extends Embedded {
+    constructor(element) { super(element); }
+
     getOwnerApplication(of) {
         if (of !== undefined && of !== null && of.nodeType !== Node.DOCUMENT_NODE)
             throw new TypeError('getOwnerApplication: a document is expected');
@@ -108,11 +110,11 @@ defineFactoryMethod('createApplicationManagerObject', 'application/oipfapplicati
 
 /// Every manager object in the document hears of it.
 function tellManagers(name, fields, args) {
-    for (const element of document.getElementsByTagName('object')) {
+    each(copyOf(document.getElementsByTagName('object')), element => {
         const implementation = implementationOf(element);
         if (implementation instanceof ApplicationManager)
             implementation.fire(name, fields, args);
-    }
+    });
 }
 onReceiverEvent('LowMemory', () => tellManagers('LowMemory', {}, []));
 onReceiverEvent('ApplicationLoadError', event => {
@@ -123,3 +125,12 @@ onReceiverEvent('ApplicationDestroyed', event => {
     const appl = applicationOf(event.application);
     tellManagers('ApplicationUnloaded', { appl }, [appl]);
 });
+
+// Before the page hears that it has been loaded (OIPF DAE, 7.2.1.3).
+function tellOfLoad() {
+    const appl = ownApplication();
+    if (appl)
+        tellManagers('ApplicationLoaded', { appl }, [appl]);
+}
+if (isMain)
+    window.addEventListener('load', tellOfLoad, { capture: true, once: true });

@@ -3,7 +3,7 @@
 const playStates = { unrealized: 0, connecting: 1, presenting: 2, stopped: 3 };
 const errorOfObject = { noChannel: 2, tuner: 100, unrealized: 10 };
 
-const bound = new Set();  // the objects that are not unrealized; the last one may have the video
+const bound = [];  // the objects that are not unrealized; the last one may have the video
 
 class Broadcast extends Embedded {
     constructor(element) {
@@ -24,7 +24,7 @@ class Broadcast extends Embedded {
     }
 
     getChannelConfig() { return channelConfig; }
-    createChannelObject(...args) { return createChannel(...args); }
+    createChannelObject(...args) { return apply(createChannel, null, args); }
     getVolume() { return volume; }
 
     setVolume(wanted) {
@@ -104,8 +104,8 @@ class Broadcast extends Embedded {
     }
 
     _begin() {
-        bound.delete(this);
-        bound.add(this);  // now the last one
+        remove(bound, this);
+        add(bound, this);  // now the last one
         if (this._state === playStates.connecting)
             ++this._turn;
         else
@@ -117,7 +117,7 @@ class Broadcast extends Embedded {
         ++this._turn;
         this._state = state;
         if (state === playStates.unrealized)
-            bound.delete(this);
+            remove(bound, this);
         placeSoon();
         soon(() => this.fire('PlayStateChange', { state, error }, [state, error]));
     }
@@ -149,7 +149,7 @@ class Broadcast extends Embedded {
             soon(() => this.fire('ChannelChangeError', { channel: null, errorState: error }, [null, error]));
             return;
         }
-        const index = list.findIndex(channel => channel.ccid === current.ccid);
+        const index = indexWhere(list, channel => channel.ccid === current.ccid);
         this.setChannel(list[(index + direction + list.length) % list.length]);
     }
 }
@@ -162,15 +162,15 @@ const wholeScreen = { position: 'fixed', left: '0px', top: '0px', width: '100vw'
 /// @param before what this returned when it did @return what the element's style had
 function fillScreen(element, isWhole, before) {
     const replaced = {};
-    for (const [name, value] of Object.entries(wholeScreen)) {
+    eachEntry(wholeScreen, (name, value) => {
         replaced[name] = [element.style.getPropertyValue(name), element.style.getPropertyPriority(name)];
         if (isWhole)
             element.style.setProperty(name, value, 'important');
         else if (before[name][0] === '')
             element.style.removeProperty(name);
         else
-            element.style.setProperty(name, ...before[name]);
-    }
+            element.style.setProperty(name, before[name][0], before[name][1]);
+    });
     return replaced;
 }
 
@@ -186,35 +186,32 @@ function leaveBroadcast(caller) {
     ask('channel.tune', null, document.URL, null);
     components.forget();
     soon(() => caller.fire('ChannelChangeSucceeded', { channel: null }, [null]));
-    for (const each of [...bound])
-        each._become(playStates.unrealized);
+    each(copyOf(bound), object => object._become(playStates.unrealized));
 }
 
 // ---- What the receiver tells --------------------------------------------------------------------
 
 onReceiverEvent('ChannelChanging', () => {
     components.forget();
-    for (const each of [...bound]) {
-        if (each._state === playStates.presenting)
-            each._become(playStates.connecting);
-    }
+    each(copyOf(bound), object => {
+        if (object._state === playStates.presenting)
+            object._become(playStates.connecting);
+    });
 });
 
 // After what was to be fired before.
 onReceiverEvent('ChannelChanged', event => soon(() => {
     const channel = channelOf(event.channel);
-    for (const each of [...bound])
-        each._succeed(channel);
+    each(copyOf(bound), object => object._succeed(channel));
 }));
 
 onReceiverEvent('ChannelFailed', event => {
-    for (const each of [...bound]) {
-        if (each._state === playStates.connecting)
-            each._fail(each._wanted, event.error);
-    }
+    each(copyOf(bound), object => {
+        if (object._state === playStates.connecting)
+            object._fail(object._wanted, event.error);
+    });
 });
 
 onReceiverEvent('ProgrammesChanged', () => {
-    for (const each of [...bound])
-        each.fire('ProgrammesChanged', {}, []);
+    each(copyOf(bound), object => object.fire('ProgrammesChanged', {}, []));
 });

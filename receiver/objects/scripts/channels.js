@@ -2,8 +2,7 @@
 
 class Channel {
     constructor(known) {
-        for (const [name, value] of Object.entries(known))
-            this[name] = value === null ? undefined : value;
+        eachEntry(known, (name, value) => { this[name] = value === null ? undefined : value; });
     }
 }
 defineConstants(Channel, {
@@ -21,18 +20,17 @@ function channelOf(known) {
     return Object.assign(channels.get(known.ccid), new Channel(known));
 }
 
+function channelOrNull(known) { return known ? channelOf(known) : null; }
+
 /// The channel of a broadcast-related application; null for others.
-function currentChannelOf() {
-    const known = ask('channel.current', null);
-    return known ? channelOf(known) : null;
-}
+function currentChannelOf() { return channelOrNull(ask('channel.current', null)); }
 
 function channelList() {
-    const list = collectionOf(ask('channel.list', []).map(channelOf));
+    const list = collectionOf(map(ask('channel.list', []), channelOf));
     const define = (name, value) => Object.defineProperty(list, name, { value });
-    define('getChannel', ccid => list.find(channel => channel.ccid === ccid) || null);
+    define('getChannel', ccid => find(list, channel => channel.ccid === ccid) || null);
     define('getChannelByTriplet', (onid, tsid, sid) =>
-        list.find(channel => channel.onid === onid && channel.tsid === tsid && channel.sid === sid) || null);
+        find(list, channel => channel.onid === onid && channel.tsid === tsid && channel.sid === sid) || null);
     define('getChannelBySourceID', () => null);
     return list;
 }
@@ -55,8 +53,8 @@ const deliverySystemTags = [0x43, 0x44, 0x5A, 0x79, 0x7F];
 
 /// @param dsd the whole descriptor, a character for each byte
 function isDeliverySystem(dsd) {
-    return typeof dsd === 'string' && dsd.length > 2 && deliverySystemTags.includes(dsd.charCodeAt(0)) &&
-        dsd.charCodeAt(1) === dsd.length - 2;
+    return typeof dsd === 'string' && dsd.length > 2 && isIn(deliverySystemTags, codeAt(dsd, 0)) &&
+        codeAt(dsd, 1) === dsd.length - 2;
 }
 
 /// OIPF DAE, 7.13.1.3: null for what cannot be a channel here.
@@ -64,8 +62,8 @@ function createChannel(idType, first, second, third) {
     const { ID_DVB_SI_DIRECT, ID_DVB_C, ID_DVB_S, ID_DVB_T, ID_DVB_C2, ID_DVB_S2, ID_DVB_T2 } = Channel.prototype;
     if (idType === ID_DVB_SI_DIRECT)
         return isDeliverySystem(first) && isId(second) ? new Channel({ idType, dsd: first, sid: second }) : null;
-    const isTriplet = [ID_DVB_C, ID_DVB_S, ID_DVB_T, ID_DVB_C2, ID_DVB_S2, ID_DVB_T2].includes(idType);
-    if (!isTriplet || ![first, second, third].every(isId))
+    const isTriplet = isIn([ID_DVB_C, ID_DVB_S, ID_DVB_T, ID_DVB_C2, ID_DVB_S2, ID_DVB_T2], idType);
+    if (!isTriplet || !every([first, second, third], isId))
         return null;
     return new Channel(channelList().getChannelByTriplet(first, second, third) ||
         { idType, onid: first, tsid: second, sid: third });
@@ -74,6 +72,8 @@ function createChannel(idType, first, second, third) {
 // ---- Programmes ---------------------------------------------------------------------------------
 
 const programmes = new WeakMap();  // what the receiver knows of them
+
+function hexadecimal(number) { return inBase(number, 16); }
 
 class Programme {
     constructor(known, channel) {
@@ -85,8 +85,8 @@ class Programme {
         this.startTime = known.startTime;
         this.duration = known.duration;
         this.channelID = channel.ccid;
-        this.programmeID = 'dvb://' + [channel.onid, channel.tsid, channel.sid].map(id => id.toString(16)).join('.') +
-            ';' + known.eventId.toString(16);
+        this.programmeID = 'dvb://' + joined(map([channel.onid, channel.tsid, channel.sid], hexadecimal), '.') +
+            ';' + hexadecimal(known.eventId);
         this.programmeIDType = this.ID_DVB_EVENT;
         this.parentalRatings = collectionOf(ratingsOf(this));
         Object.defineProperty(this, 'channel', { value: channel });
@@ -94,9 +94,9 @@ class Programme {
 
     /// @return the whole descriptors with this tag, each with a character for each byte
     getSIDescriptors(tag, extension) {
-        const wanted = descriptorsOf(programmes.get(this).descriptors).filter(descriptor =>
-            descriptor.charCodeAt(0) === Number(tag) &&
-            (extension === undefined || extension === null || descriptor.charCodeAt(2) === Number(extension)));
+        const wanted = filter(descriptorsOf(programmes.get(this).descriptors), descriptor =>
+            codeAt(descriptor, 0) === Number(tag) &&
+            (extension === undefined || extension === null || codeAt(descriptor, 2) === Number(extension)));
         return wanted.length > 0 ? collectionOf(wanted) : null;
     }
 }
@@ -105,10 +105,10 @@ defineConstants(Programme, { ID_TVA_CRID: 0, ID_DVB_EVENT: 1, ID_TVA_GROUP_CRID:
 function descriptorsOf(loop) {
     const list = [];
     for (let begin = 0; begin + 2 <= loop.length;) {
-        const end = begin + 2 + loop.charCodeAt(begin + 1);
+        const end = begin + 2 + codeAt(loop, begin + 1);
         if (end > loop.length)
             break;
-        list.push(loop.slice(begin, end));
+        add(list, textPart(loop, begin, end));
         begin = end;
     }
     return list;
@@ -117,16 +117,16 @@ function descriptorsOf(loop) {
 /// Of the parental rating descriptor (ETSI EN 300 468, 6.2.28): countries and ages.
 function ratingsOf(programme) {
     const list = [];
-    for (const descriptor of programme.getSIDescriptors(0x55) || []) {
+    each(programme.getSIDescriptors(0x55) || [], descriptor => {
         for (let place = 2; place + 4 <= descriptor.length; place += 4) {
-            const rating = descriptor.charCodeAt(place + 3);
+            const rating = codeAt(descriptor, place + 3);
             if (rating >= 0x01 && rating <= 0x0F)
-                list.push(parentalRating(rating + 3, descriptor.slice(place, place + 3).toLowerCase()));
+                add(list, parentalRating(rating + 3, lowerCase(textPart(descriptor, place, place + 3))));
         }
-    }
+    });
     return list;
 }
 
 function programmesOf(channel) {
-    return collectionOf(ask('channel.programmes', [], channel.sid).map(known => new Programme(known, channel)));
+    return collectionOf(map(ask('channel.programmes', [], channel.sid), known => new Programme(known, channel)));
 }

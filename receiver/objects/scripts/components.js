@@ -22,7 +22,7 @@ AVComponent.ofType = [
 
 /// Several subtitles may share a stream.
 function keyOf(component) {
-    return [component.pid, component.language, component.hearingImpaired].join('/');
+    return joined([component.pid, component.language, component.hearingImpaired], '/');
 }
 
 const components = {
@@ -34,32 +34,30 @@ const components = {
     /// @param type undefined or null for all
     known(type) {
         const channel = currentChannelOf();
-        const list = channel ? ask('channel.components', [], channel.sid).map(known => new AVComponent(known)) : [];
+        const list = channel ? map(ask('channel.components', [], channel.sid), known => new AVComponent(known)) : [];
         if (!channel || channel.ccid !== this.channel)
             this.forget();
         this.channel = channel ? channel.ccid : '';
-        return collectionOf(list.filter(each => type === undefined || type === null || each.type === type));
+        return collectionOf(filter(list, each => type === undefined || type === null || each.type === type));
     },
 
     /// The first of a type, but for subtitles, unless a script chose.
     active(type) {
-        const list = [];
-        for (const each of componentTypes) {
-            const ofType = this.known(each);
-            const first = each === subtitleType && !subtitlesEnabled() ? [] : ofType.slice(0, 1);
-            const keys = this.chosen.has(each) ? this.chosen.get(each) : first.map(keyOf);
-            if (type === undefined || type === null || type === each)
-                list.push(...ofType.filter(component => keys.includes(keyOf(component))));
-        }
-        return collectionOf(list);
+        const keys = map(componentTypes, each => this.activeKeys(each));
+        return collectionOf(filter(this.known(type), component => isIn(keys[component.type], keyOf(component))));
+    },
+
+    activeKeys(type) {
+        const first = type === subtitleType && !subtitlesEnabled() ? [] : part(this.known(type), 0, 1);
+        return this.chosen.has(type) ? this.chosen.get(type) : map(first, keyOf);
     },
 
     /// @param wanted a component, or a type: its first component @return the type that changed, or null
     select(wanted) {
         const component = wanted instanceof AVComponent ? wanted : this.known(wanted)[0];
-        if (!component || !componentTypes.includes(component.type))
+        if (!component || !isIn(componentTypes, component.type))
             return null;
-        if (!this.known(component.type).some(each => keyOf(each) === keyOf(component)))
+        if (!some(this.known(component.type), each => keyOf(each) === keyOf(component)))
             return null;
         this.chosen.set(component.type, [keyOf(component)]);
         return component.type;
@@ -68,10 +66,10 @@ const components = {
     /// @param wanted a component, or a type @return as above
     unselect(wanted) {
         const type = wanted instanceof AVComponent ? wanted.type : wanted;
-        if (!componentTypes.includes(type))
+        if (!isIn(componentTypes, type))
             return null;
         const isLeft = each => wanted instanceof AVComponent && keyOf(each) !== keyOf(wanted);
-        this.chosen.set(type, [...this.active(type)].filter(isLeft).map(keyOf));
+        this.chosen.set(type, map(filter(this.active(type), isLeft), keyOf));
         return type;
     },
 };

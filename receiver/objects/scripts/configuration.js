@@ -18,19 +18,20 @@ function deviceIdFor(origin) {
     const parts = [];
     for (let part = 0; part < 4; ++part) {
         let hash = 0x811C9DC5 ^ part;  // FNV-1a
-        for (const character of origin)
-            hash = Math.imul(hash ^ character.codePointAt(0), 0x01000193);
-        parts.push((hash >>> 0).toString(16).padStart(8, '0'));
+        for (let place = 0; place < origin.length; ++place)
+            hash = Math.imul(hash ^ codeAt(origin, place), 0x01000193);
+        add(parts, padded(hexadecimal(hash >>> 0), 8, '0'));
     }
-    return parts.join('-');
+    return joined(parts, '-');
 }
 
 class Configuration {
     get dtt_network_ids() {
         const { ID_DVB_T, ID_DVB_T2 } = Channel.prototype;
-        const terrestrial = channelList().filter(channel => [ID_DVB_T, ID_DVB_T2].includes(channel.idType));
-        const ids = new Set(terrestrial.map(channel => channel.nid).filter(id => id !== undefined));
-        return ids.size > 0 ? collectionOf([...ids]) : undefined;
+        const terrestrial = filter(channelList(), channel => isIn([ID_DVB_T, ID_DVB_T2], channel.idType));
+        const ids = [];
+        each(terrestrial, ({ nid }) => { if (nid !== undefined && !isIn(ids, nid)) add(ids, nid); });
+        return ids.length > 0 ? collectionOf(ids) : undefined;
     }
 
     get deviceId() { return deviceIdFor(document.location.origin); }
@@ -44,16 +45,20 @@ class Configuration {
 
     getText() { return null; }
 }
-for (const name of Object.keys(settings))
-    Object.defineProperty(Configuration.prototype, name, { enumerable: true, get() { return settings[name]; } });
+each(Object.keys(settings), name =>
+    Object.defineProperty(Configuration.prototype, name, { enumerable: true, get() { return settings[name]; } }));
 const configuration = new Configuration();
 
 /// As the terminal calls itself in its user agent (ETSI TS 102 796, 7.3.2.4).
 function identification() {
-    const [, list] = /HbbTV\/[0-9.]+ \(([^)]*)\)/.exec(navigator.userAgent) || [, ''];
-    const [, vendorName, modelName, softwareVersion, hardwareVersion] = list.split(';').map(text => text.trim());
-    const known = { vendorName, modelName, softwareVersion, hardwareVersion };
-    return Object.fromEntries(Object.entries(known).filter(([, value]) => value));
+    const found = matchOf(/HbbTV\/[0-9.]+ \(([^)]*)\)/, navigator.userAgent);
+    const parts = map(split(found ? found[1] : '', ';'), text => trimmed(text));
+    const known = {};
+    each(['vendorName', 'modelName', 'softwareVersion', 'hardwareVersion'], (name, index) => {
+        if (parts[index + 1])
+            known[name] = parts[index + 1];
+    });
+    return known;
 }
 
 class LocalSystem {
@@ -65,6 +70,8 @@ class LocalSystem {
 }
 
 class ConfigurationObject extends Embedded {
+    constructor(element) { super(element); }
+
     get configuration() { return configuration; }
     get localSystem() { return new LocalSystem(); }
 }

@@ -1,32 +1,6 @@
 // What all script objects stand on: calls to the receiver, its events, and objects that take their
 // behaviour from their type.
 
-// ---- The engine's globals -----------------------------------------------------------------------
-
-// As they are before the page's scripts: those may declare globals of the same names, and libraries
-// change what the engine's have.
-
-const {
-    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, Function, HTMLObjectElement, HTMLUnknownElement,
-    KeyboardEvent, MessageChannel, MutationObserver, Node, Number, ProgressEvent, Promise, Request, String, TypeError, URL,
-    XMLHttpRequest, console, getComputedStyle, origin: ownOrigin,
-} = window;
-const { isFinite: isFiniteNumber, isInteger } = Number;
-
-function staticsOf(holder) {
-    return window.Object.create(null, window.Object.getOwnPropertyDescriptors(holder));
-}
-const [Array, JSON, Math, Object, Reflect] = [window.Array, window.JSON, window.Math, window.Object, window.Reflect].map(staticsOf);
-
-/// A class with the methods of another, which nobody else changes.
-function isolated(Class) {
-    class Isolated extends Class { }
-    const { constructor, ...methods } = Object.getOwnPropertyDescriptors(Class.prototype);
-    Object.defineProperties(Isolated.prototype, methods);
-    return Isolated;
-}
-const [Map, Set, WeakMap] = [window.Map, window.Set, window.WeakMap].map(isolated);
-
 // ---- Calls --------------------------------------------------------------------------------------
 
 const { parse, stringify } = JSON;
@@ -60,7 +34,6 @@ function serialised(value) {
     return '{' + text + '}';
 }
 
-/// @param args an array, which is not spread: the page may have its own idea of that
 function request(name, args) {
     const text = native('{"call":' + stringify(name) + ',"arguments":' + serialised(args) + '}');
     if (!text)
@@ -88,7 +61,7 @@ const hearers = new Map();
 function onReceiverEvent(name, hear) {
     if (!hearers.has(name))
         hearers.set(name, []);
-    hearers.get(name).push(hear);
+    add(hearers.get(name), hear);
 }
 
 /// A handler that throws is the page's affair, and nobody else's.
@@ -102,13 +75,13 @@ function reportException(error) {
 
 function dispatch(text) {
     const event = parse(text);
-    for (const hear of (hearers.get(event.event) || []).slice()) {
+    each(copyOf(hearers.get(event.event) || []), hear => {
         try {
             hear(event);
         } catch (error) {
             reportException(error);
         }
-    }
+    });
 }
 
 // ---- Afterwards ---------------------------------------------------------------------------------
@@ -116,9 +89,12 @@ function dispatch(text) {
 // No timers: in a window that is not shown they come late.
 const waiting = [];
 const { port1: nextTurn, port2: bell } = new MessageChannel();
+const ring = bell.postMessage.bind(bell, null);
 nextTurn.onmessage = () => {
     try {
-        waiting.shift()();
+        const action = waiting[0];
+        removeAt(waiting, 0);
+        action();
     } catch (error) {
         reportException(error);
     }
@@ -126,8 +102,8 @@ nextTurn.onmessage = () => {
 
 /// Does something in a turn of its own, after what was to be done so before.
 function soon(action) {
-    waiting.push(action);
-    bell.postMessage(null);
+    add(waiting, action);
+    ring();
 }
 
 // ---- Objects that report events -----------------------------------------------------------------
@@ -136,9 +112,11 @@ function soon(action) {
 class Listeners {
     constructor(owner, names) {
         this.owner = owner;
-        this.lists = new Map(names.map(name => [name, []]));
-        for (const name of names)
+        this.lists = new Map();
+        each(names, name => {
+            this.lists.set(name, []);
             owner['on' + name] = null;
+        });
         const define = (name, value) => Object.defineProperty(owner, name, { value, configurable: true, writable: true });
         define('addEventListener', (name, listener) => this.add(name, listener));
         define('removeEventListener', (name, listener) => this.remove(name, listener));
@@ -146,38 +124,34 @@ class Listeners {
 
     add(name, listener) {
         const list = this.lists.get(name);
-        if (list && listener && !list.includes(listener))
-            list.push(listener);
+        if (list && listener && !isIn(list, listener))
+            add(list, listener);
     }
 
-    remove(name, listener) {
-        const list = this.lists.get(name) || [];
-        const index = list.indexOf(listener);
-        if (index >= 0)
-            list.splice(index, 1);
-    }
+    remove(name, listener) { remove(this.lists.get(name) || [], listener); }
 
     /// @param fields of the event object that listeners get @param args of the on... handler
     fire(name, fields, args) {
         const event = Object.assign({ type: name, target: this.owner }, fields);
         const handler = this.owner['on' + name];
-        const calls = (this.lists.get(name) || []).map(listener => () =>
-            typeof listener === 'function' ? listener.call(this.owner, event) : listener.handleEvent(event));
-        if (typeof handler === 'function')
-            calls.unshift(() => handler.apply(this.owner, args));
-        for (const each of calls) {
+        const calls = typeof handler === 'function' ? [() => apply(handler, this.owner, args)] : [];
+        each(this.lists.get(name) || [], listener => add(calls, () =>
+            typeof listener === 'function' ? apply(listener, this.owner, [event]) : listener.handleEvent(event)));
+        each(calls, call => {
             try {
-                each();
+                call();
             } catch (error) {
                 reportException(error);
             }
-        }
+        });
     }
 }
 
 // ---- Elements with a type -----------------------------------------------------------------------
 
-const { addEventListener: listen, removeEventListener: unlisten, dispatchEvent: dispatchTo } = EventTarget.prototype;
+const listen = asFunction(EventTarget.prototype.addEventListener);
+const unlisten = asFunction(EventTarget.prototype.removeEventListener);
+const dispatchTo = asFunction(EventTarget.prototype.dispatchEvent);
 const kinds = [];  // {matches, Implementation, factory}
 const implementations = new WeakMap();
 
@@ -203,8 +177,8 @@ class Embedded {
     _handlerOf(name) {
         if (name in this.handlers)
             return this.handlers[name];
-        const wanted = 'on' + name.toLowerCase();
-        const attribute = this.element.getAttributeNames().find(each => each.toLowerCase() === wanted);
+        const wanted = 'on' + lowerCase(name);
+        const attribute = find(this.element.getAttributeNames(), each => lowerCase(each) === wanted);
         if (!attribute)
             return null;
         const text = this.element.getAttribute(attribute);
@@ -219,21 +193,20 @@ class Embedded {
     /// Calls the on... handler, and the listeners of a DOM event.
     fire(name, fields, args) {
         const event = new Event(name);
-        for (const [field, value] of Object.entries(fields))
-            Object.defineProperty(event, field, { value, enumerable: true });
+        eachEntry(fields, (field, value) => Object.defineProperty(event, field, { value, enumerable: true }));
         const handler = this._handlerOf(name);
         const isMarkup = !(name in this.handlers);
-        const handle = () => handler.apply(this.element, isMarkup ? [event] : args);
+        const handle = () => apply(handler, this.element, isMarkup ? [event] : args);
         // Within the dispatch: what it adds is not called for this event.
         if (typeof handler === 'function')
-            listen.call(this.element, name, handle, { once: true });
-        dispatchTo.call(this.element, event);
-        unlisten.call(this.element, name, handle);
+            listen(this.element, name, handle, { once: true });
+        dispatchTo(this.element, event);
+        unlisten(this.element, name, handle);
     }
 }
 
 function typeOf(element) {
-    return (element.getAttribute('type') || '').split(';')[0].trim().toLowerCase();
+    return lowerCase(trimmed(split(element.getAttribute('type') || '', ';')[0]));
 }
 
 // What was set on elements before their type.
@@ -244,14 +217,14 @@ function implementationOf(element) {
     const known = implementations.get(element);
     if (known && known.type === type)
         return known.implementation;
-    const kind = kinds.find(each => each.matches(type));
+    const kind = find(kinds, each => each.matches(type));
     const implementation = kind ? new kind.Implementation(element, type) : null;
     implementations.set(element, { type, implementation });
     if (implementation && early.has(element)) {
-        for (const [name, value] of early.get(element)) {
+        eachEntry(early.get(element), (name, value) => {
             if (name in implementation)
                 Reflect.set(implementation, name, value);
-        }
+        });
         early.delete(element);
     }
     return implementation;
@@ -282,60 +255,60 @@ function delegate(name) {
             const implementation = implementationOf(this);
             if (implementation && name in implementation) {
                 const value = implementation[name];
-                if (typeof value !== 'function' || name.startsWith('on'))
+                if (typeof value !== 'function' || beginsWith(name, 'on'))
                     return value;
                 if (!bound.has(implementation))
-                    bound.set(implementation, (...args) => implementation[name](...args));
+                    bound.set(implementation, (...args) => apply(implementation[name], implementation, args));
                 return bound.get(implementation);
             }
             if (inherited && inherited.get)
-                return inherited.get.call(this);
-            return early.has(this) ? early.get(this).get(name) : undefined;
+                return apply(inherited.get, this, []);
+            return early.has(this) ? early.get(this)[name] : undefined;
         },
         set(value) {
             const implementation = implementationOf(this);
             if (implementation && name in implementation)
                 Reflect.set(implementation, name, value);  // one that is read only stays
             else if (inherited && inherited.set)
-                inherited.set.call(this, value);
+                apply(inherited.set, this, [value]);
             else if (!early.has(this))
-                early.set(this, new Map([[name, value]]));
+                early.set(this, Object.assign(Object.create(null), { [name]: value }));
             else
-                early.get(this).set(name, value);
+                early.get(this)[name] = value;
         },
     });
 }
 
-const internal = new Set(['constructor', 'fire', 'element', 'handlers']);
+const internal = ['constructor', 'fire', 'element', 'handlers'];
 
 /// @param matches whether a type (lower case, without parameters) is of this kind
 /// @param Implementation extends Embedded; names that begin with an underscore are its own
 /// @param events names of its events, each with an on... handler
 function defineKind(matches, Implementation, events = []) {
-    for (const name of events) {
+    each(events, name => {
         Object.defineProperty(Implementation.prototype, 'on' + name, {
             configurable: true,
             get() { return this._handlerOf(name) || null; },
             set(handler) { this.handlers[name] = handler; },
         });
-    }
+    });
     for (let proto = Implementation.prototype; proto !== Embedded.prototype; proto = Object.getPrototypeOf(proto)) {
-        for (const name of Object.getOwnPropertyNames(proto)) {
-            if (!internal.has(name) && !name.startsWith('_'))
+        each(Object.getOwnPropertyNames(proto), name => {
+            if (!isIn(internal, name) && !beginsWith(name, '_'))
                 delegate(name);
-        }
+        });
     }
-    kinds.push({ matches, Implementation });
+    add(kinds, { matches, Implementation });
 }
 
 // ---- The factory --------------------------------------------------------------------------------
 
 const factory = {};
-const supportedTypes = new Set(['video/mp4', 'audio/mp4', 'application/dash+xml']);  // and what the factory makes
+const supportedTypes = ['video/mp4', 'audio/mp4', 'application/dash+xml'];  // and what the factory makes
 
 /// oipfObjectFactory's method for a type.
 function defineFactoryMethod(name, type) {
-    supportedTypes.add(type);
+    add(supportedTypes, type);
     factory[name] = function () {
         const element = document.createElementNS(xhtml, 'object');
         element.setAttribute('type', type);
@@ -344,22 +317,21 @@ function defineFactoryMethod(name, type) {
 }
 
 factory.isObjectSupported = function (type) {
-    return supportedTypes.has(String(type).trim().toLowerCase());
+    return isIn(supportedTypes, lowerCase(trimmed(String(type))));
 };
 
 // ---- Collections --------------------------------------------------------------------------------
 
 /// An array-like with item(), as the OIPF collections are.
 function collectionOf(items) {
-    const collection = items.slice();
+    const collection = copyOf(items);
     Object.defineProperty(collection, 'item', { value: index => collection[index] });
     return collection;
 }
 
 /// Constants that all objects of a class have.
 function defineConstants(Class, constants) {
-    for (const [name, value] of Object.entries(constants))
-        Object.defineProperty(Class.prototype, name, { value, enumerable: true });
+    eachEntry(constants, (name, value) => Object.defineProperty(Class.prototype, name, { value, enumerable: true }));
 }
 
 /// A global that a page may declare anew.

@@ -7,14 +7,13 @@ const isXhtml = document.contentType !== 'text/html';
 if (isXhtml) {
     const create = Document.prototype.createElement;
     Document.prototype.createElement = function (name, options) {
-        return this === document ? this.createElementNS(xhtml, String(name).toLowerCase(), options) : create.call(this, name, options);
+        return this === document ? this.createElementNS(xhtml, lowerCase(String(name)), options) : apply(create, this, [name, options]);
     };
 }
 
 // No script objects are in workers: what they ask for would go out without permission. HbbTV does not
 // require workers.
-for (const name of ['Worker', 'SharedWorker'])
-    Reflect.deleteProperty(window, name);
+each(['Worker', 'SharedWorker'], name => Reflect.deleteProperty(window, name));
 Reflect.deleteProperty(Object.getPrototypeOf(navigator), 'serviceWorker');
 
 // A page that is not well-formed is a page that failed to load.

@@ -13,32 +13,32 @@ const keyNames = {
     VK_FAST_FWD: 417, VK_INFO: 457, VK_BACK: 461, VK_PLAY_PAUSE: 463,
 };
 
-for (const [name, code] of Object.entries(keyNames)) {
+eachEntry(keyNames, (name, code) => {
     defineGlobal(name, code);
     Object.defineProperty(KeyboardEvent, name, { value: code, configurable: true, enumerable: true, writable: true });
-}
+});
 defineGlobal('KeyEvent', KeyboardEvent);
 
-const engineKey = Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, 'key').get;
+const engineKey = asFunction(Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, 'key').get);
 
 const copies = new WeakMap();  // the codes that the engine gave the events of which these are copies
 
 /// @return the code of a remote control's key; 0 for a key that the engine knows
 function remoteCodeOf(event) {
-    const key = event instanceof KeyboardEvent ? engineKey.call(event) : '';
-    const character = key.length === 1 ? key.charCodeAt(0) : 0;
+    const key = event instanceof KeyboardEvent ? engineKey(event) : '';
+    const character = key.length === 1 ? codeAt(key, 0) : 0;
     return character > privateUse && character < 0xF8FF ? character - privateUse : 0;
 }
 
 /// @param valueOf what it is for a remote control's key, by its code
 function overrideCode(name, valueOf) {
-    const engine = Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, name).get;
+    const engine = asFunction(Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, name).get);
     Object.defineProperty(KeyboardEvent.prototype, name, {
         configurable: true,
         enumerable: true,
         get() {
             const code = remoteCodeOf(this);
-            return code ? valueOf(code) : copies.has(this) ? copies.get(this)[name] : engine.call(this);
+            return code ? valueOf(code) : copies.has(this) ? copies.get(this)[name] : engine(this);
         },
     });
 }
@@ -54,7 +54,7 @@ const domNames = {
 Object.defineProperty(KeyboardEvent.prototype, 'key', {
     configurable: true,
     enumerable: true,
-    get() { return domNames[remoteCodeOf(this)] || engineKey.call(this); },
+    get() { return domNames[remoteCodeOf(this)] || engineKey(this); },
 });
 
 // The engine would write the character into a field that has the focus.
@@ -70,11 +70,10 @@ function handToBody(event) {
         return;
     event.stopImmediatePropagation();
     const copy = new KeyboardEvent(event.type, {
-        key: engineKey.call(event), code: event.code, repeat: event.repeat, bubbles: true, cancelable: true, view: window,
+        key: engineKey(event), code: event.code, repeat: event.repeat, bubbles: true, cancelable: true, view: window,
     });
     copies.set(copy, { keyCode: event.keyCode, which: event.which, charCode: event.charCode });
     if (!document.body.dispatchEvent(copy))
         event.preventDefault();
 }
-for (const type of ['keydown', 'keypress', 'keyup'])
-    window.addEventListener(type, handToBody, true);
+each(['keydown', 'keypress', 'keyup'], type => window.addEventListener(type, handToBody, true));

@@ -9,13 +9,15 @@ const fetchMedia = window.fetch.bind(window);
 /// Asks for media, and for no more than whether they are there.
 /// @return a promise of one of the errors: nothing is ever played
 async function mediaErrorOf(url) {
+    if (!url)
+        return mediaErrors.unavailable;
     let target;
     try {
         target = new URL(url, document.baseURI);
     } catch (error) {
         return mediaErrors.unavailable;
     }
-    if (!['http:', 'https:'].includes(target.protocol))
+    if (!isIn(['http:', 'https:'], target.protocol))
         return mediaErrors.unsupported;
     const abort = new AbortController();
     try {
@@ -42,10 +44,10 @@ class MediaObject extends Embedded {
         this._queue = [];
     }
 
-    get data() { return dataOfObject.get.call(this.element); }
+    get data() { return apply(dataOfObject.get, this.element, []); }
     set data(url) {
         this.stop();
-        dataOfObject.set.call(this.element, url);
+        apply(dataOfObject.set, this.element, [url]);
     }
 
     get playState() { return this._state; }
@@ -66,7 +68,7 @@ class MediaObject extends Embedded {
             return false;
         this._become(mediaStates.connecting);
         const turn = this._turn;
-        mediaErrorOf(url).then(error => soon(() => {
+        whenDone(mediaErrorOf(url), error => soon(() => {
             if (turn === this._turn)
                 this._become(mediaStates.error, error);
         }));
@@ -89,7 +91,7 @@ class MediaObject extends Embedded {
         if (url === null)
             this._queue = [];
         else
-            this._queue.push(String(url));
+            add(this._queue, String(url));
         return true;
     }
 
@@ -117,7 +119,7 @@ class MediaObject extends Embedded {
     }
 }
 defineConstants(MediaObject, { COMPONENT_TYPE_VIDEO: 0, COMPONENT_TYPE_AUDIO: 1, COMPONENT_TYPE_SUBTITLE: 2 });
-defineKind(type => /^(video|audio)\//.test(type) && type !== 'video/broadcast' || type === 'application/dash+xml', MediaObject, [
+defineKind(type => matches(/^(video|audio)\//, type) && type !== 'video/broadcast' || type === 'application/dash+xml', MediaObject, [
     'PlayStateChange', 'PlaySpeedChanged', 'PlayPositionChanged', 'FullScreenChange', 'SelectedComponentChanged',
 ]);
 defineFactoryMethod('createVideoMpegObject', 'video/mpeg');

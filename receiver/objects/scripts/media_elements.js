@@ -46,7 +46,7 @@ class MediaElement {
             this.tell('play');
         if (this.networkState !== MediaElement.loading)
             this.load();
-        return new Promise((resolve, reject) => this.waiting.push(reject));
+        return new Promise((resolve, reject) => add(this.waiting, reject));
     }
 
     pause() {
@@ -62,7 +62,7 @@ class MediaElement {
         this.error = null;
         this.networkState = MediaElement.loading;
         this.tell('loadstart');
-        (url ? mediaErrorOf(url) : Promise.resolve(mediaErrors.unavailable)).then(() => soon(() => {
+        whenDone(mediaErrorOf(url), () => soon(() => {
             if (turn === this.turn)
                 this.fail();
         }));
@@ -72,8 +72,7 @@ class MediaElement {
         this.networkState = MediaElement.noSource;
         this.error = { code: MediaElement.sourceNotSupported, message: 'nothing can be decoded' };
         this.element.dispatchEvent(new Event('error'));
-        for (const reject of this.waiting.splice(0))
-            reject(new DOMException('nothing can be decoded', 'NotSupportedError'));
+        each(emptied(this.waiting), reject => reject(new DOMException('nothing can be decoded', 'NotSupportedError')));
     }
 
     tell(name) { soon(() => this.element.dispatchEvent(new Event(name))); }
@@ -92,7 +91,7 @@ MediaElement.noRanges = { length: 0, start() { throw new DOMException('no ranges
 const mediaElements = new WeakMap();
 
 function mediaElementOf(element) {
-    if (!['video', 'audio'].includes(element.localName))
+    if (!isIn(['video', 'audio'], element.localName))
         return null;
     if (!mediaElements.has(element))
         mediaElements.set(element, new MediaElement(element));
@@ -107,24 +106,24 @@ const mediaElementNames = [
 const writableNames = ['currentTime', 'volume', 'muted', 'defaultMuted', 'playbackRate', 'defaultPlaybackRate', 'src'];
 
 function defineMediaElements() {
-    for (const name of mediaElementNames) {
+    each(mediaElementNames, name => {
         Object.defineProperty(HTMLUnknownElement.prototype, name, {
             configurable: true,
             enumerable: true,
             get() {
                 const media = mediaElementOf(this);
                 const value = media ? media[name] : undefined;
-                return typeof value === 'function' ? value.bind(media) : value;
+                return typeof value === 'function' ? (...args) => apply(value, media, args) : value;
             },
             set(value) {
                 const media = mediaElementOf(this);
                 if (!media)
                     Object.defineProperty(this, name, { value, configurable: true, enumerable: true, writable: true });
-                else if (writableNames.includes(name))
+                else if (isIn(writableNames, name))
                     media[name] = value;
             },
         });
-    }
+    });
 }
 
 // An engine that has media elements has them.

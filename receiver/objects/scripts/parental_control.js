@@ -24,13 +24,15 @@ const ratingScheme = parentalRatingScheme();
 function parentalRatingSchemes() {
     const schemes = collectionOf([ratingScheme]);
     Object.defineProperty(schemes, 'getParentalRatingScheme', {
-        value: name => schemes.find(scheme => scheme.name === name) || null,
+        value: name => find(schemes, scheme => scheme.name === name) || null,
     });
     Object.defineProperty(schemes, 'addParentalRatingScheme', { value: () => null });
     return schemes;
 }
 
 class ParentalControlManager extends Embedded {
+    constructor(element) { super(element); }
+
     get parentalRatingSchemes() { return parentalRatingSchemes(); }
     get isPINEntryLocked() { return false; }
 }

@@ -18,7 +18,7 @@ onReceiverEvent('OriginsChanged', event => {
 
 /// The host of another origin, as the receiver names it; null for the document's own.
 function otherOrigin(target) {
-    const isOther = /^https?:$/.test(target.protocol) && target.origin !== ownOrigin;
+    const isOther = matches(/^https?:$/, target.protocol) && target.origin !== ownOrigin;
     return isOther ? target.protocol + '//' + target.hostname : null;
 }
 
@@ -33,7 +33,7 @@ function permit(url) {
     if (target.protocol === 'data:' || target.protocol === 'blob:')
         return undefined;  // they go nowhere
     const other = otherOrigin(target);
-    const [permission, number] = ask('request.permission', [denied, null], document.URL, target.href, other);
+    const { 0: permission, 1: number } = ask('request.permission', [denied, null], document.URL, target.href, other);
     if (number !== null)
         changed = new Promise(resolve => changes.set(number, resolve));
     if (permission === denied)
@@ -46,11 +46,11 @@ const delayed = new WeakMap();  // requests that have to wait before they go out
 
 XMLHttpRequest.prototype.open = function open(method, url, ...rest) {
     if (arguments.length < 2)
-        return openRequest.apply(this, arguments);  // which throws
+        return apply(openRequest, this, arguments);  // which throws
     const wait = permit(String(url));
     if (wait === null)
         throw new DOMException('The application may not ask for ' + url, 'SecurityError');
-    const result = openRequest.call(this, method, url, ...(rest.length > 0 ? rest : [true]));
+    const result = apply(openRequest, this, [method, url, rest.length > 0 ? rest[0] : true, rest[1], rest[2]]);
     const mayWait = rest.length === 0 || Boolean(rest[0]);
     delayed.set(this, mayWait && wait ? { wait, isSent: false } : null);
     return result;
@@ -59,24 +59,23 @@ XMLHttpRequest.prototype.open = function open(method, url, ...rest) {
 XMLHttpRequest.prototype.send = function send(body) {
     const delay = delayed.get(this);
     if (!delay)
-        return sendRequest.call(this, body);
+        return apply(sendRequest, this, [body]);
     if (delay.isSent)
         throw new DOMException('The request has been sent', 'InvalidStateError');
     delay.isSent = true;
-    delay.wait.then(() => {
+    whenDone(delay.wait, () => {
         if (delayed.get(this) !== delay)
             return;  // it was aborted, or opened anew
         delayed.delete(this);
-        sendRequest.call(this, body);
+        apply(sendRequest, this, [body]);
     });
 };
 
 XMLHttpRequest.prototype.abort = function abort() {
     const delay = delayed.get(this);
     delayed.delete(this);
-    abortRequest.call(this);
-    for (const event of delay && delay.isSent ? ['abort', 'loadend'] : [])
-        this.dispatchEvent(new ProgressEvent(event));
+    apply(abortRequest, this, []);
+    each(delay && delay.isSent ? ['abort', 'loadend'] : [], event => dispatchTo(this, new ProgressEvent(event)));
 };
 
 const fetchAnything = window.fetch;
@@ -85,7 +84,7 @@ const permittedFetch = function fetch(input, options) {
     const wait = permit(url);
     if (wait === null)
         return Promise.reject(new DOMException('The application may not ask for ' + url, 'SecurityError'));
-    const go = () => fetchAnything.call(window, input, options);
-    return wait ? wait.then(go) : go();
+    const go = () => apply(fetchAnything, window, [input, options]);
+    return wait ? whenDone(wait, go) : go();
 };
 defineGlobal('fetch', permittedFetch);

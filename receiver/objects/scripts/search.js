@@ -51,7 +51,7 @@ class MetadataSearch {
     findProgrammesFromStream(channel, startTime, count) {
         if (!(channel instanceof Channel))
             throw new TypeError('findProgrammesFromStream: a Channel is expected');
-        const from = startTime === null || startTime === undefined ? Date.now() / 1000 : Number(startTime);
+        const from = startTime === null || startTime === undefined ? now() / 1000 : Number(startTime);
         const most = count === null || count === undefined ? Infinity : Number(count);
         this._abort();
         this._wanted = { channel, from, most };
@@ -75,7 +75,7 @@ class MetadataSearch {
             if (turn !== this._turn)
                 return;
             const found = this._wanted ? findInSchedule(this._wanted) : [];
-            this.result._show(found.slice(offset, offset + count), offset, found.length);
+            this.result._show(part(found, offset, offset + count), offset, found.length);
             const state = this._wanted ? searchCompleted : searchFailed;
             this._manager.fire('MetadataSearch', { search: this, state }, [this, state]);
         });
@@ -84,17 +84,19 @@ class MetadataSearch {
 
 /// What is still on at the time, and what comes after it.
 function findInSchedule({ channel, from, most }) {
-    const known = ask('search.schedule', [], channel.sid).filter(each => each.startTime + each.duration > from);
-    return known.slice(0, most).map(each => new Programme(each, channel));
+    const known = filter(ask('search.schedule', [], channel.sid), each => each.startTime + each.duration > from);
+    return map(part(known, 0, most), each => new Programme(each, channel));
 }
 
 class SearchManager extends Embedded {
+    constructor(element) { super(element); }
+
     get guideDaysAvailable() { return 0; }
     getChannelConfig() { return channelConfig; }
 
     createSearch(target) {
         const wanted = Number(target);
-        if (!Object.values(searchTargets).includes(wanted))
+        if (!isIn(Object.values(searchTargets), wanted))
             throw new TypeError('createSearch: a search target is expected');
         return new MetadataSearch(this, wanted);
     }

@@ -6,29 +6,29 @@ const eventListeners = [];  // {url, name, listener, number}
 /// An event or an object's field, as an attribute or as an element, whatever its prefix.
 function fieldOf(element, name) {
     if (element.hasAttribute(name))
-        return element.getAttribute(name).trim();
-    const child = Array.from(element.children).find(each => each.localName === name);
-    return child ? child.textContent.trim() : '';
+        return trimmed(element.getAttribute(name));
+    const child = find(element.children, each => each.localName === name);
+    return child ? trimmed(child.textContent) : '';
 }
 
 /// @return {component, id}, or null where the document has no such event
 function describedEvent(text, name) {
     const description = new DOMParser().parseFromString(text, 'text/xml');
-    for (const event of description.getElementsByTagNameNS('*', 'stream_event')) {
-        const component = Number(fieldOf(event.parentNode, 'component_tag') || fieldOf(event, 'component_tag') || NaN);
-        const id = Number(fieldOf(event, 'stream_event_id') || NaN);
-        if (fieldOf(event, 'stream_event_name') === name)
-            return isId(component) && isId(id) ? { component, id } : null;
-    }
-    return null;
+    const events = description.getElementsByTagNameNS('*', 'stream_event');
+    const event = find(events, each => fieldOf(each, 'stream_event_name') === name);
+    if (!event)
+        return null;
+    const component = Number(fieldOf(event.parentNode, 'component_tag') || fieldOf(event, 'component_tag') || NaN);
+    const id = Number(fieldOf(event, 'stream_event_id') || NaN);
+    return isId(component) && isId(id) ? { component, id } : null;
 }
 
 function hearStreamEvent(entry, fields) {
-    if (!eventListeners.includes(entry))
+    if (!isIn(eventListeners, entry))
         return;
     const event = new Event('StreamEvent');
-    for (const name of ['name', 'data', 'text', 'status'])
-        Object.defineProperty(event, name, { value: fields[name], enumerable: true });
+    each(['name', 'data', 'text', 'status'], name =>
+        Object.defineProperty(event, name, { value: fields[name], enumerable: true }));
     const { listener } = entry;
     if (typeof listener === 'function')
         listener(event);
@@ -48,7 +48,7 @@ async function subscribeToDescription(entry) {
     } catch (error) {
         // It cannot be had.
     }
-    if (!eventListeners.includes(entry))
+    if (!isIn(eventListeners, entry))
         return;
     if (described)
         entry.number = ask('streamEvents.listenToComponent', null, described.component, described.id, entry.name);
@@ -57,7 +57,7 @@ async function subscribeToDescription(entry) {
 }
 
 function findStreamEvent(url, name, listener) {
-    return eventListeners.findIndex(each => each.url === url && each.name === name && each.listener === listener);
+    return indexWhere(eventListeners, each => each.url === url && each.name === name && each.listener === listener);
 }
 
 function addStreamEvent(target, eventName, listener) {
@@ -66,8 +66,8 @@ function addStreamEvent(target, eventName, listener) {
     if (!listener || findStreamEvent(url, name, listener) >= 0)
         return;
     const entry = { url, name, listener, number: null };
-    eventListeners.push(entry);
-    if (!/^dvb:/i.test(url)) {
+    add(eventListeners, entry);
+    if (!matches(/^dvb:/i, url)) {
         subscribeToDescription(entry);
         return;
     }
@@ -80,20 +80,21 @@ function removeStreamEvent(target, eventName, listener) {
     const index = findStreamEvent(absoluteUrl(String(target)), String(eventName), listener);
     if (index < 0)
         return;
-    const [entry] = eventListeners.splice(index, 1);
+    const entry = eventListeners[index];
+    removeAt(eventListeners, index);
     if (entry.number)
         ask('streamEvents.remove', null, entry.number);
 }
 
 onReceiverEvent('StreamEvent', fields => {
-    const entry = eventListeners.find(each => each.number === fields.listener);
+    const entry = find(eventListeners, each => each.number === fields.listener);
     if (entry)
         hearStreamEvent(entry, fields);
 });
 
 window.addEventListener('pagehide', () => {
-    for (const { number } of eventListeners.splice(0)) {
+    each(emptied(eventListeners), ({ number }) => {
         if (number)
             ask('streamEvents.remove', null, number);
-    }
+    });
 });

@@ -8,26 +8,27 @@ const nextFrame = window.requestAnimationFrame.bind(window);
 
 function videoElement() {
     const hasVideo = each => each._state === playStates.connecting || each._state === playStates.presenting;
-    const owner = [...bound].filter(hasVideo).pop();
+    const owners = filter(bound, hasVideo);
+    const owner = owners[owners.length - 1];
     return owner && owner.element.isConnected ? owner.element : null;
 }
 
 function isPainted(element) {
     const style = getComputedStyle(element);
-    return style.backgroundImage !== 'none' || !/^(transparent|rgba\(.*, 0\))$/.test(style.backgroundColor) ||
-        ['img', 'canvas', 'svg'].includes(element.localName);
+    return style.backgroundImage !== 'none' || !matches(/^(transparent|rgba\(.*, 0\))$/, style.backgroundColor) ||
+        isIn(['img', 'canvas', 'svg'], element.localName);
 }
 
 /// Whether something of the page lies beneath an element, at its middle or near a corner.
 function isOnBackground(element) {
-    if ([document.documentElement, document.body].some(each => each && isPainted(each)))
+    if (some([document.documentElement, document.body], each => each && isPainted(each)))
         return true;
     const { x, y, width, height } = element.getBoundingClientRect();
-    const parts = [[0.5, 0.5], [0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]];
-    return parts.some(([right, down]) => {
+    const places = [[0.5, 0.5], [0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]];
+    return some(places, ({ 0: right, 1: down }) => {
         const stack = document.elementsFromPoint(x + width * right, y + height * down);
-        const depth = stack.indexOf(element);
-        return depth >= 0 && stack.slice(depth + 1).some(isPainted);
+        const depth = indexIn(stack, element);
+        return depth >= 0 && some(part(stack, depth + 1, stack.length), isPainted);
     });
 }
 
@@ -53,10 +54,10 @@ const hole = 'data-vesta-hole';  // the terminal's style sheet knows it
 
 /// The video is seen through the page's own background, and no further than the object.
 function markHole(element) {
-    for (const marked of document.querySelectorAll('[' + hole + ']')) {
+    each(document.querySelectorAll('[' + hole + ']'), marked => {
         if (marked !== element || !needsHole(marked))
             marked.removeAttribute(hole);
-    }
+    });
     if (element && !element.hasAttribute(hole) && needsHole(element))
         element.setAttribute(hole, '');
 }
@@ -67,7 +68,7 @@ function place() {
     markHole(element);
     const box = element && !element.fullScreen ? element.getBoundingClientRect() : null;
     const wanted = box ? [box.x, box.y, box.width, box.height] : null;
-    if (String(wanted) !== String(placed)) {
+    if (joined(wanted || [], ' ') !== joined(placed || [], ' ')) {
         placed = wanted;
         ask('broadcast.place', null, wanted);
     }
@@ -94,16 +95,15 @@ function watchLayout() {
     new MutationObserver(placeSoon).observe(document, {
         attributes: true, childList: true, characterData: true, subtree: true,
     });
-    for (const name of ['load', 'scroll', 'resize'])
-        listen.call(window, name, placeSoon, true);
+    each(['load', 'scroll', 'resize'], name => listen(window, name, placeSoon, true));
     const isAround = event => {
         const element = videoElement();
         return element && event.target.contains && event.target.contains(element);
     };
-    for (const name of ['transitionrun', 'animationstart'])
-        listen.call(window, name, event => { if (isAround(event)) { ++moving; placeSoon(); } }, true);
-    for (const name of ['transitionend', 'transitioncancel', 'animationend', 'animationcancel'])
-        listen.call(window, name, event => { if (isAround(event)) { moving = Math.max(0, moving - 1); placeSoon(); } }, true);
+    each(['transitionrun', 'animationstart'], name =>
+        listen(window, name, event => { if (isAround(event)) { ++moving; placeSoon(); } }, true));
+    each(['transitionend', 'transitioncancel', 'animationend', 'animationcancel'], name =>
+        listen(window, name, event => { if (isAround(event)) { moving = Math.max(0, moving - 1); placeSoon(); } }, true));
 }
 
 window.addEventListener('pagehide', () => {

@@ -171,6 +171,19 @@ TEST(DescriptionReader, StreamEventsCountTheirVersionsUp)
     EXPECT_EQ(events[3].version, 0U) << "after 31 comes 0";
 }
 
+TEST(DescriptionReader, StreamEventsMayHaveATimeOfTheProgramme)
+{
+    const Service service = serviceOf(R"("event_streams": [{"component_tag": 9,
+        "programme_time": 3600.5, "scheduled": [{"programme_time": 3602, "id": 32768},
+        {"programme_time": 3601, "id": 49151, "text": "x"}]}])");
+    const EventStream& stream = service.eventStreams[0];
+    EXPECT_EQ(stream.programmeTimeMs, 3'600'500);
+    ASSERT_EQ(stream.scheduled.size(), 2U);
+    EXPECT_EQ(stream.scheduled[0].timeMs, 3'602'000);
+    EXPECT_EQ(stream.scheduled[1].id, 49151U);
+    EXPECT_EQ(stream.scheduled[1].text, "x");
+}
+
 TEST(DescriptionReader, NamesTheLineOfEachProblemOfTheFrame)
 {
     const std::pair<std::string, const char*> cases[] = {

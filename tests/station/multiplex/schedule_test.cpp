@@ -96,6 +96,24 @@ TEST(Schedule, AnEventIsRepeatedUntilTheNextOfItsId)
         << "id and version";
 }
 
+TEST(Schedule, TheProgrammesTimeGoesOnWithTheStream)
+{
+    const Description description = descriptionOf(withService(R"("event_streams": [
+        {"component_tag": 9, "programme_time": 100, "scheduled": [
+         {"programme_time": 105, "id": 32769}]}])"));
+    size_t tables = 0;
+    for (const RepeatedTable& table : scheduleOf(description).tables) {
+        if (table.pid != 0x130)
+            continue;
+        ++tables;
+        const Bytes first = table.sections(0)[0];
+        const bool isReference = first[3] == 0x40;
+        EXPECT_EQ(table.sections(1'000)[0] != first, isReference);
+        EXPECT_LE(table.intervalMs, 1'000);
+    }
+    EXPECT_EQ(tables, 2U) << "the time, and the events";
+}
+
 TEST(Schedule, TwoServicesMayShareAClock)
 {
     Description description = descriptionOf(withService(R"("components": [{"type": "video"}])"));

@@ -241,6 +241,138 @@ endless_table() {
     nothing_is_left
 }
 
+# serve_files CODE [ARGUMENT...]: a server on $port with a process for each connection. CODE finds the
+# path in $path, and the connection in $client; page(TEXT), table(NAME) and to(URL) answer.
+serve_files() {
+    local code=$1
+    shift
+    serve '
+        $SIG{CHLD} = "IGNORE";
+        my $client;
+        sub answer { print $client "HTTP/1.0 $_[0]\r\n", $_[1] // "", "\r\n", $_[2] // ""; }
+        sub page { answer("200 OK", "Content-Type: text/html\r\n", "<html><body>$_[0]</body></html>"); }
+        sub to { answer("302 Found", "Location: $_[0]\r\n"); }
+        sub table {
+            open(my $file, "<", "../../receiver/sessions/site/one/tables/$_[0]"); local $/;
+            answer("200 OK", "Content-Type: application/vnd.dvb.ait+xml\r\n", <$file>);
+        }
+        while ($client = $socket->accept) {
+            if (fork) { close $client; next; }
+            my ($path) = <$client> =~ m{^\S+ (\S+)};
+            while (<$client> =~ /\S/) {}
+            '"$code"'
+            exit;
+        }' "$@"
+}
+
+# Servers send the page and its frames elsewhere: only the page may get to an application or a table.
+redirected_frames() {
+    switch_on
+    serve_files '
+        if ($path =~ m{^/to\?(.*)}) { to($1); }
+        elsif ($path eq "/table") { table("good.aitx"); }
+        elsif ($path eq "/first") { page("<iframe src=\"/to?dvb://current.ait/a.1\"></iframe>"
+            . "<iframe src=\"/to?/table\"></iframe><iframe src=\"/to?/frame\"></iframe>"
+            . "<script>onload = function () { location = \"/to?/second\"; }</script>"); }
+        elsif ($path eq "/second") { page("<script>debug(\"second page\"); setTimeout(function () {"
+            . "location = \"/to?dvb://current.ait/a.1\"; });</script>"); }
+        else { page(""); }'
+    tell start "http://127.0.0.1:$port/first"
+    expect 'second page'
+    expect 'the page goes to dvb://current.ait/a.1'
+    expect "$started"
+    tell start "http://127.0.0.1:$port/to?/table"
+    expect "http://127.0.0.1:$port/table: an XML AIT for its window"
+    switch_off
+    [[ $(grep -c 'the page goes to' "$scratch/seen") -eq 1 ]]
+    [[ $(grep -c 'an XML AIT for' "$scratch/seen") -eq 1 ]]
+}
+
+# serve_slow_table: besides, /slow is a table of which the first half comes, and the rest when a line
+# is written to the gate; /slower one of which nothing comes until then.
+serve_slow_table() {
+    mkfifo "$scratch/gate" "$scratch/sent"
+    exec {gate}<>"$scratch/gate" {sent}<>"$scratch/sent"  # nobody waits for the other end
+    serve_files '
+        if ($path =~ m{^/slow(er)?}) {
+            my $text = ""; my $whole = $client; my $isSlower = $1;
+            $client = undef;
+            open($client, ">", \$text); table("good.aitx"); close $client;
+            $client = $whole;
+            my $first = $isSlower ? 0 : length($text) / 2;
+            syswrite($client, substr($text, 0, $first));
+            open(my $asked, ">", $ARGV[1]); print $asked "asked\n"; close $asked;
+            open(my $gate, "<", $ARGV[0]); <$gate>; close $gate;
+            syswrite($client, substr($text, $first)); close $client;
+            open(my $sent, ">", $ARGV[1]); print $sent "sent\n"; close $sent;
+        }
+        elsif ($path eq "/table") { table("good.aitx"); }
+        elsif ($path eq "/missing") { answer("404 Not Found"); }
+        '"$1"'
+        else { page("<script>debug(\"$path is there\");</script>"); }' "$scratch/gate" "$scratch/sent"
+}
+
+# expect_of_server WORD: what it says of the slow table.
+expect_of_server() {
+    local word
+    read -r -t 60 word <&"$sent"
+    [[ $word == "$1" ]]
+}
+
+# A page that is to give way to a table goes on to another page meanwhile: the table comes too late.
+late_table() {
+    switch_on
+    serve_slow_table 'elsif ($path eq "/page") { page("<script>"
+        . "var left = 20; function look() { if (--left === 0) location = \"/next\"; }"
+        . "onload = function () { location = \"/slow\"; setInterval(look, 50); };</script>"); }'
+    tell start "http://127.0.0.1:$port/page"
+    expect_of_server asked
+    expect '/next is there'
+    echo go >&"$gate"
+    expect_of_server sent
+    tell wait painted
+    tell status
+    expect "shown, loaded, has the keys  http://127.0.0.1:$port/page"
+    ! grep -q 'an XML AIT for its window' "$scratch/seen"
+    switch_off
+    nothing_is_left
+}
+
+# superseded_table SLOW LATER SEEN PAGE TABLES: the table SLOW that a script asks for is slow, and the
+# script creates LATER meanwhile. When SEEN was reported, the table comes: it is not one of the TABLES
+# that come in force, and PAGE stays.
+superseded_table() {
+    switch_on
+    serve_slow_table ''
+    page_works
+    tell create "http://127.0.0.1:$port/$1"
+    expect_of_server asked
+    tell create "http://127.0.0.1:$port/$2"
+    expect "$3"
+    echo go >&"$gate"
+    expect_of_server sent
+    expect "http://127.0.0.1:$port/$1: another application was started meanwhile"
+    tell status
+    expect "shown, loaded, has the keys  ${4/PORT/$port}"
+    [[ $(grep -c 'an XML AIT for its window' "$scratch/seen") -eq "$5" ]]
+    switch_off
+    nothing_is_left
+}
+
+table_superseded_by_table() {
+    local page='http://two.example/index.html?signalled=1&more=2'
+    superseded_table slow table "$page: 200" "$page" 1
+}
+
+table_superseded_by_page() {
+    superseded_table slower page '/page is there' http://127.0.0.1:PORT/page 0
+}
+
+# What was created later comes to nothing either.
+table_superseded_by_nothing() {
+    superseded_table slow missing '/missing: 404' http://test.example/page.html 0
+}
+
 # A link to a file that is no page: nothing is kept, and the application goes on.
 unwanted_download() {
     switch_on
