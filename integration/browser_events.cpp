@@ -64,7 +64,8 @@ Application* applicationOf(const BrowserEvent& event)
 unsigned int handleWindowClose(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_WINDOW_CLOSE");
-    explain(HBBTV_REASON_END_WINDOW_CLOSED, about(windowOf(event)->getRunningApplication()));
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_END_WINDOW_CLOSED, about(windowOf(event)->getRunningApplication()));
     windowOf(event)->terminateRunningApplication(false);
     return consumed;
 }
@@ -112,7 +113,8 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
     HbbTVDVBURL url(text);
     if (HbbTVURL::getURLType(url.getURL()) != HbbTVURL::dvbURL) {
         log(WARN, module, "Unsupported url protocol");
-        explain(HBBTV_REASON_LOAD_NOT_DVB, about(applicationOf(event)), 0, 0, text.c_str());
+        if (areDecisionsHeard)
+            explain(HBBTV_REASON_LOAD_NOT_DVB, about(applicationOf(event)), 0, 0, text.c_str());
         return event.consume(failure);
     }
     OCDownloadManager* const downloads = OCDownloadManager::getCurrent();

@@ -40,7 +40,8 @@ void endRequested(const HBBTV_WindowEventData& request)
     if (!window)
         return explain(HBBTV_REASON_END_UNKNOWN_WINDOW);
     log(LOG, "ExternalEvent", "Terminate app!");
-    explain(HBBTV_REASON_END_TERMINATED, about(window->getRunningApplication()));
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_END_TERMINATED, about(window->getRunningApplication()));
     window->terminateRunningApplication(true);
 }
 

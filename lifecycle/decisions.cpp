@@ -33,6 +33,8 @@ void explainProfile(const DecisionAbout& about, const PlatformProfile& profile)
 DecisionAbout about(Window* window, const AITApplication* entry)
 {
     DecisionAbout whom;
+    if (!areDecisionsHeard)
+        return whom;
     whom.window = window;
     if (entry) {
         whom.organisationId = static_cast<uint32_t>(entry->getOrganisationId());
@@ -44,7 +46,7 @@ DecisionAbout about(Window* window, const AITApplication* entry)
 DecisionAbout about(Application* application)
 {
     DecisionAbout whom;
-    if (!application)
+    if (!areDecisionsHeard || !application)
         return whom;
     whom.window = application->getWindow();
     whom.organisationId = static_cast<uint32_t>(application->getOrganisationId());

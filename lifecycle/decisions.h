@@ -13,6 +13,7 @@ class Window;
 
 #pragma GCC visibility push(hidden)
 
+/// Whom a decision concerns; nobody where nobody listens, so that nothing is asked then.
 /// @param entry of a table; may be null
 DecisionAbout about(Window* window, const AITApplication* entry = nullptr);
 /// @param application may be null

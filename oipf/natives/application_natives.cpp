@@ -297,10 +297,8 @@ int native_AppManGetWindowOfApplication(void* appId, long* windowId)
         Application* const application =
             isThere(windowId) ? get_application_from_id(appId) : nullptr;
         TAVO_Vesta* const browser = ConfigurationManager::getInstance()->getBrowser();
-        if (application && !browser)
+        if (areDecisionsHeard && application && !browser)
             explain(HBBTV_REASON_NATIVE_NO_BROWSER, about(application));
-        else if (application && !application->getTavoWindow())
-            explain(HBBTV_REASON_NATIVE_UNKNOWN_WINDOW, about(application));
         if (!application || !application->getTavoWindow() || !browser)
             return VEIF_RETURN_ERROR;
         const int result =

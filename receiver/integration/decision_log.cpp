@@ -140,17 +140,18 @@ void DecisionLog::hear(const HBBTV_Decision& decision)
     hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
     if (isObstacle(decision))
         lastObstacle_ = kept_.back().sentence;
-    EventLog::Details details = {{"verdict", decision.verdict != 0}, {"reason", decision.reason}};
+    EventLog::Details details = {{"subject", nameOf(decision.subject)},
+                                 {"verdict", decision.verdict != 0},
+                                 {"reason", decision.reason}};
     if (ids)
         details["application"] = *ids;
     details["wanted"] = decision.wanted;
     details["had"] = decision.had;
     details["text"] = decision.text;
-    const char* const event = nameOf(decision.subject);
     if (isShown_)
-        log_.report(Source::Decision, event, kept_.back().sentence, details);
+        log_.report(Source::Decision, "decision", kept_.back().sentence, details);
     else
-        log_.trace(Source::Decision, event, kept_.back().sentence, details);
+        log_.trace(Source::Decision, "decision", kept_.back().sentence, details);
 }
 
 std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::string& what) const
