@@ -24,6 +24,7 @@ set(VESTA_INSTALLED_HEADERS
   security/application_domain.h
   security/sha256.h)
 file(GLOB signalling_headers CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "signalling/*.h")
+list(FILTER signalling_headers EXCLUDE REGEX "refused_section")
 list(APPEND VESTA_INSTALLED_HEADERS ${signalling_headers})
 
 # The browser's functions (ve_*) stay undefined: the browser brings them.

@@ -3,6 +3,7 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
@@ -117,7 +118,7 @@ void TAVOAITEvent::execute()
 {
     Window* const window = target_.findWindow();
     if (!window)
-        return;
+        return explain(HBBTV_REASON_TABLE_NO_WINDOW);
     const Window::Hold hold(window);
     const unsigned long tables = window->getTablesSet();
     if (NotificationManager::hasListeners())
@@ -126,8 +127,10 @@ void TAVOAITEvent::execute()
     // that was announced is in the log, whether it comes in force or not.
     if (table_)
         table_->printAIT();
+    // A listener may have released the window, or put a newer table in force.
     if (window->isReleased() || window->getTablesSet() != tables)
-        return;  // a listener released the window, or put a newer table in force
+        return explain(HBBTV_REASON_TABLE_SUPERSEDED, about(window));
+    explain(HBBTV_REASON_TABLE_IN_FORCE, about(window));
     window->setAIT(table_);
     window->activateAIT();
 }

@@ -5,14 +5,17 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/decision.h"
 #include "foundation/logging.h"
 #include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "foundation/url_prefixes.h"
 #include "integration/application_events.h"
+#include "integration/key_groups.h"
 #include "integration/key_set.h"
 #include "integration/oc_download_manager.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
@@ -61,6 +64,8 @@ Application* applicationOf(const BrowserEvent& event)
 unsigned int handleWindowClose(const BrowserEvent& event)
 {
     log(DEBUG, module, "TAVO_VESTA_EVT_WINDOW_CLOSE");
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_END_WINDOW_CLOSED, about(windowOf(event)->getRunningApplication()));
     windowOf(event)->terminateRunningApplication(false);
     return consumed;
 }
@@ -108,6 +113,8 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
     HbbTVDVBURL url(text);
     if (HbbTVURL::getURLType(url.getURL()) != HbbTVURL::dvbURL) {
         log(WARN, module, "Unsupported url protocol");
+        if (areDecisionsHeard)
+            explain(HBBTV_REASON_LOAD_NOT_DVB, about(applicationOf(event)), 0, 0, text.c_str());
         return event.consume(failure);
     }
     OCDownloadManager* const downloads = OCDownloadManager::getCurrent();
@@ -115,6 +122,8 @@ unsigned int handleProtocolLoadingStart(const BrowserEvent& event)
         return notConsumed;
     Application* const application = applicationOf(event);
     if (!application || !application->isBroadcastRelated()) {
+        explain(application ? HBBTV_REASON_LOAD_NOT_RELATED : HBBTV_REASON_LOAD_NO_APPLICATION,
+                about(application), 0, 0, text.c_str());
         ve_protocol_failed(event.data->request_id, statusNotFound);
         return event.consume(success);
     }
@@ -151,16 +160,27 @@ HBBTV_XHR_Permission askForPermission(const HbbTVURL& page, const HbbTVURL& targ
     return permission;
 }
 
-HBBTV_XHR_Permission decideOnRequest(const Application& application, const HbbTVURL& page,
+HBBTV_XHR_Permission decideOnRequest(Application& application, const HbbTVURL& page,
                                      const HbbTVURL& target)
 {
-    if (application.isWithinApplicationBoundaries(target))
-        return askForPermission(page, target);
+    const DecisionAbout whom = about(&application);  // who is asked may end it
+    const auto explainIt = [&](HBBTV_Reason reason) {
+        if (areDecisionsHeard)
+            explain(reason, whom, 0, 0, target.getFullUrl().c_str());
+    };
+    if (application.isWithinApplicationBoundaries(target)) {
+        const HBBTV_XHR_Permission permission = askForPermission(page, target);
+        if (permission == HBBTV_XHR_DENY)
+            explainIt(HBBTV_REASON_REQUEST_DENIED);
+        return permission;
+    }
     if (HbbTVURL::getURLType(target.getURL()) == HbbTVURL::otherURL) {
         log(DEBUG, module, "Letting core decide on an out of bound http(s) XHR request.");
+        explainIt(HBBTV_REASON_REQUEST_LEFT_TO_BROWSER);
         return HBBTV_XHR_CORE_DECIDES;
     }
     log(DEBUG, module, "Denying out of bound dvb XHR request.");
+    explainIt(HBBTV_REASON_REQUEST_OUTSIDE);
     return HBBTV_XHR_DENY;
 }
 
@@ -171,16 +191,32 @@ unsigned int handleXHRPermission(const BrowserEvent& event)
     if (target.getType() == HbbTVURL::dvbURL)
         target.resolveRelativeUrl(page);
 
-    const Application* const application = applicationOf(event);
+    Application* const application = applicationOf(event);
     if (!application) {
         log(WARN, module,
             "XHR request received when no running application. Rejecting as invalid.");
+        explain(HBBTV_REASON_REQUEST_NO_APPLICATION, {}, 0, 0, target.getFullUrl().c_str());
         return event.consume(failure);
     }
     const HBBTV_XHR_Permission answer = decideOnRequest(*application, page, target);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the browser reads the answer from that slot
     event.data->request_id = reinterpret_cast<void*>(static_cast<uintptr_t>(answer));
     return event.consume(success);
+}
+
+/// Why a key is no application's. @param application null for none
+void explainKey(Application* application, TAVO_VIRTUAL_KEY key)
+{
+    const DecisionAbout whom = about(application);
+    const auto code = static_cast<uint32_t>(key);
+    const auto group = static_cast<uint32_t>(keyGroupOf(key));
+    if (!application)
+        explain(HBBTV_REASON_KEY_NO_APPLICATION, whom, 0, code);
+    else if (group == 0)
+        explain(HBBTV_REASON_KEY_NOT_FOR_APPLICATIONS, whom, 0, code);
+    else
+        explain(HBBTV_REASON_KEY_NOT_GRANTED, whom, group,
+                static_cast<uint32_t>(application->getKeySet()->getValue()));
 }
 
 unsigned int handle(TAVO_VESTA_EVENT type, const BrowserEvent& event)
@@ -231,8 +267,11 @@ int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* even
     const int dealtWith = 1;
     return guarded(meantForNobody, [&] {
         Application* const application = WindowManager::getInstance()->findApplication(tavoWindow);
-        if (!application || !event || !application->getKeySet()->matchesKey(event->key_code))
+        if (!application || !event || !application->getKeySet()->matchesKey(event->key_code)) {
+            if (areDecisionsHeard && event)
+                explainKey(application, event->key_code);
             return meantForNobody;
+        }
         if (event->type == TAVO_KEY_DOWN) {
             application->getKeys().insert(event->key_code);
             tavo_keyboard_evt(event);
@@ -240,6 +279,9 @@ int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* even
             // An application never gets the end of a key press whose beginning it did not get.
             if (application->getKeys().erase(event->key_code) != 0)
                 tavo_keyboard_evt(event);
+            else
+                explain(HBBTV_REASON_KEY_UP_WITHOUT_DOWN, about(application), 0,
+                        static_cast<uint32_t>(event->key_code));
         }
         return dealtWith;
     });

@@ -1,13 +1,11 @@
 #include "integration/key_set.h"
 
 #include "foundation/configuration_manager.h"
+#include "integration/key_groups.h"
 
 namespace VestaHbbTV {
 
-namespace {
-
-/// The group that admits a key; 0 for a key that never reaches an application.
-int groupOf(int key)
+int keyGroupOf(int key)
 {
     switch (key) {
     case TAVO_VK_RED:
@@ -47,8 +45,6 @@ int groupOf(int key)
     return 0;
 }
 
-}  // namespace
-
 int KeySet::setValue(int value)
 {
     value_ = value & ConfigurationManager::getInstance()->getSupportedKeySetValues();
@@ -57,7 +53,7 @@ int KeySet::setValue(int value)
 
 bool KeySet::matchesKey(TAVO_VIRTUAL_KEY key) const
 {
-    return (value_ & groupOf(key)) != 0;
+    return (value_ & keyGroupOf(key)) != 0;
 }
 
 }  // namespace VestaHbbTV

@@ -8,6 +8,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/decision.h"
 #include "foundation/logging.h"
 #include "foundation/url_prefixes.h"
 #include "signalling/hbbtv_url.h"
@@ -88,6 +89,7 @@ bool OCDownloadManager::Answer::deliver()
     }
     if (error) {
         log(DEBUG, module, error);
+        explain(HBBTV_REASON_FILE_UNREADABLE, {}, 0, 0, error);
         fail();
         return false;
     }
@@ -233,6 +235,8 @@ unsigned int OCDownloadManager::startDownload(HbbTVDVBURL* url, void* id)
     if (state == DSMCC_UNKNOWN_ID)
         log(WARN, module, "Unexpected return code from dsmcc_get_file: DSMCC_UNKNOWN_ID");
     const bool isReady = state != DSMCC_UNKNOWN_ID && state != DSMCC_ERROR;
+    if (!isReady)
+        explain(HBBTV_REASON_FILE_REFUSED, {}, 0, state, path.c_str());
     if (isReady && answer.deliver())
         return 1;
     // Deliberate: browser and platform hear a second time of a ready file that could not be read.
@@ -252,6 +256,7 @@ bool OCDownloadManager::reportDownloadSucceeded(void* id)
 {
     if (!downloadExists(id)) {
         log(WARN, module, "Unknown id when reporting download success");
+        explain(HBBTV_REASON_FILE_UNKNOWN);
         return false;
     }
     return handleDownloaded(id);
@@ -261,8 +266,10 @@ bool OCDownloadManager::reportDownloadFailed(void* id)
 {
     if (!downloadExists(id)) {
         log(WARN, module, "Unknown id when reporting download failed");
+        explain(HBBTV_REASON_FILE_UNKNOWN);
         return false;
     }
+    explain(HBBTV_REASON_FILE_FAILED);
     handleDownloadFailed(id);
     return true;
 }

@@ -5,6 +5,7 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 
@@ -12,15 +13,21 @@ namespace VestaHbbTV {
 
 void startRequested(const HBBTV_StartApplicationEventData& request)
 {
-    if (Window* const window = WindowManager::getInstance()->knownWindow(request.window))
+    Window* const window = WindowManager::getInstance()->knownWindow(request.window);
+    if (window)
         window->startApplication(request.organisationId, request.applicationId, HbbTVURL(""));
+    else
+        explain(HBBTV_REASON_START_UNKNOWN_WINDOW,
+                {nullptr, static_cast<uint32_t>(request.organisationId), request.applicationId,
+                 nullptr});
 }
 
 void startRequested(const HBBTV_StartURLEventData& request)
 {
     Window* const window = WindowManager::getInstance()->knownWindow(request.window);
     if (!window || !request.url)
-        return;
+        return explain(window ? HBBTV_REASON_START_URL : HBBTV_REASON_START_UNKNOWN_WINDOW,
+                       about(window));
     Application* const application =
         window->startBroadcastIndependentApplication(HbbTVURL(request.url));
     if (application)
@@ -31,8 +38,10 @@ void endRequested(const HBBTV_WindowEventData& request)
 {
     Window* const window = WindowManager::getInstance()->knownWindow(request.window);
     if (!window)
-        return;
+        return explain(HBBTV_REASON_END_UNKNOWN_WINDOW);
     log(LOG, "ExternalEvent", "Terminate app!");
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_END_TERMINATED, about(window->getRunningApplication()));
     window->terminateRunningApplication(true);
 }
 

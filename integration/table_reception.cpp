@@ -4,6 +4,7 @@
 #include "foundation/configuration_manager.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
@@ -19,8 +20,10 @@ const char module[] = "ExternalEvent";
 void stopBroadcastRelatedApplication(Window& window)
 {
     Application* const running = window.getRunningApplication();
-    if (running && running->isBroadcastRelated())
-        window.terminateRunningApplication(true);
+    if (!running || !running->isBroadcastRelated())
+        return;
+    explain(HBBTV_REASON_END_TABLE_GONE, about(running));
+    window.terminateRunningApplication(true);
 }
 
 /// Announces a complete table and puts it in force. Where it gives way to a newer one, the log has
@@ -34,10 +37,14 @@ void applyTable(Window& window, const ref_ptr<AIT>& table)
         NotificationManager::broadcastIfAny(new AITUpdateNotification(&window, table.get()));
     if (session.isOver())
         return;  // a listener shut the library down, and the platform has stopped
-    if (window.getTablesSet() != tables)
-        return;  // a listener put a newer table in force, or changed the channel
+    if (window.getTablesSet() != tables) {
+        // a listener put a newer table in force, or changed the channel
+        explain(HBBTV_REASON_TABLE_SUPERSEDED, about(&window), 0, table->getVersion());
+        return;
+    }
     hbbtv_ait_completed(table->getVersion());
     if (!window.isReleased() && window.getTablesSet() == tables) {
+        explain(HBBTV_REASON_TABLE_IN_FORCE, about(&window), 0, table->getVersion());
         window.setAIT(table);
         window.activateAIT();
     }
@@ -64,6 +71,7 @@ void takeSection(Window& window, const HBBTV_AITSectionEventData& record)
     // Deliberate: a table of the version in force is dropped at its first section.
     if (current && !current->isStale() && window.isTableActedOn() &&
         current->getVersion() == table->getVersion()) {
+        explain(HBBTV_REASON_SECTION_VERSION_IN_FORCE, about(&window), 0, table->getVersion());
         window.setAssemblyAIT(nullptr);
         return;
     }
@@ -77,13 +85,15 @@ void receiveSection(const HBBTV_AITSectionEventData& record)
 {
     log(DEBUG, module, "Retrieving AIT...");
     Window* const window = WindowManager::getInstance()->getBroadcastWindow();
-    if (!window || !NotificationManager::instance)
-        return;
+    if (!window)
+        return explain(HBBTV_REASON_SECTION_NO_BROADCAST_WINDOW);
+    if (!NotificationManager::instance)
+        return explain(HBBTV_REASON_SECTION_NOT_RUNNING);
     const Window::Hold hold(window);
-    if (!record.section && record.keepApplication == 0)
-        stopBroadcastRelatedApplication(*window);
-    else
-        takeSection(*window, record);
+    if (record.section || record.keepApplication != 0)
+        return takeSection(*window, record);
+    explain(HBBTV_REASON_TABLE_GONE, about(window));
+    stopBroadcastRelatedApplication(*window);
 }
 
 void leaveChannel()
@@ -96,6 +106,7 @@ void leaveChannel()
     if (session.isOver())
         return;
     if (Window* const window = WindowManager::getInstance()->getBroadcastWindow()) {
+        explain(HBBTV_REASON_TABLE_VOID, about(window));
         window->setAIT(ref_ptr<AIT>());
         window->setAssemblyAIT(nullptr);
     }

@@ -3,6 +3,7 @@
 #include "foundation/at_exit.h"
 #include "foundation/logging.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "security/application_domain.h"
 
@@ -68,13 +69,22 @@ bool Window::activateForRunningApplication()
         return activateAIT();
     }
     AITApplication* const entry = running->getAITApplication();
-    if (!entry || !ait_ || isServiceBoundToFormerService(entry))
+    const auto tearDown = [this](HBBTV_Reason reason) {
+        explain(reason, about(runningApplication_));
         return tearDownRunningApplication();
+    };
+    if (!entry)
+        return tearDown(HBBTV_REASON_END_WITHOUT_ENTRY);
+    if (ait_ && isServiceBoundToFormerService(entry))
+        return tearDown(HBBTV_REASON_END_SERVICE_BOUND);
 
     AITApplication* const successor =
-        ait_->getAITApplication(entry->getOrganisationId(), entry->getApplicationId());
-    if (!successor || successor->isSignalledWith(AITApplication::KILL))
-        return tearDownRunningApplication();
+        ait_ ? ait_->getAITApplication(entry->getOrganisationId(), entry->getApplicationId())
+             : nullptr;
+    if (!successor)
+        return tearDown(HBBTV_REASON_END_NOT_LISTED);
+    if (successor->isSignalledWith(AITApplication::KILL))
+        return tearDown(HBBTV_REASON_END_KILLED);
     return adoptRunningApplication(running, entry, successor);
 }
 
@@ -93,11 +103,14 @@ bool Window::adoptRunningApplication(Application* running, AITApplication* entry
         const bool mayStay = becomeBroadcastRelated(running, entry, successor, transport);
         if (running != runningApplication_ || tables != tableChanges_ || released_)
             return true;  // whoever was called ended it, or put another table in force
-        if (!mayStay)
+        if (!mayStay) {
+            explain(HBBTV_REASON_END_NOT_ADOPTED, about(running));
             return tearDownRunningApplication();
+        }
     }
 
     log(LOG, module, "Allowing running application to continue at new AIT load.");
+    explain(HBBTV_REASON_KEPT, about(running));
     running->setAITApplication(successor);
     if (!transport)
         transport.reset(successor->getFirstAvailableTransport(isHttpAvailable()));
@@ -116,9 +129,16 @@ bool Window::becomeBroadcastRelated(Application* running, const AITApplication* 
                                     AITApplication* successor,
                                     ref_ptr<AITApplicationTransport>& transport)
 {
-    if (ait_->isXMLBased() || !(successor->isSignalledWith(AITApplication::AUTOSTART) ||
-                                successor->isSignalledWith(AITApplication::PRESENT)))
+    if (ait_->isXMLBased()) {
+        explain(HBBTV_REASON_NOT_ADOPTED_XML, about(running));
         return false;
+    }
+    if (!successor->isSignalledWith(AITApplication::AUTOSTART) &&
+        !successor->isSignalledWith(AITApplication::PRESENT)) {
+        explain(HBBTV_REASON_NOT_ADOPTED_CONTROL_CODE, about(running), 0,
+                successor->getControlCode());
+        return false;
+    }
 
     if (entry->isXMLAITbased()) {
         transport.reset(findTransportOfXMLStart(running, successor));
@@ -132,6 +152,7 @@ bool Window::becomeBroadcastRelated(Application* running, const AITApplication* 
             "Transferring state of running application from broadcast independent (transitioned "
             "earlier from broadcast related) to broadcast related at new AIT load.");
     }
+    explain(HBBTV_REASON_ADOPTED, about(running));
     running->setBroadcastRelated(true);
     return true;
 }
@@ -141,11 +162,19 @@ AITApplicationTransport* Window::findTransportOfXMLStart(Application* running,
 {
     AITApplicationTransport* const transport =
         successor->getTransportMatchingURL(running->getURL());
-    if (!transport || transport->getProtocol() != AITApplicationTransport::HTTP)
+    if (!transport || transport->getProtocol() != AITApplicationTransport::HTTP) {
+        if (areDecisionsHeard)
+            explain(HBBTV_REASON_NOT_ADOPTED_TRANSPORT, about(running), 0, 0,
+                    running->getURL().getFullUrl().c_str());
         return nullptr;
+    }
     ApplicationDomain* const domain = successor->getApplicationDomain();
     domain->addBoundaryExtension(running->getURL().getFullUrl());
-    return isLoadedUrlWithinBoundaries(domain) ? transport : nullptr;
+    const DecisionAbout whom = about(running);  // who is asked may end it
+    if (isLoadedUrlWithinBoundaries(domain))
+        return transport;
+    explain(HBBTV_REASON_NOT_ADOPTED_BOUNDARY, whom);
+    return nullptr;
 }
 
 bool Window::tearDownRunningApplication()
@@ -161,12 +190,15 @@ bool Window::tearDownRunningApplication()
 bool Window::activateWithoutRunningApplication()
 {
     if (!ait_ || ait_->isStale()) {
+        explain(HBBTV_REASON_START_NO_TABLE, about(this));
         endTeardown();
         return false;
     }
     const unsigned long tables = tableChanges_;
     AITApplication* const first =
         ait_->getAITApplication(AITApplication::AUTOSTART, isHttpAvailable());
+    if (!first && areDecisionsHeard)
+        explainAutostart(this, *ait_);
     const bool isStarted = first && startFirstAutostartApplication(first);
     if (!isStarted && tables == tableChanges_)
         endTeardown();
@@ -221,6 +253,7 @@ Application* Window::startNextAutostartApplication(AITApplication* after)
             return nullptr;
         if (Application* const started = startApplication(candidate, HbbTVURL(""), nullptr)) {
             started->setAutostarted(true);
+            explain(HBBTV_REASON_START_LOWER_AUTOSTART, about(started));
             return started;
         }
     }
@@ -235,8 +268,10 @@ bool Window::setTimeShifted(bool timeShifted)
     if (!timeShifted_ || state_ != RUNNING)
         return true;
     Application* const running = getRunningApplication();
-    if (running && !survivesTimeShift(running->getAITApplication()))
-        shutdown(running, atOnceReactivating);
+    if (!running || survivesTimeShift(running->getAITApplication()))
+        return true;
+    explain(HBBTV_REASON_END_TIME_SHIFT, about(running));
+    shutdown(running, atOnceReactivating);
     return true;
 }
 

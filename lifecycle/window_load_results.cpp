@@ -3,6 +3,7 @@
 #include "foundation/logging.h"
 #include "foundation/out_of_memory.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "security/application_domain.h"
 
@@ -71,6 +72,7 @@ void Window::showLoadedApplication(Application* application)
     Application* const parent = application->getParent();
     if (applicationExists(parent)) {
         log(LOG, module, "Shutting down parent application");
+        explain(HBBTV_REASON_END_PARENT, about(parent));
         shutdown(parent, onALaterTick);
     }
     application->setParent(nullptr);
@@ -89,6 +91,7 @@ bool Window::reportLoadFailed(TAVO_VestaWindow* tavoWindow)
     }
     if (application->isInitialPageLoaded()) {
         log(ERR, module, "Loading a page in a running application failed, no error handling.");
+        explain(HBBTV_REASON_LATER_LOAD_FAILED, about(application));
         return true;
     }
     return handleFailedStart(application);
@@ -112,9 +115,11 @@ bool Window::handleFailedStart(Application* application)
         return false;
     if (startNextAutostartApplication(application->getAITApplication())) {
         log(ERR, module, "Loading failed, trying to load next AUTOSTART application instead.");
+        explain(HBBTV_REASON_NEXT_AUTOSTART, about(application));
         return true;
     }
     log(ERR, module, "Automatic load of AUTOSTART application failed.");
+    explain(HBBTV_REASON_END_LOAD_FAILED, about(application));
     shutdown(application, onALaterTick);
     return true;
 }
@@ -130,8 +135,13 @@ bool Window::restartApplicationOnNextTransport(Application* application)
         return false;
     AITApplicationTransport* const next =
         nextUntriedTransport(*entry, current.get(), isHttpAvailable());
-    if (!next)
+    if (!next) {
+        explain(HBBTV_REASON_NO_NEXT_TRANSPORT, about(application));
         return false;
+    }
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_NEXT_TRANSPORT, about(application), 0, 0,
+                next->getURL(entry->getApplicationLocation()).c_str());
     Application* const restarted = startApplication(entry, HbbTVURL(""), next);
     if (!restarted)
         return false;

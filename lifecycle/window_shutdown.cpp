@@ -8,6 +8,7 @@
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
@@ -85,12 +86,18 @@ void Window::endNow(Application* application, bool reactivate, bool notify)
     const unsigned long tables = tableChanges_;
     bool reactivateNow = reactivate && application->isBroadcastRelated() && !pendingApplication_ &&
                          !runningApplication_;
-    if (application->isStopNoticeWanted())
+    const DecisionAbout whom = about(application);
+    if (application->isStopNoticeWanted()) {
+        const bool isMeant = reactivateNow;
         reactivateNow = notifyStop(application, reactivateNow);
+        if (isMeant && !reactivateNow)
+            explain(HBBTV_REASON_NOT_REACTIVATED, whom);
+    }
     destroyApplication(application);
     // A listener may have put another table in force, which was activated then.
     if (reactivateNow && !released_ && tables == tableChanges_) {
         log(LOG, module, "Reactivating AIT...");
+        explain(HBBTV_REASON_REACTIVATED, whom);
         scheduleReactivateAIT(true);
     }
 }

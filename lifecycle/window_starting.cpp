@@ -9,6 +9,7 @@
 #include "foundation/utilities.h"
 #include "integration/application_events.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/script_plugin.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -33,6 +34,20 @@ HbbTVURL pageOn(const AITApplicationTransport& transport, const AITApplication& 
     return page;
 }
 
+bool isUnknown(AITApplicationTransport::ProtocolId protocol)
+{
+    return protocol != AITApplicationTransport::OBJECT_CAROUSEL &&
+           protocol != AITApplicationTransport::HTTP;
+}
+
+/// @param answer that blocks
+HBBTV_Reason reasonOf(HBBTV_ApplicationActionType answer, bool isIdValid)
+{
+    if (answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP)
+        return HBBTV_REASON_START_BLOCKED_AND_KEPT;
+    return isIdValid ? HBBTV_REASON_START_BLOCKED_AND_KILLED : HBBTV_REASON_START_APPLICATION_ID;
+}
+
 }  // namespace
 
 Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
@@ -43,12 +58,21 @@ Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
         return nullptr;
     const ref_ptr<AITApplicationTransport> chosen(
         transport ? transport : entry->getFirstAvailableTransport(isHttpAvailable()));
-    if (!chosen)
+    if (!chosen) {
+        if (areDecisionsHeard)
+            explainTransports(about(this, entry), *entry);
         return nullptr;
-    if (timeShifted_ && !survivesTimeShift(entry))
+    }
+    if (timeShifted_ && !survivesTimeShift(entry)) {
+        explain(HBBTV_REASON_START_TIME_SHIFT, about(this, entry));
         return nullptr;
-    if (chosen->getURL(entry->getApplicationLocation()).empty())
+    }
+    if (chosen->getURL(entry->getApplicationLocation()).empty()) {
+        explain(isUnknown(chosen->getProtocol()) ? HBBTV_REASON_START_PROTOCOL
+                                                 : HBBTV_REASON_START_NO_LOCATION,
+                about(this, entry));
         return nullptr;
+    }
 
     Application* const application = createApplication(pageOn(*chosen, *entry, url), entry);
     if (application)
@@ -59,11 +83,17 @@ Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
 /// Whether the control code and the profiles of an entry allow it to run here.
 bool Window::mayStart(const AITApplication* entry)
 {
-    if (!entry || entry->isSignalledWith(AITApplication::KILL) ||
-        entry->isSignalledWith(AITApplication::DISABLED))
+    if (!entry)
         return false;
+    if (entry->isSignalledWith(AITApplication::KILL) ||
+        entry->isSignalledWith(AITApplication::DISABLED)) {
+        explain(HBBTV_REASON_START_CONTROL_CODE, about(this, entry), 0, entry->getControlCode());
+        return false;
+    }
     if (entry->isPlatformProfileSupported())
         return true;
+    if (areDecisionsHeard)
+        explainProfiles(about(this, entry), *entry);
     log(WARN, module, "Attempt to start application with unsupported platform profile.");
     NotificationManager::broadcastIfAny(new RejectApplicationNotification(
         !entry->isXMLAITbased(), entry->getOrganisationId(), entry->getApplicationId(),
@@ -78,20 +108,30 @@ Application* Window::startApplication(unsigned long organisationId, unsigned sho
         applicationId, ")");
     AITApplication* const entry =
         ait_ ? ait_->getAITApplication(organisationId, applicationId) : nullptr;
-    return entry ? startApplication(entry, url, nullptr) : nullptr;
+    if (entry)
+        return startApplication(entry, url, nullptr);
+    explain(ait_ ? HBBTV_REASON_START_NOT_LISTED : HBBTV_REASON_START_NO_TABLE,
+            {this, static_cast<uint32_t>(organisationId), applicationId, nullptr});
+    return nullptr;
 }
 
 Application* Window::startBroadcastIndependentApplication(HbbTVURL url)
 {
     log(LOG, module, "Starting broadcast independent application.");
-    return url.getFullUrl().empty() ? nullptr : createApplication(url, nullptr);
+    if (!url.getFullUrl().empty())
+        return createApplication(url, nullptr);
+    explain(HBBTV_REASON_START_URL, about(this));
+    return nullptr;
 }
 
 Application* Window::createApplication(HbbTVURL url, AITApplication* entry)
 {
-    if (!mayCreateApplications())
+    if (!mayCreateApplications()) {
+        explain(HBBTV_REASON_START_CLOSING, about(this, entry));
         return nullptr;
+    }
     const Hold hold(this);
+    const DecisionAbout whom = about(this, entry);  // who may be gone when it is decided
     const AITApplicationReference keptEntry(entry);
     const unsigned long tables = tableChanges_;
     // Whoever is called may release the window, and let an entry die whose table nobody counts, or
@@ -101,14 +141,30 @@ Application* Window::createApplication(HbbTVURL url, AITApplication* entry)
     };
     if (runningApplication_)
         url.resolveRelativeUrl(HbbTVURL(runningApplication_->getURL()));
-    if (isOver())
+    const auto explainOver = [&] {
+        explain(mayCreateApplications() ? HBBTV_REASON_START_TABLE_CHANGED
+                                        : HBBTV_REASON_START_CLOSING,
+                whom);
+    };
+    if (isOver()) {
+        explainOver();
         return nullptr;
+    }
+    const bool isIdValid = !entry || entry->hasValidAppId();
     const HBBTV_ApplicationActionType answer = askForStart(url, entry);
     const bool isBlocked = answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL ||
                            answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP;
+    if (isBlocked && areDecisionsHeard)
+        explain(reasonOf(answer, isIdValid), whom, 0, isIdValid ? 0 : whom.applicationId,
+                url.getFullUrl().c_str());
     if (isBlocked && !released_ && (!entry || tables == tableChanges_))
         refuseStart(answer);
-    return isBlocked || isOver() ? nullptr : makePending(url, entry, tables);
+    if (isBlocked)
+        return nullptr;
+    if (!isOver())
+        return makePending(url, entry, tables);
+    explainOver();
+    return nullptr;
 }
 
 bool Window::mayCreateApplications() const
@@ -150,6 +206,7 @@ void Window::refuseStart(HBBTV_ApplicationActionType answer)
         return;
     if (answer == HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL) {
         log(DEBUG, module, "Killing running application.");
+        explain(HBBTV_REASON_END_BLOCKED, about(runningApplication_));
         shutdown(runningApplication_, onALaterTick);
     } else {
         log(DEBUG, module, "Leaving running application.");
@@ -165,6 +222,8 @@ Application* Window::makePending(const HbbTVURL& url, AITApplication* entry, uns
     ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue();
     if (released_ || !queue || (entry && tables != tableChanges_)) {
         log(DEBUG, module, "createApplication(): Failed to create new application.");
+        explain(released_ || !queue ? HBBTV_REASON_START_CLOSING : HBBTV_REASON_START_TABLE_CHANGED,
+                about(application.get()));
         CallScope::retire(application.release());  // no window's yet, whatever the listeners did
         return nullptr;
     }
@@ -185,6 +244,7 @@ void Window::startPendingApplication(Application* application)
         log(WARN, module,
             "startPendingApplication: application does not matching pending application, "
             "aborting.");
+        explain(HBBTV_REASON_START_SUPERSEDED, about(application));
         destroyApplication(application);
         return;
     }
@@ -196,13 +256,16 @@ void Window::startPendingApplication(Application* application)
     if (released_)
         return;  // the application goes with the window
     if (isSuperseded()) {
+        explain(HBBTV_REASON_START_SUPERSEDED, about(application));
         destroyApplication(application);
         return;
     }
     const bool isInitialized = application->init() && application->getTavoWindow();
     if (isSuperseded()) {
+        explain(HBBTV_REASON_START_SUPERSEDED, about(application));
         destroyApplication(application);
     } else if (!isInitialized) {
+        explain(HBBTV_REASON_START_NO_BROWSER_WINDOW, about(application));
         log(WARN, module, "startPendingApplication(): Failed to initialize application.");
         abortStart(application);
     } else if (!released_) {
@@ -226,6 +289,7 @@ void Window::settleRunningApplication(Application* successor)
     if (!running)
         return;
     log(LOG, module, "Shutting down existing application.");
+    explain(HBBTV_REASON_END_REPLACED, about(running));
     const bool isRestart = running->getOrganisationId() == successor->getOrganisationId() &&
                            running->getApplicationId() == successor->getApplicationId();
     shutdown(running, isRestart ? atOnceInSilence : atOnce);
@@ -249,10 +313,16 @@ void Window::run(Application* application)
     setRunningApplication(application);
     if (manager_)
         manager_->registerApplication(application);
-    if (displaced)
+    if (displaced) {
+        explain(HBBTV_REASON_END_REPLACED, about(displaced));
         endNow(displaced, false, true);
-    if (application == runningApplication_ && !released_)
-        application->loadInitialPage();
+    }
+    if (application != runningApplication_ || released_)
+        return;
+    if (areDecisionsHeard)
+        explain(HBBTV_REASON_STARTED, about(application), 0, 0,
+                application->getURL().getFullUrl().c_str());
+    application->loadInitialPage();
 }
 
 /// A listener gave a browser window in which another application is shown: what it shows ends, and
@@ -281,6 +351,7 @@ bool Window::tryRestoreParentApplication(Application* application)
     if (runningApplication_ == formerlyRunning)  // else it started another in return
         runAgain(parent);
     application->setParent(nullptr);
+    explain(HBBTV_REASON_END_CHILD_FAILED, about(application));
     shutdown(application, onALaterTick);
     return true;
 }

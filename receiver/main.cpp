@@ -179,6 +179,8 @@ int play(const Options& options, EventLog& log)
         session.setSettledListener([&broadcast] { broadcast->update(); });
     }
     session.setDuration(options.duration);
+    if (options.why)
+        session.decisions().showEach();
     if (!options.pictures.empty())
         session.setPictures(options.pictures);
     if (!options.extract.empty())

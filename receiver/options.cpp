@@ -29,6 +29,7 @@ enum Option : int {
     scriptLimitOption,
     picturesOption,
     hbbtvOption,
+    whyOption,
     versionOption
 };
 
@@ -50,6 +51,7 @@ const option longOptions[] = {
     {"script-limit", required_argument, nullptr, scriptLimitOption},
     {"pictures", required_argument, nullptr, picturesOption},
     {"hbbtv-version", required_argument, nullptr, hbbtvOption},
+    {"why", no_argument, nullptr, whyOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
@@ -178,6 +180,7 @@ void takeSwitch(int name, Options& options)
 {
     options.help = options.help || name == helpOption;
     options.version = options.version || name == versionOption;
+    options.why = options.why || name == whyOption;
     options.middleware.loop = options.middleware.loop || name == loopOption;
     options.middleware.follow = options.middleware.follow || name == followOption;
 }
@@ -306,6 +309,8 @@ std::string usage()
            "change\n"
            "      --duration SECONDS     end after so long, as quit does\n"
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
+           "      --why                  say what the application manager decides, and for what "
+           "reason\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"
            "      --extract FOLDER       write the carousels' files to a folder at the end\n"
            "      --carousel-pid PID[:TAG]\n"

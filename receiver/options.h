@@ -23,6 +23,7 @@ struct Options {
     double scriptLimit = 20;          ///< seconds that a script of a page may take
     std::string pictures;             ///< a folder for pictures; empty: none
     double duration = 0;              ///< seconds; 0: as long as it takes
+    bool why = false;                 ///< show each decision
     bool help = false;
     bool version = false;
 };

@@ -102,9 +102,12 @@ int Session::run()
         doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline(),
                               [this] { return browser_.isBusy(); });
     }
+    const std::string why = decisions_.whyNothingRan();
     middleware_.stop();
     vesta_hbbtv_shutdown();
     vesta_hbbtv_set_sendevent_condition(nullptr, nullptr);
+    if (!why.empty())
+        log_.report(Source::Receiver, "nothing-ran", "no application ran: " + why);
     const std::string problem = afterwards_ ? afterwards_() : "";
     if (!problem.empty() && exitCode_ == exitSuccess)
         fail(exitUnreadable, problem);

@@ -15,6 +15,7 @@
 #include "receiver/browser/browser_engine.h"
 #include "receiver/console/event_log.h"
 #include "receiver/console/picture_series.h"
+#include "receiver/integration/decision_log.h"
 #include "receiver/integration/doorbell.h"
 #include "receiver/integration/integrator.h"
 #include "receiver/integration/platform.h"
@@ -89,6 +90,7 @@ public:
     Middleware& middleware() { return middleware_; }
     BrowserEngine& browser() { return browser_; }
     Integrator& integrator() { return integrator_; }
+    DecisionLog& decisions() { return decisions_; }
     void* window() const { return window_; }
 
     /// The next command waits until the condition holds.
@@ -137,6 +139,7 @@ private:
     std::optional<Doorbell::Clock::time_point> deadline() const;
 
     EventLog& log_;
+    DecisionLog decisions_{log_};
     Middleware& middleware_;
     Doorbell& doorbell_;
     BrowserEngine& browser_;

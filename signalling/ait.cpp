@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "foundation/decision.h"
 #include "foundation/descriptor.h"
 #include "foundation/logging.h"
+#include "signalling/refused_section.h"
 
 namespace VestaHbbTV {
 
@@ -17,6 +19,15 @@ constexpr size_t shortEntrySize = 64;
 
 /// Bytes of table_id and section_length.
 constexpr size_t sectionHeaderSize = 3;
+
+/// @param received of which one is missing
+uint32_t firstMissing(const std::bitset<256>& received)
+{
+    uint32_t number = 0;
+    while (received.test(number))
+        ++number;
+    return number;
+}
 
 }  // namespace
 
@@ -37,20 +48,39 @@ AIT::~AIT() = default;
 // demultiplexer has verified.
 bool AIT::parse(const unsigned char* section)
 {
-    if (!section || section[0] != applicationInformationTableId)
+    if (!section)
         return false;
+    if (section[0] != applicationInformationTableId) {
+        explain(HBBTV_REASON_SECTION_NOT_AIT, {}, applicationInformationTableId, section[0]);
+        return false;
+    }
     const uint16_t length = ByteReader(section + 1, 2).length12();
     ByteReader reader(section + sectionHeaderSize, length);
     reader.skip(2);  // test_application_flag and application_type: any type is taken
     const uint8_t version = (reader.u8() >> 1) & 0x1F;
     const uint8_t number = reader.u8();
     const uint8_t lastNumber = reader.u8();
-    if (!reader.ok() || !acceptsVersion(version))
+    if (!reader.ok()) {
+        explain(HBBTV_REASON_SECTION_TOO_SHORT, {}, 0, length);
         return false;
-    if (receivedSections_.test(number))
+    }
+    if (!acceptsVersion(version)) {
+        explain(complete_ ? HBBTV_REASON_SECTION_TABLE_CLOSED : HBBTV_REASON_SECTION_OTHER_VERSION,
+                {}, version_, version);
+        return false;
+    }
+    if (receivedSections_.test(number)) {
+        explain(HBBTV_REASON_SECTION_REPEATED, {}, 0, number);
         return true;
+    }
     recordSection(version, number, lastNumber);
-    return parseBody(reader);
+    const bool isRead = parseBody(reader);
+    if (areDecisionsHeard && !isRead)
+        explainRefusal(section);
+    if (areDecisionsHeard && !complete_)
+        explain(HBBTV_REASON_TABLE_INCOMPLETE, {}, firstMissing(receivedSections_),
+                lastSectionNumber_);
+    return isRead;
 }
 
 /// The first section decides on the version. Once all sections have arrived, no more are taken: not

@@ -8,6 +8,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/decision.h"
 #include "foundation/logging.h"
 #include "foundation/out_of_memory.h"
 #include "foundation/threadsafe_event_queue.h"
@@ -15,6 +16,7 @@
 #include "integration/application_events.h"
 #include "integration/key_set.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/script_plugin.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
@@ -35,6 +37,14 @@ const int refused = VEIF_RETURN_NOT_PERMITTED;
 int asPermission(bool granted)
 {
     return granted ? VEIF_RETURN_OK : VEIF_RETURN_NOT_PERMITTED;
+}
+
+/// Whether there is a place for an answer.
+bool isThere(const void* place)
+{
+    if (!place)
+        explain(HBBTV_REASON_NATIVE_NULL);
+    return place != nullptr;
 }
 
 /// What the library itself thinks of a page of an application.
@@ -62,15 +72,19 @@ void takeOverBroadcast(Window* window)
     if (former == window || !manager->setBroadcastWindow(window))
         return;
     Application* const running = former ? former->getRunningApplication() : nullptr;
-    if (running && running->isBroadcastRelated())
-        former->terminateRunningApplication(true);
+    if (!running || !running->isBroadcastRelated())
+        return;
+    explain(HBBTV_REASON_END_CHANNEL_TAKEN, about(running));
+    former->terminateRunningApplication(true);
 }
 
 /// Starts what a script named by URL. @return null when it did not start
 Application* startByURL(Window& window, const std::string& url)
 {
-    if (!WindowManager::getInstance()->isHttpAvailable())
+    if (!WindowManager::getInstance()->isHttpAvailable()) {
+        explain(HBBTV_REASON_NATIVE_BROADBAND_OFF, about(&window), 0, 0, url.c_str());
         return nullptr;
+    }
     return window.startBroadcastIndependentApplication(HbbTVURL(url));
 }
 
@@ -78,8 +92,12 @@ Application* startByURL(Window& window, const std::string& url)
 Application* startByIds(Window& window, const HbbTVCurrentAITDVBURL& url)
 {
     const uint32_t highestApplicationId = 0xFFFF;
-    if (url.getApplicationId() > highestApplicationId)
+    if (url.getApplicationId() > highestApplicationId) {
+        explain(HBBTV_REASON_START_NOT_LISTED,
+                {&window, static_cast<uint32_t>(url.getOrganisationId()), url.getApplicationId(),
+                 nullptr});
         return nullptr;
+    }
     return window.startApplication(url.getOrganisationId(),
                                    static_cast<unsigned short>(url.getApplicationId()), url);
 }
@@ -92,8 +110,10 @@ int createApplication(Window& window, const std::string& url, void* parentAppId,
     Application* application = nullptr;
     if (HbbTVURL::getURLType(url) == HbbTVURL::currentAITDVBURL) {
         const HbbTVCurrentAITDVBURL currentAITURL(url);
-        if (!currentAITURL.isValid())
+        if (!currentAITURL.isValid()) {
+            explain(HBBTV_REASON_NATIVE_URL, about(&window), 0, 0, url.c_str());
             return VEIF_RETURN_ERROR;
+        }
         application = startByIds(window, currentAITURL);
     } else {
         application = startByURL(window, url);
@@ -114,24 +134,36 @@ int createApplication(Window& window, const std::string& url, void* parentAppId,
 Application* get_application_from_window(long windowId)
 {
     TAVO_VestaWindow* tavoWindow = nullptr;
-    if (ve_get_window(ConfigurationManager::getInstance()->getBrowser(), windowId, &tavoWindow))
+    if (ve_get_window(ConfigurationManager::getInstance()->getBrowser(), windowId, &tavoWindow)) {
+        explain(HBBTV_REASON_NATIVE_UNKNOWN_WINDOW);
         return nullptr;
+    }
     Window* const window = WindowManager::getInstance()->getWindow(tavoWindow);
     if (!window) {
         log(ERR, module, "No window found in native call");
+        explain(HBBTV_REASON_NATIVE_UNKNOWN_WINDOW);
         return nullptr;
     }
-    return window->getApplication(tavoWindow);
+    Application* const application = window->getApplication(tavoWindow);
+    if (!application)
+        explain(HBBTV_REASON_NATIVE_UNKNOWN_WINDOW, about(window));
+    return application;
 }
 
 Application* get_application_from_id(void* appId)
 {
-    if (!appId || !WindowManager::instance)
+    DecisionAbout whom;
+    whom.scriptApplication = appId;
+    if (!appId || !WindowManager::instance) {
+        explain(HBBTV_REASON_NATIVE_UNKNOWN_APPLICATION, whom);
         return nullptr;
+    }
     Application* const application =
         WindowManager::instance->getApplication(reinterpret_cast<uintptr_t>(appId));
-    if (!application)
+    if (!application) {
         log(WARN, module, "Native application manager api called with invalid appId.");
+        explain(HBBTV_REASON_NATIVE_UNKNOWN_APPLICATION, whom);
+    }
     return application;
 }
 
@@ -155,7 +187,7 @@ int native_AppPrivateDataGetFreeMem(long /*windowId*/, double* freeMemory)
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_AppPrivateDataGetFreeMem");
-        if (!freeMemory)
+        if (!isThere(freeMemory))
             return VEIF_RETURN_ERROR;
         long answer = -1;
         NotificationManager::broadcastIfAny(new GetFreeMemoryNotification(&answer));
@@ -168,7 +200,7 @@ int native_KeySetGetMaximumValue(long /*windowId*/, double* maximum)
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_KeySetGetMaximumValue");
-        if (!maximum)
+        if (!isThere(maximum))
             return VEIF_RETURN_ERROR;
         *maximum = ConfigurationManager::getInstance()->getSupportedKeySetValues();
         return VEIF_RETURN_OK;
@@ -179,11 +211,16 @@ int native_KeySetSetValue(void* appId, double value, double* granted)
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_KeySetSetValue");
-        Application* const application = granted ? get_application_from_id(appId) : nullptr;
+        Application* const application =
+            isThere(granted) ? get_application_from_id(appId) : nullptr;
         if (!application)
             return VEIF_RETURN_ERROR;
-        const int stored = application->getKeySet()->setValue(toInt(value));
+        const int wanted = toInt(value);
+        const int stored = application->getKeySet()->setValue(wanted);
         *granted = stored;
+        if (stored != wanted)
+            explain(HBBTV_REASON_KEYS_CUT, about(application), static_cast<uint32_t>(wanted),
+                    static_cast<uint32_t>(stored));
         NotificationManager::broadcastIfAny(
             new KeysetChangedNotification(application->getTavoWindow(), stored));
         return VEIF_RETURN_OK;
@@ -194,7 +231,8 @@ int native_KeySetGetValue(void* appId, double* value)
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_KeySetGetValue");
-        const Application* const application = value ? get_application_from_id(appId) : nullptr;
+        const Application* const application =
+            isThere(value) ? get_application_from_id(appId) : nullptr;
         if (!application)
             return VEIF_RETURN_ERROR;
         *value = application->getKeySet()->getValue();
@@ -206,9 +244,14 @@ int native_PermissionsIsBroadcastRelated(long windowId, const char* url)
 {
     return guarded(refused, [&]() -> int {
         log(DEBUG, module, "native_PermissionsIsBroadcastRelated()");
-        const Application* const application = get_application_from_window(windowId);
-        return asPermission(application && application->isWithinApplicationBoundaries(url) &&
-                            application->isBroadcastRelated());
+        Application* const application = get_application_from_window(windowId);
+        if (!application)
+            return VEIF_RETURN_NOT_PERMITTED;
+        const bool isPermitted =
+            application->isWithinApplicationBoundaries(url) && application->isBroadcastRelated();
+        if (!isPermitted)
+            explain(HBBTV_REASON_NATIVE_OUTSIDE, about(application), 0, 0, url ? url : "");
+        return asPermission(isPermitted);
     });
 }
 
@@ -251,8 +294,11 @@ int native_AppManNotifySetChannelCalled(long windowId, const char* url, void* ch
 int native_AppManGetWindowOfApplication(void* appId, long* windowId)
 {
     return guarded(failed, [&]() -> int {
-        Application* const application = windowId ? get_application_from_id(appId) : nullptr;
+        Application* const application =
+            isThere(windowId) ? get_application_from_id(appId) : nullptr;
         TAVO_Vesta* const browser = ConfigurationManager::getInstance()->getBrowser();
+        if (areDecisionsHeard && application && !browser)
+            explain(HBBTV_REASON_NATIVE_NO_BROWSER, about(application));
         if (!application || !application->getTavoWindow() || !browser)
             return VEIF_RETURN_ERROR;
         const int result =
@@ -265,16 +311,19 @@ int native_AppPrivateDataGetCurrentChannel(void* appId, void** channel)
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_AppPrivateDataGetCurrentChannel");
-        if (!channel)
+        if (!isThere(channel))
             return VEIF_RETURN_ERROR;
         *channel = nullptr;
-        const Application* const application = get_application_from_id(appId);
+        Application* const application = get_application_from_id(appId);
         if (!application)
             return VEIF_RETURN_ERROR;
         const AITApplication* const entry = application->getAITApplication();
         if (entry && application->isBroadcastRelated())
             *channel = entry->getChannelHandle();
-        return *channel ? VEIF_RETURN_OK : VEIF_RETURN_VALUE_NULL;
+        if (*channel)
+            return VEIF_RETURN_OK;
+        explain(HBBTV_REASON_NATIVE_NO_CHANNEL, about(application));
+        return VEIF_RETURN_VALUE_NULL;
     });
 }
 
@@ -288,6 +337,7 @@ int native_ApplicationDestroyApplication(void* appId)
         if (!application)
             return VEIF_RETURN_ERROR;
         log(DEBUG, module, application->getURL());
+        explain(HBBTV_REASON_END_SCRIPT, about(application));
         Window* const window = application->getWindow();
         if (!window) {
             log(ERR, module, "No window found for application in native call.");
@@ -332,7 +382,8 @@ int native_AppManGetApplicationId(long windowId, void* /*reserved*/, void** appI
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_AppManGetApplicationId");
-        Application* const application = appId ? get_application_from_window(windowId) : nullptr;
+        Application* const application =
+            isThere(appId) ? get_application_from_window(windowId) : nullptr;
         if (!application)
             return VEIF_RETURN_ERROR;
         *appId = get_id_from_application(application);
@@ -345,7 +396,7 @@ int native_ApplicationCreateApplication(const char* url, int /*createChild*/, vo
 {
     return guarded(failed, [&]() -> int {
         log(DEBUG, module, "native_ApplicationCreateApplication");
-        if (!appId || !WindowManager::instance)
+        if (!isThere(appId) || !WindowManager::instance)
             return VEIF_RETURN_ERROR;
         Application* const parent = get_application_from_id(parentAppId);
         if (!parent) {

@@ -8,9 +8,11 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/configuration_manager.h"
+#include "foundation/decision.h"
 #include "foundation/out_of_memory.h"
 #include "foundation/url_prefixes.h"
 #include "lifecycle/application.h"
+#include "lifecycle/decisions.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "signalling/ait_application.h"
@@ -25,13 +27,19 @@ const int failed = VEIF_RETURN_ERROR;  // also where memory runs out
 Application* findSubscriber(long windowId)
 {
     TAVO_Vesta* const browser = ConfigurationManager::getInstance()->getBrowser();
-    if (!browser)
+    if (!browser) {
+        explain(HBBTV_REASON_NATIVE_NO_BROWSER);
         return nullptr;
+    }
     TAVO_VestaWindow* tavoWindow = nullptr;
     ve_get_window(browser, windowId, &tavoWindow);  // the handle tells, not the status
     Application* const application =
         tavoWindow ? WindowManager::getInstance()->findApplication(tavoWindow) : nullptr;
-    return application && application->getAITApplication() ? application : nullptr;
+    if (application && application->getAITApplication())
+        return application;
+    explain(application ? HBBTV_REASON_NATIVE_NO_ENTRY : HBBTV_REASON_NATIVE_UNKNOWN_WINDOW,
+            about(application));
+    return nullptr;
 }
 
 bool isAbsolute(const std::string& target)
@@ -56,7 +64,7 @@ int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p
                                            void* p4, long windowId)
 {
     return guarded(failed, [&]() -> int {
-        const Application* const application = findSubscriber(windowId);
+        Application* const application = findSubscriber(windowId);
         if (!application)
             return VEIF_RETURN_ERROR;
         std::string path = target ? target : "";
@@ -64,8 +72,10 @@ int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p
             path.erase(0, absoluteDVBPrefix.size());
         } else {
             const AITApplicationTransport* const transport = application->getTransport();
-            if (!transport)
+            if (!transport) {
+                explain(HBBTV_REASON_NATIVE_NO_ENTRY, about(application));
                 return VEIF_RETURN_ERROR;
+            }
             path = transport->getHostname() + "/" + path;
         }
         dsmcc_stream_event_subscribe(path.c_str(), p1, p2, p3, p4);
@@ -77,9 +87,11 @@ int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, dou
                                               void* x4, void* x5, long windowId)
 {
     return guarded(failed, [&]() -> int {
-        const Application* const application = findSubscriber(windowId);
+        Application* const application = findSubscriber(windowId);
         const AITApplicationTransport* const transport =
             application ? application->getTransport() : nullptr;
+        if (application && !transport)
+            explain(HBBTV_REASON_NATIVE_NO_ENTRY, about(application));
         if (!transport)
             return VEIF_RETURN_ERROR;
         dsmcc_xml_stream_event_subscribe(x1, x2, low16(d1), transport->getServiceId(), low16(d2),

@@ -69,8 +69,13 @@ const std::vector<Command>& commands()
         {"answer", "start|request WORD", "what to answer: allow, kill, keep; allow, deny, core", 2,
          2, setAnswer},
         {"status", "", "show windows, applications, table and carousel files", 0, 0, showStatus},
+        {"why", "[ORG.APP|SUBJECT]",
+         "explain the latest decisions: of an application, or about section, table, start, end, "
+         "load, key, request, native",
+         0, 1, explainDecisions},
         {"wait", "CONDITION [within SECONDS]",
-         "service, running [IDS], window NUMBER, loaded [URL], file PATH, shown, stopped, said "
+         "service, table, running [IDS], window NUMBER, loaded [URL], file PATH, shown, stopped, "
+         "said "
          "TEXT, "
          "painted, end",
          1, 4, wait},

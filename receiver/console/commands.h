@@ -61,6 +61,7 @@ Outcome lowMemory(Session& session, const Words& words);
 Outcome setProfiles(Session& session, const Words& words);
 Outcome setUserAgent(Session& session, const Words& words);
 Outcome setAnswer(Session& session, const Words& words);
+Outcome explainDecisions(Session& session, const Words& words);
 Outcome showStatus(Session& session, const Words& words);
 Outcome wait(Session& session, const Words& words);
 Outcome say(Session& session, const Words& words);

@@ -36,6 +36,8 @@ SourceLook lookOf(Source source)
         return {"user", "\033[1m"};
     case Source::Receiver:
         return {"receiver", "\033[34m"};
+    case Source::Decision:
+        return {"decision", "\033[96m"};
     case Source::Log:
         return {"log", "\033[2m"};
     }
@@ -63,17 +65,34 @@ void EventLog::report(Source source, const std::string& event, const std::string
                       const Details& details)
 {
     const MutexLock lock(mutex_);
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    const double seconds = secondsSinceStart();
     const SourceLook look = lookOf(source);
     std::ostringstream line;
     line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
          << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
          << (colour_ ? colourOff : "") << "  " << printable(text) << '\n';
     write(line.str());
+    writeTrace(seconds, look.name, event, text, details);
+}
+
+void EventLog::trace(Source source, const std::string& event, const std::string& text,
+                     const Details& details)
+{
+    const MutexLock lock(mutex_);
+    writeTrace(secondsSinceStart(), lookOf(source).name, event, text, details);
+}
+
+double EventLog::secondsSinceStart() const
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+}
+
+void EventLog::writeTrace(double seconds, const char* source, const std::string& event,
+                          const std::string& text, const Details& details)
+{
     if (!trace_.is_open())
         return;
-    Details object = {{"time", seconds}, {"source", look.name}, {"event", event}, {"text", text}};
+    Details object = {{"time", seconds}, {"source", source}, {"event", event}, {"text", text}};
     if (!details.is_null())
         object["details"] = details;
     const std::string json = object.dump(-1, ' ', false, Details::error_handler_t::replace);

@@ -22,6 +22,7 @@ enum class Source {
     Script,    ///< a page's script asked for it
     User,      ///< a command
     Receiver,  ///< the receiver itself
+    Decision,  ///< the application manager says why
     Log        ///< a log line of the application manager
 };
 
@@ -53,6 +54,10 @@ public:
     void report(Source source, const std::string& event, const std::string& text,
                 const Details& details = nullptr);
 
+    /// For the trace alone.
+    void trace(Source source, const std::string& event, const std::string& text,
+               const Details& details);
+
     /// Shows how far a long stream has been read; replaced by the next line. Terminals only.
     void progress(const std::string& text);
 
@@ -66,7 +71,10 @@ public:
     void setTypedLine(TypedLine* line);
 
 private:
+    double secondsSinceStart() const;
     void write(const std::string& text) VESTA_REQUIRES(mutex_);
+    void writeTrace(double seconds, const char* source, const std::string& event,
+                    const std::string& text, const Details& details) VESTA_REQUIRES(mutex_);
     void check(const std::ostream& stream, const std::string& name) VESTA_REQUIRES(mutex_);
 
     mutable VestaHbbTV::Mutex mutex_;

@@ -124,6 +124,19 @@ Outcome setAnswer(Session& session, const Words& words)
     return Outcome::done();
 }
 
+Outcome explainDecisions(Session& session, const Words& words)
+{
+    const std::string what = words.size() > 1 ? words[1] : "";
+    auto sentences = session.decisions().sentencesAbout(what);
+    if (!sentences)
+        return Outcome::wrongUsage("expected ids such as a.1, or one of " +
+                                   DecisionLog::subjects() + ", not " + what);
+    if (sentences->empty())
+        sentences->emplace_back("nothing was decided" + (what.empty() ? "" : " about " + what));
+    session.log().print(*sentences);
+    return Outcome::done();
+}
+
 Outcome showStatus(Session& session, const Words&)
 {
     session.log().print(statusPage(session));

@@ -1,5 +1,6 @@
 // What the integration guide shows and the receiver has no use for.
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include "integration/application_events.h"
 #include "lifecycle/window.h"
 #include "signalling/ait.h"
+#include "vesta_hbbtv_diagnosis.h"
 
 namespace {
 
@@ -60,6 +62,14 @@ void sendSection(const unsigned char* section, size_t size, void* channel)
     vesta_hbbtv_send_event(E_AIT_SECTION, record);
 }
 
+void hearDecision(const HBBTV_Decision* decision, void* /*context*/)
+{
+    std::printf("%s %x.%x: %s (wanted %x, had %x) %s\n", decision->verdict ? "yes" : "no",
+                decision->organisationId, decision->applicationId,
+                vesta_hbbtv_reason_text(decision->reason), decision->wanted, decision->had,
+                decision->text);
+}
+
 std::vector<std::string> heard;
 
 HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
@@ -98,6 +108,24 @@ TEST(GuideSamples, ASectionThatIsSentByHandIsATable)
     const AIT* const table = static_cast<Window*>(window)->getAIT();
     EXPECT_TRUE(table && table->getServiceId() == 0x6DD0 && table->getChannelHandle() == window);
     vesta_hbbtv_shutdown();
+}
+
+TEST(GuideSamples, WhyAnApplicationDoesNotStartIsSaid)
+{
+    testing::internal::CaptureStdout();
+    vesta_hbbtv_set_decision_listener(hearDecision, nullptr);
+    vesta_hbbtv_init(nullptr);
+    auto* const request =
+        static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_StartApplicationEventData)));
+    request->start.window = vesta_hbbtv_create_window();
+    request->start.organisationId = 0x0A;
+    request->start.applicationId = 0x10;
+    vesta_hbbtv_send_event(E_START_APPLICATION, request);
+    vesta_hbbtv_tick();
+    vesta_hbbtv_shutdown();
+    vesta_hbbtv_set_decision_listener(nullptr, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "no a.10: No table is in force. (wanted 0, had 0) \n");
 }
 
 TEST(GuideSamples, TheLogIsSeenOnceThereIsASink)

@@ -70,6 +70,11 @@ TEST(IntegrationGuide, TheEnginesGuideQuotesTheSourcesAsTheyAre)
     expectQuotes("docs/engine.md", 6);
 }
 
+TEST(IntegrationGuide, TheReasonsGuideQuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("docs/reasons.md", 1);
+}
+
 TEST(IntegrationGuide, TheKitsGuideQuotesTheSourcesAsTheyAre)
 {
     expectQuotes("docs/kit.md", 1);

@@ -144,6 +144,12 @@ TEST(Options, WhatIsWrongIsSaid)
     }
 }
 
+TEST(Options, DecisionsAreShownWhereThatIsWanted)
+{
+    EXPECT_FALSE(parse("a.ts").options->why);
+    EXPECT_TRUE(parse("--why a.ts").options->why);
+}
+
 TEST(Options, TheVersionOfHbbTVIsThreeNumbers)
 {
     const Parsed parsed = parse("--hbbtv-version 1.4.12 a.ts");

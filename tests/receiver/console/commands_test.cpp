@@ -77,6 +77,7 @@ TEST(Commands, ArgumentsThatAreNotUnderstoodSayWhatWasExpected)
         {"answer stop allow", "expected start or request, not stop"},
         {"answer start deny", "expected allow, kill or keep, not deny"},
         {"answer request keep", "expected allow, deny or core, not keep"},
+        {"why not", "expected ids such as a.1, or one of section, table,"},
         {"wait for it", "expected service, table, running [IDS]"},
         {"wait service 5", "expected service, table, running [IDS]"},
         {"wait file", "expected service, table, running [IDS]"},
@@ -129,6 +130,29 @@ TEST(Commands, EveryConditionCanBeWaitedFor)
                            "answer start keep", "destroy", "wait stopped within 5", "wait end"}),
               exitSuccess)
         << played.problem();
+}
+
+TEST(Commands, WhySaysWhatWasDecided)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"wait running", "key RED", "why a.2a01", "why key", "why request"}),
+              exitSuccess)
+        << played.problem();
+    EXPECT_TRUE(played.says("\nyes, start of a.2a01: It runs: its page is being opened. "
+                            "dvb://20fa.441.6dd0.2a/index.html\n"));
+    EXPECT_TRUE(played.says("\nno, key of a.2a01: The application has not asked for this key"));
+    EXPECT_TRUE(played.says("\nnothing was decided about request\n"));
+    EXPECT_FALSE(played.says("no application ran"));
+}
+
+TEST(Commands, ARunWithoutAnyApplicationEndsWithTheReason)
+{
+    PlayedSession played;
+    EXPECT_EQ(played.play({"answer start keep", "wait end"}), exitSuccess) << played.problem();
+    EXPECT_TRUE(played.says(
+        "no application ran: no, start of a.2a01: A listener answered to block it and to "
+        "keep the running one. dvb://"))
+        << played.output();
 }
 
 TEST(Commands, TextsOfTheUserAgentMayHaveBlanks)

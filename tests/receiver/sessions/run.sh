@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # run.sh [--regenerate | --browser NAME] RECEIVER STREAMS [SESSION...]
 # Plays sessions (all of them when none is named) and compares the traces that they leave, without
-# the times and the library's log, with SESSION.expected; --regenerate writes these files instead. A session's first line
+# the times, the library's log and its decisions, with SESSION.expected; --regenerate writes these files instead. A session's first line
 # may hold the receiver's options and its stream: "# receiver OPTIONS... NAME.ts".
 # --browser plays them in another browser. Then only what commands asked for, and what the
 # application manager made of it, has to be the same.
@@ -43,7 +43,7 @@ play() {
         cat "$complaints" >&2
         status=1
     fi
-    sed -i '/"source":"log"/d; s/^{"time":[^,]*,/{/' "$trace"
+    sed -i '/"source":"\(log\|decision\)"/d; s/^{"time":[^,]*,/{/' "$trace"
 }
 
 # What has to be the same in every browser, and how it ends.

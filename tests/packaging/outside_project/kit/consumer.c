@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdio.h>
 #include <string.h>
+#include <vesta_hbbtv_diagnosis.h>
 #include <vesta_hbbtv_kit.h>
 
 static const char document[] =
@@ -34,6 +35,19 @@ int load_fault(void* window)
     const HBBTV_KitXMLAITResult result = hbbtv_kit_load_xml_ait(window, "\n<", 2, NULL);
     return result.status == HBBTV_KIT_XML_AIT_NOT_WELL_FORMED && result.line == 2 &&
            result.column == 1 && result.text[0] != '\0';
+}
+
+static void hear_decision(const HBBTV_Decision* decision, void* starts)
+{
+    printf("%u.%u: %s\n", (unsigned)decision->organisationId, (unsigned)decision->applicationId,
+           vesta_hbbtv_reason_text(decision->reason));
+    if (decision->reason == HBBTV_REASON_STARTED)
+        ++*(int*)starts;
+}
+
+void hear_decisions(int* starts)
+{
+    vesta_hbbtv_set_decision_listener(hear_decision, starts);
 }
 
 static HBBTV_KitAITFeed* feed;

@@ -27,6 +27,8 @@ HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
 
 int main()
 {
+    int starts = 0;
+    hear_decisions(&starts);
     bool succeeds = load_document(nullptr) == HBBTV_KIT_XML_AIT_NOT_INITIALISED;
     vesta_hbbtv_init(nullptr);
     vesta_hbbtv_add_notification_listener(listen);
@@ -38,5 +40,5 @@ int main()
     vesta_hbbtv_shutdown();
 
     std::printf("opened %s\n", openedPage.c_str());
-    return succeeds && openedPage == "http://outside.example/app/index.html" ? 0 : 1;
+    return succeeds && starts == 1 && openedPage == "http://outside.example/app/index.html" ? 0 : 1;
 }
