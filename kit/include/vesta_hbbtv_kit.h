@@ -93,7 +93,7 @@ enum HBBTV_KitTableFault {
     HBBTV_KIT_TABLE_LABELS_CLASH = 5
 };
 
-/// What a feed tells of.
+/// What a feed reports.
 enum HBBTV_KitFeedEvent {
     /// `pid`, `fault` (an HBBTV_KitSectionFault), `offset`, `tag`. Reported once for each fault on
     /// each PID of a service; all are counted.
@@ -105,7 +105,7 @@ enum HBBTV_KitFeedEvent {
     HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT = 2,
     /// `pid`, `version`, `sentVersion`, `sections`, `applications`: in the event queue.
     HBBTV_KIT_FEED_TABLE_SENT = 3,
-    /// The application manager was told that there is no table, or none any more.
+    /// The application manager heard that there is no table, or none any more.
     HBBTV_KIT_FEED_WITHDRAWN = 4,
     /// `pid`: its tables are the service's. Reported with the first of them.
     HBBTV_KIT_FEED_PID_CHOSEN = 5,
