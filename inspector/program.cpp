@@ -53,9 +53,12 @@ int checkAndReport(const Survey& survey, const Options& options, std::ostream& o
 }
 
 /// @return what is wrong, for people; empty for success
-std::string readInputs(const Options& options, Survey& survey)
+std::string readInputs(const Options& options, Survey& survey, std::ostream& errors)
 {
-    InputReader reader(survey, {options.service, options.seconds, options.url});
+    const auto say = [&errors](const std::string& remark) {
+        errors << "vesta_signalling: " << receiver::printable(remark) << std::endl;
+    };
+    InputReader reader(survey, {options.service, options.seconds, options.url, say});
     const receiver::SignalWatch watch([&reader](const std::string&) { reader.stop(); });
     for (const std::string& path : options.inputs) {
         if (std::string problem = reader.read(path); !problem.empty())
@@ -73,7 +76,7 @@ bool lacksService(const Survey& survey, const Options& options)
 int perform(const Options& options, std::ostream& output, std::ostream& errors)
 {
     Survey survey;
-    if (const std::string problem = readInputs(options, survey); !problem.empty())
+    if (const std::string problem = readInputs(options, survey, errors); !problem.empty())
         return complain(errors, problem, exitUnreadable);
     if (lacksService(survey, options))
         return complain(errors, "no such service: " + std::to_string(*options.service), exitUsage);

@@ -37,14 +37,28 @@ std::vector<const Node*> descriptorsOf(const std::list<Node>& descriptors, uint6
 /// Transports by their labels, of which the first counts.
 using Transports = std::map<uint64_t, const Node*>;
 
-/// HbbTV of ETSI TS 102 796 from V1.1.1 to V1.7.1, and its optional profiles.
+/// The latest that is published: ETSI TS 102 796 V1.7.1.
+constexpr uint64_t latestMinor = 7;
+
+/// Whether there are terminals that the profile asks for: of those versions, with the optional
+/// features of the standard.
 bool isProfileKnown(const Node& profile)
 {
     constexpr uint64_t knownProfiles = 0x0007;
-    constexpr uint64_t latestMinor = 7;
+    const uint64_t major = profile.numberOf("version_major");
     const uint64_t minor = profile.numberOf("version_minor");
-    return (profile.numberOf("application_profile") & ~knownProfiles) == 0 &&
-           profile.numberOf("version_major") == 1 && minor >= 1 && minor <= latestMinor &&
+    const bool isNewer =
+        major > 1 ||
+        (major == 1 &&
+         (minor > latestMinor || (minor == latestMinor && profile.numberOf("version_micro") > 1)));
+    return (profile.numberOf("application_profile") & ~knownProfiles) == 0 && !isNewer;
+}
+
+/// V1.1.1 to V1.7.1
+bool isVersionPublished(const Node& profile)
+{
+    const uint64_t minor = profile.numberOf("version_minor");
+    return profile.numberOf("version_major") == 1 && minor >= 1 && minor <= latestMinor &&
            profile.numberOf("version_micro") == 1;
 }
 
@@ -173,6 +187,8 @@ private:
         for (const Node& profile : profiles) {
             if (!isProfileKnown(profile))
                 add("profile-unknown", &descriptor, versionOf(profile));
+            else if (!isVersionPublished(profile))
+                add("profile-version", &descriptor, versionOf(profile));
         }
     }
 
@@ -261,6 +277,8 @@ private:
     void checkExtension(const Node& descriptor, const std::string& extension)
     {
         const std::string quoted = "\"" + extension + "\"";
+        if (isOrigin(extension) && !boundary_.addBoundaryExtension(extension))
+            return add("boundary-several-hosts", &descriptor, quoted);
         extensions_.push_back(extension);
         if (!isOrigin(extension) && !extension.empty())
             return add("boundary-not-an-origin", &descriptor, quoted);
@@ -307,7 +325,8 @@ private:
     Transports own_;
     std::set<uint64_t> labels_;
     uint64_t priority_ = 0;
-    std::vector<std::string> extensions_;
+    ApplicationDomain boundary_;           // as the application manager keeps it of the table
+    std::vector<std::string> extensions_;  // that are in it, or would be
 };
 
 /// A table: its applications, and what they share.

@@ -6,6 +6,7 @@
 
 #include "foundation/text.h"
 #include "kit/ait_section.h"
+#include "kit/crc32.h"
 
 namespace inspector {
 
@@ -51,19 +52,14 @@ bool looksLikeXml(std::string_view head)
     return false;
 }
 
-/// Whether DVB gives the number to a table whose sections may be in a file.
-bool isTableId(unsigned char id)
-{
-    return id == 0x00 || id == 0x01 || id == 0x02 || (id >= 0x3A && id <= 0x7F && id != syncByte);
-}
-
-bool looksLikeSections(std::string_view head, bool isWhole)
+/// Whether it begins with a section that is right, or with one of an AIT, which need not be.
+bool looksLikeSections(std::string_view head)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(head.data());
-    if (head.empty() || !isTableId(bytes[0]))
-        return false;
-    const bool isAit = bytes[0] == VestaHbbTV::AITLayout::tableId;
-    return isAit || !isWhole || VestaHbbTV::sectionSize(bytes, head.size()) != 0;
+    if (!head.empty() && bytes[0] == VestaHbbTV::AITLayout::tableId)
+        return true;
+    const size_t size = VestaHbbTV::sectionSize(bytes, head.size());
+    return size != 0 && VestaHbbTV::crc32(bytes, size) == 0;
 }
 
 /// Whether it may be the beginning of a hexadecimal text.
@@ -101,7 +97,7 @@ InputKind kindOf(std::string_view head, bool isWhole)
         return InputKind::Xml;
     if (looksLikeHexadecimalText(head, isWhole))
         return InputKind::HexadecimalText;
-    return looksLikeSections(head, isWhole) ? InputKind::Sections : InputKind::TransportStream;
+    return looksLikeSections(head) ? InputKind::Sections : InputKind::TransportStream;
 }
 
 std::optional<std::string> bytesOfHexadecimalText(std::string_view text)

@@ -76,6 +76,7 @@ std::string InputReader::read(const std::string& path)
     const std::unique_ptr<StreamInput> input = receiver::makeStreamInput(path, false);
     if (std::string problem = input->open(); !problem.empty())
         return problem;
+    passRemarks(*input);
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         reading_ = input.get();
@@ -109,6 +110,14 @@ void InputReader::stop()
         reading_->wake();
 }
 
+void InputReader::passRemarks(StreamInput& input) const
+{
+    for (const StreamInput::Remark& remark : input.takeRemarks()) {
+        if (options_.remark)
+            options_.remark(remark.text);
+    }
+}
+
 std::string InputReader::readStream(StreamInput& input, const std::string& head)
 {
     if (surveyor_)
@@ -125,6 +134,7 @@ std::string InputReader::readStream(StreamInput& input, const std::string& head)
         count = input.read(chunk.data(), chunk.size());
         if (count && *count == 0)
             break;
+        passRemarks(input);
         if (input.takeNewBeginning())
             surveyor_->restart();
     }

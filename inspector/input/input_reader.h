@@ -3,6 +3,7 @@
 #define VESTA_INSPECTOR_INPUT_INPUT_READER_H
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -18,6 +19,8 @@ struct ReadingOptions {
     std::optional<uint16_t> service;  ///< nothing: all of the stream
     std::optional<double> seconds;    ///< after which reading ends; nothing: at the input's end
     std::string documentUrl;          ///< of XML AITs, for relative URLs; empty: not known
+    /// Hears what people would like to know of an input, in a sentence; may be null.
+    std::function<void(const std::string&)> remark;
 };
 
 /// One thread, but for stop().
@@ -41,6 +44,7 @@ public:
     void stop();
 
 private:
+    void passRemarks(receiver::StreamInput& input) const;
     std::string readStream(receiver::StreamInput& input, const std::string& head);
     std::string readDocument(receiver::StreamInput& input, std::string bytes, bool isWhole);
     std::string takeDocument(const std::string& path, const std::string& bytes);

@@ -282,7 +282,7 @@ std::vector<Row> rows()
         {"section-incomplete",
          [right] {
              Survey survey;
-             InputReader reader(survey, {});
+             InputReader reader(survey, ReadingOptions());
              const std::string path = testing::TempDir() + "/cut-section.bin";
              const Bytes bytes = cut(right, 1);
              std::ofstream(path, std::ios::binary)
@@ -420,6 +420,8 @@ std::vector<Row> rows()
         {"profile-missing", application(rightApplication().profiles({})), clean()},
         {"profile-unknown", application(withProfile({0, 2, 0, 0})),
          application(withProfile({1, 1, 7, 1}))},
+        {"profile-version", application(withProfile({0, 1, 1, 2})),
+         application(withProfile({0, 1, 5, 1}))},
         {"control-code-unknown", application(rightApplication().controlCode(9)),
          application(rightApplication().controlCode(8))},
         {"visibility-reserved", application(rightApplication().visibility(2)),
@@ -464,6 +466,9 @@ std::vector<Row> rows()
          application(withBoundary("http://a.example"))},
         {"boundary-not-an-origin", application(withBoundary("a.example")),
          application(withBoundary("http://a.example"))},
+        {"boundary-several-hosts",
+         application(rightApplication().boundary({"http://a.example", "http://b.example"})),
+         application(rightApplication().boundary({"http://a.example", "https://a.example"}))},
         {"boundary-foreign-host", application(withBoundary("http://b.example")),
          application(withBoundary("http://a.example"))},
         {"boundary-page-outside", application(withBoundary("https://a.example")),
