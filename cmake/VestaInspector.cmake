@@ -2,7 +2,7 @@
 # carousels and on the kit's guard, and is built where both are.
 
 set(VESTA_HAS_INSPECTOR OFF)
-if(VESTA_BUILD_RECEIVER AND TARGET vesta_kit_objects)
+if(VESTA_BUILD_RECEIVER AND TARGET vesta_hbbtv_kit)
   set(VESTA_HAS_INSPECTOR ON)
   file(GLOB_RECURSE inspector_sources CONFIGURE_DEPENDS "inspector/*.cpp")
   list(FILTER inspector_sources EXCLUDE REGEX "/main\\.cpp$")

@@ -25,6 +25,9 @@ endif()
 if(NOT EDITLINE_INCLUDE_DIR OR NOT EDITLINE_LIBRARY)
   list(APPEND receiver_lacks libedit)
 endif()
+if(NOT TARGET vesta_hbbtv_kit)
+  list(APPEND receiver_lacks "the kit")
+endif()
 vesta_decide_on(VESTA_BUILD_RECEIVER "The reference receiver" receiver_lacks ON_THIS_MACHINE)
 
 if(VESTA_BUILD_RECEIVER)
@@ -34,12 +37,8 @@ if(VESTA_BUILD_RECEIVER)
   target_include_directories(vesta_receiver_objects SYSTEM PUBLIC
     "${DVBPSI_INCLUDE_DIR}" "${EDITLINE_INCLUDE_DIR}")
   target_link_libraries(vesta_receiver_objects PUBLIC
-    vesta_hbbtv_appman "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
+    vesta_hbbtv_kit "${DVBPSI_LIBRARY}" ZLIB::ZLIB LibXml2::LibXml2 "${EDITLINE_LIBRARY}"
     nlohmann_json::nlohmann_json Threads::Threads)
-  if(TARGET vesta_hbbtv_kit)
-    target_link_libraries(vesta_receiver_objects PUBLIC vesta_hbbtv_kit)
-    target_compile_definitions(vesta_receiver_objects PRIVATE VESTA_HAS_KIT)
-  endif()
   set_source_files_properties(receiver/options.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_receiver_objects)

@@ -87,7 +87,8 @@ uint32_t AITFeed::tune(uint16_t originalNetworkId, uint16_t transportStreamId, u
     pending_.reset();
     changeTimes_.clear();
     isFlapping_ = false;
-    lastSeen_ = now_;
+    waitsForTime_ = true;
+    mayHaveTable_ = true;
     vesta_hbbtv_send_event(E_CHANNEL_CHANGE, nullptr);
     if (++tuning_ == 0)
         ++tuning_;
@@ -209,13 +210,24 @@ void AITFeed::takeWholeSection(Source& source, ByteReader section)
     }
     count(HBBTV_KIT_SECTION_OK);
     const TableCollector::Result result = source.collector.add(section, now_);
-    if (result == TableCollector::Result::Collected)
+    if (result == TableCollector::Result::Stuck)
+        reportIncomplete(source, section);
+    if (result == TableCollector::Result::Stuck || result == TableCollector::Result::Collected)
         return;
     lastSeen_ = source.lastSeen = now_;
     if (result == TableCollector::Result::Completed)
         offer(source, false);
     else if (source.isUnsettled)
         offer(source, true);
+}
+
+void AITFeed::reportIncomplete(const Source& source, ByteReader section)
+{
+    HBBTV_KitFeedReport told = reportOf(HBBTV_KIT_FEED_TABLE_INCOMPLETE, source.stream.pid);
+    told.version = versionOf(section.data());
+    told.sections = section.data()[AITLayout::lastSectionNumber] + 1u;
+    told.missing = source.collector.firstMissing();
+    report(told);
 }
 
 /// A wrong checksum counts more than what it may have made of the content.
@@ -282,6 +294,8 @@ void AITFeed::advance(uint64_t now)
     const uint64_t former = std::exchange(clock_, now);
     if (now > former)
         now_ += std::min(now - former, longest);
+    if (std::exchange(waitsForTime_, false))
+        lastSeen_ = now_;
 }
 
 void AITFeed::lookAtTime()
@@ -292,7 +306,7 @@ void AITFeed::lookAtTime()
         isFlapping_ = false;
     if (joins())
         dropSilentSources();
-    else if ((hasTable_ || pending_) && isGone(lastSeen_))
+    if ((mayHaveTable_ || pending_) && isGone(lastSeen_))
         withdraw();
 }
 
@@ -479,7 +493,7 @@ void AITFeed::send(const Table& table)
         outgoing.push_back({newRecord(), copyOf(section)});
     }
     inForce_ = table.sections;
-    hasTable_ = true;
+    mayHaveTable_ = true;
     pending_.reset();
     for (OutgoingSection& out : outgoing) {
         nameService(*out.record);
@@ -515,11 +529,11 @@ void AITFeed::withdraw()
         source.isUnsettled = false;
     }
     pending_.reset();
-    if (!hasTable_ || !canSend())
+    if (!mayHaveTable_ || !canSend())
         return;
     Record record = newRecord();
     inForce_.reset();
-    hasTable_ = false;
+    mayHaveTable_ = false;
     nameService(*record);
     vesta_hbbtv_send_event(E_AIT_SECTION, record.release());
     report(reportOf(HBBTV_KIT_FEED_WITHDRAWN));

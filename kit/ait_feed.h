@@ -66,6 +66,7 @@ private:
     bool keepSourcesOf(const std::vector<SignallingStream>& streams);
     void chooseNamed();
     void takeWholeSection(Source& source, ByteReader section);
+    void reportIncomplete(const Source& source, ByteReader section);
     SectionFinding examine(ByteReader section) const;
     bool isOfType(Source& source, ByteReader section) const;
     bool isAcceptedByApplicationManager(const Section& section) const;
@@ -103,7 +104,9 @@ private:
     uint64_t now_ = 0;    // milliseconds that have passed
     uint32_t tuning_ = 0;
     uint8_t lastVersion_ = 0;  // of what was sent
-    bool hasTable_ = false;    // the application manager, be it that of the service before
+    /// The application manager was not told yet that there is no table; an application of the
+    /// service before may run, or one that no table of a broadcast started.
+    bool mayHaveTable_ = false;
 
     // Of the service:
     Service service_;
@@ -112,7 +115,8 @@ private:
     std::set<std::pair<unsigned, int>> told_;  // faults of PIDs
     std::optional<WholeTable> inForce_;        // what was sent last of this service
     std::optional<Table> pending_;             // held until it is quiet
-    uint64_t lastSeen_ = 0;                    // a section of the table of the chosen PID
+    uint64_t lastSeen_ = 0;                    // a section of the table in force; or the tuning
+    bool waitsForTime_ = false;                // it was tuned, and the next call tells when
     std::deque<uint64_t> changeTimes_;
     uint64_t lastChange_ = 0;
     bool isFlapping_ = false;

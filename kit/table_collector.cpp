@@ -11,6 +11,10 @@ namespace {
 /// Who mixes more tables than these on one PID loses the oldest.
 constexpr size_t mostCollections = 4;
 
+/// So often does a table come round until what has not come of it is missing for good. Sections
+/// are repeated at different rates.
+constexpr unsigned enoughRounds = 3;
+
 bool isSame(const Section& section, ByteReader bytes)
 {
     return section.size() == bytes.remaining() &&
@@ -83,20 +87,34 @@ TableCollector::Result TableCollector::add(ByteReader section, uint64_t now)
         return Result::Repeated;
     Collection& collection = collectionOf(section, now);
     collection.lastTime = now;
-    if (isHeld)
-        return Result::Collected;
     const uint8_t number = numberOf(section);
+    if (isHeld) {
+        const bool comesRound = number == collection.first && ++collection.rounds == enoughRounds;
+        return comesRound ? Result::Stuck : Result::Collected;
+    }
     if (!collection.sections[number].empty()) {
         // Another content under the same version: what came before may be the former table's.
         collection.missing = collection.sections.size();
         collection.sections.assign(collection.missing, Section());
     }
+    if (collection.missing == collection.sections.size())
+        collection.first = number;
     collection.sections[number].assign(section.data(), section.data() + section.remaining());
+    // What was missing so far may be on its way after all.
+    collection.rounds = 0;
     if (--collection.missing > 0)
         return Result::Collected;
     whole_ = std::move(collection.sections);
     collections_.clear();
     return Result::Completed;
+}
+
+uint8_t TableCollector::firstMissing() const
+{
+    const WholeTable& begun = collections_.back().sections;
+    const auto missing = std::find_if(begun.begin(), begun.end(),
+                                      [](const Section& section) { return section.empty(); });
+    return static_cast<uint8_t>(missing - begun.begin());
 }
 
 }  // namespace VestaHbbTV

@@ -19,6 +19,7 @@ public:
     enum class Result {
         Repeated,   ///< it is a part of the last whole table
         Collected,  ///< its table is not whole yet
+        Stuck,      ///< likewise, and it has come round several times; once for each table
         Completed   ///< the last whole table is a new one
     };
 
@@ -36,6 +37,10 @@ public:
     /// Empty while none was whole.
     const WholeTable& lastWhole() const { return whole_; }
 
+    /// @return the number of the first section that has not come of the table that was worked on
+    ///         last; there has to be one that is not whole
+    uint8_t firstMissing() const;
+
 private:
     struct Collection {
         uint16_t type;
@@ -43,6 +48,8 @@ private:
         uint64_t lastTime;    ///< of a section
         WholeTable sections;  ///< empty where one has not come
         size_t missing;
+        uint8_t first = 0;    ///< the number of the section that came first
+        unsigned rounds = 0;  ///< how often that one came again
     };
 
     Collection& collectionOf(ByteReader section, uint64_t now);

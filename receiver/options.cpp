@@ -28,6 +28,7 @@ enum Option : int {
     browserOption,
     scriptLimitOption,
     picturesOption,
+    hbbtvOption,
     versionOption
 };
 
@@ -48,6 +49,7 @@ const option longOptions[] = {
     {"browser", required_argument, nullptr, browserOption},
     {"script-limit", required_argument, nullptr, scriptLimitOption},
     {"pictures", required_argument, nullptr, picturesOption},
+    {"hbbtv-version", required_argument, nullptr, hbbtvOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
@@ -154,6 +156,23 @@ std::string takeCarousel(const std::string& text, Options& options)
     return "";
 }
 
+std::string takeHbbTVVersion(const std::string& text, Options& options)
+{
+    const size_t first = text.find('.');
+    const size_t second = first == std::string::npos ? first : text.find('.', first + 1);
+    if (second != std::string::npos) {
+        const auto major = wholeNumber(text.substr(0, first), 0xFF);
+        const auto minor = wholeNumber(text.substr(first + 1, second - first - 1), 0xFF);
+        const auto micro = wholeNumber(text.substr(second + 1), 0xFF);
+        if (major && *major != 0 && minor && micro) {
+            options.middleware.hbbtv = {static_cast<uint8_t>(*major), static_cast<uint8_t>(*minor),
+                                        static_cast<uint8_t>(*micro)};
+            return "";
+        }
+    }
+    return "--hbbtv-version wants a version such as 1.4.1, not " + text;
+}
+
 /// An option without a value.
 void takeSwitch(int name, Options& options)
 {
@@ -196,6 +215,8 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return takeDuration(value, options);
     case limitOption:
         return takeLimit(value, options);
+    case hbbtvOption:
+        return takeHbbTVVersion(value, options);
     default:
         takeSwitch(name, options);
         return "";
@@ -267,6 +288,9 @@ std::string usage()
            "                             each, then end\n"
            "      --service ID           tune to this service first (else the first with "
            "applications)\n"
+           "      --hbbtv-version X.Y.Z  run applications that ask for versions of HbbTV up to "
+           "this\n"
+           "                             (else 1.2.1)\n"
            "      --site PREFIX=FOLDER   answer URLs that begin with PREFIX from a folder\n"
            "      --speed FACTOR         times real time, by the stream's clock (else: at once)\n"
            "      --loop                 play a file again and again\n"

@@ -58,7 +58,7 @@ std::string detailOf(const Refusal& refusal)
         detail += " of " + nameOfTable(refusal.tableId);
     if (isOfDescriptor)
         detail += ", descriptor " + hexadecimal(refusal.finding.tag, 2);
-    return detail;
+    return detail + ": " + hbbtv_kit_section_fault_text(refusal.finding.fault);
 }
 
 /// More than the feed takes.

@@ -105,12 +105,15 @@ enum HBBTV_KitFeedEvent {
     HBBTV_KIT_FEED_TABLE_HELD_FOR_PMT = 2,
     /// `pid`, `version`, `sentVersion`, `sections`, `applications`: in the event queue.
     HBBTV_KIT_FEED_TABLE_SENT = 3,
-    /// The application manager was told that there is no table any more.
+    /// The application manager was told that there is no table, or none any more.
     HBBTV_KIT_FEED_WITHDRAWN = 4,
     /// `pid`: its tables are the service's.
     HBBTV_KIT_FEED_PID_CHOSEN = 5,
     /// The table changes more often than the options allow; once until it is quiet again.
-    HBBTV_KIT_FEED_FLAPPING = 6
+    HBBTV_KIT_FEED_FLAPPING = 6,
+    /// `pid`, `version`, `sections`, `missing`: what came of a table comes again and again, and
+    /// that section does not.
+    HBBTV_KIT_FEED_TABLE_INCOMPLETE = 7
 };
 
 typedef struct HBBTV_KitFeedReport {
@@ -122,8 +125,9 @@ typedef struct HBBTV_KitFeedReport {
     unsigned int sentVersion;  ///< as the application manager gets it
     unsigned int sections;
     unsigned int applications;
-    unsigned int tag;  ///< of the descriptor
-    size_t offset;     ///< in the section, from table_id
+    unsigned int tag;      ///< of the descriptor
+    size_t offset;         ///< in the section, from table_id
+    unsigned int missing;  ///< the number of the first section that did not come
 } HBBTV_KitFeedReport;
 
 /// Called at the end of the function that brought it about. It may call the feed's functions, but
@@ -193,9 +197,10 @@ HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
 /// @param feed null is ignored
 void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 
-/// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. To be
-/// called again, for the same service, where the application manager was started anew or was given
-/// another broadcast window: what was sent before that is not sent again.
+/// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. Where the
+/// service has no table, or none comes in time, the application manager is told so. To be called
+/// again, for the same service, where the application manager was started anew or was given another
+/// broadcast window: what was sent before that is not sent again.
 /// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
 /// @return what tells the service's sections from those of services that were left: to be given
 ///         with each; never 0
@@ -221,6 +226,14 @@ void hbbtv_kit_feed_time(HBBTV_KitAITFeed* feed, uint64_t now);
 /// @param fault an HBBTV_KitSectionFault
 /// @return how many sections had it since the feed was made; 0 for any other number
 uint64_t hbbtv_kit_feed_get_count(const HBBTV_KitAITFeed* feed, int fault);
+
+/// For log and developer, such as "a descriptor leaves its loop".
+/// @param fault an HBBTV_KitSectionFault @return static; empty for HBBTV_KIT_SECTION_OK, and for
+///        any other number
+const char* hbbtv_kit_section_fault_text(int fault);
+
+/// Likewise, such as "more applications than the limit". @param fault an HBBTV_KitTableFault
+const char* hbbtv_kit_table_fault_text(int fault);
 /// @}
 
 #ifdef __cplusplus

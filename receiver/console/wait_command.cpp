@@ -18,6 +18,11 @@ Test tunedIn(Session& session, const std::string&)
     return [&session] { return session.middleware().tunedService().has_value(); };
 }
 
+Test tableInForce(Session& session, const std::string&)
+{
+    return [&session] { return !session.integrator().table().empty(); };
+}
+
 Test running(Session& session, const std::string& ids)
 {
     return [&session, ids] {
@@ -86,13 +91,13 @@ struct Condition {
 };
 
 const Condition conditions[] = {
-    {"service", 0, 0, tunedIn}, {"running", 0, 1, running},   {"window", 1, 1, windowOpen},
-    {"loaded", 0, 1, loaded},   {"file", 1, 1, fileComplete}, {"shown", 0, 0, shown},
-    {"stopped", 0, 0, stopped}, {"end", 0, 0, streamEnded},   {"said", 1, 1, said},
-    {"painted", 0, 0, painted},
+    {"service", 0, 0, tunedIn},   {"table", 0, 0, tableInForce}, {"running", 0, 1, running},
+    {"window", 1, 1, windowOpen}, {"loaded", 0, 1, loaded},      {"file", 1, 1, fileComplete},
+    {"shown", 0, 0, shown},       {"stopped", 0, 0, stopped},    {"end", 0, 0, streamEnded},
+    {"said", 1, 1, said},         {"painted", 0, 0, painted},
 };
 
-const char expectation[] = "expected service, running [IDS], window NUMBER, loaded [URL], "
+const char expectation[] = "expected service, table, running [IDS], window NUMBER, loaded [URL], "
                            "file PATH, shown, stopped, said TEXT, painted or end, and perhaps "
                            "within SECONDS";
 

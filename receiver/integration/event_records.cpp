@@ -2,30 +2,9 @@
 
 #include <cstring>
 
-#include "receiver/integration/channel_reference.h"
-
 namespace receiver {
 
 using namespace VestaHbbTV;
-
-Outgoing tableSection(const unsigned char* section, size_t size, unsigned originalNetworkId,
-                      unsigned transportStreamId, unsigned serviceId)
-{
-    auto* const record = newRecord<HBBTV_AITSectionEventData>();
-    record->section = static_cast<unsigned char*>(std::malloc(size));
-    std::memcpy(record->section, section, size);
-    record->original_network_id = static_cast<unsigned short>(originalNetworkId);
-    record->transport_stream_id = static_cast<unsigned short>(transportStreamId);
-    record->service_id = static_cast<unsigned short>(serviceId);
-    record->channelHandle = channelReference(transportStreamId, serviceId);
-    return {E_AIT_SECTION, record};
-}
-
-Outgoing tableGone()
-{
-    // Without a section, and with keepApplication zero.
-    return {E_AIT_SECTION, newRecord<HBBTV_AITSectionEventData>()};
-}
 
 Outgoing fileAnswer(void* id, bool ready)
 {
@@ -55,8 +34,6 @@ void discard(const Outgoing& event)
         for (char* const text : {record.string1, record.string2, record.string3, record.string4})
             std::free(text);
     }
-    if (event.type == E_AIT_SECTION)
-        std::free(static_cast<HBBTV_AITSectionEventData*>(event.record)->section);
     std::free(event.record);
 }
 

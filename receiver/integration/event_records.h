@@ -32,13 +32,6 @@ inline void send(const Outgoing& event)
                                        static_cast<VestaHbbTV::HBBTV_EventData*>(event.record));
 }
 
-/// A section of an AIT. @param section copied
-Outgoing tableSection(const unsigned char* section, size_t size, unsigned originalNetworkId,
-                      unsigned transportStreamId, unsigned serviceId);
-
-/// The service has no AIT: it went away, or a service was tuned to that has none.
-Outgoing tableGone();
-
 /// A file that was pending is there now, or will not come.
 Outgoing fileAnswer(void* id, bool ready);
 

@@ -1,21 +1,17 @@
 #include "receiver/integration/xml_tables.h"
 
 #include "vesta_hbbtv_appman.h"
-#ifdef VESTA_HAS_KIT
-#include "vesta_hbbtv_kit.h"
-#endif
 
 #include "receiver/browser/browser_engine.h"
 #include "receiver/console/event_log.h"
 #include "receiver/text/mime_type.h"
+#include "vesta_hbbtv_kit.h"
 
 namespace receiver {
 
 namespace {
 
 const std::string tableType = "application/vnd.dvb.ait+xml";
-
-#ifdef VESTA_HAS_KIT
 
 /// @return what is wrong, for people; empty for success
 std::string putInForce(TAVO_VestaWindow* window, const std::string& document,
@@ -32,16 +28,6 @@ std::string putInForce(TAVO_VestaWindow* window, const std::string& document,
                                         std::to_string(result.column) + ": ";
     return where + result.text;
 }
-
-#else
-
-std::string putInForce(TAVO_VestaWindow* /*window*/, const std::string& /*document*/,
-                       const std::string& /*url*/)
-{
-    return "this receiver was built without expat, which reads XML AITs";
-}
-
-#endif
 
 /// The document was loaded as an application, which has shown nothing and has nothing more to do:
 /// it ends after its table has found an application to start.

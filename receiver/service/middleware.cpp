@@ -10,7 +10,7 @@ const size_t chunkBytes = size_t(32) * 188;
 
 FollowerOptions followerOptions(const MiddlewareOptions& options)
 {
-    return {options.service, options.verbose, options.limits, options.carousels};
+    return {options.service, options.verbose, options.limits, options.carousels, options.hbbtv};
 }
 
 /// "3 lost"
@@ -31,6 +31,12 @@ std::string summaryOf(const NetworkStatistics& statistics)
            part(statistics.reordered, "out of order") + part(statistics.duplicates, "duplicates") +
            part(statistics.late, "too late") + part(statistics.damaged, "damaged");
 }
+
+/// What came of the input. Nothing: it was woken; none: its end.
+struct Middleware::Chunk {
+    unsigned char bytes[chunkBytes];
+    std::optional<size_t> count;
+};
 
 Middleware::Middleware(MiddlewareOptions options, EventLog& log, Doorbell& doorbell)
     : options_(std::move(options)), log_(log), doorbell_(doorbell),
@@ -144,21 +150,26 @@ void Middleware::run()
             doorbell_.waitUntilSettled();
         if (stopping_)
             return;
-        hasNews = send(step());
+        hasNews = step();
         pace();
     }
 }
 
-Middleware::Progress Middleware::step()
+/// The browser thread sees the whole step at once, the events and how far it went.
+/// @return whether there was anything to see
+bool Middleware::step()
 {
     const std::optional<uint16_t> request = nextRequest();
+    Chunk chunk;
+    if (!request && !stopping_)
+        chunk.count = input_->read(chunk.bytes, sizeof(chunk.bytes));
+    const Doorbell::Hold hold(doorbell_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     if (request) {
         retune(*request);
-        return Progress::Tuned;
+        return send(Progress::Tuned);
     }
-    if (stopping_ || playChunk() || !endOfStream())
-        return Progress::Playing;
-    return Progress::Ended;
+    return send(stopping_ ? Progress::Playing : play(chunk));
 }
 
 /// The next request to tune; waits for one while the stream has ended.
@@ -173,19 +184,15 @@ std::optional<uint16_t> Middleware::nextRequest()
     return request;
 }
 
-/// @return false at the end of the stream
-bool Middleware::playChunk()
+Middleware::Progress Middleware::play(const Chunk& chunk)
 {
-    unsigned char chunk[chunkBytes];
-    const std::optional<size_t> count = input_->read(chunk, sizeof(chunk));
-    const std::lock_guard<std::mutex> lock(mutex_);
     listenToInput();
-    if (!count)
-        return true;
-    if (*count == 0 || !follower_.feed(chunk, *count))
-        return false;
+    if (!chunk.count)
+        return Progress::Playing;
+    if (*chunk.count == 0 || !follower_.feed(chunk.bytes, *chunk.count))
+        return endOfStream() ? Progress::Ended : Progress::Playing;
     showProgress();
-    return true;
+    return Progress::Playing;
 }
 
 /// What the input has to say besides its bytes.
@@ -212,24 +219,16 @@ void Middleware::showProgress()
     log_.progress(text + " read, " + withSeparators(follower_.statistics().sections) + " sections");
 }
 
-/// The browser thread sees the whole step at once, the events and how far it went.
 /// @return whether there was anything to see
 bool Middleware::send(Progress progress)
 {
-    const Doorbell::Hold hold(doorbell_);
-    std::vector<Outgoing> events;
-    bool hasNews = progress != Progress::Playing;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        events = follower_.takeEvents();
-        hasNews = follower_.takeNews() || !events.empty() || hasNews;
-        ended_ = progress == Progress::Ended && requests_.empty();
-    }
+    const std::vector<Outgoing> events = follower_.takeEvents();
     for (const Outgoing& event : events)
         receiver::send(event);
+    ended_ = progress == Progress::Ended && requests_.empty();
     if (progress == Progress::Tuned)
         ++tunes_;
-    return hasNews;
+    return follower_.takeNews() || !events.empty() || progress != Progress::Playing;
 }
 
 void Middleware::pace()
@@ -246,7 +245,6 @@ void Middleware::pace()
 /// @return false when the stream is played again
 bool Middleware::endOfStream()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
     const bool isEmpty = input_->bytesRead() == 0 && follower_.statistics().packets == 0;
     if (!input_->error().empty())
         error_ = input_->error();
@@ -296,7 +294,6 @@ void Middleware::sumUpEndlessStream()
 
 void Middleware::retune(uint16_t serviceId)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
     follower_.tune(serviceId);
     if (input_->rewind()) {
         follower_.restart();

@@ -30,14 +30,16 @@ struct MiddlewareOptions {
     bool showProgress = false;
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
+    HbbTVVersion hbbtv;                  ///< up to which the terminal carries applications
     bool follow = false;                 ///< wait at the end of the file for more
 };
 
 /// For people.
 std::string summaryOf(const NetworkStatistics& statistics);
 
-/// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, and
-/// never with its own mutex held: commands that the browser thread runs take it too.
+/// Owns the thread. It talks to the application manager through vesta_hbbtv_send_event() alone, its
+/// own and that of the feed. That takes the doorbell's mutex, and commands that the browser thread
+/// runs with that one held take this one: the doorbell's comes first.
 class Middleware {
 public:
     /// @param log, doorbell borrowed
@@ -92,10 +94,11 @@ public:
 
 private:
     enum class Progress { Playing, Tuned, Ended };
+    struct Chunk;
 
     void run();
-    Progress step();
-    bool playChunk();
+    bool step();
+    Progress play(const Chunk& chunk);
     bool send(Progress progress);
     void pace();
     bool endOfStream();

@@ -1,7 +1,8 @@
 #include "receiver/service/service_choice.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
-#include <vector>
 
 namespace receiver {
 
@@ -16,28 +17,32 @@ const size_t mostCandidatesOnAPid = 32;
 
 bool Candidate::hear(uint16_t pid, const SectionBytes& section)
 {
-    bool hasComeRound = false;
-    for (const SectionBytes& part : filter.judge(pid, section).toSend)
-        hasComeRound = table.add(part) || hasComeRound;
-    return hasComeRound;
+    return isHbbTVTable(section) && tables[pid].add(section);
+}
+
+size_t Candidate::heldBytes() const
+{
+    size_t bytes = 0;
+    for (const auto& [pid, table] : tables)
+        bytes += table.bytes();
+    return bytes;
 }
 
 Candidate ServiceChoice::listenTo(ProgramMap map)
 {
     Candidate candidate;
-    candidate.filter.setStreams(map.streams);
     candidate.map = std::move(map);
-    subscribe(candidate);
-    const std::vector<uint16_t>& pids = candidate.filter.pids();
+    const std::vector<uint16_t> pids = candidate.map.tablePids();
+    subscribe(pids);
     stream_.visitEarlySections(
         {pids.begin(), pids.end()}, EarlyPackets::Visitor::Candidate,
         [&candidate](uint16_t pid, const SectionBytes& section) { candidate.hear(pid, section); });
     return candidate;
 }
 
-void ServiceChoice::subscribe(const Candidate& candidate)
+void ServiceChoice::subscribe(const std::vector<uint16_t>& pids)
 {
-    for (const uint16_t pid : candidate.filter.pids())
+    for (const uint16_t pid : pids)
         stream_.subscribe(pid);
 }
 
@@ -47,9 +52,13 @@ void ServiceChoice::follow(uint16_t programNumber, ProgramMap map)
         return drop(programNumber);
     if (candidates_.count(programNumber) != 0) {
         Candidate candidate = take(programNumber);
-        candidate.filter.setStreams(map.streams);
         candidate.map = std::move(map);
-        subscribe(candidate);
+        const std::vector<uint16_t> pids = candidate.map.tablePids();
+        subscribe(pids);
+        for (auto table = candidate.tables.begin(); table != candidate.tables.end();) {
+            const bool isListed = std::find(pids.begin(), pids.end(), table->first) != pids.end();
+            table = isListed ? std::next(table) : candidate.tables.erase(table);
+        }
         put(programNumber, std::move(candidate));
     } else if (candidates_.size() < mostCandidates) {
         put(programNumber, listenTo(std::move(map)));
@@ -59,7 +68,7 @@ void ServiceChoice::follow(uint16_t programNumber, ProgramMap map)
 
 void ServiceChoice::put(uint16_t programNumber, Candidate candidate)
 {
-    for (const uint16_t pid : candidate.filter.pids()) {
+    for (const uint16_t pid : candidate.map.tablePids()) {
         if (candidatesOn_[pid].size() < mostCandidatesOnAPid)
             candidatesOn_[pid].insert(programNumber);
     }
@@ -72,7 +81,7 @@ Candidate ServiceChoice::take(uint16_t programNumber)
     const auto found = candidates_.find(programNumber);
     Candidate candidate = std::move(found->second);
     candidates_.erase(found);
-    for (const uint16_t pid : candidate.filter.pids()) {
+    for (const uint16_t pid : candidate.map.tablePids()) {
         const auto entry = candidatesOn_.find(pid);
         if (entry == candidatesOn_.end())
             continue;  // the PMT lists it twice
@@ -130,23 +139,10 @@ bool ServiceChoice::limitWhatIsHeld()
 {
     if (heldBytes_ <= mostHeldBytes)
         return false;
-    for (auto& entry : candidates_) {
-        entry.second.table.clear();
-        entry.second.filter.forgetHeld();
-    }
+    for (auto& entry : candidates_)
+        entry.second.tables.clear();
     heldBytes_ = 0;
     return true;
-}
-
-void ServiceChoice::giveUpWaiting()
-{
-    for (auto& entry : candidates_) {
-        Candidate& candidate = entry.second;
-        heldBytes_ -= candidate.heldBytes();
-        for (const SectionBytes& section : candidate.filter.giveUpWaiting())
-            candidate.table.add(section);
-        heldBytes_ += candidate.heldBytes();
-    }
 }
 
 const Service* ServiceChoice::best(bool withTable) const
@@ -155,7 +151,7 @@ const Service* ServiceChoice::best(bool withTable) const
     ApplicationSignalling most = ApplicationSignalling::None;
     for (const Service& service : stream_.services()) {
         const auto found = candidates_.find(service.programNumber);
-        if (found == candidates_.end() || (withTable && found->second.table.empty()))
+        if (found == candidates_.end() || (withTable && found->second.tables.empty()))
             continue;
         const ApplicationSignalling signalling = found->second.map.signalling();
         if (signalling > most) {

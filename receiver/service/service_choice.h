@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <vector>
 
 #include "receiver/service/service_tables.h"
 #include "receiver/stream/held_table.h"
 #include "receiver/stream/section_assembler.h"
-#include "receiver/stream/table_filter.h"
 #include "receiver/stream/transport_stream.h"
 
 namespace receiver {
@@ -18,12 +18,11 @@ namespace receiver {
 /// A service that may be tuned to, and what came of its table meanwhile.
 struct Candidate {
     ProgramMap map;
-    TableFilter filter;
-    HeldTable table;
+    std::map<uint16_t, HeldTable> tables;  ///< by PID; none is empty
 
-    /// @return whether the table has come round
+    /// @return whether a table has come round
     bool hear(uint16_t pid, const SectionBytes& section);
-    size_t heldBytes() const { return table.bytes() + filter.heldBytes(); }
+    size_t heldBytes() const;
 };
 
 /// Listens to the tables of all candidates, so that the choice between them can be made by what
@@ -47,9 +46,6 @@ public:
     /// @return whether a table has come round
     bool hear(uint16_t pid, const SectionBytes& section);
 
-    /// Nothing more comes: what the candidates have of their tables is what they are chosen by.
-    void giveUpWaiting();
-
     /// @param withTable only among those of which a table came
     /// @return the service whose PMT says most of HbbTV, of equals the first in the PAT; null for
     ///         none
@@ -70,7 +66,7 @@ public:
     size_t heldBytes() const { return heldBytes_; }
 
 private:
-    void subscribe(const Candidate& candidate);
+    void subscribe(const std::vector<uint16_t>& pids);
     void put(uint16_t programNumber, Candidate candidate);
     void drop(uint16_t programNumber);
     bool limitWhatIsHeld();

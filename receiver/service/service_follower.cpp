@@ -12,10 +12,6 @@ namespace {
 
 using namespace VestaHbbTV;
 
-// How often an AIT comes round while it waits for the SDT, which names the network that carousel
-// URLs begin with.
-const unsigned mostHeldBackRounds = 8;
-
 // Of 27 MHz in one of 90 kHz (ISO/IEC 13818-1, 2.4.2.2).
 constexpr uint64_t ticksPerTime = 300;
 
@@ -76,6 +72,8 @@ std::string damageOf(const StreamStatistics& statistics)
 ServiceFollower::ServiceFollower(const FollowerOptions& options, EventLog& log, StreamClock& clock)
     : isVerbose_(options.verbose), log_(log), clock_(clock), stream_(*this),
       wanted_(options.service), choice_(stream_),
+      feed_(options.hbbtv, log, book_,
+            [this](const char* event, const std::string& text) { remark(event, text); }),
       carousels_(options.limits, log, options.carousels), streamEvents_(carousels_, log)
 {
     updateSubscriptions();
@@ -117,7 +115,7 @@ void ServiceFollower::giveUpWaiting()
 {
     reportFileAnswers(SIZE_MAX);
     chooseAtEnd();
-    sendHeldBack();  // the network that they waited for will not be named
+    feed_.giveUpWaiting();
     for (void* const id : carousels_.giveUp())
         outgoing_.push_back(fileAnswer(id, false));
     streamEvents_.giveUp();
@@ -126,18 +124,10 @@ void ServiceFollower::giveUpWaiting()
 
 void ServiceFollower::remarkAtEnd()
 {
-    remarkOnTable();
     if (const std::string text = lack(); !text.empty())
         remark("remark", text);
     if (const std::string text = damageOf(stream_.statistics()); !text.empty())
         remark("remark", text);
-}
-
-/// A table that has begun and does not go on.
-void ServiceFollower::remarkOnTable()
-{
-    if (const std::string text = examiner_.lack(); !text.empty())
-        remark("ait-problem", text);
 }
 
 std::string ServiceFollower::lack() const
@@ -146,7 +136,7 @@ std::string ServiceFollower::lack() const
     if (services.empty())
         return "no services: the stream lists none";
     if (tuned_)
-        return hasSentTable_ ? "" : lackOfTable();
+        return feed_.hasSent() ? "" : lackOfTable();
     const auto hasNoMap = [this](const Service& service) {
         return signalling_.count(service.programNumber) == 0;
     };
@@ -170,13 +160,13 @@ std::string ServiceFollower::lack() const
 
 std::string ServiceFollower::lackOfTable() const
 {
-    return filter_.pids().empty() ? nameOf(*tuned_) + " signals no applications (no AIT)"
-                                  : "no AIT for HbbTV came in " + nameOf(*tuned_);
+    return tablePids_.empty() ? nameOf(*tuned_) + " signals no HbbTV applications"
+                              : "no AIT for HbbTV came in " + nameOf(*tuned_);
 }
 
 void ServiceFollower::tune(uint16_t serviceId)
 {
-    outgoing_.push_back({E_CHANNEL_CHANGE, nullptr});
+    feed_.leave(serviceOf(serviceId));
     choice_.clear();
     leave();
     wanted_ = serviceId;
@@ -190,17 +180,22 @@ void ServiceFollower::leave()
     for (void* const id : carousels_.leave())
         outgoing_.push_back(fileAnswer(id, false));
     streamEvents_.leave();
-    remarkOnTable();
-    examiner_.clear();
-    book_.clear();
     tuned_.reset();
-    filter_.setStreams({});
+    tablePids_.clear();
     updateSubscriptions();
-    hasSentTable_ = hasTable_ = false;
-    reported_.clear();
-    heldBack_.clear();
-    heldBackRounds_ = 0;
     remarks_.clear();
+}
+
+/// What is known of it.
+Service ServiceFollower::serviceOf(uint16_t programNumber) const
+{
+    for (const Service& service : stream_.services()) {
+        if (service.programNumber == programNumber)
+            return service;
+    }
+    Service unknown;
+    unknown.programNumber = programNumber;
+    return unknown;
 }
 
 void ServiceFollower::servicesChanged(const std::vector<Service>& services)
@@ -221,8 +216,8 @@ void ServiceFollower::servicesChanged(const std::vector<Service>& services)
     signalling_ = std::move(signalling);
     choice_.dropUnlisted();
     areSubscriptionsStale_ = true;
-    if (tuned_ && tuned_->originalNetworkId)
-        sendHeldBack();
+    if (tuned_)
+        feed_.learn(*tuned_);
 }
 
 void ServiceFollower::reportService(const Service& service)
@@ -286,7 +281,7 @@ void ServiceFollower::pmtReceived(const Service& service, const SectionBytes& se
 
 bool ServiceFollower::isChoosing() const
 {
-    return !wanted_ && !hasTableCome();
+    return !wanted_ && !(tuned_ && feed_.hasCome());
 }
 
 void ServiceFollower::chooseService()
@@ -303,10 +298,11 @@ void ServiceFollower::tuneToCandidate(const Service* service)
 
 void ServiceFollower::tuneTo(const Service& service, Candidate candidate)
 {
-    filter_ = std::move(candidate.filter);
     join(service, candidate.map);
-    for (const SectionBytes& section : candidate.table.take())
-        passOn(section);
+    for (auto& [pid, table] : candidate.tables) {
+        for (const SectionBytes& section : table.take())
+            takeTableSection(pid, section);
+    }
 }
 
 void ServiceFollower::goOnToNextService()
@@ -317,6 +313,7 @@ void ServiceFollower::goOnToNextService()
     log_.report(Source::Receiver, "moved-on",
                 "no AIT for HbbTV came in " + nameOf(*tuned_) + ": on to the next service",
                 {{"service", tuned_->programNumber}});
+    feed_.leave(*next);
     leave();
     tuneToCandidate(next);
 }
@@ -326,12 +323,8 @@ void ServiceFollower::chooseAtEnd()
 {
     if (!tuned_ && isChoosing())
         chooseService();
-    for (const SectionBytes& section : filter_.giveUpWaiting())
-        passOn(section);
-    if (!tuned_ || !isChoosing())
-        return;
-    choice_.giveUpWaiting();
-    goOnToNextService();
+    if (tuned_ && isChoosing())
+        goOnToNextService();
 }
 
 /// Follows the service's PMT: the first, or one that differs.
@@ -347,9 +340,10 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
                     nameOf(service) + " has other streams now: " + streamCount(map), details);
     tuned_ = service;
     clockPid_ = map.clockPid;
-    const bool hadTable = !isNew && (filter_.mayHaveTable() || hasTable_);
-    filter_.setStreams(map.streams);
-    if ((hadTable || isNew) && !filter_.mayHaveTable())
+    const bool hadTable = !isNew && (!tablePids_.empty() || feed_.isInForce());
+    tablePids_ = map.tablePids();
+    feed_.join(service, map);
+    if ((hadTable || isNew) && tablePids_.empty())
         sayThatThereIsNoTable(hadTable);
     carousels_.join(service, map.streams);
     streamEvents_.join(service, map.streams);
@@ -364,25 +358,19 @@ void ServiceFollower::join(const Service& service, const ProgramMap& map)
             [this](uint16_t pid, const SectionBytes& part) { carousels_.feed(pid, part); });
 }
 
-/// The application of a table that has gone, or of the service before, is to stop: no table will
-/// say so. @param wasThere whether this service had one before
+/// @param wasThere whether this service had one before
 void ServiceFollower::sayThatThereIsNoTable(bool wasThere)
 {
-    const char* const what = filter_.pids().empty() ? "applications" : "HbbTV applications";
     log_.report(Source::Air, wasThere ? "ait-gone" : "no-ait",
-                nameOf(*tuned_) + " signals no " + what + (wasThere ? " any more" : ""),
+                nameOf(*tuned_) + " signals no HbbTV applications" + (wasThere ? " any more" : ""),
                 {{"service", tuned_->programNumber}});
-    outgoing_.push_back(tableGone());
-    hasTable_ = false;
-    reported_.clear();
-    heldBack_.clear();
 }
 
 /// Listens to what the service needs now, and to nothing else.
 void ServiceFollower::updateSubscriptions()
 {
     std::set<uint16_t> needed = carousels_.pids();
-    needed.insert(filter_.pids().begin(), filter_.pids().end());
+    needed.insert(tablePids_.begin(), tablePids_.end());
     needed.insert(streamEvents_.pids().begin(), streamEvents_.pids().end());
     needed.insert(std::begin(ServiceInformation::pids), std::end(ServiceInformation::pids));
     choice_.addPidsTo(needed);
@@ -401,8 +389,7 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
     // EIT and NIT come all the time, and nobody waits for most of it.
     const bool isNews = !ServiceInformation::isOnPid(pid) || information_.feed(pid, section);
     hasNews_ = hasNews_ || isNews;
-    const bool isOnPid = filter_.isOnPid(pid);
-    if (isOnPid)
+    if (isTablePid(pid))
         takeTableSection(pid, section);
     else
         carousels_.feed(pid, section);
@@ -412,77 +399,19 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
         goOnToNextService();
 }
 
+bool ServiceFollower::isTablePid(uint16_t pid) const
+{
+    return std::find(tablePids_.begin(), tablePids_.end(), pid) != tablePids_.end();
+}
+
 void ServiceFollower::takeTableSection(uint16_t pid, const SectionBytes& section)
 {
-    const TableFilter::Verdict verdict = filter_.judge(pid, section);
-    if (!verdict.reason.empty())
-        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + verdict.reason);
-    for (const SectionBytes& part : verdict.toSend)
-        passOn(part);
-}
-
-/// Sends a section, unless it has to wait for the network's id.
-void ServiceFollower::passOn(const SectionBytes& section)
-{
-    if (tuned_->originalNetworkId || heldBackRounds_ >= mostHeldBackRounds)
-        return sendTableSection(section);
-    remark("left-out", "held back: an AIT before the network is known");
-    if (heldBack_.add(section) && ++heldBackRounds_ >= mostHeldBackRounds)
-        sendHeldBack();
-}
-
-void ServiceFollower::sendHeldBack()
-{
-    for (const SectionBytes& section : heldBack_.take())
-        sendTableSection(section);
-}
-
-void ServiceFollower::sendTableSection(const SectionBytes& section)
-{
-    if (isInForce(section))
+    feed_.take(pid, section);
+    if (!feed_.hasCome())
         return;
-    reportTableSection(section);
-    if (const std::string problem = examiner_.examine(section); !problem.empty())
-        remark("ait-problem", problem);
-    book_.note(section);
-    hasSentTable_ = hasTable_ = true;
     signalling_[tuned_->programNumber] = ApplicationSignalling::HbbTV;  // whatever the PMT says
     areSubscriptionsStale_ = areSubscriptionsStale_ || !choice_.empty();
     choice_.clear();
-    outgoing_.push_back(tableSection(section.data(), section.size(),
-                                     tuned_->originalNetworkId.value_or(0),
-                                     tuned_->transportStreamId, tuned_->programNumber));
-}
-
-/// A table is sent once and not with every repetition: while the table of an application from an
-/// XML AIT is in force, its own would be taken for a new one.
-bool ServiceFollower::isInForce(const SectionBytes& section) const
-{
-    const SectionHeader header = readSectionHeader(section);
-    const auto reported = reported_.find(header.sectionNumber);
-    return reported != reported_.end() && reported->second == section &&
-           examiner_.isInForce(header.version);
-}
-
-/// Reports a section that was not there before; the air repeats them all the time.
-void ServiceFollower::reportTableSection(const SectionBytes& section)
-{
-    const SectionHeader header = readSectionHeader(section);
-    SectionBytes& reported = reported_[header.sectionNumber];
-    if (reported == section)
-        return;
-    reported = section;
-    const std::string place = header.lastSectionNumber == 0
-                                  ? ""
-                                  : ", section " + std::to_string(header.sectionNumber + 1) +
-                                        " of " + std::to_string(header.lastSectionNumber + 1);
-    log_.report(Source::Air, "ait",
-                "AIT version " + std::to_string(header.version) + place + ", " +
-                    withSeparators(section.size()) + " bytes",
-                {{"version", header.version},
-                 {"section", header.sectionNumber},
-                 {"last_section", header.lastSectionNumber},
-                 {"size", section.size()}});
 }
 
 /// Something that is not for everybody, or that would be said again and again.
@@ -512,6 +441,7 @@ void ServiceFollower::clockReceived(uint16_t pid, uint64_t ticks, bool discontin
     if (pid != clockPid_)
         return;
     const bool jumps = clock_.note(ticks, discontinuity, std::chrono::steady_clock::now());
+    feed_.setTime(clock_.elapsed());
     streamEvents_.advance(ticks / ticksPerTime, jumps);
 }
 

@@ -18,10 +18,8 @@
 #include "receiver/service/service_choice.h"
 #include "receiver/service/service_information.h"
 #include "receiver/service/table_book.h"
-#include "receiver/service/table_examiner.h"
-#include "receiver/stream/held_table.h"
+#include "receiver/service/table_feed.h"
 #include "receiver/stream/stream_clock.h"
-#include "receiver/stream/table_filter.h"
 #include "receiver/stream/transport_stream.h"
 
 namespace receiver {
@@ -31,14 +29,15 @@ struct FollowerOptions {
     bool verbose = false;             ///< also report what is left out, and why
     CarouselLimits limits;
     std::vector<CarouselPid> carousels;  ///< to read whatever the tables say
+    HbbTVVersion hbbtv;                  ///< up to which the terminal carries applications
 };
 
 /// Until a service is asked for, it tunes to one that signals HbbTV applications: one whose PMT
 /// says so before one whose PMT does not say, in the order of the PAT, and on to the next while no
 /// table comes. It knows which is first when every PMT has come, or one of them twice.
 ///
-/// What it has to say piles up until takeEvents(). One thread at a time, carousels() and
-/// tableBook() aside.
+/// The tables go to the application manager at once; what it has to say else piles up until
+/// takeEvents(). One thread at a time, carousels() and tableBook() aside.
 class ServiceFollower : private TransportStreamListener {
 public:
     /// @param clock hears the clock references of the tuned service @param log, clock borrowed
@@ -105,6 +104,7 @@ private:
     void join(const Service& service, const ProgramMap& map);
     void leave();
     void sayThatThereIsNoTable(bool wasThere);
+    Service serviceOf(uint16_t programNumber) const;
     void updateSubscriptions();
 
     /// @name Choice of a service; none of it once one was asked for or a table was sent
@@ -117,24 +117,18 @@ private:
     void chooseAtEnd();
     /// @}
 
-    bool hasTableCome() const { return hasSentTable_ || !heldBack_.empty(); }
+    bool isTablePid(uint16_t pid) const;
     void takeTableSection(uint16_t pid, const SectionBytes& section);
-    void passOn(const SectionBytes& section);
-    void sendHeldBack();
-    void sendTableSection(const SectionBytes& section);
-    bool isInForce(const SectionBytes& section) const;
-    void reportTableSection(const SectionBytes& section);
     void reportFileAnswers(size_t most);
     void takeStreamEvents();
     std::string lackOfTable() const;
-    void remarkOnTable();
 
     const bool isVerbose_;
     EventLog& log_;
     StreamClock& clock_;
     TransportStream stream_;
     uint16_t clockPid_ = 0x1FFF;
-    TableFilter filter_;
+    std::vector<uint16_t> tablePids_;
     std::vector<Outgoing> outgoing_;
     bool hasNews_ = false;
     std::optional<Service> tuned_;
@@ -142,15 +136,10 @@ private:
     std::map<uint16_t, ApplicationSignalling> signalling_;  // of the services with a PMT
     ServiceChoice choice_;                                  // but for the one tuned to
     bool areSubscriptionsStale_ = true;                     ///< some may not be needed any more
-    bool hasSentTable_ = false;                             ///< of this service
-    bool hasTable_ = false;  ///< and it has not gone since, whatever the PMT says
-    std::map<uint8_t, SectionBytes> reported_;  // the table's sections that were announced
-    HeldTable heldBack_;                        // until the network is known
-    unsigned heldBackRounds_ = 0;
-    std::set<std::string> remarks_;                     // each is made once a service
-    std::map<uint16_t, std::string> reportedServices_;  // names
-    TableExaminer examiner_;
+    std::set<std::string> remarks_;                         // each is made once a service
+    std::map<uint16_t, std::string> reportedServices_;      // names
     TableBook book_;
+    TableFeed feed_;
     ServiceCarousels carousels_;
     StreamEventSubscriptions streamEvents_;
     ServiceInformation information_;

@@ -19,6 +19,7 @@ namespace {
 constexpr uint16_t pidMask = 0x1FFF;
 constexpr size_t bytesBeforeStreamInfo = 3;  // stream_type and elementary_PID
 constexpr uint8_t privateSectionsStreamType = 0x05;
+constexpr uint8_t aitTableId = 0x74;
 
 enum DescriptorTag : uint8_t {
     associationTagTag = 0x14,
@@ -174,6 +175,7 @@ ApplicationSignalling ProgramMap::signalling() const
 ProgramMap readProgramMap(const SectionBytes& pmtSection)
 {
     ProgramMap map;
+    map.section = pmtSection;
     ByteReader body = sectionBody(pmtSection);
     const uint16_t clockPid = body.u16() & pidMask;
     if (body.ok())
@@ -188,6 +190,23 @@ ProgramMap readProgramMap(const SectionBytes& pmtSection)
         map.streams.push_back(describe(ElementaryStream(body), descriptors));
     }
     return map;
+}
+
+std::vector<uint16_t> ProgramMap::tablePids() const
+{
+    std::vector<uint16_t> pids;
+    for (const StreamDescription& stream : streams) {
+        if (stream.signalling() != ApplicationSignalling::None)
+            pids.push_back(stream.pid);
+    }
+    return pids;
+}
+
+bool isHbbTVTable(const SectionBytes& section)
+{
+    const SectionHeader header = readSectionHeader(section);
+    return header.tableId == aitTableId && header.current &&
+           (header.tableIdExtension & 0x7FFF) == hbbtvApplicationType;
 }
 
 }  // namespace receiver

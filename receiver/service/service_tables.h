@@ -87,15 +87,22 @@ struct StreamDescription {
 
 /// What a receiver needs of a program map table.
 struct ProgramMap {
+    SectionBytes section;                    ///< the PMT itself
     uint16_t clockPid = 0x1FFF;              ///< carries the program's clock (PCR); 0x1FFF: none
     std::vector<StreamDescription> streams;  ///< in the order of the section
 
     ApplicationSignalling signalling() const;
+
+    /// The PIDs where AITs for HbbTV may be, in the order of the section.
+    std::vector<uint16_t> tablePids() const;
 };
 
 /// Reads a PMT in one pass, its streams with the library's class.
 /// @return a stream that does not fit ends the list; all empty for a section too short
 ProgramMap readProgramMap(const SectionBytes& pmtSection);
+
+/// Whether a section is of an AIT for HbbTV that is in force (ETSI TS 102 809, 5.3.4.6).
+bool isHbbTVTable(const SectionBytes& section);
 
 }  // namespace receiver
 

@@ -2,11 +2,12 @@
 
 #include <cstdio>
 
-#include "receiver/service/table_examiner.h"
+#include "foundation/descriptor.h"
 
 namespace receiver {
 
 using VestaHbbTV::ByteReader;
+using VestaHbbTV::forEachDescriptor;
 using VestaHbbTV::MutexLock;
 
 namespace {
@@ -52,13 +53,28 @@ void TableBook::note(const SectionBytes& section)
     version_ = header.version;
     std::map<Key, Entry>& entries = sections_[header.sectionNumber];
     entries.clear();
-    faultOfTableSection(section, [&](const TableEntry& entry, uint8_t tag, ByteReader payload) {
-        if (tag != applicationTag && tag != applicationNameTag)
+    ByteReader body = sectionBody(section);
+    body.skip(body.length12());
+    ByteReader loop = body.take(body.length12());
+    while (!loop.empty()) {
+        const Key key = {loop.u32(), loop.u16()};
+        loop.skip(1);  // application_control_code
+        const ByteReader descriptors = loop.take(loop.length12());
+        if (!loop.ok())
             return;
-        Entry& known = entries[{entry.organisationId, entry.applicationId}];
-        std::string& text = tag == applicationTag ? known.profiles : known.name;
-        if (text.empty())
-            text = tag == applicationTag ? readProfiles(payload) : readName(payload);
+        noteApplication(descriptors, entries[key]);
+    }
+}
+
+/// The first descriptor of a kind that says something counts.
+void TableBook::noteApplication(ByteReader descriptors, Entry& entry)
+{
+    forEachDescriptor(descriptors, [&entry](uint8_t tag, ByteReader payload, ByteReader /*rest*/) {
+        if (tag == applicationTag && entry.profiles.empty())
+            entry.profiles = readProfiles(payload);
+        if (tag == applicationNameTag && entry.name.empty())
+            entry.name = readName(payload);
+        return true;
     });
 }
 

@@ -16,7 +16,7 @@ namespace receiver {
 /// The middleware thread writes it before it sends a section; callable from any thread.
 class TableBook {
 public:
-    /// A section that is going to be sent; one of another version begins a new table.
+    /// A section of the service's table; one of another version begins a new table.
     void note(const SectionBytes& section);
 
     /// The service was left.
@@ -40,6 +40,7 @@ private:
     };
     using Key = std::pair<uint32_t, uint16_t>;
 
+    static void noteApplication(VestaHbbTV::ByteReader descriptors, Entry& entry);
     const std::string* find(const Key& key, std::string Entry::*text) const VESTA_REQUIRES(mutex_);
 
     mutable VestaHbbTV::Mutex mutex_;

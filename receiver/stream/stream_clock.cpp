@@ -5,6 +5,7 @@ namespace receiver {
 namespace {
 
 constexpr uint64_t ticksPerSecond = 27000000;
+constexpr uint64_t ticksPerMillisecond = 27000;
 // Clock references come ten times a second; what is further on is another clock, and nobody waits
 // for it.
 constexpr uint64_t longestStep = ticksPerSecond;
@@ -21,6 +22,8 @@ std::chrono::steady_clock::duration timeOf(uint64_t ticks, double speed)
 bool StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
 {
     const bool jumps = isKnown_ && (discontinuity || ticks < last_ || ticks - last_ > longestStep);
+    if (first_ && !jumps)
+        elapsed_ += ticks - last_;
     isKnown_ = true;
     if (!first_ || jumps) {
         first_ = ticks;
@@ -28,6 +31,11 @@ bool StreamClock::note(uint64_t ticks, bool discontinuity, Time now)
     }
     last_ = ticks;
     return jumps;
+}
+
+uint64_t StreamClock::elapsed() const
+{
+    return elapsed_ / ticksPerMillisecond;
 }
 
 std::optional<StreamClock::Time> StreamClock::due(double speed, Time now)

@@ -26,12 +26,16 @@ public:
     /// @param speed times real time @return nothing without a clock
     std::optional<Time> due(double speed, Time now);
 
+    /// Milliseconds that passed on it since the first clock, the jumps left out.
+    uint64_t elapsed() const;
+
     /// Whether there ever was a clock.
     bool isKnown() const { return isKnown_; }
 
 private:
     std::optional<uint64_t> first_;
     uint64_t last_ = 0;
+    uint64_t elapsed_ = 0;  // ticks
     Time start_;
     bool isKnown_ = false;
 };

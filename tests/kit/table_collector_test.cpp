@@ -157,5 +157,34 @@ TEST_F(TableCollectorTest, ATableThatGoesOnIsNotForgotten)
     EXPECT_EQ(add(section(6, 2, 2)), Result::Completed);
 }
 
+TEST_F(TableCollectorTest, ATableThatComesRoundWithoutOneOfItsSectionsIsStuckOnce)
+{
+    EXPECT_EQ(add(section(1, 2, 3)), Result::Collected);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(add(section(1, 0, 3)), Result::Collected);
+        EXPECT_EQ(add(section(1, 2, 3)), Result::Collected);
+    }
+    EXPECT_EQ(add(section(1, 2, 3)), Result::Stuck);
+    EXPECT_EQ(collector.firstMissing(), 1);
+    EXPECT_EQ(add(section(1, 2, 3)), Result::Collected);
+    EXPECT_EQ(add(section(1, 1, 3)), Result::Collected);
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(add(section(1, 2, 3)), Result::Collected) << "more of it has come";
+    EXPECT_EQ(add(section(1, 2, 3)), Result::Stuck);
+    EXPECT_EQ(collector.firstMissing(), 3);
+    EXPECT_EQ(add(section(1, 3, 3)), Result::Completed);
+}
+
+TEST_F(TableCollectorTest, ATableThatIsStuckIsNamedAmongSeveral)
+{
+    add(section(1, 0, 1));
+    add(section(2, 1, 1));
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(add(section(1, 0, 1)), Result::Collected);
+    add(section(2, 1, 1));
+    EXPECT_EQ(add(section(1, 0, 1)), Result::Stuck);
+    EXPECT_EQ(collector.firstMissing(), 1) << "not that of the other one";
+}
+
 }  // namespace
 }  // namespace VestaHbbTV

@@ -1,5 +1,7 @@
 // What the integration guide shows and the receiver has no use for.
 
+#include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -10,6 +12,7 @@
 #include "foundation/logging.h"
 #include "foundation/threadsafe_event_queue.h"
 #include "integration/application_events.h"
+#include "lifecycle/window.h"
 #include "signalling/ait.h"
 
 namespace {
@@ -43,6 +46,20 @@ void putXMLTableInForce(void* window)
         new TAVOAITEvent(static_cast<Window*>(window), table));
 }
 
+/// @param section of an AIT of the service 20fa.441.6dd0 @param size 3 + section_length
+void sendSection(const unsigned char* section, size_t size, void* channel)
+{
+    auto* const record =
+        static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_AITSectionEventData)));
+    record->ait.section = static_cast<unsigned char*>(std::malloc(size));
+    std::memcpy(record->ait.section, section, size);
+    record->ait.original_network_id = 0x20FA;
+    record->ait.transport_stream_id = 0x441;
+    record->ait.service_id = 0x6DD0;
+    record->ait.channelHandle = channel;
+    vesta_hbbtv_send_event(E_AIT_SECTION, record);
+}
+
 std::vector<std::string> heard;
 
 HBBTV_STATUS listen(HBBTV_NotificationType type, HBBTV_NotificationData* data)
@@ -66,6 +83,21 @@ TEST(GuideSamples, AnXMLTableStartsItsApplication)
     }
     vesta_hbbtv_shutdown();
     EXPECT_EQ(heard, (std::vector<std::string>{"XML table", "http://a.example/index.html"}));
+}
+
+TEST(GuideSamples, ASectionThatIsSentByHandIsATable)
+{
+    const unsigned char section[] = {0x74, 0xB0, 13,   0, 0x10, 0xC3, 0, 0,
+                                     0xF0, 0,    0xF0, 0, 0,    0,    0, 0};
+    vesta_hbbtv_init(nullptr);
+    void* const window = vesta_hbbtv_create_window();
+    vesta_hbbtv_set_broadcast_window(window);
+    sendSection(section, sizeof(section), window);
+    while (vesta_hbbtv_tick()) {
+    }
+    const AIT* const table = static_cast<Window*>(window)->getAIT();
+    EXPECT_TRUE(table && table->getServiceId() == 0x6DD0 && table->getChannelHandle() == window);
+    vesta_hbbtv_shutdown();
 }
 
 TEST(GuideSamples, TheLogIsSeenOnceThereIsASink)

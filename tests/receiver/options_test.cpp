@@ -144,5 +144,19 @@ TEST(Options, WhatIsWrongIsSaid)
     }
 }
 
+TEST(Options, TheVersionOfHbbTVIsThreeNumbers)
+{
+    const Parsed parsed = parse("--hbbtv-version 1.4.12 a.ts");
+    ASSERT_TRUE(parsed.options) << parsed.problem;
+    const HbbTVVersion& version = parsed.options->middleware.hbbtv;
+    EXPECT_EQ(version.major, 1);
+    EXPECT_EQ(version.minor, 4);
+    EXPECT_EQ(version.micro, 12);
+    EXPECT_EQ(parse("a.ts").options->middleware.hbbtv.major, 0) << "what is claimed anyway";
+    for (const std::string wrong : {"1", "1.4", "1.4.", "1.4.256", "0.4.1", "1.4.1.1", "a.b.c"})
+        EXPECT_EQ(parse("--hbbtv-version " + wrong + " a.ts").problem,
+                  "--hbbtv-version wants a version such as 1.4.1, not " + wrong);
+}
+
 }  // namespace
 }  // namespace receiver

@@ -5,7 +5,8 @@
 #     <!-- receiver [STREAM [OPTION=VALUE...]]
 #     COMMANDS
 #     -->
-# holds what a viewer does meanwhile; without commands the page is started by its URL. A line
+# holds what a viewer does meanwhile; without commands the page is started by its URL. Where they do
+# not begin with a wait, the service's table is waited for. A line
 #     #expect TEXT
 # among them is what the receiver has to report, after those before it.
 set -euo pipefail
@@ -26,7 +27,8 @@ stream=${options[0]:-television}
 options=("${options[@]:1}")
 commands=$(sed '1d;$d' <<<"$comment")
 {
-    echo "wait service"
+    # A table that comes while an application of none is starting ends that one.
+    [[ $commands == wait* ]] || echo "wait table"
     echo "${commands:-start http://test.example/$page.html}"
     echo "wait said finished within 20"
 } | sed "s#FOLDER#$folder#g" >"$folder/script"

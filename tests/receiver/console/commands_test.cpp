@@ -77,13 +77,13 @@ TEST(Commands, ArgumentsThatAreNotUnderstoodSayWhatWasExpected)
         {"answer stop allow", "expected start or request, not stop"},
         {"answer start deny", "expected allow, kill or keep, not deny"},
         {"answer request keep", "expected allow, deny or core, not keep"},
-        {"wait for it", "expected service, running [IDS]"},
-        {"wait service 5", "expected service, running [IDS]"},
-        {"wait file", "expected service, running [IDS]"},
-        {"wait window", "expected service, running [IDS]"},
+        {"wait for it", "expected service, table, running [IDS]"},
+        {"wait service 5", "expected service, table, running [IDS]"},
+        {"wait file", "expected service, table, running [IDS]"},
+        {"wait window", "expected service, table, running [IDS]"},
         {"wait window first", "expected the number of a window, not first"},
         {"wait end within x", "expected seconds after within, not x"},
-        {"wait end within", "expected service, running [IDS]"},
+        {"wait end within", "expected service, table, running [IDS]"},
     };
     for (const auto& [line, problem] : cases) {
         PlayedSession played;

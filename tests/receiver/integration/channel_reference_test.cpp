@@ -1,8 +1,6 @@
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "receiver/integration/channel_reference.h"
-#include "receiver/integration/event_records.h"
 
 namespace receiver {
 namespace {
@@ -24,15 +22,6 @@ TEST(ChannelReference, IsNullForNoService)
 {
     EXPECT_EQ(channelReference(0x441, 0), nullptr);
     EXPECT_EQ(serviceIdOf(nullptr), 0);
-}
-
-TEST(ChannelReference, StandsInTheEventsOfAService)
-{
-    const unsigned char section[] = {0x74};
-    const Outgoing event = tableSection(section, sizeof section, 0x20FA, 0x441, 0x6DD0);
-    EXPECT_EQ(static_cast<VestaHbbTV::HBBTV_AITSectionEventData*>(event.record)->channelHandle,
-              channelReference(0x441, 0x6DD0));
-    discard(event);
 }
 
 }  // namespace

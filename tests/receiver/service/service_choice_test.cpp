@@ -64,33 +64,30 @@ TEST_F(ServiceChoiceTest, WhatIsHeldIsWhatCameOfTheTables)
     EXPECT_EQ(choice_.heldBytes(), 2 * size_);
     EXPECT_TRUE(choice_.hear(pid, table(200))) << "it has come round";
     EXPECT_EQ(choice_.heldBytes(), 2 * (size_ + 100));
-    EXPECT_FALSE(choice_.hear(otherPid, table(100))) << "a second table of the service";
+    EXPECT_FALSE(choice_.hear(otherPid, table(100))) << "a second table of the second service";
+    EXPECT_EQ(choice_.heldBytes(), 2 * (size_ + 100) + size_);
     EXPECT_FALSE(choice_.hear(0x300, table(100))) << "nobody's";
-    EXPECT_EQ(choice_.heldBytes(), 2 * (size_ + 100));
-    EXPECT_EQ(choice_.take(1).table.bytes(), size_ + 100);
-    EXPECT_EQ(choice_.heldBytes(), size_ + 100);
+    EXPECT_FALSE(choice_.hear(pid, makeSection({0x74, 1, 0}, Bytes(100, 0)))) << "another type";
+    EXPECT_FALSE(choice_.hear(pid, makeSection({0x74, hbbtv, 0, false}, Bytes(100, 0))));
+    EXPECT_EQ(choice_.heldBytes(), 2 * (size_ + 100) + size_);
+    EXPECT_EQ(choice_.take(1).heldBytes(), size_ + 100);
+    EXPECT_EQ(choice_.heldBytes(), size_ + 100 + size_);
     choice_.dropUnlisted();
     EXPECT_EQ(choice_.heldBytes(), 0u) << "the stream lists none";
 }
 
-TEST_F(ServiceChoiceTest, WhatIsHeldUntilItIsKnownWhichPidHasTheTableCounts)
+TEST_F(ServiceChoiceTest, WhatIsHeldOfAPidGoesWithIt)
 {
     choice_.follow(1, mapWith({pid, otherPid}));
     choice_.hear(otherPid, table(100));
-    EXPECT_EQ(choice_.heldBytes(), size_);
-    choice_.follow(1, mapWith({pid}));
-    EXPECT_EQ(choice_.heldBytes(), 0u) << "its PID is gone";
-    choice_.follow(1, mapWith({pid, otherPid}));
-    choice_.hear(otherPid, table(100));
-    EXPECT_EQ(choice_.heldBytes(), size_);
-    choice_.giveUpWaiting();
-    EXPECT_EQ(choice_.heldBytes(), size_) << "it is the service's";
-    EXPECT_EQ(choice_.take(1).table.bytes(), size_);
-    EXPECT_EQ(choice_.heldBytes(), 0u);
-    choice_.follow(1, mapWith({pid, otherPid}));
-    choice_.hear(otherPid, table(100));
     choice_.hear(pid, table(200));
-    EXPECT_EQ(choice_.heldBytes(), size_ + 100) << "the other one is given up";
+    EXPECT_EQ(choice_.heldBytes(), size_ + size_ + 100);
+    choice_.follow(1, mapWith({pid}));
+    EXPECT_EQ(choice_.heldBytes(), size_ + 100);
+    EXPECT_EQ(choice_.take(1).tables.count(pid), 1u);
+    EXPECT_EQ(choice_.heldBytes(), 0u);
+    choice_.follow(1, mapWith({pid}));
+    choice_.hear(pid, table(100));
     choice_.clear();
     EXPECT_EQ(choice_.heldBytes(), 0u);
 }

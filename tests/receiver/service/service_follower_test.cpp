@@ -6,7 +6,11 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "lifecycle/window.h"
+#include "receiver/browser/console_browser.h"
+#include "receiver/integration/channel_reference.h"
 #include "receiver/service/service_follower.h"
+#include "signalling/ait.h"
 #include "tests/receiver/support/carousel_builder.h"
 #include "tests/receiver/support/information_builder.h"
 #include "tests/receiver/support/stream_builder.h"
@@ -44,9 +48,12 @@ PmtStream tables(unsigned pid, unsigned type)
     return {0x05, pid, signalling(type)};
 }
 
+/// A section of a table with one application, whose id is hexadecimal "<version><number>".
 Bytes table(unsigned version, unsigned number = 0, unsigned last = 0, unsigned type = hbbtv)
 {
-    return makeSection({0x74, type, version, true, number, last}, {0xF0, 0, 0xF0, 0});
+    const Bytes entry = ByteWriter().u32(0x0A).u16(version * 16 + number).u8(2).u16(0xF000);
+    return makeSection({0x74, type, version, true, number, last},
+                       ByteWriter().u16(0xF000).u16(0xF000 | unsigned(entry.size())).add(entry));
 }
 
 /// A carousel that has one file, "f".
@@ -66,6 +73,27 @@ std::vector<Bytes> carouselSections()
 
 class ServiceFollowerTest : public ::testing::Test {
 protected:
+    ServiceFollowerTest()
+    {
+        vesta_hbbtv_init(browser_.handle());
+        window_ = vesta_hbbtv_create_window();
+        vesta_hbbtv_set_broadcast_window(window_);
+        vesta_hbbtv_add_notification_listener(hear);
+    }
+    ~ServiceFollowerTest() override { vesta_hbbtv_shutdown(); }
+
+    static HBBTV_STATUS hear(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+    {
+        if (type != HBBTV_NOTIFICATION_AIT_UPDATE)
+            return HBBTV_STATUS_OK;
+        for (int index = 0; index < data->ait.numApplications; ++index) {
+            std::ostringstream id;
+            id << " " << std::hex << data->ait.applications[index].applicationId;
+            ids_ += id.str();
+        }
+        return HBBTV_STATUS_OK;
+    }
+
     /// PAT (and SDT) of these services.
     void services(const std::vector<unsigned>& ids, bool withNetwork = true)
     {
@@ -98,23 +126,20 @@ protected:
         follower_.giveUpWaiting();
     }
 
-    /// "service: version/section" of the tables that were sent since the last call.
+    /// "service: id id" of the applications of the tables that came in force since the last call.
     std::string sent()
     {
-        std::string text;
-        for (const Outgoing& event : follower_.takeEvents()) {
-            if (event.type == E_AIT_SECTION) {
-                const auto& record = *static_cast<HBBTV_AITSectionEventData*>(event.record);
-                text += text.empty() ? "" : ", ";
-                text += std::to_string(record.service_id) + ": ";
-                if (record.section)
-                    text += std::to_string((record.section[5] >> 1) & 0x1F) + "/" +
-                            std::to_string(record.section[6]);
-                else
-                    text += "none";
-                network_ = record.original_network_id;
-            }
+        for (const Outgoing& event : follower_.takeEvents())
             discard(event);
+        std::string text;
+        while (vesta_hbbtv_tick()) {
+            if (ids_.empty())
+                continue;
+            const AIT& table = *static_cast<Window*>(window_)->getAIT();
+            text += (text.empty() ? "" : ", ") + std::to_string(table.getServiceId()) + ":" +
+                    std::exchange(ids_, "");
+            network_ = table.getOriginalNetworkId();
+            EXPECT_EQ(table.getChannelHandle(), channelReference(0x441, table.getServiceId()));
         }
         return text;
     }
@@ -123,13 +148,18 @@ protected:
 
     unsigned tuned() const { return follower_.tuned() ? follower_.tuned()->programNumber : 0; }
 
+    static std::string ids_;
     std::ostringstream out_;
     EventLog log_{out_, false};
+    ConsoleBrowser browser_{log_, {}};
+    void* window_ = nullptr;
     StreamClock clock_;
     ServiceFollower follower_{{}, log_, clock_};
     StreamWriter stream_;
     unsigned network_ = 0;
 };
+
+std::string ServiceFollowerTest::ids_;
 
 TEST_F(ServiceFollowerTest, TunesInTheOrderOfThePatNotOfArrival)
 {
@@ -178,7 +208,7 @@ TEST_F(ServiceFollowerTest, ATableThatComesBeforeTheChoiceIsSentAfterIt)
     play(tablePid(2), table(7));
     EXPECT_EQ(sent(), "");
     pmt(1, {{0x1B, 0x300, {}}});
-    EXPECT_EQ(sent(), "2: 7/0");
+    EXPECT_EQ(sent(), "2: 70");
 }
 
 TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
@@ -188,7 +218,7 @@ TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheChoiceIsMadeWithWhatIsThere)
     play(tablePid(2), table(7));
     end();
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 7/0");
+    EXPECT_EQ(sent(), "2: 70");
 }
 
 TEST_F(ServiceFollowerTest, GoesOnToTheNextServiceWhileNoTableComes)
@@ -203,7 +233,7 @@ TEST_F(ServiceFollowerTest, GoesOnToTheNextServiceWhileNoTableComes)
     EXPECT_EQ(tuned(), 1u) << "its table may still come";
     play(tablePid(2), table(5));
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
     EXPECT_NE(out_.str().find("no AIT for HbbTV came in service 1"), std::string::npos);
     play(tablePid(1), table(6));
     EXPECT_EQ(sent(), "") << "the choice is made";
@@ -219,7 +249,7 @@ TEST_F(ServiceFollowerTest, StaysWhereTheTableCame)
     for (int round = 0; round < 3; ++round)
         play(tablePid(1), table(6));
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
 }
 
 TEST_F(ServiceFollowerTest, AWholeTableIsSentOnceUntilItChanges)
@@ -232,7 +262,10 @@ TEST_F(ServiceFollowerTest, AWholeTableIsSentOnceUntilItChanges)
     }
     play(tablePid(1), table(6, 0, 1));
     play(tablePid(1), table(5, 0, 1));
-    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 6/0, 1: 5/0");
+    EXPECT_EQ(sent(), "1: 50 51");
+    play(tablePid(1), table(6));
+    play(tablePid(1), table(6));
+    EXPECT_EQ(sent(), "1: 60");
 }
 
 TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWhenItCameOnce)
@@ -245,7 +278,7 @@ TEST_F(ServiceFollowerTest, AtTheEndOfTheStreamTheNextServiceWithATableIsTakenWh
     EXPECT_EQ(tuned(), 1u);
     end();
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 2/0");
+    EXPECT_EQ(sent(), "2: 20");
 }
 
 TEST_F(ServiceFollowerTest, ServicesMayShareTheirTable)
@@ -255,7 +288,7 @@ TEST_F(ServiceFollowerTest, ServicesMayShareTheirTable)
         pmt(service, {tables(0x300, hbbtv)});
     play(0x300, table(5));
     EXPECT_EQ(tuned(), 1u);
-    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(sent(), "1: 50");
     EXPECT_EQ(follower_.heldBytes(), 0u) << "the choice is made";
 }
 
@@ -272,7 +305,7 @@ TEST_F(ServiceFollowerTest, ATableThatMovesToAnotherPidIsHeardThereAlone)
     play(0x300, table(5));
     play(0x300, table(5));
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
 }
 
 TEST_F(ServiceFollowerTest, WhatIsHeldOfServicesThatAreNotChosenIsBounded)
@@ -418,9 +451,9 @@ TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeItsPmtIsSent)
     play(tablePid(1), table(5, 0, 1));
     play(tablePid(1), table(5, 1, 1));
     pmt(1, {tables(tablePid(1), hbbtv)});
-    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1") << "the latest version";
+    EXPECT_EQ(sent(), "1: 50 51") << "the latest version";
     play(tablePid(1), table(6));
-    EXPECT_EQ(sent(), "1: 6/0");
+    EXPECT_EQ(sent(), "1: 60");
 }
 
 TEST_F(ServiceFollowerTest, ATableOfTheServiceThatWasAskedForIsSentThoughItCameBeforeThePmt)
@@ -431,7 +464,7 @@ TEST_F(ServiceFollowerTest, ATableOfTheServiceThatWasAskedForIsSentThoughItCameB
     pmt(1, {tables(tablePid(1), hbbtv)});
     EXPECT_EQ(sent(), "");
     pmt(2, {tables(tablePid(2), hbbtv)});
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
 }
 
 TEST_F(ServiceFollowerTest, TuningToNoServiceLeavesTheOneThatWasTunedTo)
@@ -439,7 +472,7 @@ TEST_F(ServiceFollowerTest, TuningToNoServiceLeavesTheOneThatWasTunedTo)
     services({1});
     pmt(1, {tables(tablePid(1), hbbtv)});
     play(tablePid(1), table(5));
-    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(sent(), "1: 50");
     follower_.tune(0);
     pmt(1, {tables(tablePid(1), hbbtv)});
     play(tablePid(1), table(6));
@@ -456,13 +489,13 @@ TEST_F(ServiceFollowerTest, WhatComesBeforeThePmtIsNotLostAfterAZapEither)
     pmt(2, {tables(tablePid(2), hbbtv)});
     play(tablePid(1), table(5));
     play(tablePid(2), table(6));
-    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(sent(), "1: 50");
     follower_.tune(2);
     play(tablePid(2), table(7));
     for (const Bytes& section : carouselSections())
         play(0x300, section);
     pmt(2, {tables(tablePid(2), hbbtv), carousel(0x300)});
-    EXPECT_EQ(sent(), "2: 7/0");
+    EXPECT_EQ(sent(), "2: 70");
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
@@ -470,13 +503,17 @@ TEST_F(ServiceFollowerTest, ATableThatBeganBeforeItsPmtIsContinued)
 {
     services({1});
     PacketWriter writer(tablePid(1));
-    const Bytes packets =
-        writer.section(makeSection({0x74, hbbtv, 5}, ByteWriter().u32(0xF000F000).fill(300, 0)));
+    Bytes name = ByteWriter().u8(0x40).u8(200).fill(200, 0);  // a descriptor that says nothing
+    const Bytes entry =
+        ByteWriter().u32(0x0A).u16(0x50).u8(2).u16(0xF000 | unsigned(name.size())).add(name);
+    const Bytes packets = writer.section(
+        makeSection({0x74, hbbtv, 5},
+                    ByteWriter().u16(0xF000).u16(0xF000 | unsigned(entry.size())).add(entry)));
     follower_.feed(packets.data(), 188);
     pmt(1, {tables(tablePid(1), hbbtv)});
     EXPECT_EQ(sent(), "");
     follower_.feed(packets.data() + 188, packets.size() - 188);
-    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(sent(), "1: 50");
 }
 
 TEST_F(ServiceFollowerTest, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRoundWithTheNext)
@@ -488,7 +525,7 @@ TEST_F(ServiceFollowerTest, ATableThatCameBeforeThePmtOfTheNextServiceHasComeRou
     EXPECT_EQ(tuned(), 1u) << "it came once";
     play(tablePid(2), table(5));
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
 }
 
 TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTakenAtTheEnd)
@@ -499,7 +536,7 @@ TEST_F(ServiceFollowerTest, ATableThatCameOnceBeforeThePmtOfTheNextServiceIsTake
     pmt(2, {tables(tablePid(2), hbbtv)});
     end();
     EXPECT_EQ(tuned(), 2u);
-    EXPECT_EQ(sent(), "2: 5/0");
+    EXPECT_EQ(sent(), "2: 50");
 }
 
 TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
@@ -522,30 +559,25 @@ TEST_F(ServiceFollowerTest, ASectionThatBeganBeforeTheTablesIsContinued)
     EXPECT_TRUE(follower_.carousels().hasFile("f"));
 }
 
-TEST_F(ServiceFollowerTest, ATableThatComesOnceOnASecondPidIsSentAtTheEnd)
+TEST_F(ServiceFollowerTest, ATableThatComesOnceOnASecondPidIsSent)
 {
     services({1});
     pmt(1, {tables(tablePid(1)), tables(0x300)});
     for (unsigned number = 0; number < 3; ++number)
         play(0x300, table(5, number, 2));
-    EXPECT_EQ(sent(), "");
-    end();
-    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1, 1: 5/2");
+    EXPECT_EQ(sent(), "1: 50 51 52");
 }
 
 TEST_F(ServiceFollowerTest, ATableOfManySectionsIsSentWholeWithoutANetwork)
 {
     services({1}, false);
     pmt(1, {tables(tablePid(1), hbbtv)});
-    std::string whole;
     const unsigned last = 11;
-    for (unsigned number = 0; number <= last; ++number) {
+    for (unsigned number = 0; number <= last; ++number)
         play(tablePid(1), table(5, number, last));
-        whole += (number == 0 ? "1: 5/" : ", 1: 5/") + std::to_string(number);
-    }
     EXPECT_EQ(sent(), "");
     end();
-    EXPECT_EQ(sent(), whole);
+    EXPECT_EQ(sent(), "1: 50 51 52 53 54 55 56 57 58 59 5a 5b");
     EXPECT_EQ(network_, 0u);
 }
 
@@ -557,7 +589,7 @@ TEST_F(ServiceFollowerTest, ATableThatWaitedForTheNetworkIsSentWithItWhenItComes
     play(tablePid(1), table(5, 1, 1));
     EXPECT_EQ(sent(), "");
     services({1});
-    EXPECT_EQ(sent(), "1: 5/0, 1: 5/1");
+    EXPECT_EQ(sent(), "1: 50 51");
     EXPECT_EQ(network_, network);
 }
 
@@ -570,9 +602,9 @@ TEST_F(ServiceFollowerTest, ATableWaitsEightRoundsForTheNetworkAndNoMore)
         EXPECT_EQ(sent(), "");
     }
     play(tablePid(1), table(5));
-    EXPECT_EQ(sent(), "1: 5/0");
+    EXPECT_EQ(sent(), "1: 50");
     play(tablePid(1), table(6));
-    EXPECT_EQ(sent(), "1: 6/0");
+    EXPECT_EQ(sent(), "1: 60");
 }
 
 TEST_F(ServiceFollowerTest, StreamEventsOfAComponentThatIsListenedToAreSent)

@@ -248,10 +248,10 @@ odd_streams() {
     tail -c +"$middle" "$station" >"$work/middle.ts"
     expect 0 "index.html: 336 bytes" --script "$work/loaded" "$work/middle.ts"
     expect 0 "no clock in the stream" --speed 100 "$station"
-    expect 0 "signals no applications (no AIT)" --service 1 "$streams/no-table.ts"
+    expect 0 "signals no HbbTV applications" --service 1 "$streams/no-table.ts"
     expect 0 "no service of the stream signals HbbTV applications" "$streams/no-table.ts"
     script zapped "wait running a.1" "zap Plain" "wait stopped" "status"
-    expect 0 "service 2 \"Plain\" signals no applications" --script "$work/zapped" --service 1 \
+    expect 0 "service 2 \"Plain\" signals no HbbTV applications" --script "$work/zapped" --service 1 \
         --site "http://one.example=$here/site/one" "$streams/services-without-table.ts"
     [[ $(grep -c "^  none$" "$work/out") -eq 3 ]] || fail "status shows more than nothing"
     script ended "wait end" "status"
@@ -294,10 +294,13 @@ extraction() {
 recordings() {
     [[ -d $shared/ts ]] || return 0
     expect 0 "no service of the stream signals HbbTV applications" "$shared/ts/real-1-three-aits.ts"
-    expect 0 'no AIT for HbbTV came in service 1 "Italia 1"' --service 1 \
+    expect 0 'service 1 "Italia 1" signals no HbbTV applications' --service 1 \
         "$shared/ts/real-1-three-aits.ts"
     expect 0 "AIT version 0, 250 bytes" "$shared/ts/real-2-two-types.ts"
-    expect 0 "an AIT of application type 1" --log debug "$shared/ts/real-2-two-types.ts"
+    expect 0 "3c0.65 rejected: it wants profile 0x0000 with version 1.4.1" \
+        "$shared/ts/real-2-two-types.ts"
+    expect 0 "may 3c0.65 start (AUTOSTART)? yes" --hbbtv-version 1.4.1 \
+        "$shared/ts/real-2-two-types.ts"
     expect 0 "AIT version 4, 224 bytes" "$shared/ts/real-3-launcher.ts"
     expect 0 "no services: the stream lists none" "$shared/ts/real-4-carousel.ts"
 }

@@ -82,5 +82,26 @@ TEST_F(StreamClockTest, AStreamThatBeginsAgainDoesToo)
     EXPECT_EQ(dueAfterStart(1), seconds(0));
 }
 
+TEST_F(StreamClockTest, WhatPassedIsKnownWithoutTheJumps)
+{
+    EXPECT_EQ(clock_.elapsed(), 0u);
+    clock_.note(5 * second, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 0u);
+    clock_.note(5 * second + second / 2, false, start_);
+    clock_.note(6 * second + second / 4, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 1250u);
+    clock_.note(100 * second, false, start_);
+    clock_.note(3 * second, false, start_);
+    clock_.note(3 * second + second / 2, true, start_);
+    EXPECT_EQ(clock_.elapsed(), 1250u) << "ahead, back, and as the stream says";
+    clock_.note(4 * second, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 1750u);
+    clock_.restart();
+    clock_.note(4 * second + second / 2, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 1750u);
+    clock_.note(5 * second, false, start_);
+    EXPECT_EQ(clock_.elapsed(), 2250u);
+}
+
 }  // namespace
 }  // namespace receiver

@@ -19,7 +19,7 @@ class PlayedSession {
 public:
     explicit PlayedSession(const std::string& stream = VESTA_SAMPLES "/station.ts",
                            bool follow = false)
-        : middleware_({stream, {}, 0, false, false, false, {}, {}, follow}, log_, doorbell_),
+        : middleware_({stream, {}, 0, false, false, false, {}, {}, {}, follow}, log_, doorbell_),
           browser_(log_, {}), platform_(middleware_.carousels(), middleware_.streamEvents(), log_),
           integrator_(log_, browser_, &middleware_.tableBook()),
           session_(log_, middleware_, doorbell_, browser_, integrator_)
