@@ -206,9 +206,11 @@ void StreamSurveyor::listenTo(const std::set<uint16_t>& pids)
 void StreamSurveyor::sectionReceived(uint16_t pid, const SectionBytes& section)
 {
     const uint8_t tableId = section.empty() ? uint8_t(0) : section[0];
-    const bool isWhereItBelongs =
-        (tableId == patTable && pid == patPid) || (tableId == sdtTable && pid == sdtPid) ||
-        (pid == eitPid && tableId >= presentFollowingTable && tableId <= lastScheduleTable);
+    const bool isOfEvents = tableId == presentFollowingTable ||
+                            (tableId >= firstScheduleTable && tableId <= lastScheduleTable);
+    const bool isWhereItBelongs = (tableId == patTable && pid == patPid) ||
+                                  (tableId == sdtTable && pid == sdtPid) ||
+                                  (isOfEvents && pid == eitPid);
     if (isWhereItBelongs) {
         survey_.take(pid, section, time_.now());
     } else if (tableId == pmtTable && pid >= firstFreePid) {
