@@ -414,7 +414,7 @@ void checkApplications(const Survey& survey, const ServiceSurvey* service,
                        const TableHistory& history, const Place& place, Findings& findings)
 {
     const TableVersion* const latest = history.latest();
-    if (latest)
+    if (latest && isTakenByFeed(costOf(*latest)))
         TableCheck(*latest, addressesOf(survey, service, *latest), place, findings).run();
 }
 

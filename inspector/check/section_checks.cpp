@@ -64,25 +64,12 @@ std::string detailOf(const Refusal& refusal)
 /// More than the feed takes.
 void checkLimits(const TableVersion& table, const Place& place, Findings& findings)
 {
-    HBBTV_KitFeedOptions limits;
-    hbbtv_kit_feed_get_defaults(&limits);
-    VestaHbbTV::TableCost cost;
-    for (const auto& [number, section] : table.sections)
-        VestaHbbTV::examineSection({section.bytes.data(), section.bytes.size()},
-                                   VestaHbbTV::anyApplicationType, false, cost);
-    if (cost.applications > limits.mostApplications)
+    const VestaHbbTV::TableCost cost = costOf(table);
+    if (!isTakenByFeed(cost))
         findings.add("table-limits", place,
-                     std::to_string(cost.applications) + " applications where " +
-                         std::to_string(limits.mostApplications) + " are the most");
-    if (cost.textBytes > limits.mostTextBytes)
-        findings.add("table-limits", place,
-                     std::to_string(cost.textBytes) +
-                         " bytes of names, URLs and boundaries where " +
-                         std::to_string(limits.mostTextBytes) + " are the most");
-    if (cost.labels > limits.mostLabels)
-        findings.add("table-limits", place,
-                     std::to_string(cost.labels) + " labels where " +
-                         std::to_string(limits.mostLabels) + " are the most");
+                     counted(cost.applications, "application") + ", " +
+                         std::to_string(cost.textBytes) + " bytes of names, URLs and boundaries, " +
+                         counted(cost.labels, "label"));
 }
 
 /// Where a section is the table itself, the time of its repetition is the table's.

@@ -42,9 +42,21 @@ std::string titleOf(const std::string& table, const std::optional<uint16_t>& pid
                                   counted(latest.lastSectionNumber + 1U, "section");
 }
 
+/// What stands in the document already: many services may share tables and carousels, which would
+/// make it as many times as long.
+struct Described {
+    static constexpr size_t mostAddresses = 20'000;
+
+    std::map<AITKey, uint16_t> tables;                    // the service where each stands
+    std::map<const CarouselSurvey*, uint16_t> carousels;  // likewise
+    size_t addresses = 0;
+    size_t addressesLeftOut = 0;
+};
+
 /// What came of a table, and its newest version.
+/// @param describedAt the service where its sections stand, if it is another one
 void fillTable(Node& node, const std::string& name, const std::optional<uint16_t>& pid,
-               const TableHistory& history)
+               const TableHistory& history, std::optional<uint16_t> describedAt = std::nullopt)
 {
     const TableVersion* const latest = history.latest();
     addPid(node, pid);
@@ -59,6 +71,10 @@ void fillTable(Node& node, const std::string& name, const std::optional<uint16_t
     node.title = titleOf(name, pid, *latest);
     node.addNumber("version_number", latest->version).quiet();
     node.addFlag("whole", latest->isWhole()).quiet();
+    if (describedAt) {
+        node.addNumber("described_at_service", *describedAt);
+        return;
+    }
     Node& sections = node.addList("sections");
     for (const auto& [number, section] : latest->sections)
         sections.children.push_back(section.tree);
@@ -93,10 +109,15 @@ void addStream(const Survey& survey, Node& root)
     stream.addNumber("skipped_bytes", counts.skippedBytes);
 }
 
-void addAddresses(const std::vector<Address>& addresses, Node& table)
+void addAddresses(const std::vector<Address>& addresses, Node& table, Described& described)
 {
     Node& list = table.addList("addresses");
     for (const Address& address : addresses) {
+        if (described.addresses == Described::mostAddresses) {
+            ++described.addressesLeftOut;
+            continue;
+        }
+        ++described.addresses;
         const std::string application =
             nameOfApplication(address.organisationId, address.applicationId);
         Node& node = list.addObject("", "address of " + application);
@@ -113,8 +134,10 @@ void addAddresses(const std::vector<Address>& addresses, Node& table)
     }
 }
 
-void addAits(const Survey& survey, const ServiceSurvey* service,
-             const std::vector<const std::pair<const AITKey, TableHistory>*>& tables, Node& into)
+/// @param service null where it is not known @param id its own
+void addAits(const Survey& survey, const ServiceSurvey* service, uint16_t id,
+             const std::vector<const std::pair<const AITKey, TableHistory>*>& tables, Node& into,
+             Described& described)
 {
     Node& list = into.addList("aits");
     for (const auto* const entry : tables) {
@@ -122,10 +145,11 @@ void addAits(const Survey& survey, const ServiceSurvey* service,
         const std::string type = nameOfApplicationType(key.second);
         Node& table = list.addObject("");
         table.addHexadecimal("application_type", key.second, type).quiet();
+        const auto [known, isNew] = described.tables.try_emplace(key, id);
         fillTable(table, "AIT of type " + (type.empty() ? hexadecimal(key.second, 4) : type),
-                  key.first, history);
+                  key.first, history, isNew ? std::nullopt : std::optional(known->second));
         if (const TableVersion* const latest = history.latest())
-            addAddresses(addressesOf(survey, service, *latest), table);
+            addAddresses(addressesOf(survey, service, *latest), table, described);
     }
 }
 
@@ -210,8 +234,13 @@ void addCarousel(uint8_t tag, const receiver::ObjectCarousel& carousel, Node& li
     addListing(carousel.list(), node);
 }
 
-void addCarousels(const CarouselSurvey* survey, Node& service)
+void addCarousels(const CarouselSurvey* survey, uint16_t id, Node& service, Described& described)
 {
+    const auto [known, isNew] = described.carousels.try_emplace(survey, id);
+    if (survey && !isNew) {
+        service.addNumber("carousels_described_at_service", known->second);
+        return;
+    }
     Node& carousels = service.addList("carousels");
     if (survey)
         survey->carousels().visit([&](uint8_t tag, const receiver::ObjectCarousel& carousel) {
@@ -228,7 +257,8 @@ void addCarousels(const CarouselSurvey* survey, Node& service)
     }
 }
 
-void addService(const Survey& survey, uint16_t id, const ServiceSurvey& service, Node& list)
+void addService(const Survey& survey, uint16_t id, const ServiceSurvey& service, Node& list,
+                Described& described)
 {
     Node& node = list.addObject("", "service " + std::to_string(id));
     node.addNumber("service_id", id).quiet();
@@ -249,8 +279,8 @@ void addService(const Survey& survey, uint16_t id, const ServiceSurvey& service,
         fillTable(node.addObject("pmt"), "PMT",
                   service.service ? std::optional(service.service->pmtPid) : std::nullopt,
                   service.pmt);
-    addAits(survey, &service, survey.tablesOf(service), node);
-    addCarousels(service.carousels.get(), node);
+    addAits(survey, &service, id, survey.tablesOf(service), node, described);
+    addCarousels(service.carousels.get(), id, node, described);
 }
 
 void addXmlTables(const Survey& survey, Node& root)
@@ -269,7 +299,7 @@ void addXmlTables(const Survey& survey, Node& root)
     }
 }
 
-void addRest(const Survey& survey, Node& root)
+void addRest(const Survey& survey, const Described& described, Node& root)
 {
     Node& others = root.addList("other_sections");
     for (const auto& [tableId, count] : survey.otherTables) {
@@ -282,7 +312,8 @@ void addRest(const Survey& survey, Node& root)
     leftOut.addNumber("tables", survey.leftOut.tables);
     leftOut.addNumber("refusals", survey.leftOut.refusals);
     leftOut.addNumber("carousels_of_services", survey.leftOut.carousels);
-    leftOut.isQuiet = survey.leftOut.isNothing();
+    leftOut.addNumber("addresses", described.addressesLeftOut);
+    leftOut.isQuiet = survey.leftOut.isNothing() && described.addressesLeftOut == 0;
 }
 
 /// What both commands begin with.
@@ -310,12 +341,13 @@ Node documentOf(const Survey& survey)
     Node root = beginDocument(survey);
     addTables(root, "pats", "PAT", patPid, survey.pats);
     addTables(root, "sdts", "SDT", sdtPid, survey.sdts);
+    Described described;
     Node& services = root.addList("services");
     for (const auto& [id, service] : survey.services)
-        addService(survey, id, service, services);
-    addAits(survey, nullptr, survey.tablesOfNobody(), root);
+        addService(survey, id, service, services, described);
+    addAits(survey, nullptr, 0, survey.tablesOfNobody(), root, described);
     addXmlTables(survey, root);
-    addRest(survey, root);
+    addRest(survey, described, root);
     return root;
 }
 

@@ -146,10 +146,29 @@ ref_ptr<AIT> readTable(const ServiceSurvey* owner, const TableVersion& table)
     return ait;
 }
 
+TableCost costOf(const TableVersion& table)
+{
+    TableCost cost;
+    for (const auto& [number, section] : table.sections)
+        examineSection({section.bytes.data(), section.bytes.size()}, anyApplicationType, false,
+                       cost);
+    return cost;
+}
+
+bool isTakenByFeed(const TableCost& cost)
+{
+    HBBTV_KitFeedOptions limits;
+    hbbtv_kit_feed_get_defaults(&limits);
+    return cost.applications <= limits.mostApplications && cost.textBytes <= limits.mostTextBytes &&
+           cost.labels <= limits.mostLabels;
+}
+
 std::vector<Address> addressesOf(const Survey& survey, const ServiceSurvey* service,
                                  const TableVersion& table)
 {
     std::vector<Address> addresses;
+    if (!isTakenByFeed(costOf(table)))
+        return addresses;
     const ref_ptr<AIT> ait = readTable(service, table);
     for (unsigned index = 0; index < ait->getNumApplications(); ++index) {
         const AITApplication& application = *ait->getAITApplication(index);

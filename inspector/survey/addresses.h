@@ -42,8 +42,15 @@ struct Address {
 VestaHbbTV::ref_ptr<VestaHbbTV::AIT> readTable(const ServiceSurvey* service,
                                                const TableVersion& table);
 
+/// What a table costs the application manager.
+VestaHbbTV::TableCost costOf(const TableVersion& table);
+
+/// Whether the feed takes a table of that size, as far as it is not told otherwise.
+bool isTakenByFeed(const VestaHbbTV::TableCost& cost);
+
 /// In the order in which the applications are tried, and their transports.
 /// @param service null where it is not known
+/// @return none for a table that the feed does not take
 std::vector<Address> addressesOf(const Survey& survey, const ServiceSurvey* service,
                                  const TableVersion& table);
 

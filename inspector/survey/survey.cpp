@@ -21,12 +21,14 @@ bool hasHeader(const SectionBytes& section)
     return section.size() >= leastTable && (section[1] & 0x80) != 0;
 }
 
+/// Only what is looked at: the trees of all versions would take much memory.
 void decode(TableHistory& history)
 {
-    for (TableVersion& version : history.versions()) {
-        for (auto& [number, section] : version.sections)
-            section.tree = decodeSection(section.bytes);
-    }
+    TableVersion* const latest = history.latest();
+    if (!latest)
+        return;
+    for (auto& [number, section] : latest->sections)
+        section.tree = decodeSection(section.bytes);
 }
 
 }  // namespace

@@ -20,10 +20,10 @@ namespace inspector {
 
 /// The most that a survey keeps; what is beyond is counted in Survey::leftOut.
 struct SurveyLimits {
-    size_t tableBytes = size_t(32) << 20;  ///< of the sections of all tables
-    size_t services = 512;                 ///< whose PMTs are looked at
-    size_t tables = 1024;                  ///< AITs by PID and type
-    size_t refusals = 1024;                ///< kinds of them, by PID
+    size_t tableBytes = size_t(2) << 20;  ///< of the sections of all tables: trees take far more
+    size_t services = 512;                ///< whose PMTs are looked at
+    size_t tables = 1024;                 ///< AITs by PID and type
+    size_t refusals = 1024;               ///< kinds of them, by PID
     size_t otherTables = 256;
     size_t carouselGroups = 8;                ///< of services that have different carousels
     size_t carouselBytes = size_t(32) << 20;  ///< of each group's

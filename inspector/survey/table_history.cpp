@@ -27,6 +27,17 @@ bool isSameContent(const SectionBytes& left, const SectionBytes& right)
     return true;
 }
 
+/// @param versions const or not, as is what it answers
+template <typename Versions>
+auto latestOf(Versions& versions) -> decltype(&versions.back())
+{
+    const auto whole = std::find_if(versions.rbegin(), versions.rend(),
+                                    [](const TableVersion& table) { return table.isWhole(); });
+    if (whole != versions.rend())
+        return &*whole;
+    return versions.empty() ? nullptr : &versions.back();
+}
+
 bool isSameContent(const TableVersion& left, const TableVersion& right)
 {
     return std::equal(left.sections.begin(), left.sections.end(), right.sections.begin(),
@@ -116,13 +127,14 @@ void TableHistory::finish(const std::optional<Moment>& now)
     }
 }
 
+TableVersion* TableHistory::latest()
+{
+    return latestOf(versions_);
+}
+
 const TableVersion* TableHistory::latest() const
 {
-    const auto whole = std::find_if(versions_.rbegin(), versions_.rend(),
-                                    [](const TableVersion& table) { return table.isWhole(); });
-    if (whole != versions_.rend())
-        return &*whole;
-    return versions_.empty() ? nullptr : &versions_.back();
+    return latestOf(versions_);
 }
 
 bool TableHistory::isVersionAloneChanged() const

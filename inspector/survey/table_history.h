@@ -48,11 +48,11 @@ public:
 
     /// The newest last; each at least once where a table came back to an older one.
     const std::list<TableVersion>& versions() const { return versions_; }
-    std::list<TableVersion>& versions() { return versions_; }
     bool empty() const { return versions_.empty(); }
 
     /// The newest one that is whole, or else the newest; null where there is none.
     const TableVersion* latest() const;
+    TableVersion* latest();
 
     /// How often a version followed another one, or the same with other content.
     uint64_t changes() const { return changes_; }

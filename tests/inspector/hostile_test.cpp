@@ -148,5 +148,28 @@ TEST(Hostile, ServicesWithTheSameCarouselsShareThem)
     EXPECT_EQ(different.size(), 1U);
 }
 
+/// What many services share is in the document once.
+TEST(Hostile, TablesThatManyServicesShareMakeNoLongDocument)
+{
+    const auto lengthFor = [](unsigned services) {
+        std::vector<Bytes> sections;
+        for (unsigned id = 1; id <= services; ++id)
+            sections.push_back(makePmt(id, 0, {aitStream()}));
+        Survey survey;
+        for (const Bytes& section : sections)
+            survey.take(pmtPid, section, std::nullopt);
+        AITSection table;
+        for (uint16_t id = 1; id <= 10; ++id)
+            table.add(AITEntry(1, id).raw(vesta::test::descriptor(0x7F, Bytes(70, 1))));
+        survey.take(aitPid, table.bytes(), std::nullopt);
+        survey.finish(std::nullopt);
+        std::ostringstream out;
+        printJson(documentOf(survey), out);
+        return out.str().size();
+    };
+    EXPECT_LT(lengthFor(100), 10 * lengthFor(10));
+    EXPECT_LT(lengthFor(100) - lengthFor(99), 3'000U);
+}
+
 }  // namespace
 }  // namespace inspector::test

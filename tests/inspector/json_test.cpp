@@ -129,6 +129,15 @@ Signal signalWithoutGateway()
     return signal;
 }
 
+/// Two services of the same streams.
+Signal signalOfTwoServices()
+{
+    Signal signal;
+    signal["pat"].sections = {makePat(1, 0, {{1, 0x60}, {serviceId, pmtPid}})};
+    signal["pmt of 1"] = {0x60, {makePmt(1, 0, {aitStream(), carouselStream()})}, 100};
+    return signal;
+}
+
 /// A PMT and an SDT with lengths that leave them.
 Bytes malformedTables()
 {
@@ -160,6 +169,7 @@ protected:
         const std::string objects = write("objects.ts", signalWithObjects().bytes());
         const std::string pat = write("pat.ts", signalOfPatAlone().bytes());
         const std::string lost = write("lost.ts", signalWithoutGateway().bytes());
+        const std::string two = write("two.ts", signalOfTwoServices().bytes());
         const std::string xml = write("ait.xml", documentBegin + applicationText + documentEnd);
         const std::string noXml = write("bad.xml", std::string("<a>"));
         const AITEntry longEntry = AITEntry(1, 1).loopLength(0xFFF);
@@ -171,6 +181,7 @@ protected:
                 read({"dump", "--json", objects}),
                 read({"dump", "--json", pat}),
                 read({"dump", "--json", lost}),
+                read({"dump", "--json", two}),
                 read({"dump", "--json", odd}),
                 read({"dump", "--json", malformed}),
                 read({"check", "--json", odd, noXml}),
