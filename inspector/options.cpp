@@ -18,7 +18,7 @@ may be one, and any number of files with sections, with sections in hexadecimal,
 
   --json         a JSON object, for programs
   --service ID   one service of the stream, and not all of them
-  --seconds N    ends after so many seconds of time; before that the end of the input, or Ctrl-C
+  --seconds N    reading ends after so many seconds; else with the input, or with Ctrl-C
   --url URL      where XML AITs come from, for the relative URLs in them
   --strict       the exit code tells of warnings, too
   -h, --help     this text
