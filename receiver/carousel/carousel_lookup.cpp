@@ -234,6 +234,52 @@ CarouselListing ObjectCarousel::list() const
     return listing;
 }
 
+std::set<const BiopObject*> ObjectCarousel::reachedObjects() const
+{
+    std::set<const BiopObject*> reached;
+    std::vector<const BiopObject*> toDo;
+    const auto reach = [&](const ObjectReference& reference) {
+        const BiopObject* const object = resolve(reference).object;
+        if (object && reached.insert(object).second && isDirectory(*object))
+            toDo.push_back(object);
+    };
+    if (gateway_)
+        reach(*gateway_);
+    while (!toDo.empty()) {
+        const BiopObject* const directory = toDo.back();
+        toDo.pop_back();
+        for (const Binding& binding : directory->bindings)
+            reach(binding.target);
+    }
+    return reached;
+}
+
+std::vector<CarouselModuleStatus> ObjectCarousel::modules() const
+{
+    const std::set<const BiopObject*> reached = reachedObjects();
+    std::vector<CarouselModuleStatus> list;
+    for (const auto& [key, indication] : indications_) {
+        for (const auto& [id, module] : indication.modules) {
+            CarouselModuleStatus status;
+            status.stream = key.first;
+            status.downloadId = module->downloadId();
+            status.announcement = module->announcement();
+            status.state = module->state();
+            status.blocksNeeded = module->blocksNeeded();
+            status.blocksReceived = module->blocksReceived();
+            status.problem = module->problem();
+            for (const auto& [objectKey, object] : module->objects()) {
+                if (object.kind != ObjectKind::File)
+                    continue;
+                ++status.files;
+                status.unreachedFiles += reached.count(&object) == 0 ? 1U : 0U;
+            }
+            list.push_back(std::move(status));
+        }
+    }
+    return list;
+}
+
 void ObjectCarousel::listObject(const std::string& path, const Resolution& found,
                                 CarouselListing& listing) const
 {

@@ -79,6 +79,19 @@ struct CarouselListing {
     size_t leftOut = 0;                   ///< names that a limit keeps from being listed
 };
 
+/// A module as it stands.
+struct CarouselModuleStatus {
+    uint16_t stream = 0;  ///< that carries the list which announces it, as it is fed
+    uint32_t downloadId = 0;
+    ModuleAnnouncement announcement;
+    CarouselModule::State state = CarouselModule::State::Incomplete;
+    size_t blocksNeeded = 0;
+    size_t blocksReceived = 0;
+    std::string problem;  ///< why it is refused, or what is wrong with it; else empty
+    size_t files = 0;
+    size_t unreachedFiles = 0;  ///< to which no way leads from the gateway
+};
+
 struct CarouselProgress {
     size_t modulesKnown = 0;
     size_t modulesComplete = 0;
@@ -135,6 +148,9 @@ public:
 
     /// @return what the carousel holds; a directory bound twice is listed under one of its names
     CarouselListing list() const;
+
+    /// @return all modules that are announced, by stream, list and id
+    std::vector<CarouselModuleStatus> modules() const;
 
     /// @return tags of streams that the carousel referred to and that were not fed yet
     std::set<uint16_t> wantedAssociationTags() const;
@@ -200,6 +216,7 @@ private:
     Resolution resolve(const ObjectReference& reference) const;
     Resolution walk(const std::string& path) const;
     Resolution walkToDirectory(const std::string& path) const;
+    std::set<const BiopObject*> reachedObjects() const;
     void listObject(const std::string& path, const Resolution& found,
                     CarouselListing& listing) const;
     MissingFile missingFile(const std::string& path, const ObjectReference& target,

@@ -496,6 +496,13 @@ std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
     return list;
 }
 
+void ServiceCarousels::visit(const CarouselVisitor& visitor) const
+{
+    const MutexLock lock(mutex_);
+    for (const auto& [tag, reception] : carousels_)
+        visitor(tag, *reception.carousel);
+}
+
 size_t ServiceCarousels::sectionsDropped() const
 {
     const MutexLock lock(mutex_);

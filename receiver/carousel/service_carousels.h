@@ -3,6 +3,7 @@
 #ifndef VESTA_RECEIVER_CAROUSEL_SERVICE_CAROUSELS_H
 #define VESTA_RECEIVER_CAROUSEL_SERVICE_CAROUSELS_H
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -95,6 +96,10 @@ public:
         bool hasGateway;
     };
     std::vector<Status> status() const;
+
+    using CarouselVisitor = std::function<void(uint8_t componentTag, const ObjectCarousel&)>;
+    /// Visits the carousels that have begun. The visitor must not call this object.
+    void visit(const CarouselVisitor& visitor) const;
 
     /// How many sections of streams that are no carousel's were dropped to stay within the memory.
     size_t sectionsDropped() const;

@@ -221,11 +221,15 @@ void TransportStream::assemble(const Packet& packet)
     const uint64_t uncheckedBefore = assembler.uncheckedSections();
     if (!assembler.push(packet.bytes, packet.payloadOffset))
         ++statistics_.damagedPackets;
-    statistics_.crcErrors += assembler.crcErrors() - crcErrorsBefore;
-    statistics_.uncheckedSections += assembler.uncheckedSections() - uncheckedBefore;
+    const uint64_t crcErrors = assembler.crcErrors() - crcErrorsBefore;
+    const uint64_t unchecked = assembler.uncheckedSections() - uncheckedBefore;
+    statistics_.crcErrors += crcErrors;
+    statistics_.uncheckedSections += unchecked;
 
     // The listener may unsubscribe the PID, so nothing of it is touched from here on.
     const std::vector<SectionBytes> sections = assembler.takeSections();
+    if (crcErrors + unchecked > 0)
+        listener_.sectionsLeftOut(packet.pid, crcErrors, unchecked);
     for (const SectionBytes& section : sections)
         handleSection(packet.pid, section);
 }

@@ -69,6 +69,11 @@ public:
     /// @param ticks of 27 MHz; wraps around after some 26 hours
     /// @param discontinuity whether the stream itself says that its clock jumps here
     virtual void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) = 0;
+
+    /// Sections of a PID that were left out: as their CRC_32 is wrong, or as they have none.
+    virtual void sectionsLeftOut(uint16_t /*pid*/, uint64_t /*crcErrors*/, uint64_t /*unchecked*/)
+    {
+    }
 };
 
 /// Demultiplexes a transport stream. It follows PAT, SDT and all PMTs on its own; which further

@@ -97,6 +97,45 @@ TEST_F(ObjectCarouselTest, WhatIsNotAListedFileIsAnError)
     }
 }
 
+TEST_F(ObjectCarouselTest, ModulesTellWhatCameOfThem)
+{
+    const Bytes gateway = makeGateway("g", {{"file", fileIor("f")}, {"late", fileIor("l", 3)}});
+    const Bytes files = makeFile("f", "x") + makeFile("lost", "y");
+    const Bytes late(250, 1);
+    feed(carousel_, makeDsi(makeIor(gatewayIor)));
+    feed(carousel_, makeDii(0x80000002, {moduleOf(1, gateway, 3), moduleOf(2, files, 3),
+                                         moduleOf(3, late, 3), moduleOf(4, {}, 3)}));
+    feed(carousel_, makeDdbs(1, 3, gateway));
+    feed(carousel_, makeDdbs(2, 3, files));
+    feed(carousel_, makeDdbs(3, 3, late).front());
+
+    const std::vector<CarouselModuleStatus> modules = carousel_.modules();
+    ASSERT_EQ(modules.size(), 4u);
+    EXPECT_EQ(modules[0].state, CarouselModule::State::Complete);
+    EXPECT_EQ(modules[0].stream, 0x2A);
+    EXPECT_EQ(modules[0].downloadId, 42u);
+    EXPECT_EQ(modules[0].files, 0u);
+    EXPECT_EQ(modules[1].announcement.moduleId, 2);
+    EXPECT_EQ(modules[1].announcement.version, 3);
+    EXPECT_EQ(modules[1].files, 2u);
+    EXPECT_EQ(modules[1].unreachedFiles, 1u);
+    EXPECT_EQ(modules[2].state, CarouselModule::State::Incomplete);
+    EXPECT_EQ(modules[2].blocksReceived, 1u);
+    EXPECT_EQ(modules[2].blocksNeeded, 3u);
+    EXPECT_EQ(modules[2].problem, "");
+    EXPECT_EQ(modules[3].state, CarouselModule::State::Refused);
+    EXPECT_EQ(modules[3].problem, "it is empty");
+}
+
+TEST_F(ObjectCarouselTest, DirectoriesThatLeadToEachOtherAreEnteredOnce)
+{
+    broadcast({makeGateway("g", {{"a", makeIor({"dir", 2, "a"})}}),
+               makeDirectory("a", {{"b", makeIor({"dir", 2, "b"})}}) +
+                   makeDirectory("b", {{"a", makeIor({"dir", 2, "a"})}, {"f", fileIor("f")}}) +
+                   makeFile("f", "x")});
+    EXPECT_EQ(carousel_.modules().at(1).unreachedFiles, 0u);
+}
+
 TEST_F(ObjectCarouselTest, ADirectoryAnswersItsNamesInItsOrder)
 {
     EXPECT_EQ(resultOf(""), Result::Pending);

@@ -229,6 +229,7 @@ TEST_F(TransportStreamTest, ASectionWithAWrongCrcIsDroppedAndCounted)
     EXPECT_EQ(heard_.sections[aitPid][0], anAit(2));
     EXPECT_EQ(stream_.statistics().crcErrors, 1u);
     EXPECT_EQ(stream_.statistics().sections, 1u);
+    EXPECT_EQ(heard_.leftOut[aitPid], std::pair(uint64_t(1), uint64_t(0)));
 }
 
 TEST_F(TransportStreamTest, ASectionWithoutCrcIsDroppedAndCounted)
@@ -242,6 +243,8 @@ TEST_F(TransportStreamTest, ASectionWithoutCrcIsDroppedAndCounted)
          ait.section(anAit(2)));
     EXPECT_EQ(heard_.sections[aitPid].size(), 1u);
     EXPECT_GE(stream_.statistics().uncheckedSections, 1u);
+    EXPECT_EQ(heard_.leftOut[aitPid].second, stream_.statistics().uncheckedSections);
+    EXPECT_EQ(heard_.leftOut[aitPid].first, stream_.statistics().crcErrors);
 }
 
 TEST_F(TransportStreamTest, ALostPacketCostsItsSectionAndNoOther)

@@ -1,0 +1,555 @@
+// Each kind of finding: something that produces it, and something much like it that does not.
+
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <ostream>
+#include <regex>
+
+#include "inspector/input/input_reader.h"
+#include "tests/inspector/support/signal.h"
+
+namespace inspector::test {
+namespace {
+
+using namespace receiver;
+using vesta::test::applicationDescriptor;
+using vesta::test::ApplicationFields;
+using vesta::test::descriptor;
+using vesta::test::httpTransport;
+using vesta::test::locationDescriptor;
+using vesta::test::otherTransport;
+
+using Ids = std::set<std::string>;
+using Case = std::function<Ids()>;
+
+/// A kind of finding, and two cases that differ in what it is about.
+struct Row {
+    const char* id;
+    Case with;
+    Case without;
+};
+
+void PrintTo(const Row& row, std::ostream* out)
+{
+    *out << row.id;
+}
+
+/// The right signal after a change.
+template <typename Change>
+Case signal(Change change)
+{
+    return [change] {
+        Signal signal;
+        change(signal);
+        return findingsIn(signal);
+    };
+}
+
+Case clean()
+{
+    return signal([](Signal&) {});
+}
+
+Case application(const AITEntry& entry)
+{
+    return signal([entry](Signal& signal) { signal.application(entry); });
+}
+
+Case table(const AITSection& section)
+{
+    return signal([section](Signal& signal) { signal.ait(section); });
+}
+
+Case streams(const std::vector<PmtStream>& streams)
+{
+    return signal([streams](Signal& signal) { signal.streams(streams); });
+}
+
+Case emission(const std::string& name, const Emission& emission)
+{
+    return signal([=](Signal& signal) { signal[name] = emission; });
+}
+
+Case withPeriod(const std::string& name, unsigned ms)
+{
+    return signal([=](Signal& signal) { signal[name].periodMs = ms; });
+}
+
+Case sections(const std::vector<Bytes>& bytes)
+{
+    return [bytes] { return findingsIn(bytes); };
+}
+
+AITSection rightTable()
+{
+    return AITSection().version(3).add(rightApplication());
+}
+
+/// With a right CRC_32 after the change.
+Bytes changed(Bytes section, size_t at, unsigned char value)
+{
+    section.at(at) = value;
+    VestaHbbTV::setChecksum(section);
+    return section;
+}
+
+Bytes cut(Bytes section, size_t bytes)
+{
+    section.resize(section.size() - bytes);
+    return section;
+}
+
+/// Another version of the right table; it may have another content.
+Emission version(unsigned version, uint16_t applicationId, unsigned fromMs, unsigned untilMs)
+{
+    const Bytes section = AITSection()
+                              .version(static_cast<uint8_t>(version))
+                              .add(rightApplication(applicationId))
+                              .bytes();
+    return {aitPid, {section}, 1'000, fromMs, untilMs};
+}
+
+Case twoVersions(const Emission& first, const Emission& second)
+{
+    return signal([=](Signal& signal) {
+        signal["ait"] = first;
+        signal["ait, later"] = second;
+    });
+}
+
+AITEntry withProfile(vesta::test::Profile profile)
+{
+    return rightApplication().profiles({profile});
+}
+
+AITEntry bareApplication()
+{
+    return AITEntry(0x0A, 1).location("index.html");
+}
+
+AITEntry withBoundary(const std::string& extension)
+{
+    return rightApplication().boundary({extension});
+}
+
+AITSection tableOfCommonBytes(size_t bytes)
+{
+    AITSection section;
+    for (size_t at = 0; at < bytes; at += 200)
+        section.common(descriptor(0x7F, Bytes(200, 1)));
+    return section;
+}
+
+/// A carousel whose list announces one thing, and whose blocks bring another.
+Case carousel(const ModuleFields& announced, const std::vector<Bytes>& blocks)
+{
+    return signal([=](Signal& signal) {
+        std::vector<Bytes>& all = signal["carousel"].sections;
+        all = {all.front(), makeDii(0x80000002, {announced})};
+        all.insert(all.end(), blocks.begin(), blocks.end());
+    });
+}
+
+ModuleFields rightAnnouncement()
+{
+    return {1, uint32_t(rightModule().size())};
+}
+
+std::vector<Bytes> rightBlocks()
+{
+    return makeDdbs(1, 0, rightModule());
+}
+
+std::vector<Bytes> with(std::vector<Bytes> blocks, const Bytes& another)
+{
+    blocks.push_back(another);
+    return blocks;
+}
+
+std::vector<Bytes> withoutLast(std::vector<Bytes> blocks)
+{
+    blocks.pop_back();
+    return blocks;
+}
+
+Case moduleOf(const Bytes& module)
+{
+    return signal([=](Signal& signal) { signal.module(module); });
+}
+
+Bytes gatewayTo(const std::string& name, const std::string& key)
+{
+    IorFields file;
+    file.typeId = std::string("fil\0", 4);
+    file.key = key;
+    IorFields index = file;
+    index.key = "index";
+    return makeGateway("root", {{"index.html", makeIor(index)}, {name, makeIor(file)}});
+}
+
+Case xml(const std::string& problem)
+{
+    return [problem] {
+        Survey survey;
+        XmlTable table;
+        table.path = "a.xml";
+        table.status = problem.empty() ? HBBTV_KIT_XML_AIT_OK : HBBTV_KIT_XML_AIT_INVALID;
+        table.text = problem;
+        survey.xmlTables.push_back(table);
+        return idsOf(check(survey));
+    };
+}
+
+/// As many applications as the feed takes, and so many more.
+std::vector<Bytes> tableOf(unsigned applications)
+{
+    constexpr unsigned inASection = 16;
+    const unsigned last = (applications - 1) / inASection;
+    std::vector<Bytes> sections;
+    for (unsigned number = 0; number <= last; ++number) {
+        AITSection section;
+        section.number(static_cast<uint8_t>(number), static_cast<uint8_t>(last));
+        for (unsigned i = number * inASection;
+             i < std::min(applications, (number + 1) * inASection); ++i)
+            section.add(
+                AITEntry(0x0A, static_cast<uint16_t>(i + 1), 2).http(1, "http://a.example/"));
+        sections.push_back(section.bytes());
+    }
+    return sections;
+}
+
+Case survey(const SurveyLimits& limits)
+{
+    return [limits] {
+        const Bytes stream = Signal().bytes();
+        Survey survey(limits);
+        StreamSurveyor surveyor(survey, std::nullopt);
+        surveyor.feed(stream.data(), stream.size());
+        surveyor.finish();
+        return idsOf(check(survey));
+    };
+}
+
+SurveyLimits noCarousels()
+{
+    SurveyLimits limits;
+    limits.carouselGroups = 0;
+    return limits;
+}
+
+Case cutStream(size_t packet)
+{
+    return [packet] {
+        Bytes stream = Signal().bytes();
+        constexpr std::ptrdiff_t size = 188;
+        const auto at = stream.begin() + std::ptrdiff_t(packet) * size;
+        stream.erase(at, at + (packet == 0 ? 0 : size));
+        return idsOf(check(*surveyOf(stream)));
+    };
+}
+
+/// A packet of the carousel, in a block of several.
+size_t middlePacket()
+{
+    const Bytes stream = Signal().bytes();
+    size_t packet = 0;
+    for (size_t at = 0; at < stream.size(); at += 188) {
+        const unsigned pid = ((stream[at + 1] & 0x1FU) << 8) | stream[at + 2];
+        if (pid == carouselPid)
+            packet = at / 188;
+    }
+    return packet - 1;
+}
+
+const Bytes emptyDescriptor = descriptor(0x03, {});
+const std::vector<PmtStream> rightStreams = {
+    {0x1B, 0x0100, makeDescriptor(0x52, {0})}, aitStream(), carouselStream()};
+
+std::vector<PmtStream> withStream(size_t index, const PmtStream& stream)
+{
+    std::vector<PmtStream> list = rightStreams;
+    list[index] = stream;
+    return list;
+}
+
+std::vector<Row> rows()
+{
+    const Bytes right = rightTable().bytes();
+    return {
+        {"section-incomplete",
+         [right] {
+             Survey survey;
+             InputReader reader(survey, ReadingOptions());
+             const std::string path = testing::TempDir() + "/cut-section.bin";
+             const Bytes bytes = cut(right, 1);
+             std::ofstream(path, std::ios::binary)
+                 .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+             EXPECT_EQ(reader.read(path), "");
+             reader.finish();
+             return idsOf(check(survey));
+         },
+         sections({right})},
+        {"section-not-ait", signal([](Signal& signal) {
+             signal["other"] = {aitPid, {makeSection({0x75, 0x10}, Bytes(20, 0))}};
+         }),
+         clean()},
+        {"section-length", sections({tableOfCommonBytes(5 * 200).bytes()}),
+         sections({tableOfCommonBytes(4 * 200).bytes()})},
+        {"section-syntax", sections({changed(right, 1, right[1] & 0x7F)}), sections({right})},
+        {"section-crc", sections({[right] {
+             Bytes section = right;
+             section.back() ^= 1;
+             return section;
+         }()}),
+         sections({right})},
+        {"section-test", table(rightTable().applicationType(0x8010)), table(rightTable())},
+        {"section-not-current", signal([](Signal& signal) {
+             signal["next"] = {aitPid, {rightTable().version(4).currentNext(false).bytes()}};
+         }),
+         clean()},
+        {"section-number", sections({rightTable().number(2, 1).bytes()}),
+         sections({rightTable().number(0, 0).bytes()})},
+        {"section-common-loop", sections({rightTable().commonLength(0x0FFF).bytes()}),
+         sections({right})},
+        {"section-application-loop", sections({rightTable().applicationLoopLength(0x0FFF).bytes()}),
+         sections({right})},
+        {"section-application",
+         sections({AITSection().add(rightApplication().loopLength(0x0FFF)).bytes()}),
+         sections({right})},
+        {"section-descriptor",
+         sections({AITSection().add(rightApplication().raw({0x7F, 9, 0})).bytes()}),
+         sections({AITSection().add(rightApplication().raw({0x7F, 1, 0})).bytes()})},
+        {"section-name",
+         sections({AITSection()
+                       .add(bareApplication().raw(descriptor(0x01, {'e', 'n', 'g', 200, 'x'})))
+                       .bytes()}),
+         sections({AITSection()
+                       .add(bareApplication().raw(descriptor(0x01, {'e', 'n', 'g', 1, 'x'})))
+                       .bytes()})},
+        {"section-empty-descriptor", application(rightApplication().raw(emptyDescriptor)),
+         table(rightTable().common(emptyDescriptor))},
+        // The name goes on in an empty descriptor, which the feed takes out.
+        {"section-refused",
+         sections({AITSection()
+                       .add(bareApplication().raw({0x01, 4, 'e', 'n', 'g', 2, 0x77, 0}))
+                       .bytes()}),
+         sections({AITSection()
+                       .add(bareApplication().raw({0x01, 4, 'e', 'n', 'g', 0, 0x77, 0}))
+                       .bytes()})},
+
+        {"table-incomplete", table(rightTable().number(0, 1)), clean()},
+        {"table-limits", sections(tableOf(257)), sections(tableOf(256))},
+        {"version-kept", twoVersions(version(3, 1, 0, 5'000), version(3, 2, 5'000, 15'000)),
+         twoVersions(version(2, 1, 0, 5'000), version(3, 2, 5'000, 15'000))},
+        {"version-alone", twoVersions(version(2, 1, 0, 5'000), version(3, 1, 5'000, 15'000)),
+         twoVersions(version(2, 2, 0, 5'000), version(3, 1, 5'000, 15'000))},
+        {"repetition-pat", withPeriod("pat", 800), withPeriod("pat", 480)},
+        {"repetition-pmt", withPeriod("pmt", 800), withPeriod("pmt", 480)},
+        {"repetition-sdt", withPeriod("sdt", 3'000), withPeriod("sdt", 2'000)},
+        {"repetition-eit", withPeriod("eit", 3'000), withPeriod("eit", 2'000)},
+        {"repetition-ait", signal([](Signal& signal) {
+             signal.durationMs = 40'000;
+             signal["ait"].periodMs = 12'000;
+         }),
+         signal([](Signal& signal) {
+             signal.durationMs = 40'000;
+             signal["ait"].periodMs = 10'000;
+         })},
+
+        {"pmt-missing", signal([](Signal& signal) { signal.without("pmt"); }),
+         signal([](Signal& signal) {
+             signal.without("pmt");
+             signal.durationMs = 600;  // it may come yet
+         })},
+        {"pmt-malformed", signal([](Signal& signal) {
+             Bytes& pmt = signal["pmt"].sections.front();
+             pmt = changed(pmt, 11, 200);  // program_info_length
+         }),
+         clean()},
+        {"pmt-no-ait", streams({rightStreams[0], carouselStream()}), clean()},
+        {"pmt-ait-unlisted", streams({rightStreams[0], carouselStream()}),
+         signal([](Signal& signal) {
+             signal.without("ait");
+             signal.streams({rightStreams[0], carouselStream()});
+         })},
+        {"pmt-ait-stream-type", streams(withStream(1, aitStream(0x06))), clean()},
+        {"pmt-ait-version", streams(withStream(1, aitStream(0x05, 4))), clean()},
+        {"pmt-ait-types", streams(withStream(1, {0x05, aitPid, {}})), clean()},
+        {"pmt-carousel-tag",
+         streams(withStream(2, {0x0B, carouselPid, makeDescriptor(0x13, {0, 0, 0, 42, 0})})),
+         clean()},
+        {"pmt-component-tag-twice",
+         streams(withStream(0, {0x1B, 0x0100, makeDescriptor(0x52, {0x2A})})), clean()},
+        {"ait-missing", signal([](Signal& signal) { signal.without("ait"); }),
+         signal([](Signal& signal) {
+             signal.without("ait");
+             signal.durationMs = 5'000;  // it may come yet
+         })},
+        {"ait-several-pids", signal([](Signal& signal) {
+             std::vector<PmtStream> list = rightStreams;
+             list.push_back(aitStream(0x05, 3, 0x0300));
+             signal.streams(list);
+             signal["second"] = {0x0300, {rightTable().bytes()}};
+         }),
+         signal([](Signal& signal) {
+             std::vector<PmtStream> list = rightStreams;
+             list.push_back(aitStream(0x05, 3, 0x0300));
+             signal.streams(list);
+         })},
+        {"ait-several-types", signal([](Signal& signal) {
+             signal["java"] = {aitPid, {AITSection().applicationType(1).bytes()}};
+         }),
+         clean()},
+        {"sdt-missing", signal([](Signal& signal) { signal.without("sdt"); }),
+         signal([](Signal& signal) {
+             signal.without("sdt");
+             signal.durationMs = 1'500;  // it may come yet
+         })},
+        {"sdt-service", emission("sdt", {0x0011, {sdtWith(1, 3)}}), clean()},
+        {"sdt-eit-flag", emission("sdt", {0x0011, {sdtWith(serviceId, 0)}}),
+         signal([](Signal& signal) {
+             signal["sdt"].sections = {sdtWith(serviceId, 0)};
+             signal.without("eit").without("schedule");
+         })},
+
+        {"application-descriptor-missing",
+         application(bareApplication().withoutApplicationDescriptor()), clean()},
+        {"profile-missing", application(rightApplication().profiles({})), clean()},
+        {"profile-unknown", application(withProfile({0, 2, 0, 0})),
+         application(withProfile({1, 1, 7, 1}))},
+        {"profile-version", application(withProfile({0, 1, 1, 2})),
+         application(withProfile({0, 1, 5, 1}))},
+        {"control-code-unknown", application(rightApplication().controlCode(9)),
+         application(rightApplication().controlCode(8))},
+        {"visibility-reserved", application(rightApplication().visibility(2)),
+         application(rightApplication().visibility(1))},
+        {"application-id-range", application(rightApplication(0x8000)),
+         application(rightApplication(0x7FFF))},
+        {"application-id-wildcard", application(rightApplication(0xFFFF)),
+         application(rightApplication(0xFFFD))},
+        {"organisation-id-zero",
+         application(AITEntry(0, 1).carousel(1, 0x2A).location("index.html")), clean()},
+        {"application-twice", table(rightTable().add(rightApplication().controlCode(2))),
+         table(rightTable().add(rightApplication(2).controlCode(2)))},
+        {"autostart-equal-priority", table(rightTable().add(rightApplication(2))),
+         table(rightTable().add(rightApplication(2).priority(7)))},
+        {"autostart-http-only",
+         application(AITEntry(0x0A, 1).http(1, "http://a.example/").location("i.html")),
+         application(AITEntry(0x0A, 1, 2).http(1, "http://a.example/").location("i.html"))},
+        {"location-missing", application(AITEntry(0x0A, 1).carousel(1, 0x2A)), clean()},
+        {"location-unresolved",
+         application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("nowhere.html")),
+         application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("index.html?a=b#c"))},
+        {"location-incomplete", carousel(rightAnnouncement(), withoutLast(rightBlocks())), clean()},
+        {"transport-missing", application(rightApplication().labels({1, 2, 3})),
+         table(AITSection()
+                   .version(3)
+                   .common(httpTransport(3, "http://a.example/"))
+                   .add(rightApplication().labels({1, 2, 3})))},
+        {"transport-none", application(bareApplication()), clean()},
+        {"transport-unused", application(rightApplication().labels({1})), clean()},
+        {"transport-twice",
+         application(rightApplication().raw(httpTransport(2, "http://b.example/"))), clean()},
+        {"transport-protocol",
+         application(rightApplication().labels({1, 2, 3}).raw(otherTransport(3, 0x0107))), clean()},
+        {"transport-component",
+         application(AITEntry(0x0A, 1).carousel(1, 0x2B).location("index.html")), clean()},
+        {"transport-url", application(rightApplication().http(3, "ftp://a.example/")),
+         application(rightApplication().http(3, "https://a.example/"))},
+        {"transport-other-service",
+         application(rightApplication().remoteCarousel(3, 0x20FA, 0x0441, 1, 0x2A)),
+         application(rightApplication().remoteCarousel(3, 0x20FA, 0x0441, serviceId, 0x2A))},
+        {"boundary-opens-everything", application(withBoundary("http://")),
+         application(withBoundary("http://a.example"))},
+        {"boundary-not-an-origin", application(withBoundary("a.example")),
+         application(withBoundary("http://a.example"))},
+        {"boundary-several-hosts",
+         application(rightApplication().boundary({"http://a.example", "http://b.example"})),
+         application(rightApplication().boundary({"http://a.example", "https://a.example"}))},
+        {"boundary-foreign-host", application(withBoundary("http://b.example")),
+         application(withBoundary("http://a.example"))},
+        {"boundary-page-outside", application(withBoundary("https://a.example")),
+         application(withBoundary("http://a.example"))},
+        {"descriptor-malformed", application(rightApplication().raw(descriptor(0x10, {1, 2}))),
+         clean()},
+
+        {"carousel-no-gateway", signal([](Signal& signal) {
+             std::vector<Bytes>& all = signal["carousel"].sections;
+             all.erase(all.begin());
+         }),
+         clean()},
+        {"carousel-module-incomplete", carousel(rightAnnouncement(), withoutLast(rightBlocks())),
+         clean()},
+        {"carousel-module-refused", carousel({1, 0}, {}), clean()},
+        {"carousel-module-damaged",
+         carousel(rightAnnouncement(),
+                  with(withoutLast(rightBlocks()), makeDdb(1, 0, 0, Bytes(50, 1)))),
+         clean()},
+        {"carousel-block-version", carousel(rightAnnouncement(), makeDdbs(1, 1, rightModule())),
+         clean()},
+        {"carousel-block-number",
+         carousel(rightAnnouncement(), with(rightBlocks(), makeDdb(1, 0, 99, Bytes(10, 1)))),
+         clean()},
+        {"carousel-block-unannounced",
+         carousel(rightAnnouncement(), with(rightBlocks(), makeDdb(7, 0, 0, Bytes(10, 1)))),
+         clean()},
+        {"carousel-file-missing",
+         moduleOf(gatewayTo("gone.html", "gone") + makeFile("index", "<html/>")),
+         moduleOf(gatewayTo("there.html", "there") + makeFile("index", "<html/>") +
+                  makeFile("there", "<html/>"))},
+        {"carousel-file-unreached", moduleOf(rightModule() + makeFile("lost", "nobody")), clean()},
+
+        {"xml-ait", xml("controlCode \"AUTOSTRAT\""), xml("")},
+        {"continuity", cutStream(middlePacket()), cutStream(0)},
+        {"survey-limit", survey(noCarousels()), survey({})},
+    };
+}
+
+class FindingKinds : public testing::TestWithParam<Row> {};
+
+TEST_P(FindingKinds, AreFoundWhereTheyAreAndOnlyThere)
+{
+    const Ids with = GetParam().with();
+    EXPECT_EQ(with.count(GetParam().id), 1U) << testing::PrintToString(with);
+    const Ids without = GetParam().without();
+    EXPECT_EQ(without.count(GetParam().id), 0U) << testing::PrintToString(without);
+}
+
+std::string nameOfRow(const testing::TestParamInfo<Row>& info)
+{
+    return std::regex_replace(info.param.id, std::regex("-"), "_");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FindingKinds, testing::ValuesIn(rows()), nameOfRow);
+
+TEST(FindingKindsTable, IsTestedAsAWhole)
+{
+    Ids tested, known;
+    for (const Row& row : rows())
+        EXPECT_TRUE(tested.insert(row.id).second) << row.id;
+    for (const FindingKind& kind : findingKinds())
+        EXPECT_TRUE(known.insert(kind.id).second) << kind.id;
+    EXPECT_EQ(tested, known);
+}
+
+TEST(CleanSignal, HasNoFindings)
+{
+    EXPECT_EQ(findingsIn(Signal()), Ids());
+}
+
+TEST(Findings, AreCountedBeyondTheirLimit)
+{
+    Findings findings;
+    for (size_t i = 0; i < Findings::mostOfAKind + 5; ++i)
+        findings.add("continuity", {}, "");
+    EXPECT_EQ(findings.all().size(), Findings::mostOfAKind);
+    EXPECT_EQ(findings.leftOut(), 5U);
+    EXPECT_EQ(findings.countOf(Severity::Warning), Findings::mostOfAKind + 5);
+    EXPECT_EQ(findings.countOf(Severity::Error), 0U);
+}
+
+}  // namespace
+}  // namespace inspector::test
