@@ -85,6 +85,7 @@ void ScheduledEvents::takeEvents(const SectionHeader& header, std::vector<Schedu
     const SectionKey key(header.tableIdExtension, header.sectionNumber);
     if (events.empty() || sections_.count(key) != 0)
         return;
+    makeRoom(events.size());
     if (events.size() > mostEvents - count_) {
         hasLeftOut_ = true;
         return;
@@ -106,13 +107,34 @@ void ScheduledEvents::dropOtherVersions(const SectionHeader& header)
     }
 }
 
+/// Sections of which all is past give way, as far as that is needed: streams go on for days. One
+/// that is still broadcast comes again, and nothing of it happens.
+void ScheduledEvents::makeRoom(size_t wanted)
+{
+    const auto isAhead = [this](const Scheduled& scheduled) {
+        return distance(scheduled.time, *time_) > 0;
+    };
+    for (auto section = sections_.begin();
+         time_ && section != sections_.end() && wanted > mostEvents - count_;) {
+        const std::vector<Scheduled>& events = section->second.events;
+        if (std::any_of(events.begin(), events.end(), isAhead)) {
+            ++section;
+            continue;
+        }
+        count_ -= events.size();
+        section = sections_.erase(section);
+    }
+}
+
 std::vector<StreamEvent> ScheduledEvents::advance(uint64_t clock, bool isNewTimeLine)
 {
     if (isNewTimeLine)
         reference_ = std::exchange(nextReference_, std::nullopt);
+    time_.reset();
     if (!reference_)
         return {};
     const uint64_t now = reference_->timeAt(clock);
+    time_ = now;
     std::vector<std::pair<int64_t, const StreamEvent*>> reached;
     for (auto& entry : sections_) {
         for (Scheduled& scheduled : entry.second.events) {

@@ -24,7 +24,8 @@ namespace receiver {
 /// of 90 kHz with 33 bits, which begin anew. One thread.
 class ScheduledEvents {
 public:
-    /// So many are held; a section with more than that leaves room for is left out.
+    /// So many are held; past ones give way. A section with more than that leaves room for is left
+    /// out.
     static constexpr size_t mostEvents = 128;
 
     /// Takes the descriptors of a section with NPT references or scheduled events. The events are
@@ -64,9 +65,11 @@ private:
     void takeReference(VestaHbbTV::ByteReader payload);
     void takeEvents(const SectionHeader& header, std::vector<Scheduled> events);
     void dropOtherVersions(const SectionHeader& header);
+    void makeRoom(size_t wanted);
 
     std::optional<Reference> reference_;
     std::optional<Reference> nextReference_;  // from the clock's next jump on
+    std::optional<uint64_t> time_;            // of the programme, when it was last known
     std::map<SectionKey, Section> sections_;  // with one event at least
     size_t count_ = 0;                        // of the events
     bool hasLeftOut_ = false;

@@ -219,5 +219,21 @@ TEST_F(ScheduledEventsTest, ThereIsALimitAndRoomComesBack)
     EXPECT_EQ(at(20), "4095");
 }
 
+TEST_F(ScheduledEventsTest, PastOnesGiveWay)
+{
+    refer(0, 0);
+    EXPECT_EQ(at(0), "");
+    for (unsigned index = 0; index < ScheduledEvents::mostEvents; ++index)
+        take({0x3D, 0x8000 + index}, makeStreamEventDescriptor(index, "", 10 + index % 2));
+    EXPECT_EQ(events_.advance(10, false).size(), ScheduledEvents::mostEvents / 2);
+    for (unsigned index = 0; index < ScheduledEvents::mostEvents / 2; ++index)
+        take({0x3D, 0x9000 + index}, makeStreamEventDescriptor(index, "", 20));
+    EXPECT_FALSE(events_.hasLeftOut());
+    take({0x3D, 0xA000}, makeStreamEventDescriptor(1, "", 20));
+    EXPECT_TRUE(events_.hasLeftOut()) << "all of them are ahead";
+    EXPECT_EQ(events_.advance(11, false).size(), ScheduledEvents::mostEvents / 2);
+    EXPECT_EQ(events_.advance(20, false).size(), ScheduledEvents::mostEvents / 2);
+}
+
 }  // namespace
 }  // namespace receiver
