@@ -225,6 +225,7 @@ TEST_F(ScheduledEventsTest, PastOnesGiveWay)
     EXPECT_EQ(at(0), "");
     for (unsigned index = 0; index < ScheduledEvents::mostEvents; ++index)
         take({0x3D, 0x8000 + index}, makeStreamEventDescriptor(index, "", 10 + index % 2));
+    EXPECT_EQ(at(1), "");
     EXPECT_EQ(events_.advance(10, false).size(), ScheduledEvents::mostEvents / 2);
     for (unsigned index = 0; index < ScheduledEvents::mostEvents / 2; ++index)
         take({0x3D, 0x9000 + index}, makeStreamEventDescriptor(index, "", 20));
