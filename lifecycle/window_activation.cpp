@@ -136,7 +136,7 @@ bool Window::becomeBroadcastRelated(Application* running, const AITApplication* 
     if (!successor->isSignalledWith(AITApplication::AUTOSTART) &&
         !successor->isSignalledWith(AITApplication::PRESENT)) {
         explain(HBBTV_REASON_NOT_ADOPTED_CONTROL_CODE, about(running), 0,
-                successor->getControlCode());
+                static_cast<uint32_t>(successor->getControlCode()));
         return false;
     }
 

@@ -87,7 +87,8 @@ bool Window::mayStart(const AITApplication* entry)
         return false;
     if (entry->isSignalledWith(AITApplication::KILL) ||
         entry->isSignalledWith(AITApplication::DISABLED)) {
-        explain(HBBTV_REASON_START_CONTROL_CODE, about(this, entry), 0, entry->getControlCode());
+        explain(HBBTV_REASON_START_CONTROL_CODE, about(this, entry), 0,
+                static_cast<uint32_t>(entry->getControlCode()));
         return false;
     }
     if (entry->isPlatformProfileSupported())

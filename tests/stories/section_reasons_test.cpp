@@ -28,7 +28,7 @@ TEST_F(SectionReasons, NoBroadcastWindow)
 
 TEST_F(SectionReasons, NotRunning)
 {
-    platform().whileIn["hbbtv_ait_start"] = [this] {
+    platform().whileIn["hbbtv_ait_start"] = [] {
         vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
         deliver(table(1));
         vesta_hbbtv_tick();
