@@ -7,8 +7,8 @@
 namespace inspector {
 
 const char* const usage =
-    R"(usage: vesta_signalling dump|check [--json] [--service ID] [--seconds N] [--url URL]
-                        [--strict] INPUT...
+    R"(usage: vesta_signalling dump|check [--json] [--service ID] [--seconds N] [--follow]
+                        [--url URL] [--strict] INPUT...
 
 dump    says what is signalled: PAT, PMT, SDT, AITs, carousels, and where the URLs lead
 check   says what is wrong with it, what the standards want, and what terminals do
@@ -19,6 +19,7 @@ may be one, and any number of files with sections, with sections in hexadecimal,
   --json         a JSON object, for programs
   --service ID   one service of the stream, and not all of them
   --seconds N    reading ends after so many seconds; else with the input, or with Ctrl-C
+  --follow       at the end of a file waits for more: it is being written
   --url URL      where XML AITs come from, for the relative URLs in them
   --strict       the exit code tells of warnings, too
   -h, --help     this text
@@ -103,6 +104,8 @@ std::optional<Options> parseOptions(const std::vector<std::string>& arguments, s
                 problem = word + ": \"" + value + "\" will not do (--help says more)";
                 return std::nullopt;
             }
+        } else if (word == "--follow") {
+            options.follow = true;
         } else if (word == "--json") {
             options.json = true;
         } else if (word == "--strict" && options.command == Command::Check) {

@@ -15,6 +15,7 @@ struct Options {
     Command command = Command::Help;
     bool json = false;
     bool strict = false;
+    bool follow = false;  ///< wait at the end of a file for more
     std::optional<uint16_t> service;
     std::optional<double> seconds;
     std::string url;  ///< of XML AITs

@@ -58,7 +58,8 @@ std::string readInputs(const Options& options, Survey& survey, std::ostream& err
     const auto say = [&errors](const std::string& remark) {
         errors << "vesta_signalling: " << receiver::printable(remark) << std::endl;
     };
-    InputReader reader(survey, {options.service, options.seconds, options.url, say});
+    InputReader reader(survey,
+                       {options.service, options.seconds, options.follow, options.url, say});
     const receiver::SignalWatch watch([&reader](const std::string&) { reader.stop(); });
     for (const std::string& path : options.inputs) {
         if (std::string problem = reader.read(path); !problem.empty())

@@ -73,7 +73,7 @@ InputReader::InputReader(Survey& survey, ReadingOptions options)
 
 std::string InputReader::read(const std::string& path)
 {
-    const std::unique_ptr<StreamInput> input = receiver::makeStreamInput(path, false);
+    const std::unique_ptr<StreamInput> input = receiver::makeStreamInput(path, options_.follow);
     if (std::string problem = input->open(); !problem.empty())
         return problem;
     passRemarks(*input);

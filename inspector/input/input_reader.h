@@ -18,6 +18,7 @@ namespace inspector {
 struct ReadingOptions {
     std::optional<uint16_t> service;  ///< nothing: all of the stream
     std::optional<double> seconds;    ///< after which reading ends; nothing: at the input's end
+    bool follow = false;              ///< whether the end of a file is waited at for more
     std::string documentUrl;          ///< of XML AITs, for relative URLs; empty: not known
     /// Hears what people would like to know of an input, in a sentence; may be null.
     std::function<void(const std::string&)> remark;

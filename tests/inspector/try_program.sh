@@ -78,8 +78,20 @@ from_network() {
     grep -q "AIT of type HbbTV on PID 0x0200, version 7" "$work/out" || fail "no AIT from $url $*"
 }
 
+# A stream is read while it is written. The first packets have no table.
+growing_file() {
+    local pid
+    head -c 188 "$station" >"$work/growing.ts"
+    "$program" dump --follow --seconds 2 "$work/growing.ts" </dev/null >"$work/out" 2>"$work/err" &
+    pid=$!
+    tail -c +189 "$station" >>"$work/growing.ts"
+    wait "$pid" || fail "exit code after a growing file"
+    grep -q "AIT of type HbbTV on PID 0x0200, version 7" "$work/out" || fail "no AIT in a growing file"
+}
+
 exit_codes
 inputs
+growing_file
 unwritable_output
 from_network "udp://@127.0.0.1:0"
 from_network "rtp://127.0.0.1:0" rtp
