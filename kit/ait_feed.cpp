@@ -140,7 +140,7 @@ void AITFeed::takeStreams(const std::vector<SignallingStream>& streams)
         offerWhatIsLeft();
     for (Source& source : sources_) {
         // What was waiting for this PMT is what it announces now, or goes on waiting.
-        if (source.isUnsettled && source.stream.pid == chosen_.value_or(source.stream.pid))
+        if (source.isUnsettled && mayHaveTable(source.stream.pid))
             offer(source, false);
     }
 }
@@ -180,7 +180,7 @@ void AITFeed::takeSection(uint32_t tuning, unsigned pid, ByteReader bytes, uint6
     const size_t size = sectionSize(bytes.data(), bytes.remaining());
     if (tuning != tuning_ || tuning == 0)
         refuse(pid, {HBBTV_KIT_SECTION_LATE, 0, 0});
-    else if (!source || (chosen_ && *chosen_ != pid))
+    else if (!source || !mayHaveTable(pid))
         refuse(pid, {HBBTV_KIT_SECTION_UNLISTED, 0, 0});
     else if (size == 0)
         refuse(pid, {HBBTV_KIT_SECTION_INCOMPLETE, 0, 0});

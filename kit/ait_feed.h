@@ -65,6 +65,7 @@ private:
 
     bool joins() const { return options_.joinsPIDs != 0; }
     Source* sourceOf(unsigned pid);
+    bool mayHaveTable(unsigned pid) const { return !chosen_ || *chosen_ == pid; }
     bool isOfService(ByteReader section) const;
     void takeStreams(const std::vector<SignallingStream>& streams);
     bool keepSourcesOf(const std::vector<SignallingStream>& streams);

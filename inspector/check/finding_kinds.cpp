@@ -115,7 +115,7 @@ const std::vector<FindingKind>& findingKinds()
         {"profile-unknown", error, "There are terminals of the profile and the version",
          "ETSI TS 102 796, 7.2.3.1",
          "The application is rejected, as far as no other profile of it fits and the feed is not told to carry the version"},
-        {"profile-version", warning, "The version of a profile is that of a published HbbTV specification",
+        {"profile-version", warning, "The version of a profile is one of HbbTV that was published",
          "ETSI TS 102 796, 7.2.3.1", "The numbers are compared: the application runs where the terminal's version is not older"},
         {"control-code-unknown", warning, "application_control_code has a meaning",
          "ETSI TS 102 809, 5.3.4", "The application does not start by itself"},

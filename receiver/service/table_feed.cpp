@@ -115,11 +115,7 @@ void TableFeed::join(const Service& service, const ProgramMap& map)
     listsTables_ = !pids.empty();
     if (chosen_ && std::find(pids.begin(), pids.end(), *chosen_) == pids.end())
         chosen_.reset();
-    if (hasBegun_ && isSameTriplet(*tuned_, service))
-        givePMT();
-    else if (hasBegun_)
-        begin();
-    else if (service.originalNetworkId || map.signalling() == ApplicationSignalling::None)
+    if (hasBegun_ || service.originalNetworkId || pids.empty())
         begin();
 }
 
@@ -191,9 +187,6 @@ void TableFeed::note(uint16_t pid, const SectionBytes& section)
 {
     const SectionHeader header = readSectionHeader(section);
     const uint32_t checksum = checksumOf(section);
-    constexpr size_t mostPids = 16;  // that the feed looks at
-    if (latest_.count(pid) != 0 || latest_.size() < mostPids)
-        latest_[pid].add(section);
     constexpr size_t mostAnnounced = 4096;
     if (announced_.size() > mostAnnounced)
         announced_.clear();
@@ -201,6 +194,9 @@ void TableFeed::note(uint16_t pid, const SectionBytes& section)
         std::make_tuple(pid, header.version, header.sectionNumber), checksum);
     if (!isNew && std::exchange(known->second, checksum) == checksum)
         return;
+    constexpr size_t mostPids = 16;  // that the feed looks at
+    if (latest_.count(pid) != 0 || latest_.size() < mostPids)
+        latest_[pid].add(section);
     const std::string place = header.lastSectionNumber == 0
                                   ? ""
                                   : ", section " + std::to_string(header.sectionNumber + 1) +
@@ -224,7 +220,7 @@ void TableFeed::setTime(uint64_t milliseconds)
 void TableFeed::writeBook(uint16_t pid)
 {
     book_.clear();
-    for (const SectionBytes& section : latest_[pid].take())
+    for (const auto& [number, section] : latest_[pid].sections())
         book_.note(section);
 }
 

@@ -9,7 +9,7 @@ bool HeldTable::add(const SectionBytes& section)
     const SectionHeader header = readSectionHeader(section);
     const bool hasComeRound = sections_.count(header.sectionNumber) != 0;
     if (header.version != version_)
-        clear();
+        take();
     version_ = header.version;
     SectionBytes& place = sections_[header.sectionNumber];
     bytes_ += section.size() - place.size();

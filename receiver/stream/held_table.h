@@ -21,9 +21,9 @@ public:
     /// @return the sections by number; none is held afterwards
     std::vector<SectionBytes> take();
 
-    bool empty() const { return sections_.empty(); }
+    /// By number.
+    const std::map<uint8_t, SectionBytes>& sections() const { return sections_; }
     size_t bytes() const { return bytes_; }
-    void clear() { take(); }
 
 private:
     std::map<uint8_t, SectionBytes> sections_;
