@@ -1,0 +1,73 @@
+/// The enumerators that stand in a record by their names.
+#ifndef VESTA_RECORDER_BOUNDARY_CHOICES_H
+#define VESTA_RECORDER_BOUNDARY_CHOICES_H
+
+#include "vesta_browser.h"
+#include "vesta_hbbtv_appman.h"
+
+namespace recorder {
+
+template <typename Enumeration>
+struct Choice {
+    Enumeration value;
+    const char* name;
+};
+
+#define VESTA_CHOICE(enumerator)                                                                   \
+    {                                                                                              \
+        enumerator, #enumerator                                                                    \
+    }
+#define VESTA_LIBRARY_CHOICE(enumerator)                                                           \
+    {                                                                                              \
+        VestaHbbTV::enumerator, #enumerator                                                        \
+    }
+
+constexpr Choice<VestaHbbTV::HBBTV_EventType> eventTypes[] = {
+    VESTA_LIBRARY_CHOICE(E_AIT_SECTION),
+    VESTA_LIBRARY_CHOICE(E_CHANNEL_CHANGE),
+    VESTA_LIBRARY_CHOICE(E_START_APPLICATION),
+    VESTA_LIBRARY_CHOICE(E_START_BROADCAST_INDEPENDENT_APPLICATION),
+    VESTA_LIBRARY_CHOICE(E_TERMINATE_APPLICATION),
+    VESTA_LIBRARY_CHOICE(E_DSMCC_FILE_READY),
+    VESTA_LIBRARY_CHOICE(E_DSMCC_FILE_ERROR),
+    VESTA_LIBRARY_CHOICE(E_HTTP_AVAILABLE),
+    VESTA_LIBRARY_CHOICE(E_HTTP_UNAVAILABLE),
+    VESTA_LIBRARY_CHOICE(E_DSMCC_STREAM_EVENT),
+    VESTA_LIBRARY_CHOICE(E_LOW_MEMORY),
+    VESTA_LIBRARY_CHOICE(E_USER_AGENT_INFO),
+    VESTA_LIBRARY_CHOICE(E_SUPPORTED_PROFILES),
+};
+
+constexpr Choice<VestaHbbTV::HBBTV_NotificationType> notificationTypes[] = {
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_START_APPLICATION),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_STOP_APPLICATION),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_REJECT_APPLICATION),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_AIT_UPDATE),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_TRUSTED),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_BROADCAST_RELATED_CHANGE),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_XHR),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_REQUEST_WINDOW),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_RELEASE_WINDOW),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_SHOW_WINDOW),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_HIDE_WINDOW),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_KEYSET_CHANGED),
+    VESTA_LIBRARY_CHOICE(HBBTV_NOTIFICATION_GET_FREE_MEMORY),
+};
+
+constexpr Choice<TAVO_VESTA_EVENT> browserEvents[] = {
+    VESTA_CHOICE(TAVO_VESTA_EVT_WINDOW_CLOSE),
+    VESTA_CHOICE(TAVO_VESTA_EVT_URL_CHANGED),
+    VESTA_CHOICE(TAVO_VESTA_EVT_LOADING_FINISHED),
+    VESTA_CHOICE(TAVO_VESTA_EVT_LOADING_FAILED),
+    VESTA_CHOICE(TAVO_VESTA_EVT_PROTOCOL_LOADING_START),
+    VESTA_CHOICE(TAVO_VESTA_EVT_PROTOCOL_LOADING_STOP),
+    VESTA_CHOICE(TAVO_VESTA_EVT_XML_PARSE_FAILED),
+    VESTA_CHOICE(TAVO_VESTA_EVT_XHR_PERMISSION),
+};
+
+#undef VESTA_CHOICE
+#undef VESTA_LIBRARY_CHOICE
+
+}  // namespace recorder
+
+#endif
