@@ -1,111 +1,11 @@
 #include "receiver/integration/decision_log.h"
 
-#include <algorithm>
-#include <iterator>
-#include <sstream>
-
 #include "receiver/console/words.h"
+#include "receiver/integration/decision_sentence.h"
 
 namespace receiver {
 
 namespace {
-
-const struct {
-    HBBTV_DecisionSubject subject;
-    const char* name;
-} subjectNames[] = {
-    {HBBTV_DECISION_SECTION, "section"}, {HBBTV_DECISION_TABLE, "table"},
-    {HBBTV_DECISION_START, "start"},     {HBBTV_DECISION_END, "end"},
-    {HBBTV_DECISION_LOAD, "load"},       {HBBTV_DECISION_KEY, "key"},
-    {HBBTV_DECISION_REQUEST, "request"}, {HBBTV_DECISION_NATIVE, "native"},
-};
-
-const char* nameOf(int subject)
-{
-    const auto* const found =
-        std::find_if(std::begin(subjectNames), std::end(subjectNames),
-                     [subject](const auto& each) { return each.subject == subject; });
-    return found == std::end(subjectNames) ? "decision" : found->name;
-}
-
-std::optional<int> subjectNamed(const std::string& name)
-{
-    for (const auto& each : subjectNames) {
-        if (name == each.name)
-            return each.subject;
-    }
-    return std::nullopt;
-}
-
-std::string versionText(uint32_t version)
-{
-    return std::to_string(version >> 16) + "." + std::to_string((version >> 8) & 0xFF) + "." +
-           std::to_string(version & 0xFF);
-}
-
-std::string hexadecimal(uint32_t number)
-{
-    std::ostringstream text;
-    text << "0x" << std::hex << number;
-    return text.str();
-}
-
-/// What the two numbers of a decision say; empty where they say nothing.
-std::string numbersOf(const HBBTV_Decision& decision)
-{
-    const uint32_t wanted = decision.wanted;
-    const uint32_t had = decision.had;
-    switch (decision.reason) {
-    case HBBTV_REASON_START_VERSION:
-        return "it wants " + versionText(wanted) + ", the terminal has " + versionText(had);
-    case HBBTV_REASON_START_PROFILE:
-        return "it wants " + hexadecimal(wanted) + ", the terminal has " + hexadecimal(had);
-    case HBBTV_REASON_KEY_NOT_GRANTED:
-    case HBBTV_REASON_KEYS_CUT:
-        return "it wants " + hexadecimal(wanted) + " and has " + hexadecimal(had);
-    case HBBTV_REASON_SECTION_DESCRIPTOR:
-    case HBBTV_REASON_SECTION_EMPTY_DESCRIPTOR:
-    case HBBTV_REASON_SECTION_NAME:
-        return "offset " + std::to_string(wanted) + ", tag " + hexadecimal(had);
-    case HBBTV_REASON_SECTION_COMMON_LOOP:
-    case HBBTV_REASON_SECTION_APPLICATION_LOOP:
-    case HBBTV_REASON_SECTION_APPLICATION:
-        return "offset " + std::to_string(wanted) + ", length " + std::to_string(had);
-    case HBBTV_REASON_SECTION_OTHER_VERSION:
-    case HBBTV_REASON_SECTION_TABLE_CLOSED:
-        return "version " + std::to_string(had) + ", while " + std::to_string(wanted) + " is begun";
-    case HBBTV_REASON_TABLE_INCOMPLETE:
-        return "number " + std::to_string(wanted + 1) + " of " + std::to_string(had + 1);
-    case HBBTV_REASON_SECTION_VERSION_IN_FORCE:
-    case HBBTV_REASON_TABLE_SUPERSEDED:
-    case HBBTV_REASON_TABLE_IN_FORCE:
-        return "version " + std::to_string(had);
-    case HBBTV_REASON_START_LABEL_WITHOUT_TRANSPORT:
-        return "label " + std::to_string(wanted);
-    default:
-        return had == 0 ? "" : std::to_string(had);
-    }
-}
-
-std::optional<std::string> idsOf(const HBBTV_Decision& decision)
-{
-    if (decision.organisationId == 0 && decision.applicationId == 0)
-        return std::nullopt;
-    std::ostringstream text;
-    text << std::hex << decision.organisationId << "." << decision.applicationId;
-    return text.str();
-}
-
-/// "no, start of a.1: There is no URL to start."
-std::string sentenceOf(const HBBTV_Decision& decision)
-{
-    const auto ids = idsOf(decision);
-    const std::string numbers = numbersOf(decision);
-    return std::string(decision.verdict != 0 ? "yes, " : "no, ") + nameOf(decision.subject) +
-           (ids ? " of " + *ids : "") + ": " + vesta_hbbtv_reason_text(decision.reason) +
-           (numbers.empty() ? "" : " (" + numbers + ")") +
-           (*decision.text ? std::string(" ") + decision.text : "");
-}
 
 /// Whether it may be why no application runs.
 bool isObstacle(const HBBTV_Decision& decision)
@@ -134,13 +34,14 @@ DecisionLog::~DecisionLog()
 void DecisionLog::hear(const HBBTV_Decision& decision)
 {
     const auto ids = idsOf(decision);
-    kept_.push_back({decision.subject, ids, sentenceOf(decision)});
+    kept_.push_back(
+        {decision.subject, ids, sentenceOf(decision, vesta_hbbtv_reason_text(decision.reason))});
     if (kept_.size() > most)
         kept_.pop_front();
     hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
     if (isObstacle(decision))
         lastObstacle_ = kept_.back().sentence;
-    EventLog::Details details = {{"subject", nameOf(decision.subject)},
+    EventLog::Details details = {{"subject", subjectName(decision.subject)},
                                  {"verdict", decision.verdict != 0},
                                  {"reason", decision.reason}};
     if (ids)
@@ -174,10 +75,7 @@ std::string DecisionLog::whyNothingRan() const
 
 std::string DecisionLog::subjects()
 {
-    std::string list;
-    for (const auto& each : subjectNames)
-        list += (list.empty() ? "" : ", ") + std::string(each.name);
-    return list;
+    return subjectNames();
 }
 
 }  // namespace receiver

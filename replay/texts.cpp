@@ -1,0 +1,97 @@
+#include "replay/texts.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+namespace replay {
+
+namespace {
+
+const size_t longestValue = 80;
+const int stepWidth = 7;
+
+std::string jsonText(const Json& json)
+{
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+std::string shortened(std::string text)
+{
+    if (text.size() > longestValue)
+        text =
+            text.substr(0, longestValue / 2) + "..." + text.substr(text.size() - longestValue / 4);
+    return text;
+}
+
+/// @param other null to mark nothing
+std::string membersText(const Json& members, const Json* other)
+{
+    std::string text;
+    for (const auto& [member, value] : members.items()) {
+        const bool isMarked = other && (!other->contains(member) || other->at(member) != value);
+        const std::string pair =
+            jsonText(member) + ":" + (isMarked ? jsonText(value) : shortened(jsonText(value)));
+        text += (text.empty() ? "" : ", ") + (isMarked ? ">>" + pair + "<<" : pair);
+    }
+    return "{" + text + "}";
+}
+
+const char* wordFor(Line::Kind kind)
+{
+    switch (kind) {
+    case Line::Kind::In:
+        return "in";
+    case Line::Kind::Out:
+        return "out";
+    case Line::Kind::End:
+        return "end";
+    default:
+        return "";
+    }
+}
+
+}  // namespace
+
+std::string shortText(const Json& members)
+{
+    return membersText(members, nullptr);
+}
+
+std::string markedText(const Json& members, const Json& other)
+{
+    return membersText(members, &other);
+}
+
+std::string lineText(const Line& line)
+{
+    std::ostringstream text;
+    switch (line.kind) {
+    case Line::Kind::In:
+    case Line::Kind::Out:
+    case Line::Kind::End:
+        text << std::setw(stepWidth) << line.step << "  " << std::left << std::setw(3)
+             << wordFor(line.kind) << "  " << line.name << " "
+             << (line.threw ? "threw" : shortText(line.members));
+        break;
+    case Line::Kind::Idle:
+        text << std::setw(stepWidth) << ""
+             << "  idle ticks: " << line.count;
+        break;
+    case Line::Kind::StateBegin:
+        text << std::setw(stepWidth) << ""
+             << "  a state begins";
+        break;
+    case Line::Kind::StateEnd:
+        text << std::setw(stepWidth) << ""
+             << "  the state ends";
+        break;
+    case Line::Kind::Full:
+        text << std::setw(stepWidth) << ""
+             << "  the record is full";
+        break;
+    }
+    return text.str();
+}
+
+}  // namespace replay
