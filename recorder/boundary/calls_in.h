@@ -299,9 +299,15 @@ struct HandleNotification {
     {
         fields.handle("page", Handle::page, tavoWindow);
         fields.choice("event", event, browserEvents);
-        if (fields.record("data", data))
+        if (fields.record("data", data)) {
             visitBrowserEvent(fields, event, *data);
-        fields.room("handled", handled);
+            // The permission takes the place of the handle, as a number. Not every answer writes
+            // it, nor the result.
+            if (event == TAVO_VESTA_EVT_XHR_PERMISSION)
+                fields.numberInPointer("permission", data->request_id);
+        }
+        if (fields.record("handled", handled))
+            fields.number("handled", *handled);
     }
     template <typename Fields>
     void answered(Fields& fields)
@@ -309,7 +315,6 @@ struct HandleNotification {
         fields.number("result", result);
         if (handled)
             fields.number("handled", *handled);
-        // The permission takes the place of the handle, as a number.
         if (event == TAVO_VESTA_EVT_XHR_PERMISSION && data)
             fields.numberInPointer("permission", data->request_id);
     }
@@ -386,7 +391,7 @@ struct GetFreeMem {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (freeMemory)
+        if (freeMemory && result == VEIF_RETURN_OK)
             fields.number("freeMemory", *freeMemory);
     }
 };
@@ -407,7 +412,7 @@ struct KeySetGetMaximumValue {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (maximum)
+        if (maximum && result == VEIF_RETURN_OK)
             fields.number("maximum", *maximum);
     }
 };
@@ -430,7 +435,7 @@ struct KeySetSetValue {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (granted)
+        if (granted && result == VEIF_RETURN_OK)
             fields.number("granted", *granted);
     }
 };
@@ -451,7 +456,7 @@ struct KeySetGetValue {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (value)
+        if (value && result == VEIF_RETURN_OK)
             fields.number("value", *value);
     }
 };
@@ -531,7 +536,7 @@ struct GetWindowOfApplication {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (windowId)
+        if (windowId && result == VEIF_RETURN_OK)
             fields.number("windowId", *windowId);
     }
 };
@@ -552,7 +557,7 @@ struct GetCurrentChannel {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (channel)
+        if (channel && result == VEIF_RETURN_OK)
             fields.handle("channel", Handle::channel, *channel);
     }
 };
@@ -625,7 +630,7 @@ struct GetApplicationId {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (appId)
+        if (appId && result == VEIF_RETURN_OK)
             fields.handle("appId", Handle::application, *appId);
     }
 };
@@ -650,7 +655,7 @@ struct CreateApplication {
     void answered(Fields& fields)
     {
         fields.number("result", result);
-        if (appId)
+        if (appId && result == VEIF_RETURN_OK)
             fields.handle("appId", Handle::application, *appId);
     }
 };
