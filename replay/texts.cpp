@@ -24,17 +24,42 @@ std::string shortened(std::string text)
     return text;
 }
 
+/// A part that only one side has, or has otherwise, in the place where that is.
 /// @param other null to mark nothing
+std::string valueText(const Json& value, const Json* other);
+
 std::string membersText(const Json& members, const Json* other)
 {
     std::string text;
     for (const auto& [member, value] : members.items()) {
-        const bool isMarked = other && (!other->contains(member) || other->at(member) != value);
-        const std::string pair =
-            jsonText(member) + ":" + (isMarked ? jsonText(value) : shortened(jsonText(value)));
-        text += (text.empty() ? "" : ", ") + (isMarked ? ">>" + pair + "<<" : pair);
+        const bool isAlone = other && !other->contains(member);
+        const Json* const otherValue = other && !isAlone ? &other->at(member) : nullptr;
+        const std::string pair = jsonText(member) + ":" + valueText(value, otherValue);
+        text += (text.empty() ? "" : ", ") + (isAlone ? ">>" + pair + "<<" : pair);
     }
     return "{" + text + "}";
+}
+
+std::string elementsText(const Json& elements, const Json* other)
+{
+    std::string text;
+    for (size_t place = 0; place < elements.size(); ++place) {
+        const bool isAlone = other && place >= other->size();
+        const Json* const otherValue = other && !isAlone ? &(*other)[place] : nullptr;
+        const std::string element = valueText(elements[place], otherValue);
+        text += (place == 0 ? "" : ", ") + (isAlone ? ">>" + element + "<<" : element);
+    }
+    return "[" + text + "]";
+}
+
+std::string valueText(const Json& value, const Json* other)
+{
+    const bool isMarked = other && *other != value;
+    if (isMarked && value.is_object() && other->is_object())
+        return membersText(value, other);
+    if (isMarked && value.is_array() && other->is_array())
+        return elementsText(value, other);
+    return isMarked ? ">>" + jsonText(value) + "<<" : shortened(jsonText(value));
 }
 
 const char* wordFor(Line::Kind kind)
