@@ -24,4 +24,4 @@ endif()
 target_link_libraries(vesta_hbbtv_recorder PRIVATE Threads::Threads ${CMAKE_DL_LIBS})
 add_library(vesta_hbbtv_appman::recorder ALIAS vesta_hbbtv_recorder)
 
-install(TARGETS vesta_hbbtv_recorder)
+install(TARGETS vesta_hbbtv_recorder EXPORT vesta_hbbtv_appman)

@@ -6,15 +6,12 @@ namespace {
 
 const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// @param count the bytes that are left, of which up to three are taken
-void writeGroup(char* text, const unsigned char* bytes, size_t count)
+void writeGroup(char* text, unsigned bytes)
 {
-    const unsigned second = count > 1 ? bytes[1] : 0u;
-    const unsigned third = count > 2 ? bytes[2] : 0u;
-    text[0] = digits[bytes[0] >> 2];
-    text[1] = digits[(bytes[0] & 0x3u) << 4 | second >> 4];
-    text[2] = count > 1 ? digits[(second & 0xFu) << 2 | third >> 6] : '=';
-    text[3] = count > 2 ? digits[third & 0x3Fu] : '=';
+    text[0] = digits[bytes >> 18];
+    text[1] = digits[bytes >> 12 & 0x3F];
+    text[2] = digits[bytes >> 6 & 0x3F];
+    text[3] = digits[bytes & 0x3F];
 }
 
 }  // namespace
@@ -22,13 +19,18 @@ void writeGroup(char* text, const unsigned char* bytes, size_t count)
 void appendBase64(std::string& text, const void* bytes, size_t length)
 {
     const auto* next = static_cast<const unsigned char*>(bytes);
-    size_t place = text.size();
-    text.resize(place + (length + 2) / 3 * 4);
-    for (size_t left = length; left > 0; left -= left < 3 ? left : 3) {
-        writeGroup(&text[place], next, left);
-        next += 3;
-        place += 4;
-    }
+    const size_t place = text.size();
+    text.resize(place + (length + 2) / 3 * 4, '=');
+    char* group = text.data() + place;
+    for (; length >= 3; length -= 3, next += 3, group += 4)
+        writeGroup(group, static_cast<unsigned>(next[0] << 16 | next[1] << 8 | next[2]));
+    if (length == 0)
+        return;
+    const bool hasSecond = length == 2;
+    writeGroup(group, static_cast<unsigned>(next[0] << 16 | (hasSecond ? next[1] << 8 : 0)));
+    group[3] = '=';
+    if (!hasSecond)
+        group[2] = '=';
 }
 
 }  // namespace recorder

@@ -26,13 +26,19 @@ std::string LeftOutQueries::without(std::string_view url)
     const std::string_view query = url.substr(mark + 1, fragment - mark - 1);
     if (query.empty() || isNumbered(query))
         return std::string(url);
+    const uint64_t number = numberOf(hashOf(query.data(), query.size()));
+    return std::string(url.substr(0, mark + 1)) + '~' + std::to_string(number) +
+           std::string(url.substr(fragment));
+}
+
+uint64_t LeftOutQueries::numberOf(const std::string& hash)
+{
+    const auto found = numbers_.find(hash);
+    if (found != numbers_.end())
+        return found->second;
     if (numbers_.size() == known)
         numbers_.clear();
-    const auto [found, isNew] = numbers_.try_emplace(hashOf(query.data(), query.size()), last_ + 1);
-    if (isNew)
-        ++last_;
-    return std::string(url.substr(0, mark + 1)) + '~' + std::to_string(found->second) +
-           std::string(url.substr(fragment));
+    return numbers_[hash] = ++last_;
 }
 
 }  // namespace recorder

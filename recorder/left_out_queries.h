@@ -21,6 +21,8 @@ public:
     std::string without(std::string_view url);
 
 private:
+    uint64_t numberOf(const std::string& hash);
+
     std::unordered_map<std::string, uint64_t> numbers_;
     uint64_t last_ = 0;
 };

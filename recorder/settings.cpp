@@ -55,18 +55,20 @@ bool readLimit(std::string_view text, uint64_t& limit)
 
 bool readLeaveOut(std::string_view words, Settings& settings)
 {
-    while (!words.empty()) {
-        const size_t comma = words.find(',');
-        const std::string_view word = words.substr(0, comma);
-        if (word == "bodies")
-            settings.leavesOutBodies = true;
-        else if (word == "queries")
-            settings.leavesOutQueries = true;
-        else
-            return false;
-        words = comma == std::string_view::npos ? "" : words.substr(comma + 1);
-    }
-    return true;
+    if (words.empty())
+        return true;
+    const size_t comma = words.find(',');
+    const std::string_view word = words.substr(0, comma);
+    if (word == "bodies")
+        settings.leavesOutBodies = true;
+    else if (word == "queries")
+        settings.leavesOutQueries = true;
+    else
+        return false;
+    if (comma == std::string_view::npos)
+        return true;
+    const std::string_view rest = words.substr(comma + 1);
+    return !rest.empty() && readLeaveOut(rest, settings);
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ self_check() {
     root=$(mktemp -d)
     # shellcheck disable=SC2064 # the folder of now
     trap "rm -rf '$root'" EXIT
-    (cd "$1" && tar -cf - foundation security signalling lifecycle integration oipf kit) |
+    (cd "$1" && tar -cf - foundation security signalling lifecycle integration oipf kit recorder) |
         tar -xf - -C "$root"
     check "$root" >/dev/null || { echo "the copy is not accepted" >&2; exit 1; }
     expect_notice "$root" foundation/text.h '#include "signalling/ait.h"'
@@ -75,6 +75,8 @@ self_check() {
     expect_notice "$root" signalling/ait.cpp '#include "kit/xml_ait_document.h"'
     expect_notice "$root" oipf/natives/application_natives.cpp '#include "vesta_hbbtv_kit.h"'
     expect_notice "$root" kit/xml_parser.cpp '#include "receiver/session.h"'
+    expect_notice "$root" kit/xml_parser.cpp '#include "recorder/names.h"'
+    expect_notice "$root" recorder/boundary/records.h '#include "recorder/names.h"'
     sed -i '/integration\/key_set.h/d' "$root/lifecycle/application.cpp"
     if check "$root" >/dev/null; then
         echo "not noticed: an exception that nobody needs" >&2

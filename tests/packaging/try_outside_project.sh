@@ -36,10 +36,20 @@ find_with_cmake() {
     "$CMAKE" --build "$WORK/cmake" --verbose
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman"
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman_static"
+    record "$WORK/cmake/with_vesta_hbbtv_appman"
     if [[ -n ${KIT:-} ]]; then
         "${emulator[@]}" "$WORK/cmake/with_kit"
         "${emulator[@]}" "$WORK/cmake/with_kit_static"
     fi
+}
+
+# The installed recorder writes down what the outside program does. An emulator would take what is to
+# be preloaded for itself, and a sanitizer may want to be the first.
+record() {
+    [[ -z ${EMULATOR:-} && ${FLAGS:-} != *-fsanitize* ]] || return 0
+    VESTA_RECORD="$WORK/record" LD_PRELOAD="$WORK/installed/$LIBDIR/libvesta_hbbtv_recorder.so" "$1"
+    grep -q '"in":"vesta_hbbtv_init"' "$WORK/record"
+    grep -q '"out":"dsmcc_start"' "$WORK/record"
 }
 
 # link_with_kit OUTPUT OPTION...: a C program and the browser in C++.

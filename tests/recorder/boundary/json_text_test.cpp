@@ -1,0 +1,74 @@
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "recorder/boundary/json_text.h"
+
+using namespace recorder;
+
+namespace {
+
+std::string stringOf(std::string_view bytes)
+{
+    std::string json;
+    appendString(json, bytes);
+    return json;
+}
+
+template <typename Value>
+std::string numberOf(Value value)
+{
+    std::string json;
+    appendNumber(json, value);
+    return json;
+}
+
+enum Small : unsigned char { twoHundred = 200 };
+
+}  // namespace
+
+TEST(JsonText, EscapesAllThatIsNotPrintableASCII)
+{
+    EXPECT_EQ(stringOf("a \"b\" \\c/~"), R"("a \"b\" \\c/~")");
+    EXPECT_EQ(stringOf(std::string_view("\0\x1F\x7F\x80\xFF", 5)),
+              R"("\u0000\u001f\u007f\u0080\u00ff")");
+}
+
+TEST(JsonText, IsReadAsTheSameBytes)
+{
+    std::string bytes;
+    for (int byte = 0; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
+    // Each byte stands for the character of its number, which UTF-8 writes with one or two.
+    const std::string read = nlohmann::json::parse(stringOf(bytes)).get<std::string>();
+    EXPECT_EQ(read.size(), 128u + 2 * 128u);
+}
+
+TEST(JsonText, HasWholeNumbersOfEveryWidth)
+{
+    EXPECT_EQ(numberOf(true), "true");
+    EXPECT_EQ(numberOf(false), "false");
+    EXPECT_EQ(numberOf(std::numeric_limits<int64_t>::min()), "-9223372036854775808");
+    EXPECT_EQ(numberOf(std::numeric_limits<uint64_t>::max()), "18446744073709551615");
+    EXPECT_EQ(numberOf(twoHundred), "200");
+    EXPECT_EQ(numberOf(static_cast<short>(-1)), "-1");
+}
+
+TEST(JsonText, HasEnoughDigitsToReadTheSameNumberAgain)
+{
+    for (const double value :
+         {0.0, 0.1, 1.0 / 3, -1e300, 5e-324, 4096.0, std::numeric_limits<double>::max()})
+        EXPECT_EQ(nlohmann::json::parse(numberOf(value)).get<double>(), value);
+    EXPECT_EQ(numberOf(std::numeric_limits<double>::quiet_NaN()), "\"nan\"");
+    EXPECT_EQ(numberOf(std::numeric_limits<double>::infinity()), "\"inf\"");
+    EXPECT_EQ(numberOf(-std::numeric_limits<double>::infinity()), "\"-inf\"");
+}
+
+TEST(JsonText, HasTwoHexadecimalDigitsAByte)
+{
+    const unsigned char bytes[] = {0x00, 0x0A, 0xF0, 0xFF};
+    std::string json;
+    appendHex(json, bytes, sizeof(bytes));
+    EXPECT_EQ(json, "000af0ff");
+}
