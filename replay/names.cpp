@@ -8,7 +8,7 @@ namespace replay {
 namespace {
 
 /// Nothing can be read or written there: whoever follows such an address crashes.
-const size_t reservedBytes = size_t(1) << 24;
+const size_t reservedBytes = size_t(1) << 23;
 const size_t distance = 16;
 
 /// Of these a program may have named one that the library made later.

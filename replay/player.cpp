@@ -38,7 +38,7 @@ void answer(CallOut& call)
 
 Player::Player(const Record& record, Library& library, PlayerOptions options,
                std::function<void(const Outcome&)> leave)
-    : record_(record), lines_(record.lines), library_(library), options_(std::move(options)),
+    : lines_(record.lines), library_(library), options_(std::move(options)),
       leave_(std::move(leave)), meaning_(record.bodies), stand_(meaning_, record.leavesOutQueries)
 {
     current = this;

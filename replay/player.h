@@ -93,7 +93,6 @@ private:
     std::string latestText() const;
     uint64_t currentStep() const { return open_.empty() ? 0 : open_.back()->step; }
 
-    const Record& record_;
     const std::vector<Line>& lines_;
     Library& library_;
     PlayerOptions options_;

@@ -152,7 +152,7 @@ public:
     {
         bytes = nullptr;
         const Body* const found =
-            bodyIn(member, [this, &length](const Json& stated) { return assign(stated, length); });
+            bodyIn(member, [&length](const Json& stated) { return assign(stated, length); });
         if (found)
             bytes = const_cast<char*>(found->bytes.data());  // the library only reads them
     }
