@@ -314,6 +314,7 @@ void callsBack()
         vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
         say("tick", vesta_hbbtv_tick());
         say("tick", vesta_hbbtv_tick());
+        veif_applicationDestroyedListener = hearDestroyed;
     };
     tuneIn();
     vesta_hbbtv_shutdown();
