@@ -89,8 +89,8 @@ class Broadcast extends Embedded {
         soon(() => this.fire('FullScreenChange', {}, []));
     }
 
-    addStreamEventListener(url, name, listener) { addStreamEvent(url, name, listener); }
-    removeStreamEventListener(url, name, listener) { removeStreamEvent(url, name, listener); }
+    addStreamEventListener(url, name, listener) { addStreamEvent(this.element, url, name, listener); }
+    removeStreamEventListener(url, name, listener) { removeStreamEvent(this.element, url, name, listener); }
 
     getComponents(type) { return components.known(type); }
     getCurrentActiveComponents(type) { return components.active(type); }
