@@ -151,6 +151,11 @@ const Reason reasons[] = {
      "The service's table is activated again: its AUTOSTART application comes back."},
     {HBBTV_REASON_NOT_REACTIVATED, false,
      "A listener kept the service's table from being activated again."},
+    {HBBTV_REASON_PAGE_FAILED, false,
+     "The browser could not load the page: the number is the server's HTTP status, if it "
+     "answered."},
+    {HBBTV_REASON_PAGE_NOT_WELL_FORMED, false,
+     "The page is not well-formed XML: it counts as one that could not be loaded."},
     {HBBTV_REASON_LOAD_NOT_DVB, false, "The URL is no dvb: URL."},
     {HBBTV_REASON_LOAD_NO_APPLICATION, false, "No application is shown in the browser window."},
     {HBBTV_REASON_LOAD_NOT_RELATED, false,

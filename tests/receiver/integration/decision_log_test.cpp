@@ -70,6 +70,8 @@ TEST_F(DecisionLogTest, NumbersAreSaidAsWhatTheyAre)
         {HBBTV_REASON_TABLE_IN_FORCE, 0, 0, "(version 0)"},
         {HBBTV_REASON_START_LABEL_WITHOUT_TRANSPORT, 7, 0, "(label 7)"},
         {HBBTV_REASON_START_CONTROL_CODE, 0, 4, "(4)"},
+        {HBBTV_REASON_PAGE_FAILED, 0, 404, "(HTTP status 404)"},
+        {HBBTV_REASON_PAGE_FAILED, 0, 0, "(no answer)"},
         {HBBTV_REASON_START_URL, 0, 0, "There is no URL to start."},
     };
     for (const auto& row : rows) {
@@ -115,6 +117,22 @@ TEST_F(DecisionLogTest, TheyAreShownWhereThatIsWanted)
     EXPECT_NE(out_.str().find("decision  no, start: There is no URL to start.\n"),
               std::string::npos)
         << out_.str();
+}
+
+TEST_F(DecisionLogTest, WhatTheReceiverRefusesStandsBetweenTheDecisions)
+{
+    hear(HBBTV_REASON_START_URL);
+    log_.report(Source::Air, "carousel-problem", "carousel 0x2a: damaged");
+    log_.mention(Source::Receiver, "left-out", "left out: PID 512");
+    log_.report(Source::Air, "service", "service 1 found");
+    EXPECT_EQ(*decisions_.sentencesAbout(""), Lines({"no, start: There is no URL to start.",
+                                                     "the receiver, load: carousel 0x2a: damaged",
+                                                     "the receiver, section: left out: PID 512"}));
+    EXPECT_EQ(decisions_.sentencesAbout("section")->size(), 1u);
+    EXPECT_EQ(out_.str().find("left out"), std::string::npos);
+    EXPECT_EQ(decisions_.whyNothingRan(), "the receiver, section: left out: PID 512");
+    log_.mention(Source::Receiver, "lack", "no AIT");
+    EXPECT_EQ(decisions_.whyNothingRan(), "the receiver, section: left out: PID 512");
 }
 
 TEST_F(DecisionLogTest, WhyNothingRanIsTheLastObstacle)
