@@ -55,10 +55,11 @@ const Reason reasons[] = {
     {HBBTV_REASON_TABLE_NO_WINDOW, false, "The window that an XML AIT was for is released."},
     {HBBTV_REASON_TABLE_IN_FORCE, true, "The table is in force now."},
     {HBBTV_REASON_TABLE_VOID, true,
-     "The channel changed: the former service's table counts no more."},
+     "A service was tuned to: the table of the one before counts no more."},
     {HBBTV_REASON_TABLE_GONE, true, "The service has no table: its application ends."},
     {HBBTV_REASON_TABLE_WITHOUT_AUTOSTART, false,
-     "The table has no AUTOSTART application that can be reached."},
+     "The table lists no AUTOSTART application, or none that can be started: a reason before this "
+     "one says why."},
     {HBBTV_REASON_START_UNKNOWN_WINDOW, false,
      "The window is unknown: its handle is null, foreign, or that of a released window."},
     {HBBTV_REASON_START_NO_TABLE, false, "No table is in force."},
@@ -68,11 +69,11 @@ const Reason reasons[] = {
     {HBBTV_REASON_START_NO_PROFILE, false,
      "The application names no profile: its application descriptor is missing or lists none."},
     {HBBTV_REASON_START_PROFILE, false,
-     "The application wants profiles that the terminal does not claim: send E_SUPPORTED_PROFILES "
-     "before the table."},
+     "The application wants profiles that the terminal does not claim: the table is wrong, or "
+     "E_SUPPORTED_PROFILES was not sent before it."},
     {HBBTV_REASON_START_VERSION, false,
-     "The application wants a newer version of HbbTV than the terminal claims: a feed of the kit "
-     "with a carried version takes it for 1.1.1."},
+     "The application wants a newer version of HbbTV than the terminal has. Where the terminal "
+     "carries it all the same, give that version to the kit's feed."},
     {HBBTV_REASON_START_NO_TRANSPORT, false,
      "The application has no transport: its application descriptor lists no "
      "transport_protocol_label."},
@@ -80,20 +81,23 @@ const Reason reasons[] = {
      "The application's labels lead to no transport: no transport_protocol_descriptor has such a "
      "transport_protocol_label."},
     {HBBTV_REASON_START_BROADBAND_OFF, false,
-     "All its transports are HTTP, and broadband is off: E_HTTP_AVAILABLE says that it is there."},
+     "All its transports are HTTP, and broadband is off: send E_HTTP_AVAILABLE when it is there."},
     {HBBTV_REASON_START_PROTOCOL, false,
      "Its transport has a protocol that is neither the object carousel nor HTTP."},
     {HBBTV_REASON_START_NO_LOCATION, false,
      "Transport and simple_application_location_descriptor make no URL."},
     {HBBTV_REASON_START_TIME_SHIFT, false,
-     "The service is shown time-shifted, and the application does not say that it runs then."},
+     "The service is shown time-shifted, and the application is not signalled for it: its "
+     "application recording descriptor needs trick_mode_aware_flag and time_shift_flag."},
     {HBBTV_REASON_START_BLOCKED_AND_KILLED, false,
-     "A listener answered to block it and to end the running one."},
+     "A listener answered the start request with \"block and kill\": it does not start, and the "
+     "one that runs ends."},
     {HBBTV_REASON_START_BLOCKED_AND_KEPT, false,
-     "A listener answered to block it and to keep the running one."},
+     "A listener answered the start request with \"block and keep\": it does not start, and the "
+     "one that runs goes on."},
     {HBBTV_REASON_START_APPLICATION_ID, false,
-     "Its application id is 0 or above 0x7FFF, for which \"block and kill\" is preset, and no "
-     "listener answered otherwise."},
+     "Its application id is 0 or above 0x7FFF, which an application of a broadcast may not have: "
+     "it is blocked, unless a listener answers otherwise."},
     {HBBTV_REASON_START_URL, false, "There is no URL to start."},
     {HBBTV_REASON_START_CLOSING, false, "Its window or the library is closing."},
     {HBBTV_REASON_START_TABLE_CHANGED, false,
@@ -125,7 +129,8 @@ const Reason reasons[] = {
     {HBBTV_REASON_END_BLOCKED, true,
      "A listener blocked the start of another one, and wanted this one ended."},
     {HBBTV_REASON_END_TIME_SHIFT, true,
-     "The service is shown time-shifted now, and it does not say that it runs then."},
+     "The service is shown time-shifted now, and the application is not signalled for it "
+     "(trick_mode_aware_flag and time_shift_flag)."},
     {HBBTV_REASON_END_CHANNEL_TAKEN, true, "A script in another window took the channel over."},
     {HBBTV_REASON_END_UNKNOWN_WINDOW, false,
      "The window is unknown: its handle is null, foreign, or that of a released window."},
@@ -151,16 +156,15 @@ const Reason reasons[] = {
      "The service's table is activated again: its AUTOSTART application comes back."},
     {HBBTV_REASON_NOT_REACTIVATED, false,
      "A listener kept the service's table from being activated again."},
-    {HBBTV_REASON_PAGE_FAILED, false,
-     "The browser could not load the page: the number is the server's HTTP status, if it "
-     "answered."},
+    {HBBTV_REASON_PAGE_FAILED, false, "The browser could not load the page."},
     {HBBTV_REASON_PAGE_NOT_WELL_FORMED, false,
      "The page is not well-formed XML: it counts as one that could not be loaded."},
     {HBBTV_REASON_LOAD_NOT_DVB, false, "The URL is no dvb: URL."},
     {HBBTV_REASON_LOAD_NO_APPLICATION, false, "No application is shown in the browser window."},
     {HBBTV_REASON_LOAD_NOT_RELATED, false,
      "The application is not broadcast-related: it has no carousel."},
-    {HBBTV_REASON_FILE_REFUSED, false, "dsmcc_get_file() answered an error."},
+    {HBBTV_REASON_FILE_REFUSED, false,
+     "dsmcc_get_file() answered an error: the platform has no such file."},
     {HBBTV_REASON_FILE_UNREADABLE, false,
      "The platform answered an error for a file that it had called ready."},
     {HBBTV_REASON_FILE_FAILED, false, "The platform reported that a file will not come."},
@@ -169,15 +173,18 @@ const Reason reasons[] = {
      "No application is shown in the browser window that the key was offered for."},
     {HBBTV_REASON_KEY_NOT_FOR_APPLICATIONS, false, "No key set has this key."},
     {HBBTV_REASON_KEY_NOT_GRANTED, false,
-     "The application has not asked for this key, or did not get it."},
-    {HBBTV_REASON_KEY_UP_WITHOUT_DOWN, false, "The key was pressed before the application had it."},
+     "The key's group is not in the application's key set: its script did not ask for it, or the "
+     "terminal does not offer it."},
+    {HBBTV_REASON_KEY_UP_WITHOUT_DOWN, false,
+     "The key is let go, and the application did not get it when it was pressed."},
     {HBBTV_REASON_KEYS_CUT, false,
      "Keys that the terminal does not offer were left out of the key set."},
     {HBBTV_REASON_REQUEST_NO_APPLICATION, false, "No application is shown in the browser window."},
     {HBBTV_REASON_REQUEST_OUTSIDE, false, "The dvb: URL is outside the application's boundaries."},
     {HBBTV_REASON_REQUEST_LEFT_TO_BROWSER, true,
-     "The URL is outside the application's boundaries: the browser's own rules decide."},
-    {HBBTV_REASON_REQUEST_DENIED, false, "A listener denied it."},
+     "The URL is outside the application's boundaries: the browser's own rules decide, and may "
+     "refuse it."},
+    {HBBTV_REASON_REQUEST_DENIED, false, "A listener that was asked for permission denied it."},
     {HBBTV_REASON_NATIVE_NULL, false, "A place for an answer is null."},
     {HBBTV_REASON_NATIVE_UNKNOWN_APPLICATION, false,
      "The application id is null, or that of an application that has ended."},
@@ -188,7 +195,9 @@ const Reason reasons[] = {
      "The application has no entry in a table, or no transport."},
     {HBBTV_REASON_NATIVE_NO_CHANNEL, false,
      "The application is not broadcast-related, or its table came without a channel."},
-    {HBBTV_REASON_NATIVE_URL, false, "The URL is no valid dvb://current.ait/ URL."},
+    {HBBTV_REASON_NATIVE_URL, false,
+     "The URL is no valid dvb://current.ait/ URL: those go on with the ids in hexadecimal, as in "
+     "dvb://current.ait/a.1."},
     {HBBTV_REASON_NATIVE_BROADBAND_OFF, false,
      "Broadband is off: E_HTTP_AVAILABLE says that it is there."},
     {HBBTV_REASON_NATIVE_OUTSIDE, false,

@@ -147,10 +147,12 @@ std::vector<Setup> setupsOfTables()
          "the application loop leaves the section, or is missing at offset 10"},
         {"the second section never comes",
          Broadcast().add(AITSection().number(0, 1).add(application(1))), toTheEnd,
-         "Sections of the table are still missing. (number 2 of 2)"},
+         "Sections of the table are still missing. (section_number 1 is missing, "
+         "last_section_number 1)"},
         {"no section comes at all", Broadcast(), toTheEnd, "no AIT for HbbTV came in service 1"},
         {"nothing is to start by itself", oneSection(application(1, present)), toTheEnd,
-         "The table has no AUTOSTART application that can be reached. (1)"},
+         "lists no AUTOSTART application, or none that can be started: a reason before this one "
+         "says why. (1 application)"},
     };
 }
 
@@ -179,7 +181,8 @@ std::vector<Setup> setupsOfStarts()
         {"to be killed",
          oneSection(application(1, kill)),
          {"wait table", "start a.1", "wait end"},
-         "no, start of a.1: The application control code forbids it: KILL or DISABLED. (4)"},
+         "no, start of a.1: The application control code forbids it: KILL or DISABLED. (control "
+         "code 4)"},
         {"mistyped ids",
          oneSection(application(1, present)),
          {"wait table", "start a.9", "wait end"},
@@ -194,11 +197,11 @@ std::vector<Setup> setupsOfStarts()
         {"the integrator forbids it",
          oneSection(application(1)),
          {"answer start kill", "wait end"},
-         "A listener answered to block it and to end the running one."},
+         "A listener answered the start request with \"block and kill\""},
         {"the integrator keeps the old one",
          oneSection(application(1)),
          {"answer start keep", "wait end"},
-         "A listener answered to block it and to keep the running one."},
+         "A listener answered the start request with \"block and keep\""},
         {"time-shifted",
          oneSection(application(1)),
          {"timeshift on", "wait end"},
@@ -216,8 +219,7 @@ std::vector<Setup> setupsOfPages()
          oneSection(AITEntry(0x0A, 1).carousel(1, 0x77).location("index.html")), toTheEnd,
          "no carousel with component tag 0x77"},
         {"a server that does not answer", oneSection(application(1)), toTheEnd,
-         "The browser could not load the page: the number is the server's HTTP status, if it "
-         "answered. (no answer) http://one.example/index.html"},
+         "The browser could not load the page. (no HTTP answer) http://one.example/index.html"},
         {"killed by the next table",
          Broadcast()
              .add(AITSection().add(carouselApplication()))
@@ -236,18 +238,18 @@ std::vector<Setup> setupsOfScripts()
     const Broadcast runs = oneSection(carouselApplication());
     return {
         {"a key that it did not ask for", runs, whileItRuns({"key RED"}),
-         "The application has not asked for this key, or did not get it. (it wants 0x1 and has "
-         "0x0)"},
+         "The key's group is not in the application's key set: its script did not ask for it, or "
+         "the terminal does not offer it. (group 0x1, key set 0x0)"},
         {"a key that was down before", runs, whileItRuns({"keyset RED", "key RED up"}),
-         "The key was pressed before the application had it. (403)"},
+         "the application did not get it when it was pressed. (key 403)"},
         {"a request to elsewhere", runs, whileItRuns({"xhr http://other.example/"}),
-         "The URL is outside the application's boundaries: the browser's own rules decide. "
-         "http://other.example/"},
+         "The URL is outside the application's boundaries: the browser's own rules decide, "
+         "and may refuse it. http://other.example/"},
         {"a request that the integrator forbids", runs,
          whileItRuns({"answer request deny", "xhr dvb://20fa.1.1.2a/x"}),
-         "no, request of a.1: A listener denied it."},
+         "no, request of a.1: A listener that was asked for permission denied it."},
         {"ids that are none", runs, whileItRuns({"create dvb://current.ait/zz"}),
-         "no, native: The URL is no valid dvb://current.ait/ URL. dvb://current.ait/zz"},
+         "no, native: The URL is no valid dvb://current.ait/ URL"},
         {"a picture that the carousel has not", runs,
          whileItRuns({"load dvb://20fa.1.1.2a/nothere.png"}),
          "the directory does not list \"nothere.png\""},

@@ -150,8 +150,8 @@ TEST(Commands, ARunWithoutAnyApplicationEndsWithTheReason)
     PlayedSession played;
     EXPECT_EQ(played.play({"answer start keep", "wait end"}), exitSuccess) << played.problem();
     EXPECT_TRUE(played.says(
-        "no application ran: no, start of a.2a01: A listener answered to block it and to "
-        "keep the running one. dvb://"))
+        "no application ran: no, start of a.2a01: A listener answered the start request with "
+        "\"block and keep\": it does not start, and the one that runs goes on. dvb://"))
         << played.output();
 }
 
