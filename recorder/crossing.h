@@ -106,9 +106,13 @@ private:
 template <typename Call, typename Make>
 void cross(Call& call, Direction direction, const Make& make)
 {
+    if (direction == Direction::in)
+        PluginListeners::recordChanges();
     Lines<Call> lines(call, direction, Moment::now());
     const Side side(direction == Direction::in);
     make();
+    if (direction == Direction::out)
+        PluginListeners::recordChanges();
     lines.returned();
 }
 

@@ -32,6 +32,15 @@ public:
     {
         if (place_ && *place_ == standIn_)
             *place_ = listener_;
+        known_ = value();
+    }
+
+    /// Whether the program changed it since it was given back, or asked for.
+    bool takeChange()
+    {
+        const bool isOther = value() != known_;
+        known_ = value();
+        return isOther;
     }
 
     Listener value() const { return place_ ? *place_ : nullptr; }
@@ -43,6 +52,7 @@ private:
     Listener* const place_;
     const Listener standIn_;
     Listener listener_ = nullptr;
+    Listener known_ = nullptr;  // of the program's listeners
 };
 
 Variable<VEIF_ApplicationManagerListener>& managerVariable()
@@ -73,7 +83,23 @@ void tellDestroyed(void* appId)
     callOut(call, [&] { listener(appId); });
 }
 
+template <typename Call, typename Listener>
+void recordChange(Variable<Listener>& variable)
+{
+    if (!variable.takeChange())
+        return;
+    Call call{variable.value(), VEIF_RETURN_OK};
+    Lines<Call> lines(call, Direction::in, Moment::now());
+    lines.returned();
+}
+
 }  // namespace
+
+void PluginListeners::recordChanges()
+{
+    recordChange<ManagerSetListener>(managerVariable());
+    recordChange<ManagerSetDestroyedListener>(destroyedVariable());
+}
 
 void PluginListeners::listen()
 {

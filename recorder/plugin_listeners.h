@@ -11,6 +11,10 @@ namespace recorder {
 /// to the program they always hold what it put there. The browser thread's.
 class PluginListeners {
 public:
+    /// Writes down which listeners the program put into the variables since the library ran last,
+    /// as calls of the natives that do the same. Before the library runs again.
+    static void recordChanges();
+
     /// The library begins to run: listeners that are there are heard by the recorder first.
     static void listen();
 

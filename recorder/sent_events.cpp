@@ -87,7 +87,9 @@ void SentEvents::send(HBBTV_EventType type, HBBTV_EventData* data)
 
 void SentEvents::handOver()
 {
-    browserThread = thisThread().number;
+    const unsigned thread = thisThread().number;
+    if (browserThread.load(std::memory_order_relaxed) != thread)
+        browserThread = thread;
     handOverWaiting();
 }
 

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "recorder/boundary/calls_in.h"
-#include "recorder/boundary/calls_out.h"
 #include "replay/progress.h"
 #include "replay/texts.h"
 
@@ -124,8 +123,6 @@ void Player::playIn(const Line& line)
         stop(ofTheKit ? exitSkipped : exitUnreadable,
              (ofTheKit ? "skipped: there is no kit with " : "the library has no ") + line.name +
                  ", which " + stepText(line) + " calls\n");
-    if (open_.empty())
-        hearWhatIsRecorded();
     callsIn_++;
     enter(line, true);
     call->perform(function);
@@ -171,33 +168,6 @@ void Player::playIdle(const Line& line)
     }
     isIdle_ = wasIdle;
     progress->isIdle = wasIdle;
-}
-
-/// A program may set the variables of the scripts' plugin itself, which is no call: whoever is told
-/// something in the record listened.
-void Player::hearWhatIsRecorded()
-{
-    size_t end = place_;
-    while (end < lines_.size() &&
-           !(lines_[end].kind == Kind::End && lines_[end].step == lines_[place_].step))
-        end++;
-    setPluginListener<VEIF_ApplicationManagerListener>("veif_applicationManagerListener",
-                                                       recorder::TellManagerListener::name, end);
-    setPluginListener<VEIF_ApplicationDestroyedListener>(
-        "veif_applicationDestroyedListener", recorder::TellDestroyedListener::name, end);
-}
-
-template <typename Function>
-void Player::setPluginListener(const char* variable, const char* function, size_t end)
-{
-    const auto first = lines_.begin() + static_cast<std::ptrdiff_t>(place_);
-    const auto last = lines_.begin() + static_cast<std::ptrdiff_t>(end);
-    const bool isTold = std::any_of(first, last, [function](const Line& line) {
-        return line.kind == Kind::Out && line.name == function;
-    });
-    auto* const listener = isTold ? static_cast<Function*>(library_.find(variable)) : nullptr;
-    if (listener && !*listener)
-        *listener = Listeners::plugin<Function>();
 }
 
 void Player::answer(CallOut& call)

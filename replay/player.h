@@ -69,9 +69,6 @@ private:
     void playIn(const Line& line);
     void endIn(const Line& line, CallIn& call);
     void playIdle(const Line& line);
-    void hearWhatIsRecorded();
-    template <typename Function>
-    void setPluginListener(const char* variable, const char* function, size_t end);
 
     void answerInState(CallOut& call);
     void playAnswer(const Line& line, CallOut& call);

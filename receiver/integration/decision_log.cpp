@@ -1,11 +1,32 @@
 #include "receiver/integration/decision_log.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include "receiver/console/words.h"
 #include "receiver/integration/decision_sentence.h"
 
 namespace receiver {
 
 namespace {
+
+/// What the receiver refuses, or lacks, before the application manager could decide.
+const struct {
+    const char* event;
+    HBBTV_DecisionSubject subject;
+    bool isObstacle;
+} remarks[] = {
+    {"ait-problem", HBBTV_DECISION_SECTION, true},
+    {"left-out", HBBTV_DECISION_SECTION, true},
+    {"no-ait", HBBTV_DECISION_TABLE, true},
+    {"ait-gone", HBBTV_DECISION_TABLE, false},
+    {"carousel-problem", HBBTV_DECISION_LOAD, false},
+    {"file-error", HBBTV_DECISION_LOAD, false},
+    {"file-missing", HBBTV_DECISION_LOAD, false},
+    {"load-failed", HBBTV_DECISION_LOAD, false},
+    {"lack", HBBTV_DECISION_TABLE, true},
+};
 
 /// Whether it may be why no application runs.
 bool isObstacle(const HBBTV_Decision& decision)
@@ -24,23 +45,26 @@ DecisionLog::DecisionLog(EventLog& log) : log_(log)
             static_cast<DecisionLog*>(self)->hear(*decision);
         },
         this);
+    log_.setWitness(this);
 }
 
 DecisionLog::~DecisionLog()
 {
+    log_.setWitness(nullptr);
     vesta_hbbtv_set_decision_listener(nullptr, nullptr);
 }
 
 void DecisionLog::hear(const HBBTV_Decision& decision)
 {
     const auto ids = idsOf(decision);
-    kept_.push_back(
-        {decision.subject, ids, sentenceOf(decision, vesta_hbbtv_reason_text(decision.reason))});
-    if (kept_.size() > most)
-        kept_.pop_front();
-    hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
-    if (isObstacle(decision))
-        lastObstacle_ = kept_.back().sentence;
+    const std::string sentence = sentenceOf(decision, vesta_hbbtv_reason_text(decision.reason));
+    {
+        const VestaHbbTV::MutexLock lock(mutex_);
+        keep({decision.subject, ids, sentence});
+        hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
+        if (isObstacle(decision))
+            lastObstacle_ = sentence;
+    }
     EventLog::Details details = {{"subject", subjectName(decision.subject)},
                                  {"verdict", decision.verdict != 0},
                                  {"reason", decision.reason}};
@@ -50,9 +74,31 @@ void DecisionLog::hear(const HBBTV_Decision& decision)
     details["had"] = decision.had;
     details["text"] = decision.text;
     if (isShown_)
-        log_.report(Source::Decision, "decision", kept_.back().sentence, details);
+        log_.report(Source::Decision, "decision", sentence, details);
     else
-        log_.trace(Source::Decision, "decision", kept_.back().sentence, details);
+        log_.trace(Source::Decision, "decision", sentence, details);
+}
+
+void DecisionLog::see(Source /*source*/, const std::string& event, const std::string& text)
+{
+    const auto* const remark =
+        std::find_if(std::begin(remarks), std::end(remarks),
+                     [&event](const auto& each) { return event == each.event; });
+    if (remark == std::end(remarks))
+        return;
+    const VestaHbbTV::MutexLock lock(mutex_);
+    keep({remark->subject, std::nullopt,
+          "the receiver, " + std::string(subjectName(remark->subject)) + ": " + text});
+    // What came is said rather than that nothing came.
+    if (remark->isObstacle && (lastObstacle_.empty() || event != "lack"))
+        lastObstacle_ = kept_.back().sentence;
+}
+
+void DecisionLog::keep(Kept kept)
+{
+    kept_.push_back(std::move(kept));
+    if (kept_.size() > most)
+        kept_.pop_front();
 }
 
 std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::string& what) const
@@ -60,6 +106,7 @@ std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::s
     const std::optional<int> subject = subjectNamed(what);
     if (!what.empty() && !subject && !idsFrom(what))
         return std::nullopt;
+    const VestaHbbTV::MutexLock lock(mutex_);
     std::vector<std::string> sentences;
     for (const Kept& each : kept_) {
         if (what.empty() || (subject ? each.subject == *subject : each.ids == what))
@@ -70,6 +117,7 @@ std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::s
 
 std::string DecisionLog::whyNothingRan() const
 {
+    const VestaHbbTV::MutexLock lock(mutex_);
     return hasRun_ ? "" : lastObstacle_;
 }
 

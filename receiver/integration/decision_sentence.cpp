@@ -42,8 +42,20 @@ std::string numbersOf(const HBBTV_Decision& decision)
     case HBBTV_REASON_START_PROFILE:
         return "it wants " + hexadecimal(wanted) + ", the terminal has " + hexadecimal(had);
     case HBBTV_REASON_KEY_NOT_GRANTED:
+        return "group " + hexadecimal(wanted) + ", key set " + hexadecimal(had);
     case HBBTV_REASON_KEYS_CUT:
         return "it wants " + hexadecimal(wanted) + " and has " + hexadecimal(had);
+    case HBBTV_REASON_KEY_NO_APPLICATION:
+    case HBBTV_REASON_KEY_NOT_FOR_APPLICATIONS:
+    case HBBTV_REASON_KEY_UP_WITHOUT_DOWN:
+        return "key " + std::to_string(had);
+    case HBBTV_REASON_START_CONTROL_CODE:
+    case HBBTV_REASON_NOT_ADOPTED_CONTROL_CODE:
+        return "control code " + std::to_string(had);
+    case HBBTV_REASON_TABLE_WITHOUT_AUTOSTART:
+        return had == 1 ? "1 application" : std::to_string(had) + " applications";
+    case HBBTV_REASON_FILE_REFUSED:
+        return "answer " + std::to_string(had);
     case HBBTV_REASON_SECTION_DESCRIPTOR:
     case HBBTV_REASON_SECTION_EMPTY_DESCRIPTOR:
     case HBBTV_REASON_SECTION_NAME:
@@ -56,13 +68,16 @@ std::string numbersOf(const HBBTV_Decision& decision)
     case HBBTV_REASON_SECTION_TABLE_CLOSED:
         return "version " + std::to_string(had) + ", while " + std::to_string(wanted) + " is begun";
     case HBBTV_REASON_TABLE_INCOMPLETE:
-        return "number " + std::to_string(wanted + 1) + " of " + std::to_string(had + 1);
+        return "section_number " + std::to_string(wanted) + " is missing, last_section_number " +
+               std::to_string(had);
     case HBBTV_REASON_SECTION_VERSION_IN_FORCE:
     case HBBTV_REASON_TABLE_SUPERSEDED:
     case HBBTV_REASON_TABLE_IN_FORCE:
         return "version " + std::to_string(had);
     case HBBTV_REASON_START_LABEL_WITHOUT_TRANSPORT:
         return "label " + std::to_string(wanted);
+    case HBBTV_REASON_PAGE_FAILED:
+        return had == 0 ? "no HTTP answer" : "HTTP status " + std::to_string(had);
     default:
         return had == 0 ? "" : std::to_string(had);
     }

@@ -43,13 +43,14 @@ find_with_cmake() {
     fi
 }
 
-# The installed recorder writes down what the outside program does. An emulator would take what is to
+# The installed recorder writes down what the outside program does, and the replay finds the library. An emulator would take what is to
 # be preloaded for itself, and a sanitizer may want to be the first.
 record() {
     [[ -z ${EMULATOR:-} && ${FLAGS:-} != *-fsanitize* ]] || return 0
     VESTA_RECORD="$WORK/record" LD_PRELOAD="$WORK/installed/$LIBDIR/libvesta_hbbtv_recorder.so" "$1"
     grep -q '"in":"vesta_hbbtv_init"' "$WORK/record"
     grep -q '"out":"dsmcc_start"' "$WORK/record"
+    [[ ! -x $WORK/installed/bin/vesta_replay ]] || "$WORK/installed/bin/vesta_replay" "$WORK/record"
 }
 
 # link_with_kit OUTPUT OPTION...: a C program and the browser in C++.

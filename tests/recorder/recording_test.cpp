@@ -186,6 +186,14 @@ TEST(Recording, SaysThatACallWasLeftByAnException)
     EXPECT_EQ(countOf(lines, "\"n\":"), countOf(lines, "\"end\":"));
 }
 
+TEST(Recording, HasPluginListenersThatTheProgramWroteIntoTheVariables)
+{
+    const std::vector<std::string> lines = recordOf("no_pie", "everything");
+    EXPECT_EQ(countOf(lines, "SetAppDestroyedListener\",\"with\":{\"listener\":\"plugin:2\"}"), 1u);
+    EXPECT_EQ(countOf(lines, "ManagerSetListener\",\"with\":{\"listener\":\"plugin:1\"}"), 1u);
+    EXPECT_EQ(countOf(lines, "ManagerSetListener\",\"with\":{\"listener\":null}"), 1u);
+}
+
 TEST(Recording, OfMoreListenersThanItHasPlacesForHasTheFirstOnes)
 {
     const TemporaryFolder folder;

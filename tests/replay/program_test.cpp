@@ -160,30 +160,19 @@ TEST_F(ReplayProgram, IsTheListenerOfStreamEvents)
     EXPECT_EQ(got.code, 0) << got.output;
 }
 
-RecordText lowMemory(bool isListenerSetByNative)
-{
-    RecordText record;
-    record.init();
-    if (isListenerSetByNative)
-        record.in("native_ApplicationManagerSetListener", R"({"listener":"plugin:1"})")
-            .end(R"({"result":0})");
-    return record.in("vesta_hbbtv_send_event", R"({"type":"E_LOW_MEMORY"})")
-        .end()
-        .in("vesta_hbbtv_tick")
-        .out("VEIF_ApplicationManagerListener", R"({"event":0,"appId":null})")
-        .end()
-        .end(R"({"result":true})");
-}
-
 TEST_F(ReplayProgram, IsTheListenerOfThePlugin)
 {
-    const Ended got = play(lowMemory(true));
-    EXPECT_EQ(got.code, 0) << got.output;
-}
-
-TEST_F(ReplayProgram, ListensWhereAProgramSetThePluginsVariable)
-{
-    const Ended got = play(lowMemory(false));
+    const Ended got =
+        play(RecordText()
+                 .init()
+                 .in("native_ApplicationManagerSetListener", R"({"listener":"plugin:1"})")
+                 .end(R"({"result":0})")
+                 .in("vesta_hbbtv_send_event", R"({"type":"E_LOW_MEMORY"})")
+                 .end()
+                 .in("vesta_hbbtv_tick")
+                 .out("VEIF_ApplicationManagerListener", R"({"event":0,"appId":null})")
+                 .end()
+                 .end(R"({"result":true})"));
     EXPECT_EQ(got.code, 0) << got.output;
 }
 

@@ -314,6 +314,7 @@ void callsBack()
         vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
         say("tick", vesta_hbbtv_tick());
         say("tick", vesta_hbbtv_tick());
+        veif_applicationDestroyedListener = hearDestroyed;
     };
     tuneIn();
     vesta_hbbtv_shutdown();
@@ -428,6 +429,8 @@ void loadsFiles()
     vesta_hbbtv_shutdown();
 }
 
+char loadOfAll;
+
 /// @param times how often the viewer zaps
 void zaps(int times)
 {
@@ -444,8 +447,7 @@ void zaps(int times)
     veif_applicationDestroyedListener = hearDestroyed;
     for (int time = 0; time < times; ++time) {
         tuneIn();
-        char file;
-        load("dvb://1.2.3.4/file", &file);
+        load("dvb://1.2.3.4/file", &loadOfAll);
         vesta_hbbtv_send_event(E_TERMINATE_APPLICATION,
                                record(&HBBTV_EventData::window, HBBTV_WindowEventData{window}));
         run();
@@ -453,8 +455,7 @@ void zaps(int times)
         run();
     }
     tuneIn();
-    char file;
-    load("dvb://1.2.3.4/file", &file);
+    load("dvb://1.2.3.4/file", &loadOfAll);
     vesta_hbbtv_shutdown();
 }
 
