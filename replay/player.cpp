@@ -100,7 +100,6 @@ void Player::playNext()
         break;
     case Kind::Out:
     case Kind::End:
-    case Kind::Full:
         place_++;
         break;
     }

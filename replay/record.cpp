@@ -127,10 +127,7 @@ public:
             return addBody(object);
         if (memberOf(object, "state"))
             return addState(object, std::move(line));
-        if (memberOf(object, "full")) {
-            isFull_ = true;
-            record_.lines.push_back(std::move(line));
-        }
+        isFull_ = memberOf(object, "full") != nullptr;
         return true;  // other kinds of lines may come within a version
     }
 

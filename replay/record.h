@@ -17,8 +17,8 @@ namespace replay {
 using Json = nlohmann::ordered_json;
 
 struct Line {
-    enum class Kind { In, Out, End, Idle, StateBegin, StateEnd, Full };
-    Kind kind = Kind::Full;
+    enum class Kind { In, Out, End, Idle, StateBegin, StateEnd };
+    Kind kind = Kind::Idle;
     size_t number = 0;   ///< in the file, from 1
     uint64_t step = 0;   ///< `n` of a call, and of its end; else 0
     std::string name;    ///< the function of a call, and of its end
@@ -28,7 +28,7 @@ struct Line {
 };
 
 /// Calls nest properly in it, and functions are known; the last calls may lack their ends, where
-/// the recorded program crashed. What stands in `members` is not checked.
+/// the recorded program crashed, or the record was full. What stands in `members` is not checked.
 struct Record {
     Json head;
     std::vector<Line> lines;

@@ -48,9 +48,6 @@ public:
         case Line::Kind::StateEnd:
             write({{"state", "end"}});
             break;
-        case Line::Kind::Full:
-            write({{"full", true}});
-            break;
         }
     }
 

@@ -111,10 +111,6 @@ std::string lineText(const Line& line)
         text << std::setw(stepWidth) << ""
              << "  the state ends";
         break;
-    case Line::Kind::Full:
-        text << std::setw(stepWidth) << ""
-             << "  the record is full";
-        break;
     }
     return text.str();
 }

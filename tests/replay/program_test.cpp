@@ -233,6 +233,14 @@ TEST_F(ReplayProgram, GoesToTheEndOfARecordThatEndsInsideCalls)
     EXPECT_SAYS(back, "the record ends here, but the library comes back, inside:\n");
 }
 
+TEST_F(ReplayProgram, GoesToTheEndOfARecordThatBecameFullInsideACall)
+{
+    const Ended got = play(
+        RecordText().in("vesta_hbbtv_init", R"({"browser":"browser:1"})").line(R"({"full":true})"));
+    EXPECT_EQ(got.code, 0);
+    EXPECT_SAYS(got, "the same, and the record ends here inside:\n");
+}
+
 TEST_F(ReplayProgram, LeavesOutWhatIsNoWholeLineAtTheEnd)
 {
     const Ended got = run("--library '" VESTA_SMALL_LIBRARY "' " +

@@ -48,7 +48,6 @@ TEST(RecordWriter, LeavesOutTimesAndThreadsAlone)
 {"n":3,"out":"dsmcc_start","with":{}}
 {"end":3,"threw":true}
 {"end":2,"gave":{"result":"\u00e4\"\u0001"}}
-{"full":true}
 )");
 }
 
