@@ -21,7 +21,7 @@ namespace {
 
 int64_t microseconds(clockid_t clock)
 {
-    timespec time;
+    timespec time = {};
     clock_gettime(clock, &time);
     return int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000;
 }
@@ -30,7 +30,7 @@ int64_t microseconds(clockid_t clock)
 std::string timeOfDay()
 {
     const time_t seconds = time(nullptr);
-    tm parts;
+    tm parts = {};
     char text[sizeof("2026-11-22T12:00:00Z") + 16];
     gmtime_r(&seconds, &parts);
     return {text, strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts)};
@@ -224,7 +224,7 @@ void Recorder::beginTick(uint64_t* number)
     });
 }
 
-void Recorder::endTick(uint64_t* number, bool didSomething)
+void Recorder::endTick(const uint64_t* number, bool didSomething)
 {
     safely([&] {
         if (tick_ == number && !didSomething) {
@@ -242,7 +242,7 @@ void Recorder::endTick(uint64_t* number, bool didSomething)
     });
 }
 
-void Recorder::endTickByException(uint64_t* number)
+void Recorder::endTickByException(const uint64_t* number)
 {
     safely([&] { appendPendingTicks(); });
     endByException(*number);

@@ -68,8 +68,8 @@ public:
     /// A tick is written down as soon as something happens in it. @param number set then; stays
     /// where it is until the tick ends
     void beginTick(uint64_t* number);
-    void endTick(uint64_t* number, bool didSomething);
-    void endTickByException(uint64_t* number);
+    void endTick(const uint64_t* number, bool didSomething);
+    void endTickByException(const uint64_t* number);
 
     /// Whether the last tick left the library in a state in which a new part of the record, which
     /// is due, can begin.
