@@ -168,6 +168,7 @@ uint64_t Recorder::begin(Direction direction, const char* name, bool keepsBytes,
     safely([&] {
         if (!keepsBytes)
             bytes_ = nullptr;
+        isQuiet_ = false;
         direction_ = direction;
         appendPendingTicks();
         appendBegin(direction, moment, name);
@@ -221,24 +222,30 @@ void Recorder::beginTick(uint64_t* number)
             appendPendingTicks();
         tick_ = number;
         tickMoment_ = Moment::now();
+        if (isQuiet_)
+            return;
+        appendPendingTicks();
+        writeLines();
     });
 }
 
 void Recorder::endTick(const uint64_t* number, bool didSomething)
 {
     safely([&] {
+        isQuiet_ = !didSomething;
         if (tick_ == number && !didSomething) {
             tick_ = nullptr;
             ++idleTicks_;
-            isNewPartDue_ = openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
-            return;
+        } else {
+            appendPendingTicks();
+            appendEnd(*number);
+            line_ +=
+                didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
+            --openCalls_;
+            writeLines();
         }
-        appendPendingTicks();
-        appendEnd(*number);
-        line_ +=
-            didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
-        --openCalls_;
-        writeLines();
+        isNewPartDue_ =
+            !didSomething && openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
     });
 }
 
