@@ -30,13 +30,13 @@ int openNew(const std::string& path)
 
 bool isRegular(int descriptor)
 {
-    struct stat status;
+    struct stat status = {};
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 uint64_t largestFile()
 {
-    rlimit limit;
+    rlimit limit = {};
     const bool isLimited = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
     return isLimited ? limit.rlim_cur : UINT64_MAX;
 }
@@ -66,8 +66,8 @@ public:
     }
 
 private:
-    sigset_t pipe_;
-    sigset_t former_;
+    sigset_t pipe_ = {};
+    sigset_t former_ = {};
     bool wasPending_ = false;
 };
 

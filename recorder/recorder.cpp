@@ -21,7 +21,7 @@ namespace {
 
 int64_t microseconds(clockid_t clock)
 {
-    timespec time;
+    timespec time = {};
     clock_gettime(clock, &time);
     return int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000;
 }
@@ -30,7 +30,7 @@ int64_t microseconds(clockid_t clock)
 std::string timeOfDay()
 {
     const time_t seconds = time(nullptr);
-    tm parts;
+    tm parts = {};
     char text[sizeof("2026-11-22T12:00:00Z") + 16];
     gmtime_r(&seconds, &parts);
     return {text, strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts)};
@@ -168,6 +168,7 @@ uint64_t Recorder::begin(Direction direction, const char* name, bool keepsBytes,
     safely([&] {
         if (!keepsBytes)
             bytes_ = nullptr;
+        isQuiet_ = false;
         direction_ = direction;
         appendPendingTicks();
         appendBegin(direction, moment, name);
@@ -221,28 +222,34 @@ void Recorder::beginTick(uint64_t* number)
             appendPendingTicks();
         tick_ = number;
         tickMoment_ = Moment::now();
-    });
-}
-
-void Recorder::endTick(uint64_t* number, bool didSomething)
-{
-    safely([&] {
-        if (tick_ == number && !didSomething) {
-            tick_ = nullptr;
-            ++idleTicks_;
-            isNewPartDue_ = openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
+        if (isQuiet_)
             return;
-        }
         appendPendingTicks();
-        appendEnd(*number);
-        line_ +=
-            didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
-        --openCalls_;
         writeLines();
     });
 }
 
-void Recorder::endTickByException(uint64_t* number)
+void Recorder::endTick(const uint64_t* number, bool didSomething)
+{
+    safely([&] {
+        isQuiet_ = !didSomething;
+        if (tick_ == number && !didSomething) {
+            tick_ = nullptr;
+            ++idleTicks_;
+        } else {
+            appendPendingTicks();
+            appendEnd(*number);
+            line_ +=
+                didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
+            --openCalls_;
+            writeLines();
+        }
+        isNewPartDue_ =
+            !didSomething && openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
+    });
+}
+
+void Recorder::endTickByException(const uint64_t* number)
 {
     safely([&] { appendPendingTicks(); });
     endByException(*number);

@@ -65,11 +65,12 @@ public:
     void end(uint64_t number, void* call, Say answered);
     void endByException(uint64_t number);
 
-    /// A tick is written down as soon as something happens in it. @param number set then; stays
-    /// where it is until the tick ends
+    /// A tick is written down as soon as something happens in it, or at once where something may:
+    /// not after one that found nothing to do. @param number set then; stays where it is until the
+    /// tick ends
     void beginTick(uint64_t* number);
-    void endTick(uint64_t* number, bool didSomething);
-    void endTickByException(uint64_t* number);
+    void endTick(const uint64_t* number, bool didSomething);
+    void endTickByException(const uint64_t* number);
 
     /// Whether the last tick left the library in a state in which a new part of the record, which
     /// is due, can begin.
@@ -118,6 +119,7 @@ private:
     uint64_t calls_ = 0;
     uint64_t openCalls_ = 0;
     uint64_t idleTicks_ = 0;
+    bool isQuiet_ = false;  // what happened last is a tick that found nothing to do
     std::atomic<bool> isNewPartDue_{false};
     uint64_t* tick_ = nullptr;  // that was not written down yet
     Moment tickMoment_ = {};

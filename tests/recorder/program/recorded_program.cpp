@@ -18,6 +18,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/logging.h"
 #include "tests/support/fake_browser.h"
 #include "tests/support/journal.h"
 #include "tests/support/section_builder.h"
@@ -336,6 +337,23 @@ void crashes()
     tuneIn();
 }
 
+/// Ends the program at the next line of the log, which no record has.
+class DeadlyLog : public LoggingOutput {
+public:
+    DeadlyLog() : LoggingOutput(LogLevel(1)) {}
+    void output(LogEntry&) override { std::abort(); }
+};
+
+/// The library is in the middle of a tick, and has called nobody.
+void crashesInsideTheLibrary()
+{
+    begin();
+    vesta_hbbtv_tick();
+    Logging::getInstance()->addOutput(new DeadlyLog);
+    vesta_hbbtv_send_event(E_DSMCC_FILE_READY, nullptr);
+    vesta_hbbtv_tick();
+}
+
 void many()
 {
     vesta_hbbtv_init(browser().handle());
@@ -570,6 +588,7 @@ int main(int count, char** arguments)
         {"calls-back", callsBack},
         {"throws", throwsAndGoesOn},
         {"crashes", crashes},
+        {"crashes-inside-the-library", crashesInsideTheLibrary},
         {"many-listeners", many},
         {"another-thread", sendsFromAnotherThread},
         {"waits", waitsForAnotherThread},
