@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # make_records.sh BUILD
-# Records the receiver's sessions and the stories anew, from a build tree that has vesta_receiver,
-# vesta_make_streams, vesta_recordable_stories, vesta_hbbtv_recorder and vesta_replay. What replays
+# Records the receiver's sessions, the stories and a television anew, from a build tree that has
+# vesta_receiver, vesta_station, vesta_make_streams, vesta_recordable_stories, vesta_hbbtv_recorder and
+# vesta_replay. What replays
 # then, is kept here; a story that works with the library's classes beside its entry functions does
 # not. Bytes of large files are left out.
 set -euo pipefail
@@ -63,6 +64,18 @@ stories() {
     done < <("$program" --gtest_list_tests | awk '/^[^ ]/ { suite = $1 } /^  / { print suite $1 }')
 }
 
-rm -f "$records"/session-*.vesta "$records"/story-*.vesta
+# What a viewer does on the sample station, in the real browser: where the receiver has one.
+television() {
+    local stream="$work/vesta-one.ts" script="$work/pictures.script"
+    cd "$project"
+    "$build/vesta_receiver" --help | grep -q -- '--browser NAME  .*or wpe' || return 0
+    "$build/vesta_station" make samples/vesta-one/station.json "$stream" >/dev/null
+    sed "s#docs/pictures#$work#" samples/vesta-one/pictures.script >"$script"
+    record television-vesta-one "$build/vesta_receiver" --browser wpe --loop --script "$script" \
+        --site http://vesta.example/=samples/vesta-one/site "$stream"
+}
+
+rm -f "$records"/session-*.vesta "$records"/story-*.vesta "$records"/television-*.vesta
 sessions
 stories
+television
