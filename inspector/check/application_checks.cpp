@@ -3,16 +3,15 @@
 #include <set>
 
 #include "foundation/text.h"
+#include "inspector/check/boundary_check.h"
 #include "inspector/check/checks.h"
 #include "inspector/decode/descriptors.h"
 #include "inspector/survey/addresses.h"
-#include "security/application_domain.h"
 
 namespace inspector {
 
 namespace {
 
-using VestaHbbTV::ApplicationDomain;
 using VestaHbbTV::startsWith;
 
 constexpr uint64_t applicationTag = 0x00;
@@ -68,12 +67,6 @@ std::string versionOf(const Node& profile)
            std::to_string(profile.numberOf("version_major")) + "." +
            std::to_string(profile.numberOf("version_minor")) + "." +
            std::to_string(profile.numberOf("version_micro"));
-}
-
-/// The scheme and host of a URL, without its path.
-std::string originOf(std::string url)
-{
-    return ApplicationDomain().removePath(url);
 }
 
 /// One application, in the section where it stands.
@@ -267,53 +260,23 @@ private:
 
     void checkBoundary()
     {
-        for (const Node* const descriptor : descriptorsOf(descriptors_, boundaryTag)) {
-            for (const Node& extension : descriptor->listOf("boundary_extensions"))
-                checkExtension(*descriptor, extension.text);
-        }
-        checkPages();
-    }
-
-    void checkExtension(const Node& descriptor, const std::string& extension)
-    {
-        const std::string quoted = "\"" + extension + "\"";
-        if (isOrigin(extension) && !boundary_.addBoundaryExtension(extension))
-            return add("boundary-several-hosts", &descriptor, quoted);
-        extensions_.push_back(extension);
-        if (!isOrigin(extension) && !extension.empty())
-            return add("boundary-not-an-origin", &descriptor, quoted);
-        ApplicationDomain alone;
-        alone.addBoundaryExtension(extension);
-        for (const char* const anyPage : {"http://any.example/", "https://any.example/"}) {
-            if (alone.isWithinBoundaries(anyPage))
-                return add("boundary-opens-everything", &descriptor, quoted);
-        }
-    }
-
-    static bool isOrigin(const std::string& extension)
-    {
-        return startsWith(extension, "http://") || startsWith(extension, "https://") ||
-               startsWith(extension, "dvb://");
-    }
-
-    /// As the application manager does it: the page first, then the extensions.
-    void checkPages()
-    {
+        std::vector<std::string> pages;
         for (const Address* const address : addresses_) {
-            if (address->leadsTo != LeadsTo::Network || extensions_.empty())
-                continue;
-            ApplicationDomain domain;
-            domain.addBoundaryExtension(address->url);
-            bool isInside = false;
-            for (const std::string& extension : extensions_) {
-                isInside = isInside || startsWith(originOf(address->url), originOf(extension));
-                if (isOrigin(extension) && !domain.addBoundaryExtension(extension))
-                    add("boundary-foreign-host", nullptr,
-                        "\"" + extension + "\", the page is " + address->url);
-            }
-            if (!isInside)
-                add("boundary-page-outside", nullptr, address->url);
+            if (!address->url.empty())
+                pages.push_back(address->url);
         }
+        const Node* where = nullptr;
+        const auto report = [this, &where](const char* id, const std::string& detail) {
+            add(id, where, detail);
+        };
+        BoundaryCheck boundary(pages);
+        for (const Node* const descriptor : descriptorsOf(descriptors_, boundaryTag)) {
+            where = descriptor;
+            for (const Node& extension : descriptor->listOf("boundary_extensions"))
+                boundary.add(extension.text, report);
+        }
+        where = nullptr;
+        boundary.finish(report);
     }
 
     const Node& application_;
@@ -325,8 +288,6 @@ private:
     Transports own_;
     std::set<uint64_t> labels_;
     uint64_t priority_ = 0;
-    ApplicationDomain boundary_;           // as the application manager keeps it of the table
-    std::vector<std::string> extensions_;  // that are in it, or would be
 };
 
 /// A table: its applications, and what they share.
