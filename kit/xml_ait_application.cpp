@@ -87,12 +87,6 @@ std::string namesOf(const NamedValue (&values)[count])
     return names;
 }
 
-bool hasBlanks(std::string_view url)
-{
-    return std::any_of(url.begin(), url.end(),
-                       [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; });
-}
-
 /// Reads an element step by step. The first fault is kept, and what is read after it is of no use.
 class ApplicationReader {
 public:
@@ -432,7 +426,7 @@ std::string ApplicationReader::url(const XMLElement& element,
     const URLParts parts(absolute ? std::string_view(*absolute) : std::string_view());
     const bool isExpected =
         std::find(std::begin(schemes), std::end(schemes), parts.scheme) != std::end(schemes);
-    if (isExpected && !parts.authority.empty() && !hasBlanks(*absolute))
+    if (isExpected && !parts.host().empty() && !hasBlanks(*absolute))
         return *absolute;
     const bool lacksBase = documentUrl_.empty() && !element.text.empty() && !absolute;
     wrong(element, element.name, element.text,

@@ -2,17 +2,15 @@
 #include <algorithm>
 #include <set>
 
-#include "foundation/text.h"
 #include "inspector/check/boundary_check.h"
 #include "inspector/check/checks.h"
+#include "inspector/check/web_address.h"
 #include "inspector/decode/descriptors.h"
 #include "inspector/survey/addresses.h"
 
 namespace inspector {
 
 namespace {
-
-using VestaHbbTV::startsWith;
 
 constexpr uint64_t applicationTag = 0x00;
 constexpr uint64_t transportTag = 0x02;
@@ -155,6 +153,9 @@ private:
             add("application-descriptor-missing", nullptr, "no application_descriptor");
         } else {
             const Node& descriptor = *found.front();
+            if (found.size() > 1)
+                add("application-descriptor-twice", found[1],
+                    std::to_string(found.size()) + " application_descriptors");
             priority_ = descriptor.numberOf("application_priority");
             checkProfiles(descriptor);
             checkLabels(descriptor);
@@ -227,17 +228,45 @@ private:
         if (protocol != httpProtocol)
             return;
         const std::list<Node>& urls = transport.listOf("urls");
-        const std::string base = urls.empty() ? "" : urls.front().textOf("URL_base");
-        if (!startsWith(base, "http://") && !startsWith(base, "https://"))
-            add("transport-url", where, "URL_base \"" + base + "\"");
+        checkWebAddress(urls.empty() ? "" : urls.front().textOf("URL_base"), where);
+    }
+
+    /// @param where the transport stands; null where that is another section
+    void checkWebAddress(const std::string& base, const Node* where)
+    {
+        const std::string path = location();
+        if (const std::string problem = problemOfWebBase(base); !problem.empty())
+            add("transport-url", where, "URL_base \"" + base + "\": " + problem);
+        else if (const std::string joint = problemOfJoint(base, path); !joint.empty())
+            add("location-url", nullptr, "\"" + base + "\" and \"" + path + "\": " + joint);
     }
 
     void checkLocation()
     {
-        if (isStarted() && descriptorsOf(descriptors_, locationTag).empty())
+        const auto found = descriptorsOf(descriptors_, locationTag);
+        if (isStarted() && found.empty())
             add("location-missing", nullptr, "no simple_application_location_descriptor");
+        if (found.size() > 1)
+            add("location-twice", found[1], joined(found));
         for (const Address* const address : addresses_)
             checkAddress(*address);
+    }
+
+    static std::string joined(const std::vector<const Node*>& locations)
+    {
+        std::string paths;
+        for (const Node* const location : locations)
+            paths += (paths.empty() ? "\"" : ", \"") + location->textOf("initial_path") + "\"";
+        return paths;
+    }
+
+    /// What follows the base of a transport.
+    std::string location() const
+    {
+        std::string path;
+        for (const Node* const location : descriptorsOf(descriptors_, locationTag))
+            path += location->textOf("initial_path");
+        return path;
     }
 
     void checkAddress(const Address& address)
@@ -315,14 +344,25 @@ public:
     }
 
 private:
+    Place placeOfCommon(uint8_t number, const Node& descriptor) const
+    {
+        Place place = place_;
+        place.section = number;
+        place.offset = descriptor.place;
+        return place;
+    }
+
     void collectCommon(uint8_t number, const Node& section)
     {
+        for (const Node& descriptor : section.listOf("common_descriptors")) {
+            if (descriptor.find("malformed"))
+                findings_.add("descriptor-malformed", placeOfCommon(number, descriptor),
+                              "common " + descriptor.textOf("descriptor"));
+        }
         for (const Node* const transport :
              descriptorsOf(section.listOf("common_descriptors"), transportTag)) {
             const uint64_t label = transport->numberOf("transport_protocol_label");
-            Place place = place_;
-            place.section = number;
-            place.offset = transport->place;
+            const Place place = placeOfCommon(number, *transport);
             if (common_.emplace(label, transport).second)
                 commonPlaces_.emplace(label, place);
             else

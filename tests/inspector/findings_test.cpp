@@ -20,6 +20,7 @@ using vesta::test::ApplicationFields;
 using vesta::test::descriptor;
 using vesta::test::httpTransport;
 using vesta::test::locationDescriptor;
+using vesta::test::nameDescriptor;
 using vesta::test::otherTransport;
 
 using Ids = std::set<std::string>;
@@ -417,6 +418,9 @@ std::vector<Row> rows()
 
         {"application-descriptor-missing",
          application(bareApplication().withoutApplicationDescriptor()), clean()},
+        {"application-descriptor-twice",
+         application(rightApplication().raw(applicationDescriptor({{{0, 1, 5, 1}}, {1, 2}, 9}))),
+         clean()},
         {"profile-missing", application(rightApplication().profiles({})), clean()},
         {"profile-unknown", application(withProfile({0, 2, 0, 0})),
          application(withProfile({1, 1, 7, 1}))},
@@ -440,6 +444,11 @@ std::vector<Row> rows()
          application(AITEntry(0x0A, 1).http(1, "http://a.example/").location("i.html")),
          application(AITEntry(0x0A, 1, 2).http(1, "http://a.example/").location("i.html"))},
         {"location-missing", application(AITEntry(0x0A, 1).carousel(1, 0x2A)), clean()},
+        {"location-twice", application(rightApplication().raw(locationDescriptor("?a=b"))),
+         application(rightApplication().raw(nameDescriptor("index.html")))},
+        {"location-url",
+         application(AITEntry(0x0A, 1).http(1, "http://a.example").location("i.html")),
+         application(AITEntry(0x0A, 1).http(1, "http://a.example").location("/i.html"))},
         {"location-unresolved",
          application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("nowhere.html")),
          application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("index.html?a=b#c"))},

@@ -499,9 +499,9 @@ TEST(XMLAITApplication, HasARelativeURLBaseResolvedAgainstTheDocument)
 
 TEST(XMLAITApplication, IsRefusedWithAURLBaseThatIsNoWebAddress)
 {
-    for (const char* const text :
-         {"", "dvb://1.2.3/", "ftp://a.example/", "http:", "http:a", "http://", "http:///a",
-          "http://a b/", "http://a.example/\xc2\xa0 x"})
+    for (const char* const text : {"", "dvb://1.2.3/", "ftp://a.example/", "http:", "http:a",
+                                   "http://", "http:///a", "http://:80/", "http://@/",
+                                   "https://u@:80", "http://a b/", "http://a.example/\xc2\xa0 x"})
         expectFault(sampleWithText("URLBase", text), invalid, "<URLBase>",
                     "URLBase " + quotation(text) + ": expected an http: or https: URL");
     for (const char* const text : {"app/", "/app/", "//a.example/", "?x"})
