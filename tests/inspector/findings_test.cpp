@@ -490,7 +490,20 @@ std::vector<Row> rows()
              all.erase(all.begin());
          }),
          clean()},
-        {"carousel-module-incomplete", carousel(rightAnnouncement(), withoutLast(rightBlocks())),
+        {"carousel-no-list", signal([](Signal& signal) {
+             std::vector<Bytes>& all = signal["carousel"].sections;
+             all.erase(all.begin() + 1);
+         }),
+         clean()},
+        {"carousel-block-missing", carousel(rightAnnouncement(), withoutLast(rightBlocks())),
+         signal([](Signal& signal) {
+             signal["carousel"].sections.pop_back();
+             signal.durationMs = 2'000;  // it may come yet
+         })},
+        {"carousel-module-incomplete", signal([](Signal& signal) {
+             signal["carousel"].sections.pop_back();
+             signal.durationMs = 2'000;
+         }),
          clean()},
         {"carousel-module-refused", carousel({1, 0}, {}), clean()},
         {"carousel-module-damaged",
