@@ -416,7 +416,13 @@ void checkApplications(const Survey& survey, const ServiceSurvey* service,
 {
     const TableVersion* const latest = history.latest();
     if (latest && isTakenByFeed(costOf(*latest)))
-        TableCheck(*latest, addressesOf(survey, service, *latest), place, findings).run();
+        checkApplications(*latest, addressesOf(survey, service, *latest), place, findings);
+}
+
+void checkApplications(const TableVersion& table, const std::vector<Address>& addresses,
+                       const Place& place, Findings& findings)
+{
+    TableCheck(table, addresses, place, findings).run();
 }
 
 }  // namespace inspector

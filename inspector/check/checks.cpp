@@ -26,19 +26,6 @@ void checkAllApplications(const Survey& survey, Findings& findings)
         checkTable(*entry, nullptr, std::nullopt);
 }
 
-void checkXmlTables(const Survey& survey, Findings& findings)
-{
-    for (const XmlTable& table : survey.xmlTables) {
-        if (table.status == HBBTV_KIT_XML_AIT_OK)
-            continue;
-        Place place;
-        place.table = table.path;
-        findings.add("xml-ait", place,
-                     "line " + std::to_string(table.line) + ", column " +
-                         std::to_string(table.column) + ": " + table.text);
-    }
-}
-
 void checkStream(const Survey& survey, Findings& findings)
 {
     if (survey.statistics && survey.statistics->continuityErrors > 0)

@@ -3,6 +3,7 @@
 #define VESTA_INSPECTOR_CHECK_CHECKS_H
 
 #include "inspector/check/finding.h"
+#include "inspector/survey/addresses.h"
 #include "inspector/survey/survey.h"
 
 namespace inspector {
@@ -19,7 +20,11 @@ void checkServices(const Survey& survey, Findings& findings);
 /// table
 void checkApplications(const Survey& survey, const ServiceSurvey* service,
                        const TableHistory& history, const Place& place, Findings& findings);
+/// Of a table of which that is known already, or whose size is bounded otherwise.
+void checkApplications(const TableVersion& table, const std::vector<Address>& addresses,
+                       const Place& place, Findings& findings);
 void checkCarousels(const Survey& survey, Findings& findings);
+void checkXmlTables(const Survey& survey, Findings& findings);
 /// @}
 
 /// Where an AIT is.

@@ -56,6 +56,10 @@ void addPlace(const Place& place, Node& into)
         into.addNumber("offset", *place.offset);
     if (!place.application.empty())
         into.addText("application", place.application);
+    if (place.line)
+        into.addNumber("line", *place.line);
+    if (place.column)
+        into.addNumber("column", *place.column);
 }
 
 }  // namespace

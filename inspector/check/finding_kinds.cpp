@@ -201,6 +201,8 @@ const std::vector<FindingKind>& findingKinds()
         // Others
         {"xml-ait", error, "An XML AIT is well-formed and of the standard's format",
          "ETSI TS 102 809, 5.4", "The document is refused as a whole"},
+        {"xml-skipped", information, "An XML AIT has the elements and attributes of the standard",
+         "ETSI TS 102 809, 5.4", "What is not known is skipped with its content, and so is what a table has no place for"},
         {"continuity", warning, "Packets of a PID are counted without gaps",
          "ISO/IEC 13818-1, 2.4.3.3", "Sections with a gap in them are lost until they come again"},
         {"survey-limit", information, "A stream keeps within what this program looks at",

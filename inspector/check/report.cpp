@@ -26,6 +26,10 @@ std::string textOf(const Place& place)
         add("byte " + std::to_string(*place.offset));
     if (!place.application.empty())
         add("application " + place.application);
+    if (place.line)
+        add("line " + std::to_string(*place.line));
+    if (place.column)
+        add("column " + std::to_string(*place.column));
     return text;
 }
 

@@ -195,7 +195,7 @@ void InputReader::takeXml(const std::string& path, const std::string& document)
     XmlTable table;
     table.path = path;
     VestaHbbTV::XMLFault fault;
-    const auto ait = VestaHbbTV::readXMLAIT(document, options_.documentUrl, fault);
+    const auto ait = VestaHbbTV::readXMLAIT(document, options_.documentUrl, fault, &table.notes);
     table.status = fault.getStatus();
     table.line = fault.getPlace().line;
     table.column = fault.getPlace().column;

@@ -13,6 +13,7 @@
 #include "inspector/survey/carousel_survey.h"
 #include "inspector/survey/table_history.h"
 #include "kit/ait_section.h"
+#include "kit/xml_ait_notes.h"
 #include "receiver/service/service_tables.h"
 #include "receiver/stream/transport_stream.h"
 
@@ -77,6 +78,7 @@ struct XmlTable {
     unsigned column = 0;
     std::string text;  ///< what is wrong
     Node tree;         ///< empty where anything is
+    VestaHbbTV::XMLAITNotes notes;
 };
 
 /// An input as it was taken.

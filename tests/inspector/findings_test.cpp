@@ -10,6 +10,7 @@
 
 #include "inspector/input/input_reader.h"
 #include "tests/inspector/support/signal.h"
+#include "tests/inspector/support/xml.h"
 
 namespace inspector::test {
 namespace {
@@ -191,16 +192,11 @@ Bytes gatewayTo(const std::string& name, const std::string& key)
     return makeGateway("root", {{"index.html", makeIor(index)}, {name, makeIor(file)}});
 }
 
-Case xml(const std::string& problem)
+/// A document with a part of it replaced.
+Case xml(const std::string& part, const std::string& by)
 {
-    return [problem] {
-        Survey survey;
-        XmlTable table;
-        table.path = "a.xml";
-        table.status = problem.empty() ? HBBTV_KIT_XML_AIT_OK : HBBTV_KIT_XML_AIT_INVALID;
-        table.text = problem;
-        survey.xmlTables.push_back(table);
-        return idsOf(check(survey));
+    return [=] {
+        return idsOf(checkXml(vesta::test::changed(vesta::test::sampleDocument(), part, by)));
     };
 }
 
@@ -524,7 +520,8 @@ std::vector<Row> rows()
                   makeFile("there", "<html/>"))},
         {"carousel-file-unreached", moduleOf(rightModule() + makeFile("lost", "nobody")), clean()},
 
-        {"xml-ait", xml("controlCode \"AUTOSTRAT\""), xml("")},
+        {"xml-ait", xml("AUTOSTART", "AUTOSTRAT"), xml("AUTOSTART", "PRESENT")},
+        {"xml-skipped", xml("<orgId>", "<organisation/><orgId>"), xml("", "")},
         {"continuity", cutStream(middlePacket()), cutStream(0)},
         {"survey-limit", survey(noCarousels()), survey({})},
     };
