@@ -134,6 +134,20 @@ void addAddresses(const std::vector<Address>& addresses, Node& table, Described&
     }
 }
 
+/// What stands beside the table and is not in force.
+void addRefused(const Survey& survey, const AITKey& key, Node& table)
+{
+    const auto refused = survey.refusedAits.find(key);
+    if (refused == survey.refusedAits.end() || !refused->second.latest())
+        return;
+    const TableVersion& latest = *refused->second.latest();
+    Node& list = table.addList("refused_sections");
+    for (const auto& [number, section] : latest.sections) {
+        list.children.push_back(section.tree);
+        list.children.back().title += ", refused";
+    }
+}
+
 /// @param service null where it is not known @param id its own
 void addAits(const Survey& survey, const ServiceSurvey* service, uint16_t id,
              const std::vector<const std::pair<const AITKey, TableHistory>*>& tables, Node& into,
@@ -150,6 +164,8 @@ void addAits(const Survey& survey, const ServiceSurvey* service, uint16_t id,
                   key.first, history, isNew ? std::nullopt : std::optional(known->second));
         if (const TableVersion* const latest = history.latest())
             addAddresses(addressesOf(survey, service, *latest), table, described);
+        if (isNew)
+            addRefused(survey, key, table);
     }
 }
 

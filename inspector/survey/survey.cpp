@@ -31,6 +31,13 @@ void decode(TableHistory& history)
         section.tree = decodeSection(section.bytes);
 }
 
+/// Whether the feed does not take a section because of it.
+bool isRefusal(const VestaHbbTV::SectionFinding& finding)
+{
+    return finding.fault != HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR &&
+           finding.fault != HBBTV_KIT_SECTION_NOT_CURRENT;
+}
+
 }  // namespace
 
 void Survey::take(const std::optional<uint16_t>& pid, const SectionBytes& section,
@@ -97,16 +104,30 @@ void Survey::takeAit(const std::optional<uint16_t>& pid, const SectionBytes& sec
                      const std::optional<Moment>& now)
 {
     const SectionHeader header = hasHeader(section) ? readSectionHeader(section) : SectionHeader();
-    for (const VestaHbbTV::SectionFinding& finding : guard(section))
+    const std::vector<VestaHbbTV::SectionFinding> found = guard(section);
+    for (const VestaHbbTV::SectionFinding& finding : found)
         refuse(pid, finding, aitTable, header.sectionNumber, 1);
     if (!hasHeader(section) || !header.current || header.sectionNumber > header.lastSectionNumber)
         return;
     const AITKey key(pid, header.tableIdExtension & 0x7FFF);
-    if (aits.count(key) == 0 && aits.size() == limits_.tables) {
+    std::map<AITKey, TableHistory>& tables =
+        std::any_of(found.begin(), found.end(), isRefusal) ? refusedAits : aits;
+    if (tables.count(key) == 0 && tables.size() == limits_.tables) {
         ++leftOut.tables;
         return;
     }
-    aits.try_emplace(key, memory_).first->second.add(section, now);
+    tables.try_emplace(key, memory_).first->second.add(section, now);
+}
+
+// A table of which nothing is in force has to be looked at all the same: why that is so may stand
+// in it.
+void Survey::takeRefusedForWantOfBetter()
+{
+    for (auto entry = refusedAits.begin(); entry != refusedAits.end();) {
+        const auto refused = entry++;
+        if (aits.count(refused->first) == 0 && aits.size() < limits_.tables)
+            aits.insert(refusedAits.extract(refused));
+    }
 }
 
 void Survey::takeEvents(const SectionBytes& section, const std::optional<Moment>& now)
@@ -154,7 +175,10 @@ void Survey::finish(const std::optional<Moment>& now)
         end(sdt);
     for (auto& [id, service] : services)
         end(service.pmt);
+    takeRefusedForWantOfBetter();
     for (auto& [key, ait] : aits)
+        end(ait);
+    for (auto& [key, ait] : refusedAits)
         end(ait);
 }
 

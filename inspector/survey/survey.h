@@ -132,7 +132,9 @@ public:
     std::map<uint16_t, TableHistory> pats;                 ///< by transport stream
     std::map<uint16_t, TableHistory> sdts;                 ///< likewise
     std::map<uint16_t, ServiceSurvey> services;
-    std::map<AITKey, TableHistory> aits;
+    std::map<AITKey, TableHistory> aits;  ///< those in force
+    /// What the feed refuses of tables of which other sections are in force.
+    std::map<AITKey, TableHistory> refusedAits;
     std::map<uint16_t, EventTables> events;  ///< by service
     std::vector<Refusal> refusals;
     std::vector<XmlTable> xmlTables;
@@ -147,6 +149,7 @@ private:
     void takePmt(const SectionBytes& section, const std::optional<Moment>& now);
     void takeAit(const std::optional<uint16_t>& pid, const SectionBytes& section,
                  const std::optional<Moment>& now);
+    void takeRefusedForWantOfBetter();
     void takeEvents(const SectionBytes& section, const std::optional<Moment>& now);
     bool isListed(const ServiceSurvey& service, const AITKey& key) const;
 
