@@ -21,7 +21,7 @@ endif()
 # What every document of a page begins with.
 set(script_folder "${PROJECT_SOURCE_DIR}/receiver/objects/scripts")
 set(scripts "")
-foreach(script IN ITEMS language core document keys application_manager channels configuration
+foreach(script IN ITEMS language core document markup keys application_manager channels configuration
         parental_control components stream_events broadcast
         video_place search capabilities media media_elements
         requests end)

@@ -101,6 +101,8 @@ enum HBBTV_Reason {
     HBBTV_REASON_LATER_LOAD_FAILED = 433,
     HBBTV_REASON_REACTIVATED = 434,
     HBBTV_REASON_NOT_REACTIVATED = 435,
+    HBBTV_REASON_PAGE_FAILED = 436,           ///< `had` the HTTP status, `text` the URL
+    HBBTV_REASON_PAGE_NOT_WELL_FORMED = 437,  ///< `text` the URL
     HBBTV_REASON_LOAD_NOT_DVB = 501,         ///< `text` the URL
     HBBTV_REASON_LOAD_NO_APPLICATION = 502,  ///< `text` the URL
     HBBTV_REASON_LOAD_NOT_RELATED = 503,     ///< `text` the URL

@@ -77,8 +77,19 @@ unsigned int handleURLChanged(const BrowserEvent& event)
     return event.consume(success);
 }
 
-unsigned int reportLoadFailed(const BrowserEvent& event)
+/// @param httpStatus of the server's answer; 0 without one
+void explainPage(HBBTV_Reason reason, const BrowserEvent& event, uint32_t httpStatus = 0)
 {
+    if (!areDecisionsHeard)
+        return;
+    if (Application* const application = applicationOf(event))
+        explain(reason, about(application), 0, httpStatus,
+                application->getCurrentURL().getFullUrl().c_str());
+}
+
+unsigned int reportLoadFailed(const BrowserEvent& event, uint32_t httpStatus = 0)
+{
+    explainPage(HBBTV_REASON_PAGE_FAILED, event, httpStatus);
     return event.consume(windowOf(event)->reportLoadFailed(event.tavoWindow) ? success : failure);
 }
 
@@ -89,7 +100,7 @@ unsigned int handleLoadingFinished(const BrowserEvent& event)
     if (event.data->load_status == TAVO_LOAD_CONNECTION_FAILED ||
         event.data->http_status == statusNotFound) {
         log(ERR, module, "TAVO_LOAD_CONNECTION_FAILED");
-        return reportLoadFailed(event);
+        return reportLoadFailed(event, event.data->http_status);
     }
     if (ThreadsafeEventQueue* const queue = ConfigurationManager::getCurrentQueue())
         queue->add(new LoadSuccessEvent(event.tavoWindow));
@@ -148,6 +159,7 @@ unsigned int handleProtocolLoadingStop(const BrowserEvent& event)
 
 unsigned int handleXMLParseFailed(const BrowserEvent& event)
 {
+    explainPage(HBBTV_REASON_PAGE_NOT_WELL_FORMED, event);
     windowOf(event)->reportXMLParseFailure(event.tavoWindow);
     return consumed;
 }

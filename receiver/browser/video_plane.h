@@ -19,7 +19,7 @@ struct Rectangle {
 struct VideoPlane {
     unsigned service = 0;            ///< its id; 0 for none: the plane is black
     std::string name;                ///< UTF-8
-    std::optional<Rectangle> place;  ///< where an application wants it; else the whole screen
+    std::optional<Rectangle> place;  ///< null: on the whole screen; empty: nowhere
 };
 
 }  // namespace receiver

@@ -73,6 +73,8 @@ void EventLog::report(Source source, const std::string& event, const std::string
          << (colour_ ? colourOff : "") << "  " << printable(text) << '\n';
     write(line.str());
     writeTrace(seconds, look.name, event, text, details);
+    if (witness_)
+        witness_->see(source, event, text);
 }
 
 void EventLog::trace(Source source, const std::string& event, const std::string& text,
@@ -80,6 +82,13 @@ void EventLog::trace(Source source, const std::string& event, const std::string&
 {
     const MutexLock lock(mutex_);
     writeTrace(secondsSinceStart(), lookOf(source).name, event, text, details);
+}
+
+void EventLog::mention(Source source, const std::string& event, const std::string& text)
+{
+    const MutexLock lock(mutex_);
+    if (witness_)
+        witness_->see(source, event, text);
 }
 
 double EventLog::secondsSinceStart() const
@@ -120,6 +129,12 @@ void EventLog::setTypedLine(TypedLine* line)
 {
     const MutexLock lock(mutex_);
     typedLine_ = line;
+}
+
+void EventLog::setWitness(Witness* witness)
+{
+    const MutexLock lock(mutex_);
+    witness_ = witness;
 }
 
 /// Writes below the last line, in the place of a progress line.

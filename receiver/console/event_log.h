@@ -34,6 +34,13 @@ public:
     virtual void show() = 0;
 };
 
+/// Somebody who hears of every happening. Called with the log locked, on any thread.
+class Witness {
+public:
+    virtual ~Witness() = default;
+    virtual void see(Source source, const std::string& event, const std::string& text) = 0;
+};
+
 /// Callable from any thread. The terminal gets every text, whoever wrote it, as printable() makes
 /// it; the trace has it as it is.
 class EventLog {
@@ -58,6 +65,9 @@ public:
     void trace(Source source, const std::string& event, const std::string& text,
                const Details& details);
 
+    /// For the witness alone.
+    void mention(Source source, const std::string& event, const std::string& text);
+
     /// Shows how far a long stream has been read; replaced by the next line. Terminals only.
     void progress(const std::string& text);
 
@@ -69,6 +79,9 @@ public:
 
     /// Hides a line while others are written. @param line borrowed; null for none
     void setTypedLine(TypedLine* line);
+
+    /// @param witness borrowed; null for none
+    void setWitness(Witness* witness);
 
 private:
     double secondsSinceStart() const;
@@ -82,6 +95,7 @@ private:
     const bool colour_;
     bool hasProgress_ VESTA_GUARDED_BY(mutex_) = false;
     TypedLine* typedLine_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    Witness* witness_ VESTA_GUARDED_BY(mutex_) = nullptr;
     std::ofstream trace_ VESTA_GUARDED_BY(mutex_);
     std::string tracePath_ VESTA_GUARDED_BY(mutex_);
     std::string problem_ VESTA_GUARDED_BY(mutex_);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "receiver/console/words.h"
 
@@ -61,8 +62,20 @@ std::string numbersOf(const HBBTV_Decision& decision)
     case HBBTV_REASON_START_PROFILE:
         return "it wants " + hexadecimal(wanted) + ", the terminal has " + hexadecimal(had);
     case HBBTV_REASON_KEY_NOT_GRANTED:
+        return "group " + hexadecimal(wanted) + ", key set " + hexadecimal(had);
     case HBBTV_REASON_KEYS_CUT:
         return "it wants " + hexadecimal(wanted) + " and has " + hexadecimal(had);
+    case HBBTV_REASON_KEY_NO_APPLICATION:
+    case HBBTV_REASON_KEY_NOT_FOR_APPLICATIONS:
+    case HBBTV_REASON_KEY_UP_WITHOUT_DOWN:
+        return "key " + std::to_string(had);
+    case HBBTV_REASON_START_CONTROL_CODE:
+    case HBBTV_REASON_NOT_ADOPTED_CONTROL_CODE:
+        return "control code " + std::to_string(had);
+    case HBBTV_REASON_TABLE_WITHOUT_AUTOSTART:
+        return had == 1 ? "1 application" : std::to_string(had) + " applications";
+    case HBBTV_REASON_FILE_REFUSED:
+        return "answer " + std::to_string(had);
     case HBBTV_REASON_SECTION_DESCRIPTOR:
     case HBBTV_REASON_SECTION_EMPTY_DESCRIPTOR:
     case HBBTV_REASON_SECTION_NAME:
@@ -75,13 +88,16 @@ std::string numbersOf(const HBBTV_Decision& decision)
     case HBBTV_REASON_SECTION_TABLE_CLOSED:
         return "version " + std::to_string(had) + ", while " + std::to_string(wanted) + " is begun";
     case HBBTV_REASON_TABLE_INCOMPLETE:
-        return "number " + std::to_string(wanted + 1) + " of " + std::to_string(had + 1);
+        return "section_number " + std::to_string(wanted) + " is missing, last_section_number " +
+               std::to_string(had);
     case HBBTV_REASON_SECTION_VERSION_IN_FORCE:
     case HBBTV_REASON_TABLE_SUPERSEDED:
     case HBBTV_REASON_TABLE_IN_FORCE:
         return "version " + std::to_string(had);
     case HBBTV_REASON_START_LABEL_WITHOUT_TRANSPORT:
         return "label " + std::to_string(wanted);
+    case HBBTV_REASON_PAGE_FAILED:
+        return had == 0 ? "no HTTP answer" : "HTTP status " + std::to_string(had);
     default:
         return had == 0 ? "" : std::to_string(had);
     }
@@ -107,6 +123,23 @@ std::string sentenceOf(const HBBTV_Decision& decision)
            (*decision.text ? std::string(" ") + decision.text : "");
 }
 
+/// What the receiver refuses, or lacks, before the application manager could decide.
+const struct {
+    const char* event;
+    HBBTV_DecisionSubject subject;
+    bool isObstacle;
+} remarks[] = {
+    {"ait-problem", HBBTV_DECISION_SECTION, true},
+    {"left-out", HBBTV_DECISION_SECTION, true},
+    {"no-ait", HBBTV_DECISION_TABLE, true},
+    {"ait-gone", HBBTV_DECISION_TABLE, false},
+    {"carousel-problem", HBBTV_DECISION_LOAD, false},
+    {"file-error", HBBTV_DECISION_LOAD, false},
+    {"file-missing", HBBTV_DECISION_LOAD, false},
+    {"load-failed", HBBTV_DECISION_LOAD, false},
+    {"lack", HBBTV_DECISION_TABLE, true},
+};
+
 /// Whether it may be why no application runs.
 bool isObstacle(const HBBTV_Decision& decision)
 {
@@ -124,22 +157,26 @@ DecisionLog::DecisionLog(EventLog& log) : log_(log)
             static_cast<DecisionLog*>(self)->hear(*decision);
         },
         this);
+    log_.setWitness(this);
 }
 
 DecisionLog::~DecisionLog()
 {
+    log_.setWitness(nullptr);
     vesta_hbbtv_set_decision_listener(nullptr, nullptr);
 }
 
 void DecisionLog::hear(const HBBTV_Decision& decision)
 {
     const auto ids = idsOf(decision);
-    kept_.push_back({decision.subject, ids, sentenceOf(decision)});
-    if (kept_.size() > most)
-        kept_.pop_front();
-    hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
-    if (isObstacle(decision))
-        lastObstacle_ = kept_.back().sentence;
+    const std::string sentence = sentenceOf(decision);
+    {
+        const VestaHbbTV::MutexLock lock(mutex_);
+        keep({decision.subject, ids, sentence});
+        hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
+        if (isObstacle(decision))
+            lastObstacle_ = sentence;
+    }
     EventLog::Details details = {{"subject", nameOf(decision.subject)},
                                  {"verdict", decision.verdict != 0},
                                  {"reason", decision.reason}};
@@ -149,9 +186,31 @@ void DecisionLog::hear(const HBBTV_Decision& decision)
     details["had"] = decision.had;
     details["text"] = decision.text;
     if (isShown_)
-        log_.report(Source::Decision, "decision", kept_.back().sentence, details);
+        log_.report(Source::Decision, "decision", sentence, details);
     else
-        log_.trace(Source::Decision, "decision", kept_.back().sentence, details);
+        log_.trace(Source::Decision, "decision", sentence, details);
+}
+
+void DecisionLog::see(Source /*source*/, const std::string& event, const std::string& text)
+{
+    const auto* const remark =
+        std::find_if(std::begin(remarks), std::end(remarks),
+                     [&event](const auto& each) { return event == each.event; });
+    if (remark == std::end(remarks))
+        return;
+    const VestaHbbTV::MutexLock lock(mutex_);
+    keep({remark->subject, std::nullopt,
+          "the receiver, " + std::string(nameOf(remark->subject)) + ": " + text});
+    // What came is said rather than that nothing came.
+    if (remark->isObstacle && (lastObstacle_.empty() || event != "lack"))
+        lastObstacle_ = kept_.back().sentence;
+}
+
+void DecisionLog::keep(Kept kept)
+{
+    kept_.push_back(std::move(kept));
+    if (kept_.size() > most)
+        kept_.pop_front();
 }
 
 std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::string& what) const
@@ -159,6 +218,7 @@ std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::s
     const std::optional<int> subject = subjectNamed(what);
     if (!what.empty() && !subject && !idsFrom(what))
         return std::nullopt;
+    const VestaHbbTV::MutexLock lock(mutex_);
     std::vector<std::string> sentences;
     for (const Kept& each : kept_) {
         if (what.empty() || (subject ? each.subject == *subject : each.ids == what))
@@ -169,6 +229,7 @@ std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::s
 
 std::string DecisionLog::whyNothingRan() const
 {
+    const VestaHbbTV::MutexLock lock(mutex_);
     return hasRun_ ? "" : lastObstacle_;
 }
 

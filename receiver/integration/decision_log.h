@@ -1,4 +1,6 @@
-/// What the application manager decided, and why: for a person, and for the trace.
+/// What the application manager decided, and why: for a person, and for the trace. What the
+/// receiver itself refused of the broadcast stands between the decisions, since nobody asks who was
+/// it.
 #ifndef VESTA_RECEIVER_INTEGRATION_DECISION_LOG_H
 #define VESTA_RECEIVER_INTEGRATION_DECISION_LOG_H
 
@@ -8,17 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/console/event_log.h"
 #include "vesta_hbbtv_diagnosis.h"
 
 namespace receiver {
 
-/// Listens while it lives. One at a time; browser thread.
-class DecisionLog {
+/// Listens while it lives. One at a time; browser thread, but for what the log tells it.
+class DecisionLog : private Witness {
 public:
     /// @param log borrowed
     explicit DecisionLog(EventLog& log);
-    ~DecisionLog();
+    ~DecisionLog() override;
     DecisionLog(const DecisionLog&) = delete;
     DecisionLog& operator=(const DecisionLog&) = delete;
 
@@ -50,11 +53,15 @@ private:
         std::string sentence;
     };
 
+    void see(Source source, const std::string& event, const std::string& text) override;
+    void keep(Kept kept) VESTA_REQUIRES(mutex_);
+
     EventLog& log_;
     bool isShown_ = false;
-    bool hasRun_ = false;
-    std::deque<Kept> kept_;
-    std::string lastObstacle_;
+    mutable VestaHbbTV::Mutex mutex_;
+    bool hasRun_ VESTA_GUARDED_BY(mutex_) = false;
+    std::deque<Kept> kept_ VESTA_GUARDED_BY(mutex_);
+    std::string lastObstacle_ VESTA_GUARDED_BY(mutex_);
 };
 
 }  // namespace receiver

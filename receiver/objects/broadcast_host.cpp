@@ -338,8 +338,11 @@ void BroadcastHost::setPlace(const CallingDocument& document, const Json& place)
 void BroadcastHost::reportPlace(const Rectangle& place)
 {
     std::ostringstream text;
-    text << "the video is " << place.width << " by " << place.height << " at " << place.x << ", "
-         << place.y;
+    if (place.width <= 0 || place.height <= 0)
+        text << "no video is presented";
+    else
+        text << "the video is " << place.width << " by " << place.height << " at " << place.x
+             << ", " << place.y;
     parts_.log.report(Source::Script, "video-place", text.str());
 }
 

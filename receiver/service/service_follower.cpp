@@ -124,8 +124,10 @@ void ServiceFollower::giveUpWaiting()
 
 void ServiceFollower::remarkAtEnd()
 {
-    if (const std::string text = lack(); !text.empty())
+    if (const std::string text = lack(); !text.empty()) {
         remark("remark", text);
+        log_.mention(Source::Receiver, "lack", text);
+    }
     if (const std::string text = damageOf(stream_.statistics()); !text.empty())
         remark("remark", text);
 }
@@ -403,6 +405,12 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
         goOnToNextService();
 }
 
+void ServiceFollower::sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t /*unchecked*/)
+{
+    if (crcErrors > 0 && isTablePid(pid))
+        remark("left-out", "left out: PID " + std::to_string(pid) + ", CRC_32 does not match");
+}
+
 bool ServiceFollower::isTablePid(uint16_t pid) const
 {
     return std::find(tablePids_.begin(), tablePids_.end(), pid) != tablePids_.end();
@@ -423,8 +431,12 @@ void ServiceFollower::remark(const char* event, const std::string& text)
 {
     const size_t most = 1000;  // a broadcast has no end of texts
     const bool isForEverybody = std::string(event) != "left-out";
-    if ((isForEverybody || isVerbose_) && remarks_.size() < most && remarks_.insert(text).second)
+    if (remarks_.size() >= most || !remarks_.insert(text).second)
+        return;
+    if (isForEverybody || isVerbose_)
         log_.report(Source::Receiver, event, text);
+    else
+        log_.mention(Source::Receiver, event, text);
 }
 
 /// @param most how many files are looked for

@@ -14,7 +14,19 @@ constexpr uint32_t videoKey = 0xFF010002;  ///< ARGB
 
 /// Of a terminal (OIPF DAE, 7.1): objects without a picture take no room, and those with a video
 /// are holes. The page may say where and how large.
+/// For the two fonts of every terminal (ETSI TS 102 796, 10.2.1) there are others of the machine,
+/// with about the same widths.
 constexpr char terminalStyleSheet[] = R"css(
+@font-face {
+    font-family: "Tiresias";
+    src: local("Tiresias"), local("Tiresias PCfont"), local("DejaVu Sans Condensed");
+    font-weight: 1 1000;
+}
+@font-face {
+    font-family: "Letter Gothic 12 Pitch";
+    src: local("Letter Gothic 12 Pitch"), local("DejaVu Sans Mono");
+    font-weight: 1 1000;
+}
 object[type^="application/oipf" i], object[type^="application/notif" i] {
     display: block; width: 0; height: 0; border: 0; overflow: hidden;
 }

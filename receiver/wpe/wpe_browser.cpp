@@ -115,8 +115,9 @@ void WpeBrowser::makeSettings()
 {
     settings_ = webkit_settings_new();
     webkit_settings_set_enable_page_cache(settings_, FALSE);
-    // There is no decoder, and without one the engine's media elements end their process. Those of
-    // the script objects take their place.
+    // There is no decoder, and without one the engine's media elements end their process. Without
+    // media the parser makes none, but the constructor Audio still does: the script objects replace
+    // both (media_elements.js).
     webkit_settings_set_enable_media(settings_, FALSE);
     webkit_settings_set_enable_write_console_messages_to_stdout(settings_, FALSE);
     webkit_settings_set_javascript_can_open_windows_automatically(settings_, FALSE);

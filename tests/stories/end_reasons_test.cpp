@@ -157,6 +157,30 @@ TEST_F(EndReasons, ALaterPageCouldNotBeLoaded)
     expectReason(HBBTV_REASON_LATER_LOAD_FAILED, "1.1");
 }
 
+TEST_F(EndReasons, APageThatFailsIsNamedWithTheServersStatus)
+{
+    begin(httpApplication(1, 1));
+    TavoVestaEventData data = {};
+    data.http_status = 404;
+    notify(TAVO_VESTA_EVT_LOADING_FINISHED, 1, data);
+    expectReason(HBBTV_REASON_PAGE_FAILED, "1.1", 0, 404, "http://a.example/index.html");
+}
+
+TEST_F(EndReasons, APageThatFailsWithoutAnAnswerHasNoStatus)
+{
+    begin(httpApplication(1, 1));
+    failLoading();
+    expectReason(HBBTV_REASON_PAGE_FAILED, "1.1", 0, 0, "http://a.example/index.html");
+}
+
+TEST_F(EndReasons, APageThatIsNotWellFormedIsNamed)
+{
+    begin(httpApplication(1, 1));
+    TavoVestaEventData data = {};
+    notify(TAVO_VESTA_EVT_XML_PARSE_FAILED, 1, data);
+    expectReason(HBBTV_REASON_PAGE_NOT_WELL_FORMED, "1.1", 0, 0, "http://a.example/index.html");
+}
+
 TEST_F(EndReasons, AChildTakesOverOrItsParentGoesOn)
 {
     begin(httpApplication(1, 1));

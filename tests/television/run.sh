@@ -7,7 +7,8 @@
 #     -->
 # holds what a viewer does meanwhile; without commands the page is started by its URL. Where they do
 # not begin with a wait, the service's table is waited for. FOLDER is one for files of its own,
-# PICTURES holds what is to be seen. A line
+# PICTURES holds what is to be seen. Where they name 127.0.0.1:PORT, server.pl has the pages, and there
+# is no --site. A line
 #     #expect TEXT
 # among them is what the receiver has to report, after those before it.
 set -euo pipefail
@@ -20,24 +21,40 @@ streams=$(realpath "$2")
 page=$3
 pages=$(realpath "$(dirname "${BASH_SOURCE[0]}")/pages")
 folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+server=
+cleanup() {
+    [[ -z $server ]] || kill "$server" 2>/dev/null || true
+    rm -rf "$folder"
+}
+trap cleanup EXIT
 
 comment=$(sed -n '/^<!-- receiver/,/^-->/p' "$pages/$page.html")
 read -ra options < <(sed -n '1s/^<!-- receiver *//p' <<<"$comment") || true
 stream=${options[0]:-television}
 options=("${options[@]:1}")
 commands=$(sed '1d;$d' <<<"$comment")
+sites=(--site "http://test.example/=$pages" --site "http://test.example:8080/=$pages/../other"
+       --site "http://outside.example/=$pages/../other")
+port=
+if [[ $commands == *:PORT* ]]; then
+    mkfifo "$folder/port"
+    "$pages/../server.pl" "$pages" "$folder/port" </dev/null &
+    server=$!
+    read -r port <"$folder/port"
+    sites=()
+    # Nobody is there: a receiver that went by the environment would get nothing.
+    export http_proxy=http://127.0.0.1:9 all_proxy=http://127.0.0.1:9
+fi
 {
     # A table that comes while an application of none is starting ends that one.
     [[ $commands == wait* ]] || echo "wait table"
     echo "${commands:-start http://test.example/$page.html}"
     echo "wait said finished within 20"
-} | sed "s#FOLDER#$folder#g; s#PICTURES#$pages/../pictures#g" >"$folder/script"
+} | sed "s#FOLDER#$folder#g; s#:PORT#:$port#g; s#PICTURES#$pages/../pictures#g" >"$folder/script"
 
 code=0
 "$receiver" --browser wpe --loop "${options[@]/#/--}" --script "$folder/script" --trace "$folder/trace" \
-    --site "http://test.example/=$pages" --site "http://test.example:8080/=$pages/../other" \
-    --site "http://outside.example/=$pages/../other" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
+    "${sites[@]}" "$streams/$stream.ts" </dev/null >"$folder/output" 2>&1 || code=$?
 said=$(sed -n 's/.*"source":"script","event":"debug","text":"\(.*\)".*/\1/p' "$folder/trace")
 if [[ $code -ne 0 ]] || grep -q '^FAIL' <<<"$said" || ! grep -q '^pass all assertions' <<<"$said"; then
     cat "$folder/output"

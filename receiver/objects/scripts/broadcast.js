@@ -5,6 +5,11 @@ const errorOfObject = { noChannel: 2, tuner: 100, unrealized: 10 };
 
 const bound = [];  // the objects that are not unrealized; the last one may have the video
 
+function expectRelated() {
+    if (!ask('channel.isRelated', false, document.URL))
+        throw new DOMException('The application is not related to a broadcast', 'SecurityError');
+}
+
 class Broadcast extends Embedded {
     constructor(element) {
         super(element);
@@ -19,6 +24,7 @@ class Broadcast extends Embedded {
     get currentChannel() { return currentChannelOf(); }
 
     get programmes() {
+        expectRelated();
         const channel = currentChannelOf();
         return channel ? programmesOf(channel) : null;
     }
@@ -35,8 +41,7 @@ class Broadcast extends Embedded {
     }
 
     bindToCurrentChannel() {
-        if (!ask('channel.isRelated', false, document.URL))
-            throw new DOMException('The application is not related to a broadcast', 'SecurityError');
+        expectRelated();
         const channel = currentChannelOf();
         if (!channel) {
             this._become(playStates.unrealized, errorOfObject.noChannel);
@@ -89,8 +94,8 @@ class Broadcast extends Embedded {
         soon(() => this.fire('FullScreenChange', {}, []));
     }
 
-    addStreamEventListener(url, name, listener) { addStreamEvent(url, name, listener); }
-    removeStreamEventListener(url, name, listener) { removeStreamEvent(url, name, listener); }
+    addStreamEventListener(url, name, listener) { addStreamEvent(this.element, url, name, listener); }
+    removeStreamEventListener(url, name, listener) { removeStreamEvent(this.element, url, name, listener); }
 
     getComponents(type) { return components.known(type); }
     getCurrentActiveComponents(type) { return components.active(type); }

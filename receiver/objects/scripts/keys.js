@@ -21,7 +21,7 @@ defineGlobal('KeyEvent', KeyboardEvent);
 
 const engineKey = asFunction(Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, 'key').get);
 
-const copies = new WeakMap();  // the codes that the engine gave the events of which these are copies
+const copies = new WeakMap();  // the codes of the events of which these are copies
 
 /// @return the code of a remote control's key; 0 for a key that the engine knows
 function remoteCodeOf(event) {
@@ -30,21 +30,28 @@ function remoteCodeOf(event) {
     return character > privateUse && character < 0xF8FF ? character - privateUse : 0;
 }
 
+/// The engine gives the keypress of a letter's key the code of the small letter.
+function keyOfLetter(event, code) {
+    const isSmallLetter = code >= 97 && code <= 122;
+    return event.isTrusted && event.type === 'keypress' && isSmallLetter ? code - 32 : code;
+}
+
 /// @param valueOf what it is for a remote control's key, by its code
-function overrideCode(name, valueOf) {
+/// @param mended what it is for a key that the engine knows, by the event and the engine's code
+function overrideCode(name, valueOf, mended) {
     const engine = asFunction(Object.getOwnPropertyDescriptor(KeyboardEvent.prototype, name).get);
     Object.defineProperty(KeyboardEvent.prototype, name, {
         configurable: true,
         enumerable: true,
         get() {
             const code = remoteCodeOf(this);
-            return code ? valueOf(code) : copies.has(this) ? copies.get(this)[name] : engine(this);
+            return code ? valueOf(code) : copies.has(this) ? copies.get(this)[name] : mended(this, engine(this));
         },
     });
 }
-overrideCode('keyCode', code => code);
-overrideCode('which', code => code);
-overrideCode('charCode', () => 0);
+overrideCode('keyCode', code => code, keyOfLetter);
+overrideCode('which', code => code, keyOfLetter);
+overrideCode('charCode', () => 0, (event, code) => code);
 
 const domNames = {
     37: 'ArrowLeft', 38: 'ArrowUp', 39: 'ArrowRight', 40: 'ArrowDown', 33: 'PageUp', 34: 'PageDown', 19: 'Pause',
@@ -63,17 +70,41 @@ window.addEventListener('keypress', event => {
         event.preventDefault();
 }, true);
 
+/// An event for another target, or of another type. The engine does nothing with it by itself.
+function copyOfKey(event, type) {
+    const copy = new KeyboardEvent(type, {
+        key: engineKey(event), code: event.code, repeat: event.repeat, bubbles: true, cancelable: true, view: window,
+    });
+    const { keyCode, which, charCode } = event;
+    copies.set(copy, { keyCode, which, charCode: type === event.type ? charCode : keyCode });
+    return copy;
+}
+
 // In XHTML the engine gives keys to the root element where nothing has the focus; pages listen at
 // their body.
 function handToBody(event) {
     if (!event.isTrusted || event.target !== document.documentElement || !document.body)
         return;
     event.stopImmediatePropagation();
-    const copy = new KeyboardEvent(event.type, {
-        key: engineKey(event), code: event.code, repeat: event.repeat, bubbles: true, cancelable: true, view: window,
-    });
-    copies.set(copy, { keyCode: event.keyCode, which: event.which, charCode: event.charCode });
-    if (!document.body.dispatchEvent(copy))
+    if (!dispatchTo(document.body, copyOfKey(event, event.type)))
         event.preventDefault();
 }
 each(['keydown', 'keypress', 'keyup'], type => window.addEventListener(type, handToBody, true));
+
+// The engine follows a link at the keydown of Enter, and gives no keypress then.
+function pressLink(event) {
+    const link = event.target;
+    const isLink = isIn(['a', 'area'], link.localName) && link.hasAttribute('href');
+    if (!event.isTrusted || event.keyCode !== keyNames.VK_ENTER || !isLink)
+        return;
+    event.stopImmediatePropagation();
+    event.preventDefault();
+    if (!dispatchTo(link, copyOfKey(event, 'keydown')))
+        return;
+    // Who has the focus by then gets the keypress. A button obeys that one, a link its keydown alone.
+    const focused = document.activeElement || document.body;
+    const isObeyed = focused === link || focused.localName === 'button';
+    if (dispatchTo(focused, copyOfKey(event, 'keypress')) && isObeyed)
+        focused.click();
+}
+window.addEventListener('keydown', pressLink, true);

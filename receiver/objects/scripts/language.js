@@ -4,9 +4,10 @@
 // array or a pattern asks an array for.
 
 const {
-    AbortController, DOMException, DOMParser, Date, Document, Event, EventTarget, Function, HTMLObjectElement, HTMLUnknownElement,
-    KeyboardEvent, MessageChannel, MutationObserver, Node, Number, ProgressEvent, Promise, Request, String, TypeError, URL,
-    XMLHttpRequest, console, getComputedStyle, origin: ownOrigin,
+    AbortController, DOMException, DOMParser, Date, Document, Element, Event, EventTarget, Function,
+    HTMLObjectElement, HTMLUnknownElement, KeyboardEvent, MessageChannel, MutationObserver, Node, Number,
+    ProgressEvent, Promise, Request, String, TypeError, URL, XMLHttpRequest, console, getComputedStyle,
+    origin: ownOrigin,
 } = window;
 const { isFinite: isFiniteNumber, isInteger } = Number;
 const { now } = Date;

@@ -126,6 +126,21 @@ function defineMediaElements() {
     });
 }
 
+/// The engine has its own nevertheless, which ends the process where there is no decoder.
+function defineAudioConstructor() {
+    defineGlobal('Audio', function Audio(url) {
+        if (!new.target)
+            throw new TypeError('Audio: `new` is missing');
+        const element = document.createElementNS(xhtml, 'audio');
+        element.setAttribute('preload', 'auto');
+        if (url !== undefined)
+            mediaElementOf(element).src = url;
+        return element;
+    });
+}
+
 // An engine that has media elements has them.
-if (document.createElementNS(xhtml, 'video') instanceof HTMLUnknownElement)
+if (document.createElementNS(xhtml, 'video') instanceof HTMLUnknownElement) {
     defineMediaElements();
+    defineAudioConstructor();
+}

@@ -1,7 +1,7 @@
 // Stream events (OIPF DAE, 7.13.1; ETSI TS 102 796, 8.2.1): of a carousel's object, or as a document
 // describes them (ETSI TS 102 809, 8.2).
 
-const eventListeners = [];  // {url, name, listener, number}
+const eventListeners = [];  // {object, url, name, listener, number}; object is an element
 
 /// An event or an object's field, as an attribute or as an element, whatever its prefix.
 function fieldOf(element, name) {
@@ -29,9 +29,10 @@ function hearStreamEvent(entry, fields) {
     const event = new Event('StreamEvent');
     each(['name', 'data', 'text', 'status'], name =>
         Object.defineProperty(event, name, { value: fields[name], enumerable: true }));
-    const { listener } = entry;
+    const { object, listener } = entry;
+    each(['target', 'currentTarget'], name => Object.defineProperty(event, name, { value: object, enumerable: true }));
     if (typeof listener === 'function')
-        listener(event);
+        apply(listener, object, [event]);
     else
         listener.handleEvent(event);
 }
@@ -56,16 +57,17 @@ async function subscribeToDescription(entry) {
         failStreamEvent(entry);
 }
 
-function findStreamEvent(url, name, listener) {
-    return indexWhere(eventListeners, each => each.url === url && each.name === name && each.listener === listener);
+function findStreamEvent(object, url, name, listener) {
+    return indexWhere(eventListeners, each =>
+        each.object === object && each.url === url && each.name === name && each.listener === listener);
 }
 
-function addStreamEvent(target, eventName, listener) {
+function addStreamEvent(object, target, eventName, listener) {
     const url = absoluteUrl(String(target));
     const name = String(eventName);
-    if (!listener || findStreamEvent(url, name, listener) >= 0)
+    if (!listener || findStreamEvent(object, url, name, listener) >= 0)
         return;
-    const entry = { url, name, listener, number: null };
+    const entry = { object, url, name, listener, number: null };
     add(eventListeners, entry);
     if (!matches(/^dvb:/i, url)) {
         subscribeToDescription(entry);
@@ -76,8 +78,8 @@ function addStreamEvent(target, eventName, listener) {
         failStreamEvent(entry);
 }
 
-function removeStreamEvent(target, eventName, listener) {
-    const index = findStreamEvent(absoluteUrl(String(target)), String(eventName), listener);
+function removeStreamEvent(object, target, eventName, listener) {
+    const index = findStreamEvent(object, absoluteUrl(String(target)), String(eventName), listener);
     if (index < 0)
         return;
     const entry = eventListeners[index];

@@ -1,16 +1,33 @@
 // Where the video plane is: beneath the broadcast object that has the video, as far as that is
 // known without asking again and again.
 
-let placed = null;       // as the receiver was told
+const nowhere = [0, 0, 0, 0];
+
+let placed = null;       // as the receiver was told; null for the whole screen
 let isPlacePending = false;
 let moving = 0;          // transitions that may move the object
 const nextFrame = window.requestAnimationFrame.bind(window);
 
+const hasVideo = object => object._state === playStates.connecting || object._state === playStates.presenting;
+const isThere = object => object.element.isConnected;
+
+/// Of the objects of the page that have the video the last one; null for none.
 function videoElement() {
-    const hasVideo = each => each._state === playStates.connecting || each._state === playStates.presenting;
-    const owners = filter(bound, hasVideo);
-    const owner = owners[owners.length - 1];
-    return owner && owner.element.isConnected ? owner.element : null;
+    const owners = filter(bound, object => hasVideo(object) && isThere(object));
+    return owners.length > 0 ? owners[owners.length - 1].element : null;
+}
+
+/// A stopped object keeps the video from the screen, until it is released or taken out of the page.
+function isVideoStopped() { return some(bound, isThere) && !some(bound, hasVideo); }
+
+/// @param element that has the video, or null @return null for the whole screen
+function placeFor(element) {
+    if (!element)
+        return isVideoStopped() ? nowhere : null;
+    if (element.fullScreen)
+        return null;
+    const { x, y, width, height } = element.getBoundingClientRect();
+    return [x, y, width, height];
 }
 
 function isPainted(element) {
@@ -66,8 +83,7 @@ function place() {
     isPlacePending = false;
     const element = videoElement();
     markHole(element);
-    const box = element && !element.fullScreen ? element.getBoundingClientRect() : null;
-    const wanted = box ? [box.x, box.y, box.width, box.height] : null;
+    const wanted = placeFor(element);
     if (joined(wanted || [], ' ') !== joined(placed || [], ' ')) {
         placed = wanted;
         ask('broadcast.place', null, wanted);

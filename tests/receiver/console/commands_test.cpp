@@ -140,7 +140,8 @@ TEST(Commands, WhySaysWhatWasDecided)
         << played.problem();
     EXPECT_TRUE(played.says("\nyes, start of a.2a01: It runs: its page is being opened. "
                             "dvb://20fa.441.6dd0.2a/index.html\n"));
-    EXPECT_TRUE(played.says("\nno, key of a.2a01: The application has not asked for this key"));
+    EXPECT_TRUE(
+        played.says("\nno, key of a.2a01: The key's group is not in the application's key set"));
     EXPECT_TRUE(played.says("\nnothing was decided about request\n"));
     EXPECT_FALSE(played.says("no application ran"));
 }
@@ -150,8 +151,8 @@ TEST(Commands, ARunWithoutAnyApplicationEndsWithTheReason)
     PlayedSession played;
     EXPECT_EQ(played.play({"answer start keep", "wait end"}), exitSuccess) << played.problem();
     EXPECT_TRUE(played.says(
-        "no application ran: no, start of a.2a01: A listener answered to block it and to "
-        "keep the running one. dvb://"))
+        "no application ran: no, start of a.2a01: A listener answered the start request with "
+        "\"block and keep\": it does not start, and the one that runs goes on. dvb://"))
         << played.output();
 }
 

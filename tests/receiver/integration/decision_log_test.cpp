@@ -45,7 +45,8 @@ TEST_F(DecisionLogTest, NumbersAreSaidAsWhatTheyAre)
 {
     EXPECT_EQ(sentence(HBBTV_REASON_START_VERSION, 0x10401, 0x10201),
               "no, start of a.10: The application wants a newer version of HbbTV than the terminal "
-              "claims: a feed of the kit with a carried version takes it for 1.1.1. (it wants "
+              "has. Where the terminal carries it all the same, give that version to the kit's "
+              "feed. (it wants "
               "1.4.1, the terminal has 1.2.1)");
     const struct {
         HBBTV_Reason reason;
@@ -54,7 +55,7 @@ TEST_F(DecisionLogTest, NumbersAreSaidAsWhatTheyAre)
         const char* end;
     } rows[] = {
         {HBBTV_REASON_START_PROFILE, 3, 16, "(it wants 0x3, the terminal has 0x10)"},
-        {HBBTV_REASON_KEY_NOT_GRANTED, 1, 0x12, "(it wants 0x1 and has 0x12)"},
+        {HBBTV_REASON_KEY_NOT_GRANTED, 1, 0x12, "(group 0x1, key set 0x12)"},
         {HBBTV_REASON_KEYS_CUT, 0x13, 0x11, "(it wants 0x13 and has 0x11)"},
         {HBBTV_REASON_SECTION_DESCRIPTOR, 12, 0x5F, "(offset 12, tag 0x5f)"},
         {HBBTV_REASON_SECTION_EMPTY_DESCRIPTOR, 12, 0x5F, "(offset 12, tag 0x5f)"},
@@ -64,12 +65,21 @@ TEST_F(DecisionLogTest, NumbersAreSaidAsWhatTheyAre)
         {HBBTV_REASON_SECTION_APPLICATION, 8, 99, "(offset 8, length 99)"},
         {HBBTV_REASON_SECTION_OTHER_VERSION, 1, 2, "(version 2, while 1 is begun)"},
         {HBBTV_REASON_SECTION_TABLE_CLOSED, 1, 2, "(version 2, while 1 is begun)"},
-        {HBBTV_REASON_TABLE_INCOMPLETE, 1, 2, "(number 2 of 3)"},
+        {HBBTV_REASON_TABLE_INCOMPLETE, 1, 2,
+         "(section_number 1 is missing, last_section_number 2)"},
         {HBBTV_REASON_SECTION_VERSION_IN_FORCE, 0, 5, "(version 5)"},
         {HBBTV_REASON_TABLE_SUPERSEDED, 0, 5, "(version 5)"},
         {HBBTV_REASON_TABLE_IN_FORCE, 0, 0, "(version 0)"},
         {HBBTV_REASON_START_LABEL_WITHOUT_TRANSPORT, 7, 0, "(label 7)"},
-        {HBBTV_REASON_START_CONTROL_CODE, 0, 4, "(4)"},
+        {HBBTV_REASON_START_CONTROL_CODE, 0, 4, "(control code 4)"},
+        {HBBTV_REASON_KEY_UP_WITHOUT_DOWN, 0, 403, "(key 403)"},
+        {HBBTV_REASON_KEY_NO_APPLICATION, 0, 13, "(key 13)"},
+        {HBBTV_REASON_NOT_ADOPTED_CONTROL_CODE, 0, 4, "(control code 4)"},
+        {HBBTV_REASON_TABLE_WITHOUT_AUTOSTART, 0, 1, "(1 application)"},
+        {HBBTV_REASON_TABLE_WITHOUT_AUTOSTART, 0, 0, "(0 applications)"},
+        {HBBTV_REASON_FILE_REFUSED, 0, 1, "(answer 1)"},
+        {HBBTV_REASON_PAGE_FAILED, 0, 404, "(HTTP status 404)"},
+        {HBBTV_REASON_PAGE_FAILED, 0, 0, "(no HTTP answer)"},
         {HBBTV_REASON_START_URL, 0, 0, "There is no URL to start."},
     };
     for (const auto& row : rows) {
@@ -103,7 +113,7 @@ TEST_F(DecisionLogTest, TheLatestAreKept)
         hear(HBBTV_REASON_START_CONTROL_CODE, 0, 0, 0, code);
     const Lines kept = *decisions_.sentencesAbout("");
     EXPECT_EQ(kept.size(), 200u);
-    EXPECT_NE(kept.back().find("(299)"), std::string::npos);
+    EXPECT_NE(kept.back().find("(control code 299)"), std::string::npos);
 }
 
 TEST_F(DecisionLogTest, TheyAreShownWhereThatIsWanted)
@@ -115,6 +125,22 @@ TEST_F(DecisionLogTest, TheyAreShownWhereThatIsWanted)
     EXPECT_NE(out_.str().find("decision  no, start: There is no URL to start.\n"),
               std::string::npos)
         << out_.str();
+}
+
+TEST_F(DecisionLogTest, WhatTheReceiverRefusesStandsBetweenTheDecisions)
+{
+    hear(HBBTV_REASON_START_URL);
+    log_.report(Source::Air, "carousel-problem", "carousel 0x2a: damaged");
+    log_.mention(Source::Receiver, "left-out", "left out: PID 512");
+    log_.report(Source::Air, "service", "service 1 found");
+    EXPECT_EQ(*decisions_.sentencesAbout(""), Lines({"no, start: There is no URL to start.",
+                                                     "the receiver, load: carousel 0x2a: damaged",
+                                                     "the receiver, section: left out: PID 512"}));
+    EXPECT_EQ(decisions_.sentencesAbout("section")->size(), 1u);
+    EXPECT_EQ(out_.str().find("left out"), std::string::npos);
+    EXPECT_EQ(decisions_.whyNothingRan(), "the receiver, section: left out: PID 512");
+    log_.mention(Source::Receiver, "lack", "no AIT");
+    EXPECT_EQ(decisions_.whyNothingRan(), "the receiver, section: left out: PID 512");
 }
 
 TEST_F(DecisionLogTest, WhyNothingRanIsTheLastObstacle)

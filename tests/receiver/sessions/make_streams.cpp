@@ -429,7 +429,8 @@ Bytes television()
         entry(0x104, "programmes.html") + entry(0x105, "stream_events.html") +
         entry(0x106, "applications.html?signalled=1") + entry(0x107, "created.html?signalled=2") +
         application(0x109, present, {1}, http(1, base) + boundary, "requests.html", visible) +
-        entry(0x10A, "from_xml.html") + entry(0x10B, "own_methods.html");
+        entry(0x10A, "from_xml.html") + entry(0x10B, "own_methods.html") +
+        entry(0x10C, "videos.html");
     const Bytes autostarted = application(0x201, autostart, {1}, http(1, base), "autostart.html");
     const unsigned tablePids[] = {0x200, 0x201, 0x202, 0x203};
     const Bytes tables[] = {table(1, all), table(1, lasting), table(1, {}), table(1, autostarted)};

@@ -1,0 +1,1 @@
+var fromScript = 'a script of the carousel';
