@@ -5,6 +5,7 @@
 #include <thread>
 #include <utility>
 
+#include "inspector/input/hexadecimal_text.h"
 #include "inspector/input/input_kind.h"
 #include "inspector/input/xml_tree.h"
 #include "kit/xml_ait_document.h"
