@@ -184,9 +184,11 @@ private:
         const std::list<Node>& profiles = descriptor.listOf("profiles");
         if (profiles.empty())
             add("profile-missing", &descriptor, "no profile");
+        const bool isOneKnown = std::any_of(profiles.begin(), profiles.end(), isProfileKnown);
         for (const Node& profile : profiles) {
             if (!isProfileKnown(profile))
-                add("profile-unknown", &descriptor, versionOf(profile));
+                add(isOneKnown ? "profile-unused" : "profile-unknown", &descriptor,
+                    versionOf(profile));
             else if (!isVersionPublished(profile))
                 add("profile-version", &descriptor, versionOf(profile));
         }
@@ -200,6 +202,7 @@ private:
             add("transport-none", &descriptor, "no transport_protocol_label");
         bool hasHttp = false;
         bool hasOther = false;
+        bool hasUnknown = false;
         for (const uint64_t label : labels_) {
             const Node* const transport = transportOf(label);
             if (!transport) {
@@ -209,8 +212,11 @@ private:
             const uint64_t protocol = transport->numberOf("protocol_id");
             hasHttp = hasHttp || protocol == httpProtocol;
             hasOther = hasOther || protocol == carouselProtocol;
+            hasUnknown = hasUnknown || (protocol != httpProtocol && protocol != carouselProtocol);
             checkTransport(*transport, protocol);
         }
+        if (hasUnknown && !hasHttp && !hasOther)
+            add("transport-unusable", &descriptor, "no transport is the object carousel or HTTP");
         if (isAutostart() && hasHttp && !hasOther)
             add("autostart-http-only", &descriptor, "every transport is HTTP");
     }
@@ -411,11 +417,10 @@ private:
 }  // namespace
 
 void checkApplications(const Survey& survey, const ServiceSurvey* service,
-                       const TableHistory& history, const Place& place, Findings& findings)
+                       const TableVersion& table, const Place& place, Findings& findings)
 {
-    const TableVersion* const latest = history.latest();
-    if (latest && isTakenByFeed(costOf(*latest)))
-        TableCheck(*latest, addressesOf(survey, service, *latest), place, findings).run();
+    if (isTakenByFeed(costOf(table)))
+        TableCheck(table, addressesOf(survey, service, table), place, findings).run();
 }
 
 }  // namespace inspector

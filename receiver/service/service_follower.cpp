@@ -59,7 +59,8 @@ std::string damageOf(const StreamStatistics& statistics)
         countOf(statistics.continuityErrors, "gap", "gaps"),
         countOf(statistics.damagedPackets, "damaged packet", "damaged packets"),
         countOf(statistics.scrambledPackets, "scrambled packet", "scrambled packets"),
-        countOf(statistics.crcErrors, "damaged section", "damaged sections"),
+        countOf(statistics.crcErrors + statistics.cutSections, "damaged section",
+                "damaged sections"),
         countOf(statistics.syncLosses, "loss of sync", "losses of sync"),
     };
     for (const std::string& part : parts)

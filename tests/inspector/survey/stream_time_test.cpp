@@ -51,10 +51,27 @@ TEST(StreamTime, BeginsATimeLineAtAJump)
     EXPECT_EQ(after(6'600 * ms, false, false), 1U) << "more than a second";
 }
 
-TEST(StreamTime, DoesNotCompareTimeLines)
+TEST(StreamTime, KnowsOfWhatIsAfterAJumpTheTimeSinceIt)
 {
-    EXPECT_EQ(msBetween({0, 100}, {0, 350}), 250U);
-    EXPECT_FALSE(msBetween({0, 100}, {1, 350}));
+    EXPECT_EQ(msSince({0, 100}, {0, 350}), 250U);
+    EXPECT_EQ(msSince({0, 100}, {1, 350}), 350U);
+}
+
+TEST(StreamTime, FollowsAnotherClockWhereTheFirstEnds)
+{
+    StreamTime time;
+    for (uint64_t at = 0; at <= 5'000; at += 40) {
+        time.note(1, at * ms, false);
+        time.note(2, (70'000 + at) * ms, false);
+    }
+    EXPECT_EQ(time.now()->ms, 5'000U);
+    for (uint64_t at = 5'040; at <= 20'000; at += 40)
+        time.note(2, (70'000 + at) * ms, false);
+    EXPECT_NEAR(double(time.now()->ms), 20'000, 100);
+    EXPECT_EQ(time.now()->timeLine, 0U) << "what was measured before goes on";
+    for (uint64_t at = 0; at <= 500; at += 40)
+        time.note(1, at * ms, false);
+    EXPECT_NEAR(double(time.now()->ms), 20'000, 100) << "the first one does not come back";
 }
 
 }  // namespace
