@@ -1,5 +1,7 @@
 #include "inspector/survey/stream_time.h"
 
+#include <algorithm>
+
 namespace inspector {
 
 namespace {
@@ -21,8 +23,11 @@ void StreamTime::note(uint16_t pid, uint64_t ticks, bool discontinuity)
         last_ = ticks;
     }
     if (*pid_ != pid) {
-        if (!isEnded(pid, ticks))
+        if (!isEnded(pid, ticks)) {
+            // Until it is clear that the clock has ended, time goes on with the other one.
+            shown_ = std::max(shown_, elapsed_ + stepBetween(others_[pid].first, ticks));
             return;
+        }
         // What passed by the other clock since this one came last.
         advance(stepBetween(others_[pid].first, ticks), jumped_);
         others_.erase(pid);
@@ -50,16 +55,17 @@ void StreamTime::advance(uint64_t step, bool isJump)
     jumped_ = false;
     if (!isJump) {
         elapsed_ += step;
+        shown_ = std::max(shown_, elapsed_);
         return;
     }
     before_ += elapsed_;
-    elapsed_ = 0;
+    elapsed_ = shown_ = 0;
     ++timeLine_;
 }
 
 std::optional<Moment> StreamTime::now() const
 {
-    return pid_ ? std::optional(Moment{timeLine_, elapsed_ / ticksPerMs}) : std::nullopt;
+    return pid_ ? std::optional(Moment{timeLine_, shown_ / ticksPerMs}) : std::nullopt;
 }
 
 }  // namespace inspector

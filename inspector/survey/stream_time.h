@@ -57,6 +57,7 @@ private:
     std::map<uint16_t, OtherClock> others_;
     unsigned timeLine_ = 0;
     uint64_t elapsed_ = 0;  // of this time line, in ticks
+    uint64_t shown_ = 0;    // what now() says of it, in which another clock may be ahead
     uint64_t before_ = 0;   // of those before
     bool jumped_ = false;
 };

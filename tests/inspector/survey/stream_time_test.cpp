@@ -65,13 +65,16 @@ TEST(StreamTime, FollowsAnotherClockWhereTheFirstEnds)
         time.note(2, (70'000 + at) * ms, false);
     }
     EXPECT_EQ(time.now()->ms, 5'000U);
-    for (uint64_t at = 5'040; at <= 20'000; at += 40)
+    for (uint64_t at = 5'040; at <= 20'000; at += 40) {
         time.note(2, (70'000 + at) * ms, false);
-    EXPECT_NEAR(double(time.now()->ms), 20'000, 100);
+        EXPECT_NEAR(double(time.now()->ms), double(at), 100) << "it does not stand still";
+    }
     EXPECT_EQ(time.now()->timeLine, 0U) << "what was measured before goes on";
-    for (uint64_t at = 0; at <= 500; at += 40)
+    for (uint64_t at = 40; at <= 2'000; at += 40) {
         time.note(1, at * ms, false);
-    EXPECT_NEAR(double(time.now()->ms), 20'000, 100) << "the first one does not come back";
+        time.note(2, (90'000 + at) * ms, false);
+        EXPECT_NEAR(double(time.now()->ms), double(20'000 + at), 100) << "the first is back";
+    }
 }
 
 }  // namespace
