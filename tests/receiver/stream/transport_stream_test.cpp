@@ -250,9 +250,9 @@ TEST_F(TransportStreamTest, ASectionThatIsCutShortIsDroppedAndCounted)
     // All of one packet and a part of the next one, after which another section begins.
     const Bytes begin(first.begin(), first.begin() + 183);
     const Bytes rest(first.begin() + 183, first.begin() + 203);
-    play(ait.packet(true, {}, Bytes{0} + begin) +
-         ait.packet(true, {}, Bytes{20} + rest + next + Bytes(163 - next.size(), 0xFF)) +
-         ait.section(anAit(3)));
+    feed(ait.packet(true, {}, Bytes{0} + begin));
+    feed(ait.packet(true, {}, Bytes{20} + rest + next + Bytes(163 - next.size(), 0xFF)));
+    play(ait.section(anAit(3)));
     ASSERT_EQ(heard_.sections[aitPid].size(), 2u);
     EXPECT_EQ(heard_.sections[aitPid][0], next);
     EXPECT_EQ(stream_.statistics().cutSections, 1u);
