@@ -178,9 +178,11 @@ private:
         const std::list<Node>& profiles = descriptor.listOf("profiles");
         if (profiles.empty())
             add("profile-missing", &descriptor, "no profile");
+        const bool isOneKnown = std::any_of(profiles.begin(), profiles.end(), isProfileKnown);
         for (const Node& profile : profiles) {
             if (!isProfileKnown(profile))
-                add("profile-unknown", &descriptor, versionOf(profile));
+                add(isOneKnown ? "profile-unused" : "profile-unknown", &descriptor,
+                    versionOf(profile));
             else if (!isVersionPublished(profile))
                 add("profile-version", &descriptor, versionOf(profile));
         }
@@ -194,6 +196,7 @@ private:
             add("transport-none", &descriptor, "no transport_protocol_label");
         bool hasHttp = false;
         bool hasOther = false;
+        bool hasUnknown = false;
         for (const uint64_t label : labels_) {
             const Node* const transport = transportOf(label);
             if (!transport) {
@@ -203,8 +206,11 @@ private:
             const uint64_t protocol = transport->numberOf("protocol_id");
             hasHttp = hasHttp || protocol == httpProtocol;
             hasOther = hasOther || protocol == carouselProtocol;
+            hasUnknown = hasUnknown || (protocol != httpProtocol && protocol != carouselProtocol);
             checkTransport(*transport, protocol);
         }
+        if (hasUnknown && !hasHttp && !hasOther)
+            add("transport-unusable", &descriptor, "no transport is the object carousel or HTTP");
         if (isAutostart() && hasHttp && !hasOther)
             add("autostart-http-only", &descriptor, "every transport is HTTP");
     }
@@ -412,11 +418,10 @@ private:
 }  // namespace
 
 void checkApplications(const Survey& survey, const ServiceSurvey* service,
-                       const TableHistory& history, const Place& place, Findings& findings)
+                       const TableVersion& table, const Place& place, Findings& findings)
 {
-    const TableVersion* const latest = history.latest();
-    if (latest && isTakenByFeed(costOf(*latest)))
-        checkApplications(*latest, addressesOf(survey, service, *latest), place, findings);
+    if (isTakenByFeed(costOf(table)))
+        checkApplications(table, addressesOf(survey, service, table), place, findings);
 }
 
 void checkApplications(const TableVersion& table, const std::vector<Address>& addresses,

@@ -48,6 +48,8 @@ void addPlace(const Place& place, Node& into)
         into.addNumber("service_id", *place.service);
     if (place.pid)
         into.addHexadecimal("pid", *place.pid);
+    if (!place.file.empty())
+        into.addText("file", place.file);
     if (!place.table.empty())
         into.addText("table", place.table);
     if (place.section)

@@ -38,6 +38,7 @@ const std::vector<FindingKind>& findingKinds();
 struct Place {
     std::optional<uint16_t> service;
     std::optional<uint16_t> pid;
+    std::string file;  ///< its path, of a file of sections
     std::string table;
     std::optional<uint8_t> section;
     std::optional<size_t> offset;  ///< in the section, from table_id

@@ -6,8 +6,6 @@
 
 namespace inspector {
 
-namespace {
-
 std::string textOf(const Place& place)
 {
     std::string text;
@@ -18,6 +16,8 @@ std::string textOf(const Place& place)
         add("service " + std::to_string(*place.service));
     if (place.pid)
         add("PID " + hexadecimal(*place.pid, 4));
+    if (!place.file.empty())
+        add(place.file);
     if (!place.table.empty())
         add(place.table);
     if (place.section)
@@ -32,6 +32,8 @@ std::string textOf(const Place& place)
         add("column " + std::to_string(*place.column));
     return text;
 }
+
+namespace {
 
 void print(const Finding& finding, std::ostream& out)
 {

@@ -43,8 +43,8 @@ std::string dumpOf(const Survey& survey)
 
 TEST(RefusedSections, ChangeNothingOfTheTableInForce)
 {
-    EXPECT_EQ(idsOf(check(*surveyWith(ofTest(3)))), std::set<std::string>({"section-test"}));
-    EXPECT_EQ(idsOf(check(*surveyWith(ofTest(7)))), std::set<std::string>({"section-test"}));
+    EXPECT_EQ(idsOf(check(*surveyWith(ofTest(3)))), std::set<std::string>({"section-test-beside"}));
+    EXPECT_EQ(idsOf(check(*surveyWith(ofTest(7)))), std::set<std::string>({"section-test-beside"}));
     EXPECT_EQ(idsOf(check(*surveyWith(damaged(5)))), std::set<std::string>({"section-descriptor"}));
 }
 
@@ -67,6 +67,47 @@ TEST(RefusedSections, AreOfTheTableWhereNothingElseIs)
                                   .bytes()};
     EXPECT_EQ(findingsIn(signal), std::set<std::string>({"section-test", "visibility-reserved"}));
     EXPECT_THAT(dumpOf(*surveyOf(signal.bytes())), Not(HasSubstr("refused_sections")));
+}
+
+/// Not even as an older version of it.
+TEST(RefusedSections, AreNotLookedIntoBesideTheTableInForce)
+{
+    const Bytes section = AITSection()
+                              .applicationType(0x8010)
+                              .version(7)
+                              .add(rightApplication(9).visibility(2))
+                              .bytes();
+    EXPECT_EQ(idsOf(check(*surveyWith(section))), std::set<std::string>({"section-test-beside"}));
+}
+
+TEST(RefusedSections, AreNoTableForViewers)
+{
+    Signal signal;
+    signal["ait"].sections = {damaged(3), ofTest(3)};
+    const std::set<std::string> ids = findingsIn(signal);
+    EXPECT_EQ(ids.count("section-test"), 1U);
+    EXPECT_EQ(ids.count("section-test-beside"), 0U);
+}
+
+TEST(RefusedSections, AreOfTheTableThatLiesInOtherFiles)
+{
+    const Bytes first = AITSection().number(0, 1).add(rightApplication()).bytes();
+    const Bytes second =
+        AITSection().number(1, 1).add(rightApplication(2).raw({0x7F, 9, 0})).bytes();
+    const std::pair<const char*, const Bytes*> orders[][2] = {
+        {{"a.bin", &first}, {"b.bin", &second}},
+        {{"a.bin", &second}, {"b.bin", &first}},
+    };
+    for (const auto& files : orders) {
+        Survey survey;
+        for (const auto& [file, section] : files)
+            survey.take({std::nullopt, file}, *section, std::nullopt);
+        survey.finish(std::nullopt);
+        ASSERT_EQ(survey.aits.size(), 1U);
+        ASSERT_EQ(survey.refusedAits.size(), 1U);
+        EXPECT_EQ(survey.aits.begin()->first, survey.refusedAits.begin()->first);
+        EXPECT_EQ(survey.aits.begin()->second.latest()->sections.count(0), 1U);
+    }
 }
 
 TEST(RefusedSections, AreInTheDump)
@@ -99,6 +140,19 @@ TEST(RefusedSections, AreKeptWithinTheLimits)
     EXPECT_EQ(survey.leftOut.tables, 13U);
     survey.finish(std::nullopt);
     EXPECT_EQ(survey.aits.size(), 3U);
+}
+
+TEST(RefusedSections, AreMissedWhereThereIsNoMemoryForThem)
+{
+    const Bytes right = AITSection().version(3).add(rightApplication()).bytes();
+    SurveyLimits limits;
+    limits.tableBytes = 600;  // enough for one of them
+    Survey survey(limits);
+    survey.take(aitPid, right, std::nullopt);
+    survey.take(aitPid, damaged(1), std::nullopt);
+    survey.finish(std::nullopt);
+    EXPECT_EQ(survey.aits.begin()->second.leftOut(), 0U);
+    EXPECT_EQ(idsOf(check(survey)).count("survey-limit"), 1U);
 }
 
 }  // namespace
