@@ -1,11 +1,12 @@
 /// Any sections into one survey under small limits; then everything that is made of it: findings,
-/// text and JSON. A section is given as 16-bit PID (0: from a file), 16-bit size and bytes.
+/// text and JSON. A section is given as 16-bit PID (0 to 3: from a file), 16-bit size and bytes.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <string>
 
 #include "foundation/byte_reader.h"
 #include "inspector/check/checks.h"
@@ -34,6 +35,13 @@ SurveyLimits smallLimits()
     return limits;
 }
 
+/// The lowest PIDs, on which no AIT comes, stand for files.
+SectionSource sourceOf(uint16_t pid)
+{
+    constexpr uint16_t files = 4;
+    return pid < files ? SectionSource(std::nullopt, std::to_string(pid)) : SectionSource(pid);
+}
+
 void useAll(const Survey& survey)
 {
     std::ostringstream out;
@@ -58,11 +66,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const size_t sectionSize = std::min<size_t>(input.u16(), input.remaining());
         const VestaHbbTV::ByteReader bytes = input.take(sectionSize);
         const receiver::SectionBytes section(bytes.data(), bytes.data() + bytes.remaining());
-        survey.take(pid == 0 ? std::nullopt : std::optional(pid), section, std::nullopt);
+        survey.take(sourceOf(pid), section, std::nullopt);
     }
     survey.finish(std::nullopt);
     require(survey.services.size() <= smallLimits().services);
     require(survey.aits.size() <= smallLimits().tables);
+    require(survey.refusedAits.size() <= smallLimits().tables);
     useAll(survey);
     return 0;
 }

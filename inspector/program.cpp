@@ -69,9 +69,11 @@ std::string readInputs(const Options& options, Survey& survey, std::ostream& err
     return "";
 }
 
+/// Where neither a stream nor a PMT came there is nothing to choose from.
 bool lacksService(const Survey& survey, const Options& options)
 {
-    return options.service && survey.services.count(*options.service) == 0;
+    return options.service && survey.services.count(*options.service) == 0 &&
+           (survey.statistics || survey.pmtsNotWanted > 0);
 }
 
 int perform(const Options& options, std::ostream& output, std::ostream& errors)

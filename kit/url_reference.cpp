@@ -106,6 +106,21 @@ URLParts::URLParts(std::string_view url)
     fragment = url;
 }
 
+// The colons of an address in brackets are its own: RFC 3986, 3.2.2.
+std::string_view URLParts::host() const
+{
+    const std::string_view hostAndPort = authority.substr(authority.rfind('@') + 1);
+    const size_t bracket = hostAndPort.find(']');
+    const size_t from = bracket == std::string_view::npos ? 0 : bracket;
+    return hostAndPort.substr(0, hostAndPort.find(':', from));
+}
+
+bool hasBlanks(std::string_view url)
+{
+    return std::any_of(url.begin(), url.end(),
+                       [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; });
+}
+
 std::optional<std::string> resolveURL(std::string_view base, std::string_view reference)
 {
     const URLParts relative(reference);

@@ -12,6 +12,9 @@ namespace VestaHbbTV {
 struct URLParts {
     explicit URLParts(std::string_view url);
 
+    /// Of the authority, without user and port.
+    std::string_view host() const;
+
     std::string_view scheme;  ///< without ":"; empty where the URL is relative
     std::string_view authority;
     std::string_view path;
@@ -19,6 +22,9 @@ struct URLParts {
     std::string_view fragment;  ///< with its "#"
     bool hasAuthority = false;  ///< "//" was there
 };
+
+/// Whether there are blanks or control characters, which no URL has.
+bool hasBlanks(std::string_view url);
 
 /// The absolute URL of a reference. The scheme becomes lower case; otherwise an absolute reference
 /// stays as it is.

@@ -20,6 +20,9 @@ constexpr std::string_view namespacePrefix = "urn:dvb:mhp:";
 constexpr size_t yearDigits = 4;
 
 constexpr std::string_view hbbtvType = "application/vnd.hbbtv.xhtml+xml";
+constexpr std::string_view hbbtvTypes = "application/vnd.hbbtv";
+constexpr std::string_view httpTransport = "HTTPTransportType";
+constexpr std::string_view carouselTransport = "OCTransportType";
 constexpr std::string_view digitalTextUsage = ":digitalText";
 
 struct NamedValue {
@@ -40,6 +43,9 @@ constexpr NamedValue visibilities[] = {
 
 constexpr NamedValue booleans[] = {{"true", 1}, {"false", 0}, {"1", 1}, {"0", 0}};
 
+/// Those after it stand for all applications of an organisation: ETSI TS 102 809, 5.2.1.
+constexpr uint16_t lastApplicationId = 0xFFFD;
+
 constexpr std::string_view webSchemes[] = {"http", "https"};
 constexpr std::string_view boundarySchemes[] = {"http", "https", "dvb"};
 
@@ -53,14 +59,27 @@ bool isYear(std::string_view text)
     return text.size() == yearDigits && std::all_of(text.begin(), text.end(), isDigit);
 }
 
+char lowerCase(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool isSameButForCase(std::string_view left, std::string_view right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char l, char r) { return lowerCase(l) == lowerCase(r); });
+}
+
 /// MIME types have no case, and parameters do not make another type of them.
 bool isHbbTVType(std::string_view type)
 {
-    type = type.substr(0, type.find_first_of("; \t"));
-    return std::equal(type.begin(), type.end(), hbbtvType.begin(), hbbtvType.end(),
-                      [](char left, char right) {
-                          return (left >= 'A' && left <= 'Z' ? left - 'A' + 'a' : left) == right;
-                      });
+    return isSameButForCase(type.substr(0, type.find_first_of("; \t")), hbbtvType);
+}
+
+/// Of which there is one only.
+bool isLikeHbbTVType(std::string_view type)
+{
+    return isSameButForCase(type.substr(0, hbbtvTypes.size()), hbbtvTypes);
 }
 
 /// A URL of the usage types of HbbTV: the table's own namespace, with the usage at its end.
@@ -72,10 +91,12 @@ bool isDigitalText(std::string_view usage)
     return usage.substr(end) == digitalTextUsage && isXMLAITName(usage.substr(0, end));
 }
 
-/// The name of a type without the prefix of its namespace.
-std::string_view localName(std::string_view qualifiedName)
+bool isLikeDigitalText(std::string_view usage)
 {
-    return qualifiedName.substr(qualifiedName.rfind(':') + 1);
+    const size_t end = usage.rfind(digitalTextUsage.front());
+    return end != std::string_view::npos && isSameButForCase(usage.substr(end), digitalTextUsage) &&
+           isSameButForCase(usage.substr(0, std::min(end, namespacePrefix.size())),
+                            namespacePrefix);
 }
 
 template <size_t count>
@@ -87,17 +108,12 @@ std::string namesOf(const NamedValue (&values)[count])
     return names;
 }
 
-bool hasBlanks(std::string_view url)
-{
-    return std::any_of(url.begin(), url.end(),
-                       [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; });
-}
-
 /// Reads an element step by step. The first fault is kept, and what is read after it is of no use.
 class ApplicationReader {
 public:
-    ApplicationReader(const XMLElement& element, std::string_view documentUrl, XMLFault& fault)
-        : element_(element), documentUrl_(documentUrl), fault_(fault)
+    ApplicationReader(const XMLElement& element, std::string_view documentUrl, XMLFault& fault,
+                      XMLAITNotes* notes)
+        : element_(element), documentUrl_(documentUrl), fault_(fault), notes_(notes)
     {
     }
 
@@ -125,7 +141,8 @@ private:
     void limit(const XMLElement& parent, std::string_view name, size_t most);
 
     template <typename Number>
-    Number decimal(const XMLElement& at, std::string_view name, std::string_view text);
+    Number decimal(const XMLElement& at, std::string_view name, std::string_view text,
+                   Number least = 0, Number most = std::numeric_limits<Number>::max());
     uint16_t decimalAttribute(const XMLElement& element, std::string_view name);
     template <typename Number>
     Number hexadecimal(const XMLElement& at, std::string_view text);
@@ -149,9 +166,17 @@ private:
                    std::string(name) + " " + quotation(text) + ": expected " + expected);
     }
 
+    /// Takes down that something of the document is not in the table.
+    void skip(const XMLElement& at, std::string_view what, std::string_view text)
+    {
+        if (notes_)
+            notes_->skip(at.place, std::string(what) + " " + quotation(text));
+    }
+
     const XMLElement& element_;
     const std::string_view documentUrl_;
     XMLFault& fault_;
+    XMLAITNotes* const notes_;  // may be null
 };
 
 // Whether the type is one that another terminal understands is asked first: nothing is known of the
@@ -162,7 +187,13 @@ bool ApplicationReader::isHbbTVApplication()
     const XMLElement* const other = find(type, "OtherApp");
     if (!other && !find(type, "DvbApp"))
         missing(type, "OtherApp or DvbApp");
-    return other && !fault_.isSet() && isHbbTVType(other->text);
+    if (other && isHbbTVType(other->text))
+        return !fault_.isSet();
+    if (other && isLikeHbbTVType(other->text))
+        wrong(*other, other->name, other->text, std::string(hbbtvType));
+    const XMLElement* const dvb = other ? nullptr : find(type, "DvbApp");
+    skip(element_, "Application of type", other ? other->text : dvb ? dvb->text : "");
+    return false;
 }
 
 std::unique_ptr<AITApplication> ApplicationReader::read(AIT* table)
@@ -196,8 +227,8 @@ void ApplicationReader::readIdentifier(AITApplication& application)
     const XMLElement& organisation = need(identifier, "orgId");
     const XMLElement& id = need(identifier, "appId");
     application.setOrganisationId(
-        decimal<uint32_t>(organisation, organisation.name, organisation.text));
-    application.setApplicationId(decimal<uint16_t>(id, id.name, id.text));
+        decimal<uint32_t>(organisation, organisation.name, organisation.text, 1));
+    application.setApplicationId(decimal<uint16_t>(id, id.name, id.text, 1, lastApplicationId));
 }
 
 void ApplicationReader::readDescriptor(AITApplication& application)
@@ -235,20 +266,27 @@ void ApplicationReader::readUsage(AITApplication& application)
 {
     const XMLElement* const descriptor = find(element_, "applicationUsageDescriptor");
     const XMLElement* const usage = descriptor ? &need(*descriptor, "ApplicationUsage") : nullptr;
-    if (usage && isDigitalText(usage->text))
+    if (!usage)
+        return;
+    if (isDigitalText(usage->text))
         application.setUsageType(AITApplication::DIGITAL_TELETEXT);
+    else if (isLikeDigitalText(usage->text))
+        wrong(*usage, usage->name, usage->text, "urn:dvb:mhp:2009:digitalText");
+    else
+        skip(*usage, usage->name, usage->text);
 }
 
-// What a domain does not take, such as a second web host, it does not take of a section either.
 void ApplicationReader::readBoundary(AITApplication& application)
 {
     const XMLElement* const boundary = find(element_, "applicationBoundary");
     if (!boundary)
         return;
     limit(*boundary, "BoundaryExtension", mostXMLAITBoundaries);
-    for (const XMLElement& extension : boundary->children)
-        application.getApplicationDomain()->addBoundaryExtension(
-            url(extension, boundarySchemes, "an http:, https: or dvb: URL"));
+    for (const XMLElement& extension : boundary->children) {
+        const std::string origin = url(extension, boundarySchemes, "an http:, https: or dvb: URL");
+        if (!application.getApplicationDomain()->addBoundaryExtension(origin))
+            wrong(extension, extension.name, extension.text, "the web host of those before it");
+    }
     application.getApplicationDomain()->releaseSpareMemory();
 }
 
@@ -271,10 +309,13 @@ ref_ptr<AITApplicationTransport> ApplicationReader::readTransport(const XMLEleme
         missing(element, "an xsi:type, HTTPTransportType or OCTransportType");
         return {};
     }
-    if (localName(*type) == "HTTPTransportType")
+    if (*type == httpTransport)
         return readHTTP(element, application);
-    if (localName(*type) == "OCTransportType")
+    if (*type == carouselTransport)
         return readObjectCarousel(element);
+    if (isSameButForCase(*type, httpTransport) || isSameButForCase(*type, carouselTransport))
+        wrong(element, "xsi:type", *type, "HTTPTransportType or OCTransportType");
+    skip(element, "applicationTransport of type", *type);
     return {};
 }
 
@@ -366,9 +407,8 @@ void ApplicationReader::limit(const XMLElement& parent, std::string_view name, s
 /// @param name of the element or attribute that holds the text
 template <typename Number>
 Number ApplicationReader::decimal(const XMLElement& at, std::string_view name,
-                                  std::string_view text)
+                                  std::string_view text, Number least, Number most)
 {
-    constexpr uint64_t most = std::numeric_limits<Number>::max();
     uint64_t value = 0;
     bool isNumber = !text.empty();
     for (const char c : text) {
@@ -376,8 +416,9 @@ Number ApplicationReader::decimal(const XMLElement& at, std::string_view name,
         if (isNumber && value <= most)
             value = value * 10 + static_cast<uint64_t>(c - '0');
     }
-    if (!isNumber || value > most)
-        wrong(at, name, text, "a number from 0 to " + std::to_string(most));
+    if (!isNumber || value < least || value > most)
+        wrong(at, name, text,
+              "a number from " + std::to_string(least) + " to " + std::to_string(most));
     return static_cast<Number>(value);
 }
 
@@ -432,7 +473,7 @@ std::string ApplicationReader::url(const XMLElement& element,
     const URLParts parts(absolute ? std::string_view(*absolute) : std::string_view());
     const bool isExpected =
         std::find(std::begin(schemes), std::end(schemes), parts.scheme) != std::end(schemes);
-    if (isExpected && !parts.authority.empty() && !hasBlanks(*absolute))
+    if (isExpected && !parts.host().empty() && !hasBlanks(*absolute))
         return *absolute;
     const bool lacksBase = documentUrl_.empty() && !element.text.empty() && !absolute;
     wrong(element, element.name, element.text,
@@ -449,11 +490,16 @@ bool isXMLAITName(std::string_view space)
 }
 
 std::unique_ptr<AITApplication> readXMLAITApplication(const XMLElement& element,
+                                                      const XMLFault& mixed,
                                                       std::string_view documentUrl, AIT* table,
-                                                      XMLFault& fault)
+                                                      XMLFault& fault, XMLAITNotes* notes)
 {
-    ApplicationReader reader(element, documentUrl, fault);
-    return reader.isHbbTVApplication() ? reader.read(table) : nullptr;
+    ApplicationReader reader(element, documentUrl, fault, notes);
+    if (!reader.isHbbTVApplication())
+        return nullptr;
+    if (mixed.isSet())
+        fault.set(mixed.getStatus(), mixed.getPlace(), mixed.getText());
+    return reader.read(table);
 }
 
 }  // namespace VestaHbbTV

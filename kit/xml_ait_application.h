@@ -6,6 +6,7 @@
 #include <memory>
 #include <string_view>
 
+#include "kit/xml_ait_notes.h"
 #include "kit/xml_element.h"
 #include "kit/xml_fault.h"
 #include "signalling/ait_application.h"
@@ -22,14 +23,18 @@ constexpr size_t mostXMLAITTransports = 16;
 bool isXMLAITName(std::string_view space);
 
 /// Makes an entry of an element.
+/// @param mixed set where there is text between elements or an element in a text: a fault of an
+///        application of HbbTV's type
 /// @param documentUrl as readXMLAIT() takes it
 /// @param table for which the entry is made, not yet inserted
 /// @param fault set where anything is wrong
+/// @param notes as readXMLAIT() takes them
 /// @return null where the application is of another type than HbbTV's, whatever else is wrong with
 ///         it, and where the fault is set
 std::unique_ptr<AITApplication> readXMLAITApplication(const XMLElement& element,
+                                                      const XMLFault& mixed,
                                                       std::string_view documentUrl, AIT* table,
-                                                      XMLFault& fault);
+                                                      XMLFault& fault, XMLAITNotes* notes);
 
 }  // namespace VestaHbbTV
 

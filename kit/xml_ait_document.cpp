@@ -1,5 +1,7 @@
 #include "kit/xml_ait_document.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -72,6 +74,16 @@ const KnownElement* findKnown(std::string_view parent, std::string_view name)
     return nullptr;
 }
 
+/// Of no use to a table, and in every document.
+constexpr std::string_view usualAttributes[] = {"Language", "DomainName", "Version"};
+
+bool isUsual(const XMLName& attribute)
+{
+    return !attribute.space.empty() ||
+           std::find(std::begin(usualAttributes), std::end(usualAttributes), attribute.local) !=
+               std::end(usualAttributes);
+}
+
 /// The static name of an attribute that counts; empty for all others.
 std::string_view knownAttribute(const XMLName& name)
 {
@@ -99,35 +111,53 @@ std::string limitText(std::string_view what, size_t limit)
 
 class DocumentReader : public XMLContent {
 public:
-    DocumentReader(std::string_view documentUrl, XMLFault& fault)
-        : documentUrl_(documentUrl), fault_(fault)
+    DocumentReader(std::string_view documentUrl, XMLFault& fault, XMLAITNotes* notes)
+        : documentUrl_(documentUrl), fault_(fault), notes_(notes)
     {
     }
 
     void startElement(const XMLName& name, const XMLAttributes& attributes,
                       const XMLPlace& place) override;
     void endElement() override;
-    void addText(std::string_view text) override;
+    void addText(std::string_view text, const XMLPlace& place) override;
+    void beginPrefix(std::string_view prefix, std::string_view space) override;
+    void endPrefix() override { prefixes_.pop_back(); }
 
     /// After the document.
     ref_ptr<AIT> takeTable();
 
 private:
+    /// Of a namespace.
+    struct Prefix {
+        std::string text;
+        bool isOfXMLAITs;
+    };
+
     const KnownElement* recognise(const XMLName& name) const;
+    void skipElement(const XMLName& name, const XMLPlace& place);
+    void expectNoText(std::string_view text, const XMLPlace& place);
+    XMLFault& faultOfContent() { return open_.empty() ? fault_ : mixed_; }
+    std::string_view typeIn(std::string_view qualifiedName) const;
     void beginApplication(const XMLPlace& place);
     void keep(const KnownElement& known, const XMLAttributes& attributes, const XMLPlace& place);
     void keepAttributes(const XMLAttributes& attributes);
+    void noteAttribute(const XMLName& attribute);
     void finishApplication();
+    void insert(std::unique_ptr<AITApplication> application);
 
     const std::string_view documentUrl_;
     XMLFault& fault_;
+    XMLAITNotes* const notes_;  // may be null
     const ref_ptr<AIT> table_{new AIT};
+    std::vector<Prefix> prefixes_;  ///< in force, the innermost at the end
     XMLPlace rootPlace_;
     /// Those that are open, from the root on.
     std::vector<const KnownElement*> path_;
     size_t skippedDepth_ = 0;  ///< of open elements that do not count, inside those of the path
     size_t applications_ = 0;
     XMLElement application_;  ///< while one is open
+    /// Of its content. It may be of another type than HbbTV's, and then nobody minds.
+    XMLFault mixed_;
     /// The application and those inside it that are open. Only the innermost one gets children, so
     /// that they stay where they are.
     std::vector<XMLElement*> open_;
@@ -138,14 +168,8 @@ void DocumentReader::startElement(const XMLName& name, const XMLAttributes& attr
                                   const XMLPlace& place)
 {
     const KnownElement* const known = skippedDepth_ == 0 ? recognise(name) : nullptr;
-    if (!known) {
-        ++skippedDepth_;
-        if (path_.empty())
-            fault_.set(HBBTV_KIT_XML_AIT_INVALID, place,
-                       "root " + quotation(name.local) +
-                           ": expected ServiceDiscovery of the namespace urn:dvb:mhp:2009");
-        return;
-    }
+    if (!known)
+        return skipElement(name, place);
     path_.push_back(known);
     if (known->name == rootName)
         rootPlace_ = place;
@@ -153,6 +177,22 @@ void DocumentReader::startElement(const XMLName& name, const XMLAttributes& attr
         beginApplication(place);
     else if (!open_.empty())
         keep(*known, attributes, place);
+}
+
+void DocumentReader::skipElement(const XMLName& name, const XMLPlace& place)
+{
+    if (++skippedDepth_ > 1)
+        return;
+    if (path_.empty())
+        fault_.set(HBBTV_KIT_XML_AIT_INVALID, place,
+                   "root " + quotation(name.local) +
+                       ": expected ServiceDiscovery of the namespace urn:dvb:mhp:2009");
+    else if (path_.back()->hasText)
+        faultOfContent().set(HBBTV_KIT_XML_AIT_INVALID, place,
+                             std::string(path_.back()->name) + ": expected text and no element " +
+                                 quotation(name.local));
+    else if (notes_)
+        notes_->skip(place, quotation(name.local) + " in " + std::string(path_.back()->name));
 }
 
 const KnownElement* DocumentReader::recognise(const XMLName& name) const
@@ -170,6 +210,7 @@ void DocumentReader::beginApplication(const XMLPlace& place)
         return;
     }
     application_ = XMLElement(applicationName, place);
+    mixed_ = XMLFault();
     elements_ = 0;
     open_.push_back(&application_);
 }
@@ -192,21 +233,69 @@ void DocumentReader::keepAttributes(const XMLAttributes& attributes)
     const size_t count = attributes.size();
     for (size_t i = 0; i < count; ++i) {
         const std::string_view name = knownAttribute(attributes.nameOf(i));
-        if (name.empty())
+        if (name.empty()) {
+            noteAttribute(attributes.nameOf(i));
             continue;
+        }
         if (attributes.valueOf(i).size() > longestXMLAITText) {
             fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
                        std::string(name) + ": " + limitText("bytes", longestXMLAITText));
             return;
         }
-        element.attributes.push_back({name, std::string(trimmed(attributes.valueOf(i)))});
+        const std::string_view value = trimmed(attributes.valueOf(i));
+        element.attributes.push_back(
+            {name, std::string(name == typeAttribute ? typeIn(value) : value)});
     }
 }
 
-void DocumentReader::addText(std::string_view text)
+void DocumentReader::noteAttribute(const XMLName& attribute)
 {
-    if (skippedDepth_ > 0 || open_.empty() || !path_.back()->hasText)
+    if (notes_ && !isUsual(attribute))
+        notes_->skip(open_.back()->place, "attribute " + quotation(attribute.local) + " of " +
+                                              std::string(open_.back()->name));
+}
+
+void DocumentReader::beginPrefix(std::string_view prefix, std::string_view space)
+{
+    if (prefixes_.size() == mostXMLAITPrefixes)
+        fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, {}, limitText("prefixes", mostXMLAITPrefixes));
+    prefixes_.push_back({std::string(prefix), isXMLAITName(space)});
+}
+
+/// The name of a type without the prefix of the namespace of XML AITs. That of another namespace
+/// stays, and makes another type of it. Deliberate: one that stands for no namespace is what people
+/// forget, and is taken for ours.
+std::string_view DocumentReader::typeIn(std::string_view qualifiedName) const
+{
+    const size_t colon = qualifiedName.rfind(':');
+    if (colon == std::string_view::npos)
+        return qualifiedName;
+    const std::string_view prefix = qualifiedName.substr(0, colon);
+    const auto declared = std::find_if(prefixes_.rbegin(), prefixes_.rend(),
+                                       [prefix](const Prefix& p) { return p.text == prefix; });
+    const bool isOurs = declared == prefixes_.rend() || declared->isOfXMLAITs;
+    return isOurs ? qualifiedName.substr(colon + 1) : qualifiedName;
+}
+
+/// Where elements are expected.
+void DocumentReader::expectNoText(std::string_view text, const XMLPlace& place)
+{
+    const size_t begin = text.find_first_not_of(whiteSpace);
+    if (begin == std::string_view::npos)
         return;
+    const bool isOnFirstLine = text.substr(0, begin).find('\n') == std::string_view::npos;
+    const auto indent = static_cast<unsigned>(isOnFirstLine ? begin : 0);
+    faultOfContent().set(HBBTV_KIT_XML_AIT_INVALID, {place.line, place.column + indent},
+                         std::string(path_.back()->name) + ": expected elements and no text " +
+                             quotation(trimmed(text)));
+}
+
+void DocumentReader::addText(std::string_view text, const XMLPlace& place)
+{
+    if (skippedDepth_ > 0 || path_.empty())
+        return;
+    if (!path_.back()->hasText)
+        return expectNoText(text, place);
     XMLElement& element = *open_.back();
     if (text.size() > longestXMLAITText - element.text.size())
         fault_.set(HBBTV_KIT_XML_AIT_TOO_LARGE, element.place,
@@ -233,9 +322,25 @@ void DocumentReader::endElement()
 
 void DocumentReader::finishApplication()
 {
-    auto application = readXMLAITApplication(application_, documentUrl_, table_.get(), fault_);
+    auto application =
+        readXMLAITApplication(application_, mixed_, documentUrl_, table_.get(), fault_, notes_);
     if (application && !fault_.isSet())
-        table_->insertAITApplication(application.release());
+        insert(std::move(application));
+}
+
+void DocumentReader::insert(std::unique_ptr<AITApplication> application)
+{
+    for (unsigned i = 0; i < table_->getNumApplications(); ++i) {
+        if (application->sameAITApplication(table_->getAITApplication(i)))
+            fault_.set(HBBTV_KIT_XML_AIT_INVALID, application_.place,
+                       "Application: expected once with orgId " +
+                           std::to_string(application->getOrganisationId()) + " and appId " +
+                           std::to_string(application->getApplicationId()));
+    }
+    if (notes_)
+        notes_->applications.push_back({application->getOrganisationId(),
+                                        application->getApplicationId(), application_.place});
+    table_->insertAITApplication(application.release());
 }
 
 ref_ptr<AIT> DocumentReader::takeTable()
@@ -248,7 +353,8 @@ ref_ptr<AIT> DocumentReader::takeTable()
 
 }  // namespace
 
-ref_ptr<AIT> readXMLAIT(std::string_view document, std::string_view documentUrl, XMLFault& fault)
+ref_ptr<AIT> readXMLAIT(std::string_view document, std::string_view documentUrl, XMLFault& fault,
+                        XMLAITNotes* notes)
 {
     if (document.size() > longestXMLAIT)
         fault.set(HBBTV_KIT_XML_AIT_TOO_LARGE, {}, limitText("bytes of a document", longestXMLAIT));
@@ -257,7 +363,7 @@ ref_ptr<AIT> readXMLAIT(std::string_view document, std::string_view documentUrl,
                   limitText("bytes of a document's URL", longestXMLAITUrl));
     if (fault.isSet())
         return {};
-    DocumentReader reader(documentUrl, fault);
+    DocumentReader reader(documentUrl, fault, notes);
     parseXML(document, reader, fault);
     return reader.takeTable();
 }

@@ -102,6 +102,8 @@ private:
     static void onStartElement(void* self, const char* name, const char** attributes);
     static void onEndElement(void* self, const char* name);
     static void onText(void* self, const char* text, int length);
+    static void onBeginPrefix(void* self, const char* prefix, const char* space);
+    static void onEndPrefix(void* self, const char* prefix);
     static void onDocumentType(void* self, const char* name, const char* systemId,
                                const char* publicId, int hasDeclarations);
 
@@ -128,6 +130,7 @@ Parser::Parser(XMLContent& content, XMLFault& fault) : content_(content), fault_
     XML_SetUserData(expat_.get(), this);
     XML_SetElementHandler(expat_.get(), onStartElement, onEndElement);
     XML_SetCharacterDataHandler(expat_.get(), onText);
+    XML_SetNamespaceDeclHandler(expat_.get(), onBeginPrefix, onEndPrefix);
     XML_SetStartDoctypeDeclHandler(expat_.get(), onDocumentType);
 }
 
@@ -192,8 +195,23 @@ void Parser::onEndElement(void* self, const char* /*name*/)
 void Parser::onText(void* self, const char* text, int length)
 {
     auto* const parser = static_cast<Parser*>(self);
-    parser->handle(
-        [=] { parser->content_.addText(std::string_view(text, static_cast<size_t>(length))); });
+    parser->handle([=] {
+        parser->content_.addText(std::string_view(text, static_cast<size_t>(length)),
+                                 parser->place());
+    });
+}
+
+// The default namespace has no prefix, and may be none.
+void Parser::onBeginPrefix(void* self, const char* prefix, const char* space)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle([=] { parser->content_.beginPrefix(prefix ? prefix : "", space ? space : ""); });
+}
+
+void Parser::onEndPrefix(void* self, const char* /*prefix*/)
+{
+    auto* const parser = static_cast<Parser*>(self);
+    parser->handle([parser] { parser->content_.endPrefix(); });
 }
 
 // What a document declares of itself may grow without bound when it is used, and what it refers to

@@ -41,7 +41,13 @@ public:
     virtual void endElement() = 0;
 
     /// A piece of text inside the innermost element, in one or more calls.
-    virtual void addText(std::string_view text) = 0;
+    virtual void addText(std::string_view text, const XMLPlace& place) = 0;
+
+    /// A prefix stands for a namespace, from the next element on until that has ended. Others
+    /// than those of elements and attributes, which are resolved already, may stand in values.
+    virtual void beginPrefix(std::string_view /*prefix*/, std::string_view /*space*/) {}
+    /// The one that began last ends.
+    virtual void endPrefix() {}
 };
 
 constexpr size_t deepestXMLElement = 32;

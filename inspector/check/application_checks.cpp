@@ -2,18 +2,15 @@
 #include <algorithm>
 #include <set>
 
-#include "foundation/text.h"
+#include "inspector/check/boundary_check.h"
 #include "inspector/check/checks.h"
+#include "inspector/check/web_address.h"
 #include "inspector/decode/descriptors.h"
 #include "inspector/survey/addresses.h"
-#include "security/application_domain.h"
 
 namespace inspector {
 
 namespace {
-
-using VestaHbbTV::ApplicationDomain;
-using VestaHbbTV::startsWith;
 
 constexpr uint64_t applicationTag = 0x00;
 constexpr uint64_t transportTag = 0x02;
@@ -68,12 +65,6 @@ std::string versionOf(const Node& profile)
            std::to_string(profile.numberOf("version_major")) + "." +
            std::to_string(profile.numberOf("version_minor")) + "." +
            std::to_string(profile.numberOf("version_micro"));
-}
-
-/// The scheme and host of a URL, without its path.
-std::string originOf(std::string url)
-{
-    return ApplicationDomain().removePath(url);
 }
 
 /// One application, in the section where it stands.
@@ -162,6 +153,9 @@ private:
             add("application-descriptor-missing", nullptr, "no application_descriptor");
         } else {
             const Node& descriptor = *found.front();
+            if (found.size() > 1)
+                add("application-descriptor-twice", found[1],
+                    std::to_string(found.size()) + " application_descriptors");
             priority_ = descriptor.numberOf("application_priority");
             checkProfiles(descriptor);
             checkLabels(descriptor);
@@ -184,9 +178,11 @@ private:
         const std::list<Node>& profiles = descriptor.listOf("profiles");
         if (profiles.empty())
             add("profile-missing", &descriptor, "no profile");
+        const bool isOneKnown = std::any_of(profiles.begin(), profiles.end(), isProfileKnown);
         for (const Node& profile : profiles) {
             if (!isProfileKnown(profile))
-                add("profile-unknown", &descriptor, versionOf(profile));
+                add(isOneKnown ? "profile-unused" : "profile-unknown", &descriptor,
+                    versionOf(profile));
             else if (!isVersionPublished(profile))
                 add("profile-version", &descriptor, versionOf(profile));
         }
@@ -200,6 +196,7 @@ private:
             add("transport-none", &descriptor, "no transport_protocol_label");
         bool hasHttp = false;
         bool hasOther = false;
+        bool hasUnknown = false;
         for (const uint64_t label : labels_) {
             const Node* const transport = transportOf(label);
             if (!transport) {
@@ -209,8 +206,11 @@ private:
             const uint64_t protocol = transport->numberOf("protocol_id");
             hasHttp = hasHttp || protocol == httpProtocol;
             hasOther = hasOther || protocol == carouselProtocol;
+            hasUnknown = hasUnknown || (protocol != httpProtocol && protocol != carouselProtocol);
             checkTransport(*transport, protocol);
         }
+        if (hasUnknown && !hasHttp && !hasOther)
+            add("transport-unusable", &descriptor, "no transport is the object carousel or HTTP");
         if (isAutostart() && hasHttp && !hasOther)
             add("autostart-http-only", &descriptor, "every transport is HTTP");
     }
@@ -234,17 +234,45 @@ private:
         if (protocol != httpProtocol)
             return;
         const std::list<Node>& urls = transport.listOf("urls");
-        const std::string base = urls.empty() ? "" : urls.front().textOf("URL_base");
-        if (!startsWith(base, "http://") && !startsWith(base, "https://"))
-            add("transport-url", where, "URL_base \"" + base + "\"");
+        checkWebAddress(urls.empty() ? "" : urls.front().textOf("URL_base"), where);
+    }
+
+    /// @param where the transport stands; null where that is another section
+    void checkWebAddress(const std::string& base, const Node* where)
+    {
+        const std::string path = location();
+        if (const std::string problem = problemOfWebBase(base); !problem.empty())
+            add("transport-url", where, "URL_base \"" + base + "\": " + problem);
+        else if (const std::string joint = problemOfJoint(base, path); !joint.empty())
+            add("location-url", nullptr, "\"" + base + "\" and \"" + path + "\": " + joint);
     }
 
     void checkLocation()
     {
-        if (isStarted() && descriptorsOf(descriptors_, locationTag).empty())
+        const auto found = descriptorsOf(descriptors_, locationTag);
+        if (isStarted() && found.empty())
             add("location-missing", nullptr, "no simple_application_location_descriptor");
+        if (found.size() > 1)
+            add("location-twice", found[1], joined(found));
         for (const Address* const address : addresses_)
             checkAddress(*address);
+    }
+
+    static std::string joined(const std::vector<const Node*>& locations)
+    {
+        std::string paths;
+        for (const Node* const location : locations)
+            paths += (paths.empty() ? "\"" : ", \"") + location->textOf("initial_path") + "\"";
+        return paths;
+    }
+
+    /// What follows the base of a transport.
+    std::string location() const
+    {
+        std::string path;
+        for (const Node* const location : descriptorsOf(descriptors_, locationTag))
+            path += location->textOf("initial_path");
+        return path;
     }
 
     void checkAddress(const Address& address)
@@ -267,53 +295,23 @@ private:
 
     void checkBoundary()
     {
-        for (const Node* const descriptor : descriptorsOf(descriptors_, boundaryTag)) {
-            for (const Node& extension : descriptor->listOf("boundary_extensions"))
-                checkExtension(*descriptor, extension.text);
-        }
-        checkPages();
-    }
-
-    void checkExtension(const Node& descriptor, const std::string& extension)
-    {
-        const std::string quoted = "\"" + extension + "\"";
-        if (isOrigin(extension) && !boundary_.addBoundaryExtension(extension))
-            return add("boundary-several-hosts", &descriptor, quoted);
-        extensions_.push_back(extension);
-        if (!isOrigin(extension) && !extension.empty())
-            return add("boundary-not-an-origin", &descriptor, quoted);
-        ApplicationDomain alone;
-        alone.addBoundaryExtension(extension);
-        for (const char* const anyPage : {"http://any.example/", "https://any.example/"}) {
-            if (alone.isWithinBoundaries(anyPage))
-                return add("boundary-opens-everything", &descriptor, quoted);
-        }
-    }
-
-    static bool isOrigin(const std::string& extension)
-    {
-        return startsWith(extension, "http://") || startsWith(extension, "https://") ||
-               startsWith(extension, "dvb://");
-    }
-
-    /// As the application manager does it: the page first, then the extensions.
-    void checkPages()
-    {
+        std::vector<std::string> pages;
         for (const Address* const address : addresses_) {
-            if (address->leadsTo != LeadsTo::Network || extensions_.empty())
-                continue;
-            ApplicationDomain domain;
-            domain.addBoundaryExtension(address->url);
-            bool isInside = false;
-            for (const std::string& extension : extensions_) {
-                isInside = isInside || startsWith(originOf(address->url), originOf(extension));
-                if (isOrigin(extension) && !domain.addBoundaryExtension(extension))
-                    add("boundary-foreign-host", nullptr,
-                        "\"" + extension + "\", the page is " + address->url);
-            }
-            if (!isInside)
-                add("boundary-page-outside", nullptr, address->url);
+            if (!address->url.empty())
+                pages.push_back(address->url);
         }
+        const Node* where = nullptr;
+        const auto report = [this, &where](const char* id, const std::string& detail) {
+            add(id, where, detail);
+        };
+        BoundaryCheck boundary(pages);
+        for (const Node* const descriptor : descriptorsOf(descriptors_, boundaryTag)) {
+            where = descriptor;
+            for (const Node& extension : descriptor->listOf("boundary_extensions"))
+                boundary.add(extension.text, report);
+        }
+        where = nullptr;
+        boundary.finish(report);
     }
 
     const Node& application_;
@@ -325,8 +323,6 @@ private:
     Transports own_;
     std::set<uint64_t> labels_;
     uint64_t priority_ = 0;
-    ApplicationDomain boundary_;           // as the application manager keeps it of the table
-    std::vector<std::string> extensions_;  // that are in it, or would be
 };
 
 /// A table: its applications, and what they share.
@@ -354,14 +350,25 @@ public:
     }
 
 private:
+    Place placeOfCommon(uint8_t number, const Node& descriptor) const
+    {
+        Place place = place_;
+        place.section = number;
+        place.offset = descriptor.place;
+        return place;
+    }
+
     void collectCommon(uint8_t number, const Node& section)
     {
+        for (const Node& descriptor : section.listOf("common_descriptors")) {
+            if (descriptor.find("malformed"))
+                findings_.add("descriptor-malformed", placeOfCommon(number, descriptor),
+                              "common " + descriptor.textOf("descriptor"));
+        }
         for (const Node* const transport :
              descriptorsOf(section.listOf("common_descriptors"), transportTag)) {
             const uint64_t label = transport->numberOf("transport_protocol_label");
-            Place place = place_;
-            place.section = number;
-            place.offset = transport->place;
+            const Place place = placeOfCommon(number, *transport);
             if (common_.emplace(label, transport).second)
                 commonPlaces_.emplace(label, place);
             else
@@ -411,11 +418,16 @@ private:
 }  // namespace
 
 void checkApplications(const Survey& survey, const ServiceSurvey* service,
-                       const TableHistory& history, const Place& place, Findings& findings)
+                       const TableVersion& table, const Place& place, Findings& findings)
 {
-    const TableVersion* const latest = history.latest();
-    if (latest && isTakenByFeed(costOf(*latest)))
-        TableCheck(*latest, addressesOf(survey, service, *latest), place, findings).run();
+    if (isTakenByFeed(costOf(table)))
+        checkApplications(table, addressesOf(survey, service, table), place, findings);
+}
+
+void checkApplications(const TableVersion& table, const std::vector<Address>& addresses,
+                       const Place& place, Findings& findings)
+{
+    TableCheck(table, addresses, place, findings).run();
 }
 
 }  // namespace inspector

@@ -3,6 +3,7 @@
 #define VESTA_INSPECTOR_CHECK_CHECKS_H
 
 #include "inspector/check/finding.h"
+#include "inspector/survey/addresses.h"
 #include "inspector/survey/survey.h"
 
 namespace inspector {
@@ -15,11 +16,15 @@ Findings check(const Survey& survey);
 void checkSections(const Survey& survey, Findings& findings);
 void checkTables(const Survey& survey, Findings& findings);
 void checkServices(const Survey& survey, Findings& findings);
-/// Of a table that the feed takes. @param service null where it is not known @param place of the
-/// table
+/// Of a table that the feed takes. @param service null where it is not known @param table decoded
+/// @param place of the table
 void checkApplications(const Survey& survey, const ServiceSurvey* service,
-                       const TableHistory& history, const Place& place, Findings& findings);
+                       const TableVersion& table, const Place& place, Findings& findings);
+/// Of a table of which that is known already, or whose size is bounded otherwise.
+void checkApplications(const TableVersion& table, const std::vector<Address>& addresses,
+                       const Place& place, Findings& findings);
 void checkCarousels(const Survey& survey, Findings& findings);
+void checkXmlTables(const Survey& survey, Findings& findings);
 /// @}
 
 /// Where an AIT is.

@@ -48,6 +48,8 @@ void addPlace(const Place& place, Node& into)
         into.addNumber("service_id", *place.service);
     if (place.pid)
         into.addHexadecimal("pid", *place.pid);
+    if (!place.file.empty())
+        into.addText("file", place.file);
     if (!place.table.empty())
         into.addText("table", place.table);
     if (place.section)
@@ -56,6 +58,10 @@ void addPlace(const Place& place, Node& into)
         into.addNumber("offset", *place.offset);
     if (!place.application.empty())
         into.addText("application", place.application);
+    if (place.line)
+        into.addNumber("line", *place.line);
+    if (place.column)
+        into.addNumber("column", *place.column);
 }
 
 }  // namespace

@@ -34,14 +34,17 @@ struct FindingKind {
 /// All of them, in the order of the guide.
 const std::vector<FindingKind>& findingKinds();
 
-/// Where something was found; what is not known is left out.
+/// Where something was found; what is not known is left out. Line and column are of an XML AIT.
 struct Place {
     std::optional<uint16_t> service;
     std::optional<uint16_t> pid;
+    std::string file;  ///< its path, of a file of sections
     std::string table;
     std::optional<uint8_t> section;
     std::optional<size_t> offset;  ///< in the section, from table_id
     std::string application;       ///< "a.1"
+    std::optional<unsigned> line;
+    std::optional<unsigned> column;
 };
 
 struct Finding {

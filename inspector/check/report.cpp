@@ -6,8 +6,6 @@
 
 namespace inspector {
 
-namespace {
-
 std::string textOf(const Place& place)
 {
     std::string text;
@@ -18,6 +16,8 @@ std::string textOf(const Place& place)
         add("service " + std::to_string(*place.service));
     if (place.pid)
         add("PID " + hexadecimal(*place.pid, 4));
+    if (!place.file.empty())
+        add(place.file);
     if (!place.table.empty())
         add(place.table);
     if (place.section)
@@ -26,8 +26,14 @@ std::string textOf(const Place& place)
         add("byte " + std::to_string(*place.offset));
     if (!place.application.empty())
         add("application " + place.application);
+    if (place.line)
+        add("line " + std::to_string(*place.line));
+    if (place.column)
+        add("column " + std::to_string(*place.column));
     return text;
 }
+
+namespace {
 
 void print(const Finding& finding, std::ostream& out)
 {

@@ -1,4 +1,7 @@
 // What the kit's guard refuses, and tables that do not become whole or change in odd ways.
+#include <algorithm>
+#include <set>
+
 #include "inspector/check/checks.h"
 #include "inspector/decode/tables.h"
 #include "inspector/survey/addresses.h"
@@ -46,15 +49,13 @@ const char* findingOf(int fault)
     }
 }
 
-constexpr uint8_t unknownTable = 0xFF;
-
 std::string detailOf(const Refusal& refusal)
 {
     const bool isOfDescriptor = refusal.finding.fault == HBBTV_KIT_SECTION_DESCRIPTOR ||
                                 refusal.finding.fault == HBBTV_KIT_SECTION_EMPTY_DESCRIPTOR ||
                                 refusal.finding.fault == HBBTV_KIT_SECTION_NAME;
     std::string detail = counted(refusal.count, "section");
-    if (refusal.tableId != unknownTable)
+    if (refusal.tableId != Refusal::unknownTable)
         detail += " of " + nameOfTable(refusal.tableId);
     if (isOfDescriptor)
         detail += ", descriptor " + hexadecimal(refusal.finding.tag, 2);
@@ -81,26 +82,64 @@ void checkGap(const std::optional<uint64_t>& gap, uint64_t mostMs, const char* f
         findings.add(finding, place, "no section for " + std::to_string(*gap) + " ms");
 }
 
-void checkHistory(const TableHistory& history, uint64_t mostMs, const char* repetition,
-                  const Place& place, Findings& findings)
+/// What is said of a table of a kind.
+struct TableKind {
+    uint64_t mostMs;
+    const char* repetition;
+    const char* incomplete;
+    const char* versionKept;
+    const char* versionAlone;
+};
+
+constexpr TableKind patKind = {500, "repetition-pat", "pat-incomplete", "psi-version-kept",
+                               "psi-version-alone"};
+constexpr TableKind pmtKind = {500, "repetition-pmt", "pmt-sections", "psi-version-kept",
+                               "psi-version-alone"};
+constexpr TableKind sdtKind = {2'000, "repetition-sdt", "sdt-incomplete", "psi-version-kept",
+                               "psi-version-alone"};
+constexpr TableKind aitKind = {10'000, "repetition-ait", "table-incomplete", "version-kept",
+                               "version-alone"};
+
+/// After a section came so often, the others have had their turn, but for lost ones.
+constexpr uint64_t roundsUntilWhole = 3;
+
+/// Whether it would have become whole: a section of it came again and again.
+bool hasComeRound(const TableVersion& table)
 {
-    const TableVersion* const latest = history.latest();
-    if (!latest)
-        return;
-    checkGap(history.longestGap(), mostMs, repetition, place, findings);
-    if (!latest->isWhole())
-        findings.add("table-incomplete", place,
-                     "version " + std::to_string(latest->version) + ": " +
-                         std::to_string(latest->sections.size()) + " of " +
-                         counted(latest->lastSectionNumber + 1U, "section"));
+    return std::any_of(table.sections.begin(), table.sections.end(),
+                       [](const auto& entry) { return entry.second.count >= roundsUntilWhole; });
+}
+
+/// The table that is looked at, and those that followed each other before and after it.
+void checkWholeness(const TableHistory& history, const TableKind& kind, const Place& place,
+                    Findings& findings)
+{
+    std::set<uint8_t> said;
+    for (const TableVersion& table : history.versions()) {
+        const bool isLatest = &table == history.latest();
+        if (table.isWhole() || (!isLatest && !hasComeRound(table)) ||
+            !said.insert(table.version).second)
+            continue;
+        findings.add(kind.incomplete, place,
+                     "version " + std::to_string(table.version) + ": " +
+                         std::to_string(table.sections.size()) + " of " +
+                         counted(table.lastSectionNumber + 1U, "section"));
+    }
+}
+
+void checkHistory(const TableHistory& history, const TableKind& kind, const Place& place,
+                  Findings& findings)
+{
+    checkGap(history.longestGap(), kind.mostMs, kind.repetition, place, findings);
+    checkWholeness(history, kind, place, findings);
     if (const std::optional<uint8_t> number = history.changedWithinVersion()) {
         Place changed = place;
         changed.section = *number;
-        findings.add("version-kept", changed,
+        findings.add(kind.versionKept, changed,
                      "section " + std::to_string(*number) + " changed within a version");
     }
     if (history.isVersionAloneChanged())
-        findings.add("version-alone", place, "two versions that follow each other are alike");
+        findings.add(kind.versionAlone, place, "two versions that follow each other are alike");
 }
 
 Place placeOfTable(uint8_t tableId, uint16_t pid, std::optional<uint16_t> service = std::nullopt)
@@ -128,41 +167,48 @@ void checkEvents(const Survey& survey, Findings& findings)
 void checkSections(const Survey& survey, Findings& findings)
 {
     for (const Refusal& refusal : survey.refusals) {
-        const char* const finding = findingOf(refusal.finding.fault);
+        const bool isTestBeside =
+            refusal.finding.fault == HBBTV_KIT_SECTION_TEST &&
+            survey.isInForce({refusal.source, receiver::hbbtvApplicationType});
+        const char* const finding =
+            isTestBeside ? "section-test-beside" : findingOf(refusal.finding.fault);
         if (!finding)
             continue;
         Place place;
-        place.pid = refusal.pid;
-        if (refusal.tableId != unknownTable) {
+        place.service = survey.serviceOf(refusal.source);
+        place.pid = refusal.source.pid;
+        place.file = refusal.source.file;
+        if (refusal.tableId != Refusal::unknownTable) {
             place.table = nameOfTable(refusal.tableId);
             place.section = refusal.sectionNumber;
             place.offset = refusal.finding.offset;
         }
+        if (const auto& id = refusal.finding.application)
+            place.application = nameOfApplication(id->first, id->second);
         findings.add(finding, place, detailOf(refusal));
     }
 }
 
 void checkTables(const Survey& survey, Findings& findings)
 {
-    constexpr uint64_t mostPsiMs = 500;
-    constexpr uint64_t mostSdtMs = 2'000;
-    constexpr uint64_t mostAitMs = 10'000;
     constexpr uint16_t patPid = 0x0000;
     constexpr uint16_t sdtPid = 0x0011;
     for (const auto& [id, history] : survey.pats)
-        checkHistory(history, mostPsiMs, "repetition-pat", placeOfTable(patTable, patPid),
-                     findings);
+        checkHistory(history, patKind, placeOfTable(patTable, patPid), findings);
     for (const auto& [id, history] : survey.sdts)
-        checkHistory(history, mostSdtMs, "repetition-sdt", placeOfTable(sdtTable, sdtPid),
-                     findings);
+        checkHistory(history, sdtKind, placeOfTable(sdtTable, sdtPid), findings);
     for (const auto& [id, service] : survey.services) {
         Place place = placeOfTable(pmtTable, 0, id);
         place.pid = service.service ? std::optional(service.service->pmtPid) : std::nullopt;
-        checkHistory(service.pmt, mostPsiMs, "repetition-pmt", place, findings);
+        checkHistory(service.pmt, pmtKind, place, findings);
     }
     for (const auto& [key, history] : survey.aits) {
-        const Place place = placeOf(key, std::nullopt);
-        checkHistory(history, mostAitMs, "repetition-ait", place, findings);
+        const Place place = placeOf(key, survey.serviceOf(key.first));
+        checkHistory(history, aitKind, place, findings);
+        if (history.changesAtOnce() > TableHistory::mostChanges)
+            findings.add("table-flapping", place,
+                         std::to_string(history.changesAtOnce()) + " changes within " +
+                             std::to_string(TableHistory::changesWithinMs) + " ms");
         if (const TableVersion* const latest = history.latest())
             checkLimits(*latest, place, findings);
     }

@@ -16,6 +16,7 @@ constexpr uint8_t carouselStreamType = 0x0B;
 
 /// After so long something has come that comes at all: the longest intervals that the standards
 /// allow, and something more.
+constexpr uint64_t untilPatMs = 1'000;
 constexpr uint64_t untilPmtMs = 1'000;
 constexpr uint64_t untilSdtMs = 2'500;
 constexpr uint64_t untilPresentFollowingMs = 2'500;
@@ -63,8 +64,8 @@ void checkAitStream(const Survey& survey, const StreamDescription& stream, const
     }
     const TableVersion* const latest = table->second.latest();
     if (!isNamed)
-        findings.add("pmt-ait-types", pmt,
-                     onPid(stream.pid) + " carries an AIT of type 0x0010, which is not named");
+        findings.add(stream.applicationTypes.empty() ? "pmt-ait-types" : "pmt-ait-type-unnamed",
+                     pmt, onPid(stream.pid) + " carries an AIT of type 0x0010, which is not named");
     else if (latest && latest->version != named->aitVersion)
         findings.add("pmt-ait-version", pmt,
                      onPid(stream.pid) + ": the PMT says " + std::to_string(named->aitVersion) +
@@ -93,17 +94,20 @@ void checkStreams(const Survey& survey, const ServiceSurvey& service, const Plac
 
 void checkTypesAndPids(const Tables& tables, const Place& pmt, Findings& findings)
 {
-    std::map<uint16_t, std::set<std::optional<uint16_t>>> pids;
-    for (const auto* const entry : tables)
-        pids[entry->first.second].insert(entry->first.first);
+    std::map<uint16_t, std::set<SectionSource>> pids;
+    for (const auto* const entry : tables) {
+        std::set<SectionSource>& ofType = pids[entry->first.second];
+        if (entry->first.first.pid)
+            ofType.insert(entry->first.first);
+    }
     const auto hbbtv = pids.find(hbbtvApplicationType);
     if (hbbtv != pids.end() && hbbtv->second.size() > 1)
         findings.add("ait-several-pids", pmt, counted(hbbtv->second.size(), "PID"));
     for (const auto& [type, places] : pids) {
         if (type != hbbtvApplicationType)
             findings.add("ait-several-types", pmt,
-                         "an AIT of type " + hexadecimal(type, 4) + " on " +
-                             counted(places.size(), "PID"));
+                         "an AIT of type " + hexadecimal(type, 4) +
+                             (places.empty() ? "" : " on " + counted(places.size(), "PID")));
     }
 }
 
@@ -124,7 +128,7 @@ void checkMalformed(const TableHistory& history, const Place& pmt, Findings& fin
 bool hasLooseTable(const Tables& tables)
 {
     return std::any_of(tables.begin(), tables.end(),
-                       [](const auto* entry) { return !entry->first.first; });
+                       [](const auto* entry) { return !entry->first.first.pid; });
 }
 
 void checkService(const Survey& survey, uint16_t id, const ServiceSurvey& service,
@@ -157,6 +161,18 @@ void checkUnlisted(const Survey& survey, Findings& findings)
     }
 }
 
+/// Without a PAT nothing else can be found. A stream without a clock does not tell how long it is.
+void checkAssociation(const Survey& survey, Findings& findings)
+{
+    if (!survey.statistics || !survey.pats.empty() ||
+        (survey.streamMs && !survey.hasLasted(untilPatMs)))
+        return;
+    Place place;
+    place.pid = 0x0000;
+    place.table = nameOfTable(patTable);
+    findings.add("pat-missing", place, "no PAT came");
+}
+
 /// The services of an SDT by their ids.
 std::map<uint16_t, std::pair<const Node*, uint8_t>> servicesOf(const TableVersion& sdt)
 {
@@ -166,6 +182,14 @@ std::map<uint16_t, std::pair<const Node*, uint8_t>> servicesOf(const TableVersio
             services[static_cast<uint16_t>(service.numberOf("service_id"))] = {&service, number};
     }
     return services;
+}
+
+Place placeOfSdt()
+{
+    Place place;
+    place.pid = 0x0011;
+    place.table = nameOfTable(sdtTable);
+    return place;
 }
 
 /// @param canBeMissed whether it has to have come by now, where there is one
@@ -182,10 +206,8 @@ void checkEitFlag(const Node& service, const char* flag, bool isThere, bool canB
 void checkDescription(const Survey& survey, uint16_t id, const TableVersion& sdt,
                       Findings& findings)
 {
-    Place place;
+    Place place = placeOfSdt();
     place.service = id;
-    place.pid = 0x0011;
-    place.table = nameOfTable(sdtTable);
     const auto services = servicesOf(sdt);
     const auto found = services.find(id);
     if (found == services.end()) {
@@ -219,18 +241,21 @@ void checkDescriptions(const Survey& survey, Findings& findings)
         if (latest && latest->isWhole())
             checkDescription(survey, id, *latest, findings);
     }
-    if (survey.sdts.empty() && !survey.services.empty() && survey.hasLasted(untilSdtMs)) {
-        Place place;
-        place.pid = 0x0011;
-        place.table = nameOfTable(sdtTable);
-        findings.add("sdt-missing", place, "no SDT of the actual stream came");
+    for (const auto& [id, sdt] : survey.sdts) {
+        if (!survey.pats.empty() && survey.pats.count(id) == 0)
+            findings.add("sdt-transport-stream", placeOfSdt(),
+                         "transport_stream_id " + hexadecimal(id, 4) + ", in the PAT " +
+                             hexadecimal(survey.pats.begin()->first, 4));
     }
+    if (survey.sdts.empty() && !survey.services.empty() && survey.hasLasted(untilSdtMs))
+        findings.add("sdt-missing", placeOfSdt(), "no SDT of the actual stream came");
 }
 
 }  // namespace
 
 void checkServices(const Survey& survey, Findings& findings)
 {
+    checkAssociation(survey, findings);
     for (const auto& [id, service] : survey.services)
         checkService(survey, id, service, findings);
     checkUnlisted(survey, findings);

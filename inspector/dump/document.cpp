@@ -22,20 +22,22 @@ void addNumberOrUnknown(Node& into, const char* name, const std::optional<uint64
         into.addUnknown(name);
 }
 
-void addPid(Node& into, const std::optional<uint16_t>& pid)
+void addSource(Node& into, const SectionSource& source)
 {
-    if (pid)
-        into.addHexadecimal("pid", *pid).quiet();
+    if (source.pid)
+        into.addHexadecimal("pid", *source.pid).quiet();
     else
         into.addUnknown("pid").quiet();
+    if (!source.file.empty())
+        into.addText("file", source.file);
 }
 
-std::string titleOf(const std::string& table, const std::optional<uint16_t>& pid,
+std::string titleOf(const std::string& table, const SectionSource& source,
                     const TableVersion& latest)
 {
     std::string title = table;
-    if (pid)
-        title += " on PID " + hexadecimal(*pid, 4);
+    if (source.pid)
+        title += " on PID " + hexadecimal(*source.pid, 4);
     title += ", version " + std::to_string(latest.version);
     return latest.isWhole() ? title
                             : title + ": " + std::to_string(latest.sections.size()) + " of " +
@@ -55,11 +57,11 @@ struct Described {
 
 /// What came of a table, and its newest version.
 /// @param describedAt the service where its sections stand, if it is another one
-void fillTable(Node& node, const std::string& name, const std::optional<uint16_t>& pid,
+void fillTable(Node& node, const std::string& name, const SectionSource& source,
                const TableHistory& history, std::optional<uint16_t> describedAt = std::nullopt)
 {
     const TableVersion* const latest = history.latest();
-    addPid(node, pid);
+    addSource(node, source);
     node.addNumber("sections_received", history.sections());
     node.addNumber("changes", history.changes());
     if (const std::optional<uint64_t> gap = history.longestGap())
@@ -68,7 +70,7 @@ void fillTable(Node& node, const std::string& name, const std::optional<uint16_t
         node.addUnknown("longest_gap_ms").quiet();
     if (!latest)
         return;
-    node.title = titleOf(name, pid, *latest);
+    node.title = titleOf(name, source, *latest);
     node.addNumber("version_number", latest->version).quiet();
     node.addFlag("whole", latest->isWhole()).quiet();
     if (describedAt) {
@@ -86,7 +88,7 @@ void addTables(Node& into, const char* listName, const char* title, uint16_t pid
     Node& list = into.addList(listName);
     for (const auto& [id, history] : histories)
         fillTable(list.addObject("", title), title,
-                  history.empty() ? std::nullopt : std::optional(pid), history);
+                  history.empty() ? SectionSource(std::nullopt) : SectionSource(pid), history);
 }
 
 void addStream(const Survey& survey, Node& root)
@@ -105,6 +107,7 @@ void addStream(const Survey& survey, Node& root)
     stream.addNumber("damaged_packets", counts.damagedPackets);
     stream.addNumber("sections", counts.sections);
     stream.addNumber("crc_errors", counts.crcErrors);
+    stream.addNumber("cut_sections", counts.cutSections);
     stream.addNumber("sync_losses", counts.syncLosses);
     stream.addNumber("skipped_bytes", counts.skippedBytes);
 }
@@ -134,6 +137,20 @@ void addAddresses(const std::vector<Address>& addresses, Node& table, Described&
     }
 }
 
+/// What stands beside the table and is not in force.
+void addRefused(const Survey& survey, const AITKey& key, Node& table)
+{
+    const auto refused = survey.refusedAits.find(key);
+    if (refused == survey.refusedAits.end() || !refused->second.latest())
+        return;
+    const TableVersion& latest = *refused->second.latest();
+    Node& list = table.addList("refused_sections");
+    for (const auto& [number, section] : latest.sections) {
+        list.children.push_back(section.tree);
+        list.children.back().title += ", refused";
+    }
+}
+
 /// @param service null where it is not known @param id its own
 void addAits(const Survey& survey, const ServiceSurvey* service, uint16_t id,
              const std::vector<const std::pair<const AITKey, TableHistory>*>& tables, Node& into,
@@ -150,6 +167,8 @@ void addAits(const Survey& survey, const ServiceSurvey* service, uint16_t id,
                   key.first, history, isNew ? std::nullopt : std::optional(known->second));
         if (const TableVersion* const latest = history.latest())
             addAddresses(addressesOf(survey, service, *latest), table, described);
+        if (isNew)
+            addRefused(survey, key, table);
     }
 }
 
@@ -277,7 +296,8 @@ void addService(const Survey& survey, uint16_t id, const ServiceSurvey& service,
         node.addUnknown("pmt");
     else
         fillTable(node.addObject("pmt"), "PMT",
-                  service.service ? std::optional(service.service->pmtPid) : std::nullopt,
+                  service.service ? SectionSource(service.service->pmtPid)
+                                  : SectionSource(std::nullopt),
                   service.pmt);
     addAits(survey, &service, id, survey.tablesOf(service), node, described);
     addCarousels(service.carousels.get(), id, node, described);

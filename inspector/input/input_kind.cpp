@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <utility>
 
 #include "foundation/text.h"
+#include "inspector/input/hexadecimal_text.h"
 #include "kit/ait_section.h"
 #include "kit/crc32.h"
 
@@ -14,31 +14,32 @@ namespace {
 
 constexpr char syncByte = 0x47;
 
-/// Whether packets of this size, one after the other, begin at the offset: three of them, or as
-/// many as there are.
-bool packetsBeginAt(std::string_view head, size_t offset, size_t distance)
+/// Whether packets of this size, one after the other, begin at the offset: as many as there are,
+/// two at the least, and three after what is left of another one.
+bool packetsBeginAt(std::string_view head, size_t offset, size_t distance, bool isCut)
 {
-    const size_t end = std::min(head.size(), offset + 2 * distance + 1);
-    for (size_t at = offset; at < end; at += distance) {
+    const size_t least = isCut ? 3 : 2;
+    for (size_t at = offset; at < head.size(); at += distance) {
         if (head[at] != syncByte)
             return false;
     }
-    return head.size() > offset + distance;
+    return head.size() > offset + (least - 1) * distance;
 }
 
 /// Packets of 188 bytes, of 204, and of 192 with the time before each; the first may be cut.
 bool looksLikeTransportStream(std::string_view head)
 {
+    constexpr size_t timeSize = 4;
     for (const size_t distance : {size_t{188}, size_t{192}, size_t{204}}) {
         for (size_t offset = 0; offset < distance; ++offset) {
-            if (packetsBeginAt(head, offset, distance))
+            if (packetsBeginAt(head, offset, distance, offset > timeSize))
                 return true;
         }
     }
     return false;
 }
 
-bool looksLikeXml(std::string_view head)
+bool beginsLikeXml(std::string_view head)
 {
     for (const std::string_view mark : {"\xEF\xBB\xBF", "\xFE\xFF", "\xFF\xFE"}) {
         if (VestaHbbTV::startsWith(head, mark))
@@ -52,14 +53,26 @@ bool looksLikeXml(std::string_view head)
     return false;
 }
 
-/// Whether it begins with a section that is right, or with one of an AIT, which need not be.
-bool looksLikeSections(std::string_view head)
+/// Whether there is nothing that no text has. In packets there is.
+bool isText(std::string_view head)
+{
+    return std::none_of(head.begin(), head.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < 0x20 && std::isspace(byte) == 0;
+    });
+}
+
+bool beginsWithRightSection(std::string_view head)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(head.data());
-    if (!head.empty() && bytes[0] == VestaHbbTV::AITLayout::tableId)
-        return true;
     const size_t size = VestaHbbTV::sectionSize(bytes, head.size());
     return size != 0 && VestaHbbTV::crc32(bytes, size) == 0;
+}
+
+/// Of an AIT, which need not be right.
+bool beginsLikeAit(std::string_view head)
+{
+    return !head.empty() && static_cast<unsigned char>(head[0]) == VestaHbbTV::AITLayout::tableId;
 }
 
 /// Whether it may be the beginning of a hexadecimal text.
@@ -89,41 +102,21 @@ std::string nameOf(InputKind kind)
     return "transport stream";
 }
 
+// What is right in itself comes first: a sync byte may be anywhere in it. What only begins like a
+// document comes after packets, the first of which may be cut anywhere.
 InputKind kindOf(std::string_view head, bool isWhole)
 {
-    if (looksLikeTransportStream(head))
-        return InputKind::TransportStream;
-    if (looksLikeXml(head))
+    if (beginsLikeXml(head) && isText(head))
         return InputKind::Xml;
     if (looksLikeHexadecimalText(head, isWhole))
         return InputKind::HexadecimalText;
-    return looksLikeSections(head) ? InputKind::Sections : InputKind::TransportStream;
-}
-
-std::optional<std::string> bytesOfHexadecimalText(std::string_view text)
-{
-    std::string bytes;
-    size_t at = 0;
-    while (at < text.size()) {
-        const char character = text[at];
-        const std::string_view rest = text.substr(at);
-        if (character == '#') {
-            at += std::min(rest.find('\n'), rest.size());
-        } else if (std::isspace(static_cast<unsigned char>(character)) != 0 || character == ',' ||
-                   character == ':') {
-            ++at;
-        } else if (VestaHbbTV::startsWith(rest, "0x") || VestaHbbTV::startsWith(rest, "0X")) {
-            at += 2;
-        } else {
-            const int upper = VestaHbbTV::hexadecimalDigit(character);
-            const int lower = rest.size() > 1 ? VestaHbbTV::hexadecimalDigit(rest[1]) : -1;
-            if (upper < 0 || lower < 0)
-                return std::nullopt;
-            bytes += static_cast<char>(upper * 16 + lower);
-            at += 2;
-        }
-    }
-    return bytes.empty() ? std::nullopt : std::optional(std::move(bytes));
+    if (beginsWithRightSection(head))
+        return InputKind::Sections;
+    if (looksLikeTransportStream(head))
+        return InputKind::TransportStream;
+    if (beginsLikeXml(head))
+        return InputKind::Xml;
+    return beginsLikeAit(head) ? InputKind::Sections : InputKind::TransportStream;
 }
 
 }  // namespace inspector

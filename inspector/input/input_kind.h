@@ -2,7 +2,6 @@
 #ifndef VESTA_INSPECTOR_INPUT_INPUT_KIND_H
 #define VESTA_INSPECTOR_INPUT_INPUT_KIND_H
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,11 +17,6 @@ constexpr size_t decidingBytes = 4096;
 
 /// @param head the first bytes @param isWhole whether there are no others
 InputKind kindOf(std::string_view head, bool isWhole);
-
-/// The bytes that a text writes in hexadecimal: two digits each, with "0x" before it or not,
-/// between blanks, commas or colons or none; what follows "#" in a line is no part of it.
-/// @return nothing where there is anything else, or no byte
-std::optional<std::string> bytesOfHexadecimalText(std::string_view text);
 
 }  // namespace inspector
 

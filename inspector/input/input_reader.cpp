@@ -5,6 +5,8 @@
 #include <thread>
 #include <utility>
 
+#include "inspector/decode/tables.h"
+#include "inspector/input/hexadecimal_text.h"
 #include "inspector/input/input_kind.h"
 #include "inspector/input/xml_tree.h"
 #include "kit/xml_ait_document.h"
@@ -163,17 +165,25 @@ std::string InputReader::takeDocument(const std::string& path, const std::string
         const std::optional<std::string> sections = bytesOfHexadecimalText(bytes);
         if (!sections)
             return path + ": not hexadecimal text to its end";
-        takeSections(*sections);
+        takeSections(path, *sections);
         return "";
     }
     default:
-        takeSections(bytes);
+        takeSections(path, bytes);
         return "";
     }
 }
 
-void InputReader::takeSections(const std::string& bytes)
+/// Not the PMT of another service than the one that is looked at.
+bool InputReader::isWanted(const SectionBytes& section) const
 {
+    return !options_.service || section[0] != pmtTable ||
+           receiver::readSectionHeader(section).tableIdExtension == *options_.service;
+}
+
+void InputReader::takeSections(const std::string& path, const std::string& bytes)
+{
+    const SectionSource source(std::nullopt, path);
     const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
     for (size_t at = 0; at < bytes.size();) {
         if (data[at] == stuffingByte) {
@@ -182,10 +192,16 @@ void InputReader::takeSections(const std::string& bytes)
         }
         const size_t size = VestaHbbTV::sectionSize(data + at, bytes.size() - at);
         const size_t taken = size == 0 ? bytes.size() - at : size;
+        const SectionBytes section(data + at, data + at + taken);
         if (size == 0)
-            survey_.refuse(std::nullopt, {HBBTV_KIT_SECTION_INCOMPLETE, 1, 0}, data[at], 0, 1);
+            survey_.refuse({source,
+                            {{HBBTV_KIT_SECTION_INCOMPLETE, 1, 0}, std::nullopt},
+                            section[0],
+                            std::nullopt});
+        else if (isWanted(section))
+            survey_.take(source, section, std::nullopt);
         else
-            survey_.take(std::nullopt, SectionBytes(data + at, data + at + taken), std::nullopt);
+            ++survey_.pmtsNotWanted;
         at += taken;
     }
 }
@@ -195,7 +211,7 @@ void InputReader::takeXml(const std::string& path, const std::string& document)
     XmlTable table;
     table.path = path;
     VestaHbbTV::XMLFault fault;
-    const auto ait = VestaHbbTV::readXMLAIT(document, options_.documentUrl, fault);
+    const auto ait = VestaHbbTV::readXMLAIT(document, options_.documentUrl, fault, &table.notes);
     table.status = fault.getStatus();
     table.line = fault.getPlace().line;
     table.column = fault.getPlace().column;

@@ -49,7 +49,8 @@ private:
     std::string readStream(receiver::StreamInput& input, const std::string& head);
     std::string readDocument(receiver::StreamInput& input, std::string bytes, bool isWhole);
     std::string takeDocument(const std::string& path, const std::string& bytes);
-    void takeSections(const std::string& bytes);
+    void takeSections(const std::string& path, const std::string& bytes);
+    bool isWanted(const SectionBytes& section) const;
     void takeXml(const std::string& path, const std::string& document);
 
     Survey& survey_;

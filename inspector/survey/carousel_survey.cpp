@@ -14,6 +14,16 @@ constexpr uint8_t dataMessagesTable = 0x3C;
 constexpr uint8_t streamDescriptorTable = 0x3D;
 constexpr uint8_t streamDescriptorType = 0x0C;  // of a stream: ISO/IEC 13818-1, table 2-34
 
+/// What was counted of another version is of no use.
+void beginVersion(CarouselSurvey::BlockTally& counts, uint8_t version)
+{
+    CarouselSurvey::BlockTally fresh;
+    fresh.version = version;
+    fresh.allBlocks = counts.allBlocks;
+    fresh.pid = counts.pid;
+    counts = fresh;
+}
+
 }  // namespace
 
 CarouselSurvey::CarouselSurvey(const CarouselLimits& limits) : carousels_(limits, log_)
@@ -39,6 +49,8 @@ void CarouselSurvey::feed(uint16_t pid, const SectionBytes& section)
         return;
     if (tableId == dataMessagesTable)
         tally(pid, section);
+    else
+        tallyList(pid, section);
     carousels_.feed(pid, section);
 }
 
@@ -48,20 +60,62 @@ void CarouselSurvey::tally(uint16_t pid, const SectionBytes& section)
     const auto block = message ? readDataBlock(*message) : std::nullopt;
     if (!block)
         return;
-    const ModuleKey key(block->downloadId, block->moduleId);
-    auto known = tallies_.find(key);
-    if (known == tallies_.end()) {
-        if (tallies_.size() == mostTallies)
-            return;
-        known = tallies_.emplace(key, BlockTally()).first;
-    }
-    BlockTally& counts = known->second;
-    if (counts.lastVersion != block->moduleVersion)
-        counts.highestNumber = 0;
-    ++counts.blocks;
+    BlockTally* const known = tallyOf({block->downloadId, block->moduleId});
+    if (!known)
+        return;
+    BlockTally& counts = *known;
+    ++counts.allBlocks;
     counts.pid = pid;
-    counts.lastVersion = block->moduleVersion;
-    counts.highestNumber = std::max(counts.highestNumber, block->blockNumber);
+    if (counts.version != block->moduleVersion && !counts.isAnnounced)
+        beginVersion(counts, block->moduleVersion);
+    if (counts.version == block->moduleVersion) {
+        ++counts.blocks;
+        counts.highestNumber = std::max(counts.highestNumber, block->blockNumber);
+    } else {
+        ++counts.otherBlocks;
+        counts.otherVersion = block->moduleVersion;
+    }
+}
+
+void CarouselSurvey::tallyList(uint16_t pid, const SectionBytes& section)
+{
+    const auto message = openDownloadSection(section.data(), section.size());
+    if (!message || message->kind != DownloadMessageKind::InfoIndication)
+        return;
+    ++lists_;
+    const std::pair<uint16_t, uint32_t> key(pid, message->id);
+    const auto known = lastLists_.find(key);
+    if (known != lastLists_.end() && known->second == section)
+        return;
+    const auto list = readInfoIndication(*message);
+    if (!list)
+        return;
+    if (known == lastLists_.end() && lastLists_.size() == mostLists)
+        lastLists_.clear();
+    lastLists_[key] = section;
+    for (const ModuleAnnouncement& module : list->modules)
+        announce(list->downloadId, module);
+}
+
+void CarouselSurvey::announce(uint32_t downloadId, const ModuleAnnouncement& module)
+{
+    BlockTally* const counts = tallyOf({downloadId, module.moduleId});
+    if (!counts)
+        return;
+    if (counts->version != module.version)
+        beginVersion(*counts, module.version);
+    if (!counts->isAnnounced)
+        counts->announcedAt = lists_;
+    counts->isAnnounced = true;
+}
+
+/// @return null where there are too many
+CarouselSurvey::BlockTally* CarouselSurvey::tallyOf(const ModuleKey& key)
+{
+    const auto known = tallies_.find(key);
+    if (known != tallies_.end())
+        return &known->second;
+    return tallies_.size() == mostTallies ? nullptr : &tallies_[key];
 }
 
 void CarouselSurvey::takeEvent(uint16_t pid, const SectionBytes& section)

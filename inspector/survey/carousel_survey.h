@@ -19,6 +19,7 @@ namespace inspector {
 class CarouselSurvey {
 public:
     static constexpr size_t mostTallies = 8192;
+    static constexpr size_t mostLists = 256;
     static constexpr size_t mostEvents = 256;
 
     explicit CarouselSurvey(const receiver::CarouselLimits& limits);
@@ -33,15 +34,23 @@ public:
     /// @param section with a correct CRC_32, of one of these PIDs
     void feed(uint16_t pid, const receiver::SectionBytes& section);
 
-    /// What came of a module's blocks.
+    /// What came of a module's blocks since the version that counts is the one that it is: what the
+    /// last list announced, or before there is a list, that of the last block.
     struct BlockTally {
-        uint64_t blocks = 0;
-        uint8_t lastVersion = 0;
-        uint16_t highestNumber = 0;  ///< of that version
-        uint16_t pid = 0;
+        uint8_t version = 0;
+        bool isAnnounced = false;
+        uint64_t announcedAt = 0;    ///< how many lists there had been
+        uint64_t allBlocks = 0;      ///< of all versions, ever
+        uint64_t blocks = 0;         ///< of the version that counts
+        uint16_t highestNumber = 0;  ///< of those
+        uint64_t otherBlocks = 0;
+        uint8_t otherVersion = 0;  ///< of the last of those
+        uint16_t pid = 0;          ///< of the last block; 0 where none came
     };
     using ModuleKey = std::pair<uint32_t, uint16_t>;  ///< download id and module id
     const std::map<ModuleKey, BlockTally>& tallies() const { return tallies_; }
+    /// How many lists of modules (DIIs) came, repetitions among them.
+    uint64_t lists() const { return lists_; }
 
     struct HeardEvent {
         uint16_t pid = 0;
@@ -55,6 +64,9 @@ public:
 
 private:
     void tally(uint16_t pid, const receiver::SectionBytes& section);
+    void tallyList(uint16_t pid, const receiver::SectionBytes& section);
+    void announce(uint32_t downloadId, const receiver::ModuleAnnouncement& module);
+    BlockTally* tallyOf(const ModuleKey& key);
     void takeEvent(uint16_t pid, const receiver::SectionBytes& section);
 
     std::ostream nowhere_{nullptr};
@@ -62,6 +74,9 @@ private:
     receiver::ServiceCarousels carousels_;
     std::set<uint16_t> pids_;
     std::map<ModuleKey, BlockTally> tallies_;
+    // By PID and transaction, to tell news from repetitions.
+    std::map<std::pair<uint16_t, uint32_t>, receiver::SectionBytes> lastLists_;
+    uint64_t lists_ = 0;
     std::map<uint16_t, receiver::StreamEventSections> eventSections_;  // by PID
     std::vector<HeardEvent> events_;
     uint64_t eventsLeftOut_ = 0;

@@ -2,6 +2,9 @@
 #ifndef VESTA_INSPECTOR_SURVEY_SECTION_GUARD_H
 #define VESTA_INSPECTOR_SURVEY_SECTION_GUARD_H
 
+#include <cstdint>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "kit/ait_section.h"
@@ -9,10 +12,18 @@
 
 namespace inspector {
 
+/// organisation_id and application_id
+using ApplicationId = std::pair<uint32_t, uint16_t>;
+
+struct GuardFinding : VestaHbbTV::SectionFinding {
+    std::optional<ApplicationId> application;  ///< in which it is
+};
+
 /// @param section as it came
 /// @return all reasons for which the feed, or the application manager without it, refuses the
-///         section; of those that end the look at it, the first
-std::vector<VestaHbbTV::SectionFinding> guard(const receiver::SectionBytes& section);
+///         section: of those that end the look at it the first, and of descriptors that are empty
+///         the first of each application
+std::vector<GuardFinding> guard(const receiver::SectionBytes& section);
 
 }  // namespace inspector
 

@@ -7,6 +7,7 @@
 
 #include "foundation/byte_reader.h"
 #include "inspector/decode/tables.h"
+#include "kit/crc32.h"
 
 namespace inspector {
 
@@ -46,22 +47,60 @@ std::vector<StreamDescription> carouselStreams(const ProgramMap& map)
     return streams;
 }
 
-/// Whether the packet begins with an AIT: payload unit start, no adaptation field, pointer 0. A PES
-/// packet does not begin like that.
+/// Whether one of the sections that begin in a payload is of an AIT. A PES packet looks like one
+/// section that does not end there.
+bool hasAit(VestaHbbTV::ByteReader payload)
+{
+    constexpr uint8_t stuffing = 0xFF;
+    payload.skip(payload.u8());  // pointer_field
+    while (!payload.empty() && payload.peek() != stuffing) {
+        VestaHbbTV::ByteReader section = payload;
+        const uint8_t tableId = section.u8();
+        const uint16_t lengthWord = section.u16();
+        const uint16_t length = lengthWord & 0x0FFF;
+        if (tableId == aitTable && (lengthWord & 0x8000) != 0 && length <= 1021 &&
+            section.u16() == hbbtvApplicationType)
+            return true;
+        payload.skip(VestaHbbTV::AITLayout::headerSize + length);
+    }
+    return false;
+}
+
+/// The PID of a packet in which an AIT begins.
 std::optional<uint16_t> pidOfAitIn(const unsigned char* packet)
 {
     VestaHbbTV::ByteReader reader(packet, PacketFramer::packetSize);
     reader.skip(1);
     const uint16_t flagsAndPid = reader.u16();
     const uint8_t control = reader.u8();
-    const bool startsSection = (flagsAndPid & 0xC000) == 0x4000 && (control & 0xF0) == 0x10;
-    if (!startsSection || reader.u8() != 0 || reader.u8() != aitTable)
+    const bool startsSection = (flagsAndPid & 0xC000) == 0x4000 && (control & 0xD0) == 0x10;
+    if (!startsSection)
         return std::nullopt;
-    const uint16_t lengthWord = reader.u16();
-    const uint16_t type = reader.u16();
-    const bool isAit =
-        (lengthWord & 0x8000) != 0 && (lengthWord & 0x0FFF) <= 1021 && type == hbbtvApplicationType;
-    return isAit ? std::optional<uint16_t>(flagsAndPid & 0x1FFF) : std::nullopt;
+    if ((control & 0x20) != 0)
+        reader.skip(reader.u8());  // the adaptation field
+    return hasAit(reader) ? std::optional<uint16_t>(flagsAndPid & 0x1FFF) : std::nullopt;
+}
+
+/// Bytes up to last_section_number.
+constexpr size_t wholeHeader = 8;
+
+/// Where the CRC_32 of a section is; 0 where its length did not come.
+size_t checksumPlace(const SectionBytes& header)
+{
+    VestaHbbTV::ByteReader reader(header.data(), header.size());
+    reader.skip(1);
+    const size_t end = VestaHbbTV::AITLayout::headerSize + reader.length12();
+    return reader.ok() && end >= VestaHbbTV::checksumSize ? end - VestaHbbTV::checksumSize : 0;
+}
+
+/// What is wrong with a section on a PID of AITs that has no CRC_32.
+GuardFinding faultOfUnchecked(const SectionBytes& header)
+{
+    VestaHbbTV::ByteReader reader(header.data(), header.size());
+    if (reader.u8() != aitTable)
+        return {{HBBTV_KIT_SECTION_NOT_AIT, 0, 0}, std::nullopt};
+    const bool hasSyntax = (reader.u16() & 0x8000) != 0;
+    return {{hasSyntax ? HBBTV_KIT_SECTION_LENGTH : HBBTV_KIT_SECTION_SYNTAX, 1, 0}, std::nullopt};
 }
 
 }  // namespace
@@ -99,6 +138,7 @@ bool StreamSurveyor::finish()
 {
     const bool isStream = stream_.finish();
     survey_.statistics = stream_.statistics();
+    survey_.continuityErrors = stream_.continuityErrors();
     if (time_.now())
         survey_.streamMs = time_.totalMs();
     for (const uint16_t pid : unlistedPids_) {
@@ -121,6 +161,8 @@ void StreamSurveyor::servicesChanged(const std::vector<Service>& services)
         if (!isWanted(service.programNumber))
             continue;
         if (ServiceSurvey* const known = survey_.service(service.programNumber)) {
+            if (!known->service)
+                known->pmt.expect(now());
             known->service = service;
             stream_.subscribe(service.pmtPid);
         }
@@ -180,6 +222,8 @@ void StreamSurveyor::followTables()
         for (const StreamDescription& stream : service.map.streams) {
             if (stream.mayCarryApplicationInformation() || !stream.applicationTypes.empty())
                 aitPids_.insert(stream.pid);
+            if (stream.signalling() == ApplicationSignalling::HbbTV)
+                survey_.expectAit(stream.pid, now());
         }
         if (service.carousels)
             pids.insert(service.carousels->pids().begin(), service.carousels->pids().end());
@@ -221,7 +265,10 @@ void StreamSurveyor::sectionReceived(uint16_t pid, const SectionBytes& section)
         survey_.take(pid, section, time_.now());
     } else {
         if (aitPids_.count(pid) != 0)
-            survey_.refuse(pid, {HBBTV_KIT_SECTION_NOT_AIT, 0, 0}, tableId, 0, 1);
+            survey_.refuse({pid,
+                            {{HBBTV_KIT_SECTION_NOT_AIT, 0, 0}, std::nullopt},
+                            tableId,
+                            readSectionHeader(section).sectionNumber});
         feedCarousels(pid, section);
     }
 }
@@ -240,13 +287,37 @@ void StreamSurveyor::clockReceived(uint16_t pid, uint64_t ticks, bool discontinu
     time_.note(pid, ticks, discontinuity);
 }
 
-void StreamSurveyor::sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t unchecked)
+void StreamSurveyor::sectionLeftOut(uint16_t pid, const LeftOutSection& section)
 {
-    const uint8_t table = aitPids_.count(pid) != 0 ? aitTable : uint8_t(0xFF);
-    if (crcErrors > 0)
-        survey_.refuse(pid, {HBBTV_KIT_SECTION_CRC, 0, 0}, table, 0, crcErrors);
-    if (unchecked > 0 && table == aitTable)
-        survey_.refuse(pid, {HBBTV_KIT_SECTION_SYNTAX, 1, 0}, table, 0, unchecked);
+    const SectionHeader header = readSectionHeader(section.header);
+    const bool isHeaderWhole = section.header.size() == wholeHeader;
+    Refusal refusal{pid, {}, Refusal::unknownTable, std::nullopt};
+    if (!section.header.empty())
+        refusal.tableId = section.header[0];
+    const bool isOfAit = refusal.tableId == aitTable;
+    if (isHeaderWhole)
+        refusal.sectionNumber = header.sectionNumber;
+    switch (section.reason) {
+    case LeftOutSection::Reason::WrongCrc:
+        refusal.finding.fault = HBBTV_KIT_SECTION_CRC;
+        refusal.finding.offset = checksumPlace(section.header);
+        break;
+    case LeftOutSection::Reason::Unchecked:
+        if (aitPids_.count(pid) == 0)
+            return;
+        refusal.finding = faultOfUnchecked(section.header);
+        refusal.sectionNumber.reset();  // it has none
+        break;
+    case LeftOutSection::Reason::TooLong:
+        refusal.finding.fault = isOfAit ? HBBTV_KIT_SECTION_LENGTH : HBBTV_KIT_SECTION_INCOMPLETE;
+        refusal.finding.offset = 1;
+        break;
+    case LeftOutSection::Reason::CutShort:
+        refusal.finding.fault = HBBTV_KIT_SECTION_INCOMPLETE;
+        refusal.finding.offset = 1;
+        break;
+    }
+    survey_.refuse(std::move(refusal));
 }
 
 void StreamSurveyor::listenToUnlisted()

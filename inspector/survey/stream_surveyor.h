@@ -38,9 +38,10 @@ private:
                      const receiver::SectionBytes& section) override;
     void sectionReceived(uint16_t pid, const receiver::SectionBytes& section) override;
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
-    void sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t unchecked) override;
+    void sectionLeftOut(uint16_t pid, const receiver::LeftOutSection& section) override;
 
     bool isWanted(uint16_t serviceId) const;
+    Moment now() const { return time_.now().value_or(Moment()); }
     void lookForUnlisted(const unsigned char* packet);
     void chooseCarousels(ServiceSurvey& service);
     void listenToUnlisted();

@@ -6,13 +6,16 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "inspector/survey/carousel_survey.h"
+#include "inspector/survey/section_guard.h"
 #include "inspector/survey/table_history.h"
-#include "kit/ait_section.h"
+#include "kit/xml_ait_notes.h"
 #include "receiver/service/service_tables.h"
 #include "receiver/stream/transport_stream.h"
 
@@ -23,7 +26,7 @@ struct SurveyLimits {
     size_t tableBytes = size_t(2) << 20;  ///< of the sections of all tables: trees take far more
     size_t services = 512;                ///< whose PMTs are looked at
     size_t tables = 1024;                 ///< AITs by PID and type
-    size_t refusals = 1024;               ///< kinds of them, by PID
+    size_t refusals = 1024;               ///< kinds of them
     size_t otherTables = 256;
     size_t carouselGroups = 8;                ///< of services that have different carousels
     size_t carouselBytes = size_t(32) << 20;  ///< of each group's
@@ -40,24 +43,47 @@ struct LeftOut {
     bool isNothing() const { return services + tables + refusals + carousels == 0; }
 };
 
-/// Sections that the kit's guard refuses for one reason.
-struct Refusal {
-    std::optional<uint16_t> pid;  ///< nothing: from a file of sections
-    VestaHbbTV::SectionFinding finding;
-    uint8_t tableId = 0;
-    uint8_t sectionNumber = 0;
-    uint64_t count = 0;
+/// Where sections came from: a PID of the stream, or a file of sections.
+struct SectionSource {
+    SectionSource(uint16_t streamPid) : pid(streamPid) {}
+    SectionSource(std::nullopt_t /*no PID*/, std::string path = "") : file(std::move(path)) {}
+
+    bool operator==(const SectionSource& other) const
+    {
+        return pid == other.pid && file == other.file;
+    }
+    bool operator<(const SectionSource& other) const
+    {
+        return std::tie(pid, file) < std::tie(other.pid, other.file);
+    }
+
+    std::optional<uint16_t> pid;
+    std::string file;  ///< its path, where it is known
 };
 
-/// A table by where it came from: PID (nothing: a file of sections) and application_type.
-using AITKey = std::pair<std::optional<uint16_t>, uint16_t>;
+/// Sections that are refused for one reason.
+struct Refusal {
+    SectionSource source;
+    GuardFinding finding;
+    uint8_t tableId = unknownTable;
+    std::optional<uint8_t> sectionNumber;  ///< nothing where it did not come
+    uint64_t count = 0;
+
+    /// Of a section whose header did not come.
+    static constexpr uint8_t unknownTable = 0xFF;
+};
+
+/// A table by where it came from, and its application_type.
+using AITKey = std::pair<SectionSource, uint16_t>;
 
 /// Which EIT there are of a service in the actual transport stream.
 struct EventTables {
     bool hasPresentFollowing = false;
     bool hasSchedule = false;
     std::optional<Moment> lastPresent;          ///< of section 0 of EIT present/following
-    std::optional<uint64_t> longestPresentGap;  ///< of the same, in ms
+    std::optional<uint64_t> longestPresentGap;  ///< of the same, in ms, from the stream's beginning
+
+    void notePresent(const Moment& now);
 };
 
 struct ServiceSurvey {
@@ -77,6 +103,7 @@ struct XmlTable {
     unsigned column = 0;
     std::string text;  ///< what is wrong
     Node tree;         ///< empty where anything is
+    VestaHbbTV::XMLAITNotes notes;
 };
 
 /// An input as it was taken.
@@ -93,14 +120,17 @@ public:
     }
 
     /// Takes a section of any table.
-    /// @param pid nothing for one from a file
     /// @param section with a correct CRC_32, or from a file, where a wrong one is noted
-    void take(const std::optional<uint16_t>& pid, const SectionBytes& section,
+    void take(const SectionSource& source, const SectionBytes& section,
               const std::optional<Moment>& now);
 
-    /// Notes that sections of a PID were left out before they got here.
-    void refuse(const std::optional<uint16_t>& pid, const VestaHbbTV::SectionFinding& finding,
-                uint8_t tableId, uint8_t sectionNumber, uint64_t count);
+    /// An AIT for HbbTV should come on a PID from then on.
+    void expectAit(uint16_t pid, const Moment& since) { aitsExpected_.try_emplace(pid, since); }
+
+    /// Notes that a section is refused, here or before it got here: another one of the same kind
+    /// where source, fault, table, section, descriptor and application are the same.
+    /// @param refusal its count does not matter
+    void refuse(Refusal refusal);
 
     /// @return the service; null where there are more than the limit
     ServiceSurvey* service(uint16_t id);
@@ -112,6 +142,15 @@ public:
     /// where there is no other service.
     std::vector<const std::pair<const AITKey, TableHistory>*>
     tablesOf(const ServiceSurvey& service) const;
+
+    /// Whether the feed takes any section of a table, when the survey has finished.
+    bool isInForce(const AITKey& key) const
+    {
+        return aits.count(key) != 0 && onlyRefused_.count(key) == 0;
+    }
+
+    /// The service of a PID or a file; nothing where there is none, or where several have it.
+    std::optional<uint16_t> serviceOf(const SectionSource& source) const;
 
     /// Those that are no service's.
     std::vector<const std::pair<const AITKey, TableHistory>*> tablesOfNobody() const;
@@ -126,16 +165,20 @@ public:
     /// @{
     std::vector<InputNote> inputs;
     std::optional<receiver::StreamStatistics> statistics;  ///< of a transport stream
+    std::map<uint16_t, uint64_t> continuityErrors;         ///< gaps, by PID
     std::optional<uint64_t> streamMs;                      ///< by its clock, where it has one
     std::map<uint16_t, TableHistory> pats;                 ///< by transport stream
     std::map<uint16_t, TableHistory> sdts;                 ///< likewise
     std::map<uint16_t, ServiceSurvey> services;
-    std::map<AITKey, TableHistory> aits;
+    std::map<AITKey, TableHistory> aits;  ///< those in force, and those of which nothing is
+    /// What the feed refuses of tables of which other sections are in force.
+    std::map<AITKey, TableHistory> refusedAits;
     std::map<uint16_t, EventTables> events;  ///< by service
     std::vector<Refusal> refusals;
     std::vector<XmlTable> xmlTables;
     std::map<uint8_t, uint64_t> otherTables;  ///< sections from files, by table_id
     std::vector<uint16_t> unlistedPids;       ///< with AITs that no PMT lists
+    uint64_t pmtsNotWanted = 0;               ///< from files, of services that nobody asked for
     LeftOut leftOut;
     /// @}
 
@@ -143,13 +186,23 @@ private:
     void takeHistory(std::map<uint16_t, TableHistory>& histories, const SectionBytes& section,
                      const std::optional<Moment>& now);
     void takePmt(const SectionBytes& section, const std::optional<Moment>& now);
-    void takeAit(const std::optional<uint16_t>& pid, const SectionBytes& section,
+    void takeAit(const SectionSource& source, const SectionBytes& section,
                  const std::optional<Moment>& now);
+    void takeRefusedForWantOfBetter();
+    AITKey keyOf(const SectionSource& source, const receiver::SectionHeader& header) const;
     void takeEvents(const SectionBytes& section, const std::optional<Moment>& now);
-    bool isListed(const ServiceSurvey& service, const AITKey& key) const;
+    bool isListed(const ServiceSurvey& service, const SectionSource& source) const;
+
+    /// What is the same of refusals of one kind.
+    using RefusalKey = std::tuple<SectionSource, int, uint8_t, std::optional<uint8_t>, uint8_t,
+                                  std::optional<ApplicationId>>;
 
     const SurveyLimits limits_;
     receiver::Budget memory_;
+    std::map<RefusalKey, size_t> refusalIndex_;                 // in refusals
+    std::set<AITKey> onlyRefused_;                              // of aits
+    std::map<uint16_t, std::set<SectionSource>> filesOfTypes_;  // where AITs are, by their types
+    std::map<uint16_t, Moment> aitsExpected_;                   // by PID
 };
 
 }  // namespace inspector

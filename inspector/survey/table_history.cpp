@@ -1,6 +1,7 @@
 #include "inspector/survey/table_history.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "kit/ait_section.h"
 #include "kit/crc32.h"
@@ -53,16 +54,38 @@ void TableHistory::add(const SectionBytes& section, const std::optional<Moment>&
     const SectionHeader header = readSectionHeader(section);
     ++sections_;
     noteGap(header.sectionNumber, now);
-    if (!isOfLatest(header, section)) {
-        if (!versions_.empty())
-            ++changes_;
-        if (versions_.size() == mostVersions)
-            forgetOldest();
-        versions_.push_back({header.version, header.lastSectionNumber, {}});
-    }
-    insert(header.sectionNumber, section);
+    if (!isOfLatest(header, section))
+        begin(header, now);
+    if (insert(header.sectionNumber, section) && versions_.back().isWhole())
+        noteChange(now);
     if (versions_.back().sections.empty())
         versions_.pop_back();
+}
+
+void TableHistory::begin(const SectionHeader& header, const std::optional<Moment>& now)
+{
+    if (!versions_.empty()) {
+        ++changes_;
+        expectedSince_ = now;  // of sections that there were not before
+        lastTimes_.erase(lastTimes_.upper_bound(header.lastSectionNumber), lastTimes_.end());
+    }
+    if (versions_.size() == mostVersions)
+        forgetOldest();
+    versions_.push_back({header.version, header.lastSectionNumber, {}});
+}
+
+/// The newest version has become whole: that is a change where the one before it was another.
+void TableHistory::noteChange(const std::optional<Moment>& now)
+{
+    const auto before = std::find_if(std::next(versions_.rbegin()), versions_.rend(),
+                                     [](const TableVersion& table) { return table.isWhole(); });
+    if (!now || before == versions_.rend() || isSameContent(*before, versions_.back()))
+        return;
+    changeTimes_.push_back(*now);
+    while (changeTimes_.front().timeLine != now->timeLine ||
+           msSince(changeTimes_.front(), *now) >= changesWithinMs)
+        changeTimes_.pop_front();
+    changesAtOnce_ = std::max(changesAtOnce_, changeTimes_.size());
 }
 
 bool TableHistory::isOfLatest(const SectionHeader& header, const SectionBytes& section)
@@ -78,23 +101,35 @@ bool TableHistory::isOfLatest(const SectionHeader& header, const SectionBytes& s
     return !isOther;
 }
 
-void TableHistory::insert(uint8_t number, const SectionBytes& section)
+bool TableHistory::lacks(const SectionHeader& header) const
+{
+    if (versions_.empty())
+        return false;
+    const TableVersion& latest = versions_.back();
+    return latest.version == header.version &&
+           latest.lastSectionNumber == header.lastSectionNumber &&
+           latest.sections.count(header.sectionNumber) == 0;
+}
+
+/// @return whether it is new
+bool TableHistory::insert(uint8_t number, const SectionBytes& section)
 {
     std::map<uint8_t, SeenSection>& sections = versions_.back().sections;
     const auto known = sections.find(number);
     if (known != sections.end()) {
         ++known->second.count;
-        return;
+        return false;
     }
     const size_t bytes = section.size() + sectionOverhead;
     while (!memory_->take(bytes)) {
         if (versions_.size() < 2) {
             ++leftOut_;
-            return;
+            return false;
         }
         forgetOldest();
     }
     sections.emplace(number, SeenSection{section, 1, {}});
+    return true;
 }
 
 void TableHistory::forgetOldest()
@@ -109,13 +144,11 @@ void TableHistory::noteGap(uint8_t number, const std::optional<Moment>& now)
     if (!now)
         return;
     const auto last = lastTimes_.find(number);
-    if (last == lastTimes_.end()) {
-        lastTimes_.emplace(number, *now);
-        return;
-    }
-    if (const std::optional<uint64_t> gap = msBetween(last->second, *now))
-        longestGap_ = std::max(longestGap_.value_or(0), *gap);
-    last->second = *now;
+    const std::optional<Moment> since =
+        last == lastTimes_.end() ? expectedSince_ : std::optional(last->second);
+    if (since)
+        longestGap_ = std::max(longestGap_.value_or(0), msSince(*since, *now));
+    lastTimes_[number] = *now;
 }
 
 // A section that never comes again has its gap, too.

@@ -3,6 +3,7 @@
 #define VESTA_INSPECTOR_SURVEY_TABLE_HISTORY_H
 
 #include <cstdint>
+#include <deque>
 #include <list>
 #include <map>
 #include <optional>
@@ -36,9 +37,15 @@ class TableHistory {
 public:
     /// Of so many versions the sections are kept.
     static constexpr size_t mostVersions = 8;
+    /// More changes of the content in so many ms are too many: what the feed has by default.
+    static constexpr uint64_t changesWithinMs = 60'000;
+    static constexpr size_t mostChanges = 8;
 
     /// @param memory for the sections, borrowed for the object's life
     explicit TableHistory(receiver::Budget& memory) : memory_(&memory) {}
+
+    /// From then on sections should come; until the first one comes is a gap.
+    void expect(const Moment& since) { expectedSince_ = since; }
 
     /// @param section with the header of a table @param now by the stream's clock, where it has one
     void add(const SectionBytes& section, const std::optional<Moment>& now);
@@ -54,6 +61,9 @@ public:
     const TableVersion* latest() const;
     TableVersion* latest();
 
+    /// Whether a section would be one more of the newest version.
+    bool lacks(const receiver::SectionHeader& header) const;
+
     /// How often a version followed another one, or the same with other content.
     uint64_t changes() const { return changes_; }
     uint64_t sections() const { return sections_; }
@@ -67,13 +77,19 @@ public:
     /// Whether a whole version has just what the one before it had.
     bool isVersionAloneChanged() const;
 
-    /// The longest time in which a section of a number did not come again, in ms; nothing where
-    /// the stream has no clock or no section of the table had time to come again.
+    /// How many changes of the content came at the most within changesWithinMs, by the stream's
+    /// clock.
+    size_t changesAtOnce() const { return changesAtOnce_; }
+
+    /// The longest time in which a section of a number did not come, or not again, in ms; nothing
+    /// where the stream has no clock or no section of the table had time to come again.
     std::optional<uint64_t> longestGap() const { return longestGap_; }
 
 private:
     bool isOfLatest(const receiver::SectionHeader& header, const SectionBytes& section);
-    void insert(uint8_t number, const SectionBytes& section);
+    void begin(const receiver::SectionHeader& header, const std::optional<Moment>& now);
+    bool insert(uint8_t number, const SectionBytes& section);
+    void noteChange(const std::optional<Moment>& now);
     void noteGap(uint8_t number, const std::optional<Moment>& now);
     void forgetOldest();
 
@@ -83,7 +99,10 @@ private:
     uint64_t sections_ = 0;
     uint64_t leftOut_ = 0;
     std::optional<uint8_t> changedWithinVersion_;
+    std::optional<Moment> expectedSince_;
     std::map<uint8_t, Moment> lastTimes_;  // by number
+    std::deque<Moment> changeTimes_;
+    size_t changesAtOnce_ = 0;
     std::optional<uint64_t> longestGap_;
 };
 

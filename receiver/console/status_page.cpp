@@ -125,7 +125,7 @@ std::vector<std::string> statusPage(Session& session)
              withSeparators(statistics.continuityErrors), " gaps, ",
              withSeparators(statistics.damagedPackets), " damaged and ",
              withSeparators(statistics.scrambledPackets), " scrambled packets, ",
-             withSeparators(statistics.crcErrors), " damaged sections, ",
+             withSeparators(statistics.crcErrors + statistics.cutSections), " damaged sections, ",
              withSeparators(statistics.syncLosses), " losses of sync (",
              withSeparators(statistics.skippedBytes), " bytes skipped)");
     if (const auto network = session.middleware().networkStatistics())

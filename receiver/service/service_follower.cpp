@@ -59,12 +59,29 @@ std::string damageOf(const StreamStatistics& statistics)
         countOf(statistics.continuityErrors, "gap", "gaps"),
         countOf(statistics.damagedPackets, "damaged packet", "damaged packets"),
         countOf(statistics.scrambledPackets, "scrambled packet", "scrambled packets"),
-        countOf(statistics.crcErrors, "damaged section", "damaged sections"),
+        countOf(statistics.crcErrors + statistics.cutSections, "damaged section",
+                "damaged sections"),
         countOf(statistics.syncLosses, "loss of sync", "losses of sync"),
     };
     for (const std::string& part : parts)
         text += (text.empty() || part.empty() ? "" : ", ") + part;
     return text.empty() ? "" : "the stream was not whole: " + text;
+}
+
+/// @return empty for a section that is no table's
+std::string faultOf(const LeftOutSection& section)
+{
+    switch (section.reason) {
+    case LeftOutSection::Reason::WrongCrc:
+        return "CRC_32 does not match";
+    case LeftOutSection::Reason::TooLong:
+        return "its section_length is more than a section can have";
+    case LeftOutSection::Reason::CutShort:
+        return "the next section begins before it ends";
+    case LeftOutSection::Reason::Unchecked:
+        break;
+    }
+    return "";
 }
 
 }  // namespace
@@ -405,10 +422,11 @@ void ServiceFollower::sectionReceived(uint16_t pid, const SectionBytes& section)
         goOnToNextService();
 }
 
-void ServiceFollower::sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t /*unchecked*/)
+void ServiceFollower::sectionLeftOut(uint16_t pid, const LeftOutSection& section)
 {
-    if (crcErrors > 0 && isTablePid(pid))
-        remark("left-out", "left out: PID " + std::to_string(pid) + ", CRC_32 does not match");
+    const std::string fault = faultOf(section);
+    if (!fault.empty() && isTablePid(pid))
+        remark("left-out", "left out: PID " + std::to_string(pid) + ", " + fault);
 }
 
 bool ServiceFollower::isTablePid(uint16_t pid) const

@@ -100,7 +100,7 @@ private:
     void servicesChanged(const std::vector<Service>& services) override;
     void pmtReceived(const Service& service, const SectionBytes& section) override;
     void sectionReceived(uint16_t pid, const SectionBytes& section) override;
-    void sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t unchecked) override;
+    void sectionLeftOut(uint16_t pid, const LeftOutSection& section) override;
     void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) override;
 
     void reportService(const Service& service);

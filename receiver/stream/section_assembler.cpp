@@ -1,5 +1,6 @@
 #include "receiver/stream/section_assembler.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <dvbpsi/dvbpsi.h>
@@ -90,6 +91,9 @@ bool SectionAssembler::push(const unsigned char* packet, size_t payloadOffset)
     if (unitStart && payloadOffset + 1 + packet[payloadOffset] >= PacketFramer::packetSize)
         return false;
 
+    if (unitStart)
+        dropIfCutShort(packet, payloadOffset);
+
     // The library asks for writable bytes.
     std::array<unsigned char, PacketFramer::packetSize> copy{};
     std::memcpy(copy.data(), packet, copy.size());
@@ -97,21 +101,54 @@ bool SectionAssembler::push(const unsigned char* packet, size_t payloadOffset)
     return true;
 }
 
+// The library would fill up a section that is too short with the bytes of the one after it.
+void SectionAssembler::dropIfCutShort(const unsigned char* packet, size_t payloadOffset)
+{
+    dvbpsi_decoder_t& decoder = *handle_->p_decoder;
+    const bool follows = (packet[3] & 0x0F) == ((decoder.i_continuity_counter + 1) & 0x0F);
+    const int bytesUntilNext = packet[payloadOffset];  // pointer_field
+    // Of a header that is not whole it is not known how much is missing after it.
+    if (!decoder.p_current_section || !follows || bytesUntilNext >= decoder.i_need)
+        return;
+    leaveOut(LeftOutSection::Reason::CutShort, decoder.p_current_section);
+    dvbpsi_DeletePSISections(decoder.p_current_section);
+    decoder.p_current_section = nullptr;
+}
+
+void SectionAssembler::leaveOut(LeftOutSection::Reason reason, const dvbpsi_psi_section_s* section)
+{
+    LeftOutSection leftOut{reason, {}};
+    if (section && section->p_data) {
+        const auto come = static_cast<size_t>(section->p_payload_end - section->p_data);
+        leftOut.header.assign(section->p_data, section->p_data + std::min(come, tableHeaderSize));
+    }
+    leftOut_.push_back(std::move(leftOut));
+}
+
 std::vector<SectionBytes> SectionAssembler::takeSections()
 {
     return std::exchange(sections_, {});
 }
 
+std::vector<LeftOutSection> SectionAssembler::takeLeftOut()
+{
+    return std::exchange(leftOut_, {});
+}
+
 void SectionAssembler::noteMessage(const char* text)
 {
+    const dvbpsi_decoder_t* const decoder = handle_ ? handle_->p_decoder : nullptr;
+    const dvbpsi_psi_section_t* const section = decoder ? decoder->p_current_section : nullptr;
     if (std::strstr(text, "CRC"))
-        ++crcErrors_;
+        leaveOut(LeftOutSection::Reason::WrongCrc, section);
+    else if (std::strstr(text, "too long"))
+        leaveOut(LeftOutSection::Reason::TooLong, section);
 }
 
 void SectionAssembler::noteSection(const dvbpsi_psi_section_s& section, bool hasCrc)
 {
     if (!hasCrc || section.i_length < shortestCheckedBody) {
-        ++uncheckedSections_;
+        leaveOut(LeftOutSection::Reason::Unchecked, &section);
         return;
     }
     sections_.emplace_back(section.p_data, section.p_data + sectionHeaderSize + section.i_length);

@@ -36,9 +36,22 @@ SectionHeader readSectionHeader(const SectionBytes& section);
 ///         bytes are missing
 VestaHbbTV::ByteReader sectionBody(const SectionBytes& section);
 
+/// A section that does not come out.
+struct LeftOutSection {
+    enum class Reason {
+        WrongCrc,   ///< its CRC_32 is wrong
+        Unchecked,  ///< it has none
+        TooLong,    ///< it announces more bytes than a section can have
+        CutShort    ///< the next one begins before it ends, and no packet is missing
+    };
+
+    Reason reason = Reason::WrongCrc;
+    SectionBytes header;  ///< of its first eight bytes those that came
+};
+
 /// Assembles the sections of one PID from its packets. Every section that comes out has
-/// section_syntax_indicator 1 and a correct CRC_32. Sections without a CRC_32 are dropped and
-/// counted: among them are DSM-CC sections with the old checksum in its place, which object
+/// section_syntax_indicator 1 and a correct CRC_32. Others are dropped and reported. Of those
+/// without a CRC_32 are DSM-CC sections with the old checksum in its place, which object
 /// carousels must not use (ETSI TS 102 809, B.2). One thread.
 class SectionAssembler {
 public:
@@ -57,11 +70,8 @@ public:
     /// @return the sections completed since the last call, in order
     std::vector<SectionBytes> takeSections();
 
-    /// Sections dropped because of their CRC_32.
-    uint64_t crcErrors() const { return crcErrors_; }
-
-    /// Sections dropped because they have no CRC_32.
-    uint64_t uncheckedSections() const { return uncheckedSections_; }
+    /// @return the sections dropped since the last call, in order, but for those with lost packets
+    std::vector<LeftOutSection> takeLeftOut();
 
     void noteMessage(const char* text);
     void noteSection(const dvbpsi_psi_section_s& section, bool hasCrc);
@@ -71,10 +81,12 @@ private:
         void operator()(dvbpsi_s* handle) const;
     };
 
+    void dropIfCutShort(const unsigned char* packet, size_t payloadOffset);
+    void leaveOut(LeftOutSection::Reason reason, const dvbpsi_psi_section_s* section);
+
     std::unique_ptr<dvbpsi_s, HandleDeleter> handle_;
     std::vector<SectionBytes> sections_;
-    uint64_t crcErrors_ = 0;
-    uint64_t uncheckedSections_ = 0;
+    std::vector<LeftOutSection> leftOut_;
 };
 
 }  // namespace receiver

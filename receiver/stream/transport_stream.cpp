@@ -199,8 +199,10 @@ bool TransportStream::continues(const Packet& packet)
     if (entry != sectionPids_.end())
         std::copy_n(packet.bytes, PacketFramer::packetSize, entry->second->lastPacket.begin());
     const uint8_t expected = (last + 1) & 0x0F;
-    if (last != noCounter && packet.continuityCounter != expected && !packet.discontinuity)
+    if (last != noCounter && packet.continuityCounter != expected && !packet.discontinuity) {
         ++statistics_.continuityErrors;
+        ++continuityErrors_[packet.pid];
+    }
     return true;
 }
 
@@ -217,21 +219,34 @@ void TransportStream::assemble(const Packet& packet)
         return;
     found->second->hasBegun = true;
     SectionAssembler& assembler = found->second->assembler;
-    const uint64_t crcErrorsBefore = assembler.crcErrors();
-    const uint64_t uncheckedBefore = assembler.uncheckedSections();
     if (!assembler.push(packet.bytes, packet.payloadOffset))
         ++statistics_.damagedPackets;
-    const uint64_t crcErrors = assembler.crcErrors() - crcErrorsBefore;
-    const uint64_t unchecked = assembler.uncheckedSections() - uncheckedBefore;
-    statistics_.crcErrors += crcErrors;
-    statistics_.uncheckedSections += unchecked;
 
     // The listener may unsubscribe the PID, so nothing of it is touched from here on.
     const std::vector<SectionBytes> sections = assembler.takeSections();
-    if (crcErrors + unchecked > 0)
-        listener_.sectionsLeftOut(packet.pid, crcErrors, unchecked);
+    const std::vector<LeftOutSection> leftOut = assembler.takeLeftOut();
+    for (const LeftOutSection& section : leftOut) {
+        countLeftOut(section);
+        listener_.sectionLeftOut(packet.pid, section);
+    }
     for (const SectionBytes& section : sections)
         handleSection(packet.pid, section);
+}
+
+void TransportStream::countLeftOut(const LeftOutSection& section)
+{
+    switch (section.reason) {
+    case LeftOutSection::Reason::WrongCrc:
+        ++statistics_.crcErrors;
+        break;
+    case LeftOutSection::Reason::Unchecked:
+        ++statistics_.uncheckedSections;
+        break;
+    case LeftOutSection::Reason::TooLong:
+    case LeftOutSection::Reason::CutShort:
+        ++statistics_.cutSections;
+        break;
+    }
 }
 
 void TransportStream::visitEarlySections(const std::set<uint16_t>& pids,
@@ -250,6 +265,7 @@ void TransportStream::visitEarlySections(const std::set<uint16_t>& pids,
         std::copy_n(packet.bytes, PacketFramer::packetSize, entry->lastPacket.begin());
         for (const SectionBytes& section : entry->assembler.takeSections())
             visit(packet.pid, section);
+        entry->assembler.takeLeftOut();  // as with the statistics: they do not count
     });
     for (auto& [pid, entry] : assembled) {
         const auto live = sectionPids_.find(pid);

@@ -42,6 +42,7 @@ struct StreamStatistics {
     uint64_t damagedPackets = 0;     ///< marked so by the tuner, or contradictory; left out
     uint64_t crcErrors = 0;          ///< sections with a wrong CRC_32; left out
     uint64_t uncheckedSections = 0;  ///< sections that have no CRC_32; left out
+    uint64_t cutSections = 0;        ///< sections that lack bytes, or cannot have all; left out
     uint64_t sections = 0;           ///< sections with a correct CRC_32
     uint64_t syncLosses = 0;         ///< how often a packet did not begin where it had to
     uint64_t skippedBytes = 0;       ///< that belonged to no packet
@@ -70,10 +71,8 @@ public:
     /// @param discontinuity whether the stream itself says that its clock jumps here
     virtual void clockReceived(uint16_t pid, uint64_t ticks, bool discontinuity) = 0;
 
-    /// Sections of a PID that were left out: as their CRC_32 is wrong, or as they have none.
-    virtual void sectionsLeftOut(uint16_t /*pid*/, uint64_t /*crcErrors*/, uint64_t /*unchecked*/)
-    {
-    }
+    /// A section of a PID that is needed was left out.
+    virtual void sectionLeftOut(uint16_t /*pid*/, const LeftOutSection& /*section*/) {}
 };
 
 /// Demultiplexes a transport stream. It follows PAT, SDT and all PMTs on its own; which further
@@ -129,6 +128,8 @@ public:
     const std::vector<Service>& services() const { return services_; }
     const StreamStatistics& statistics() const { return statistics_; }
     const PacketFramer& framer() const { return framer_; }
+    /// Gaps in the continuity counters, by PID; none without one.
+    const std::map<uint16_t, uint64_t>& continuityErrors() const { return continuityErrors_; }
 
 private:
     struct Packet;
@@ -139,6 +140,7 @@ private:
     bool continues(const Packet& packet);
     void reportClock(const Packet& packet);
     void assemble(const Packet& packet);
+    void countLeftOut(const LeftOutSection& section);
     void handleSection(uint16_t pid, const SectionBytes& section);
     void handleProgramAssociation(const SectionBytes& section);
     void handleServiceDescription(const SectionBytes& section);
@@ -156,6 +158,7 @@ private:
     EarlyPackets earlyPackets_;
     StreamStatistics statistics_;
     std::array<uint8_t, 8192> continuityCounters_{};  // of the last packet with a payload, by PID
+    std::map<uint16_t, uint64_t> continuityErrors_;
     std::map<uint16_t, std::unique_ptr<SectionPid>> sectionPids_;
     std::set<uint16_t> subscribed_;
     std::set<uint16_t> pmtPids_;

@@ -1,5 +1,6 @@
 // Each kind of finding: something that produces it, and something much like it that does not.
 
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -8,8 +9,10 @@
 #include <ostream>
 #include <regex>
 
+#include "inspector/check/report.h"
 #include "inspector/input/input_reader.h"
 #include "tests/inspector/support/signal.h"
+#include "tests/inspector/support/xml.h"
 
 namespace inspector::test {
 namespace {
@@ -20,10 +23,11 @@ using vesta::test::ApplicationFields;
 using vesta::test::descriptor;
 using vesta::test::httpTransport;
 using vesta::test::locationDescriptor;
+using vesta::test::nameDescriptor;
 using vesta::test::otherTransport;
 
 using Ids = std::set<std::string>;
-using Case = std::function<Ids()>;
+using Case = std::function<Findings()>;
 
 /// A kind of finding, and two cases that differ in what it is about.
 struct Row {
@@ -44,7 +48,7 @@ Case signal(Change change)
     return [change] {
         Signal signal;
         change(signal);
-        return findingsIn(signal);
+        return check(*surveyOf(signal.bytes()));
     };
 }
 
@@ -73,14 +77,17 @@ Case emission(const std::string& name, const Emission& emission)
     return signal([=](Signal& signal) { signal[name] = emission; });
 }
 
-Case withPeriod(const std::string& name, unsigned ms)
+Case withPeriod(const std::string& name, unsigned ms, unsigned durationMs = 15'000)
 {
-    return signal([=](Signal& signal) { signal[name].periodMs = ms; });
+    return signal([=](Signal& signal) {
+        signal[name].periodMs = ms;
+        signal.durationMs = durationMs;
+    });
 }
 
 Case sections(const std::vector<Bytes>& bytes)
 {
-    return [bytes] { return findingsIn(bytes); };
+    return [bytes] { return check(*surveyOfSections(bytes)); };
 }
 
 AITSection rightTable()
@@ -94,6 +101,11 @@ Bytes changed(Bytes section, size_t at, unsigned char value)
     section.at(at) = value;
     VestaHbbTV::setChecksum(section);
     return section;
+}
+
+Bytes numbered(const Bytes& section, unsigned char number, unsigned char last)
+{
+    return changed(changed(section, 6, number), 7, last);
 }
 
 Bytes cut(Bytes section, size_t bytes)
@@ -110,6 +122,20 @@ Emission version(unsigned version, uint16_t applicationId, unsigned fromMs, unsi
                               .add(rightApplication(applicationId))
                               .bytes();
     return {aitPid, {section}, 1'000, fromMs, untilMs};
+}
+
+/// Two contents, one after the other, each so long.
+Case alternating(unsigned ms)
+{
+    return signal([ms](Signal& signal) {
+        signal.durationMs = 30'000;
+        signal.without("ait");
+        for (unsigned from = 0; from < signal.durationMs; from += ms) {
+            Emission& part = signal["ait from " + std::to_string(from)];
+            part = version(3, uint16_t(1 + from / ms % 2), from, from + ms);
+            part.periodMs = 200;
+        }
+    });
 }
 
 Case twoVersions(const Emission& first, const Emission& second)
@@ -190,17 +216,10 @@ Bytes gatewayTo(const std::string& name, const std::string& key)
     return makeGateway("root", {{"index.html", makeIor(index)}, {name, makeIor(file)}});
 }
 
-Case xml(const std::string& problem)
+/// A document with a part of it replaced.
+Case xml(const std::string& part, const std::string& by)
 {
-    return [problem] {
-        Survey survey;
-        XmlTable table;
-        table.path = "a.xml";
-        table.status = problem.empty() ? HBBTV_KIT_XML_AIT_OK : HBBTV_KIT_XML_AIT_INVALID;
-        table.text = problem;
-        survey.xmlTables.push_back(table);
-        return idsOf(check(survey));
-    };
+    return [=] { return checkXml(vesta::test::changed(vesta::test::sampleDocument(), part, by)); };
 }
 
 /// As many applications as the feed takes, and so many more.
@@ -229,7 +248,7 @@ Case survey(const SurveyLimits& limits)
         StreamSurveyor surveyor(survey, std::nullopt);
         surveyor.feed(stream.data(), stream.size());
         surveyor.finish();
-        return idsOf(check(survey));
+        return check(survey);
     };
 }
 
@@ -247,7 +266,7 @@ Case cutStream(size_t packet)
         constexpr std::ptrdiff_t size = 188;
         const auto at = stream.begin() + std::ptrdiff_t(packet) * size;
         stream.erase(at, at + (packet == 0 ? 0 : size));
-        return idsOf(check(*surveyOf(stream)));
+        return check(*surveyOf(stream));
     };
 }
 
@@ -262,6 +281,13 @@ size_t middlePacket()
             packet = at / 188;
     }
     return packet - 1;
+}
+
+Bytes sdtOf(unsigned transportStreamId)
+{
+    return changed(
+        changed(sdtWith(serviceId, 3), 3, static_cast<unsigned char>(transportStreamId >> 8)), 4,
+        static_cast<unsigned char>(transportStreamId));
 }
 
 const Bytes emptyDescriptor = descriptor(0x03, {});
@@ -289,7 +315,7 @@ std::vector<Row> rows()
                  .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
              EXPECT_EQ(reader.read(path), "");
              reader.finish();
-             return idsOf(check(survey));
+             return check(survey);
          },
          sections({right})},
         {"section-not-ait", signal([](Signal& signal) {
@@ -305,7 +331,13 @@ std::vector<Row> rows()
              return section;
          }()}),
          sections({right})},
-        {"section-test", table(rightTable().applicationType(0x8010)), table(rightTable())},
+        {"section-test", table(rightTable().applicationType(0x8010)), signal([](Signal& signal) {
+             signal["test"] = {aitPid, {rightTable().applicationType(0x8010).bytes()}};
+         })},
+        {"section-test-beside", signal([](Signal& signal) {
+             signal["test"] = {aitPid, {rightTable().applicationType(0x8010).bytes()}};
+         }),
+         table(rightTable().applicationType(0x8010))},
         {"section-not-current", signal([](Signal& signal) {
              signal["next"] = {aitPid, {rightTable().version(4).currentNext(false).bytes()}};
          }),
@@ -346,17 +378,48 @@ std::vector<Row> rows()
          twoVersions(version(2, 1, 0, 5'000), version(3, 2, 5'000, 15'000))},
         {"version-alone", twoVersions(version(2, 1, 0, 5'000), version(3, 1, 5'000, 15'000)),
          twoVersions(version(2, 2, 0, 5'000), version(3, 1, 5'000, 15'000))},
-        {"repetition-pat", withPeriod("pat", 800), withPeriod("pat", 480)},
-        {"repetition-pmt", withPeriod("pmt", 800), withPeriod("pmt", 480)},
-        {"repetition-sdt", withPeriod("sdt", 3'000), withPeriod("sdt", 2'000)},
-        {"repetition-eit", withPeriod("eit", 3'000), withPeriod("eit", 2'000)},
-        {"repetition-ait", signal([](Signal& signal) {
-             signal.durationMs = 40'000;
-             signal["ait"].periodMs = 12'000;
+        // 0.1 s more than the standards allow is within the clock's precision.
+        {"repetition-pat", withPeriod("pat", 640), withPeriod("pat", 600)},
+        {"repetition-pmt", withPeriod("pmt", 640), withPeriod("pmt", 600)},
+        {"repetition-sdt", withPeriod("sdt", 2'120), withPeriod("sdt", 2'080)},
+        {"repetition-eit", withPeriod("eit", 2'120), withPeriod("eit", 2'080)},
+        {"repetition-ait", withPeriod("ait", 10'120, 40'000), withPeriod("ait", 10'080, 40'000)},
+        {"table-flapping", alternating(1'000), alternating(10'000)},
+        {"pat-incomplete", signal([](Signal& signal) {
+             signal["pat"].sections = {numbered(signal["pat"].sections.front(), 0, 1)};
          }),
          signal([](Signal& signal) {
-             signal.durationMs = 40'000;
-             signal["ait"].periodMs = 10'000;
+             signal["pat"].sections = {numbered(signal["pat"].sections.front(), 0, 1),
+                                       numbered(makePat(0x0441, 1, {{0, 0x10}}), 1, 1)};
+         })},
+        {"pmt-sections", signal([](Signal& signal) {
+             signal["pmt"].sections = {numbered(signal["pmt"].sections.front(), 0, 1)};
+         }),
+         clean()},
+        {"sdt-incomplete", signal([](Signal& signal) {
+             signal["sdt"].sections = {numbered(signal["sdt"].sections.front(), 0, 1)};
+         }),
+         clean()},
+        {"psi-version-kept", signal([](Signal& signal) {
+             signal["pmt"].untilMs = 7'000;
+             signal["pmt, later"] = {
+                 pmtPid, {makePmt(serviceId, 4, {aitStream(), carouselStream()})}, 100, 7'000};
+         }),
+         signal([](Signal& signal) {
+             signal["pmt"].untilMs = 7'000;
+             signal["pmt, later"] = {
+                 pmtPid, {makePmt(serviceId, 5, {aitStream(), carouselStream()})}, 100, 7'000};
+         })},
+        {"psi-version-alone", signal([](Signal& signal) {
+             signal["pmt"].untilMs = 7'000;
+             signal["pmt, later"] = {pmtPid, {makePmt(serviceId, 5, rightStreams)}, 100, 7'000};
+         }),
+         clean()},
+
+        {"pat-missing", signal([](Signal& signal) { signal.without("pat"); }),
+         signal([](Signal& signal) {
+             signal.without("pat");
+             signal.durationMs = 600;  // it may come yet
          })},
 
         {"pmt-missing", signal([](Signal& signal) { signal.without("pmt"); }),
@@ -378,6 +441,9 @@ std::vector<Row> rows()
         {"pmt-ait-stream-type", streams(withStream(1, aitStream(0x06))), clean()},
         {"pmt-ait-version", streams(withStream(1, aitStream(0x05, 4))), clean()},
         {"pmt-ait-types", streams(withStream(1, {0x05, aitPid, {}})), clean()},
+        {"pmt-ait-type-unnamed",
+         streams(withStream(1, {0x05, aitPid, makeDescriptor(0x6F, {0x80, 0x01, 0xE3})})),
+         streams(withStream(1, {0x05, aitPid, {}}))},
         {"pmt-carousel-tag",
          streams(withStream(2, {0x0B, carouselPid, makeDescriptor(0x13, {0, 0, 0, 42, 0})})),
          clean()},
@@ -409,6 +475,9 @@ std::vector<Row> rows()
              signal.durationMs = 1'500;  // it may come yet
          })},
         {"sdt-service", emission("sdt", {0x0011, {sdtWith(1, 3)}}), clean()},
+        {"sdt-transport-stream",
+         signal([](Signal& signal) { signal["sdt"].sections = {sdtOf(0x0442)}; }),
+         signal([](Signal& signal) { signal["sdt"].sections = {sdtOf(0x0441)}; })},
         {"sdt-eit-flag", emission("sdt", {0x0011, {sdtWith(serviceId, 0)}}),
          signal([](Signal& signal) {
              signal["sdt"].sections = {sdtWith(serviceId, 0)};
@@ -417,9 +486,14 @@ std::vector<Row> rows()
 
         {"application-descriptor-missing",
          application(bareApplication().withoutApplicationDescriptor()), clean()},
+        {"application-descriptor-twice",
+         application(rightApplication().raw(applicationDescriptor({{{0, 1, 5, 1}}, {1, 2}, 9}))),
+         clean()},
         {"profile-missing", application(rightApplication().profiles({})), clean()},
         {"profile-unknown", application(withProfile({0, 2, 0, 0})),
-         application(withProfile({1, 1, 7, 1}))},
+         application(rightApplication().profiles({{1, 1, 7, 1}, {0, 2, 0, 0}}))},
+        {"profile-unused", application(rightApplication().profiles({{0, 1, 1, 1}, {0, 1, 9, 1}})),
+         application(withProfile({0, 1, 9, 1}))},
         {"profile-version", application(withProfile({0, 1, 1, 2})),
          application(withProfile({0, 1, 5, 1}))},
         {"control-code-unknown", application(rightApplication().controlCode(9)),
@@ -439,7 +513,15 @@ std::vector<Row> rows()
         {"autostart-http-only",
          application(AITEntry(0x0A, 1).http(1, "http://a.example/").location("i.html")),
          application(AITEntry(0x0A, 1, 2).http(1, "http://a.example/").location("i.html"))},
+        {"transport-unusable",
+         application(AITEntry(0x0A, 1).raw(otherTransport(3, 0x0107)).labels({3})),
+         application(rightApplication().labels({1, 2, 3}).raw(otherTransport(3, 0x0107)))},
         {"location-missing", application(AITEntry(0x0A, 1).carousel(1, 0x2A)), clean()},
+        {"location-twice", application(rightApplication().raw(locationDescriptor("?a=b"))),
+         application(rightApplication().raw(nameDescriptor("index.html")))},
+        {"location-url",
+         application(AITEntry(0x0A, 1).http(1, "http://a.example").location("i.html")),
+         application(AITEntry(0x0A, 1).http(1, "http://a.example").location("/i.html"))},
         {"location-unresolved",
          application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("nowhere.html")),
          application(AITEntry(0x0A, 1).carousel(1, 0x2A).location("index.html?a=b#c"))},
@@ -481,7 +563,20 @@ std::vector<Row> rows()
              all.erase(all.begin());
          }),
          clean()},
-        {"carousel-module-incomplete", carousel(rightAnnouncement(), withoutLast(rightBlocks())),
+        {"carousel-no-list", signal([](Signal& signal) {
+             std::vector<Bytes>& all = signal["carousel"].sections;
+             all.erase(all.begin() + 1);
+         }),
+         clean()},
+        {"carousel-block-missing", carousel(rightAnnouncement(), withoutLast(rightBlocks())),
+         signal([](Signal& signal) {
+             signal["carousel"].sections.pop_back();
+             signal.durationMs = 2'000;  // it may come yet
+         })},
+        {"carousel-module-incomplete", signal([](Signal& signal) {
+             signal["carousel"].sections.pop_back();
+             signal.durationMs = 2'000;
+         }),
          clean()},
         {"carousel-module-refused", carousel({1, 0}, {}), clean()},
         {"carousel-module-damaged",
@@ -502,19 +597,176 @@ std::vector<Row> rows()
                   makeFile("there", "<html/>"))},
         {"carousel-file-unreached", moduleOf(rightModule() + makeFile("lost", "nobody")), clean()},
 
-        {"xml-ait", xml("controlCode \"AUTOSTRAT\""), xml("")},
+        {"xml-ait", xml("AUTOSTART", "AUTOSTRAT"), xml("AUTOSTART", "PRESENT")},
+        {"xml-skipped", xml("<orgId>", "<organisation/><orgId>"), xml("", "")},
         {"continuity", cutStream(middlePacket()), cutStream(0)},
         {"survey-limit", survey(noCarousels()), survey({})},
     };
+}
+
+/// The file of a row's document.
+std::string documentOf(const std::string& row)
+{
+    return testing::TempDir() + "/All-FindingKinds-AreFoundWhereTheyAreAndOnlyThere-" + row +
+           ".xml";
+}
+
+/// How grave the first finding of a row is, and where.
+const std::map<std::string, std::string>& places()
+{
+    static const std::map<std::string, std::string> places = {
+        {"section-incomplete", "error: " + testing::TempDir() + "/cut-section.bin, AIT, byte 1"},
+        {"section-not-ait", "warning: service 28112, PID 0x0200, table 0x75, section 0, byte 0"},
+        {"section-length", "error: AIT, section 0, byte 1"},
+        {"section-syntax", "error: AIT, byte 1"},
+        {"section-crc", "error: AIT, section 0, byte 87"},
+        {"section-test", "error: service 28112, PID 0x0200, AIT, section 0, byte 3"},
+        {"section-test-beside", "information: service 28112, PID 0x0200, AIT, section 0, byte 3"},
+        {"section-not-current", "information: service 28112, PID 0x0200, AIT, section 0, byte 5"},
+        {"section-number", "error: AIT, section 2, byte 6"},
+        {"section-common-loop", "error: AIT, section 0, byte 8"},
+        {"section-application-loop", "error: AIT, section 0, byte 10"},
+        {"section-application", "error: AIT, section 0, byte 12, application a.1"},
+        {"section-descriptor", "error: AIT, section 0, byte 87, application a.1"},
+        {"section-name", "error: AIT, section 0, byte 43, application a.1"},
+        {"section-empty-descriptor",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"section-refused", "error: AIT, section 0, byte 0"},
+        {"table-incomplete", "error: service 28112, PID 0x0200, AIT"},
+        {"table-limits", "error: AIT"},
+        {"version-kept", "error: service 28112, PID 0x0200, AIT, section 0"},
+        {"version-alone", "information: service 28112, PID 0x0200, AIT"},
+        {"repetition-pat", "warning: PID 0x0000, PAT"},
+        {"repetition-pmt", "warning: service 28112, PID 0x0050, PMT"},
+        {"repetition-sdt", "warning: PID 0x0011, SDT"},
+        {"repetition-eit", "warning: service 28112, PID 0x0012, EIT present/following"},
+        {"repetition-ait", "warning: service 28112, PID 0x0200, AIT"},
+        {"table-flapping", "warning: service 28112, PID 0x0200, AIT"},
+        {"pat-incomplete", "error: PID 0x0000, PAT"},
+        {"pmt-sections", "warning: service 28112, PID 0x0050, PMT"},
+        {"sdt-incomplete", "warning: PID 0x0011, SDT"},
+        {"psi-version-kept", "error: service 28112, PID 0x0050, PMT, section 0"},
+        {"psi-version-alone", "information: service 28112, PID 0x0050, PMT"},
+        {"pat-missing", "error: PID 0x0000, PAT"},
+        {"pmt-missing", "error: service 28112, PID 0x0050, PMT"},
+        {"pmt-malformed", "error: service 28112, PID 0x0050, PMT"},
+        {"pmt-no-ait", "information: service 28112, PID 0x0050, PMT"},
+        {"pmt-ait-unlisted", "error: PID 0x0200, AIT"},
+        {"pmt-ait-stream-type", "error: service 28112, PID 0x0050, PMT"},
+        {"pmt-ait-version", "warning: service 28112, PID 0x0050, PMT"},
+        {"pmt-ait-types", "information: service 28112, PID 0x0050, PMT"},
+        {"pmt-ait-type-unnamed", "error: service 28112, PID 0x0050, PMT"},
+        {"pmt-carousel-tag", "error: service 28112, PID 0x0050, PMT"},
+        {"pmt-component-tag-twice", "warning: service 28112, PID 0x0050, PMT"},
+        {"ait-missing", "error: service 28112, PID 0x0050, PMT"},
+        {"ait-several-pids", "warning: service 28112, PID 0x0050, PMT"},
+        {"ait-several-types", "information: service 28112, PID 0x0050, PMT"},
+        {"sdt-missing", "warning: PID 0x0011, SDT"},
+        {"sdt-service", "warning: service 28112, PID 0x0011, SDT"},
+        {"sdt-transport-stream", "warning: PID 0x0011, SDT"},
+        {"sdt-eit-flag", "warning: service 28112, PID 0x0011, SDT, section 0, byte 11"},
+        {"application-descriptor-missing",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"application-descriptor-twice",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"profile-missing",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"profile-unknown",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"profile-unused",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"profile-version",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"control-code-unknown",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"visibility-reserved",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"application-id-range",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.8000"},
+        {"application-id-wildcard",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.ffff"},
+        {"organisation-id-zero",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 12, application 0.1"},
+        {"application-twice",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"autostart-equal-priority",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.2"},
+        {"autostart-http-only",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"transport-unusable",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"location-missing",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"location-twice",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"location-url",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"location-unresolved",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"location-incomplete",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"transport-missing",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"transport-none",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 21, application a.1"},
+        {"transport-unused",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 39, application a.1"},
+        {"transport-twice",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"transport-protocol",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 88, application a.1"},
+        {"transport-component",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"transport-url",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 88, application a.1"},
+        {"transport-other-service",
+         "information: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"boundary-opens-everything",
+         "error: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"boundary-not-an-origin",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"boundary-several-hosts",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"boundary-foreign-host",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"boundary-page-outside",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 12, application a.1"},
+        {"descriptor-malformed",
+         "warning: service 28112, PID 0x0200, AIT, section 0, byte 87, application a.1"},
+        {"carousel-no-gateway", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-no-list", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-block-missing", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-module-incomplete", "warning: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-module-refused", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-module-damaged", "warning: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-block-version", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-block-number", "warning: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-block-unannounced", "warning: service 28112, PID 0x0201"},
+        {"carousel-file-missing", "error: service 28112, PID 0x0201, carousel 0x2a"},
+        {"carousel-file-unreached", "information: service 28112, PID 0x0201, carousel 0x2a"},
+        {"xml-ait", "error: " + documentOf("xml_ait") + ", line 14, column 11"},
+        {"xml-skipped", "information: " + documentOf("xml_skipped") + ", line 9, column 11"},
+        {"continuity", "warning: PID 0x0201"},
+        {"survey-limit", "information: "},
+    };
+    return places;
 }
 
 class FindingKinds : public testing::TestWithParam<Row> {};
 
 TEST_P(FindingKinds, AreFoundWhereTheyAreAndOnlyThere)
 {
-    const Ids with = GetParam().with();
-    EXPECT_EQ(with.count(GetParam().id), 1U) << testing::PrintToString(with);
-    const Ids without = GetParam().without();
+    const Findings findings = GetParam().with();
+    const Ids with = idsOf(findings);
+    ASSERT_EQ(with.count(GetParam().id), 1U) << testing::PrintToString(with);
+    const auto first =
+        std::find_if(findings.all().begin(), findings.all().end(),
+                     [](const Finding& finding) { return finding.kind->id == GetParam().id; });
+    const auto place = places().find(GetParam().id);
+    ASSERT_NE(place, places().end()) << textOf(first->place);
+    EXPECT_EQ(std::string(nameOf(first->kind->severity)) + ": " + textOf(first->place),
+              place->second);
+    const Ids without = idsOf(GetParam().without());
     EXPECT_EQ(without.count(GetParam().id), 0U) << testing::PrintToString(without);
 }
 

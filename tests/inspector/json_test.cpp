@@ -50,7 +50,8 @@ void collect(const json& value, const std::string& path, Types& types)
 std::string withoutPlace(const std::string& path)
 {
     static const std::regex tables(R"(^(services\[\]\.)?(aits\[\]|pmt|pats\[\]|sdts\[\])\.)");
-    return std::regex_replace(path, tables, "TABLE.");
+    static const std::regex refused(R"(\.refused_sections\[\])");
+    return std::regex_replace(std::regex_replace(path, tables, "TABLE."), refused, ".sections[]");
 }
 
 std::string guide()
@@ -129,12 +130,13 @@ Signal signalWithoutGateway()
     return signal;
 }
 
-/// Two services of the same streams.
+/// Two services of the same streams, with a section that is refused.
 Signal signalOfTwoServices()
 {
     Signal signal;
     signal["pat"].sections = {makePat(1, 0, {{1, 0x60}, {serviceId, pmtPid}})};
     signal["pmt of 1"] = {0x60, {makePmt(1, 0, {aitStream(), carouselStream()})}, 100};
+    signal["test"] = {aitPid, {AITSection().applicationType(0x8010).bytes()}};
     return signal;
 }
 

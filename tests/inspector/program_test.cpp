@@ -22,6 +22,14 @@ protected:
         return write("odd.ts", signal.bytes());
     }
 
+    /// In which nothing is wrong without a stream.
+    static Bytes httpTable()
+    {
+        return AITSection()
+            .add(AITEntry(0x0A, 1, 2).http(1, "http://a.example/").location("i.html"))
+            .bytes();
+    }
+
     std::string wrong() const
     {
         Signal signal;
@@ -121,6 +129,63 @@ TEST_F(Program, TakesSectionsOfSeveralFilesTogether)
     const Answer answer = call({"dump", pmt, ait});
     EXPECT_THAT(answer.output, HasSubstr("service 28112\n"));
     EXPECT_THAT(answer.output, HasSubstr("\n  AIT of type HbbTV")) << "it is the service's";
+    EXPECT_EQ(call({"check", "--strict", pmt, write("http.bin", httpTable())}).code, exitSuccess);
+    const std::string bare = write("bare.bin", makePmt(serviceId, 0, {}));
+    EXPECT_THAT(call({"check", bare, ait}).output, HasSubstr("error pmt-ait-unlisted: "));
+}
+
+TEST_F(Program, ChecksEachFileOfSectionsForItself)
+{
+    const Bytes first = AITSection().add(rightApplication(1)).bytes();
+    const std::string one = write("one.bin", first);
+    const std::string two = write("two.bin", AITSection().add(rightApplication(2)).bytes());
+    const std::string pmt = write("pmt.bin", makePmt(serviceId, 0, {aitStream()}));
+    EXPECT_THAT(call({"check", one, two}).output, Not(HasSubstr("version-kept")));
+    EXPECT_THAT(call({"check", one, two, pmt}).output, Not(HasSubstr("ait-several-pids")));
+    const std::string both =
+        write("both.bin", first + AITSection().add(rightApplication(2)).bytes());
+    EXPECT_THAT(call({"check", both}).output, HasSubstr("version-kept"));
+    const std::string bad =
+        write("bad.bin", AITSection().add(rightApplication().labels({3})).bytes());
+    const Answer answer = call({"check", one, bad});
+    EXPECT_THAT(answer.output, HasSubstr("where      " + bad + ", AIT, section 0, byte"));
+    EXPECT_THAT(call({"check", "--json", one, bad}).output, HasSubstr("\"file\":"));
+}
+
+TEST_F(Program, PutsATableTogetherThatLiesInSeveralFiles)
+{
+    const auto part = [](uint8_t number) {
+        return AITSection().number(number, 2).add(rightApplication(number + 1)).bytes();
+    };
+    const std::string zero = write("0.bin", part(0));
+    const std::string one = write("1.bin", part(1));
+    const std::string two = write("2.bin", part(2));
+    EXPECT_THAT(call({"check", zero, one}).output, HasSubstr("table-incomplete"));
+    EXPECT_THAT(call({"check", zero, one, two}).output, Not(HasSubstr("table-incomplete")));
+}
+
+TEST_F(Program, LooksInFilesOfSectionsAtOneServiceOrAll)
+{
+    const std::string ait = write("ait.bin", AITSection().add(rightApplication()).bytes());
+    const std::string two = write("pmts.bin", makePmt(1, 0, {aitStream()}) + makePmt(2, 0, {}));
+    EXPECT_EQ(call({"dump", "--service", "1", ait}).code, exitSuccess) << "it is nobody's";
+    const Answer one = call({"dump", "--service", "1", two, ait});
+    EXPECT_THAT(one.output, HasSubstr("service 1\n"));
+    EXPECT_THAT(one.output, Not(HasSubstr("service 2\n")));
+    EXPECT_THAT(one.output, HasSubstr("\n  AIT of type HbbTV")) << "it is the service's";
+    EXPECT_THAT(call({"dump", two, ait}).output, HasSubstr("service 2\n"));
+    EXPECT_EQ(call({"dump", "--service", "3", two, ait}).code, exitUsage);
+}
+
+TEST_F(Program, FindsAStreamWithoutAPat)
+{
+    Bytes nulls;
+    PacketWriter writer(0x1FFF);
+    for (unsigned i = 0; i < 100; ++i)
+        nulls = nulls + writer.packet(false, {}, Bytes(184, 0xFF));
+    const Answer answer = call({"check", write("nulls.ts", nulls)});
+    EXPECT_EQ(answer.code, exitErrors);
+    EXPECT_THAT(answer.output, HasSubstr("error pat-missing: "));
 }
 
 TEST_F(Program, ReadsXmlAits)

@@ -62,7 +62,7 @@ TEST_P(Recordings, HaveTheTablesOfTheirDescription)
                              section["application_type"].get<unsigned>());
     }
     for (const auto& [key, history] : survey_->aits)
-        actual.emplace(*key.first, key.second);
+        actual.emplace(*key.first.pid, key.second);
     EXPECT_EQ(actual, expected);
 }
 

@@ -103,4 +103,29 @@ TEST(URLReference, HasPartsThatAreNotDecoded)
     EXPECT_EQ(URLParts("").path, "");
 }
 
+TEST(URLReference, HasAHostBetweenUserAndPort)
+{
+    const std::pair<const char*, const char*> cases[] = {{"http://a.example/", "a.example"},
+                                                         {"http://a.example:80/", "a.example"},
+                                                         {"http://u:p@a.example:80", "a.example"},
+                                                         {"http://u@v@a?q", "a"},
+                                                         {"http://[::1]:80/", "[::1]"},
+                                                         {"http://[::1]/", "[::1]"},
+                                                         {"http://:80/", ""},
+                                                         {"http://@/", ""},
+                                                         {"http://u@:80", ""},
+                                                         {"http:///a", ""},
+                                                         {"a", ""}};
+    for (const auto& [url, host] : cases)
+        EXPECT_EQ(URLParts(url).host(), host) << url;
+}
+
+TEST(URLReference, HasNoBlanksOrControlCharacters)
+{
+    for (const char* const url : {"a b", " ", "a\n", "\x01", "a\x7F"})
+        EXPECT_TRUE(hasBlanks(url));
+    for (const char* const url : {"", "http://a.example/%20", "\xc3\x84"})
+        EXPECT_FALSE(hasBlanks(url));
+}
+
 }  // namespace

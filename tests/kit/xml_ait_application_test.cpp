@@ -225,22 +225,22 @@ TEST(XMLAITApplication, HasAtMost32Names)
 TEST(XMLAITApplication, HasIdsInTheirRanges)
 {
     const std::pair<const char*, uint32_t> organisations[] = {
-        {"0", 0}, {"4294967295", 0xFFFFFFFF}, {"0000000000000007", 7}, {" 8\n", 8}};
+        {"1", 1}, {"4294967295", 0xFFFFFFFF}, {"0000000000000007", 7}, {" 8\n", 8}};
     for (const auto& [text, id] : organisations)
         EXPECT_EQ(ReadDocument(sampleWithText("orgId", text)).application().getOrganisationId(),
                   id);
-    const std::pair<const char*, uint32_t> applications[] = {{"0", 0}, {"65535", 0xFFFF}};
+    const std::pair<const char*, uint32_t> applications[] = {{"1", 1}, {"65533", 0xFFFD}};
     for (const auto& [text, id] : applications)
         EXPECT_EQ(ReadDocument(sampleWithText("appId", text)).application().getApplicationId(), id);
 
     for (const char* const text :
-         {"", "4294967296", "18446744073709551617", "99999999999999999999999999", "-1", "+1", "1 2",
-          "0x10", "1a", "1.0", "\xd9\xa1"})
+         {"", "0", "4294967296", "18446744073709551617", "99999999999999999999999999", "-1", "+1",
+          "1 2", "0x10", "1a", "1.0", "\xd9\xa1"})
         expectFault(sampleWithText("orgId", text), invalid, "<orgId>",
-                    "orgId " + quotation(text) + ": expected a number from 0 to 4294967295");
-    for (const char* const text : {"", "65536", "4294967296", "a"})
+                    "orgId " + quotation(text) + ": expected a number from 1 to 4294967295");
+    for (const char* const text : {"", "0", "65534", "65535", "65536", "4294967296", "a"})
         expectFault(sampleWithText("appId", text), invalid, "<appId>",
-                    "appId " + quotation(text) + ": expected a number from 0 to 65535");
+                    "appId " + quotation(text) + ": expected a number from 1 to 65533");
 }
 
 TEST(XMLAITApplication, OfAnotherTypeIsSkippedWhateverElseIsInIt)
@@ -254,8 +254,7 @@ TEST(XMLAITApplication, OfAnotherTypeIsSkippedWhateverElseIsInIt)
     const std::string hbbtv = "<OtherApp>application/vnd.hbbtv.xhtml+xml</OtherApp>";
     for (const char* const type :
          {"<DvbApp>DVB-J</DvbApp>", "<DvbApp>DVB-HTML</DvbApp>", "<OtherApp>text/html</OtherApp>",
-          "<OtherApp>application/vnd.hbbtv.xhtml+xmlx</OtherApp>",
-          "<OtherApp>application/vnd.hbbtv.xhtml</OtherApp>", "<OtherApp/>"})
+          "<OtherApp>application/xhtml+xml</OtherApp>", "<OtherApp/>"})
         EXPECT_EQ(besideAnother(changed(applicationText, hbbtv, type)), 1u) << type;
     EXPECT_EQ(besideAnother("<Application><applicationDescriptor><type><DvbApp/></type>"
                             "<controlCode>?</controlCode></applicationDescriptor></Application>"),
@@ -265,6 +264,15 @@ TEST(XMLAITApplication, OfAnotherTypeIsSkippedWhateverElseIsInIt)
           "<OtherApp>Application/Vnd.HbbTV.XHTML+XML</OtherApp>",
           "<OtherApp>application/vnd.hbbtv.xhtml+xml; charset=x</OtherApp>"})
         EXPECT_EQ(besideAnother(changed(applicationText, hbbtv, type)), 2u) << type;
+}
+
+TEST(XMLAITApplication, IsRefusedWithATypeThatOnlyLooksLikeHbbTVs)
+{
+    for (const char* const type :
+         {"application/vnd.hbbtv.xhtml", "application/vnd.hbbtv.xhtml+xmlx",
+          "APPLICATION/vnd.hbbtv", "application/vnd.hbbtv.ait+xml; charset=x"})
+        expectFault(sampleWithText("OtherApp", type), invalid, "<OtherApp>",
+                    "OtherApp " + quotation(type) + ": expected application/vnd.hbbtv.xhtml+xml");
 }
 
 TEST(XMLAITApplication, HasTheControlCodesOfTheStandard)
@@ -346,7 +354,7 @@ TEST(XMLAITApplication, IsDigitalTextWhereItsUsageIsThat)
 {
     const std::pair<const char*, int> usages[] = {{"urn:dvb:mhp:2009:digitalText", 1},
                                                   {"urn:dvb:mhp:2012:digitalText", 1},
-                                                  {"urn:dvb:mhp:2009:digitaltext", 0},
+                                                  {"urn:dvb:mhp:2009:digitalTxt", 0},
                                                   {"urn:other:2009:digitalText", 0},
                                                   {":digitalText", 0},
                                                   {"digitalText", 0},
@@ -357,6 +365,11 @@ TEST(XMLAITApplication, IsDigitalTextWhereItsUsageIsThat)
             ReadDocument(sampleWithText("ApplicationUsage", usage)).application().getUsageType(),
             type)
             << usage;
+    for (const char* const usage : {"urn:dvb:mhp:2009:digitaltext", "URN:dvb:mhp:2009:digitalText",
+                                    "urn:dvb:mhp:2009:DigitalText"})
+        expectFault(sampleWithText("ApplicationUsage", usage), invalid, "<ApplicationUsage>",
+                    "ApplicationUsage " + quotation(usage) +
+                        ": expected urn:dvb:mhp:2009:digitalText");
 }
 
 TEST(XMLAITApplication, HasTheBoundaryExtensionsThatADomainTakes)
@@ -365,9 +378,12 @@ TEST(XMLAITApplication, HasTheBoundaryExtensionsThatADomainTakes)
     EXPECT_EQ(boundaryOf(extension("http://b.example/a/b?c") + extension("dvb://1.2.3/d") +
                          extension("HTTPS://b.example") + extension("dvb://4.5.6")),
               Texts({"http://b.example", "dvb://1.2.3", "https://b.example", "dvb://4.5.6"}));
-    EXPECT_EQ(boundaryOf(extension("http://b.example/") + extension("http://c.example/")),
-              Texts({"http://b.example"}))
-        << "one web host, as of a section";
+    expectFault(sampleWithText("applicationBoundary",
+                               extension("http://b.example/") +
+                                   "<BoundaryExtension >http://c.example/</BoundaryExtension>"),
+                invalid, "<BoundaryExtension >",
+                "BoundaryExtension \"http://c.example/\": expected the web host of those before "
+                "it");
     EXPECT_EQ(boundaryOf(extension("/x") + extension("//a.example:8080/y")),
               Texts({"http://a.example", "http://a.example:8080"}));
     for (const char* const text : {"", "ftp://a.example/", "http:/a", "http:///a", "urn:x",
@@ -433,7 +449,14 @@ TEST(XMLAITApplication, SkipsTransportsOfOtherTypes)
                 invalid, "<Application>",
                 "Application: expected an applicationTransport of HTTPTransportType or "
                 "OCTransportType");
-    for (const char* const type : {"", "httpTransportType", "HTTPTransportType:"})
+    for (const char* const type : {"HttpTransportType", "mhp:octransporttype"}) {
+        const std::string typed = "<applicationTransport xsi:type=\"" + std::string(type) + "\"/>";
+        expectFault(sampleWith("<applicationTransport", typed + "<applicationTransport"), invalid,
+                    "<applicationTransport",
+                    "xsi:type " + quotation(type + std::string(type).find_first_not_of("mhp:")) +
+                        ": expected HTTPTransportType or OCTransportType");
+    }
+    for (const char* const type : {"", "TransportType", "HTTPTransportType:"})
         expectFault(sampleWith("\"HTTPTransportType\"", "\"" + std::string(type) + "\""), invalid,
                     "<Application>",
                     "Application: expected an applicationTransport of HTTPTransportType or "
@@ -499,9 +522,9 @@ TEST(XMLAITApplication, HasARelativeURLBaseResolvedAgainstTheDocument)
 
 TEST(XMLAITApplication, IsRefusedWithAURLBaseThatIsNoWebAddress)
 {
-    for (const char* const text :
-         {"", "dvb://1.2.3/", "ftp://a.example/", "http:", "http:a", "http://", "http:///a",
-          "http://a b/", "http://a.example/\xc2\xa0 x"})
+    for (const char* const text : {"", "dvb://1.2.3/", "ftp://a.example/", "http:", "http:a",
+                                   "http://", "http:///a", "http://:80/", "http://@/",
+                                   "https://u@:80", "http://a b/", "http://a.example/\xc2\xa0 x"})
         expectFault(sampleWithText("URLBase", text), invalid, "<URLBase>",
                     "URLBase " + quotation(text) + ": expected an http: or https: URL");
     for (const char* const text : {"app/", "/app/", "//a.example/", "?x"})

@@ -84,11 +84,161 @@ TEST(XMLAITDocument, SkipsWhatItDoesNotKnowWithItsContent)
     for (const char* const before :
          {"<applicationIdentifier>", "<Application>", "<ApplicationList>",
           "  <ApplicationDiscovery", "</ApplicationDiscovery>", "<BoundaryExtension>", "<URLBase>",
-          "<orgId>", "</orgId>", "<controlCode>", "</controlCode>", "<OtherApp>",
-          "</ServiceDiscovery>"}) {
+          "<orgId>", "<controlCode>", "<OtherApp>", "</ServiceDiscovery>"}) {
         const ReadDocument read(changed(sampleDocument(), before, unknown + before));
         EXPECT_EQ(read.application().getOrganisationId(), 1u) << before;
     }
+}
+
+TEST(XMLAITDocument, IsRefusedWithTextBetweenElements)
+{
+    for (const char* const parent :
+         {"ServiceDiscovery", "ApplicationDiscovery", "ApplicationList", "Application",
+          "applicationIdentifier", "applicationDescriptor", "type", "mhpVersion",
+          "applicationUsageDescriptor", "applicationBoundary", "applicationTransport"}) {
+        const std::string end = "</" + std::string(parent) + ">";
+        expectFault(changed(sampleDocument(), end, " \t?text<!-- -->&amp;more\n" + end), invalid,
+                    "?text", std::string(parent) + ": expected elements and no text \"?text\"");
+        EXPECT_EQ(ReadDocument(changed(sampleDocument(), end, " \n<!-- a -->" + end))
+                      .numberOfApplications(),
+                  1u)
+            << parent;
+    }
+}
+
+TEST(XMLAITDocument, IsRefusedWithAnElementInAText)
+{
+    const char* const texts[][2] = {{"controlCode", "AUTO<b/>START"},
+                                    {"appName", "Na<b>me</b>"},
+                                    {"OtherApp", "<b/>application/vnd.hbbtv.xhtml+xml"},
+                                    {"URLBase", "http://a.example/<b/>"},
+                                    {"applicationLocation", "<b xmlns=\"urn:other\"/>i"}};
+    for (const auto& [name, text] : texts) {
+        const std::string sample = sampleDocument();
+        const size_t begin = sample.find('>', sample.find("<" + std::string(name))) + 1;
+        const size_t end = sample.find('<', begin);
+        expectFault(std::string(sample).replace(begin, end - begin, text), invalid, "<b",
+                    std::string(name) + ": expected text and no element \"b\"");
+    }
+}
+
+/// Nothing is known of what an application of another type has in it.
+TEST(XMLAITDocument, MayHaveMixedContentInApplicationsOfOtherTypes)
+{
+    const std::string other =
+        "<Application>text<applicationDescriptor><type><DvbApp>DVB-J</DvbApp></type><controlCode>"
+        "<b/></controlCode></applicationDescriptor></Application>";
+    const ReadDocument read(documentOf(other + applicationText));
+    EXPECT_EQ(read.numberOfApplications(), 1u) << read.fault.getText();
+    expectFault(documentOf(changed(other, "<DvbApp>DVB-J</DvbApp>",
+                                   "<OtherApp>application/vnd.hbbtv.xhtml+xml</OtherApp>")),
+                invalid, "text<", "Application: expected elements and no text \"text\"");
+}
+
+TEST(XMLAITDocument, HasEachApplicationOnce)
+{
+    const std::string again = changed(applicationText, "<Application>", "<Application >");
+    expectFault(documentOf(applicationText + again), invalid, "<Application >",
+                "Application: expected once with orgId 1 and appId 2");
+    EXPECT_EQ(ReadDocument(documentOf(applicationText + changed(again, "<orgId>1<", "<orgId>2<")))
+                  .numberOfApplications(),
+              2u);
+}
+
+TEST(XMLAITDocument, KnowsTheNamespacesOfTypes)
+{
+    const auto withType = [](const std::string& attributes) {
+        return ReadDocument(
+            changed(sampleDocument(), "xsi:type=\"HTTPTransportType\"", attributes));
+    };
+    for (const char* const right :
+         {"xsi:type=\"HTTPTransportType\"", "xsi:type=\"undeclared:HTTPTransportType\"",
+          "xmlns:q=\"urn:dvb:mhp:2009\" xsi:type=\"q:HTTPTransportType\"",
+          "xmlns:q=\"urn:dvb:mhp:2012\" xsi:type=\"q:HTTPTransportType\"",
+          "xmlns:q=\"urn:other\" xsi:type=\"HTTPTransportType\"",
+          "xmlns:i=\"http://www.w3.org/2001/XMLSchema-instance\" i:type=\"HTTPTransportType\""})
+        EXPECT_EQ(withType(right).numberOfApplications(), 1u) << right;
+    for (const char* const other : {"xmlns:q=\"urn:other\" xsi:type=\"q:HTTPTransportType\"",
+                                    "xmlns:q=\"urn:dvb:mhp\" xsi:type=\" q:HTTPTransportType\"",
+                                    "xsi:type=\"xsi:HTTPTransportType\""})
+        EXPECT_EQ(withType(other).fault.getText(),
+                  "Application: expected an applicationTransport of HTTPTransportType or "
+                  "OCTransportType")
+            << other;
+    EXPECT_EQ(withType("xmlns:xsi=\"urn:other\" xsi:type=\"HTTPTransportType\"").fault.getText(),
+              "applicationTransport: expected an xsi:type, HTTPTransportType or OCTransportType");
+}
+
+/// A prefix is that of the innermost element around it, and is forgotten with it.
+TEST(XMLAITDocument, KnowsWherePrefixesAreInForce)
+{
+    const std::string typed =
+        changed(sampleDocument(), "xsi:type=\"HTTPTransportType\"",
+                "xmlns:q=\"urn:dvb:mhp:2009\" xsi:type=\"q:HTTPTransportType\"");
+    EXPECT_EQ(ReadDocument(changed(typed, "<Application>", "<Application xmlns:q=\"urn:other\">"))
+                  .numberOfApplications(),
+              1u);
+    EXPECT_EQ(ReadDocument(changed(changed(typed, "xmlns:q=\"urn:dvb:mhp:2009\" ", ""),
+                                   "<applicationTransport",
+                                   "<q:x xmlns:q=\"urn:other\"/><applicationTransport"))
+                  .numberOfApplications(),
+              1u);
+}
+
+TEST(XMLAITDocument, HasAtMost256PrefixesInForce)
+{
+    const auto withPrefixes = [](size_t count) {
+        std::string declarations;
+        for (size_t i = 0; i < count; ++i)
+            declarations += " xmlns:p" + std::to_string(i) + "=\"u\"";
+        // The parser's memory is bounded by the size of the document.
+        return ReadDocument(
+            changed(sampleDocument(), "<Application>",
+                    "<Application" + declarations + "><!--" + std::string(100'000, ' ') + "-->"));
+    };
+    EXPECT_EQ(withPrefixes(254).numberOfApplications(), 1u) << "the root has two";
+    EXPECT_EQ(withPrefixes(255).fault.getText(), "expected at most 256 prefixes");
+    EXPECT_EQ(withPrefixes(255).fault.getStatus(), tooLarge);
+}
+
+/// For those who ask why something is not in the table.
+TEST(XMLAITDocument, TellsWhatItSkipped)
+{
+    std::string document = changed(sampleDocument(), "applicationBoundary", "applicationBoundry");
+    document = changed(document, "</applicationBoundary", "</applicationBoundry");
+    document = changed(document, "<orgId>", "<orgId a=\"1\" xsi:nil=\"false\">");
+    document = changed(document, "<applicationLocation>",
+                       "<applicationTransport xsi:type=\"IPType\"/><applicationLocation>");
+    document = changed(document, ":digitalText", ":digitalTxt");
+    document = changed(document, "<Application>",
+                       "<Application ><applicationDescriptor><type><OtherApp>text/html</OtherApp>"
+                       "</type></applicationDescriptor></Application><Application>");
+    XMLFault fault;
+    XMLAITNotes notes;
+    ASSERT_TRUE(readXMLAIT(document, documentUrl, fault, &notes)) << fault.getText();
+    std::vector<std::string> told, expected;
+    for (const XMLAITNotes::Skipped& skipped : notes.skipped)
+        told.push_back(std::to_string(skipped.place.line) + ": " + skipped.text);
+    const std::pair<const char*, const char*> parts[] = {
+        {"<Application >", "Application of type \"text/html\""},
+        {"<orgId a", "attribute \"a\" of orgId"},
+        {"<applicationBoundry>", "\"applicationBoundry\" in Application"},
+        {"<ApplicationUsage>", "ApplicationUsage \"urn:dvb:mhp:2009:digitalTxt\""},
+        {"<applicationTransport xsi:type=\"IPType", "applicationTransport of type \"IPType\""}};
+    for (const auto& [at, text] : parts)
+        expected.push_back(std::to_string(placeOf(document, at).line) + ": " + text);
+    EXPECT_EQ(told, expected);
+    ASSERT_EQ(notes.applications.size(), 1u);
+    EXPECT_EQ(notes.applications[0].organisationId, 1u);
+    EXPECT_EQ(notes.applications[0].applicationId, 2);
+    EXPECT_EQ(notes.applications[0].place.line, placeOf(document, "<Application>").line);
+    notes = {};
+    readXMLAIT(changed(sampleDocument(), "<orgId>", repeated("<icon/>", 200) + "<orgId>"),
+               documentUrl, fault, &notes);
+    EXPECT_EQ(notes.skipped.size(), XMLAITNotes::mostSkipped);
+    notes = {};
+    readXMLAIT(sampleDocument(), documentUrl, fault, &notes);
+    EXPECT_TRUE(notes.skipped.empty());
 }
 
 TEST(XMLAITDocument, SkipsAttributesThatItDoesNotKnow)
@@ -204,9 +354,8 @@ TEST(XMLAITDocument, ComesFromAURLOfAtMost2048Bytes)
 
 TEST(XMLAITDocument, HasAtMost256Applications)
 {
-    EXPECT_EQ(ReadDocument(documentOf(repeated(applicationText, 256))).numberOfApplications(),
-              256u);
-    expectFault(documentOf(repeated(applicationText, 256) +
+    EXPECT_EQ(ReadDocument(documentOf(manyOf(applicationText, 256))).numberOfApplications(), 256u);
+    expectFault(documentOf(manyOf(applicationText, 256) +
                            changed(applicationText, "<Application>", "<Application >")),
                 tooLarge, "<Application >", "expected at most 256 applications");
 }
@@ -226,7 +375,7 @@ TEST(XMLAITDocument, HasAtMost256ElementsThatCountInAnApplication)
         ReadDocument(changed(sampleDocument(), "<orgId>", repeated("<icon/>", 500) + "<orgId>"))
             .numberOfApplications(),
         1u);
-    EXPECT_EQ(ReadDocument(documentOf(repeated(applicationText, 20))).numberOfApplications(), 20u);
+    EXPECT_EQ(ReadDocument(documentOf(manyOf(applicationText, 20))).numberOfApplications(), 20u);
 }
 
 TEST(XMLAITDocument, HasTextsOfAtMost4096Bytes)

@@ -92,6 +92,18 @@ inline std::string repeated(const std::string& text, size_t times)
     return all;
 }
 
+/// An application so many times, each with an id of its own, from 1 on.
+inline std::string manyOf(const std::string& application, size_t times)
+{
+    const std::string before = "<appId>";
+    const size_t begin = application.find(before) + before.size();
+    const size_t end = application.find('<', begin);
+    std::string all;
+    for (size_t i = 1; i <= times; ++i)
+        all += std::string(application).replace(begin, end - begin, std::to_string(i));
+    return all;
+}
+
 /// Where a part of a text stands.
 inline VestaHbbTV::XMLPlace placeOf(const std::string& text, const std::string& part)
 {

@@ -33,7 +33,7 @@ public:
         isInText_ = false;
     }
 
-    void addText(std::string_view text) override
+    void addText(std::string_view text, const XMLPlace&) override
     {
         if (!isInText_)
             lines.emplace_back();

@@ -130,9 +130,17 @@ std::vector<Setup> setupsOfTables()
 {
     Bytes damaged = AITSection().add(application(1)).bytes();
     damaged[20] ^= 1;
+    Bytes cut = AITSection().add(application(1)).bytes();
+    cut[1] = 0xB2;  // 512 bytes and some, of which the other packets do not come
+    Bytes tooLong = cut;
+    tooLong[1] = tooLong[2] = 0xFF;
     return {
         {"a bit of the section is wrong", Broadcast().add(damaged), toTheEnd,
          "PID 512, CRC_32 does not match"},
+        {"the section announces more than comes", Broadcast().add(cut), toTheEnd,
+         "PID 512, the next section begins before it ends"},
+        {"the section announces more than there can be", Broadcast().add(tooLong), toTheEnd,
+         "PID 512, its section_length is more than a section can have"},
         {"the PMT names applications of another type",
          Broadcast(1).add(AITSection().add(application(1))), toTheEnd,
          "no service of the stream signals HbbTV applications"},

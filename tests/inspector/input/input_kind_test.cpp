@@ -19,6 +19,26 @@ std::string textOf(const Bytes& bytes)
     return {bytes.begin(), bytes.end()};
 }
 
+/// An AIT, right in everything, with 'G' where so many packets would begin.
+std::string sectionWithSyncBytes(unsigned packets)
+{
+    AITSection section;
+    for (unsigned i = 1; i < packets; ++i)
+        section.common(vesta::test::descriptor(0x7F, Bytes(250, 'G')));
+    return textOf(section.bytes());
+}
+
+std::string wrongLast(std::string bytes)
+{
+    bytes.back() = static_cast<char>(bytes.back() ^ 1);
+    return bytes;
+}
+
+std::string textWithSyncBytes(const std::string& begin, const std::string& end)
+{
+    return begin + std::string(900, 'G') + end;
+}
+
 TEST(InputKinds, AreKnownByTheFirstBytes)
 {
     const std::string ait = textOf(AITSection().bytes());
@@ -39,6 +59,21 @@ TEST(InputKinds, AreKnownByTheFirstBytes)
         {"XML of two bytes a character", std::string("\xFF\xFE<\0a\0", 6), InputKind::Xml},
         {"hexadecimal text", "74 f0 0d", InputKind::HexadecimalText},
         {"with a comment", "# mine\n0x74, 0xf0", InputKind::HexadecimalText},
+        {"hexadecimal text in a C array", "char ait[] = {0x74, 0xf0};", InputKind::HexadecimalText},
+        {"sections with the sync byte at the distance of packets", sectionWithSyncBytes(3),
+         InputKind::Sections},
+        {"two of them, and a wrong CRC_32", wrongLast(sectionWithSyncBytes(2)),
+         InputKind::Sections},
+        {"hexadecimal text with them", textWithSyncBytes("# ", "\n74 f0"),
+         InputKind::HexadecimalText},
+        {"XML with them", textWithSyncBytes("<!-- ", " --><a/>"), InputKind::Xml},
+        {"packets after half of one that looks like XML", "<?" + packets(188, 100, 21),
+         InputKind::TransportStream},
+        {"packets after half of one that looks like an AIT", "t" + packets(188, 100, 21),
+         InputKind::TransportStream},
+        {"packets of which the second was lost", "G" + packets(188, 250, 20),
+         InputKind::TransportStream},
+        {"two packets", packets(188, 0, 2), InputKind::TransportStream},
         {"nothing", "", InputKind::TransportStream},
         {"text", "hello", InputKind::TransportStream},
     };
@@ -54,16 +89,6 @@ TEST(InputKinds, AreKnownWhereMoreFollows)
     for (size_t size = decidingBytes - 3; size <= decidingBytes; ++size)
         EXPECT_EQ(kindOf(digits.substr(0, size), false), InputKind::HexadecimalText) << size;
     EXPECT_EQ(kindOf(std::string(decidingBytes, '7'), false), InputKind::HexadecimalText);
-}
-
-TEST(HexadecimalText, MayBeWrittenInManyWays)
-{
-    const std::optional<std::string> expected("\x74\xF0\x0D");
-    for (const char* const text : {"74f00d", "74 F0 0d", "0x74,0xf0,0x0d", "74:f0:0d\r\n",
-                                   "# a\n74 # b\n f0\t0d", "#\n74f00d#"})
-        EXPECT_EQ(bytesOfHexadecimalText(text), expected) << text;
-    for (const char* const text : {"", " ", "7", "74f", "74 f", "7 4", "0x", "zz", "74;f0", "#"})
-        EXPECT_FALSE(bytesOfHexadecimalText(text)) << text;
 }
 
 }  // namespace

@@ -51,10 +51,30 @@ TEST(StreamTime, BeginsATimeLineAtAJump)
     EXPECT_EQ(after(6'600 * ms, false, false), 1U) << "more than a second";
 }
 
-TEST(StreamTime, DoesNotCompareTimeLines)
+TEST(StreamTime, KnowsOfWhatIsAfterAJumpTheTimeSinceIt)
 {
-    EXPECT_EQ(msBetween({0, 100}, {0, 350}), 250U);
-    EXPECT_FALSE(msBetween({0, 100}, {1, 350}));
+    EXPECT_EQ(msSince({0, 100}, {0, 350}), 250U);
+    EXPECT_EQ(msSince({0, 100}, {1, 350}), 350U);
+}
+
+TEST(StreamTime, FollowsAnotherClockWhereTheFirstEnds)
+{
+    StreamTime time;
+    for (uint64_t at = 0; at <= 5'000; at += 40) {
+        time.note(1, at * ms, false);
+        time.note(2, (70'000 + at) * ms, false);
+    }
+    EXPECT_EQ(time.now()->ms, 5'000U);
+    for (uint64_t at = 5'040; at <= 20'000; at += 40) {
+        time.note(2, (70'000 + at) * ms, false);
+        EXPECT_NEAR(double(time.now()->ms), double(at), 100) << "it does not stand still";
+    }
+    EXPECT_EQ(time.now()->timeLine, 0U) << "what was measured before goes on";
+    for (uint64_t at = 40; at <= 2'000; at += 40) {
+        time.note(1, at * ms, false);
+        time.note(2, (90'000 + at) * ms, false);
+        EXPECT_NEAR(double(time.now()->ms), double(20'000 + at), 100) << "the first is back";
+    }
 }
 
 }  // namespace

@@ -40,6 +40,15 @@ protected:
         stream_.finish();
     }
 
+    /// One section, and its header as far as eight bytes.
+    void expectLeftOut(LeftOutSection::Reason reason, const Bytes& section)
+    {
+        ASSERT_EQ(heard_.leftOut[aitPid].size(), 1u);
+        EXPECT_EQ(heard_.leftOut[aitPid].front().reason, reason);
+        EXPECT_EQ(heard_.leftOut[aitPid].front().header,
+                  Bytes(section.begin(), section.begin() + 8));
+    }
+
     RecordingListener heard_;
     TransportStream stream_{heard_};
 };
@@ -229,7 +238,54 @@ TEST_F(TransportStreamTest, ASectionWithAWrongCrcIsDroppedAndCounted)
     EXPECT_EQ(heard_.sections[aitPid][0], anAit(2));
     EXPECT_EQ(stream_.statistics().crcErrors, 1u);
     EXPECT_EQ(stream_.statistics().sections, 1u);
-    EXPECT_EQ(heard_.leftOut[aitPid], std::pair(uint64_t(1), uint64_t(0)));
+    expectLeftOut(LeftOutSection::Reason::WrongCrc, wrong);
+}
+
+TEST_F(TransportStreamTest, ASectionThatIsCutShortIsDroppedAndCounted)
+{
+    PacketWriter ait(aitPid);
+    stream_.subscribe(aitPid);
+    Bytes first = makeSection({0x74, 0x10, 7}, Bytes(400, 1));
+    const Bytes next = anAit(2);
+    // All of one packet and a part of the next one, after which another section begins.
+    const Bytes begin(first.begin(), first.begin() + 183);
+    const Bytes rest(first.begin() + 183, first.begin() + 203);
+    feed(ait.packet(true, {}, Bytes{0} + begin));
+    feed(ait.packet(true, {}, Bytes{20} + rest + next + Bytes(163 - next.size(), 0xFF)));
+    play(ait.section(anAit(3)));
+    ASSERT_EQ(heard_.sections[aitPid].size(), 2u);
+    EXPECT_EQ(heard_.sections[aitPid][0], next);
+    EXPECT_EQ(stream_.statistics().cutSections, 1u);
+    EXPECT_EQ(stream_.statistics().crcErrors, 0u);
+    expectLeftOut(LeftOutSection::Reason::CutShort, first);
+}
+
+TEST_F(TransportStreamTest, ASectionOfWhichAPacketIsMissingIsNotCutShort)
+{
+    PacketWriter ait(aitPid);
+    stream_.subscribe(aitPid);
+    Bytes packets = ait.section(makeSection({0x74, 0x10, 7}, Bytes(400, 1)));
+    packets.resize(188);
+    play(packets + ait.section(anAit(3)));
+    EXPECT_EQ(heard_.sections[aitPid].size(), 1u);
+    EXPECT_EQ(stream_.statistics().cutSections, 0u);
+    EXPECT_EQ(heard_.leftOut[aitPid].size(), 0u);
+    EXPECT_EQ(stream_.continuityErrors(), (std::map<uint16_t, uint64_t>{{aitPid, 1}}));
+}
+
+TEST_F(TransportStreamTest, ASectionThatAnnouncesMoreThanASectionHasIsDroppedAndCounted)
+{
+    PacketWriter ait(aitPid);
+    stream_.subscribe(aitPid);
+    Bytes tooLong = anAit(1);
+    tooLong[1] = 0xFF;
+    tooLong[2] = 0xFF;
+    play(ait.section(tooLong) + ait.section(anAit(2)));
+    EXPECT_EQ(heard_.sections[aitPid].size(), 1u);
+    EXPECT_EQ(stream_.statistics().cutSections, 1u);
+    ASSERT_EQ(heard_.leftOut[aitPid].size(), 1u);
+    EXPECT_EQ(heard_.leftOut[aitPid][0].reason, LeftOutSection::Reason::TooLong);
+    EXPECT_EQ(heard_.leftOut[aitPid][0].header, (Bytes{0x74, 0xFF, 0xFF}));
 }
 
 TEST_F(TransportStreamTest, ASectionWithoutCrcIsDroppedAndCounted)
@@ -243,8 +299,8 @@ TEST_F(TransportStreamTest, ASectionWithoutCrcIsDroppedAndCounted)
          ait.section(anAit(2)));
     EXPECT_EQ(heard_.sections[aitPid].size(), 1u);
     EXPECT_GE(stream_.statistics().uncheckedSections, 1u);
-    EXPECT_EQ(heard_.leftOut[aitPid].second, stream_.statistics().uncheckedSections);
-    EXPECT_EQ(heard_.leftOut[aitPid].first, stream_.statistics().crcErrors);
+    EXPECT_EQ(heard_.leftOut[aitPid].size(),
+              stream_.statistics().uncheckedSections + stream_.statistics().crcErrors);
 }
 
 TEST_F(TransportStreamTest, ALostPacketCostsItsSectionAndNoOther)

@@ -29,10 +29,9 @@ public:
         clocks.push_back({pid, ticks, discontinuity});
     }
 
-    void sectionsLeftOut(uint16_t pid, uint64_t crcErrors, uint64_t unchecked) override
+    void sectionLeftOut(uint16_t pid, const LeftOutSection& section) override
     {
-        leftOut[pid].first += crcErrors;
-        leftOut[pid].second += unchecked;
+        leftOut[pid].push_back(section);
     }
 
     struct Clock {
@@ -45,7 +44,7 @@ public:
     std::vector<std::pair<Service, SectionBytes>> pmts;
     std::map<uint16_t, std::vector<SectionBytes>> sections;
     std::vector<Clock> clocks;
-    std::map<uint16_t, std::pair<uint64_t, uint64_t>> leftOut;  // as CRC_32 is wrong, or missing
+    std::map<uint16_t, std::vector<LeftOutSection>> leftOut;
     std::function<void(uint16_t, const SectionBytes&)> onSection;
 };
 
