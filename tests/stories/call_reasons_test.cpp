@@ -118,7 +118,7 @@ TEST_F(CallReasons, AKeySetThatIsCut)
     vesta_hbbtv_add_notification_listener(RecordingListener::listen);
     tickAll();
     double granted = 0;
-    native_KeySetSetValue(idOf(shown->getRunningApplication()), 0x13, &granted);
+    native_KeySetSetValue(askForIdOf(shown->getRunningApplication()), 0x13, &granted);
     expectReason(HBBTV_REASON_KEYS_CUT, "0.0", 0x13, 0x11);
 }
 
@@ -140,7 +140,7 @@ TEST_F(CallReasons, Requests)
 TEST_F(CallReasons, NativesWithoutAPlaceForTheAnswer)
 {
     begin(httpApplication(1, 1));
-    void* const id = idOf(running());
+    void* const id = askForIdOf(running());
     native_AppPrivateDataGetFreeMem(1, nullptr);
     expectReason(HBBTV_REASON_NATIVE_NULL);
     native_KeySetGetMaximumValue(1, nullptr);
@@ -183,7 +183,7 @@ TEST_F(CallReasons, NativesOfAnApplicationWithoutEntryOrChannel)
     native_BroadcastAddStreamEventListener("e", nullptr, nullptr, nullptr, nullptr, 1);
     expectReason(HBBTV_REASON_NATIVE_NO_ENTRY);
     void* channel = nullptr;
-    native_AppPrivateDataGetCurrentChannel(idOf(running()), &channel);
+    native_AppPrivateDataGetCurrentChannel(askForIdOf(running()), &channel);
     expectReason(HBBTV_REASON_NATIVE_NO_CHANNEL);
     native_PermissionsIsBroadcastRelated(1, page);
     expectReason(HBBTV_REASON_NATIVE_OUTSIDE, "0.0", 0, 0, page);
@@ -212,7 +212,7 @@ TEST_F(CallReasons, NativesWithoutABrowser)
     shown->startBroadcastIndependentApplication(HbbTVURL(page));
     tickAll();
     long windowId = 0;
-    native_AppManGetWindowOfApplication(idOf(shown->getRunningApplication()), &windowId);
+    native_AppManGetWindowOfApplication(askForIdOf(shown->getRunningApplication()), &windowId);
     expectReason(HBBTV_REASON_NATIVE_NO_BROWSER);
 }
 
@@ -220,11 +220,11 @@ TEST_F(CallReasons, CreatingByURL)
 {
     begin(httpApplication(1, 1));
     void* created = nullptr;
-    native_ApplicationCreateApplication("dvb://current.ait/", 0, idOf(running()), &created);
+    native_ApplicationCreateApplication("dvb://current.ait/", 0, askForIdOf(running()), &created);
     expectReason(HBBTV_REASON_NATIVE_URL, "0.0", 0, 0, "dvb://current.ait/");
     send(E_HTTP_UNAVAILABLE);
     tickAll();
-    native_ApplicationCreateApplication(page, 0, idOf(running()), &created);
+    native_ApplicationCreateApplication(page, 0, askForIdOf(running()), &created);
     expectReason(HBBTV_REASON_NATIVE_BROADBAND_OFF, "0.0", 0, 0, page);
 }
 

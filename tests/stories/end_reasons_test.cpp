@@ -74,7 +74,7 @@ TEST_F(EndReasons, AnotherOneIsGivenItsBrowserWindow)
     begin(httpApplication(1, 1));
     void* created = nullptr;
     listener().nextWindows = {1};
-    native_ApplicationCreateApplication(page, 1, idOf(running()), &created);
+    native_ApplicationCreateApplication(page, 1, askForIdOf(running()), &created);
     tickAll();
     expectReason(HBBTV_REASON_END_REPLACED, "1.1");
 }
@@ -186,12 +186,12 @@ TEST_F(EndReasons, AChildTakesOverOrItsParentGoesOn)
     begin(httpApplication(1, 1));
     finishLoading();
     void* child = nullptr;
-    native_ApplicationCreateApplication(page, 1, idOf(running()), &child);
+    native_ApplicationCreateApplication(page, 1, askForIdOf(running()), &child);
     tickAll();
     failLoading(2);
     expectReason(HBBTV_REASON_END_CHILD_FAILED);
     tickAll();
-    native_ApplicationCreateApplication(page, 1, idOf(running()), &child);
+    native_ApplicationCreateApplication(page, 1, askForIdOf(running()), &child);
     tickAll();
     finishLoading(2);
     expectReason(HBBTV_REASON_END_PARENT, "1.1");
@@ -200,12 +200,12 @@ TEST_F(EndReasons, AChildTakesOverOrItsParentGoesOn)
 TEST_F(EndReasons, AScriptEndsItAndTheServicesOwnComesBackOrNot)
 {
     begin(httpApplication(1, 1));
-    native_ApplicationDestroyApplication(idOf(running()));
+    native_ApplicationDestroyApplication(askForIdOf(running()));
     expectReason(HBBTV_REASON_END_SCRIPT, "1.1");
     tickAll();
     expectReason(HBBTV_REASON_REACTIVATED, "1.1");
     listener().reactivateAIT = 0;
-    native_ApplicationDestroyApplication(idOf(running()));
+    native_ApplicationDestroyApplication(askForIdOf(running()));
     tickAll();
     expectReason(HBBTV_REASON_NOT_REACTIVATED, "1.1");
 }

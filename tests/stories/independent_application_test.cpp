@@ -132,8 +132,9 @@ TEST_F(IndependentApplicationStory, AnXMLTablesApplicationReplacesThePageThatAsk
     Application* const portal = running();
     // The portal opens an XML table: nobody is asked for a document that is no application.
     void* id = nullptr;
-    EXPECT_EQ(native_ApplicationCreateApplication("http://x.example/l.aitx", 0, idOf(portal), &id),
-              VEIF_RETURN_OK);
+    EXPECT_EQ(
+        native_ApplicationCreateApplication("http://x.example/l.aitx", 0, askForIdOf(portal), &id),
+        VEIF_RETURN_OK);
     EXPECT_EQ(tickAll(), 1);
     EXPECT_EQ(journal(), Lines({"REQUEST w2", "ve_clear_history(w2)",
                                 "ve_open_url(w2, http://x.example/l.aitx)"}));
@@ -157,7 +158,7 @@ TEST_F(IndependentApplicationStory, WhenAnXMLTablesApplicationFailsThePortalIsSt
     startApplication(httpApplication(1, 2, "portal"));
     finishLoading();
     void* id = nullptr;
-    native_ApplicationCreateApplication("http://x.example/l.aitx", 0, idOf(running()), &id);
+    native_ApplicationCreateApplication("http://x.example/l.aitx", 0, askForIdOf(running()), &id);
     sendXMLAIT({AITEntry(5, 6).http(1, "http://x.example/").location("app")});
     tickAll();
     forget();
@@ -182,7 +183,7 @@ TEST_F(IndependentApplicationStory, AfterItsEndTheServicesApplicationReturns)
     tickAll();
     ASSERT_TRUE(running()->isBroadcastRelated());
     forget();
-    EXPECT_EQ(native_ApplicationDestroyApplication(idOf(running())), VEIF_RETURN_OK);
+    EXPECT_EQ(native_ApplicationDestroyApplication(askForIdOf(running())), VEIF_RETURN_OK);
     EXPECT_EQ(tickAll(), 2);
     EXPECT_EQ(journal(), Lines({
                              "STOP 5.6 related reactivate=1 http://a.example/xml",

@@ -62,7 +62,7 @@ TEST_F(StartAndStopStory, FailingLoadsGoThroughTransportsParentAndOtherApplicati
                 .add(httpApplication(1, 3, "last").priority(1)));
     tickAll();
     void* id = nullptr;
-    native_ApplicationCreateApplication("dvb://current.ait/1.2", 1, idOf(running()), &id);
+    native_ApplicationCreateApplication("dvb://current.ait/1.2", 1, askForIdOf(running()), &id);
     tickAll();
     forget();
     journalLog({"Window", "StopApplicationEvent"});
@@ -197,7 +197,7 @@ TEST_F(StartAndStopStory, TimeShiftStopsAnApplicationAndOnlyAnAwareOneStartsTher
 TEST_F(StartAndStopStory, AfterAScriptsExitTheServicesApplicationReturnsUnlessAListenerVetoes)
 {
     startApplication(httpApplication(1, 2));
-    native_ApplicationDestroyApplication(idOf(running()));
+    native_ApplicationDestroyApplication(askForIdOf(running()));
     EXPECT_EQ(tickAll(), 2);
     EXPECT_EQ(journal(), Lines({
                              "STOP 1.2 related reactivate=1 http://a.example/index.html",
@@ -209,7 +209,7 @@ TEST_F(StartAndStopStory, AfterAScriptsExitTheServicesApplicationReturnsUnlessAL
                              "ve_open_url(w1, http://a.example/index.html)",
                          }));
     listener().reactivateAIT = 0;
-    native_ApplicationDestroyApplication(idOf(running()));
+    native_ApplicationDestroyApplication(askForIdOf(running()));
     EXPECT_EQ(tickAll(), 1);
     EXPECT_EQ(journal(),
               Lines({"STOP 1.2 related reactivate=1 http://a.example/index.html", "RELEASE w1"}));

@@ -57,7 +57,8 @@ TEST_F(StartReasons, AScriptsApplicationIdIsTooLarge)
     startApplication(httpApplication(1, 1));
     forgetReasons();
     void* created = nullptr;
-    native_ApplicationCreateApplication("dvb://current.ait/1.10000", 0, idOf(running()), &created);
+    native_ApplicationCreateApplication("dvb://current.ait/1.10000", 0, askForIdOf(running()),
+                                        &created);
     expectReason(HBBTV_REASON_START_NOT_LISTED, "1.65536");
 }
 
@@ -208,7 +209,7 @@ TEST_F(StartReasons, WhoStartedIsSaidWithWindowAndId)
     EXPECT_EQ(last.reason, HBBTV_REASON_STARTED);
     EXPECT_EQ(last.verdict, 1);
     EXPECT_EQ(last.window, window());
-    EXPECT_EQ(last.scriptApplication, idOf(running()));
+    EXPECT_EQ(last.scriptApplication, askForIdOf(running()));
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(WindowsAndTicksStory, EventsOfReleasedWindowsFindNothing)
     other->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
     tickAll();
     forgetJournal();
-    void* const application = idOf(other->getRunningApplication());
+    void* const application = askForIdOf(other->getRunningApplication());
     finishLoading(1);
     native_ApplicationHide(application);
     native_ApplicationDestroyApplication(application);

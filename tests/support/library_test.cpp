@@ -120,6 +120,16 @@ void* LibraryTest::idOf(Application* application)
                        : nullptr;
 }
 
+void* LibraryTest::askForIdOf(Application* application)
+{
+    void* const id = idOf(application);
+    void* asked = nullptr;
+    if (application)
+        native_AppManGetApplicationId(browser().idOf(application->getTavoWindow()), nullptr,
+                                      &asked);
+    return asked == id ? asked : id;
+}
+
 ref_ptr<AIT> LibraryTest::broadcastTable(const AITSection& section)
 {
     const ref_ptr<AIT> table(new AIT(1, 2, 3, nullptr));

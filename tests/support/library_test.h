@@ -81,6 +81,10 @@ protected:
     /// An application as scripts know it. @param application may be null
     static void* idOf(VestaHbbTV::Application* application);
 
+    /// The same, asked of the library where a script could ask it: a record of the test then knows
+    /// where it came from.
+    static void* askForIdOf(VestaHbbTV::Application* application);
+
     /// A complete table made of one section of the service 1.2.3, not yet in force.
     static VestaHbbTV::ref_ptr<VestaHbbTV::AIT> broadcastTable(const AITSection& section);
 
