@@ -8,9 +8,29 @@
 
 namespace recorder {
 
+namespace {
+
+/// In what was loaded for a plugin alone, which RTLD_NEXT does not see. It stays loaded.
+void* findInLibrariesOfPlugins(const char* symbol)
+{
+    for (const char* const name : {"libvesta_hbbtv_appman.so.1", "libvesta_hbbtv_kit.so.1"}) {
+        void* const library = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
+        void* const found = library ? dlsym(library, symbol) : nullptr;
+        if (found)
+            return found;
+        if (library)
+            dlclose(library);
+    }
+    return nullptr;
+}
+
+}  // namespace
+
 void* findNext(const char* symbol)
 {
-    void* const found = dlsym(RTLD_NEXT, symbol);
+    void* found = dlsym(RTLD_NEXT, symbol);
+    if (!found)
+        found = findInLibrariesOfPlugins(symbol);
     if (!found) {
         complain("there is no " + std::string(symbol) + " after the recorder");
         std::abort();

@@ -21,10 +21,23 @@ int openNew(const std::string& path)
 {
     const mode_t everybodyAsMasked = 0666;
     int descriptor;
-    do {
-        descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY,
-                            everybodyAsMasked);
+    do {  // a pipe that nobody reads is none to wait for
+        descriptor =
+            ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
+                   everybodyAsMasked);
     } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0)
+        return descriptor;
+    // What the program writes to its standard streams is not for the record, even if it closed
+    // them.
+    const int firstOfNobody = 3;
+    if (descriptor < firstOfNobody) {
+        const int other = fcntl(descriptor, F_DUPFD_CLOEXEC, firstOfNobody);
+        close(descriptor);
+        descriptor = other;
+    }
+    if (descriptor >= 0)
+        fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     return descriptor;
 }
 
@@ -99,6 +112,7 @@ bool writeWhole(int descriptor, std::string_view first, std::string_view second)
 
 void complain(std::string_view sentence)
 {
+    const BrokenPipeUnheard unheard;
     std::fprintf(stderr, "libvesta_hbbtv_recorder: %.*s.\n", static_cast<int>(sentence.size()),
                  sentence.data());
 }

@@ -151,6 +151,9 @@ template <typename Write>
 void Recorder::safely(const Write& write)
 {
     const ErrnoKept errnoKept;
+    // A child has the record of the process that began it, and perhaps a lock that nobody releases.
+    if (process_.load(std::memory_order_relaxed) != getpid())
+        return;
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!file_.isOpen())
         return;
@@ -278,8 +281,6 @@ void Recorder::beginNewPart(void* broadcastWindow)
 void Recorder::flush()
 {
     safely([&] {
-        if (process_ != getpid())  // the lines of the process that began the record are its own
-            return;
         appendPendingTicks();
         writeLines();
     });
@@ -372,23 +373,26 @@ std::string Recorder::nameOf(const char*, Handle kind, uintptr_t value, bool isN
 
 std::string Recorder::hashOf(const void* bytes, size_t length)
 {
+    // What the integrator hands in is a document; the carousel's files come as answers.
+    const bool isLeftOut = settings_.leavesOutBodies && direction_ == Direction::out;
     // What the platform gave is most often handed to the browser as it is.
     if (bytes != bytes_ || length != bytesLength_) {
         bytesHash_ = recorder::hashOf(bytes, length);
         bytes_ = bytes;
         bytesLength_ = length;
-        if (bodies_.insert(bytesHash_).second)
-            appendBody(bytesHash_, bytes, length);
+        const auto [body, isNew] = bodies_.emplace(bytesHash_, isLeftOut);
+        if (isNew || (body->second && !isLeftOut))
+            appendBody(bytesHash_, bytes, length, isLeftOut);
+        body->second = body->second && isLeftOut;
     }
     return bytesHash_;
 }
 
 /// A line of its own before the one that names the bytes.
-void Recorder::appendBody(const std::string& hash, const void* bytes, size_t length)
+void Recorder::appendBody(const std::string& hash, const void* bytes, size_t length, bool isLeftOut)
 {
     before_ += "{\"body\":\"" + hash;
-    // What the integrator hands in is a document; the carousel's files come as answers.
-    if (settings_.leavesOutBodies && direction_ == Direction::out) {
+    if (isLeftOut) {
         before_ += "\",\"length\":";
         appendNumber(before_, length);
         before_ += "}\n";

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <pthread.h>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "recorder/boundary/writer.h"
 #include "recorder/left_out_queries.h"
@@ -99,7 +99,7 @@ private:
     void appendEnd(uint64_t number);
     template <typename Call>
     void appendWhole(Call call, const char* says);
-    void appendBody(const std::string& hash, const void* bytes, size_t length);
+    void appendBody(const std::string& hash, const void* bytes, size_t length, bool isLeftOut);
     void writeLines();
     template <typename Write>
     void safely(const Write& write);
@@ -110,11 +110,12 @@ private:
 
     static std::atomic<State> state_;
 
+    std::atomic<int> process_{0};  // that the record is of
+
     std::mutex mutex_;  // of everything below
     Settings settings_;
     bool isPrepared_ = false;
     RecordFile file_;
-    int process_ = 0;
     int64_t start_ = 0;
     uint64_t calls_ = 0;
     uint64_t openCalls_ = 0;
@@ -127,9 +128,9 @@ private:
     std::string line_;
     Names names_;
     LeftOutQueries queries_;
-    std::unordered_set<std::string> bodies_;  // that are in the record
-    Direction direction_ = Direction::in;     // of the call that is being written
-    const void* bytes_ = nullptr;             // whose hash is bytesHash_
+    std::unordered_map<std::string, bool> bodies_;  // that are in the record; whether left out
+    Direction direction_ = Direction::in;           // of the call that is being written
+    const void* bytes_ = nullptr;                   // whose hash is bytesHash_
     size_t bytesLength_ = 0;
     std::string bytesHash_;
     StartingState startingState_;

@@ -96,6 +96,8 @@ void SentEvents::handOver()
 void SentEvents::setRunning(bool isRunning)
 {
     hasQueue = isRunning;
+    if (!isRunning)
+        handOverWaiting();  // what came meanwhile stays its sender's, as without the recorder
 }
 
 }  // namespace recorder

@@ -11,6 +11,7 @@ namespace {
 const size_t hashLength = 64;
 /// What a file of a carousel may have, and more.
 const uint64_t largestBody = uint64_t(1) << 28;
+const uint64_t mostLeftOut = uint64_t(1) << 30;  // all of them
 
 std::string sha256Of(const void* bytes, size_t length)
 {
@@ -43,8 +44,9 @@ bool Bodies::add(const std::string& hash, std::string bytes)
 
 bool Bodies::addLeftOut(const std::string& hash, uint64_t length)
 {
-    if (length > largestBody)
+    if (length > largestBody || length > mostLeftOut - leftOutBytes_)
         return false;
+    leftOutBytes_ += length;
     // The hash itself, over and over: no other body has it at this length.
     std::string bytes(static_cast<size_t>(length), '\0');
     for (size_t place = 0; place < bytes.size(); ++place)

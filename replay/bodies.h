@@ -23,7 +23,7 @@ public:
     bool add(const std::string& hash, std::string bytes);
 
     /// A body of which the record has the length alone. Stands in for it: bytes that no other body
-    /// has. @return false if it is larger than any file
+    /// has. @return false if it is larger than any file, or all of them together are
     bool addLeftOut(const std::string& hash, uint64_t length);
 
     /// @return null for a hash without a body; stays valid
@@ -34,6 +34,7 @@ public:
     std::string hashOf(const void* bytes, size_t length) const;
 
 private:
+    uint64_t leftOutBytes_ = 0;
     std::unordered_map<std::string, Body> bodies_;
     std::unordered_map<std::string, std::string>
         leftOut_;  ///< hash of what stands in; the record's

@@ -65,12 +65,16 @@ void* Library::find(const char* symbol) const
     return dlsym(handle_, symbol);
 }
 
-void* Library::findInKit(const char* symbol)
+void* Library::findInKit(const char* symbol, std::string& problem)
 {
-    std::string problem;
     if (!kit_)
         kit_ = openFirst(placesOf(kitPath_, kitName), problem);
-    return kit_ ? dlsym(kit_, symbol) : nullptr;
+    void* const function = kit_ ? dlsym(kit_, symbol) : nullptr;
+    if (!function && !kitPath_.empty() && problem.empty())
+        problem = kitPath_ + " has no " + symbol;
+    else if (kitPath_.empty())
+        problem.clear();  // there may be none
+    return function;
 }
 
 }  // namespace replay

@@ -19,7 +19,7 @@ public:
     void* find(const char* symbol) const;
 
     /// Of the kit. @return null likewise, and where there is no kit
-    void* findInKit(const char* symbol);
+    void* findInKit(const char* symbol, std::string& problem);
 
 private:
     Library(void* handle, std::string kitPath) : handle_(handle), kitPath_(std::move(kitPath)) {}

@@ -102,6 +102,8 @@ std::string whatDoesNotFit(const Options& options)
         return "which record?";
     if (!options.test.empty() && !options.shrunk.empty())
         return "--test is for a record that agrees, --shrink for one that does not";
+    if (options.until != Options().until && !(options.test.empty() && options.shrunk.empty()))
+        return "--until stops before the end: --test and --shrink need to come there";
     if (!options.into.empty() && options.test.empty())
         return "--into says where --test writes";
     return "";

@@ -116,8 +116,11 @@ void Player::playIn(const Line& line)
     if (ofTheKit && reader.hasReadLeftOutBody())
         stop(exitCannotGoOn,
              "cannot be played: " + stepText(line) + " reads a document that was left out\n");
+    std::string problem;
     void* const function =
-        ofTheKit ? library_.findInKit(call->symbol()) : library_.find(call->symbol());
+        ofTheKit ? library_.findInKit(call->symbol(), problem) : library_.find(call->symbol());
+    if (!problem.empty())
+        stop(exitUnreadable, problem + "\n");
     if (!function)
         stop(ofTheKit ? exitSkipped : exitUnreadable,
              (ofTheKit ? "skipped: there is no kit with " : "the library has no ") + line.name +

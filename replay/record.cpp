@@ -137,6 +137,8 @@ public:
         return false;
     }
 
+    bool isInState() const { return isInState_; }
+
 private:
     /// Whether calls of the integrator, and ticks, may stand here.
     bool isOutsideOfTheLibrary() const
@@ -207,8 +209,8 @@ private:
     {
         const auto which = textIn(object, "state");
         if (!open_.empty() || (which != "begin" && which != "end") ||
-            (which == "begin") == isInState_)
-            return fail("a state begins and ends once, outside of every call");
+            (which == "begin") == isInState_ || (which == "begin" && !record_.lines.empty()))
+            return fail("a state begins and ends once, outside of every call and before them");
         isInState_ = !isInState_;
         line.kind = isInState_ ? Line::Kind::StateBegin : Line::Kind::StateEnd;
         record_.lines.push_back(std::move(line));
@@ -278,6 +280,10 @@ std::optional<Record> readRecord(std::istream& input, std::string& problem)
     }
     if (record.head.is_null()) {
         problem = "it is empty";
+        return std::nullopt;
+    }
+    if (assembly.isInState()) {
+        problem = "it ends before the state in which it begins";
         return std::nullopt;
     }
     return record;

@@ -8,6 +8,7 @@
 #include <map>
 #include <ostream>
 #include <regex>
+#include <string_view>
 
 #include "inspector/check/report.h"
 #include "inspector/input/input_reader.h"
@@ -760,8 +761,10 @@ TEST_P(FindingKinds, AreFoundWhereTheyAreAndOnlyThere)
     const Ids with = idsOf(findings);
     ASSERT_EQ(with.count(GetParam().id), 1U) << testing::PrintToString(with);
     const auto first =
-        std::find_if(findings.all().begin(), findings.all().end(),
-                     [](const Finding& finding) { return finding.kind->id == GetParam().id; });
+        std::find_if(findings.all().begin(), findings.all().end(), [](const Finding& finding) {
+            return finding.kind->id == std::string_view(GetParam().id);
+        });
+    ASSERT_NE(first, findings.all().end());
     const auto place = places().find(GetParam().id);
     ASSERT_NE(place, places().end()) << textOf(first->place);
     EXPECT_EQ(std::string(nameOf(first->kind->severity)) + ": " + textOf(first->place),

@@ -245,6 +245,32 @@ TEST(Recording, HasEveryEventOfManyThreadsOnceAndInTheOrderInWhichItWasRun)
         EXPECT_EQ(countOf(lines, thread), 200u) << thread;
 }
 
+TEST(Recording, HasNothingOfAChildThatCallsTheLibrary)
+{
+    const std::vector<std::string> lines = recordOf("lazy", "forks-and-calls");
+    EXPECT_EQ(countOf(lines, "\"in\":\"vesta_hbbtv_shutdown\""), 1u);
+    EXPECT_EQ(countOf(lines, "E_AIT_SECTION"), 1u);
+}
+
+TEST(Recording, StaysAwayFromTheStandardStreams)
+{
+    const TemporaryFolder folder;
+    const ProgramResult result =
+        runProgram("lazy", "closes-its-streams", {{"VESTA_RECORD", folder / "record"}});
+    EXPECT_EQ(result.exitCode, 0) << result.complaints;
+    EXPECT_GT(linesOf(folder / "record").size(), 10u);
+}
+
+TEST(Recording, DoesNotWaitForSomebodyToReadAPipe)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const ProgramResult result = runProgram("lazy", "everything", {{"VESTA_RECORD", pipe}});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.complaints, HasSubstr("cannot be written"));
+}
+
 TEST(Recording, GoesOnInTheProcessThatBeganItAlone)
 {
     const std::vector<std::string> lines = recordOf("lazy", "forks");

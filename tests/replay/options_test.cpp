@@ -16,20 +16,19 @@ std::string problemOf(const std::vector<std::string>& arguments)
 TEST(Options, AreRead)
 {
     std::string problem;
-    const auto options =
-        parseOptions({"--library", "l.so", "--kit", "k.so", "--until", "12", "a.vesta", "--steps",
-                      "3", "--decisions", "--test", "zap-2", "--into", "here"},
-                     problem);
+    const auto options = parseOptions({"--library", "l.so", "--kit", "k.so", "a.vesta", "--steps",
+                                       "3", "--decisions", "--test", "zap-2", "--into", "here"},
+                                      problem);
     ASSERT_TRUE(options) << problem;
     EXPECT_EQ(options->command, Command::Play);
     EXPECT_EQ(options->library, "l.so");
     EXPECT_EQ(options->kit, "k.so");
-    EXPECT_EQ(options->until, 12u);
     EXPECT_EQ(options->steps, 3u);
     EXPECT_TRUE(options->decisions);
     EXPECT_EQ(options->test, "zap-2");
     EXPECT_EQ(options->into, "here");
     EXPECT_EQ(options->file, "a.vesta");
+    EXPECT_EQ(parseOptions({"--until", "12", "a"}, problem)->until, 12u);
     EXPECT_EQ(parseOptions({"--shrink", "o", "a"}, problem)->shrunk, "o");
     EXPECT_EQ(parseOptions({"--help"}, problem)->command, Command::Help);
     EXPECT_EQ(parseOptions({"-h"}, problem)->command, Command::Help);
@@ -41,6 +40,10 @@ TEST(Options, SayWhatIsWrong)
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{}, "which record?"},
         {{"a", "b"}, "one record at a time: b"},
+        {{"--until", "5", "--test", "t", "a"},
+         "--until stops before the end: --test and --shrink need to come there"},
+        {{"--until", "5", "--shrink", "o", "a"},
+         "--until stops before the end: --test and --shrink need to come there"},
         {{"--bogus", "a"}, "no such option: --bogus"},
         {{"a", "--until"}, "what does --until mean by \"\"?"},
         {{"a", "--until", "-1"}, "what does --until mean by \"-1\"?"},

@@ -503,6 +503,33 @@ void forks()
     vesta_hbbtv_shutdown();
 }
 
+/// As a child whose end shuts the library down.
+void forksAndCalls()
+{
+    begin();
+    const pid_t child = fork();
+    if (child == 0) {
+        vesta_hbbtv_shutdown();
+        std::exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    tuneIn();
+    vesta_hbbtv_shutdown();
+}
+
+/// A service without a console, whose first file is its standard input.
+void closesItsStreams()
+{
+    close(0);
+    begin();
+    tuneIn();
+    vesta_hbbtv_shutdown();
+    char byte;
+    if (read(0, &byte, 1) != -1)
+        std::abort();
+}
+
 void ticksToTheEnd()
 {
     begin();
@@ -599,6 +626,8 @@ int main(int count, char** arguments)
         {"zaps-once", [] { zaps(1); }},
         {"stays-tuned-in", staysTunedIn},
         {"forks", forks},
+        {"forks-and-calls", forksAndCalls},
+        {"closes-its-streams", closesItsStreams},
         {"ticks", ticksToTheEnd},
         {"nothing", doesNothing},
     };
