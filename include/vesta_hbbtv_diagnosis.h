@@ -103,11 +103,11 @@ enum HBBTV_Reason {
     HBBTV_REASON_NOT_REACTIVATED = 435,
     HBBTV_REASON_PAGE_FAILED = 436,           ///< `had` the HTTP status, `text` the URL
     HBBTV_REASON_PAGE_NOT_WELL_FORMED = 437,  ///< `text` the URL
-    HBBTV_REASON_LOAD_NOT_DVB = 501,         ///< `text` the URL
-    HBBTV_REASON_LOAD_NO_APPLICATION = 502,  ///< `text` the URL
-    HBBTV_REASON_LOAD_NOT_RELATED = 503,     ///< `text` the URL
-    HBBTV_REASON_FILE_REFUSED = 504,         ///< `had` the answer, `text` the path
-    HBBTV_REASON_FILE_UNREADABLE = 505,      ///< `text` the function
+    HBBTV_REASON_LOAD_NOT_DVB = 501,          ///< `text` the URL
+    HBBTV_REASON_LOAD_NO_APPLICATION = 502,   ///< `text` the URL
+    HBBTV_REASON_LOAD_NOT_RELATED = 503,      ///< `text` the URL
+    HBBTV_REASON_FILE_REFUSED = 504,          ///< `had` the answer, `text` the path
+    HBBTV_REASON_FILE_UNREADABLE = 505,       ///< `text` the function
     HBBTV_REASON_FILE_FAILED = 506,
     HBBTV_REASON_FILE_UNKNOWN = 507,
     HBBTV_REASON_KEY_NO_APPLICATION = 601,        ///< `had` the key
