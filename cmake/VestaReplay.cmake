@@ -14,9 +14,10 @@ endif()
 
 file(GLOB replay_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/replay/*.cpp")
 list(FILTER replay_sources EXCLUDE REGEX "/main\\.cpp$")
+file(GLOB boundary_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/recorder/boundary/*.cpp")
 # Of the rest what stands alone is taken along.
-add_library(vesta_replay_objects OBJECT ${replay_sources}
-  recorder/boundary/json_text.cpp receiver/integration/decision_sentence.cpp security/sha256.cpp)
+add_library(vesta_replay_objects OBJECT ${replay_sources} ${boundary_sources}
+  receiver/integration/decision_sentence.cpp security/sha256.cpp)
 target_include_directories(vesta_replay_objects PUBLIC
   "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/kit/include" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vesta_replay_objects PUBLIC

@@ -9,9 +9,9 @@
 #include <utility>
 #include <variant>
 
-#include "recorder/base64.h"
+#include "recorder/boundary/base64.h"
+#include "recorder/boundary/hash.h"
 #include "recorder/functions_out.h"
-#include "recorder/hash.h"
 #include "recorder/plugin_listeners.h"
 #include "recorder/relocation_slots.h"
 

@@ -12,23 +12,6 @@ const size_t groupSize = 4;
 
 }  // namespace
 
-std::string toBase64(std::string_view bytes)
-{
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * groupSize);
-    for (size_t place = 0; place < bytes.size(); place += 3) {
-        uint32_t group = 0;
-        for (size_t offset = 0; offset < 3; ++offset) {
-            const bool isThere = place + offset < bytes.size();
-            group = group << 8 | (isThere ? static_cast<uint8_t>(bytes[place + offset]) : 0U);
-        }
-        const size_t characters = bytes.size() - place < 3 ? bytes.size() - place + 1 : groupSize;
-        for (size_t offset = 0; offset < groupSize; ++offset)
-            text += offset < characters ? alphabet[group >> (18 - 6 * offset) & 0x3F] : '=';
-    }
-    return text;
-}
-
 std::optional<std::string> fromBase64(std::string_view text)
 {
     if (text.size() % groupSize != 0)

@@ -1,8 +1,6 @@
 #include "replay/bodies.h"
 
-#include <algorithm>
-
-#include "security/sha256.h"
+#include "recorder/boundary/hash.h"
 
 namespace replay {
 
@@ -12,19 +10,6 @@ const size_t hashLength = 64;
 /// What a file of a carousel may have, and more.
 const uint64_t largestBody = uint64_t(1) << 28;
 const uint64_t mostLeftOut = uint64_t(1) << 30;  // all of them
-
-std::string sha256Of(const void* bytes, size_t length)
-{
-    SHA256 hasher;
-    const char* rest = static_cast<const char*>(bytes);
-    while (length > 0) {
-        const size_t piece = std::min(length, size_t(1) << 30);
-        hasher.input(rest, static_cast<unsigned int>(piece));
-        rest += piece;
-        length -= piece;
-    }
-    return hasher.getResultString();
-}
 
 }  // namespace
 
@@ -36,7 +21,7 @@ bool isHash(const std::string& text)
 
 bool Bodies::add(const std::string& hash, std::string bytes)
 {
-    if (sha256Of(bytes.data(), bytes.size()) != hash)
+    if (recorder::hashOf(bytes.data(), bytes.size()) != hash)
         return false;
     bodies_[hash] = {std::move(bytes), false};
     return true;
@@ -51,7 +36,7 @@ bool Bodies::addLeftOut(const std::string& hash, uint64_t length)
     std::string bytes(static_cast<size_t>(length), '\0');
     for (size_t place = 0; place < bytes.size(); ++place)
         bytes[place] = hash[place % hashLength];
-    leftOut_[sha256Of(bytes.data(), bytes.size())] = hash;
+    leftOut_[recorder::hashOf(bytes.data(), bytes.size())] = hash;
     bodies_[hash] = {std::move(bytes), true};
     return true;
 }
@@ -64,7 +49,7 @@ const Body* Bodies::find(const std::string& hash) const
 
 std::string Bodies::hashOf(const void* bytes, size_t length) const
 {
-    const std::string hash = sha256Of(bytes, length);
+    const std::string hash = recorder::hashOf(bytes, length);
     const auto found = leftOut_.find(hash);
     return found == leftOut_.end() ? hash : found->second;
 }

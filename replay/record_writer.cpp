@@ -3,7 +3,7 @@
 #include <set>
 #include <string>
 
-#include "replay/base64.h"
+#include "recorder/boundary/base64.h"
 
 namespace replay {
 
@@ -72,10 +72,13 @@ private:
         const Body* const body = record_.bodies.find(hash);
         if (!body || !written_.insert(hash).second)
             return;
-        if (body->isLeftOut)
+        if (body->isLeftOut) {
             write({{"body", hash}, {"length", body->bytes.size()}});
-        else
-            write({{"body", hash}, {"base64", toBase64(body->bytes)}});
+        } else {
+            std::string text;
+            recorder::appendBase64(text, body->bytes.data(), body->bytes.size());
+            write({{"body", hash}, {"base64", text}});
+        }
     }
 
     std::ostream& output_;

@@ -1,10 +1,18 @@
 #include <gtest/gtest.h>
 #include <utility>
 
+#include "recorder/boundary/base64.h"
 #include "replay/base64.h"
 
 namespace replay {
 namespace {
+
+std::string toBase64(const std::string& bytes)
+{
+    std::string text;
+    recorder::appendBase64(text, bytes.data(), bytes.size());
+    return text;
+}
 
 TEST(Base64, IsThatOfTheStandard)
 {

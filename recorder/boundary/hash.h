@@ -1,5 +1,5 @@
-#ifndef VESTA_RECORDER_HASH_H
-#define VESTA_RECORDER_HASH_H
+#ifndef VESTA_RECORDER_BOUNDARY_HASH_H
+#define VESTA_RECORDER_BOUNDARY_HASH_H
 
 #include <cstddef>
 #include <string>

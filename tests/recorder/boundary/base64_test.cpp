@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "recorder/base64.h"
+#include "recorder/boundary/base64.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef VESTA_RECORDER_BASE64_H
-#define VESTA_RECORDER_BASE64_H
+#ifndef VESTA_RECORDER_BOUNDARY_BASE64_H
+#define VESTA_RECORDER_BOUNDARY_BASE64_H
 
 #include <cstddef>
 #include <string>

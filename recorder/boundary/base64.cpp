@@ -1,4 +1,4 @@
-#include "recorder/base64.h"
+#include "recorder/boundary/base64.h"
 
 namespace recorder {
 

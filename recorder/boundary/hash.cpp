@@ -1,4 +1,4 @@
-#include "recorder/hash.h"
+#include "recorder/boundary/hash.h"
 
 #include <algorithm>
 
