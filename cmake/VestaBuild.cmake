@@ -19,6 +19,18 @@ function(vesta_own_code target)
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 endfunction()
 
+# Where libraries are installed, seen from the programs, so that an installation can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}"
+           OUTPUT_VARIABLE VESTA_LIBRARY_FOLDER)
+
+# Installs a program with its man page.
+function(vesta_install_program target component)
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${VESTA_LIBRARY_FOLDER}")
+  install(TARGETS ${target} COMPONENT ${component})
+  install(FILES "${PROJECT_SOURCE_DIR}/packaging/man/${target}.1"
+          DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT ${component})
+endfunction()
+
 # Decides on a part beside the library: it is built where its packages are found, unless VARIABLE says
 # otherwise. What was not said is decided anew by each configuration, and not kept in the cache: that
 # is the user's.

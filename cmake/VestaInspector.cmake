@@ -15,4 +15,5 @@ if(VESTA_BUILD_RECEIVER AND TARGET vesta_hbbtv_kit)
   target_link_libraries(vesta_signalling PRIVATE
     vesta_inspector_objects vesta_receiver_objects vesta_kit_objects)
   vesta_own_code(vesta_signalling)
+  vesta_install_program(vesta_signalling tools)
 endif()

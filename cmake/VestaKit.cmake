@@ -66,9 +66,12 @@ add_library(vesta_hbbtv_appman::kit ALIAS vesta_hbbtv_kit)
 add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
 
 # A set of its own, so that the application manager's is complete without the kit.
-install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit)
+install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit
+        LIBRARY COMPONENT kit-runtime NAMELINK_COMPONENT kit-development
+        ARCHIVE COMPONENT kit-development)
 install(FILES kit/include/vesta_hbbtv_kit.h
-        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT kit-development)
 install(EXPORT vesta_hbbtv_kit NAMESPACE vesta_hbbtv_appman::
-        FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}")
-vesta_install_pkg_config(vesta_hbbtv_kit vesta_hbbtv_kit-shared)
+        FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}"
+        COMPONENT kit-development)
+vesta_install_pkg_config(kit-development vesta_hbbtv_kit vesta_hbbtv_kit-shared)

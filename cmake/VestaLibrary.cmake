@@ -52,7 +52,8 @@ foreach(header IN LISTS VESTA_INSTALLED_HEADERS)
        @ONLY)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES "${VESTA_CLASS_HEADERS}/vesta_hbbtv_appman/${header}"
-          DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman/${folder}")
+          DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman/${folder}"
+          COMPONENT development)
 endforeach()
 
 foreach(library vesta_hbbtv_appman vesta_hbbtv_appman_static)
@@ -66,11 +67,14 @@ foreach(library vesta_hbbtv_appman vesta_hbbtv_appman_static)
 endforeach()
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/vesta_hbbtv_appman")
-install(TARGETS vesta_hbbtv_appman vesta_hbbtv_appman_static EXPORT vesta_hbbtv_appman)
-install(FILES ${VESTA_PUBLIC_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(TARGETS vesta_hbbtv_appman vesta_hbbtv_appman_static EXPORT vesta_hbbtv_appman
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE COMPONENT development)
+install(FILES ${VESTA_PUBLIC_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 
 install(EXPORT vesta_hbbtv_appman NAMESPACE vesta_hbbtv_appman::
-        FILE vesta_hbbtv_appmanTargets.cmake DESTINATION "${package_folder}")
+        FILE vesta_hbbtv_appmanTargets.cmake DESTINATION "${package_folder}"
+        COMPONENT development)
 configure_package_config_file(cmake/vesta_hbbtv_appmanConfig.cmake.in
   "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfig.cmake"
   INSTALL_DESTINATION "${package_folder}"
@@ -80,7 +84,7 @@ write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appman
 install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfig.cmake"
   "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appmanConfigVersion.cmake"
-  DESTINATION "${package_folder}")
+  DESTINATION "${package_folder}" COMPONENT development)
 
 # The pkg-config file finds its folders from where it lies, so that the installation can be moved;
 # not so with folders that are given whole.
@@ -98,11 +102,12 @@ else()
 endif()
 # pkg-config has no way to say "instead": what --static adds comes first, and the shared library, a
 # module of its own, is then not needed any more.
-#   vesta_install_pkg_config(NAME...)
-function(vesta_install_pkg_config)
+#   vesta_install_pkg_config(COMPONENT NAME...)
+function(vesta_install_pkg_config component)
   foreach(name IN LISTS ARGN)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
-    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+            COMPONENT ${component})
   endforeach()
 endfunction()
-vesta_install_pkg_config(vesta_hbbtv_appman vesta_hbbtv_appman-shared)
+vesta_install_pkg_config(development vesta_hbbtv_appman vesta_hbbtv_appman-shared)

@@ -25,4 +25,9 @@ endif()
 target_link_libraries(vesta_hbbtv_recorder PRIVATE Threads::Threads ${CMAKE_DL_LIBS})
 add_library(vesta_hbbtv_appman::recorder ALIAS vesta_hbbtv_recorder)
 
-install(TARGETS vesta_hbbtv_recorder EXPORT vesta_hbbtv_appman)
+# A set of its own, as of the kit.
+install(TARGETS vesta_hbbtv_recorder EXPORT vesta_hbbtv_recorder
+        LIBRARY COMPONENT recorder NAMELINK_COMPONENT recorder)
+install(EXPORT vesta_hbbtv_recorder NAMESPACE vesta_hbbtv_appman::
+        FILE vesta_hbbtv_appmanRecorderTargets.cmake DESTINATION "${package_folder}"
+        COMPONENT recorder)

@@ -17,18 +17,15 @@ list(FILTER replay_sources EXCLUDE REGEX "/main\\.cpp$")
 file(GLOB boundary_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/recorder/boundary/*.cpp")
 # Of the rest what stands alone is taken along.
 add_library(vesta_replay_objects OBJECT ${replay_sources} ${boundary_sources}
-  receiver/integration/decision_sentence.cpp security/sha256.cpp)
+  receiver/installation.cpp receiver/integration/decision_sentence.cpp security/sha256.cpp)
 target_include_directories(vesta_replay_objects PUBLIC
   "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/kit/include" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vesta_replay_objects PUBLIC
   nlohmann_json::nlohmann_json Threads::Threads ${CMAKE_DL_LIBS})
-cmake_path(SET replay_libraries NORMALIZE "/prefix/${CMAKE_INSTALL_LIBDIR}")
-cmake_path(SET replay_programs NORMALIZE "/prefix/${CMAKE_INSTALL_BINDIR}")
-cmake_path(RELATIVE_PATH replay_libraries BASE_DIRECTORY "${replay_programs}")
 set_source_files_properties(replay/program.cpp PROPERTIES
   COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
-set_source_files_properties(replay/library.cpp PROPERTIES
-  COMPILE_DEFINITIONS "VESTA_LIBRARY_FOLDER=\"${replay_libraries}\"")
+set_source_files_properties(receiver/installation.cpp PROPERTIES
+  COMPILE_DEFINITIONS "VESTA_LIBRARY_FOLDER=\"${VESTA_LIBRARY_FOLDER}\"")
 # Nothing of the program is to take the place of what the library has itself.
 set_target_properties(vesta_replay_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
@@ -41,4 +38,4 @@ set_target_properties(vesta_replay PROPERTIES LINK_DEPENDS "${VESTA_REPLAY_EXPOR
 target_link_options(vesta_replay PRIVATE ${VESTA_REPLAY_LINK_OPTIONS})
 target_link_libraries(vesta_replay PRIVATE vesta_replay_objects)
 vesta_own_code(vesta_replay)
-install(TARGETS vesta_replay)
+vesta_install_program(vesta_replay tools)

@@ -39,6 +39,8 @@ add_custom_command(
 add_library(vesta_receiver_page MODULE receiver/wpe/page_module.cpp)
 set_target_properties(vesta_receiver_page PROPERTIES
   LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/receiver_pages")
+install(TARGETS vesta_receiver_page
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/vesta_hbbtv_appman/receiver_pages" COMPONENT receiver)
 target_link_libraries(vesta_receiver_page PRIVATE PkgConfig::WPE_MODULE)
 target_include_directories(vesta_receiver_page PRIVATE "${PROJECT_SOURCE_DIR}")
 vesta_own_code(vesta_receiver_page)
@@ -52,9 +54,7 @@ file(GLOB wpe_sources CONFIGURE_DEPENDS "receiver/wpe/*.cpp")
 list(FILTER wpe_sources EXCLUDE REGEX "/page_module\\.cpp$")
 add_library(vesta_receiver_wpe OBJECT ${wpe_sources} "${boot_script}")
 target_link_libraries(vesta_receiver_wpe PUBLIC vesta_receiver_objects PkgConfig::WPE)
-target_compile_definitions(vesta_receiver_wpe
-  PUBLIC VESTA_HAS_WPE
-  PRIVATE VESTA_PAGE_MODULE_FOLDER="${PROJECT_BINARY_DIR}/receiver_pages")
+target_compile_definitions(vesta_receiver_wpe PUBLIC VESTA_HAS_WPE)
 vesta_own_code(vesta_receiver_wpe)
 add_dependencies(vesta_receiver_wpe vesta_receiver_page)
 target_link_libraries(vesta_receiver PRIVATE vesta_receiver_wpe)

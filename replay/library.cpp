@@ -1,14 +1,11 @@
 #include "replay/library.h"
 
-#include <climits>
 #include <dlfcn.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
-#ifndef VESTA_LIBRARY_FOLDER
-#error "the build says where libraries are installed, seen from the programs"
-#endif
+#include "receiver/installation.h"
 
 namespace replay {
 
@@ -17,22 +14,13 @@ namespace {
 const char libraryName[] = "libvesta_hbbtv_appman.so.1";
 const char kitName[] = "libvesta_hbbtv_kit.so.1";
 
-std::string programFolder()
-{
-    char path[PATH_MAX] = {};
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
-    const std::string program(path, length > 0 ? static_cast<size_t>(length) : 0);
-    return program.substr(0, program.rfind('/') + 1);
-}
-
 /// Where to look for a library: where the user says, or in the build tree, in the installation and
 /// where the system has it.
 std::vector<std::string> placesOf(const std::string& path, const char* name)
 {
     if (!path.empty())
         return {path.find('/') == std::string::npos ? "./" + path : path};
-    const std::string here = programFolder();
-    return {here + name, here + VESTA_LIBRARY_FOLDER + "/" + name, name};
+    return {receiver::programFolder() + name, receiver::libraryFolder() + name, name};
 }
 
 void* openFirst(const std::vector<std::string>& places, std::string& problem)

@@ -8,6 +8,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "receiver/console/key_names.h"
+#include "receiver/installation.h"
 #include "receiver/objects/boot_script.h"
 #include "receiver/wpe/picture.h"
 #include "receiver/wpe/site_server.h"
@@ -96,7 +97,8 @@ void WpeBrowser::makeContext()
     g_object_unref(data);
     webkit_memory_pressure_settings_free(memory);
     webkit_web_context_set_cache_model(context_, WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
-    webkit_web_context_set_web_extensions_directory(context_, VESTA_PAGE_MODULE_FOLDER);
+    webkit_web_context_set_web_extensions_directory(context_,
+                                                    privateFolder("receiver_pages").c_str());
     webkit_web_context_set_web_extensions_initialization_user_data(
         context_, g_variant_new("(ss)", bridge_.path().c_str(), bootScript));
     webkit_web_context_register_uri_scheme(
