@@ -136,6 +136,7 @@ const Body* Reader::bodyOf(const char* member, const Json& hash, const Json& len
         fail(member, "is a body that the record does not have, or not at this length");
         return nullptr;
     }
+    meaning_.pieces.begin(*body);
     hasReadLeftOutBody_ = hasReadLeftOutBody_ || body->isLeftOut;
     return body;
 }

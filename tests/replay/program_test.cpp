@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "tests/replay/support/record_text.h"
@@ -412,6 +413,69 @@ TEST_F(ReplayProgram, KnowsQueriesThatWereLeftOutByTheirFirst)
     const Ended other = playSmall(opensWithQuery("open with another query"));
     EXPECT_EQ(other.code, 3);
     EXPECT_SAYS(other, R"(>>"http://a.example/?real=2"<<)");
+}
+
+/// A file of 2000 bytes that is handed on in halves.
+RecordText handsOn(const std::string& how, const std::string& second)
+{
+    const std::string file(64, 'a');
+    const std::string first(64, 'b');
+    RecordText record("\"bodies\"");
+    for (const std::string& half : {first, second})
+        record.line(R"({"body":")" + half + R"(","length":1000})");
+    return record.line(R"({"body":")" + file + R"(","length":2000})")
+        .in(question, R"({"window":null,"url":"hand on )" + how + "\"}")
+        .out("dsmcc_read", R"({"id":null})")
+        .end(R"({"result":0,"bytes":{"length":2000,"sha256":")" + file + "\"}}")
+        .out("ve_protocol_write",
+             R"({"id":null,"bytes":{"length":1000,"sha256":")" + first + "\"}}")
+        .end(R"({"result":0})")
+        .out("ve_protocol_write",
+             R"({"id":null,"bytes":{"length":1000,"sha256":")" + second + "\"}}")
+        .end(R"({"result":0})")
+        .end(R"({"result":true})");
+}
+
+TEST_F(ReplayProgram, NoticesWrongPiecesOfBytesThatWereLeftOut)
+{
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"as they are", 0, "the same"},
+        {"a wrong byte", 3, "difference at step 4 "},
+        {"a wrong offset", 3, "difference at step 4 "},
+        {"a wrong order", 3, "difference at step 3 "},
+        {"the same again", 3, "difference at step 4 "},
+        {"null", 3, "difference at step 4 "},
+    };
+    for (const auto& [how, code, said] : cases) {
+        const Ended got = playSmall(handsOn(how, std::string(64, 'c')));
+        EXPECT_EQ(got.code, code) << how;
+        EXPECT_SAYS(got, said) << how;
+    }
+    const Ended alike = playSmall(handsOn("as they are", std::string(64, 'b')));
+    EXPECT_EQ(alike.code, 0) << "pieces whose bytes were the same: " << alike.output;
+}
+
+TEST_F(ReplayProgram, TellsBytesFromNone)
+{
+    const std::string piece = R"({"id":null,"bytes":{"length":1000,"sha256":)";
+    const std::string file(64, 'a');
+    const auto record = [&](const std::string& how) {
+        return RecordText("\"bodies\"")
+            .line(R"({"body":")" + file + R"(","length":2000})")
+            .line(R"({"body":")" + std::string(64, 'b') + R"(","length":1000})")
+            .in(question, R"({"window":null,"url":"hand on )" + how + "\"}")
+            .out("dsmcc_read", R"({"id":null})")
+            .end(R"({"result":0,"bytes":{"length":2000,"sha256":")" + file + "\"}}")
+            .out("ve_protocol_write", piece + "\"" + std::string(64, 'b') + "\"}}")
+            .end(R"({"result":0})")
+            .out("ve_protocol_write", piece + "null}}")
+            .end(R"({"result":0})")
+            .end(R"({"result":true})");
+    };
+    EXPECT_EQ(playSmall(record("null")).code, 0);
+    const Ended bytes = playSmall(record("as they are"));
+    EXPECT_EQ(bytes.code, 3);
+    EXPECT_SAYS(bytes, R"("sha256":>>null<<)");
 }
 
 // Cannot be played.

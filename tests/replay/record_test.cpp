@@ -167,6 +167,15 @@ TEST(Record, HasOtherBytesOfThatLengthForBodiesThatWereLeftOut)
     EXPECT_EQ(got.record->bodies.hashOf(body->bytes.data(), body->bytes.size()), one);
 }
 
+TEST(Record, HasBytesForThoseLeftOutThatDifferFromPlaceToPlace)
+{
+    Bodies bodies;
+    ASSERT_TRUE(bodies.addLeftOut(std::string(64, 'a'), 1 << 20));
+    const std::string& bytes = bodies.find(std::string(64, 'a'))->bytes;
+    for (size_t length = 1; length < bytes.size(); length *= 2)
+        EXPECT_NE(bytes.compare(length, 16, bytes, 0, 16), 0) << length;
+}
+
 TEST(Record, KnowsWhetherQueriesWereLeftOut)
 {
     EXPECT_FALSE(read(RecordText("\"bodies\"").text()).record->leavesOutQueries);
