@@ -70,6 +70,57 @@ int write(const std::string& path, const Record& record, const std::vector<Piece
     return exitSame;
 }
 
+size_t callsIn(const Record& record, const std::vector<Piece>& pieces)
+{
+    size_t count = 0;
+    for (const Piece& piece : pieces)
+        count += record.lines[piece.begin].kind == Line::Kind::In;
+    return count;
+}
+
+/// Where the record is cut off; empty for one that is whole.
+std::string whereCutOff(const Record& record)
+{
+    if (record.open.empty())
+        return "";
+    const Line& line = record.lines[record.open.back()];
+    return "it ends inside " + line.name + ", step " + std::to_string(line.step) + " (line " +
+           std::to_string(line.number) + ")";
+}
+
+/// Whether a record is whole, where it has to be.
+int judgeWhole(const Options& options, const Record& record)
+{
+    const std::string cutOff = record.remark.empty() ? whereCutOff(record) : record.remark;
+    if (!options.whole || cutOff.empty() || (record.isOfACrash && record.remark.empty()))
+        return exitSame;
+    return complain(options.file + ": it is not whole: " + cutOff, exitCannotGoOn);
+}
+
+/// Makes what is to be kept as a test of a record.
+int prepareTest(Options& options, Record& record)
+{
+    if (options.until != Options().until) {
+        record = partOf(record, piecesBefore(record, options.until));
+        if (record.lines.empty())
+            return complain("no call of the library ends before step " +
+                                std::to_string(options.until),
+                            exitUsage);
+        options.until = Options().until;
+    }
+    const std::string cutOff = whereCutOff(record);
+    if (options.crash && cutOff.empty())
+        return complain("this record does not end inside a call: --crash is for one that does",
+                        exitUsage);
+    record.isOfACrash = record.isOfACrash || options.crash;
+    if (cutOff.empty() || record.isOfACrash)
+        return exitSame;
+    return complain("a test has to be whole: " + cutOff + "; --until " +
+                        std::to_string(record.lines[record.open.front()].step) +
+                        " keeps what is before that, --crash a record of a crash",
+                    exitCannotGoOn);
+}
+
 int writeTest(const Options& options, const Record& record)
 {
     const std::string folder = options.into.empty() ? recordsFolder() : options.into;
@@ -79,9 +130,10 @@ int writeTest(const Options& options, const Record& record)
                             : folder + ": there is no such folder",
                         exitUsage);
     const std::string path = folder + "/" + options.test + ".vesta";
-    const int code = write(path, record, piecesOf(record));
+    const std::vector<Piece> pieces = piecesOf(record);
+    const int code = write(path, record, pieces);
     if (code == exitSame)
-        std::cout << "written: " << path << "\n";
+        std::cout << "written: " << path << ", " << callsIn(record, pieces) << " calls\n";
     return code;
 }
 
@@ -147,14 +199,6 @@ void playForAnother(const Options& options, const Record& record)
     tell(player.play());
 }
 
-size_t callsIn(const Record& record, const std::vector<Piece>& pieces)
-{
-    size_t count = 0;
-    for (const Piece& piece : pieces)
-        count += record.lines[piece.begin].kind == Line::Kind::In;
-    return count;
-}
-
 int shrinkTo(const Options& options, const Record& record)
 {
     const auto tryPart = [&](const std::vector<Piece>& pieces) {
@@ -191,7 +235,7 @@ int shrinkTo(const Options& options, const Record& record)
 int run(const std::vector<std::string>& arguments)
 {
     std::string problem;
-    const std::optional<Options> options = parseOptions(arguments, problem);
+    std::optional<Options> options = parseOptions(arguments, problem);
     if (!options)
         return complain(problem, exitUsage);
     if (options->command == Command::Help) {
@@ -202,11 +246,16 @@ int run(const std::vector<std::string>& arguments)
         std::cout << "vesta_replay " << VESTA_VERSION << "\n";
         return exitSame;
     }
-    const std::optional<Record> record = readFile(options->file, problem);
+    std::optional<Record> record = readFile(options->file, problem);
     if (!record)
         return complain(options->file + ": " + problem, exitUnreadable);
-    if (!record->remark.empty())
-        complain(options->file + ": " + record->remark, exitSame);
+    int code = judgeWhole(*options, *record);
+    if (code == exitSame && !record->remark.empty())
+        complain(options->file + ": " + record->remark + ": it is left out", exitSame);
+    if (code == exitSame && !options->test.empty())
+        code = prepareTest(*options, *record);
+    if (code != exitSame)
+        return code;
     return options->shrunk.empty() ? play(*options, *record) : shrinkTo(*options, *record);
 }
 

@@ -72,6 +72,7 @@ Record partOf(const Record& record, const std::vector<Piece>& pieces)
     part.head = record.head;
     part.bodies = record.bodies;
     part.leavesOutQueries = record.leavesOutQueries;
+    part.isOfACrash = record.isOfACrash;
     for (const Piece& piece : pieces) {
         for (size_t place = piece.begin; place < piece.end; ++place)
             part.lines.push_back(record.lines[place]);

@@ -620,6 +620,68 @@ TEST_F(ReplayProgram, WritesATestOfWhatAgrees)
     EXPECT_EQ(playSmall(record, "--test t --into '" + folder.file("nowhere") + "'").code, 1);
 }
 
+TEST_F(ReplayProgram, WritesATestOfTheFirstSteps)
+{
+    const RecordText record = RecordText().ask("a").ask("b").ask("no");
+    const std::string into = " --into '" + folder.file("") + "'";
+    const Ended got = playSmall(record, "--until 3 --test first" + into);
+    EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(got, "the same: 2 calls");
+    EXPECT_SAYS(got, ", 2 calls\n");
+    EXPECT_EQ(contentsOf("first.vesta"),
+              R"({"vesta_recording":1,"pointer_bits":64,"left_out":[]}
+{"n":1,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"a"}}
+{"end":1,"gave":{"result":true}}
+{"n":2,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"b"}}
+{"end":2,"gave":{"result":true}}
+)");
+    const Ended none = playSmall(record, "--until 1 --test none" + into);
+    EXPECT_EQ(none.code, 1);
+    EXPECT_SAYS(none, "no call of the library ends before step 1");
+}
+
+TEST_F(ReplayProgram, RefusesWhatIsCutOffWhereItHasToBeWhole)
+{
+    const RecordText whole = RecordText().ask("a");
+    EXPECT_EQ(playSmall(whole, "--whole").code, 0);
+    RecordText cutOff = whole;
+    cutOff.in("vesta_hbbtv_tick").line(R"({"full":true})");
+    EXPECT_EQ(playSmall(cutOff).code, 0);
+    const Ended inside = playSmall(cutOff, "--whole");
+    EXPECT_EQ(inside.code, 4);
+    EXPECT_SAYS(inside, "it is not whole: it ends inside vesta_hbbtv_tick, step 2 (line 4)\n");
+    const Ended torn =
+        run("--whole --library '" VESTA_SMALL_LIBRARY "' " + recordOf(whole, "{\"n\":2,"));
+    EXPECT_EQ(torn.code, 4);
+    EXPECT_SAYS(torn, "it is not whole: line 4, the last one, is no whole line");
+    EXPECT_EQ(torn.output.find("it is left out"), std::string::npos);
+    const Ended crash =
+        playSmall(RecordText().in("vesta_hbbtv_tick").line(R"({"crash":true})"), "--whole");
+    EXPECT_EQ(crash.code, 0) << crash.output;
+}
+
+TEST_F(ReplayProgram, WritesNoTestOfWhatIsCutOffUnlessItCrashed)
+{
+    const RecordText cutOff = RecordText().ask("a").in("vesta_hbbtv_tick");
+    const std::string into = " --into '" + folder.file("") + "'";
+    const Ended refused = playSmall(cutOff, "--test cut" + into);
+    EXPECT_EQ(refused.code, 4);
+    EXPECT_SAYS(refused, "it ends inside vesta_hbbtv_tick, step 2 (line 4)");
+    EXPECT_SAYS(refused, "--until 2 keeps what is before that, --crash a record of a crash");
+    EXPECT_EQ(contentsOf("cut.vesta"), "");
+    EXPECT_EQ(playSmall(cutOff, "--until 2 --test cut" + into).code, 0);
+    EXPECT_NE(contentsOf("cut.vesta"), "");
+    EXPECT_EQ(playSmall(cutOff, "--crash --test crash" + into).code, 0);
+    EXPECT_NE(contentsOf("crash.vesta").find("\"with\":{}}\n{\"crash\":true}\n"),
+              std::string::npos);
+    const Ended kept =
+        run("--whole --library '" VESTA_SMALL_LIBRARY "' '" + folder.file("crash.vesta") + "'");
+    EXPECT_EQ(kept.code, 0) << kept.output;
+    const Ended whole = playSmall(RecordText().ask("a"), "--crash --test whole" + into);
+    EXPECT_EQ(whole.code, 1);
+    EXPECT_SAYS(whole, "this record does not end inside a call");
+}
+
 TEST_F(ReplayProgram, StaysACrashAndSaysWhere)
 {
     const Ended got = playSmall(RecordText().ask("one").ask("arm").ask("crash"), "--steps 2");
