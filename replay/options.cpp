@@ -14,13 +14,14 @@ that the record does not have.
   --library FILE  the library; else the one beside the program, or the system's
   --kit FILE      the kit, for records that read XML AITs; likewise
   --until N       stops before step N and says where that is; with --test, keeps what is before it
-  --steps N       so many lines before a difference are shown (10)
+  --steps N       so many lines before a difference, a stop or a crash are shown (10)
   --decisions     says what the library decides on the way, and why
   --whole         refuses a record that is cut off, unless it is kept as that of a crash
   --test NAME     where the replay agrees, writes the record, which has to be whole, as the test NAME
   --into FOLDER   where to; else tests/records, in this folder or one above it
   --crash         the test is the record of a crash, and ends inside the call that crashed
-  --shrink OUT    where the replay crashes or differs, writes the least record that does the same
+  --shrink OUT    where the replay crashes or differs, or comes where the record is cut off: writes the
+                  least record that does the same
   -h, --help      this text
   --version       the program's version
 

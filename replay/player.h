@@ -33,8 +33,9 @@ enum ExitCode {
 struct Outcome {
     ExitCode code = exitSame;
     std::string text;  ///< for people, with its line breaks
-    std::string
-        signature;    ///< of a difference: the function and both sides, without steps and times
+    /// Of a difference: the function and both sides; where the record is cut off: the innermost
+    /// call. Without steps and times.
+    std::string signature;
     size_t line = 0;  ///< place in the record's lines where it ended
 };
 

@@ -101,7 +101,8 @@ int judgeWhole(const Options& options, const Record& record)
 int prepareTest(Options& options, Record& record)
 {
     if (options.until != Options().until) {
-        record = partOf(record, piecesBefore(record, options.until));
+        const std::vector<Piece> pieces = piecesBefore(record, options.until);
+        record = partOf(std::move(record), pieces);
         if (record.lines.empty())
             return complain("no call of the library ends before step " +
                                 std::to_string(options.until),
@@ -199,21 +200,28 @@ void playForAnother(const Options& options, const Record& record)
     tell(player.play());
 }
 
-int shrinkTo(const Options& options, const Record& record)
+int shrinkTo(const Options& options, Record& record)
 {
     const auto tryPart = [&](const std::vector<Piece>& pieces) {
-        const Record part = partOf(record, pieces);
-        return tryInAnotherProcess([&] { playForAnother(options, part); });
+        // The record is the other process's own, of which it needs no more than that part.
+        return tryInAnotherProcess(
+            [&] { playForAnother(options, partOf(std::move(record), pieces)); });
     };
     std::vector<Piece> pieces = piecesOf(record);
     const size_t all = callsIn(record, pieces);
     const Trial whole = tryPart(pieces);
     if (whole.failure.empty())
-        return complain("there is nothing to shrink: the replay neither differs nor crashes",
-                        exitUsage);
+        return complain(
+            "there is nothing to shrink: the replay neither differs nor crashes, and the "
+            "record is not cut off",
+            exitUsage);
     std::cout << whole.failure << "\n";
+    const bool isWatched = isatty(STDERR_FILENO) == 1;
     const auto failsLikewise = [&](const std::vector<Piece>& part) {
-        return tryPart(part).failure == whole.failure;
+        const bool isLikewise = tryPart(part).failure == whole.failure;
+        if (isLikewise && isWatched)
+            std::cerr << "so far: " << callsIn(record, part) << " of " << all << " calls\r";
+        return isLikewise;
     };
     // What comes after the failure has no part in it.
     std::vector<Piece> before = pieces;

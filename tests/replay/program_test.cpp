@@ -574,7 +574,15 @@ TEST_F(ReplayProgram, StopsBeforeAStep)
               "stopped before step 3 (line 5):\n"
               "      3  out  hbbtv_ait_start {}\n"
               "inside:\n"
-              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n");
+              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n"
+              "before it:\n"
+              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n"
+              "      2  out  hbbtv_keyset_get_supported_values {}\n"
+              "      2  end  hbbtv_keyset_get_supported_values {\"result\":1023}\n");
+    EXPECT_SAYS(play(record, "--until 3 --steps 1"),
+                "before it:\n"
+                "      2  end  hbbtv_keyset_get_supported_values {\"result\":1023}\n");
+    EXPECT_EQ(play(record, "--until 3 --steps 0").output.find("before it"), std::string::npos);
     EXPECT_EQ(play(record, "--until 1").output,
               "stopped before step 1 (line 2):\n"
               "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n");
@@ -729,11 +737,34 @@ TEST_F(ReplayProgram, ShrinksADifferenceToTheCallsThatItTakes)
     record.ask("no").ask("three").ask("no");
     const Ended got = playSmall(record, "--shrink '" + folder.file("least.vesta") + "'");
     EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(
+        got,
+        "difference inside vesta_hbbtv_is_within_boundaries\n"
+        "  the record:  returns from vesta_hbbtv_is_within_boundaries {\"result\":>>true<<}\n"
+        "  the library: returns from vesta_hbbtv_is_within_boundaries {\"result\":>>false<<}\n");
     EXPECT_SAYS(got, ", 1 of 6 calls\n");
     const Ended least =
         run("--library '" VESTA_SMALL_LIBRARY "' '" + folder.file("least.vesta") + "'");
     EXPECT_EQ(least.code, 3);
     EXPECT_SAYS(least, "difference at step 4 (line 3)\n");
+}
+
+TEST_F(ReplayProgram, ShrinksACrashOfTheProgramToTheWayThere)
+{
+    RecordText record;
+    for (int calls = 0; calls < 10; ++calls)
+        record.ask("before " + std::to_string(calls));
+    record.in(question, R"({"window":null,"url":"open"})")
+        .out("ve_open_url", R"({"page":null,"url":"one"})");
+    const Ended got = playSmall(record, "--shrink '" + folder.file("least.vesta") + "'");
+    EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(got, "the record ends inside ve_open_url\n{\"page\":null, \"url\":\"one\"}\n");
+    EXPECT_SAYS(got, ", 1 of 11 calls\n");
+    EXPECT_EQ(contentsOf("least.vesta"),
+              R"({"vesta_recording":1,"pointer_bits":64,"left_out":[]}
+{"n":11,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"open"}}
+{"n":12,"out":"ve_open_url","with":{"page":null,"url":"one"}}
+)");
 }
 
 TEST_F(ReplayProgram, HasNothingToShrinkWhereTheReplayAgrees)
