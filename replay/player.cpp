@@ -37,7 +37,7 @@ void answer(CallOut& call)
 
 Player::Player(const Record& record, Library& library, PlayerOptions options,
                std::function<void(const Outcome&)> leave)
-    : lines_(record.lines), library_(library), options_(std::move(options)),
+    : lines_(record.lines), isFull_(record.isFull), library_(library), options_(std::move(options)),
       leave_(std::move(leave)), meaning_(record.bodies), stand_(meaning_, record.leavesOutQueries)
 {
     current = this;
@@ -280,7 +280,9 @@ void Player::stop(ExitCode code, const std::string& what, const std::string& sig
 void Player::stopAtTheEnd(const char* remark)
 {
     const Line& innermost = *open_.back();
-    stop(exitSame, std::string("the same, and the record ends here") + remark + " " + stackText(),
+    stop(exitSame,
+         std::string("the same, and the record ") + (isFull_ ? "is full and " : "") + "ends here" +
+             remark + " " + stackText(),
          innermost.name + "\n" + shortText(innermost.members));
 }
 

@@ -92,6 +92,7 @@ private:
     uint64_t currentStep() const { return open_.empty() ? 0 : open_.back()->step; }
 
     const std::vector<Line>& lines_;
+    const bool isFull_;
     Library& library_;
     PlayerOptions options_;
     std::function<void(const Outcome&)> leave_;

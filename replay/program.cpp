@@ -110,8 +110,10 @@ int prepareTest(Options& options, Record& record)
         options.until = Options().until;
     }
     const std::string cutOff = whereCutOff(record);
-    if (options.crash && cutOff.empty())
-        return complain("this record does not end inside a call: --crash is for one that does",
+    if (options.crash && (cutOff.empty() || record.isFull))
+        return complain(record.isFull ? "this record ends since it is full, and not by a crash"
+                                      : "this record does not end inside a call, as that of a "
+                                        "crash does",
                         exitUsage);
     record.isOfACrash = record.isOfACrash || options.crash;
     if (cutOff.empty() || record.isOfACrash)

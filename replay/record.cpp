@@ -128,7 +128,8 @@ public:
         if (memberOf(object, "state"))
             return addState(object, std::move(line));
         record_.isOfACrash = memberOf(object, "crash") != nullptr;
-        isOver_ = record_.isOfACrash || memberOf(object, "full");
+        record_.isFull = memberOf(object, "full") != nullptr;
+        isOver_ = record_.isOfACrash || record_.isFull;
         return true;  // other kinds of lines may come within a version
     }
 

@@ -239,7 +239,7 @@ TEST_F(ReplayProgram, GoesToTheEndOfARecordThatBecameFullInsideACall)
     const Ended got = play(
         RecordText().in("vesta_hbbtv_init", R"({"browser":"browser:1"})").line(R"({"full":true})"));
     EXPECT_EQ(got.code, 0);
-    EXPECT_SAYS(got, "the same, and the record ends here inside:\n");
+    EXPECT_SAYS(got, "the same, and the record is full and ends here inside:\n");
 }
 
 TEST_F(ReplayProgram, LeavesOutWhatIsNoWholeLineAtTheEnd)
@@ -688,6 +688,10 @@ TEST_F(ReplayProgram, WritesNoTestOfWhatIsCutOffUnlessItCrashed)
     const Ended whole = playSmall(RecordText().ask("a"), "--crash --test whole" + into);
     EXPECT_EQ(whole.code, 1);
     EXPECT_SAYS(whole, "this record does not end inside a call");
+    RecordText full = cutOff;
+    const Ended isFull = playSmall(full.line(R"({"full":true})"), "--crash --test full" + into);
+    EXPECT_EQ(isFull.code, 1);
+    EXPECT_SAYS(isFull, "this record ends since it is full");
 }
 
 TEST_F(ReplayProgram, StaysACrashAndSaysWhere)
