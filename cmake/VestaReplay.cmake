@@ -22,6 +22,9 @@ target_include_directories(vesta_replay_objects PUBLIC
   "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/kit/include" "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vesta_replay_objects PUBLIC
   nlohmann_json::nlohmann_json Threads::Threads ${CMAKE_DL_LIBS})
+# Of ARM's g++, which says of each of nlohmann_json's iterators that an older one would have passed it
+# otherwise.
+target_compile_options(vesta_replay_objects PUBLIC $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>)
 cmake_path(SET replay_libraries NORMALIZE "/prefix/${CMAKE_INSTALL_LIBDIR}")
 cmake_path(SET replay_programs NORMALIZE "/prefix/${CMAKE_INSTALL_BINDIR}")
 cmake_path(RELATIVE_PATH replay_libraries BASE_DIRECTORY "${replay_programs}")

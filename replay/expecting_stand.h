@@ -33,9 +33,6 @@ private:
 
     Meaning& meaning_;
     bool leavesOutQueries_;
-    /// The library hands large files on in pieces. Where the bytes were left out, the hash of a
-    /// piece stands for the first piece that is met in its place.
-    std::map<std::string, std::string> pieces_;
     std::map<std::string, std::deque<std::string>> expected_;  ///< the texts, by their members
 };
 

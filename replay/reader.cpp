@@ -116,8 +116,8 @@ std::optional<std::string> Reader::textIn(const char* member)
     const Json* const found = find(member);
     if (!found || found->is_null())
         return std::nullopt;
-    const auto bytes = found->is_string() ? bytesOf(found->get_ref<const std::string&>())
-                                          : std::optional<std::string>();
+    auto bytes = found->is_string() ? bytesOf(found->get_ref<const std::string&>())
+                                    : std::optional<std::string>();
     if (!bytes)
         fail(member, "is no text of bytes");
     return bytes;
@@ -136,6 +136,7 @@ const Body* Reader::bodyOf(const char* member, const Json& hash, const Json& len
         fail(member, "is a body that the record does not have, or not at this length");
         return nullptr;
     }
+    meaning_.pieces.begin(*body);
     hasReadLeftOutBody_ = hasReadLeftOutBody_ || body->isLeftOut;
     return body;
 }

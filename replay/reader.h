@@ -16,6 +16,7 @@
 #include "replay/arena.h"
 #include "replay/listeners.h"
 #include "replay/names.h"
+#include "replay/pieces.h"
 #include "replay/queries.h"
 #include "replay/record.h"
 
@@ -29,6 +30,7 @@ struct Meaning {
     Names names;
     Queries queries;
     Listeners listeners;
+    Pieces pieces;
     Arena arena;  ///< of the integrator's call at hand
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
@@ -207,7 +209,8 @@ private:
             return nullptr;
         }
         const auto hash = found->find("sha256");
-        return hash == found->end() ? nullptr : bodyOf(member, *hash, *length);
+        const bool isNull = hash == found->end() || hash->is_null();
+        return isNull ? nullptr : bodyOf(member, *hash, *length);
     }
     const Body* bodyOf(const char* member, const Json& hash, const Json& length);
 

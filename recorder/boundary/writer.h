@@ -140,10 +140,11 @@ public:
         begin(member);
         json_ += "{\"length\":";
         appendNumber(json_, length);
-        if (bytes) {
-            json_ += ",\"sha256\":";
+        json_ += ",\"sha256\":";
+        if (bytes)
             appendString(json_, stand_.hashOf(bytes, length));
-        }
+        else
+            json_ += "null";
         json_ += '}';
     }
 

@@ -177,7 +177,8 @@ TEST(Reader, FindsBodiesByTheirHashes)
     const std::string hash = "b5d4045c3f466fa91fe2cc6abe79232a1a57cdf104f7a26e716e0a1e2789df78";
     const std::tuple<std::string, const char*, const char*> cases[] = {
         {R"({"length":3,"sha256":")" + hash + "\"}", "ABC", ""},
-        {R"({"length":3})", nullptr, ""},
+        {R"({"length":3,"sha256":null})", nullptr, ""},
+        {R"({"length":3})", nullptr, ""},  // as null was written at first
         {R"({"length":4,"sha256":")" + hash + "\"}", nullptr,
          "\"bytes\" is a body that the record does not have, or not at this length"},
         {R"({"length":3,"sha256":"00"})", nullptr,
