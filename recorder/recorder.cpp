@@ -172,14 +172,12 @@ uint64_t Recorder::begin(Direction direction, const char* name, bool keepsBytes,
         if (!keepsBytes)
             bytes_ = nullptr;
         isQuiet_ = false;
+        isNewPartRefused_ = false;
         direction_ = direction;
         appendPendingTicks();
         appendBegin(direction, moment, name);
         number = calls_;
-        Writer fields(line_, *this);
-        asked(call, fields, startingState_);
-        fields.end();
-        line_ += "}\n";
+        appendFields(asked, call);
         ++openCalls_;
         writeLines();
     });
@@ -195,10 +193,7 @@ void Recorder::end(uint64_t number, void* call, Say answered)
         appendPendingTicks();
         appendEnd(number);
         line_ += ",\"gave\":";
-        Writer fields(line_, *this);
-        answered(call, fields, startingState_);
-        fields.end();
-        line_ += "}\n";
+        appendFields(answered, call);
         --openCalls_;
         writeLines();
     });
@@ -247,8 +242,8 @@ void Recorder::endTick(const uint64_t* number, bool didSomething)
             --openCalls_;
             writeLines();
         }
-        isNewPartDue_ =
-            !didSomething && openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
+        isNewPartDue_ = !didSomething && openCalls_ == 0 && !isNewPartRefused_ &&
+                        file_.wantsNewPart() && startingState_.isReached();
     });
 }
 
@@ -264,16 +259,23 @@ void Recorder::beginNewPart(void* broadcastWindow)
     safely([&] {
         appendPendingTicks();
         writeLines();
-        calls_ = 0;
-        names_ = Names();
-        bodies_.clear();
+        const uint64_t calls = std::exchange(calls_, 0);
+        const int64_t start = start_;
+        Names names = std::exchange(names_, Names());
+        auto bodies = std::exchange(bodies_, {});
         appendHead();
         line_ += "{\"state\":\"begin\"}\n";
         startingState_.forEachCall(
             broadcastWindow, PluginListeners::manager(), PluginListeners::destroyed(),
             [this](const auto& call, const char* says) { appendWhole(call, says); });
         line_ += "{\"state\":\"end\"}\n";
-        file_.beginNewPart(line_);
+        if (!file_.beginNewPart(line_)) {  // the part that is there goes on as it was
+            isNewPartRefused_ = true;
+            calls_ = calls;
+            start_ = start;
+            names_ = std::move(names);
+            bodies_ = std::move(bodies);
+        }
         line_.clear();
     });
 }
@@ -345,6 +347,19 @@ void Recorder::appendEnd(uint64_t number)
     appendNumber(line_, number);
     line_ += ",\"at\":";
     appendNumber(line_, microseconds(CLOCK_MONOTONIC) - start_);
+}
+
+/// And the line's end. Where lines are dropped, nothing is named and hashed for them.
+void Recorder::appendFields(Say say, void* call)
+{
+    if (file_.isFull()) {
+        say(call, nullptr, startingState_);
+        return;
+    }
+    Writer fields(line_, *this);
+    say(call, &fields, startingState_);
+    fields.end();
+    line_ += "}\n";
 }
 
 /// @param says what the call says; null: its fields do

@@ -38,7 +38,8 @@ struct Moment {
 enum class Direction { in, out };
 
 /// Writes what one side of a call has to say, and lets the state hear of it.
-using Say = void (*)(void* call, Writer& fields, StartingState& state);
+/// @param fields null: nothing is written down
+using Say = void (*)(void* call, Writer* fields, StartingState& state);
 
 /// Nothing here throws, calls the library or the program, or keeps a lock when it returns; errno
 /// stays what it was. After a line that could not be written the rest is silent.
@@ -97,6 +98,7 @@ private:
     void appendPendingTicks();
     void appendBegin(Direction direction, Moment moment, const char* name);
     void appendEnd(uint64_t number);
+    void appendFields(Say say, void* call);
     template <typename Call>
     void appendWhole(Call call, const char* says);
     void appendBody(const std::string& hash, const void* bytes, size_t length, bool isLeftOut);
@@ -122,7 +124,8 @@ private:
     uint64_t idleTicks_ = 0;
     bool isQuiet_ = false;  // what happened last is a tick that found nothing to do
     std::atomic<bool> isNewPartDue_{false};
-    uint64_t* tick_ = nullptr;  // that was not written down yet
+    bool isNewPartRefused_ = false;  // since nothing happened
+    uint64_t* tick_ = nullptr;       // that was not written down yet
     Moment tickMoment_ = {};
     std::string before_;  // lines that come before the one that is being written
     std::string line_;

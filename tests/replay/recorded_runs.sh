@@ -45,6 +45,13 @@ grep -q '"state":"begin"' "$folder/record" || {
 }
 expect_replay 0 "the same" "a part of zaps"
 
+run_recorded stays-and-zaps VESTA_RECORD_LIMIT=8K
+grep -q '"state":"begin"' "$folder/record" || {
+    echo "the record does not go on after it was full"
+    status=1
+}
+expect_replay 0 "the same" "what comes after a pause"
+
 run_recorded throws
 expect_replay 4 "threw an exception" throws
 

@@ -489,6 +489,26 @@ void staysTunedIn()
     vesta_hbbtv_shutdown();
 }
 
+/// The same twice, with a zap after each, and then a table that comes late.
+void staysAndZaps()
+{
+    void* const window = begin();
+    for (int stay = 0; stay < 2; ++stay) {
+        tuneIn();
+        for (int time = 0; time < 200; ++time) {
+            vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
+            run();
+        }
+        vesta_hbbtv_send_event(E_TERMINATE_APPLICATION,
+                               record(&HBBTV_EventData::window, HBBTV_WindowEventData{window}));
+        run();
+        vesta_hbbtv_send_event(E_CHANNEL_CHANGE, nullptr);
+        run();
+    }
+    tuneIn();
+    vesta_hbbtv_shutdown();
+}
+
 /// A child process goes its own way.
 void forks()
 {
@@ -625,6 +645,7 @@ int main(int count, char** arguments)
         {"zaps", [] { zaps(40); }},
         {"zaps-once", [] { zaps(1); }},
         {"stays-tuned-in", staysTunedIn},
+        {"stays-and-zaps", staysAndZaps},
         {"forks", forks},
         {"forks-and-calls", forksAndCalls},
         {"closes-its-streams", closesItsStreams},
