@@ -178,8 +178,9 @@ uint64_t Recorder::begin(Direction direction, const char* name, bool keepsBytes,
         appendBegin(direction, moment, name);
         number = calls_;
         appendFields(asked, call);
-        ++openCalls_;
+        openCalls_.push_back(direction);
         writeLines();
+        writeSent();
     });
     return number;
 }
@@ -194,8 +195,9 @@ void Recorder::end(uint64_t number, void* call, Say answered)
         appendEnd(number);
         line_ += ",\"gave\":";
         appendFields(answered, call);
-        --openCalls_;
+        openCalls_.pop_back();
         writeLines();
+        writeSent();
     });
 }
 
@@ -207,9 +209,36 @@ void Recorder::endByException(uint64_t number)
         appendPendingTicks();
         appendEnd(number);
         line_ += ",\"threw\":true}\n";
-        --openCalls_;
+        openCalls_.pop_back();
         writeLines();
+        writeSent();
     });
+}
+
+void Recorder::addSent(SendEvent event, Moment moment)
+{
+    safely([&] {
+        startingState_.asked(event);
+        if (file_.isFull())
+            return;
+        isQuiet_ = false;
+        isNewPartRefused_ = false;
+        sent_.push_back({moment, askedText(event, *this)});
+        writeSent();
+    });
+}
+
+void Recorder::writeSent()
+{
+    const bool isInsideLibrary =
+        tick_ || (!openCalls_.empty() && openCalls_.back() == Direction::in);
+    if (sent_.empty() || isInsideLibrary)
+        return;
+    appendPendingTicks();
+    for (const SentToNobody& event : sent_)
+        appendWhole(SendEvent{}, event.says.c_str(), event.moment);
+    sent_.clear();
+    writeLines();
 }
 
 void Recorder::beginTick(uint64_t* number)
@@ -239,10 +268,11 @@ void Recorder::endTick(const uint64_t* number, bool didSomething)
             appendEnd(*number);
             line_ +=
                 didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
-            --openCalls_;
+            openCalls_.pop_back();
             writeLines();
         }
-        isNewPartDue_ = !didSomething && openCalls_ == 0 && !isNewPartRefused_ &&
+        writeSent();
+        isNewPartDue_ = !didSomething && openCalls_.empty() && !isNewPartRefused_ &&
                         file_.wantsNewPart() && startingState_.isReached();
     });
 }
@@ -267,7 +297,7 @@ void Recorder::beginNewPart(void* broadcastWindow)
         line_ += "{\"state\":\"begin\"}\n";
         startingState_.forEachCall(
             broadcastWindow, PluginListeners::manager(), PluginListeners::destroyed(),
-            [this](const auto& call, const char* says) { appendWhole(call, says); });
+            [this](const auto& call, const char* says) { appendWhole(call, says, Moment::now()); });
         line_ += "{\"state\":\"end\"}\n";
         if (!file_.beginNewPart(line_)) {  // the part that is there goes on as it was
             isNewPartRefused_ = true;
@@ -288,29 +318,6 @@ void Recorder::flush()
     });
 }
 
-void Recorder::setCondition(pthread_cond_t* condition, pthread_mutex_t* mutex)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    condition_ = condition;
-    conditionMutex_ = mutex;
-}
-
-void Recorder::wakeUp()
-{
-    pthread_cond_t* condition;
-    pthread_mutex_t* mutex;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        condition = condition_;
-        mutex = conditionMutex_;
-    }
-    if (!condition || !mutex)
-        return;
-    pthread_mutex_lock(mutex);
-    pthread_cond_signal(condition);
-    pthread_mutex_unlock(mutex);
-}
-
 /// What comes before the next line: ticks are written down no earlier.
 void Recorder::appendPendingTicks()
 {
@@ -323,7 +330,7 @@ void Recorder::appendPendingTicks()
         appendBegin(Direction::in, tickMoment_, Tick::name);
         line_ += "{}}\n";
         *std::exchange(tick_, nullptr) = calls_;
-        ++openCalls_;
+        openCalls_.push_back(Direction::in);
     }
     line_.swap(before_);
 }
@@ -364,9 +371,9 @@ void Recorder::appendFields(Say say, void* call)
 
 /// @param says what the call says; null: its fields do
 template <typename Call>
-void Recorder::appendWhole(Call call, const char* says)
+void Recorder::appendWhole(Call call, const char* says, Moment moment)
 {
-    appendBegin(Direction::in, Moment::now(), Call::name);
+    appendBegin(Direction::in, moment, Call::name);
     line_ += says ? says : askedText(call, *this);
     line_ += "}\n";
     appendEnd(calls_);

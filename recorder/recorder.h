@@ -5,9 +5,9 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <pthread.h>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "recorder/boundary/writer.h"
 #include "recorder/left_out_queries.h"
@@ -36,6 +36,12 @@ struct Moment {
 };
 
 enum class Direction { in, out };
+
+/// An event that was sent where there is no queue.
+struct SentToNobody {
+    Moment moment;
+    std::string says;
+};
 
 /// Writes what one side of a call has to say, and lets the state hear of it.
 /// @param fields null: nothing is written down
@@ -66,6 +72,11 @@ public:
     void end(uint64_t number, void* call, Say answered);
     void endByException(uint64_t number);
 
+    /// An event that is sent where there is no queue, from any thread. Its lines stand where an
+    /// integrator's call can: while the library is running they wait until it calls out or returns.
+    /// @param event need not live longer than this call
+    void addSent(SendEvent event, Moment moment);
+
     /// A tick is written down as soon as something happens in it, or at once where something may:
     /// not after one that found nothing to do. @param number set then; stays where it is until the
     /// tick ends
@@ -84,9 +95,6 @@ public:
     /// Writes down how many ticks found nothing to do at last.
     void flush();
 
-    void setCondition(pthread_cond_t* condition, pthread_mutex_t* mutex);
-    void wakeUp();
-
 private:
     enum class State { undecided, off, on };
 
@@ -100,9 +108,10 @@ private:
     void appendEnd(uint64_t number);
     void appendFields(Say say, void* call);
     template <typename Call>
-    void appendWhole(Call call, const char* says);
+    void appendWhole(Call call, const char* says, Moment moment);
     void appendBody(const std::string& hash, const void* bytes, size_t length, bool isLeftOut);
     void writeLines();
+    void writeSent();
     template <typename Write>
     void safely(const Write& write);
 
@@ -120,9 +129,10 @@ private:
     RecordFile file_;
     int64_t start_ = 0;
     uint64_t calls_ = 0;
-    uint64_t openCalls_ = 0;
+    std::vector<Direction> openCalls_;
     uint64_t idleTicks_ = 0;
-    bool isQuiet_ = false;  // what happened last is a tick that found nothing to do
+    std::vector<SentToNobody> sent_;  // that is not written down yet
+    bool isQuiet_ = false;            // what happened last is a tick that found nothing to do
     std::atomic<bool> isNewPartDue_{false};
     bool isNewPartRefused_ = false;  // since nothing happened
     uint64_t* tick_ = nullptr;       // that was not written down yet
@@ -137,8 +147,6 @@ private:
     size_t bytesLength_ = 0;
     std::string bytesHash_;
     StartingState startingState_;
-    pthread_cond_t* condition_ = nullptr;
-    pthread_mutex_t* conditionMutex_ = nullptr;
 };
 
 }  // namespace recorder

@@ -156,7 +156,7 @@ TEST(Limit, LetsThePartThatIsThereGoOnWhereNoFileCanStandBesideIt)
     const std::string whole = folder / "whole";
     std::filesystem::create_directory(record + ".part");
     runProgram("lazy", "zaps", {{"VESTA_RECORD", whole}});
-    const std::string limit = std::to_string(sizeOf(whole) + 100);
+    const std::string limit = std::to_string(sizeOf(whole) * 3 / 2);
     const ProgramResult result =
         runProgram("lazy", "zaps", {{"VESTA_RECORD", record}, {"VESTA_RECORD_LIMIT", limit}});
     EXPECT_EQ(result.complaints, "");

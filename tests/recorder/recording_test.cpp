@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sys/stat.h>
+#include <utility>
 
 #include "tests/recorder/recorded_run.h"
 
@@ -27,6 +29,28 @@ size_t countOf(const std::vector<std::string>& lines, const std::string& text)
     for (const std::string& line : lines)
         count += line.find(text) != std::string::npos;
     return count;
+}
+
+/// Whether calls end in the reverse order of their beginnings, and the integrator's stand where it
+/// can make them: outside of all others, or inside of one of the library's.
+void expectProperNesting(const std::vector<std::string>& lines)
+{
+    const std::regex call("^[{]\"n\":([0-9]+),.*\"(in|out)\":\"");
+    const std::regex end("^[{]\"end\":([0-9]+),");
+    std::vector<std::pair<std::string, std::string>> open;
+    for (const std::string& line : lines) {
+        std::smatch match;
+        if (std::regex_search(line, match, call)) {
+            const bool isIn = match[2] == "in";
+            EXPECT_EQ(isIn, open.empty() || open.back().second == "out") << line;
+            open.emplace_back(match[1], match[2]);
+        } else if (std::regex_search(line, match, end)) {
+            ASSERT_FALSE(open.empty()) << line;
+            ASSERT_EQ(open.back().first, match[1]) << line;
+            open.pop_back();
+        }
+    }
+    EXPECT_THAT(open, IsEmpty());
 }
 
 /// What the recorder says, and that it says it once.
@@ -243,6 +267,49 @@ TEST(Recording, HasEveryEventOfManyThreadsOnceAndInTheOrderInWhichItWasRun)
     for (const char* const thread :
          {"\"thread\":2,", "\"thread\":3,", "\"thread\":4,", "\"thread\":5,"})
         EXPECT_EQ(countOf(lines, thread), 200u) << thread;
+}
+
+TEST(Recording, NestsWhateverThreadsSendWhereThereIsNoQueue)
+{
+    const TemporaryFolder folder;
+    const ProgramResult result =
+        runProgram("linked", "many-to-nobody", {{"VESTA_RECORD", folder / "record"}});
+    EXPECT_EQ(result.exitCode, 0) << result.complaints;
+    const std::vector<std::string> lines = linesOf(folder / "record");
+    EXPECT_EQ(countOf(lines, "E_LOW_MEMORY"), 800u);
+    EXPECT_GT(countOf(lines, "\"in\":\"native_AppPrivateDataGetFreeMem\""), 1u);
+    expectProperNesting(lines);
+}
+
+TEST(Recording, KeepsNoSenderWaitingForTheDisk)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const ProgramResult result = runProgram("linked", "record-waits", {{"VESTA_RECORD", pipe}});
+    EXPECT_EQ(result.exitCode, 0) << result.complaints;
+    EXPECT_THAT(result.output, HasSubstr("over"));
+}
+
+TEST(Recording, LetsChildrenLiveThatBeginWhileThreadsSend)
+{
+    const TemporaryFolder folder;
+    const ProgramResult result =
+        runProgram("linked", "forks-among-threads", {{"VESTA_RECORD", folder / "record"}});
+    EXPECT_EQ(result.exitCode, 0) << result.complaints;
+    EXPECT_THAT(result.output, HasSubstr("children that ended = 100"));
+    expectProperNesting(linesOf(folder / "record"));
+}
+
+TEST(Recording, LetsAProgramLiveThatHearsNoComplaints)
+{
+    const TemporaryFolder folder;
+    for (const std::string& record : {folder / "no/folder/record", std::string("/dev/full")}) {
+        const ProgramResult result =
+            runProgram("lazy", "loses-its-error-output", {{"VESTA_RECORD", record}});
+        EXPECT_EQ(result.exitCode, 0) << record;
+        EXPECT_EQ(result.output, runProgram("lazy", "loses-its-error-output").output);
+    }
 }
 
 TEST(Recording, HasNothingOfAChildThatCallsTheLibrary)

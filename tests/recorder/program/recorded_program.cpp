@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
 #include <map>
 #include <new>
 #include <pthread.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -435,6 +437,67 @@ void sendsToNobody()
     vesta_hbbtv_shutdown();
 }
 
+/// While this thread has calls under way; there is no queue yet, nor any more.
+void sendsToNobodyFromManyThreads()
+{
+    vesta_hbbtv_add_notification_listener(first);
+    vesta_hbbtv_tick();
+    double memory = 0;
+    for (int time = 0; time < 2; ++time) {
+        std::atomic<int> alive{4};
+        std::vector<std::thread> senders;
+        for (int sender = 0; sender < 4; ++sender) {
+            senders.emplace_back([&alive] {
+                for (int sent = 0; sent < 100; ++sent)
+                    vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
+                --alive;
+            });
+        }
+        while (alive > 0) {
+            native_AppPrivateDataGetFreeMem(1, &memory);
+            vesta_hbbtv_tick();
+        }
+        for (std::thread& sender : senders)
+            sender.join();
+        begin();
+        vesta_hbbtv_shutdown();
+        vesta_hbbtv_tick();
+        vesta_hbbtv_add_notification_listener(first);
+    }
+}
+
+/// The record's reader is this program, and reads nothing until another thread has sent what it
+/// had to.
+void sendsWhileTheRecordWaits()
+{
+    const int pipe = open(std::getenv("VESTA_RECORD"), O_RDONLY | O_NONBLOCK);
+    fcntl(pipe, F_SETPIPE_SZ, 4096);
+    std::atomic<bool> isOver{false};
+    begin();
+    std::thread sender([pipe, &isOver] {
+        int waiting = 0;
+        const int longestLine = 1024;
+        while (waiting < fcntl(pipe, F_GETPIPE_SZ) - longestLine)
+            ioctl(pipe, FIONREAD, &waiting);
+        for (int sent = 0; sent < 1000; ++sent)
+            vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
+        char bytes[4096];
+        while (!isOver || read(pipe, bytes, sizeof(bytes)) > 0) {
+            if (read(pipe, bytes, sizeof(bytes)) <= 0)
+                std::this_thread::yield();
+        }
+    });
+    for (int time = 0; time < 1000; ++time) {
+        vesta_hbbtv_send_event(E_HTTP_AVAILABLE, nullptr);
+        vesta_hbbtv_tick();
+    }
+    run();
+    vesta_hbbtv_shutdown();
+    isOver = true;
+    sender.join();
+    say("over");
+}
+
 /// A file in blocks that are handed on whole, in others that are not, and one that was there
 /// before.
 void loadsFiles()
@@ -534,6 +597,57 @@ void forksAndCalls()
     }
     int status = 0;
     waitpid(child, &status, 0);
+    tuneIn();
+    vesta_hbbtv_shutdown();
+}
+
+/// Children begin while other threads send, and call the library until they end.
+void forksAmongThreads()
+{
+    begin();
+    const int children = 100;
+    std::atomic<int> begun{0};
+    std::vector<std::thread> senders;
+    for (int sender = 0; sender < 3; ++sender) {
+        senders.emplace_back([&begun] {
+            for (int child = 1; child <= children; ++child) {
+                while (begun < child)
+                    std::this_thread::yield();
+                for (int sent = 0; sent < 100; ++sent)
+                    vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
+            }
+        });
+    }
+    int ended = 0;
+    while (begun < children) {
+        ++begun;
+        const pid_t child = fork();
+        if (child == 0) {
+            vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
+            vesta_hbbtv_get_broadcast_window();
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        ended += WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        vesta_hbbtv_tick();
+    }
+    for (std::thread& sender : senders)
+        sender.join();
+    run();
+    vesta_hbbtv_shutdown();
+    say("children that ended", ended);
+}
+
+/// As a service whose log went away.
+void losesItsErrorOutput()
+{
+    int ends[2] = {};
+    if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0)
+        std::abort();
+    close(ends[0]);
+    close(ends[1]);
+    begin();
     tuneIn();
     vesta_hbbtv_shutdown();
 }
@@ -641,6 +755,8 @@ int main(int count, char** arguments)
         {"waits", waitsForAnotherThread},
         {"many-threads", sendsFromManyThreads},
         {"sends-to-nobody", sendsToNobody},
+        {"many-to-nobody", sendsToNobodyFromManyThreads},
+        {"record-waits", sendsWhileTheRecordWaits},
         {"files", loadsFiles},
         {"zaps", [] { zaps(40); }},
         {"zaps-once", [] { zaps(1); }},
@@ -648,6 +764,8 @@ int main(int count, char** arguments)
         {"stays-and-zaps", staysAndZaps},
         {"forks", forks},
         {"forks-and-calls", forksAndCalls},
+        {"forks-among-threads", forksAmongThreads},
+        {"loses-its-error-output", losesItsErrorOutput},
         {"closes-its-streams", closesItsStreams},
         {"ticks", ticksToTheEnd},
         {"nothing", doesNothing},
