@@ -427,7 +427,12 @@ void Recorder::appendBody(const std::string& hash, const void* bytes, size_t len
 
 std::string Recorder::urlFor(const char*, std::string_view url)
 {
-    return settings_.leavesOutQueries ? queries_.without(url) : std::string(url);
+    return settings_.leavesOutQueries ? queries_.without(url, partsOfUrl) : std::string(url);
+}
+
+std::string Recorder::textFor(const char*, std::string_view text)
+{
+    return settings_.leavesOutQueries ? queries_.without(text, partsOfText) : std::string(text);
 }
 
 }  // namespace recorder

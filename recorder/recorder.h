@@ -118,6 +118,7 @@ private:
     std::string nameOf(const char* member, Handle kind, uintptr_t value, bool isNew) override;
     std::string hashOf(const void* bytes, size_t length) override;
     std::string urlFor(const char* member, std::string_view url) override;
+    std::string textFor(const char* member, std::string_view text) override;
 
     static std::atomic<State> state_;
 
@@ -146,7 +147,7 @@ private:
     const void* bytes_ = nullptr;                   // whose hash is bytesHash_
     size_t bytesLength_ = 0;
     std::string bytesHash_;
-    StartingState startingState_;
+    StartingState startingState_{*this};
 };
 
 }  // namespace recorder

@@ -31,7 +31,8 @@ expect_replay() {
     fi
 }
 
-for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody zaps-once; do
+for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody many-to-nobody \
+    secrets zaps-once; do
     run_recorded "$story"
     expect_replay 0 "the same" "$story"
     run_recorded "$story" VESTA_RECORD_LEAVE_OUT=bodies,queries
