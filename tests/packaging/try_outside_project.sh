@@ -48,9 +48,25 @@ find_with_cmake() {
 record() {
     [[ -z ${EMULATOR:-} && ${FLAGS:-} != *-fsanitize* ]] || return 0
     VESTA_RECORD="$WORK/record" LD_PRELOAD="$WORK/installed/$LIBDIR/libvesta_hbbtv_recorder.so" "$1"
+    expect_record
+}
+
+expect_record() {
     grep -q '"in":"vesta_hbbtv_init"' "$WORK/record"
     grep -q '"out":"dsmcc_start"' "$WORK/record"
-    [[ ! -x $WORK/installed/bin/vesta_replay ]] || "$WORK/installed/bin/vesta_replay" "$WORK/record"
+    [[ ! -x $WORK/installed/bin/vesta_replay ]] ||
+        "${emulator[@]}" "$WORK/installed/bin/vesta_replay" "$WORK/record"
+}
+
+# The same with the recorder on the link line.
+link_recorder_with_pkg_config() {
+    local compile link
+    read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_recorder)"
+    read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_recorder)"
+    "$CXX" -std=c++17 "${flags[@]}" -I"$WORK/generated" "${compile[@]}" "$outside"/*.cpp \
+        -o "$WORK/outside_recorded" "${link[@]}" -Wl,-rpath,"$WORK/installed/$LIBDIR"
+    VESTA_RECORD="$WORK/record" "${emulator[@]}" "$WORK/outside_recorded"
+    expect_record
 }
 
 # link_with_kit OUTPUT OPTION...: a C program and the browser in C++.
@@ -90,6 +106,7 @@ find_with_pkg_config() {
     "$CXX" -std=c++17 "${flags[@]}" -I"$WORK/generated" "${compile[@]}" "$outside"/*.cpp \
         -o "$WORK/outside_static" "${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}"
     "${emulator[@]}" "$WORK/outside_static"
+    link_recorder_with_pkg_config
     [[ -z ${KIT:-} ]] || find_kit_with_pkg_config
 }
 
