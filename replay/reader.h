@@ -67,6 +67,14 @@ public:
             value = reinterpret_cast<Pointer*>(valueOf(kind, *name));
     }
 
+    /// Stays as it was in records that do not have it.
+    template <typename Pointer>
+    void laterHandle(const char* member, recorder::Handle kind, Pointer*& value)
+    {
+        if (members_.contains(member))
+            handle(member, kind, value);
+    }
+
     template <typename Pointer>
     void newHandle(const char* member, recorder::Handle kind, Pointer*& value)
     {

@@ -52,6 +52,13 @@ public:
         name(member, kind, reinterpret_cast<uintptr_t>(value), false);
     }
 
+    /// A handle that records of the first recorders do not have.
+    template <typename Pointer>
+    void laterHandle(const char* member, Handle kind, Pointer* const& value)
+    {
+        handle(member, kind, value);
+    }
+
     template <typename Pointer>
     void newHandle(const char* member, Handle kind, Pointer* const& value)
     {

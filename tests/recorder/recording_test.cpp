@@ -336,7 +336,7 @@ TEST(Recording, LetsChildrenLiveThatBeginWhileThreadsSend)
     const ProgramResult result =
         runProgram("linked", "forks-among-threads", {{"VESTA_RECORD", folder / "record"}});
     EXPECT_EQ(result.exitCode, 0) << result.complaints;
-    EXPECT_THAT(result.output, HasSubstr("children that ended = 100"));
+    EXPECT_THAT(result.output, HasSubstr("children that ended = 40"));
     expectProperNesting(linesOf(folder / "record"));
 }
 

@@ -237,7 +237,7 @@ void everything()
     say("permission", reinterpret_cast<uintptr_t>(data.request_id));
 
     void* application = nullptr;
-    say("application", native_AppManGetApplicationId(1, nullptr, &application));
+    say("application", native_AppManGetApplicationId(1, &application, &application));
     double value = 0;
     say("keys", native_KeySetSetValue(application, 0x1 + 0x2, &value));
     say("granted", value);
@@ -694,7 +694,7 @@ void forksAndCalls()
 void forksAmongThreads()
 {
     begin();
-    const int children = 100;
+    const int children = 40;
     std::atomic<int> begun{0};
     std::vector<std::thread> senders;
     for (int sender = 0; sender < 3; ++sender) {
