@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <dlfcn.h>
 #include <new>
 #include <unistd.h>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "recorder/boundary/base64.h"
 #include "recorder/boundary/hash.h"
 #include "recorder/functions_out.h"
+#include "recorder/next_function.h"
 #include "recorder/plugin_listeners.h"
 #include "recorder/relocation_slots.h"
 
@@ -62,9 +62,9 @@ __attribute__((constructor)) void prepareRecorder()
     Recorder::instance().prepare();
 }
 
-__attribute__((destructor)) void flushRecorder()
+__attribute__((destructor)) void finishRecorder()
 {
-    Recorder::instance().flush();
+    Recorder::instance().finish();
 }
 
 }  // namespace
@@ -95,7 +95,8 @@ Recorder& Recorder::instance()
 void Recorder::prepare()
 {
     const ErrnoKept errnoKept;
-    const void* const library = dlsym(RTLD_NEXT, Init::symbol);
+    process_ = getpid();
+    const void* const library = findInLibraries(Init::symbol);
     if (!library || isPrepared_)
         return;
     isPrepared_ = true;
@@ -125,7 +126,6 @@ bool Recorder::open()
 {
     if (!file_.open(settings_.path, settings_.limit))
         return false;
-    process_ = getpid();
     appendHead();
     writeLines();
     return true;
@@ -310,8 +310,13 @@ void Recorder::beginNewPart(void* broadcastWindow)
     });
 }
 
-void Recorder::flush()
+void Recorder::finish()
 {
+    const char* const path = secure_getenv("VESTA_RECORD");
+    if (!isPrepared_ && process_ == getpid() && path && *path && findInLibraries(Init::symbol))
+        complain(
+            "the library was never called through the recorder, but for a plugin alone; nothing "
+            "is recorded");
     safely([&] {
         appendPendingTicks();
         writeLines();

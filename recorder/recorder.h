@@ -92,8 +92,9 @@ public:
     /// @param broadcastWindow that the library has
     void beginNewPart(void* broadcastWindow);
 
-    /// Writes down how many ticks found nothing to do at last.
-    void flush();
+    /// Writes down how many ticks found nothing to do at last, and says where the library was there
+    /// but went past the recorder.
+    void finish();
 
 private:
     enum class State { undecided, off, on };

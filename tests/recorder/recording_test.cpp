@@ -351,6 +351,19 @@ TEST(Recording, LetsAProgramLiveThatHearsNoComplaints)
     }
 }
 
+#ifndef VESTA_SANITIZED  // which do not let a plugin have its own symbols first
+TEST(Recording, SaysOnceThatAPluginGoesPastIt)
+{
+    const TemporaryFolder folder;
+    const std::string record = folder / "record";
+    const ProgramResult result = runProgram("deep", "everything", {{"VESTA_RECORD", record}});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, runProgram("deep", "everything").output);
+    expectOneComplaint(result, "the library was never called through the recorder");
+    EXPECT_FALSE(std::filesystem::exists(record));
+}
+#endif
+
 TEST(Recording, HasNothingOfAChildThatCallsTheLibrary)
 {
     const std::vector<std::string> lines = recordOf("lazy", "forks-and-calls");

@@ -830,7 +830,7 @@ int hbbtv_keyset_get_supported_values(void)
 }
 }
 
-int main(int count, char** arguments)
+extern "C" int runStory(int count, char** arguments)
 {
     const std::map<std::string, std::function<void()>> stories = {
         {"everything", everything},
@@ -868,3 +868,10 @@ int main(int count, char** arguments)
         std::puts(line.c_str());
     return 0;
 }
+
+#ifndef VESTA_PLUGIN
+int main(int count, char** arguments)
+{
+    return runStory(count, arguments);
+}
+#endif
