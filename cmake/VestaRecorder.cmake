@@ -26,3 +26,6 @@ target_link_libraries(vesta_hbbtv_recorder PRIVATE Threads::Threads ${CMAKE_DL_L
 add_library(vesta_hbbtv_appman::recorder ALIAS vesta_hbbtv_recorder)
 
 install(TARGETS vesta_hbbtv_recorder EXPORT vesta_hbbtv_appman)
+configure_file(cmake/vesta_hbbtv_recorder.pc.in vesta_hbbtv_recorder.pc @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/vesta_hbbtv_recorder.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

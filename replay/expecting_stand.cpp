@@ -50,8 +50,20 @@ std::string ExpectingStand::hashOf(const void* bytes, size_t length)
 
 std::string ExpectingStand::urlFor(const char* member, std::string_view url)
 {
-    const std::string expected = nextOf(member);
-    return leavesOutQueries_ ? meaning_.queries.written(url, expected) : std::string(url);
+    return written(member, url, recorder::partsOfUrl);
+}
+
+std::string ExpectingStand::textFor(const char* member, std::string_view text)
+{
+    return written(member, text, recorder::partsOfText);
+}
+
+std::string ExpectingStand::written(const char* member, std::string_view text,
+                                    recorder::PartsOf partsOf)
+{
+    const auto expected = bytesOf(nextOf(member));
+    return leavesOutQueries_ && expected ? meaning_.queries.written(text, *expected, partsOf)
+                                         : std::string(text);
 }
 
 bool agrees(const Json& library, const Json& record)

@@ -26,10 +26,12 @@ public:
                        bool isNew) override;
     std::string hashOf(const void* bytes, size_t length) override;
     std::string urlFor(const char* member, std::string_view url) override;
+    std::string textFor(const char* member, std::string_view text) override;
 
 private:
     void collect(const Json& json);
     std::string nextOf(const char* member);
+    std::string written(const char* member, std::string_view text, recorder::PartsOf partsOf);
 
     Meaning& meaning_;
     bool leavesOutQueries_;

@@ -51,9 +51,14 @@ find_with_cmake() {
 record() {
     [[ -z ${EMULATOR:-} && ${FLAGS:-} != *-fsanitize* ]] || return 0
     VESTA_RECORD="$WORK/record" LD_PRELOAD="$WORK/installed/$LIBDIR/libvesta_hbbtv_recorder.so" "$1"
+    expect_record
+}
+
+expect_record() {
     grep -q '"in":"vesta_hbbtv_init"' "$WORK/record"
     grep -q '"out":"dsmcc_start"' "$WORK/record"
-    [[ ! -x $WORK/installed/bin/vesta_replay ]] || "$WORK/installed/bin/vesta_replay" "$WORK/record"
+    [[ ! -x $WORK/installed/bin/vesta_replay ]] ||
+        "${emulator[@]}" "$WORK/installed/bin/vesta_replay" "$WORK/record"
 }
 
 # link_with_kit OUTPUT OPTION...: a C program and the browser in C++.
@@ -103,6 +108,15 @@ build_hosts() {
     "${emulator[@]}" "$WORK/outside_c$suffix"
 }
 
+# The recorder on the link line: after build_hosts() has run without it.
+link_recorder_with_pkg_config() {
+    local compile link
+    read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_recorder)"
+    read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_recorder)"
+    VESTA_RECORD="$WORK/record" build_hosts _recorded "${link[@]}" -Wl,-rpath,"$WORK/installed/$LIBDIR"
+    expect_record
+}
+
 find_with_pkg_config() {
     local library="$WORK/installed/$LIBDIR" compile link
     export PKG_CONFIG_LIBDIR="$library/pkgconfig"
@@ -116,6 +130,7 @@ find_with_pkg_config() {
     build_hosts _static "${link[@]}"
     needs_none_of_ours "$WORK/outside_static"
     needs_none_of_ours "$WORK/outside_c_static"
+    link_recorder_with_pkg_config
     [[ -z ${KIT:-} ]] || find_kit_with_pkg_config
 }
 

@@ -30,6 +30,17 @@ TEST(ExpectingStand, KnowsTheQueriesOfListsInTheirOrder)
     EXPECT_EQ(stand.urlFor("url", "http://a/?z"), "http://a/?z");
 }
 
+TEST(ExpectingStand, KnowsQueriesBesideLettersOfAnyKind)
+{
+    const Bodies bodies;
+    Meaning meaning(bodies);
+    ExpectingStand stand(meaning, true);
+    stand.expect(
+        Json::parse(R"({"url":"http://a/\u00c3\u00a4?~1","name":"\u00c3\u00a4 http://a/#~2"})"));
+    EXPECT_EQ(stand.urlFor("url", "http://a/\xC3\xA4?x"), "http://a/\xC3\xA4?~1");
+    EXPECT_EQ(stand.textFor("name", "\xC3\xA4 http://a/#y"), "\xC3\xA4 http://a/#~2");
+}
+
 TEST(ExpectingStand, LeavesQueriesAloneWhereTheRecordDoes)
 {
     const Bodies bodies;

@@ -33,6 +33,18 @@ public:
     Call call = {};
 };
 
+TEST(Reader, ReadsHandlesThatTheFirstRecordersDidNotWrite)
+{
+    ReadCall<recorder::HandleNotification> without(
+        R"({"page":null,"event":0,"data":null,"handled":null})");
+    EXPECT_EQ(without.reader.problem(), "");
+    EXPECT_EQ(without.call.browser, nullptr);
+    ReadCall<recorder::GetApplicationId> with(R"({"windowId":1,"reserved":"passed:1"})");
+    EXPECT_EQ(with.reader.problem(), "");
+    EXPECT_NE(with.call.reserved, nullptr);
+    EXPECT_EQ(with.written(), with.members.dump());
+}
+
 TEST(Reader, ReadsWhatTheWriterWrote)
 {
     ReadCall<recorder::SendEvent> section(
@@ -49,7 +61,7 @@ TEST(Reader, ReadsWhatTheWriterWrote)
     EXPECT_EQ(value.written(), value.members.dump());
 
     ReadCall<recorder::HandleNotification> request(
-        R"({"page":"page:1","event":"TAVO_VESTA_EVT_XHR_PERMISSION","url":"a","second_url":null,"permission":2,"handled":-3})");
+        R"({"browser":"browser:1","page":"page:1","event":"TAVO_VESTA_EVT_XHR_PERMISSION","url":"a","second_url":null,"permission":2,"handled":-3})");
     EXPECT_EQ(request.reader.problem(), "");
     EXPECT_EQ(request.written(), request.members.dump());
 

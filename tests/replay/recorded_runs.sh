@@ -31,7 +31,8 @@ expect_replay() {
     fi
 }
 
-for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody zaps-once; do
+for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody many-to-nobody \
+    secrets zaps-once; do
     run_recorded "$story"
     expect_replay 0 "the same" "$story" --whole
     run_recorded "$story" VESTA_RECORD_LEAVE_OUT=bodies,queries
@@ -44,6 +45,13 @@ grep -q '"state":"begin"' "$folder/record" || {
     status=1
 }
 expect_replay 0 "the same" "a part of zaps"
+
+run_recorded stays-and-zaps VESTA_RECORD_LIMIT=8K
+grep -q '"state":"begin"' "$folder/record" || {
+    echo "the record does not go on after it was full"
+    status=1
+}
+expect_replay 0 "the same" "what comes after a pause"
 
 run_recorded throws
 expect_replay 4 "threw an exception" throws

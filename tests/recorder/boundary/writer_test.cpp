@@ -24,6 +24,7 @@ public:
     {
         return std::string(member) + " " + std::string(url);
     }
+    std::string textFor(const char*, std::string_view text) override { return std::string(text); }
 };
 
 /// The object that `write` writes.
