@@ -53,6 +53,13 @@ TEST_F(LateProfiles, CountForTheSameVersionAfterAChannelChange)
     EXPECT_EQ(lastLine(), opened);
 }
 
+TEST_F(LateProfiles, CountForAStartThatIsAskedFor)
+{
+    send(E_START_APPLICATION, startRecord(window(), 1, 1));
+    tickAll();
+    EXPECT_EQ(lastLine(), opened);
+}
+
 class FailedTwice : public LibraryTest {};
 
 TEST_F(FailedTwice, AsksTheListenersAgain)
