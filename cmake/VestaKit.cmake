@@ -60,7 +60,7 @@ target_link_libraries(vesta_hbbtv_kit_static PUBLIC vesta_hbbtv_appman_static PR
 foreach(library vesta_hbbtv_kit vesta_hbbtv_kit_static)
   target_include_directories(${library} INTERFACE
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kit/include>"
-    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman>")
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 endforeach()
 add_library(vesta_hbbtv_appman::kit ALIAS vesta_hbbtv_kit)
 add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
@@ -68,9 +68,7 @@ add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
 # A set of its own, so that the application manager's is complete without the kit.
 install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit)
 install(FILES kit/include/vesta_hbbtv_kit.h
-        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman")
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(EXPORT vesta_hbbtv_kit NAMESPACE vesta_hbbtv_appman::
         FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}")
-configure_file(cmake/vesta_hbbtv_kit.pc.in vesta_hbbtv_kit.pc @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/vesta_hbbtv_kit.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+vesta_install_pkg_config(vesta_hbbtv_kit vesta_hbbtv_kit-shared)

@@ -39,22 +39,35 @@ add_library(vesta_hbbtv_appman_static STATIC $<TARGET_OBJECTS:vesta_objects>)
 set_target_properties(vesta_hbbtv_appman_static PROPERTIES OUTPUT_NAME vesta_hbbtv_appman)
 target_link_libraries(vesta_hbbtv_appman_static INTERFACE Threads::Threads)
 
+# Others include <vesta_hbbtv_appman/signalling/ait.h>, and so do these headers among themselves there:
+# a foundation/ref_ptr.h of an integrator's own never takes the place of ours, nor ours of theirs.
+set(VESTA_CLASS_HEADERS "${CMAKE_CURRENT_BINARY_DIR}/include")
+list(JOIN VESTA_FOLDERS "|" folders)
+foreach(header IN LISTS VESTA_INSTALLED_HEADERS)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${header}")
+  file(READ "${header}" text)
+  string(REGEX REPLACE "#include \"((${folders})/[a-z0-9_/]+[.]h)\"" "#include <vesta_hbbtv_appman/\\1>"
+         text "${text}")
+  file(CONFIGURE OUTPUT "${VESTA_CLASS_HEADERS}/vesta_hbbtv_appman/${header}" CONTENT "${text}"
+       @ONLY)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES "${VESTA_CLASS_HEADERS}/vesta_hbbtv_appman/${header}"
+          DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman/${folder}")
+endforeach()
+
 foreach(library vesta_hbbtv_appman vesta_hbbtv_appman_static)
   target_include_directories(${library} INTERFACE
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>"
-    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>"
-    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman>")
+    "$<BUILD_INTERFACE:${VESTA_CLASS_HEADERS}>"
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>"  # as the project's own code spells them
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
   target_compile_features(${library} INTERFACE cxx_std_17)
   add_library(vesta_hbbtv_appman::${library} ALIAS ${library})
 endforeach()
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/vesta_hbbtv_appman")
 install(TARGETS vesta_hbbtv_appman vesta_hbbtv_appman_static EXPORT vesta_hbbtv_appman)
-install(FILES ${VESTA_PUBLIC_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman")
-foreach(header IN LISTS VESTA_INSTALLED_HEADERS)
-  cmake_path(GET header PARENT_PATH folder)
-  install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vesta_hbbtv_appman/${folder}")
-endforeach()
+install(FILES ${VESTA_PUBLIC_HEADERS} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 
 install(EXPORT vesta_hbbtv_appman NAMESPACE vesta_hbbtv_appman::
         FILE vesta_hbbtv_appmanTargets.cmake DESTINATION "${package_folder}")
@@ -83,6 +96,13 @@ else()
   set(VESTA_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
   set(VESTA_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 endif()
-configure_file(cmake/vesta_hbbtv_appman.pc.in vesta_hbbtv_appman.pc @ONLY)
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/vesta_hbbtv_appman.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+# pkg-config has no way to say "instead": what --static adds comes first, and the shared library, a
+# module of its own, is then not needed any more.
+#   vesta_install_pkg_config(NAME...)
+function(vesta_install_pkg_config)
+  foreach(name IN LISTS ARGN)
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  endforeach()
+endfunction()
+vesta_install_pkg_config(vesta_hbbtv_appman vesta_hbbtv_appman-shared)

@@ -4,7 +4,8 @@
 file(GLOB recorder_sources CONFIGURE_DEPENDS
   "${PROJECT_SOURCE_DIR}/recorder/*.cpp" "${PROJECT_SOURCE_DIR}/recorder/boundary/*.cpp")
 set(VESTA_RECORDER_EXPORTS "${PROJECT_SOURCE_DIR}/cmake/recorder_exports.map")
-add_library(vesta_recorder_objects OBJECT ${recorder_sources} security/sha256.cpp)
+add_library(vesta_recorder_objects OBJECT ${recorder_sources} security/sha256.cpp
+  integration/c_interface.cpp)  # which lead to the recorder's own of these functions
 target_include_directories(vesta_recorder_objects PUBLIC
   "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/kit/include" "${PROJECT_SOURCE_DIR}")
 set_target_properties(vesta_recorder_objects PROPERTIES

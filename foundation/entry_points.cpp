@@ -14,6 +14,7 @@
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
+#include "vesta_hbbtv_version.h"
 
 namespace VestaHbbTV {
 
@@ -199,3 +200,8 @@ bool vesta_hbbtv_is_hbbtv_window(TAVO_VestaWindow* tavoWindow)
 }
 
 }  // namespace VestaHbbTV
+
+const char* vesta_hbbtv_version()
+{
+    return VESTA_HBBTV_VERSION;
+}

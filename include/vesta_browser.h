@@ -1,4 +1,4 @@
-/// The browser engine's C interface, as far as the application manager uses it.
+/// The browser engine's C interface, as far as the application manager uses it. For C and C++.
 ///
 /// The browser engine defines every function declared here; the library only calls them. All of
 /// them are called on the browser thread, and none may throw. Results are 0 for success and
@@ -6,6 +6,16 @@
 /// A handle (`TAVO_Vesta`, `TAVO_VestaWindow`) is opaque and passed through unchanged.
 #ifndef VESTA_BROWSER_H
 #define VESTA_BROWSER_H
+
+// Enumerations that cross the boundary are as wide as an int: C++ is told so, and in C they are,
+// unless the compiler was asked for short ones, which vesta_hbbtv_layout.h notices.
+#ifdef __cplusplus
+#define VESTA_AS_INT : int
+#define VESTA_AS_UNSIGNED_INT : unsigned int
+#else
+#define VESTA_AS_INT
+#define VESTA_AS_UNSIGNED_INT
+#endif
 
 // The browser may live in an executable that is built with hidden visibility; its functions must
 // stay visible to the library all the same.
@@ -23,7 +33,7 @@ typedef struct TAVO_VestaWindow TAVO_VestaWindow;
 /// vesta_hbbtv_handle_notification() answers (1: consumed, 0: to be handled as usual) and what it
 /// writes as the result; where none is named, the result stays as it was. A browser window that
 /// shows no application of the library answers 0, but for PROTOCOL_LOADING_STOP.
-enum TAVO_VESTA_EVENT : int {
+typedef enum TAVO_VESTA_EVENT VESTA_AS_INT {
     /// No field. Ends the running application of the library's window on a later tick. 1.
     TAVO_VESTA_EVT_WINDOW_CLOSE = 2,
     /// `url`: the page that is shown from now on. 1, result 0.
@@ -47,24 +57,24 @@ enum TAVO_VESTA_EVENT : int {
     /// `url` (the page), `second_url` (the target). 1, result 0 and the HBBTV_XHR_Permission in
     /// `request_id`; result -3 and no permission when the application is gone.
     TAVO_VESTA_EVT_XHR_PERMISSION = 162
-};
+} TAVO_VESTA_EVENT;
 
 /// `TavoVestaEventData::load_status` of a page whose connection failed.
-enum TAVO_LOAD_STATUS : int { TAVO_LOAD_CONNECTION_FAILED = 3 };
+typedef enum TAVO_LOAD_STATUS VESTA_AS_INT { TAVO_LOAD_CONNECTION_FAILED = 3 } TAVO_LOAD_STATUS;
 
 /// The record that comes with a browser event. Strings are the browser's and valid for the call;
 /// null counts as empty.
-struct TavoVestaEventData {
+typedef struct TavoVestaEventData {
     const char* url;             ///< the URL concerned
     const char* second_url;      ///< the target of an XMLHttpRequest
     void* request_id;            ///< protocol load handle; for an XMLHttpRequest the answer's slot
     int load_status;             ///< load finished: a TAVO_LOAD_STATUS
     unsigned short http_status;  ///< load finished: the HTTP status, 0 where there is none
-};
+} TavoVestaEventData;
 
 /// Key codes as HbbTV applications see them in their key events (ETSI TS 102 796, 10.2.2).
 /// Any other code may be carried too.
-enum TAVO_VIRTUAL_KEY : int {
+typedef enum TAVO_VIRTUAL_KEY VESTA_AS_INT {
     TAVO_VK_ENTER = 13,
     TAVO_VK_PAUSE = 19,
     TAVO_VK_PAGE_UP = 33,
@@ -88,18 +98,23 @@ enum TAVO_VIRTUAL_KEY : int {
     TAVO_VK_INFO = 457,
     TAVO_VK_BACK = 461,
     TAVO_VK_PLAY_PAUSE = 463
-};
+} TAVO_VIRTUAL_KEY;
 
 /// `TAVO_KeyboardEvent::type`. Other values occur and are never forwarded.
-enum TAVO_KEYBOARD_EVENT_TYPE : int { TAVO_KEY_DOWN = 0, TAVO_KEY_UP = 1 };
+typedef enum TAVO_KEYBOARD_EVENT_TYPE VESTA_AS_INT {
+    TAVO_KEY_DOWN = 0,
+    TAVO_KEY_UP = 1
+} TAVO_KEYBOARD_EVENT_TYPE;
 
 /// One key event.
-struct TAVO_KeyboardEvent {
+typedef struct TAVO_KeyboardEvent {
     int type;  ///< a TAVO_KEYBOARD_EVENT_TYPE
     TAVO_VIRTUAL_KEY key_code;
-};
+} TAVO_KeyboardEvent;
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 /// Starts loading an application's first page.
 /// @param window the window to load it in
@@ -155,7 +170,9 @@ int ve_protocol_failed(void* id, int status);
 /// Delivers a key event to the focused window. @param event borrowed for the call
 int tavo_keyboard_evt(TAVO_KeyboardEvent* event);
 
+#ifdef __cplusplus
 }  // extern "C"
+#endif
 
 #pragma GCC visibility pop
 

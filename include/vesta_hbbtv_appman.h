@@ -1,5 +1,6 @@
 /// The HbbTV application manager's public interface: entry functions, the integrator's events,
 /// notifications with their answers, the platform's hooks and the natives behind the OIPF objects.
+/// For C++; in C everything of it but the entry functions, which vesta_hbbtv_c.h gives C names.
 ///
 /// Threads: vesta_hbbtv_send_event() may be called from any thread between the return of
 /// vesta_hbbtv_init() and the call of vesta_hbbtv_shutdown() (or of a second init): no other thread
@@ -14,8 +15,9 @@
 #ifndef VESTA_HBBTV_APPMAN_H
 #define VESTA_HBBTV_APPMAN_H
 
-#include <cstdint>
 #include <pthread.h>
+#include <stdbool.h>
+#include <stdint.h>
 
 #include "vesta_browser.h"
 
@@ -23,7 +25,9 @@
 // own definitions of the hooks, and silently lose to the library's defaults.
 #pragma GCC visibility push(default)
 
+#ifdef __cplusplus
 namespace VestaHbbTV {
+#endif
 
 // ------------------------------------------------------------------------------------------------
 // Integrator events: what vesta_hbbtv_send_event() carries.
@@ -31,7 +35,7 @@ namespace VestaHbbTV {
 
 /// What happened. The comments name the member of HBBTV_EventData that comes with it; the record of
 /// an event without one is null or only freed.
-enum HBBTV_EventType : int {
+typedef enum HBBTV_EventType VESTA_AS_INT {
     E_AIT_SECTION = 0,        ///< ait: of the broadcast window's service; dropped without one
     E_CHANNEL_CHANGE = 1,     ///< the broadcast window shows another service
     E_START_APPLICATION = 2,  ///< start
@@ -45,7 +49,7 @@ enum HBBTV_EventType : int {
     E_LOW_MEMORY = 10,         ///< passed on to the scripts' plugin
     E_USER_AGENT_INFO = 11,    ///< userAgent
     E_SUPPORTED_PROFILES = 12  ///< profiles
-};
+} HBBTV_EventType;
 
 /// Type 0: one section of an application information table (ETSI TS 102 809, 5.3.4).
 ///
@@ -56,7 +60,7 @@ enum HBBTV_EventType : int {
 /// A table takes its ids and its channel from the record with which it begins: the first after the
 /// table before it was completed or dropped, even if the section of that record is refused. Until
 /// it is complete, or the channel changes, sections of another version are refused.
-struct HBBTV_AITSectionEventData {
+typedef struct HBBTV_AITSectionEventData {
     /// malloc'ed whole section from table_id on, freed; may be null. The block holds
     /// 3 + section_length bytes; no byte after them is read, and CRC_32 is not checked.
     unsigned char* section;
@@ -68,31 +72,31 @@ struct HBBTV_AITSectionEventData {
     /// but begins a table if none has begun.
     uintptr_t keepApplication;
     void* channelHandle;  ///< the integrator's channel reference, kept in the table
-};
+} HBBTV_AITSectionEventData;
 
 /// Type 2: start an application of the table in force.
-struct HBBTV_StartApplicationEventData {
+typedef struct HBBTV_StartApplicationEventData {
     void* window;       ///< window handle of the library
     uint32_t reserved;  ///< not read
     uint32_t organisationId;
     unsigned short applicationId;
-};
+} HBBTV_StartApplicationEventData;
 
 /// Type 3: start an application by its URL alone.
-struct HBBTV_StartURLEventData {
+typedef struct HBBTV_StartURLEventData {
     void* window;  ///< window handle of the library
     char* url;     ///< malloc'ed, freed; null starts nothing
-};
+} HBBTV_StartURLEventData;
 
 /// Type 4: stop the running application of a window.
-struct HBBTV_WindowEventData {
+typedef struct HBBTV_WindowEventData {
     void* window;  ///< window handle of the library
-};
+} HBBTV_WindowEventData;
 
 /// Types 5 and 6: the platform finished, or gave up, a file that dsmcc_get_file() left pending.
-struct HBBTV_DownloadEventData {
+typedef struct HBBTV_DownloadEventData {
     void* downloadId;  ///< the id that dsmcc_get_file() was given
-};
+} HBBTV_DownloadEventData;
 
 /// The listener that a stream-event subscription handed to the platform; gets string1, value1,
 /// string2, string3, string4, value2 of the event's record. Strings are valid for the call.
@@ -101,7 +105,7 @@ typedef void (*HBBTV_StreamEventCallback)(const char* string1, uint32_t value1, 
                                           uint32_t value2);
 
 /// Type 9: a DSM-CC stream event for a subscribed listener.
-struct HBBTV_StreamEventData {
+typedef struct HBBTV_StreamEventData {
     uint32_t reserved;                   ///< not read
     HBBTV_StreamEventCallback callback;  ///< may be null
     uint32_t value1;
@@ -110,10 +114,10 @@ struct HBBTV_StreamEventData {
     char* string3;
     char* string4;
     uint32_t value2;
-};
+} HBBTV_StreamEventData;
 
 /// Type 11: what the terminal says of itself in its user-agent string (ETSI TS 102 796, 7.3.2.4).
-struct HBBTV_UserAgentEventData {
+typedef struct HBBTV_UserAgentEventData {
     unsigned short versionSelector;  ///< 1: HbbTV/1.1.1, anything else: HbbTV/1.2.1
     char* capabilities;              ///< each string malloc'ed, freed; null counts as empty
     char* vendorName;
@@ -121,17 +125,17 @@ struct HBBTV_UserAgentEventData {
     char* softwareVersion;
     char* hardwareVersion;
     char* reserved;  ///< the sixth text; used and freed as the others are
-};
+} HBBTV_UserAgentEventData;
 
 /// Type 12: the application profiles that the terminal supports (ETSI TS 102 809, 5.2.5.1). None
 /// until this event; applications that were rejected before are not started by it.
-struct HBBTV_ProfilesEventData {
+typedef struct HBBTV_ProfilesEventData {
     unsigned short supportedProfiles;
-};
+} HBBTV_ProfilesEventData;
 
 /// One event's record. An integrator may allocate just the member that its event uses: the
 /// library never touches a byte beyond it.
-union HBBTV_EventData {
+typedef union HBBTV_EventData {
     HBBTV_AITSectionEventData ait;
     HBBTV_StartApplicationEventData start;
     HBBTV_StartURLEventData url;
@@ -140,14 +144,14 @@ union HBBTV_EventData {
     HBBTV_StreamEventData streamEvent;
     HBBTV_UserAgentEventData userAgent;
     HBBTV_ProfilesEventData profiles;
-};
+} HBBTV_EventData;
 
 // ------------------------------------------------------------------------------------------------
 // Notifications: what the library reports to its listeners, and what it asks them.
 // ------------------------------------------------------------------------------------------------
 
 /// What the library reports or asks. The comments name the member of HBBTV_NotificationData.
-enum HBBTV_NotificationType : int {
+typedef enum HBBTV_NotificationType VESTA_AS_INT {
     HBBTV_NOTIFICATION_START_APPLICATION = 0,  ///< application; asks
     HBBTV_NOTIFICATION_STOP_APPLICATION = 1,   ///< application; asks whether the table comes back
     /// application; window, serviceBound, trusted and usageType are not set
@@ -162,32 +166,32 @@ enum HBBTV_NotificationType : int {
     HBBTV_NOTIFICATION_HIDE_WINDOW = 10,              ///< window
     HBBTV_NOTIFICATION_KEYSET_CHANGED = 11,           ///< keyset
     HBBTV_NOTIFICATION_GET_FREE_MEMORY = 12           ///< memory; asks
-};
+} HBBTV_NotificationType;
 
 /// A listener's answer to a start request; any other value counts as START. START is preset, but
 /// for an entry of a broadcast table whose application id is 0 or above 0x7FFF: there it is
 /// BLOCK_AND_KILL.
-enum HBBTV_ApplicationActionType : int {
+typedef enum HBBTV_ApplicationActionType VESTA_AS_INT {
     HBBTV_APPLICATION_ACTION_START = 0,           ///< let it start
     HBBTV_APPLICATION_ACTION_BLOCK_AND_KILL = 1,  ///< do not start it, stop the running one
     HBBTV_APPLICATION_ACTION_BLOCK_AND_KEEP = 2   ///< do not start it, leave the running one
-};
+} HBBTV_ApplicationActionType;
 
 /// A listener's answer to an XMLHttpRequest inside the application's boundaries.
-enum HBBTV_XHR_Permission : int {
+typedef enum HBBTV_XHR_Permission VESTA_AS_INT {
     HBBTV_XHR_ALLOW = 0,  ///< the default
     HBBTV_XHR_DENY = 1,
     HBBTV_XHR_CORE_DECIDES = 2  ///< the browser applies its own same-origin rules
-};
+} HBBTV_XHR_Permission;
 
 /// What a listener returns. The library ignores it: a listener cannot stop a broadcast.
-enum HBBTV_STATUS : int { HBBTV_STATUS_OK = 0, HBBTV_STATUS_ERROR = 1 };
+typedef enum HBBTV_STATUS VESTA_AS_INT { HBBTV_STATUS_OK = 0, HBBTV_STATUS_ERROR = 1 } HBBTV_STATUS;
 
 /// Start, stop, reject, trusted and broadcast-related-change notifications.
 ///
 /// An application of a broadcast table is reported as broadcast-related while it is created: that
 /// change has the ids 0 and autostart 0, whatever the entry says.
-struct HBBTV_ApplicationNotificationData {
+typedef struct HBBTV_ApplicationNotificationData {
     void* window;          ///< the library's window handle
     int broadcastRelated;  ///< 1: signalled in a broadcast table
     int serviceBound;      ///< start only: service_bound_flag
@@ -204,10 +208,10 @@ struct HBBTV_ApplicationNotificationData {
     int* reactivateAIT;
     unsigned char usageType;             ///< application usage type, 1 is digital teletext
     HBBTV_ApplicationActionType action;  ///< start only: the answer
-};
+} HBBTV_ApplicationNotificationData;
 
 /// One application of a new table.
-struct HBBTV_AITApplicationInfo {
+typedef struct HBBTV_AITApplicationInfo {
     char* name;
     unsigned long organisationId;
     unsigned short applicationId;
@@ -219,7 +223,7 @@ struct HBBTV_AITApplicationInfo {
     int controlCode;  ///< 0 without an application descriptor
     unsigned char hasHttpTransport;
     unsigned char hasOCTransport;
-};
+} HBBTV_AITApplicationInfo;
 
 /// A new table was taken in.
 ///
@@ -227,21 +231,21 @@ struct HBBTV_AITApplicationInfo {
 /// record together take less than 32 times the table's bytes, but for texts that the record has to
 /// hold whole: up to 250 times for addresses of different transports with one long location, up to
 /// 85 times for names that overlap.
-struct HBBTV_AITNotificationData {
+typedef struct HBBTV_AITNotificationData {
     void* window;  ///< the library's window handle
     int isXML;     ///< 1: built from an XML AIT
     int numApplications;
     HBBTV_AITApplicationInfo* applications;  ///< in the table's order; null when there are none
     int reserved;
-};
+} HBBTV_AITNotificationData;
 
 /// An XMLHttpRequest inside the application's boundaries wants permission. Both URLs are
 /// percent-decoded up to their queries, and cut at "%00".
-struct HBBTV_XHRNotificationData {
+typedef struct HBBTV_XHRNotificationData {
     char* documentUrl;
     char* requestUrl;
     HBBTV_XHR_Permission permission;  ///< the answer
-};
+} HBBTV_XHRNotificationData;
 
 /// Request, release, show and hide of a browser window.
 ///
@@ -250,41 +254,43 @@ struct HBBTV_XHRNotificationData {
 /// window is meant for one application: given to a second one of the same window, it ends the first
 /// (STOP, no RELEASE) as soon as the page of the second is opened, and is released once, when its
 /// last application ends. It must not be given to applications of two windows.
-struct HBBTV_WindowNotificationData {
+typedef struct HBBTV_WindowNotificationData {
     /// The application's slot in the library: null at a request, which alone may write it, and the
     /// browser window in the others.
     TAVO_VestaWindow** tavoWindow;
     int success;   ///< request: the answer, preset to 0; release: not read; else without meaning
     void* window;  ///< request: the library's window handle; else null
-};
+} HBBTV_WindowNotificationData;
 
 /// An application changed its key set.
-struct HBBTV_KeysetNotificationData {
+typedef struct HBBTV_KeysetNotificationData {
     TAVO_VestaWindow* tavoWindow;
     int keysetValue;  ///< OIPF key-set mask
-};
+} HBBTV_KeysetNotificationData;
 
 /// A script asks for the free memory.
-struct HBBTV_MemoryNotificationData {
+typedef struct HBBTV_MemoryNotificationData {
     long* freeMemory;  ///< the answer; -1 stays when nobody gives one
-};
+} HBBTV_MemoryNotificationData;
 
 /// A notification's record: owned by the library and gone when the broadcast ends; a listener
 /// copies what it keeps.
-union HBBTV_NotificationData {
+typedef union HBBTV_NotificationData {
     HBBTV_ApplicationNotificationData application;
     HBBTV_AITNotificationData ait;
     HBBTV_XHRNotificationData xhr;
     HBBTV_WindowNotificationData window;
     HBBTV_KeysetNotificationData keyset;
     HBBTV_MemoryNotificationData memory;
-};
+} HBBTV_NotificationData;
 
 /// A listener. Runs on the browser thread, synchronously; it may call back into the library, add
 /// listeners (none can be removed), and release the very window that the library is working on.
 /// @param data may be null (AIT update without a table)
 typedef HBBTV_STATUS (*HBBTV_NotificationListener)(HBBTV_NotificationType type,
                                                    HBBTV_NotificationData* data);
+
+#ifdef __cplusplus
 
 // ------------------------------------------------------------------------------------------------
 // Entry functions. A window handle (`void*`) is the library's own; it may be null, foreign or that
@@ -325,7 +331,8 @@ void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data);
 /// pthread_cond_signal() and does nothing else with either. Call it before other threads send.
 /// Whoever ticks with this mutex held must have made it recursive if a listener or hook may send an
 /// event.
-/// @param condition, mutex stay the integrator's; null for either switches the wake-up off
+/// @param condition stays the integrator's; null switches the wake-up off
+/// @param mutex likewise
 void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mutex_t* mutex);
 
 /// Registers a listener until vesta_hbbtv_shutdown(); one that is registered twice is called twice.
@@ -382,7 +389,8 @@ unsigned int vesta_hbbtv_handle_notification(TAVO_Vesta* browser, TAVO_VestaWind
 
 /// Offers a key event of a browser window to its application, which gets it when its key set
 /// admits the key.
-/// @param tavoWindow, event null is meant for no application
+/// @param tavoWindow null: the key is meant for no application
+/// @param event likewise
 /// @return 1 when the library dealt with the event (also by swallowing a key up whose key down the
 ///         application did not get), 0 when it is not meant for an application
 int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* event);
@@ -391,18 +399,20 @@ int vesta_hbbtv_key_input(TAVO_VestaWindow* tavoWindow, TAVO_KeyboardEvent* even
 
 extern "C" {
 
+#endif
+
 // ------------------------------------------------------------------------------------------------
 // Platform hooks. The library exports weak defaults; definitions of the same names by the platform
 // take their place. All are called on the browser thread.
 // ------------------------------------------------------------------------------------------------
 
 /// Results of the dsmcc_* hooks.
-enum DSMCC_RESULT : unsigned int {
+typedef enum DSMCC_RESULT VESTA_AS_UNSIGNED_INT {
     DSMCC_OK = 0,         ///< success; dsmcc_get_file(): the file can be read now
     DSMCC_ERROR = 1,      ///< failure
     DSMCC_PENDING = 2,    ///< dsmcc_get_file() only: a file-ready or file-error event follows
     DSMCC_UNKNOWN_ID = 3  ///< the platform does not know the id
-};
+} DSMCC_RESULT;
 
 /// The terminal's OIPF key-set groups (OIPF DAE, KeySet). Default: every group, 0x3FF.
 int hbbtv_keyset_get_supported_values(void);
@@ -474,12 +484,12 @@ void hbbtv_ait_completed(unsigned char version);
 /// otherwise. An id is known from the tick on in which its application's first page is opened,
 /// until the application ends. Where memory runs out, the answer is ERROR, and that of permission
 /// queries NOT_PERMITTED.
-enum VEIF_RETURN : int {
+typedef enum VEIF_RETURN VESTA_AS_INT {
     VEIF_RETURN_OK = 0,            ///< success; permission queries: yes
     VEIF_RETURN_VALUE_NULL = 1,    ///< it worked, but there is no value
     VEIF_RETURN_ERROR = 4,         ///< bad id, no window, no manager
     VEIF_RETURN_NOT_PERMITTED = 7  ///< permission queries: no
-};
+} VEIF_RETURN;
 
 /// @param event 0 low memory (appId null); 3 the application failed to load, and its parent runs
 ///        again
@@ -582,7 +592,8 @@ int native_BroadcastAddStreamEventListener(const char* target, void* p1, void* p
 
 /// Subscribes to stream events that an XML document describes; x1..x5 are passed on unchanged, with
 /// the service id of the application's transport.
-/// @param d1, d2 their low 16 bits are passed on; 0 for what no 64-bit integer holds
+/// @param d1 its low 16 bits are passed on; 0 for what no 64-bit integer holds
+/// @param d2 likewise
 /// @return as above; every application needs a transport
 int native_BroadcastAddXMLStreamEventListener(void* x1, void* x2, double d1, double d2, void* x3,
                                               void* x4, void* x5, long windowId);
@@ -594,7 +605,9 @@ int native_BroadcastRemoveStreamEventListener(const char* target, void* p1, void
 /// Ends all subscriptions, likewise. @return always OK
 int native_BroadcastRemoveAllStreamEventListeners(void* p1, long windowId);
 
+#ifdef __cplusplus
 }  // extern "C"
+#endif
 
 #pragma GCC visibility pop
 

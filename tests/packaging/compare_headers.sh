@@ -20,7 +20,7 @@ listed() {
     if [[ -n ${KIT:-} ]]; then
         cat "$list"
     else
-        grep -v '/vesta_hbbtv_kit\.h$' "$list"
+        grep -v '^vesta_hbbtv_kit\.h$' "$list"
     fi
 }
 

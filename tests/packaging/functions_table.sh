@@ -6,7 +6,8 @@
 set -euo pipefail
 readonly root=$1
 readonly table="$root/docs/functions.md"
-readonly headers=("$root/include/vesta_hbbtv_appman.h" "$root/include/vesta_hbbtv_diagnosis.h"
+readonly headers=("$root/include/vesta_hbbtv_appman.h" "$root/include/vesta_hbbtv_c.h"
+    "$root/include/vesta_hbbtv_diagnosis.h" "$root/include/vesta_hbbtv_version.h"
     "$root/kit/include/vesta_hbbtv_kit.h")
 export LC_ALL=C
 

@@ -2,7 +2,7 @@
 # Installs the library, moves the installation, and lets the outside project find it there.
 #   try_outside_project.sh cmake|pkg-config
 # The build that is tested comes in through the environment: BUILD, WORK, CMAKE, CXX, LIBDIR,
-# INCLUDEDIR, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN, EMULATOR, and KIT where
+# INCLUDEDIR, READELF, and, where they matter, FLAGS (compiler and linker), TOOLCHAIN, EMULATOR, and KIT where
 # there is one.
 set -euo pipefail
 outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
@@ -20,7 +20,7 @@ install_and_move() {
 # Names every installed header, so that each has to be there with all that it includes.
 list_headers() {
     local header
-    (cd "$WORK/installed/$INCLUDEDIR/vesta_hbbtv_appman" && find . -name '*.h' | LC_ALL=C sort) |
+    (cd "$WORK/installed/$INCLUDEDIR" && find . -name '*.h' | LC_ALL=C sort) |
         while read -r header; do
             printf '#include <%s>\n' "${header#./}"
         done >"$WORK/generated/installed_headers.h"
@@ -36,7 +36,10 @@ find_with_cmake() {
     "$CMAKE" --build "$WORK/cmake" --verbose
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman"
     "${emulator[@]}" "$WORK/cmake/with_vesta_hbbtv_appman_static"
+    "${emulator[@]}" "$WORK/cmake/c_with_vesta_hbbtv_appman"
+    "${emulator[@]}" "$WORK/cmake/c_with_vesta_hbbtv_appman_static"
     record "$WORK/cmake/with_vesta_hbbtv_appman"
+    record "$WORK/cmake/c_with_vesta_hbbtv_appman"
     if [[ -n ${KIT:-} ]]; then
         "${emulator[@]}" "$WORK/cmake/with_kit"
         "${emulator[@]}" "$WORK/cmake/with_kit_static"
@@ -70,9 +73,25 @@ find_kit_with_pkg_config() {
     read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_kit)"
     link_with_kit "$WORK/outside_kit" "${link[@]}" -Wl,-rpath,"$library"
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_kit)"
-    link=("${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}")
-    link_with_kit "$WORK/outside_kit_static" \
-        "${link[@]/-lvesta_hbbtv_kit/-l:libvesta_hbbtv_kit.a}"
+    link_with_kit "$WORK/outside_kit_static" "${link[@]}"
+    needs_none_of_ours "$WORK/outside_kit_static"
+}
+
+# needs_none_of_ours PROGRAM: the static libraries are in it, though the shared ones lie beside them.
+needs_none_of_ours() {
+    ! "$READELF" -d "$1" | grep 'NEEDED.*libvesta'
+}
+
+# build_hosts SUFFIX OPTION...: in C++, where the package's headers come before the project's own, and in C.
+build_hosts() {
+    local suffix=$1
+    shift
+    "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        -I"$WORK/generated" -I"$outside/own" "$outside"/*.cpp -o "$WORK/outside$suffix" "$@"
+    "$CXX" -x c -std=c11 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        "$outside/c/host.c" -x none -o "$WORK/outside_c$suffix" "$@"
+    "${emulator[@]}" "$WORK/outside$suffix"
+    "${emulator[@]}" "$WORK/outside_c$suffix"
 }
 
 find_with_pkg_config() {
@@ -81,15 +100,12 @@ find_with_pkg_config() {
     read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_appman)"
     read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_appman)"
     [[ $(pkg-config --modversion vesta_hbbtv_appman) == 1.* ]]
-    "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" -I"$WORK/generated" \
-        "${compile[@]}" "$outside"/*.cpp -o "$WORK/outside" "${link[@]}" -Wl,-rpath,"$library"
-    "${emulator[@]}" "$WORK/outside"
-
-    # Statically: the archive instead of the shared library, and what pkg-config says it needs.
+    build_hosts "" "${link[@]}" -Wl,-rpath,"$library"
+    "$READELF" -d "$WORK/outside" | grep -q 'NEEDED.*libvesta_hbbtv_appman[.]so[.]1'
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"
-    "$CXX" -std=c++17 "${flags[@]}" -I"$WORK/generated" "${compile[@]}" "$outside"/*.cpp \
-        -o "$WORK/outside_static" "${link[@]/-lvesta_hbbtv_appman/-l:libvesta_hbbtv_appman.a}"
-    "${emulator[@]}" "$WORK/outside_static"
+    build_hosts _static "${link[@]}"
+    needs_none_of_ours "$WORK/outside_static"
+    needs_none_of_ours "$WORK/outside_c_static"
     [[ -z ${KIT:-} ]] || find_kit_with_pkg_config
 }
 

@@ -5,13 +5,17 @@
 #include <cstring>
 #include <string>
 
-#include "installed_headers.h"  // every installed header, listed when the test runs
+#include "foundation/ref_ptr.h"           // this project's own
+#include "installed_headers.h"            // every installed header, listed when the test runs
+#include "security/application_domain.h"  // this project's own
 
 using namespace VestaHbbTV;
 
 extern std::string openedPage;
 
 namespace {
+
+static_assert(ownPointers == 1 && ownDomains == 1);
 
 class CountingOutput : public LoggingOutput {
 public:
