@@ -82,6 +82,15 @@ needs_none_of_ours() {
     ! "$READELF" -d "$1" | grep 'NEEDED.*libvesta'
 }
 
+# Whatever an installed header does inline needs no name that the library keeps to itself.
+link_every_inline_function() {
+    "$CXX" --version | grep -qi clang && return  # which cannot be told to keep them all
+    "$CXX" -std=c++17 -fkeep-inline-functions "${flags[@]}" "${compile[@]}" -x c++ \
+        -c "$WORK/generated/installed_headers.h" -o "$WORK/inline.o"
+    "$CXX" "${flags[@]}" "$WORK/inline.o" "$outside"/{main,browser}.cpp -std=c++17 "${compile[@]}" -I"$WORK/generated" \
+        -I"$outside/own" -o "$WORK/outside_inline" "$@"
+}
+
 # build_hosts SUFFIX OPTION...: in C++, where the package's headers come before the project's own, and in C.
 build_hosts() {
     local suffix=$1
@@ -101,6 +110,7 @@ find_with_pkg_config() {
     read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_appman)"
     [[ $(pkg-config --modversion vesta_hbbtv_appman) == 1.* ]]
     build_hosts "" "${link[@]}" -Wl,-rpath,"$library"
+    link_every_inline_function "${link[@]}" -Wl,-rpath,"$library"
     "$READELF" -d "$WORK/outside" | grep -q 'NEEDED.*libvesta_hbbtv_appman[.]so[.]1'
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"
     build_hosts _static "${link[@]}"
