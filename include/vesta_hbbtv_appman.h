@@ -27,6 +27,7 @@
 #pragma GCC visibility push(default)
 
 #ifdef __cplusplus
+/// What the application manager has in C++. In C the same names stand alone.
 namespace VestaHbbTV {
 #endif
 
