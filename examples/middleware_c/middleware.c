@@ -7,13 +7,13 @@
    of channels does. In a product the kit's feed stands behind it: it takes damaged, changing and
    several tables, too. */
 
+#define _POSIX_C_SOURCE 200809L /* recursive mutexes, in strict C11 */
+
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <vesta_hbbtv_c.h>
-
-#define _POSIX_C_SOURCE 200809L /* threads, in strict C11 */
 
 #include "quiet_browser.h"
 #include "sections.h"
