@@ -59,6 +59,8 @@ measure_sizes() {
         prepare "$target"
         can_compile || { say "no compiler for $target"; continue; }
         for lto in OFF ON; do
+            # What flash costs is asked for receivers.
+            [[ $lto == OFF || $target == armhf ]] || continue
             for level in O2 Os; do
                 say "$target -$level, link-time optimisation $lto"
                 library=$(build_library "$target" "$level" "$lto")
@@ -234,6 +236,31 @@ write_page() {
         print_fuzzing
     } >"$trees/page"
     mv "$trees/page" "$page"
+    write_readme
+}
+
+# The README's table, between its marks.
+print_summary() {
+    echo "| | |"
+    echo "|---|---|"
+    awk '$1 == "size" && $2 == "armhf" && $4 == "OFF" { text[$3] = $5 / 1024 }
+        END { if (text["O2"]) printf "| The library on armhf | %.0f KiB of text with -O2, %.0f KiB with -Os |\n", text["O2"], text["Os"] }' "$trees/measured"
+    awk '$1 == "heap" && $2 == "i386" && /table of 10 applications/ { printf "| Heap of a table of 10 applications | %.1f KiB on 32 bits |\n", $3 / 1024 }
+        $1 == "heap" && $2 == "i386" && /tick without/ { printf "| A tick without an event | %s allocations |\n", $4 }' "$trees/measured"
+    sed -nE '/^## Speed/,/^## /s/^\| ([^|]*(section of an AIT|line of the log)[^|]*) \| ([^|]*) \| ([0-9.]+) \|$/| \1 | \4 times the time of \3 |/p' "$page"
+    sed -nE 's/^- `build\/release`: ([0-9]+)$/| Tests | \1 |/p' "$page"
+    sed -nE 's/^- (lines|branches) of the library: (.*)$/| Coverage, \1 | \2 |/p' "$page"
+    echo
+    echo "[All figures](docs/figures.md) are measured by \`./dev figures\`."
+}
+
+write_readme() {
+    {
+        sed '/<!-- figures: begin -->/q' README.md
+        print_summary
+        sed -n '/<!-- figures: end -->/,$p' README.md
+    } >"$trees/readme"
+    cat "$trees/readme" >README.md
 }
 
 case ${1:-} in
