@@ -19,6 +19,7 @@ set(VESTA_INSTALLED_HEADERS
   foundation/small_vector.h
   foundation/threadsafe_event_queue.h
   foundation/utilities.h
+  foundation/visibility.h
   integration/application_events.h
   integration/key_set.h
   security/application_domain.h
@@ -33,6 +34,9 @@ set_target_properties(vesta_hbbtv_appman PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
   LINK_DEPENDS "${VESTA_EXPORTS};${VESTA_REPLACEABLE}")
 target_link_options(vesta_hbbtv_appman PRIVATE ${VESTA_EXPORT_OPTIONS})
+if(VESTA_LTO)
+  target_link_options(vesta_hbbtv_appman PRIVATE -flto=auto)
+endif()
 target_link_libraries(vesta_hbbtv_appman PRIVATE Threads::Threads)
 
 add_library(vesta_hbbtv_appman_static STATIC $<TARGET_OBJECTS:vesta_objects>)

@@ -31,3 +31,4 @@ install(TARGETS vesta_hbbtv_recorder EXPORT vesta_hbbtv_recorder
 install(EXPORT vesta_hbbtv_recorder NAMESPACE vesta_hbbtv_appman::
         FILE vesta_hbbtv_appmanRecorderTargets.cmake DESTINATION "${package_folder}"
         COMPONENT recorder)
+vesta_install_pkg_config(recorder vesta_hbbtv_recorder)

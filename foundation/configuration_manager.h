@@ -8,6 +8,8 @@
 
 #include "vesta_browser.h"
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 class OCDownloadManager;
@@ -20,7 +22,7 @@ struct DownloadsDeleter {
 std::unique_ptr<OCDownloadManager, DownloadsDeleter> makeDownloads();
 
 /// Singleton of the browser thread; only its event queue is shared with other threads.
-class ConfigurationManager {
+class VESTA_EXPORTED ConfigurationManager {
 public:
     /// The one instance, created without a queue on first use (without a lock).
     static ConfigurationManager* getInstance();

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "foundation/mutex.h"
+#include "foundation/visibility.h"
 
 namespace VestaHbbTV {
 
@@ -32,7 +33,7 @@ enum LogLevel : int { DEBUG = 1, LOG = 2, WARN = 3, ERR = 4 };
 /// One log line under construction; belongs to the thread that builds it.
 ///
 /// `LogEntry(LOG, "Window") << "text";` writes a line: it is dispatched when the entry dies.
-class LogEntry {
+class VESTA_EXPORTED LogEntry {
 public:
     /// Writes the line's prefix: local date and time, level tag and module. The time zone is that
     /// of the latest tzset(); POSIX has no lock for it, so no other thread may change the zone (TZ
@@ -75,7 +76,7 @@ private:
     friend class Logging;
 
     /// What a line is built in. Making a stream is most of a line's cost, so lines serve again.
-    struct Line {
+    struct VESTA_HIDDEN Line {
         /// What tzset() stores of a time zone: its two names, its distance from UTC and whether it
         /// has a summer time. Asking for more than that would cost a conversion a line.
         using Zone = std::tuple<const char*, const char*, long, int>;
@@ -89,13 +90,13 @@ private:
         std::string_view dateAndTime();
     };
 
-    static std::unique_ptr<Line> takeLine();
-    static void giveBack(std::unique_ptr<Line> line);
-    void writePrefix();
+    VESTA_HIDDEN static std::unique_ptr<Line> takeLine();
+    VESTA_HIDDEN static void giveBack(std::unique_ptr<Line> line);
+    VESTA_HIDDEN void writePrefix();
 
     /// The line that waits for the next entry; null while an entry has it. Entries that live at
     /// the same time make lines of their own.
-    static std::atomic<Line*> spareLine;
+    VESTA_HIDDEN static std::atomic<Line*> spareLine;
 
     LogLevel level_;
     std::string module_;
@@ -106,7 +107,7 @@ private:
 /// A sink. It gets every entry and judges the level itself. output() runs on the logging thread and
 /// the destructor on that which deletes the log; both run under the log's mutex and must neither
 /// log nor add sinks.
-class LoggingOutput {
+class VESTA_EXPORTED LoggingOutput {
 public:
     /// @param minimumLevel lines below it are to be dropped
     explicit LoggingOutput(LogLevel minimumLevel);
@@ -125,7 +126,7 @@ private:
 };
 
 /// Writes to standard output, flushing every line.
-class LoggingOutputStdout : public LoggingOutput {
+class VESTA_EXPORTED LoggingOutputStdout : public LoggingOutput {
 public:
     /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputStdout(LogLevel minimumLevel);
@@ -133,7 +134,7 @@ public:
 };
 
 /// Appends to a file, flushing every line. Lines are lost while no file is open.
-class LoggingOutputFile : public LoggingOutput {
+class VESTA_EXPORTED LoggingOutputFile : public LoggingOutput {
 public:
     /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputFile(LogLevel minimumLevel);
@@ -149,7 +150,7 @@ private:
 
 /// The dispatcher. It is created without a lock, by vesta_hbbtv_init() at the latest; any thread
 /// may log from then on.
-class Logging {
+class VESTA_EXPORTED Logging {
 public:
     /// The one instance, created on first use (without a lock).
     static Logging* getInstance();

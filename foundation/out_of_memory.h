@@ -4,10 +4,12 @@
 
 #include <new>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
-/// Writes an ERR line, if there is memory for that.
-void reportOutOfMemory() noexcept;
+/// Writes an ERR line, if there is memory for that. Exported for the kit.
+VESTA_EXPORTED void reportOutOfMemory() noexcept;
 
 /// Runs the body of whatever must not fail for want of memory: every function that others call, so
 /// that nothing is thrown at them, and every notice of an end, so that the end goes on without it.

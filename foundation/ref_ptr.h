@@ -6,12 +6,14 @@
 
 #include <cstdint>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 /// Base of a counted class `T`. The count starts at 0: an object that nobody counts (on the stack,
 /// or held by a plain pointer) never deletes itself.
 template <typename T>
-class RefCounted {
+class VESTA_EXPORTED RefCounted {
 public:
     RefCounted() = default;
     RefCounted(const RefCounted&) = delete;
@@ -36,7 +38,7 @@ private:
 
 /// Holds one reference on a counted object, or null.
 template <typename T>
-class ref_ptr {
+class VESTA_EXPORTED ref_ptr {
 public:
     ref_ptr() = default;
     explicit ref_ptr(T* object) { reset(object); }

@@ -3,11 +3,12 @@
 #define VESTA_FOUNDATION_THREADSAFE_EVENT_QUEUE_H
 
 #include "foundation/mutex.h"
+#include "foundation/visibility.h"
 
 namespace VestaHbbTV {
 
 /// First in, first out. Adding is for any thread; everything else is the browser thread's.
-class ThreadsafeEventQueue {
+class VESTA_EXPORTED ThreadsafeEventQueue {
 public:
     /// Something to be done on the browser thread. Created with `new` by whoever queues it,
     /// deleted by the queue after it ran or when it is discarded.
@@ -48,7 +49,7 @@ public:
     void clear();
 
 private:
-    bool isEmpty();
+    VESTA_HIDDEN bool isEmpty();
 
     // Linked through the events: adding allocates nothing.
     Event* first_ VESTA_GUARDED_BY(mutex_) = nullptr;

@@ -5,25 +5,27 @@
 #include <string>
 #include <sys/time.h>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 /// The local time of day as "hh:mm:ss:uuuuuu" (u: microseconds).
 /// @return one static buffer that every call overwrites: not to be kept, nor shared by threads
-const char* getFormattedTime();
+VESTA_EXPORTED const char* getFormattedTime();
 
 /// Adds microseconds to a time and normalises it by truncating division, so that a negative sum
 /// leaves a negative tv_usec. The sum is taken modulo 2^32.
-void usec_increase(timeval& tv, int usec);
+VESTA_EXPORTED void usec_increase(timeval& tv, int usec);
 
 /// Whether the text is one or more of "0123456789abcdefABCDEF" and nothing else.
-bool isHexadecimalNumberString(std::string text);
+VESTA_EXPORTED bool isHexadecimalNumberString(std::string text);
 
 /// Whether the text ends with the suffix, case-sensitively; an empty suffix always matches.
-bool endsWith(std::string text, std::string suffix);
+VESTA_EXPORTED bool endsWith(std::string text, std::string suffix);
 
 /// A script's or the integrator's number as an int: truncated toward zero, held at the type's
 /// limits, 0 for what is not a number.
-int toInt(double number);
+VESTA_EXPORTED int toInt(double number);
 
 }  // namespace VestaHbbTV
 

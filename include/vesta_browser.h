@@ -1,3 +1,4 @@
+/// @file
 /// The browser engine's C interface, as far as the application manager uses it. For C and C++.
 ///
 /// The browser engine defines every function declared here; the library only calls them. All of
@@ -9,6 +10,7 @@
 
 // Enumerations that cross the boundary are as wide as an int: C++ is told so, and in C they are,
 // unless the compiler was asked for short ones, which vesta_hbbtv_layout.h notices.
+/// @cond
 #ifdef __cplusplus
 #define VESTA_AS_INT : int
 #define VESTA_AS_UNSIGNED_INT : unsigned int
@@ -16,6 +18,7 @@
 #define VESTA_AS_INT
 #define VESTA_AS_UNSIGNED_INT
 #endif
+/// @endcond
 
 // The browser may live in an executable that is built with hidden visibility; its functions must
 // stay visible to the library all the same.
@@ -108,8 +111,8 @@ typedef enum TAVO_KEYBOARD_EVENT_TYPE VESTA_AS_INT {
 
 /// One key event.
 typedef struct TAVO_KeyboardEvent {
-    int type;  ///< a TAVO_KEYBOARD_EVENT_TYPE
-    TAVO_VIRTUAL_KEY key_code;
+    int type;                   ///< a TAVO_KEYBOARD_EVENT_TYPE
+    TAVO_VIRTUAL_KEY key_code;  ///< listed or not
 } TAVO_KeyboardEvent;
 
 #ifdef __cplusplus
@@ -121,20 +124,37 @@ extern "C" {
 /// @param url borrowed for the call; percent-decoded up to its query. It is as relative as whoever
 ///        started the application gave it, where no application ran whose start URL could serve as
 ///        the base, or ve_resolve_relative_url() failed
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_open_url(TAVO_VestaWindow* window, const char* url);
 
 /// Forgets the window's history, so that the next page is its first.
+/// @param window opaque, as the listener gave it
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_clear_history(TAVO_VestaWindow* window);
 
 /// Finds a window by the browser's own window number.
 /// @param window receives the window; written only on success
+/// @param browser as vesta_hbbtv_init() got it
+/// @param id of a window, perhaps of none
+/// @return 0 for success; anything else: there is none
+/// @thread{browser} @since 1.0
 int ve_get_window(TAVO_Vesta* browser, long id, TAVO_VestaWindow** window);
 
-/// The reverse of ve_get_window(). @param id receives the number; written only on success
+/// The reverse of ve_get_window().
+/// @param browser as vesta_hbbtv_init() got it
+/// @param window as the listener gave it
+/// @param id receives the number; written only on success
+/// @return 0 for success
+/// @thread{browser} @since 1.0
 int ve_get_window_identifier(TAVO_Vesta* browser, TAVO_VestaWindow* window, long* id);
 
 /// The URL that the window is loading or shows.
 /// @param url receives a string that stays the browser's, valid until its next call
+/// @param window as the listener gave it
+/// @return 0 for success
+/// @thread{browser} @since 1.0
 int ve_get_loading_url(TAVO_VestaWindow* window, const char** url);
 
 /// Makes the URL of a start absolute.
@@ -142,9 +162,15 @@ int ve_get_loading_url(TAVO_VestaWindow* window, const char** url);
 /// @param url the address to resolve, without query; both percent-decoded
 /// @param result receives a string that stays the browser's, valid until its next call; may be
 ///        left null, the URL then stays as it was
+/// @return 0 for success
+/// @thread{browser} @since 1.0
 int ve_resolve_relative_url(const char* base, const char* url, const char** result);
 
 /// Sets the text that the browser appends to its user-agent string.
+/// @param browser as vesta_hbbtv_init() got it
+/// @param extension borrowed for the call; such as "HbbTV/1.2.1 (; vendor; model; ; ; )"
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_set_uastring_extension(TAVO_Vesta* browser, const char* extension);
 
 /// @name Answers to a protocol load: first the type (optional), then the bytes, then the end
@@ -152,22 +178,41 @@ int ve_set_uastring_extension(TAVO_Vesta* browser, const char* extension);
 /// results.
 /// @{
 
+/// What the load's bytes are.
+/// @param id of the load
 /// @param mime_type borrowed for the call
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_protocol_set_mime_type(void* id, const char* mime_type);
 
-/// @param bytes borrowed for the call @param length in bytes, never 0
+/// The load's next bytes.
+/// @param id of the load
+/// @param bytes borrowed for the call
+/// @param length in bytes, never 0
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_protocol_write(void* id, const char* bytes, unsigned int length);
 
+/// The load is complete.
+/// @param id of the load
 /// @param status an HTTP status, always 200
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_protocol_finished(void* id, int status);
 
 /// A load may be answered with this twice: if dsmcc_get_file() said that the file can be read, and
 /// reading it fails.
 /// @param status an HTTP status, always 404
+/// @param id of the load
+/// @return ignored
+/// @thread{browser} @since 1.0
 int ve_protocol_failed(void* id, int status);
 /// @}
 
-/// Delivers a key event to the focused window. @param event borrowed for the call
+/// Delivers a key event to the focused window.
+/// @param event borrowed for the call
+/// @return ignored
+/// @thread{browser} @since 1.0
 int tavo_keyboard_evt(TAVO_KeyboardEvent* event);
 
 #ifdef __cplusplus

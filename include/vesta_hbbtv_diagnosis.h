@@ -1,3 +1,4 @@
+/// @file
 /// Why: what the application manager decided, and for what reason. For C and C++.
 ///
 /// Nothing of it changes what the library does. Without a listener a decision costs the test of a
@@ -138,8 +139,8 @@ typedef struct HBBTV_Decision {
     int reason;               ///< an HBBTV_Reason
     uint32_t organisationId;  ///< of the application; 0 where there is none
     uint32_t applicationId;   ///< likewise
-    uint32_t wanted;
-    uint32_t had;
+    uint32_t wanted;          ///< the reason's
+    uint32_t had;             ///< the reason's
     void* window;             ///< the library's window handle; null where there is none
     void* scriptApplication;  ///< the application's id as scripts have it; null likewise
     const char* text;         ///< valid for the call; never null
@@ -153,10 +154,14 @@ typedef void (*HBBTV_DecisionListener)(const HBBTV_Decision* decision, void* con
 /// One listener, in place of the one before; browser thread, at any time, before vesta_hbbtv_init()
 /// too. It stays over a shutdown.
 /// @param listener null for none
+/// @param context the listener's own; may be null
+/// @thread{browser} @since 1.0
 void vesta_hbbtv_set_decision_listener(HBBTV_DecisionListener listener, void* context);
 
 /// What a reason means and what to do about it, in a sentence of English; any thread.
+/// @param reason an HBBTV_Reason, or any other number
 /// @return static; empty for a number that is no reason
+/// @thread{any} @since 1.0
 const char* vesta_hbbtv_reason_text(int reason);
 
 #ifdef __cplusplus

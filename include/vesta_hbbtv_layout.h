@@ -1,3 +1,4 @@
+/// @file
 /// The binary interface: the place and size of every field, for receivers of 32 and of 64 bits,
 /// checked where this header is compiled, as C or as C++. The library does so; an integration does
 /// it in one of its files, so that options of its own that change layouts (packing, short
@@ -14,6 +15,7 @@
 
 #include "vesta_hbbtv_diagnosis.h"
 
+/// @cond
 #ifdef __cplusplus
 #define VESTA_SIZE_OF_FIELD(record, field) sizeof(record::field)
 namespace VestaHbbTV {
@@ -170,5 +172,6 @@ VESTA_CHECK_FIELD(HBBTV_Decision, text, 40, 4, 56, 8);
 #ifdef __cplusplus
 }  // namespace VestaHbbTV
 #endif
+/// @endcond
 
 #endif

@@ -10,6 +10,7 @@
 
 #include "foundation/ref_ptr.h"
 #include "foundation/threadsafe_event_queue.h"
+#include "foundation/visibility.h"
 #include "signalling/ait.h"
 
 namespace VestaHbbTV {
@@ -39,7 +40,7 @@ private:
 };
 
 /// Ends an application.
-class StopApplicationEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED StopApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param reactivate, notify as Window::shutdownApplication() takes them
     StopApplicationEvent(Window* window, Application* application, bool reactivate, bool notify);
@@ -55,7 +56,7 @@ private:
 
 /// Starts the pending application of a window. An application that did not start by it, because it
 /// was superseded, memory ran out or the event was deleted unexecuted, ends with the event.
-class StartApplicationEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED StartApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     StartApplicationEvent(Window* window, Application* application);
     ~StartApplicationEvent() override;
@@ -66,7 +67,7 @@ private:
 };
 
 /// The browser loaded a page.
-class LoadSuccessEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED LoadSuccessEvent : public ThreadsafeEventQueue::Event {
 public:
     explicit LoadSuccessEvent(TAVO_VestaWindow* tavoWindow);
     void execute() override;
@@ -76,7 +77,7 @@ private:
 };
 
 /// Hides an application when its countdown has run out, one queueing a step.
-class HideApplicationEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED HideApplicationEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param applicationId as Application::getID() gives it
     /// @param countdown how often the event queues itself again, after everything queued meanwhile
@@ -89,7 +90,7 @@ private:
 };
 
 /// Puts a table in force that the integration built itself, from an XML AIT for example.
-class TAVOAITEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED TAVOAITEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param window left alone when the window manager does not hold it by then; a window that was
     ///        created later at its address is another one

@@ -5,20 +5,21 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/threadsafe_event_queue.h"
+#include "foundation/visibility.h"
 #include "lifecycle/window_storage.h"
 
 namespace VestaHbbTV {
 
 /// Owns its record and everything that the record's type says is freed, whether it is executed or
 /// deleted unexecuted.
-class ExternalEvent : public ThreadsafeEventQueue::Event {
+class VESTA_EXPORTED ExternalEvent : public ThreadsafeEventQueue::Event {
 public:
     /// @param data malloc'ed like every buffer in it; may be null
     ExternalEvent(HBBTV_EventType type, HBBTV_EventData* data);
     ~ExternalEvent() override;
 
     /// As the constructor; where there is no memory for the event, its record is freed.
-    static ExternalEvent* create(HBBTV_EventType type, HBBTV_EventData* data);
+    VESTA_HIDDEN static ExternalEvent* create(HBBTV_EventType type, HBBTV_EventData* data);
 
     void execute() override;
 

@@ -6,10 +6,12 @@
 
 #include "vesta_browser.h"
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 /// A mask of key groups. Browser thread only.
-class KeySet {
+class VESTA_EXPORTED KeySet {
 public:
     /// The groups, numbered as the OIPF constants.
     enum Group : int {

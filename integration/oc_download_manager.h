@@ -4,6 +4,8 @@
 
 #include <set>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 class HbbTVDVBURL;
@@ -15,10 +17,10 @@ class HbbTVDVBURL;
 /// The platform and the browser may call back whenever they are called: cancel a load, start it
 /// anew, report its file once more, or shut the library down. Whoever was answering a load that
 /// another call has ended or taken over meanwhile lets go of it.
-class OCDownloadManager {
+class VESTA_EXPORTED OCDownloadManager {
 public:
     /// That of the existing configuration; null before init and after shutdown. Creates nothing.
-    static OCDownloadManager* getCurrent();
+    VESTA_HIDDEN static OCDownloadManager* getCurrent();
 
     OCDownloadManager() = default;
     OCDownloadManager(const OCDownloadManager&) = delete;
@@ -60,7 +62,7 @@ public:
     void handleDownloadFailed(void* id);
 
 private:
-    class Answer;
+    class VESTA_HIDDEN Answer;
 
     std::set<void*> downloads_;
     Answer* innermostAnswer_ = nullptr;  ///< of those that are being given

@@ -8,6 +8,7 @@
 #include "vesta_browser.h"
 
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 #include "signalling/ait_application_reference.h"
 #include "signalling/ait_application_transport.h"
 #include "signalling/hbbtv_url.h"
@@ -25,7 +26,7 @@ class Window;
 ///
 /// Created by a Window, which owns it; browser thread only. It talks to the integrator through
 /// notifications and to the browser through the browser's functions.
-class Application {
+class VESTA_EXPORTED Application {
 public:
     /// Takes the next id and tells listeners when the application is broadcast-related.
     /// @param window the window that starts it; null only outside a lifecycle
@@ -87,7 +88,7 @@ public:
     const HbbTVURL& getURL() const { return url_; }
     /// The page that the browser last said to show; the start URL until then.
     const HbbTVURL& getCurrentURL() const { return *currentUrl_; }
-    void setCurrentURL(const HbbTVURL& url);
+    VESTA_HIDDEN void setCurrentURL(const HbbTVURL& url);
 
     /// The ids of the entry that it was started with; 0 without one.
     unsigned long getOrganisationId() const { return organisationId_; }
@@ -109,41 +110,41 @@ public:
     /// The application that this one replaces once its initial page has loaded. Null when there is
     /// none, and as soon as that one ends.
     Application* getParent() const { return parent_; }
-    void setParent(Application* parent);
+    VESTA_HIDDEN void setParent(Application* parent);
     /// Whether it may be another one's parent: it was set as such once.
     bool hasBeenParent() const { return hasBeenParent_; }
 
     /// Leaves the window's books and releases the browser window, unless another application of
     /// the window has it by now. Whoever still holds a pointer sees an application without window.
     /// Does nothing the second time. Calls out, and cannot fail where memory has run out.
-    void end();
+    VESTA_HIDDEN void end();
 
     /// Whether its window is ending it, or it has ended.
     bool isEnding() const { return stage_ >= ENDING; }
-    void setEnding();
+    VESTA_HIDDEN void setEnding();
 
     /// Whether its window frees it: from the moment on when it became pending or was registered.
     bool isOwnedByWindow() const { return stage_ >= OWNED; }
-    void setOwnedByWindow();
+    VESTA_HIDDEN void setOwnedByWindow();
 
     /// The end that is under way is to be reported to the listeners, whoever began it.
     void wantStopNotice(bool wanted = true) { stopNoticeWanted_ = wanted; }
     bool isStopNoticeWanted() const { return stopNoticeWanted_; }
 
     /// The window died and left this application to the window manager.
-    void loseWindow();
+    VESTA_HIDDEN void loseWindow();
 
     /// Gives the browser window back to the listeners. Does nothing without one.
-    void releaseTavoWindow();
+    VESTA_HIDDEN void releaseTavoWindow();
 
     /// Another application is shown in the browser window from now on, and will give it back.
-    void forfeitTavoWindow();
+    VESTA_HIDDEN void forfeitTavoWindow();
 
     /// A queued end that was made with the application: ending it must not need memory.
     /// @{
-    void prepareStop(std::unique_ptr<StopApplicationEvent> stop);
+    VESTA_HIDDEN void prepareStop(std::unique_ptr<StopApplicationEvent> stop);
     /// @return null the second time
-    std::unique_ptr<StopApplicationEvent> takePreparedStop();
+    VESTA_HIDDEN std::unique_ptr<StopApplicationEvent> takePreparedStop();
     /// @}
 
     static unsigned long next_id;

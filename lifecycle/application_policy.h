@@ -4,9 +4,11 @@
 
 #include <cstdint>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
-class ApplicationPolicy {
+class VESTA_EXPORTED ApplicationPolicy {
 public:
     ApplicationPolicy() = default;
     ApplicationPolicy(const ApplicationPolicy&) = delete;
@@ -21,7 +23,7 @@ public:
 };
 
 /// HbbTV sets no limit: windows are only counted.
-class ApplicationPolicyHbbTV : public ApplicationPolicy {
+class VESTA_EXPORTED ApplicationPolicyHbbTV : public ApplicationPolicy {
 public:
     bool requestNewWindow() override;
     void releaseWindow() override;

@@ -13,6 +13,7 @@
 #include "vesta_hbbtv_appman.h"
 
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 #include "lifecycle/application_register.h"
 #include "lifecycle/call_scope.h"
 #include "lifecycle/window_storage.h"
@@ -29,7 +30,7 @@ class WindowManager;
 /// window. Every function that calls listeners, the browser or scripts survives whatever they do in
 /// return, the release of this very window included. Whoever calls out while acting on a table
 /// gives way to a newer one that came in force meanwhile.
-class Window {
+class VESTA_EXPORTED Window {
 public:
     enum State : int {
         IDLE = 0,     ///< no running application
@@ -39,7 +40,7 @@ public:
 
     /// While one of these lives, a window that is removed stays in memory, marked as released; the
     /// outermost one destroys it. Whoever works on a window across a call out holds one.
-    class Hold {
+    class VESTA_HIDDEN Hold {
     public:
         /// @param window may be null
         explicit Hold(Window* window);
@@ -61,7 +62,7 @@ public:
     virtual ~Window();
 
     /// Whether the address is that of a window that exists. Any pointer may be asked for.
-    static bool exists(const void* window);
+    VESTA_HIDDEN static bool exists(const void* window);
 
     /// The storage of a window is not used again at once, so that a handle which somebody still
     /// keeps does not name its successor.
@@ -191,10 +192,10 @@ public:
     bool isReleased() const { return released_; }
 
     /// The manager let go of the window: it is destroyed now, or when nobody holds it any more.
-    void release();
+    VESTA_HIDDEN void release();
 
     /// Ends every application at once, whoever holds the window: what its destructor does first.
-    void endApplications();
+    VESTA_HIDDEN void endApplications();
 
     /// The manager dies before this window.
     void loseManager() { manager_ = nullptr; }
@@ -205,26 +206,26 @@ public:
     bool hasApplications() const { return !applications_.empty(); }
 
     /// The id of one of these applications; 0 for any other pointer, which is not followed.
-    unsigned long getApplicationId(const Application* application) const;
+    VESTA_HIDDEN unsigned long getApplicationId(const Application* application) const;
 
     /// The one of these applications that has the id; null when there is none.
-    Application* findApplication(unsigned long id) const;
+    VESTA_HIDDEN Application* findApplication(unsigned long id) const;
 
     /// The start that was queued for an application is over, or will not run: an application that
     /// did not get into the map by it is destroyed.
-    void abandonStart(unsigned long id);
+    VESTA_HIDDEN void abandonStart(unsigned long id);
 
     /// An application was created for this window. It belongs to itself until the window takes it
     /// as pending or into its map.
-    void adopt(Application* application);
+    VESTA_HIDDEN void adopt(Application* application);
 
     /// An application ends: nothing in this window leads to it any longer.
-    void forget(Application* application);
+    VESTA_HIDDEN void forget(Application* application);
 
     /// An application is shown no longer: its browser window leads to this window no more, unless
     /// another application was given the same one meanwhile.
     /// @return whether none was, so that the browser window is to be given back
-    bool unlinkTavoWindow(Application* application);
+    VESTA_HIDDEN bool unlinkTavoWindow(Application* application);
 
 private:
     /// How an application ends: what shutdownApplication() takes.
@@ -233,54 +234,56 @@ private:
         bool reactivate;
         bool notify;
     };
-    static constexpr Ending atOnce = {true, false, true};
-    static constexpr Ending atOnceInSilence = {true, false, false};
-    static constexpr Ending atOnceReactivating = {true, true, true};
-    static constexpr Ending onALaterTick = {false, false, true};
+    VESTA_HIDDEN static constexpr Ending atOnce = {true, false, true};
+    VESTA_HIDDEN static constexpr Ending atOnceInSilence = {true, false, false};
+    VESTA_HIDDEN static constexpr Ending atOnceReactivating = {true, true, true};
+    VESTA_HIDDEN static constexpr Ending onALaterTick = {false, false, true};
 
     bool shutdown(Application* application, const Ending& ending);
 
     void enter(State state) { state_ = state; }
-    void runAgain(Application* application);
-    void leaveTeardownWithoutSuccessor();
+    VESTA_HIDDEN void runAgain(Application* application);
+    VESTA_HIDDEN void leaveTeardownWithoutSuccessor();
 
-    bool activateForRunningApplication();
-    bool isServiceBoundToFormerService(const AITApplication* entry) const;
-    bool adoptRunningApplication(Application* running, AITApplication* entry,
-                                 AITApplication* successor);
-    bool becomeBroadcastRelated(Application* running, const AITApplication* entry,
-                                AITApplication* successor,
-                                ref_ptr<AITApplicationTransport>& transport);
-    AITApplicationTransport* findTransportOfXMLStart(Application* running,
-                                                     AITApplication* successor);
-    bool tearDownRunningApplication();
-    bool activateWithoutRunningApplication();
-    bool startFirstAutostartApplication(AITApplication* first);
-    void endTeardown();
+    VESTA_HIDDEN bool activateForRunningApplication();
+    VESTA_HIDDEN bool isServiceBoundToFormerService(const AITApplication* entry) const;
+    VESTA_HIDDEN bool adoptRunningApplication(Application* running, AITApplication* entry,
+                                              AITApplication* successor);
+    VESTA_HIDDEN bool becomeBroadcastRelated(Application* running, const AITApplication* entry,
+                                             AITApplication* successor,
+                                             ref_ptr<AITApplicationTransport>& transport);
+    VESTA_HIDDEN AITApplicationTransport* findTransportOfXMLStart(Application* running,
+                                                                  AITApplication* successor);
+    VESTA_HIDDEN bool tearDownRunningApplication();
+    VESTA_HIDDEN bool activateWithoutRunningApplication();
+    VESTA_HIDDEN bool startFirstAutostartApplication(AITApplication* first);
+    VESTA_HIDDEN void endTeardown();
 
-    bool mayStart(const AITApplication* entry);
-    bool survivesTimeShift(const AITApplication* entry) const;
-    bool mayCreateApplications() const;
-    HBBTV_ApplicationActionType askForStart(const HbbTVURL& url, const AITApplication* entry);
-    void refuseStart(HBBTV_ApplicationActionType answer);
-    Application* makePending(const HbbTVURL& url, AITApplication* entry, unsigned long tables);
-    void settleRunningApplication(Application* successor);
-    void abortStart(Application* application);
-    void run(Application* application);
-    Application* displace(TAVO_VestaWindow* tavoWindow);
+    VESTA_HIDDEN bool mayStart(const AITApplication* entry);
+    VESTA_HIDDEN bool survivesTimeShift(const AITApplication* entry) const;
+    VESTA_HIDDEN bool mayCreateApplications() const;
+    VESTA_HIDDEN HBBTV_ApplicationActionType askForStart(const HbbTVURL& url,
+                                                         const AITApplication* entry);
+    VESTA_HIDDEN void refuseStart(HBBTV_ApplicationActionType answer);
+    VESTA_HIDDEN Application* makePending(const HbbTVURL& url, AITApplication* entry,
+                                          unsigned long tables);
+    VESTA_HIDDEN void settleRunningApplication(Application* successor);
+    VESTA_HIDDEN void abortStart(Application* application);
+    VESTA_HIDDEN void run(Application* application);
+    VESTA_HIDDEN Application* displace(TAVO_VestaWindow* tavoWindow);
 
-    bool handleFailedStart(Application* application);
-    void showLoadedApplication(Application* application);
-    bool queueShutdown(Application* application, bool reactivate, bool notify);
-    void endNow(Application* application, bool reactivate, bool notify);
-    bool notifyStop(Application* application, bool reactivateNow);
+    VESTA_HIDDEN bool handleFailedStart(Application* application);
+    VESTA_HIDDEN void showLoadedApplication(Application* application);
+    VESTA_HIDDEN bool queueShutdown(Application* application, bool reactivate, bool notify);
+    VESTA_HIDDEN void endNow(Application* application, bool reactivate, bool notify);
+    VESTA_HIDDEN bool notifyStop(Application* application, bool reactivateNow);
 
-    void destroyApplication(Application* application);
-    void tellPlugin(Application* application);
-    void leaveApplicationsBehind();
-    void leaveBehind(Application* application);
-    void dropFromBooks(Application* application);
-    bool isHttpAvailable() const;
+    VESTA_HIDDEN void destroyApplication(Application* application);
+    VESTA_HIDDEN void tellPlugin(Application* application);
+    VESTA_HIDDEN void leaveApplicationsBehind();
+    VESTA_HIDDEN void leaveBehind(Application* application);
+    VESTA_HIDDEN void dropFromBooks(Application* application);
+    VESTA_HIDDEN bool isHttpAvailable() const;
 
     ApplicationRegister applications_;
     std::map<TAVO_VestaWindow*, Application*> shown_;  ///< by the browser window that shows them

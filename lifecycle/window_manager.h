@@ -8,6 +8,7 @@
 
 #include "vesta_browser.h"
 
+#include "foundation/visibility.h"
 #include "lifecycle/application_list.h"
 
 namespace VestaHbbTV {
@@ -19,7 +20,7 @@ class Window;
 /// Owns the windows, knows which of them shows the broadcast service, and finds windows by browser
 /// window and applications by id. Singleton of the browser thread. Pointers that it is asked about
 /// may be null, stale or foreign: they are compared, never followed.
-class WindowManager {
+class VESTA_EXPORTED WindowManager {
 public:
     /// The one instance, created on first use.
     static WindowManager* getInstance();
@@ -48,7 +49,7 @@ public:
     void removeAllWindows();
 
     /// Lets nothing start any more, for good, and removes all windows.
-    void close();
+    VESTA_HIDDEN void close();
 
     /// Whether the window is in the list; the two are the same.
     bool windowExists(const Window* window) const;
@@ -58,7 +59,7 @@ public:
     bool handledWindow(const Window* window) const { return windowExists(window); }
 
     /// The serial of a window in the list; 0 for any other pointer.
-    unsigned long getSerial(const Window* window) const;
+    VESTA_HIDDEN unsigned long getSerial(const Window* window) const;
 
     /// @param index in creation order, from 0; removing a window shifts those after it
     Window* getWindow(unsigned int index) const;
@@ -73,7 +74,7 @@ public:
     /// The window that manages a browser window; null when none does.
     Window* getWindow(TAVO_VestaWindow* tavoWindow) const;
     /// The application shown in a browser window; null when there is none.
-    Application* findApplication(TAVO_VestaWindow* tavoWindow) const;
+    VESTA_HIDDEN Application* findApplication(TAVO_VestaWindow* tavoWindow) const;
     void registerTavoWindow(TAVO_VestaWindow* tavoWindow, Window* window);
     void unregisterTavoWindow(TAVO_VestaWindow* tavoWindow);
 
@@ -93,14 +94,14 @@ public:
     const std::list<Window*>& getWindows() const { return windows_; }
 
     /// An application leaves: its id must not lead to it any longer. Tells nobody.
-    void forgetApplication(Application* application);
+    VESTA_HIDDEN void forgetApplication(Application* application);
 
     /// Takes over an application whose window dies: it stays reachable by its id, and is freed
     /// with the manager or by removeAllWindows().
-    void adoptOrphan(Application* application);
+    VESTA_HIDDEN void adoptOrphan(Application* application);
 
     /// A window dies: nothing may lead to it any longer.
-    void forgetWindow(Window* window);
+    VESTA_HIDDEN void forgetWindow(Window* window);
 
     static WindowManager* instance;
 
@@ -109,8 +110,8 @@ private:
 
     struct Life {};
 
-    void destroyWindow(Window* window);
-    void freeOrphans();
+    VESTA_HIDDEN void destroyWindow(Window* window);
+    VESTA_HIDDEN void freeOrphans();
 
     std::list<Window*> windows_;
     std::list<Window*> departing_;  // out of the list, not yet destroyed

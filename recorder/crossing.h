@@ -38,14 +38,16 @@ public:
     void returned() { hasReturned_ = true; }
 
 private:
-    static void ask(void* call, Writer& fields, StartingState& state)
+    static void ask(void* call, Writer* fields, StartingState& state)
     {
-        static_cast<Call*>(call)->asked(fields);
+        if (fields)
+            static_cast<Call*>(call)->asked(*fields);
         state.asked(*static_cast<Call*>(call));
     }
-    static void answer(void* call, Writer& fields, StartingState& state)
+    static void answer(void* call, Writer* fields, StartingState& state)
     {
-        static_cast<Call*>(call)->answered(fields);
+        if (fields)
+            static_cast<Call*>(call)->answered(*fields);
         state.answered(*static_cast<Call*>(call));
     }
 

@@ -116,7 +116,7 @@ void vesta_hbbtv_send_event(HBBTV_EventType type, HBBTV_EventData* data)
         next<SendEvent>()(type, data);
     else
         SentEvents::send(type, data);
-    Recorder::instance().wakeUp();
+    SentEvents::wakeUp();
 }
 
 // The recorder itself wakes up who waits, as the library is called later than the integrator
@@ -127,7 +127,7 @@ void vesta_hbbtv_set_sendevent_condition(pthread_cond_t* condition, pthread_mute
         return next<SetSendeventCondition>()(condition, mutex);
     SetSendeventCondition call{condition, mutex};
     callIn(call, [&] {
-        Recorder::instance().setCondition(condition, mutex);
+        SentEvents::setCondition(condition, mutex);
         next<SetSendeventCondition>()(nullptr, nullptr);
     });
 }

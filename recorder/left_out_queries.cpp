@@ -1,17 +1,19 @@
 #include "recorder/left_out_queries.h"
 
 #include "recorder/boundary/hash.h"
-#include "recorder/boundary/url_query.h"
 
 namespace recorder {
 
-std::string LeftOutQueries::without(std::string_view url)
+std::string LeftOutQueries::without(std::string_view text, PartsOf partsOf)
 {
-    const auto [before, query, fragment] = partsOf(url);
-    if (query.empty() || isNumberOfQuery(query))
-        return std::string(url);
-    const uint64_t number = numberOf(hashOf(query.data(), query.size()));
-    return std::string(before) + '~' + std::to_string(number) + std::string(fragment);
+    std::string rest;
+    for (const UrlPart& part : partsOf(text)) {
+        if (part.isPrivate && !isNumberOfPart(part.text))
+            rest += '~' + std::to_string(numberOf(hashOf(part.text.data(), part.text.size())));
+        else
+            rest += part.text;
+    }
+    return rest;
 }
 
 uint64_t LeftOutQueries::numberOf(const std::string& hash)

@@ -26,11 +26,15 @@ void* findInLibrariesOfPlugins(const char* symbol)
 
 }  // namespace
 
+void* findInLibraries(const char* symbol)
+{
+    void* const found = dlsym(RTLD_NEXT, symbol);
+    return found ? found : findInLibrariesOfPlugins(symbol);
+}
+
 void* findNext(const char* symbol)
 {
-    void* found = dlsym(RTLD_NEXT, symbol);
-    if (!found)
-        found = findInLibrariesOfPlugins(symbol);
+    void* const found = findInLibraries(symbol);
     if (!found) {
         complain("there is no " + std::string(symbol) + " after the recorder");
         std::abort();

@@ -6,6 +6,10 @@
 
 namespace recorder {
 
+/// Where the library, or the kit, has a function or a variable; null where neither is there. What
+/// was loaded for a plugin alone (RTLD_LOCAL) is found, too, and then stays loaded.
+void* findInLibraries(const char* symbol);
+
 /// Looks a name up in what was loaded after the recorder; a name that is missing there ends the
 /// program, as it would without the recorder.
 void* findNext(const char* symbol);

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include "recorder/crossing.h"
+#include "recorder/next_function.h"
 
 namespace recorder {
 
@@ -16,7 +17,7 @@ template <typename Listener>
 class Variable {
 public:
     Variable(const char* name, Listener standIn)
-        : place_(static_cast<Listener*>(dlsym(RTLD_DEFAULT, name))), standIn_(standIn)
+        : place_(static_cast<Listener*>(find(name))), standIn_(standIn)
     {
     }
 
@@ -49,6 +50,13 @@ public:
     Listener listener() const { return listener_; }
 
 private:
+    /// A program may have a copy, which is everybody's then.
+    static void* find(const char* name)
+    {
+        void* const found = dlsym(RTLD_DEFAULT, name);
+        return found ? found : findInLibraries(name);
+    }
+
     Listener* const place_;
     const Listener standIn_;
     Listener listener_ = nullptr;

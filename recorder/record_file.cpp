@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <utility>
 
 namespace recorder {
 
@@ -132,7 +133,7 @@ bool RecordFile::open(const std::string& path, uint64_t limit)
         complain(path_ + " cannot be written (" + std::strerror(errno) + "), nothing is recorded");
         return false;
     }
-    isRegular_ = hasParts_ = isRegular(descriptor_);
+    isRegular_ = isRegular(descriptor_);
     if (isRegular_) {
         largestFile_ = largestFile();
         if (limit_ != UINT64_MAX) {  // what an earlier run left is no part of this record
@@ -146,7 +147,7 @@ bool RecordFile::open(const std::string& path, uint64_t limit)
 void RecordFile::write(std::string_view first, std::string_view second)
 {
     const uint64_t length = uint64_t{first.size()} + second.size();
-    if (!isOpen() || !hasRoomFor(length))
+    if (!isOpen() || isFull_ || !hasRoomFor(length))
         return;
     std::optional<BrokenPipeUnheard> unheard;
     if (!isRegular_)
@@ -164,9 +165,7 @@ bool RecordFile::hasRoomFor(uint64_t bytes)
     if (size + sizeBefore_ > limit_)
         forgetPartBefore();
     if (size > limit_) {
-        if (size_ + fullLine.size() <= limit_)
-            writeWhole(descriptor_, fullLine, "");
-        giveUp("the record has its largest size and ends");
+        becomeFull();
         return false;
     }
     if (size_ + bytes > largestFile_) {  // the system would send a deadly signal
@@ -175,6 +174,18 @@ bool RecordFile::hasRoomFor(uint64_t bytes)
         return false;
     }
     return true;
+}
+
+void RecordFile::becomeFull()
+{
+    isFull_ = true;
+    if (size_ + fullLine.size() <= limit_ && writeWhole(descriptor_, fullLine, ""))
+        size_ += fullLine.size();
+    if (!isRegular_)  // what was written cannot be taken back
+        giveUp("the record has its largest size and ends");
+    else if (!std::exchange(saidThatItIsFull_, true))
+        complain("the record has its largest size; it goes on from the next state that a replay "
+                 "can start at");
 }
 
 void RecordFile::forgetPartBefore()
@@ -203,23 +214,66 @@ void RecordFile::giveUp(std::string_view why)
     complain(why);
 }
 
-void RecordFile::beginNewPart(std::string_view lines)
+bool RecordFile::beginNewPart(std::string_view lines)
+{
+    if (!isOpen() || !fitsIntoAPart(lines.size()))
+        return false;
+    const bool hasRoomForBoth = size_ + lines.size() + fullLine.size() <= limit_;
+    if (hasRoomForBoth && beginBeside(lines))
+        return true;
+    // A part that goes on is worth more than one that begins.
+    return (isFull_ || !hasRoomForBoth) && beginInPlace(lines);
+}
+
+bool RecordFile::fitsIntoAPart(uint64_t bytes)
+{
+    const bool fits = bytes + fullLine.size() <= limit_ && bytes <= largestFile_;
+    if (!fits && isFull_ && !std::exchange(saidThatNoPartFits_, true))
+        complain("the limit is too small for what a part of the record has to begin with");
+    return fits;
+}
+
+bool RecordFile::beginBeside(std::string_view lines)
 {
     const std::string part = path_ + ".part";
     const std::string before = path_ + ".before";
+    if (size_ + sizeBefore_ + lines.size() > limit_)
+        forgetPartBefore();
     const int descriptor = openNew(part);
-    hasParts_ = descriptor >= 0 && writeWhole(descriptor, lines, "") &&
-                rename(path_.c_str(), before.c_str()) == 0 &&
-                rename(part.c_str(), path_.c_str()) == 0;
-    if (hasParts_) {
-        close(descriptor_);
-        descriptor_ = descriptor;
-        sizeBefore_ = size_;
-        size_ = lines.size();
-    } else if (descriptor >= 0) {
-        close(descriptor);  // the part that is there goes on
-        unlink(part.c_str());
+    if (descriptor < 0)
+        return false;
+    if (writeWhole(descriptor, lines, "") && rename(path_.c_str(), before.c_str()) == 0) {
+        if (rename(part.c_str(), path_.c_str()) == 0) {
+            close(std::exchange(descriptor_, descriptor));
+            sizeBefore_ = size_;
+            becomeNewest(lines.size());
+            return true;
+        }
+        rename(before.c_str(), path_.c_str());
+        sizeBefore_ = 0;
     }
+    close(descriptor);
+    unlink(part.c_str());
+    return false;
+}
+
+bool RecordFile::beginInPlace(std::string_view lines)
+{
+    forgetPartBefore();
+    size_ = 0;
+    if (ftruncate(descriptor_, 0) != 0 || lseek(descriptor_, 0, SEEK_SET) != 0 ||
+        !writeWhole(descriptor_, lines, "")) {
+        fail();
+        return false;
+    }
+    becomeNewest(lines.size());
+    return true;
+}
+
+void RecordFile::becomeNewest(uint64_t bytes)
+{
+    size_ = bytes;
+    isFull_ = false;
 }
 
 }  // namespace recorder

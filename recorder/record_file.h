@@ -16,6 +16,8 @@ void complain(std::string_view sentence);
 /// With a limit the record is in up to two parts: its file, and "FILE.before", which holds what was
 /// recorded before and is removed as soon as both together would be larger than the limit. A new
 /// part begins as "FILE.part", so that a crash in between leaves at least one that is whole.
+/// A file that is full takes no lines until a new part begins: beside it, or in its place where
+/// there is no room for both.
 class RecordFile {
 public:
     RecordFile() = default;
@@ -37,14 +39,23 @@ public:
     /// @param why a sentence that is said
     void giveUp(std::string_view why);
 
+    /// Whether the limit was reached, so that lines are dropped.
+    bool isFull() const { return isFull_; }
+
     /// Whether half the limit is used, so that a new part should begin as soon as it can.
-    bool wantsNewPart() const { return isOpen() && hasParts_ && size_ > limit_ / 2; }
+    bool wantsNewPart() const { return isOpen() && isRegular_ && (isFull_ || size_ > limit_ / 2); }
 
     /// @param lines what the new part begins with
-    void beginNewPart(std::string_view lines);
+    /// @return false where it cannot begin: then all is as it was
+    bool beginNewPart(std::string_view lines);
 
 private:
     bool hasRoomFor(uint64_t bytes);
+    void becomeFull();
+    bool fitsIntoAPart(uint64_t bytes);
+    bool beginBeside(std::string_view lines);
+    bool beginInPlace(std::string_view lines);
+    void becomeNewest(uint64_t bytes);
     void forgetPartBefore();
     void fail();
 
@@ -55,7 +66,9 @@ private:
     uint64_t sizeBefore_ = 0;  // of the part before; 0: there is none
     int descriptor_ = -1;
     bool isRegular_ = false;
-    bool hasParts_ = true;  // until one cannot be begun
+    bool isFull_ = false;
+    bool saidThatItIsFull_ = false;
+    bool saidThatNoPartFits_ = false;
 };
 
 }  // namespace recorder

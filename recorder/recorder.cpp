@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <dlfcn.h>
 #include <new>
 #include <unistd.h>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "recorder/boundary/base64.h"
 #include "recorder/boundary/hash.h"
 #include "recorder/functions_out.h"
+#include "recorder/next_function.h"
 #include "recorder/plugin_listeners.h"
 #include "recorder/relocation_slots.h"
 
@@ -62,9 +62,9 @@ __attribute__((constructor)) void prepareRecorder()
     Recorder::instance().prepare();
 }
 
-__attribute__((destructor)) void flushRecorder()
+__attribute__((destructor)) void finishRecorder()
 {
-    Recorder::instance().flush();
+    Recorder::instance().finish();
 }
 
 }  // namespace
@@ -95,7 +95,8 @@ Recorder& Recorder::instance()
 void Recorder::prepare()
 {
     const ErrnoKept errnoKept;
-    const void* const library = dlsym(RTLD_NEXT, Init::symbol);
+    process_ = getpid();
+    const void* const library = findInLibraries(Init::symbol);
     if (!library || isPrepared_)
         return;
     isPrepared_ = true;
@@ -125,7 +126,6 @@ bool Recorder::open()
 {
     if (!file_.open(settings_.path, settings_.limit))
         return false;
-    process_ = getpid();
     appendHead();
     writeLines();
     return true;
@@ -172,16 +172,15 @@ uint64_t Recorder::begin(Direction direction, const char* name, bool keepsBytes,
         if (!keepsBytes)
             bytes_ = nullptr;
         isQuiet_ = false;
+        isNewPartRefused_ = false;
         direction_ = direction;
         appendPendingTicks();
         appendBegin(direction, moment, name);
         number = calls_;
-        Writer fields(line_, *this);
-        asked(call, fields, startingState_);
-        fields.end();
-        line_ += "}\n";
-        ++openCalls_;
+        appendFields(asked, call);
+        openCalls_.push_back(direction);
         writeLines();
+        writeSent();
     });
     return number;
 }
@@ -195,12 +194,10 @@ void Recorder::end(uint64_t number, void* call, Say answered)
         appendPendingTicks();
         appendEnd(number);
         line_ += ",\"gave\":";
-        Writer fields(line_, *this);
-        answered(call, fields, startingState_);
-        fields.end();
-        line_ += "}\n";
-        --openCalls_;
+        appendFields(answered, call);
+        openCalls_.pop_back();
         writeLines();
+        writeSent();
     });
 }
 
@@ -212,9 +209,36 @@ void Recorder::endByException(uint64_t number)
         appendPendingTicks();
         appendEnd(number);
         line_ += ",\"threw\":true}\n";
-        --openCalls_;
+        openCalls_.pop_back();
         writeLines();
+        writeSent();
     });
+}
+
+void Recorder::addSent(SendEvent event, Moment moment)
+{
+    safely([&] {
+        startingState_.asked(event);
+        if (file_.isFull())
+            return;
+        isQuiet_ = false;
+        isNewPartRefused_ = false;
+        sent_.push_back({moment, askedText(event, *this)});
+        writeSent();
+    });
+}
+
+void Recorder::writeSent()
+{
+    const bool isInsideLibrary =
+        tick_ || (!openCalls_.empty() && openCalls_.back() == Direction::in);
+    if (sent_.empty() || isInsideLibrary)
+        return;
+    appendPendingTicks();
+    for (const SentToNobody& event : sent_)
+        appendWhole(SendEvent{}, event.says.c_str(), event.moment);
+    sent_.clear();
+    writeLines();
 }
 
 void Recorder::beginTick(uint64_t* number)
@@ -244,11 +268,12 @@ void Recorder::endTick(const uint64_t* number, bool didSomething)
             appendEnd(*number);
             line_ +=
                 didSomething ? ",\"gave\":{\"result\":true}}\n" : ",\"gave\":{\"result\":false}}\n";
-            --openCalls_;
+            openCalls_.pop_back();
             writeLines();
         }
-        isNewPartDue_ =
-            !didSomething && openCalls_ == 0 && file_.wantsNewPart() && startingState_.isReached();
+        writeSent();
+        isNewPartDue_ = !didSomething && openCalls_.empty() && !isNewPartRefused_ &&
+                        file_.wantsNewPart() && startingState_.isReached();
     });
 }
 
@@ -264,49 +289,38 @@ void Recorder::beginNewPart(void* broadcastWindow)
     safely([&] {
         appendPendingTicks();
         writeLines();
-        calls_ = 0;
-        names_ = Names();
-        bodies_.clear();
+        const uint64_t calls = std::exchange(calls_, 0);
+        const int64_t start = start_;
+        Names names = std::exchange(names_, Names());
+        auto bodies = std::exchange(bodies_, {});
         appendHead();
         line_ += "{\"state\":\"begin\"}\n";
         startingState_.forEachCall(
             broadcastWindow, PluginListeners::manager(), PluginListeners::destroyed(),
-            [this](const auto& call, const char* says) { appendWhole(call, says); });
+            [this](const auto& call, const char* says) { appendWhole(call, says, Moment::now()); });
         line_ += "{\"state\":\"end\"}\n";
-        file_.beginNewPart(line_);
+        if (!file_.beginNewPart(line_)) {  // the part that is there goes on as it was
+            isNewPartRefused_ = true;
+            calls_ = calls;
+            start_ = start;
+            names_ = std::move(names);
+            bodies_ = std::move(bodies);
+        }
         line_.clear();
     });
 }
 
-void Recorder::flush()
+void Recorder::finish()
 {
+    const char* const path = secure_getenv("VESTA_RECORD");
+    if (!isPrepared_ && process_ == getpid() && path && *path && findInLibraries(Init::symbol))
+        complain(
+            "the library was never called through the recorder, but for a plugin alone; nothing "
+            "is recorded");
     safely([&] {
         appendPendingTicks();
         writeLines();
     });
-}
-
-void Recorder::setCondition(pthread_cond_t* condition, pthread_mutex_t* mutex)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    condition_ = condition;
-    conditionMutex_ = mutex;
-}
-
-void Recorder::wakeUp()
-{
-    pthread_cond_t* condition;
-    pthread_mutex_t* mutex;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        condition = condition_;
-        mutex = conditionMutex_;
-    }
-    if (!condition || !mutex)
-        return;
-    pthread_mutex_lock(mutex);
-    pthread_cond_signal(condition);
-    pthread_mutex_unlock(mutex);
 }
 
 /// What comes before the next line: ticks are written down no earlier.
@@ -321,7 +335,7 @@ void Recorder::appendPendingTicks()
         appendBegin(Direction::in, tickMoment_, Tick::name);
         line_ += "{}}\n";
         *std::exchange(tick_, nullptr) = calls_;
-        ++openCalls_;
+        openCalls_.push_back(Direction::in);
     }
     line_.swap(before_);
 }
@@ -347,11 +361,24 @@ void Recorder::appendEnd(uint64_t number)
     appendNumber(line_, microseconds(CLOCK_MONOTONIC) - start_);
 }
 
+/// And the line's end. Where lines are dropped, nothing is named and hashed for them.
+void Recorder::appendFields(Say say, void* call)
+{
+    if (file_.isFull()) {
+        say(call, nullptr, startingState_);
+        return;
+    }
+    Writer fields(line_, *this);
+    say(call, &fields, startingState_);
+    fields.end();
+    line_ += "}\n";
+}
+
 /// @param says what the call says; null: its fields do
 template <typename Call>
-void Recorder::appendWhole(Call call, const char* says)
+void Recorder::appendWhole(Call call, const char* says, Moment moment)
 {
-    appendBegin(Direction::in, Moment::now(), Call::name);
+    appendBegin(Direction::in, moment, Call::name);
     line_ += says ? says : askedText(call, *this);
     line_ += "}\n";
     appendEnd(calls_);
@@ -405,7 +432,12 @@ void Recorder::appendBody(const std::string& hash, const void* bytes, size_t len
 
 std::string Recorder::urlFor(const char*, std::string_view url)
 {
-    return settings_.leavesOutQueries ? queries_.without(url) : std::string(url);
+    return settings_.leavesOutQueries ? queries_.without(url, partsOfUrl) : std::string(url);
+}
+
+std::string Recorder::textFor(const char*, std::string_view text)
+{
+    return settings_.leavesOutQueries ? queries_.without(text, partsOfText) : std::string(text);
 }
 
 }  // namespace recorder

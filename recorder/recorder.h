@@ -5,9 +5,9 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <pthread.h>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "recorder/boundary/writer.h"
 #include "recorder/left_out_queries.h"
@@ -37,8 +37,15 @@ struct Moment {
 
 enum class Direction { in, out };
 
+/// An event that was sent where there is no queue.
+struct SentToNobody {
+    Moment moment;
+    std::string says;
+};
+
 /// Writes what one side of a call has to say, and lets the state hear of it.
-using Say = void (*)(void* call, Writer& fields, StartingState& state);
+/// @param fields null: nothing is written down
+using Say = void (*)(void* call, Writer* fields, StartingState& state);
 
 /// Nothing here throws, calls the library or the program, or keeps a lock when it returns; errno
 /// stays what it was. After a line that could not be written the rest is silent.
@@ -65,6 +72,11 @@ public:
     void end(uint64_t number, void* call, Say answered);
     void endByException(uint64_t number);
 
+    /// An event that is sent where there is no queue, from any thread. Its lines stand where an
+    /// integrator's call can: while the library is running they wait until it calls out or returns.
+    /// @param event need not live longer than this call
+    void addSent(SendEvent event, Moment moment);
+
     /// A tick is written down as soon as something happens in it, or at once where something may:
     /// not after one that found nothing to do. @param number set then; stays where it is until the
     /// tick ends
@@ -80,11 +92,9 @@ public:
     /// @param broadcastWindow that the library has
     void beginNewPart(void* broadcastWindow);
 
-    /// Writes down how many ticks found nothing to do at last.
-    void flush();
-
-    void setCondition(pthread_cond_t* condition, pthread_mutex_t* mutex);
-    void wakeUp();
+    /// Writes down how many ticks found nothing to do at last, and says where the library was there
+    /// but went past the recorder.
+    void finish();
 
 private:
     enum class State { undecided, off, on };
@@ -97,16 +107,19 @@ private:
     void appendPendingTicks();
     void appendBegin(Direction direction, Moment moment, const char* name);
     void appendEnd(uint64_t number);
+    void appendFields(Say say, void* call);
     template <typename Call>
-    void appendWhole(Call call, const char* says);
+    void appendWhole(Call call, const char* says, Moment moment);
     void appendBody(const std::string& hash, const void* bytes, size_t length, bool isLeftOut);
     void writeLines();
+    void writeSent();
     template <typename Write>
     void safely(const Write& write);
 
     std::string nameOf(const char* member, Handle kind, uintptr_t value, bool isNew) override;
     std::string hashOf(const void* bytes, size_t length) override;
     std::string urlFor(const char* member, std::string_view url) override;
+    std::string textFor(const char* member, std::string_view text) override;
 
     static std::atomic<State> state_;
 
@@ -118,11 +131,13 @@ private:
     RecordFile file_;
     int64_t start_ = 0;
     uint64_t calls_ = 0;
-    uint64_t openCalls_ = 0;
+    std::vector<Direction> openCalls_;
     uint64_t idleTicks_ = 0;
-    bool isQuiet_ = false;  // what happened last is a tick that found nothing to do
+    std::vector<SentToNobody> sent_;  // that is not written down yet
+    bool isQuiet_ = false;            // what happened last is a tick that found nothing to do
     std::atomic<bool> isNewPartDue_{false};
-    uint64_t* tick_ = nullptr;  // that was not written down yet
+    bool isNewPartRefused_ = false;  // since nothing happened
+    uint64_t* tick_ = nullptr;       // that was not written down yet
     Moment tickMoment_ = {};
     std::string before_;  // lines that come before the one that is being written
     std::string line_;
@@ -133,9 +148,7 @@ private:
     const void* bytes_ = nullptr;                   // whose hash is bytesHash_
     size_t bytesLength_ = 0;
     std::string bytesHash_;
-    StartingState startingState_;
-    pthread_cond_t* condition_ = nullptr;
-    pthread_mutex_t* conditionMutex_ = nullptr;
+    StartingState startingState_{*this};
 };
 
 }  // namespace recorder

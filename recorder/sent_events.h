@@ -2,12 +2,15 @@
 #ifndef VESTA_RECORDER_SENT_EVENTS_H
 #define VESTA_RECORDER_SENT_EVENTS_H
 
+#include <pthread.h>
+
 #include "vesta_hbbtv_appman.h"
 
 namespace recorder {
 
 /// Events reach the library in the order in which the record has them, which only the browser
-/// thread can say: what other threads send waits for it.
+/// thread can say: what other threads send waits for it. Who sends waits for nobody: neither for a
+/// call that is under way nor, while there is a queue, for the record's file.
 class SentEvents {
 public:
     /// From any thread. Handed to the library at once if this is the browser thread, or if the
@@ -19,6 +22,10 @@ public:
 
     /// Whether the library has a queue, from the call that starts it until the one that ends it.
     static void setRunning(bool isRunning);
+
+    /// Whom to wake up where something was sent, as vesta_hbbtv_set_sendevent_condition() has it.
+    static void setCondition(pthread_cond_t* condition, pthread_mutex_t* mutex);
+    static void wakeUp();
 };
 
 }  // namespace recorder

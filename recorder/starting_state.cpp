@@ -2,21 +2,7 @@
 
 #include <algorithm>
 
-#include "recorder/boundary/writer.h"
-
 namespace recorder {
-
-namespace {
-
-/// For events in which nothing has a name.
-class NoStand final : public Stand {
-public:
-    std::string nameOf(const char*, Handle, uintptr_t, bool) override { return {}; }
-    std::string hashOf(const void*, size_t) override { return {}; }
-    std::string urlFor(const char*, std::string_view url) override { return std::string(url); }
-};
-
-}  // namespace
 
 void StartingState::asked(SendEvent& call)
 {
@@ -35,9 +21,8 @@ void StartingState::asked(SendEvent& call)
     case E_USER_AGENT_INFO:
     case E_SUPPORTED_PROFILES:
         if (isRunning_) {
-            NoStand stand;
             const int key = call.type == E_HTTP_UNAVAILABLE ? E_HTTP_AVAILABLE : call.type;
-            lastingEvents_[key] = askedText(call, stand);
+            lastingEvents_[key] = askedText(call, *stand_);
         }
         break;
     case E_TERMINATE_APPLICATION:
@@ -65,7 +50,7 @@ void StartingState::answered(const Init& call)
 void StartingState::answered(const Shutdown&)
 {
     const SetSendeventCondition condition = condition_;
-    *this = StartingState();
+    *this = StartingState(*stand_);
     condition_ = condition;
 }
 

@@ -9,6 +9,7 @@
 
 #include "recorder/boundary/calls_in.h"
 #include "recorder/boundary/calls_out.h"
+#include "recorder/boundary/writer.h"
 
 namespace recorder {
 
@@ -16,6 +17,9 @@ namespace recorder {
 /// functions get every call before it is made, and after it returned.
 class StartingState {
 public:
+    /// @param stand what events say is kept as it has it
+    explicit StartingState(Stand& stand) : stand_(&stand) {}
+
     template <typename Call>
     void asked(const Call&)
     {
@@ -56,6 +60,7 @@ public:
                      VEIF_ApplicationDestroyedListener destroyedListener, const Take& take) const;
 
 private:
+    Stand* stand_;
     SetSendeventCondition condition_ = {};
     Init init_ = {};
     bool isRunning_ = false;

@@ -38,19 +38,32 @@ std::string ExpectingStand::nameOf(const char* member, recorder::Handle kind, ui
 
 std::string ExpectingStand::hashOf(const void* bytes, size_t length)
 {
-    std::string hash = meaning_.bodies.hashOf(bytes, length);
-    const std::string expected = nextOf("sha256");
+    std::string expected = nextOf("sha256");
     const Body* const body = meaning_.bodies.find(expected);
-    if (hash == expected || !body || !body->isLeftOut || body->bytes.size() != length)
-        return hash;
-    const auto [piece, isNew] = pieces_.emplace(expected, hash);
-    return piece->second == hash ? expected : hash;
+    // Where bytes were left out nobody knows those of a piece: that it goes on where the one before
+    // it ended says as much.
+    const bool goesOn = meaning_.pieces.goOnWith(bytes, length);
+    if (goesOn && body && body->isLeftOut && body->bytes.size() == length)
+        return expected;
+    return meaning_.bodies.hashOf(bytes, length);
 }
 
 std::string ExpectingStand::urlFor(const char* member, std::string_view url)
 {
-    const std::string expected = nextOf(member);
-    return leavesOutQueries_ ? meaning_.queries.written(url, expected) : std::string(url);
+    return written(member, url, recorder::partsOfUrl);
+}
+
+std::string ExpectingStand::textFor(const char* member, std::string_view text)
+{
+    return written(member, text, recorder::partsOfText);
+}
+
+std::string ExpectingStand::written(const char* member, std::string_view text,
+                                    recorder::PartsOf partsOf)
+{
+    const auto expected = bytesOf(nextOf(member));
+    return leavesOutQueries_ && expected ? meaning_.queries.written(text, *expected, partsOf)
+                                         : std::string(text);
 }
 
 bool agrees(const Json& library, const Json& record)

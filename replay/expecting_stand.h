@@ -26,16 +26,15 @@ public:
                        bool isNew) override;
     std::string hashOf(const void* bytes, size_t length) override;
     std::string urlFor(const char* member, std::string_view url) override;
+    std::string textFor(const char* member, std::string_view text) override;
 
 private:
     void collect(const Json& json);
     std::string nextOf(const char* member);
+    std::string written(const char* member, std::string_view text, recorder::PartsOf partsOf);
 
     Meaning& meaning_;
     bool leavesOutQueries_;
-    /// The library hands large files on in pieces. Where the bytes were left out, the hash of a
-    /// piece stands for the first piece that is met in its place.
-    std::map<std::string, std::string> pieces_;
     std::map<std::string, std::deque<std::string>> expected_;  ///< the texts, by their members
 };
 

@@ -6,25 +6,28 @@ namespace replay {
 
 const char* const usage =
     R"(usage: vesta_replay [--library FILE] [--kit FILE] [--until N] [--steps N] [--decisions]
-                    [--test NAME [--into FOLDER] | --shrink OUT] RECORD
+                    [--whole] [--test NAME [--into FOLDER] [--crash] | --shrink OUT] RECORD
 
 Plays a record of libvesta_hbbtv_recorder.so into the library, and stops at the first call out of it
 that the record does not have.
 
   --library FILE  the library; else the one beside the program, or the system's
   --kit FILE      the kit, for records that read XML AITs; likewise
-  --until N       stops before step N and says where that is
-  --steps N       so many lines before a difference are shown (10)
+  --until N       stops before step N and says where that is; with --test, keeps what is before it
+  --steps N       so many lines before a difference, a stop or a crash are shown (10)
   --decisions     says what the library decides on the way, and why
-  --test NAME     where the replay agrees, writes the record as the test NAME, to be kept
+  --whole         refuses a record that is cut off, unless it is kept as that of a crash
+  --test NAME     where the replay agrees, writes the record, which has to be whole, as the test NAME
   --into FOLDER   where to; else tests/records, in this folder or one above it
-  --shrink OUT    where the replay crashes or differs, writes the least record that does the same
+  --crash         the test is the record of a crash, and ends inside the call that crashed
+  --shrink OUT    where the replay crashes or differs, or comes where the record is cut off: writes the
+                  least record that does the same
   -h, --help      this text
   --version       the program's version
 
 Exit codes: 0 the same, 1 wrong usage, 2 a record or a library that cannot be read, 3 a difference,
-4 a record that cannot be played any further, 77 a record that needs what is not there (the kit).
-A crash of the library stays one.
+4 a record that cannot be played any further, or is not whole, 77 a record that needs what is not
+there (the kit). A crash of the library stays one.
 docs/recording.md explains the rest.
 )";
 
@@ -87,6 +90,10 @@ bool takeWord(const std::string& word, Options& options)
         options.command = Command::Version;
     else if (word == "--decisions")
         options.decisions = true;
+    else if (word == "--whole")
+        options.whole = true;
+    else if (word == "--crash")
+        options.crash = true;
     else if (word.empty() || word.front() == '-' || !options.file.empty())
         return false;
     else
@@ -102,10 +109,15 @@ std::string whatDoesNotFit(const Options& options)
         return "which record?";
     if (!options.test.empty() && !options.shrunk.empty())
         return "--test is for a record that agrees, --shrink for one that does not";
-    if (options.until != Options().until && !(options.test.empty() && options.shrunk.empty()))
-        return "--until stops before the end: --test and --shrink need to come there";
+    const bool isUntil = options.until != Options().until;
+    if (isUntil && !options.shrunk.empty())
+        return "--until stops before the end, and --shrink needs to come there";
     if (!options.into.empty() && options.test.empty())
         return "--into says where --test writes";
+    if (options.crash && options.test.empty())
+        return "--crash says of which kind --test writes";
+    if (options.crash && isUntil)
+        return "--crash keeps the record to its end, --until to a step before it";
     return "";
 }
 

@@ -21,6 +21,8 @@ struct Options {
     uint64_t until = std::numeric_limits<uint64_t>::max();
     size_t steps = 10;
     bool decisions = false;
+    bool whole = false;  ///< a record that is cut off is refused
+    bool crash = false;  ///< the test is the record of a crash
     std::string test;    ///< the name of the test to write; empty for none
     std::string into;    ///< where it is written; empty: tests/records, here or in a folder above
     std::string shrunk;  ///< where the record that --shrink makes goes; empty for none

@@ -37,7 +37,7 @@ void answer(CallOut& call)
 
 Player::Player(const Record& record, Library& library, PlayerOptions options,
                std::function<void(const Outcome&)> leave)
-    : lines_(record.lines), library_(library), options_(std::move(options)),
+    : lines_(record.lines), isFull_(record.isFull), library_(library), options_(std::move(options)),
       leave_(std::move(leave)), meaning_(record.bodies), stand_(meaning_, record.leavesOutQueries)
 {
     current = this;
@@ -267,8 +267,8 @@ void Player::leaveCall()
 void Player::stopBefore(const Line& line)
 {
     if (line.step >= options_.until)
-        stop(exitSame,
-             "stopped before " + stepText(line) + ":\n" + lineText(line) + "\n" + stackText());
+        stop(exitSame, "stopped before " + stepText(line) + ":\n" + lineText(line) + "\n" +
+                           stackText() + latestText());
 }
 
 void Player::stop(ExitCode code, const std::string& what, const std::string& signature)
@@ -279,7 +279,11 @@ void Player::stop(ExitCode code, const std::string& what, const std::string& sig
 
 void Player::stopAtTheEnd(const char* remark)
 {
-    stop(exitSame, std::string("the same, and the record ends here") + remark + " " + stackText());
+    const Line& innermost = *open_.back();
+    stop(exitSame,
+         std::string("the same, and the record ") + (isFull_ ? "is full and " : "") + "ends here" +
+             remark + " " + stackText(),
+         innermost.name + "\n" + shortText(innermost.members));
 }
 
 void Player::complain(const Line& line, const std::string& problem)
@@ -302,7 +306,8 @@ void Player::differ(const std::string& headline, const std::string& recordSide,
     stop(exitDifferent,
          headline + "\n  the record:  " + recordSide + "\n  the library: " + librarySide + "\n" +
              stackText() + latestText(),
-         std::string(progress->function()) + "\n" + recordSide + "\n" + librarySide);
+         std::string(progress->function()) + "\n  the record:  " + recordSide +
+             "\n  the library: " + librarySide);
 }
 
 std::string Player::stackText() const
@@ -315,6 +320,8 @@ std::string Player::stackText() const
 
 std::string Player::latestText() const
 {
+    if (place_ == 0 || options_.steps == 0)
+        return "";
     std::string text = "before it:\n";
     for (size_t place = place_ - std::min(place_, options_.steps); place < place_; ++place)
         text += lineText(lines_[place]) + "\n";

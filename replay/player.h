@@ -33,8 +33,9 @@ enum ExitCode {
 struct Outcome {
     ExitCode code = exitSame;
     std::string text;  ///< for people, with its line breaks
-    std::string
-        signature;    ///< of a difference: the function and both sides, without steps and times
+    /// Of a difference: the function and both sides; where the record is cut off: the innermost
+    /// call. Without steps and times.
+    std::string signature;
     size_t line = 0;  ///< place in the record's lines where it ended
 };
 
@@ -91,6 +92,7 @@ private:
     uint64_t currentStep() const { return open_.empty() ? 0 : open_.back()->step; }
 
     const std::vector<Line>& lines_;
+    const bool isFull_;
     Library& library_;
     PlayerOptions options_;
     std::function<void(const Outcome&)> leave_;

@@ -70,6 +70,60 @@ int write(const std::string& path, const Record& record, const std::vector<Piece
     return exitSame;
 }
 
+size_t callsIn(const Record& record, const std::vector<Piece>& pieces)
+{
+    size_t count = 0;
+    for (const Piece& piece : pieces)
+        count += record.lines[piece.begin].kind == Line::Kind::In;
+    return count;
+}
+
+/// Where the record is cut off; empty for one that is whole.
+std::string whereCutOff(const Record& record)
+{
+    if (record.open.empty())
+        return "";
+    const Line& line = record.lines[record.open.back()];
+    return "it ends inside " + line.name + ", step " + std::to_string(line.step) + " (line " +
+           std::to_string(line.number) + ")";
+}
+
+/// Whether a record is whole, where it has to be.
+int judgeWhole(const Options& options, const Record& record)
+{
+    const std::string cutOff = record.remark.empty() ? whereCutOff(record) : record.remark;
+    if (!options.whole || cutOff.empty() || (record.isOfACrash && record.remark.empty()))
+        return exitSame;
+    return complain(options.file + ": it is not whole: " + cutOff, exitCannotGoOn);
+}
+
+/// Makes what is to be kept as a test of a record.
+int prepareTest(Options& options, Record& record)
+{
+    if (options.until != Options().until) {
+        const std::vector<Piece> pieces = piecesBefore(record, options.until);
+        record = partOf(std::move(record), pieces);
+        if (record.lines.empty())
+            return complain("no call of the library ends before step " +
+                                std::to_string(options.until),
+                            exitUsage);
+        options.until = Options().until;
+    }
+    const std::string cutOff = whereCutOff(record);
+    if (options.crash && (cutOff.empty() || record.isFull))
+        return complain(record.isFull ? "this record ends since it is full, and not by a crash"
+                                      : "this record does not end inside a call, as that of a "
+                                        "crash does",
+                        exitUsage);
+    record.isOfACrash = record.isOfACrash || options.crash;
+    if (cutOff.empty() || record.isOfACrash)
+        return exitSame;
+    return complain("a test has to be whole: " + cutOff + "; --until " +
+                        std::to_string(record.lines[record.open.front()].step) +
+                        " keeps what is before that, --crash a record of a crash",
+                    exitCannotGoOn);
+}
+
 int writeTest(const Options& options, const Record& record)
 {
     const std::string folder = options.into.empty() ? recordsFolder() : options.into;
@@ -79,9 +133,10 @@ int writeTest(const Options& options, const Record& record)
                             : folder + ": there is no such folder",
                         exitUsage);
     const std::string path = folder + "/" + options.test + ".vesta";
-    const int code = write(path, record, piecesOf(record));
+    const std::vector<Piece> pieces = piecesOf(record);
+    const int code = write(path, record, pieces);
     if (code == exitSame)
-        std::cout << "written: " << path << "\n";
+        std::cout << "written: " << path << ", " << callsIn(record, pieces) << " calls\n";
     return code;
 }
 
@@ -147,29 +202,28 @@ void playForAnother(const Options& options, const Record& record)
     tell(player.play());
 }
 
-size_t callsIn(const Record& record, const std::vector<Piece>& pieces)
-{
-    size_t count = 0;
-    for (const Piece& piece : pieces)
-        count += record.lines[piece.begin].kind == Line::Kind::In;
-    return count;
-}
-
-int shrinkTo(const Options& options, const Record& record)
+int shrinkTo(const Options& options, Record& record)
 {
     const auto tryPart = [&](const std::vector<Piece>& pieces) {
-        const Record part = partOf(record, pieces);
-        return tryInAnotherProcess([&] { playForAnother(options, part); });
+        // The record is the other process's own, of which it needs no more than that part.
+        return tryInAnotherProcess(
+            [&] { playForAnother(options, partOf(std::move(record), pieces)); });
     };
     std::vector<Piece> pieces = piecesOf(record);
     const size_t all = callsIn(record, pieces);
     const Trial whole = tryPart(pieces);
     if (whole.failure.empty())
-        return complain("there is nothing to shrink: the replay neither differs nor crashes",
-                        exitUsage);
+        return complain(
+            "there is nothing to shrink: the replay neither differs nor crashes, and the "
+            "record is not cut off",
+            exitUsage);
     std::cout << whole.failure << "\n";
+    const bool isWatched = isatty(STDERR_FILENO) == 1;
     const auto failsLikewise = [&](const std::vector<Piece>& part) {
-        return tryPart(part).failure == whole.failure;
+        const bool isLikewise = tryPart(part).failure == whole.failure;
+        if (isLikewise && isWatched)
+            std::cerr << "so far: " << callsIn(record, part) << " of " << all << " calls\r";
+        return isLikewise;
     };
     // What comes after the failure has no part in it.
     std::vector<Piece> before = pieces;
@@ -191,7 +245,7 @@ int shrinkTo(const Options& options, const Record& record)
 int run(const std::vector<std::string>& arguments)
 {
     std::string problem;
-    const std::optional<Options> options = parseOptions(arguments, problem);
+    std::optional<Options> options = parseOptions(arguments, problem);
     if (!options)
         return complain(problem, exitUsage);
     if (options->command == Command::Help) {
@@ -202,11 +256,16 @@ int run(const std::vector<std::string>& arguments)
         std::cout << "vesta_replay " << VESTA_VERSION << "\n";
         return exitSame;
     }
-    const std::optional<Record> record = readFile(options->file, problem);
+    std::optional<Record> record = readFile(options->file, problem);
     if (!record)
         return complain(options->file + ": " + problem, exitUnreadable);
-    if (!record->remark.empty())
-        complain(options->file + ": " + record->remark, exitSame);
+    int code = judgeWhole(*options, *record);
+    if (code == exitSame && !record->remark.empty())
+        complain(options->file + ": " + record->remark + ": it is left out", exitSame);
+    if (code == exitSame && !options->test.empty())
+        code = prepareTest(*options, *record);
+    if (code != exitSame)
+        return code;
     return options->shrunk.empty() ? play(*options, *record) : shrinkTo(*options, *record);
 }
 

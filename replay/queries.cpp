@@ -1,32 +1,49 @@
 #include "replay/queries.h"
 
-#include "recorder/boundary/url_query.h"
+#include <algorithm>
+#include <vector>
 
 namespace replay {
 
-using recorder::partsOf;
-using recorder::UrlParts;
+using recorder::isNumberOfPart;
+using recorder::PartsOf;
+using recorder::UrlPart;
 
-std::string Queries::written(std::string_view url, const std::string& expected)
+namespace {
+
+/// Whether they differ at most in what a number of the record may stand for.
+bool mayBeTheSame(const UrlPart& real, const UrlPart& known)
 {
-    const UrlParts real = partsOf(url);
-    const UrlParts known = partsOf(expected);
-    if (!recorder::isNumberOfQuery(known.query) || real.query.empty() ||
-        real.before != known.before || real.fragment != known.fragment)
-        return std::string(url);
-    if (real.query == known.query)
-        return expected;
-    const auto [bound, isNew] = queries_.emplace(known.query, real.query);
-    return bound->second == real.query ? expected : std::string(url);
+    return real.isPrivate == known.isPrivate &&
+           (real.text == known.text || (known.isPrivate && isNumberOfPart(known.text)));
 }
 
-std::string Queries::restored(std::string_view url) const
+}  // namespace
+
+std::string Queries::written(std::string_view text, std::string_view expected, PartsOf partsOf)
 {
-    const UrlParts parts = partsOf(url);
-    const auto bound = queries_.find(std::string(parts.query));
-    if (bound == queries_.end())
-        return std::string(url);
-    return std::string(parts.before) + bound->second + std::string(parts.fragment);
+    const std::vector<UrlPart> real = partsOf(text);
+    const std::vector<UrlPart> known = partsOf(expected);
+    if (!std::equal(real.begin(), real.end(), known.begin(), known.end(), mayBeTheSame))
+        return std::string(text);
+    for (size_t place = 0; place < real.size(); ++place) {
+        if (real[place].text == known[place].text)
+            continue;
+        const auto [bound, isNew] = parts_.emplace(known[place].text, real[place].text);
+        if (bound->second != real[place].text)
+            return std::string(text);
+    }
+    return std::string(expected);
+}
+
+std::string Queries::restored(std::string_view text, PartsOf partsOf) const
+{
+    std::string whole;
+    for (const UrlPart& part : partsOf(text)) {
+        const auto bound = part.isPrivate ? parts_.find(std::string(part.text)) : parts_.end();
+        whole += bound == parts_.end() ? part.text : bound->second;
+    }
+    return whole;
 }
 
 }  // namespace replay

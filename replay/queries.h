@@ -1,4 +1,4 @@
-/// What stands behind the '?' of URLs, where a record has numbers for it: "?~1".
+/// The parts of URLs that were left out, where a record has numbers for them: "?~1".
 #ifndef VESTA_REPLAY_QUERIES_H
 #define VESTA_REPLAY_QUERIES_H
 
@@ -6,20 +6,24 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "recorder/boundary/url_parts.h"
+
 namespace replay {
 
-/// A number stands for the first real query that is met where the record has it. Until then, and
-/// where nothing but the record has it, it is its own query.
+/// A number stands for the first real part (a query, a fragment, a name with its password) that is
+/// met where the record has it. Until then, and where nothing but the record has it, it is its own.
 class Queries {
 public:
-    /// A URL as the record would have it. @param expected what the record has in this place
-    std::string written(std::string_view url, const std::string& expected);
+    /// A text as the record would have it. @param expected what the record has in this place
+    /// @param partsOf how both are to be read
+    std::string written(std::string_view text, std::string_view expected,
+                        recorder::PartsOf partsOf);
 
-    /// A URL of the record as the library is to get it.
-    std::string restored(std::string_view url) const;
+    /// A text of the record as the library is to get it.
+    std::string restored(std::string_view text, recorder::PartsOf partsOf) const;
 
 private:
-    std::unordered_map<std::string, std::string> queries_;  ///< by "~1"
+    std::unordered_map<std::string, std::string> parts_;  ///< by "~1"
 };
 
 }  // namespace replay

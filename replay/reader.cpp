@@ -7,24 +7,6 @@ namespace replay {
 
 namespace {
 
-/// The bytes that a JSON string stands for: one a character. @return nothing for other characters,
-/// and for a NUL
-std::optional<std::string> bytesOf(const std::string& utf8)
-{
-    std::string bytes;
-    for (size_t place = 0; place < utf8.size(); ++place) {
-        const auto lead = static_cast<unsigned char>(utf8[place]);
-        const bool isLatin = lead == 0xC2 || lead == 0xC3;
-        if (lead == 0 || (lead >= 0x80 && (!isLatin || place + 1 == utf8.size())))
-            return std::nullopt;
-        if (isLatin)
-            bytes += static_cast<char>((lead & 3) << 6 | (utf8[++place] & 0x3F));
-        else
-            bytes += utf8[place];
-    }
-    return bytes;
-}
-
 std::optional<unsigned char> digitOf(char character)
 {
     if (character >= '0' && character <= '9')
@@ -60,6 +42,22 @@ bool hasItsOwnLength(const std::string& section)
 }
 
 }  // namespace
+
+std::optional<std::string> bytesOf(const std::string& utf8)
+{
+    std::string bytes;
+    for (size_t place = 0; place < utf8.size(); ++place) {
+        const auto lead = static_cast<unsigned char>(utf8[place]);
+        const bool isLatin = lead == 0xC2 || lead == 0xC3;
+        if (lead == 0 || (lead >= 0x80 && (!isLatin || place + 1 == utf8.size())))
+            return std::nullopt;
+        if (isLatin)
+            bytes += static_cast<char>((lead & 3) << 6 | (utf8[++place] & 0x3F));
+        else
+            bytes += utf8[place];
+    }
+    return bytes;
+}
 
 void Reader::section(const char* member, unsigned char*& section)
 {
@@ -116,10 +114,18 @@ std::optional<std::string> Reader::textIn(const char* member)
     const Json* const found = find(member);
     if (!found || found->is_null())
         return std::nullopt;
-    const auto bytes = found->is_string() ? bytesOf(found->get_ref<const std::string&>())
-                                          : std::optional<std::string>();
+    auto bytes = found->is_string() ? bytesOf(found->get_ref<const std::string&>())
+                                    : std::optional<std::string>();
     if (!bytes)
         fail(member, "is no text of bytes");
+    return bytes;
+}
+
+std::optional<std::string> Reader::textIn(const char* member, recorder::PartsOf partsOf)
+{
+    auto bytes = textIn(member);
+    if (bytes)
+        bytes = meaning_.queries.restored(*bytes, partsOf);
     return bytes;
 }
 
@@ -136,6 +142,7 @@ const Body* Reader::bodyOf(const char* member, const Json& hash, const Json& len
         fail(member, "is a body that the record does not have, or not at this length");
         return nullptr;
     }
+    meaning_.pieces.begin(*body);
     hasReadLeftOutBody_ = hasReadLeftOutBody_ || body->isLeftOut;
     return body;
 }

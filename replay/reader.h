@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <pthread.h>
 #include <string>
 #include <type_traits>
@@ -16,6 +17,7 @@
 #include "replay/arena.h"
 #include "replay/listeners.h"
 #include "replay/names.h"
+#include "replay/pieces.h"
 #include "replay/queries.h"
 #include "replay/record.h"
 
@@ -29,10 +31,15 @@ struct Meaning {
     Names names;
     Queries queries;
     Listeners listeners;
+    Pieces pieces;
     Arena arena;  ///< of the integrator's call at hand
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 };
+
+/// The bytes that a JSON string stands for: one a character.
+/// @return nothing for other characters, and for a NUL
+std::optional<std::string> bytesOf(const std::string& utf8);
 
 /// The `fields` that read. What is not there, or does not fit, is a problem, and leaves the field
 /// as it was.
@@ -60,6 +67,14 @@ public:
             value = &meaning_.mutex;
         else
             value = reinterpret_cast<Pointer*>(valueOf(kind, *name));
+    }
+
+    /// Stays as it was in records that do not have it.
+    template <typename Pointer>
+    void laterHandle(const char* member, recorder::Handle kind, Pointer*& value)
+    {
+        if (members_.contains(member))
+            handle(member, kind, value);
     }
 
     template <typename Pointer>
@@ -121,27 +136,27 @@ public:
     /// The text lives as long as the arena.
     void text(const char* member, const char*& value)
     {
-        const auto bytes = textIn(member);
+        const auto bytes = textIn(member, recorder::partsOfText);
         value = bytes ? meaning_.arena.keep(*bytes) : nullptr;
     }
 
     /// The text is malloc'ed.
     void text(const char* member, char*& value)
     {
-        const auto bytes = textIn(member);
+        const auto bytes = textIn(member, recorder::partsOfText);
         value = bytes ? malloced(*bytes) : nullptr;
     }
 
     void url(const char* member, const char*& value)
     {
-        const auto bytes = textIn(member);
-        value = bytes ? meaning_.arena.keep(meaning_.queries.restored(*bytes)) : nullptr;
+        const auto bytes = textIn(member, recorder::partsOfUrl);
+        value = bytes ? meaning_.arena.keep(*bytes) : nullptr;
     }
 
     void url(const char* member, char*& value)
     {
-        const auto bytes = textIn(member);
-        value = bytes ? malloced(meaning_.queries.restored(*bytes)) : nullptr;
+        const auto bytes = textIn(member, recorder::partsOfUrl);
+        value = bytes ? malloced(*bytes) : nullptr;
     }
 
     /// A malloc'ed block of the section's own size.
@@ -192,6 +207,8 @@ private:
 
     /// @return nothing for null, and for what is no text that a C string could be
     std::optional<std::string> textIn(const char* member);
+    /// Likewise with the parts in it that were left out, where they are known.
+    std::optional<std::string> textIn(const char* member, recorder::PartsOf partsOf);
     static char* malloced(const std::string& text);
 
     /// @param takeLength false if the length does not fit @return null where there are no bytes
@@ -207,7 +224,8 @@ private:
             return nullptr;
         }
         const auto hash = found->find("sha256");
-        return hash == found->end() ? nullptr : bodyOf(member, *hash, *length);
+        const bool isNull = hash == found->end() || hash->is_null();
+        return isNull ? nullptr : bodyOf(member, *hash, *length);
     }
     const Body* bodyOf(const char* member, const Json& hash, const Json& length);
 

@@ -113,7 +113,7 @@ public:
         number_ = number;
         Line line;
         line.number = number;
-        if (isFull_)
+        if (isOver_)
             return fail("the record has ended before this line");
         if (memberOf(object, "in"))
             return addCall(object, "in", std::move(line));
@@ -127,7 +127,9 @@ public:
             return addBody(object);
         if (memberOf(object, "state"))
             return addState(object, std::move(line));
-        isFull_ = memberOf(object, "full") != nullptr;
+        record_.isOfACrash = memberOf(object, "crash") != nullptr;
+        record_.isFull = memberOf(object, "full") != nullptr;
+        isOver_ = record_.isOfACrash || record_.isFull;
         return true;  // other kinds of lines may come within a version
     }
 
@@ -143,7 +145,7 @@ private:
     /// Whether calls of the integrator, and ticks, may stand here.
     bool isOutsideOfTheLibrary() const
     {
-        return open_.empty() || record_.lines[open_.back()].kind == Line::Kind::Out;
+        return record_.open.empty() || record_.lines[record_.open.back()].kind == Line::Kind::Out;
     }
 
     bool addCall(const Json& object, const char* direction, Line line)
@@ -163,14 +165,14 @@ private:
             return fail("the library itself would call " + *name);
         if (!isIn && isOutsideOfTheLibrary())
             return fail("nobody called the library that calls " + *name);
-        if (open_.size() == deepestCalls)
+        if (record_.open.size() == deepestCalls)
             return fail("calls nest deeper than " + std::to_string(deepestCalls));
         lastStep_ = *step;
         line.kind = isIn ? Line::Kind::In : Line::Kind::Out;
         line.step = *step;
         line.name = *name;
         line.members = *members;
-        open_.push_back(record_.lines.size());
+        record_.open.push_back(record_.lines.size());
         record_.lines.push_back(std::move(line));
         return true;
     }
@@ -178,7 +180,7 @@ private:
     bool addEnd(const Json& object, Line line)
     {
         const auto step = countIn(object, "end");
-        if (!step || open_.empty() || record_.lines[open_.back()].step != *step)
+        if (!step || record_.open.empty() || record_.lines[record_.open.back()].step != *step)
             return fail("this is not the end of the innermost call");
         const Json* const threw = memberOf(object, "threw");
         const Json* const gave = memberOf(object, "gave");
@@ -187,9 +189,9 @@ private:
             return fail("the end of a call needs \"gave\"");
         line.kind = Line::Kind::End;
         line.step = *step;
-        line.name = record_.lines[open_.back()].name;
+        line.name = record_.lines[record_.open.back()].name;
         line.members = line.threw ? Json::object() : *gave;
-        open_.pop_back();
+        record_.open.pop_back();
         record_.lines.push_back(std::move(line));
         return true;
     }
@@ -208,7 +210,7 @@ private:
     bool addState(const Json& object, Line line)
     {
         const auto which = textIn(object, "state");
-        if (!open_.empty() || (which != "begin" && which != "end") ||
+        if (!record_.open.empty() || (which != "begin" && which != "end") ||
             (which == "begin") == isInState_ || (which == "begin" && !record_.lines.empty()))
             return fail("a state begins and ends once, outside of every call and before them");
         isInState_ = !isInState_;
@@ -239,11 +241,10 @@ private:
 
     Record& record_;
     std::string& problem_;
-    std::vector<size_t> open_;  ///< places of the calls that have not ended
     uint64_t lastStep_ = 0;
     size_t number_ = 1;
     bool isInState_ = false;
-    bool isFull_ = false;
+    bool isOver_ = false;
 };
 
 /// Whether nothing that is a line follows.
@@ -268,8 +269,8 @@ std::optional<Record> readRecord(std::istream& input, std::string& problem)
         const std::optional<Json> object = parseObject(text);
         if (!object) {
             if (number > 1 && isAtTheLastLine(input)) {
-                record.remark = "line " + std::to_string(number) +
-                                ", the last one, is no whole line: it is left out";
+                record.remark =
+                    "line " + std::to_string(number) + ", the last one, is no whole line";
                 return record;
             }
             problem = "line " + std::to_string(number) + ": this is no object of JSON";

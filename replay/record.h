@@ -34,7 +34,12 @@ struct Record {
     std::vector<Line> lines;
     Bodies bodies;
     bool leavesOutQueries = false;
-    std::string remark;  ///< something odd that does no harm, for people; empty if there is nothing
+    /// The places of the calls that have no end, the outermost first: there the record is cut off.
+    std::vector<size_t> open;
+    bool isFull = false;      ///< it ends since it had its largest size
+    bool isOfACrash = false;  ///< it is kept as one, and may be cut off
+    std::string
+        remark;  ///< of a last line that is none, for people; empty where all of them are whole
 };
 
 /// @param problem receives what is wrong, for people

@@ -1,5 +1,6 @@
 #include "replay/record_writer.h"
 
+#include <algorithm>
 #include <set>
 #include <string>
 
@@ -50,6 +51,8 @@ public:
             break;
         }
     }
+
+    void writeThatItCrashed() { write({{"crash", true}}); }
 
 private:
     void write(const Json& object)
@@ -112,6 +115,20 @@ std::vector<Piece> piecesOf(const Record& record)
     return pieces;
 }
 
+std::vector<Piece> piecesBefore(const Record& record, uint64_t step)
+{
+    std::vector<Piece> pieces = piecesOf(record);
+    const auto isLater = [&](const Piece& piece) {
+        const bool isOpen = !record.open.empty() && record.open.front() < piece.end;
+        return isOpen ||
+               std::any_of(record.lines.begin() + static_cast<std::ptrdiff_t>(piece.begin),
+                           record.lines.begin() + static_cast<std::ptrdiff_t>(piece.end),
+                           [step](const Line& line) { return line.step >= step; });
+    };
+    pieces.erase(std::find_if(pieces.begin(), pieces.end(), isLater), pieces.end());
+    return pieces;
+}
+
 void writeRecord(std::ostream& output, const Record& record, const std::vector<Piece>& pieces)
 {
     Writing writing(output, record);
@@ -120,6 +137,8 @@ void writeRecord(std::ostream& output, const Record& record, const std::vector<P
         for (size_t place = piece.begin; place < piece.end; ++place)
             writing.write(record.lines[place]);
     }
+    if (record.isOfACrash)
+        writing.writeThatItCrashed();
 }
 
 }  // namespace replay

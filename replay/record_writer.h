@@ -18,6 +18,9 @@ struct Piece {
 
 std::vector<Piece> piecesOf(const Record& record);
 
+/// Those that have ended before that step.
+std::vector<Piece> piecesBefore(const Record& record, uint64_t step);
+
 /// Those lines, and the bytes that they name, without times and threads: they do not matter to a
 /// replay, and the same record is the same text.
 void writeRecord(std::ostream& output, const Record& record, const std::vector<Piece>& pieces);

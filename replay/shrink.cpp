@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
+#include <iterator>
 #include <new>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "replay/player.h"
 #include "replay/progress.h"
@@ -18,14 +20,90 @@ namespace {
 /// After which a library is taken for one that does not come back.
 const unsigned int secondsToWait = 20;
 
-/// All pieces but those of one chunk of `count`.
-std::vector<Piece> without(const std::vector<Piece>& pieces, size_t begin, size_t count)
-{
-    std::vector<Piece> rest(pieces.begin(), pieces.begin() + static_cast<std::ptrdiff_t>(begin));
-    const size_t end = std::min(begin + count, pieces.size());
-    rest.insert(rest.end(), pieces.begin() + static_cast<std::ptrdiff_t>(end), pieces.end());
-    return rest;
-}
+/// Of pieces that go together, as an event and its tick do.
+const size_t mostNeighbours = 16;
+/// Among which any two are left out together: there are half as many pairs as the square of it.
+const size_t fewPieces = 64;
+
+class Shrinking {
+public:
+    Shrinking(std::vector<Piece> pieces,
+              const std::function<bool(const std::vector<Piece>&)>& fails)
+        : pieces_(std::move(pieces)), fails_(fails)
+    {
+    }
+
+    std::vector<Piece> takePieces() { return std::move(pieces_); }
+
+    /// @name Each leaves out what it can, as long as the rest fails all the same
+    /// @return whether that was anything
+    /// @{
+
+    /// Ever smaller parts.
+    bool leaveOutChunks()
+    {
+        const size_t before = pieces_.size();
+        for (size_t chunk = before / 2; chunk > 0; chunk /= 2)
+            leaveOut(chunk, chunk);
+        return pieces_.size() < before;
+    }
+
+    /// Some that stand beside each other, wherever that is.
+    bool leaveOutNeighbours()
+    {
+        const size_t before = pieces_.size();
+        for (size_t count = mostNeighbours; count > 1; --count)
+            leaveOut(count, 1);
+        return pieces_.size() < before;
+    }
+
+    /// Any two.
+    bool leaveOutPairs()
+    {
+        if (pieces_.size() > fewPieces)
+            return false;
+        const size_t before = pieces_.size();
+        for (size_t first = 0; first < pieces_.size(); ++first) {
+            for (size_t second = first + 1; second < pieces_.size(); ++second) {
+                std::vector<Piece> rest = pieces_;
+                rest.erase(placeIn(rest, second));
+                rest.erase(placeIn(rest, first));
+                if (takeIfItFails(std::move(rest)))
+                    second = first;
+            }
+        }
+        return pieces_.size() < before;
+    }
+
+    /// @}
+
+private:
+    static std::vector<Piece>::iterator placeIn(std::vector<Piece>& pieces, size_t place)
+    {
+        return pieces.begin() + static_cast<std::ptrdiff_t>(std::min(place, pieces.size()));
+    }
+
+    void leaveOut(size_t count, size_t stride)
+    {
+        for (size_t begin = 0; begin < pieces_.size();) {
+            std::vector<Piece> rest = pieces_;
+            rest.erase(placeIn(rest, begin), placeIn(rest, begin + count));
+            if (!takeIfItFails(std::move(rest)))
+                begin += stride;
+        }
+    }
+
+    bool takeIfItFails(std::vector<Piece> rest)
+    {
+        const bool isTaken = !rest.empty() && fails_(rest);
+        if (isTaken)
+            pieces_ = std::move(rest);
+        return isTaken;
+    }
+
+    std::vector<Piece> pieces_;
+    const std::function<bool(const std::vector<Piece>&)>& fails_;
+};
 
 void beQuiet()
 {
@@ -39,7 +117,9 @@ Failure failureOf(int status, const Progress& seen)
     if (WIFSIGNALED(status))
         return "signal " + std::to_string(WTERMSIG(status)) + " inside " + seen.function();
     if (seen.code == exitDifferent)
-        return std::string("difference ") + seen.signature;
+        return std::string("difference inside ") + seen.signature;
+    if (seen.code == exitSame && *seen.signature)
+        return std::string("the record ends inside ") + seen.signature;
     return "";
 }
 
@@ -48,35 +128,23 @@ Failure failureOf(int status, const Progress& seen)
 std::vector<Piece> shrink(std::vector<Piece> pieces,
                           const std::function<bool(const std::vector<Piece>&)>& fails)
 {
-    // Ever smaller chunks are left out, as long as the rest fails all the same.
-    for (size_t chunk = std::max<size_t>(pieces.size() / 2, 1);;
-         chunk = std::max<size_t>(chunk / 2, 1)) {
-        bool isSmaller = false;
-        for (size_t begin = 0; begin < pieces.size();) {
-            std::vector<Piece> rest = without(pieces, begin, chunk);
-            if (!rest.empty() && fails(rest)) {
-                pieces = std::move(rest);
-                isSmaller = true;
-            } else {
-                begin += chunk;
-            }
-        }
-        if (chunk == 1 && !isSmaller)
-            return pieces;
+    Shrinking shrinking(std::move(pieces), fails);
+    while (shrinking.leaveOutChunks() || shrinking.leaveOutNeighbours() ||
+           shrinking.leaveOutPairs()) {
     }
+    return shrinking.takePieces();
 }
 
-Record partOf(const Record& record, const std::vector<Piece>& pieces)
+Record partOf(Record record, const std::vector<Piece>& pieces)
 {
-    Record part;
-    part.head = record.head;
-    part.bodies = record.bodies;
-    part.leavesOutQueries = record.leavesOutQueries;
-    for (const Piece& piece : pieces) {
-        for (size_t place = piece.begin; place < piece.end; ++place)
-            part.lines.push_back(record.lines[place]);
-    }
-    return part;
+    std::vector<Line> lines;
+    for (const Piece& piece : pieces)
+        std::move(record.lines.begin() + static_cast<std::ptrdiff_t>(piece.begin),
+                  record.lines.begin() + static_cast<std::ptrdiff_t>(piece.end),
+                  std::back_inserter(lines));
+    record.lines = std::move(lines);
+    record.open.clear();
+    return record;
 }
 
 Trial tryInAnotherProcess(const std::function<void()>& play)

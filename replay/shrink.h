@@ -11,7 +11,8 @@
 
 namespace replay {
 
-/// How the replay of a part of a record failed; empty where it did not.
+/// How the replay of a part of a record failed, or that it came where the record is cut off; empty
+/// where it did neither.
 using Failure = std::string;
 
 struct Trial {
@@ -19,14 +20,14 @@ struct Trial {
     size_t line = 0;  ///< place in the part's lines where it ended, as far as that is known
 };
 
-/// The least set of pieces, none of which can be left out alone, whose replay fails as that of all
-/// of them does.
+/// A small set of pieces, none of which can be left out alone or with some others, whose replay
+/// fails as that of all of them does.
 /// @param fails tries a part
 std::vector<Piece> shrink(std::vector<Piece> pieces,
                           const std::function<bool(const std::vector<Piece>&)>& fails);
 
-/// Those lines of a record, as a record.
-Record partOf(const Record& record, const std::vector<Piece>& pieces);
+/// Those lines of a record, as a record: whole ones.
+Record partOf(Record record, const std::vector<Piece>& pieces);
 
 /// Replays a part in another process, so that a crash, or a library that does not come back,
 /// is that process's.

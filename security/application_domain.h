@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 /// The origins (scheme, host and port, without path) inside which an application's pages and
@@ -19,7 +21,7 @@ namespace VestaHbbTV {
 ///
 /// All functions look for "http://", then "https://", then "dvb://" anywhere in a URL; the first
 /// one that occurs decides its scheme. Case counts everywhere.
-class ApplicationDomain {
+class VESTA_EXPORTED ApplicationDomain {
 public:
     /// Whether `url` begins with one of the entries; false while there are none.
     ///
@@ -79,9 +81,9 @@ private:
     /// where a path decided on the host of a URL and is not part of its origin.
     enum class Hosts : uint8_t { NONE, ONE, SEVERAL };
 
-    bool admits(std::string_view host) const;
-    std::string_view sharedHost() const;
-    void rememberHost(size_t begin);
+    VESTA_HIDDEN bool admits(std::string_view host) const;
+    VESTA_HIDDEN std::string_view sharedHost() const;
+    VESTA_HIDDEN void rememberHost(size_t begin);
 
     std::vector<std::string> entries_;
     /// Where the one host stands: an entry, and a part of it. No view, since entries move.

@@ -5,13 +5,15 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/visibility.h"
+
 /// An incremental SHA-256 hasher (FIPS 180-4), offered to the integration, for example to name
 /// cached files. All state lies in the object and nothing is allocated while hashing. An object is
 /// not synchronised: it belongs to one thread at a time; different objects are independent.
 ///
 /// Read the result once and call reset() before hashing something else: every result() and
 /// getResultString() pads and compresses again, so a second one without reset() differs.
-class SHA256 {
+class VESTA_EXPORTED SHA256 {
 public:
     /// Ready to hash, as after reset().
     SHA256();
@@ -54,9 +56,9 @@ public:
 private:
     static constexpr std::size_t blockSize = 64;
 
-    void append(const unsigned char* data, std::size_t length);
-    void countBits(std::size_t bytes);
-    void fillWithZerosTo(std::size_t end);
+    VESTA_HIDDEN void append(const unsigned char* data, std::size_t length);
+    VESTA_HIDDEN void countBits(std::size_t bytes);
+    VESTA_HIDDEN void fillWithZerosTo(std::size_t end);
 
     // The order is part of the interface.
     std::uint32_t lengthHigh_ = 0;  // of the message in bits, with lengthLow_

@@ -10,6 +10,7 @@
 
 #include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 #include "signalling/ait_application.h"
 #include "signalling/ait_application_transport.h"
 
@@ -17,7 +18,7 @@ namespace VestaHbbTV {
 
 /// A table, filled section by section or by hand. Owns its applications, which stand in the order
 /// of their priorities, highest first, and equal ones in the order of their insertion.
-class AIT : public RefCounted<AIT> {
+class VESTA_EXPORTED AIT : public RefCounted<AIT> {
 public:
     /// A table for the sections of this service.
     /// @param channelHandle the integrator's, passed through to every application; may be null
@@ -126,18 +127,18 @@ public:
 private:
     using Applications = std::vector<std::unique_ptr<AITApplication>>;
 
-    bool acceptsVersion(uint8_t version) const;
-    void recordSection(uint8_t version, uint8_t number, uint8_t lastNumber);
-    bool parseBody(ByteReader section);
+    VESTA_HIDDEN bool acceptsVersion(uint8_t version) const;
+    VESTA_HIDDEN void recordSection(uint8_t version, uint8_t number, uint8_t lastNumber);
+    VESTA_HIDDEN bool parseBody(ByteReader section);
     bool parseCommonDescriptorsLoop(ByteReader loop);
-    void addCommonTransport(ByteReader payload);
-    bool parseApplications(ByteReader section, size_t loopLength);
-    bool addApplications(ByteReader section, size_t loopLength);
-    void insert(std::unique_ptr<AITApplication> application, size_t from);
-    Applications::iterator placeAt(size_t index);
-    size_t placeOf(const AITApplication* application) const;
-    AITApplication* findSignalled(size_t from, AITApplication::ControlCode code,
-                                  bool httpAvailable) const;
+    VESTA_HIDDEN void addCommonTransport(ByteReader payload);
+    VESTA_HIDDEN bool parseApplications(ByteReader section, size_t loopLength);
+    VESTA_HIDDEN bool addApplications(ByteReader section, size_t loopLength);
+    VESTA_HIDDEN void insert(std::unique_ptr<AITApplication> application, size_t from);
+    VESTA_HIDDEN Applications::iterator placeAt(size_t index);
+    VESTA_HIDDEN size_t placeOf(const AITApplication* application) const;
+    VESTA_HIDDEN AITApplication* findSignalled(size_t from, AITApplication::ControlCode code,
+                                               bool httpAvailable) const;
 
     Applications applications_;
     /// Where the last question for a signalled application ended: the next one mostly goes on

@@ -11,6 +11,7 @@
 
 #include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 #include "security/application_domain.h"
 #include "signalling/ait_application_transport.h"
 #include "signalling/application_descriptors.h"
@@ -23,7 +24,7 @@ class HbbTVURL;
 
 /// An entry of a table's application loop. Its table owns it; whoever keeps a pointer to it beyond
 /// the current call holds an AITApplicationReference.
-class AITApplication {
+class VESTA_EXPORTED AITApplication {
 public:
     /// application_control_code as signalled; any byte may occur.
     enum ControlCode : int {
@@ -179,14 +180,15 @@ private:
     friend class AIT;
     friend class AITApplicationReference;
 
-    bool parseDescriptors(ByteReader loop, size_t afterLoop, Transports& ownTransports);
-    bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd, size_t afterLoop,
-                         Transports& ownTransports);
-    bool parseName(ByteReader toLoopEnd);
-    void keepNameShort(ByteReader loop);
-    void parseTransport(ByteReader payload, Transports& ownTransports) const;
-    void chooseTransports(Transports ownTransports);
-    void printTransport(size_t index) const;
+    VESTA_HIDDEN bool parseDescriptors(ByteReader loop, size_t afterLoop,
+                                       Transports& ownTransports);
+    VESTA_HIDDEN bool parseDescriptor(uint8_t tag, ByteReader payload, ByteReader toLoopEnd,
+                                      size_t afterLoop, Transports& ownTransports);
+    VESTA_HIDDEN bool parseName(ByteReader toLoopEnd);
+    VESTA_HIDDEN void keepNameShort(ByteReader loop);
+    VESTA_HIDDEN void parseTransport(ByteReader payload, Transports& ownTransports) const;
+    VESTA_HIDDEN void chooseTransports(Transports ownTransports);
+    VESTA_HIDDEN void printTransport(size_t index) const;
 
     AIT* parent_;
     /// Head of the references that point here; the dying application clears them.

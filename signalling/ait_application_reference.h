@@ -3,6 +3,7 @@
 #define VESTA_SIGNALLING_AIT_APPLICATION_REFERENCE_H
 
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 #include "signalling/ait.h"
 #include "signalling/ait_application.h"
 
@@ -14,7 +15,7 @@ namespace VestaHbbTV {
 /// so that table and application live on. Where nobody counted it, the reference never deletes it.
 /// In either case the reference becomes null when the application dies first. Not synchronised: of
 /// the browser thread, like the tables.
-class AITApplicationReference {
+class VESTA_EXPORTED AITApplicationReference {
 public:
     AITApplicationReference() = default;
 
@@ -44,10 +45,10 @@ private:
     friend class AITApplication;
 
     /// Makes every reference to a dying application null.
-    static void forget(AITApplication& dying);
+    VESTA_HIDDEN static void forget(AITApplication& dying);
 
-    void link(AITApplication* application);
-    void unlink();
+    VESTA_HIDDEN void link(AITApplication* application);
+    VESTA_HIDDEN void unlink();
 
     AITApplication* application_ = nullptr;
     AITApplicationReference* next_ = nullptr;

@@ -7,6 +7,7 @@
 
 #include "foundation/byte_reader.h"
 #include "foundation/ref_ptr.h"
+#include "foundation/visibility.h"
 
 namespace VestaHbbTV {
 
@@ -15,7 +16,7 @@ constexpr uint8_t transportProtocolTag = 0x02;
 
 /// A transport protocol descriptor of an AIT. Shared by reference count between a table's common
 /// transports, its applications and whoever loads through it.
-class AITApplicationTransport : public RefCounted<AITApplicationTransport> {
+class VESTA_EXPORTED AITApplicationTransport : public RefCounted<AITApplicationTransport> {
 public:
     /// The protocol_id of the descriptor. 0 stands for every protocol other than these two.
     enum ProtocolId : int { OBJECT_CAROUSEL = 1, HTTP = 3 };
@@ -77,9 +78,9 @@ public:
     /// @}
 
 private:
-    void parsePayload(ByteReader payload);
-    void parseObjectCarousel(ByteReader selector);
-    void parseHTTP(ByteReader selector);
+    VESTA_HIDDEN void parsePayload(ByteReader payload);
+    VESTA_HIDDEN void parseObjectCarousel(ByteReader selector);
+    VESTA_HIDDEN void parseHTTP(ByteReader selector);
 
     ProtocolId protocol_ = ProtocolId(0);
     std::string urlBase_;

@@ -8,11 +8,12 @@
 
 #include "foundation/byte_reader.h"
 #include "foundation/small_vector.h"
+#include "foundation/visibility.h"
 
 namespace VestaHbbTV {
 
 /// A terminal profile with which an application works. AITApplication names it `PlatformProfile`.
-class PlatformProfile {
+class VESTA_EXPORTED PlatformProfile {
 public:
     /// Bytes that one profile takes in an application descriptor.
     static constexpr unsigned size = 5;
@@ -48,7 +49,7 @@ private:
 };
 
 /// application_descriptor() of an AIT entry. AITApplication names it `ApplicationDescriptor`.
-class ApplicationDescriptor {
+class VESTA_EXPORTED ApplicationDescriptor {
 public:
     // Applications on air list one profile and one or two transports.
     using PlatformProfiles = SmallVector<PlatformProfile, 2>;
@@ -87,7 +88,7 @@ public:
     /// @}
 
 private:
-    void parsePayload(ByteReader payload);
+    VESTA_HIDDEN void parsePayload(ByteReader payload);
 
     PlatformProfiles profiles_;
     Labels labels_;
@@ -98,7 +99,7 @@ private:
 
 /// application_recording_descriptor() of an AIT entry. AITApplication names it
 /// `ApplicationRecordingDescriptor`.
-class ApplicationRecordingDescriptor {
+class VESTA_EXPORTED ApplicationRecordingDescriptor {
 public:
     /// No flag set, no component tags.
     ApplicationRecordingDescriptor() = default;
@@ -132,7 +133,7 @@ public:
     /// @}
 
 private:
-    void parsePayload(ByteReader payload);
+    VESTA_HIDDEN void parsePayload(ByteReader payload);
 
     bool scheduledRecording_ = false;
     bool trickModeAware_ = false;

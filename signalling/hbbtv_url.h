@@ -6,6 +6,8 @@
 #include <iosfwd>
 #include <string>
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 /// A URL in three parts: the address (percent-decoded), the query and the fragment (both as
@@ -13,7 +15,7 @@ namespace VestaHbbTV {
 ///
 /// A value: copies are independent, and nothing is validated. A text that is no URL is an address
 /// of type `otherURL`. Like all of the application manager's state it belongs to one thread.
-class HbbTVURL {
+class VESTA_EXPORTED HbbTVURL {
 public:
     static constexpr int otherURL = 0;          ///< http:, https:, relative, anything else
     static constexpr int dvbURL = 1;            ///< begins with "dvb:"
@@ -90,11 +92,11 @@ private:
 };
 
 /// Writes the full URL.
-std::ostream& operator<<(std::ostream& stream, const HbbTVURL& url);
+VESTA_EXPORTED std::ostream& operator<<(std::ostream& stream, const HbbTVURL& url);
 
 /// A URL that the caller knows to be fetched from the object carousel: of type `dvbURL` whatever
 /// its text is. Deliberate: a "dvb://current.ait/" address, too, is of type `dvbURL` here.
-class HbbTVDVBURL : public HbbTVURL {
+class VESTA_EXPORTED HbbTVDVBURL : public HbbTVURL {
 public:
     /// @param url split and decoded as by HbbTVURL
     explicit HbbTVDVBURL(const std::string& url);
@@ -102,7 +104,7 @@ public:
 
 /// "dvb://current.ait/<organisation id>.<application id>" with hexadecimal ids (ETSI TS 102 796,
 /// 9.2): names an application of the current AIT. Of type `currentAITDVBURL` whatever its text is.
-class HbbTVCurrentAITDVBURL : public HbbTVURL {
+class VESTA_EXPORTED HbbTVCurrentAITDVBURL : public HbbTVURL {
 public:
     /// Splits and decodes as HbbTVURL does, then reads the two ids from the decoded address. They
     /// must be its whole rest: a path after them makes the URL invalid, query and fragment do not.

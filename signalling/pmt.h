@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "foundation/byte_reader.h"
+#include "foundation/visibility.h"
 
 namespace VestaHbbTV {
 
 /// A descriptor of which only the presence matters; the base of those with content.
-class Descriptor {
+class VESTA_EXPORTED Descriptor {
 public:
     explicit Descriptor(uint8_t tag) : tag_(tag) {}
 
@@ -22,7 +23,7 @@ private:
 };
 
 /// carousel_identifier_descriptor(): which object carousel a stream belongs to.
-class CarouselIdentifierDescriptor : public Descriptor {
+class VESTA_EXPORTED CarouselIdentifierDescriptor : public Descriptor {
 public:
     static constexpr uint8_t descriptorTag = 0x13;
 
@@ -45,7 +46,7 @@ private:
 };
 
 /// stream_identifier_descriptor(): a stream's component tag.
-class StreamIdentifierDescriptor : public Descriptor {
+class VESTA_EXPORTED StreamIdentifierDescriptor : public Descriptor {
 public:
     static constexpr uint8_t descriptorTag = 0x52;
 
@@ -62,7 +63,7 @@ private:
 
 /// One entry of the PMT's stream loop. It owns its descriptors: the pointers that the accessors
 /// give are null where the stream has none of the kind, and else live as long as the stream.
-class ElementaryStream {
+class VESTA_EXPORTED ElementaryStream {
 public:
     /// Parses an entry of which only the start is known, trusting the length that it states.
     /// @param entry points at stream_type; borrowed for this call. Null gives a stream of zeros
@@ -110,7 +111,7 @@ private:
     }
 
     void parse(ByteReader& reader);
-    void addDescriptor(uint8_t tag, ByteReader payload);
+    VESTA_HIDDEN void addDescriptor(uint8_t tag, ByteReader payload);
 
     uint8_t streamType_ = 0;
     uint16_t elementaryPID_ = 0;
@@ -124,7 +125,7 @@ private:
 /// A parsed PMT section (ISO/IEC 13818-1, 2.4.4.8), offered to the integration's middleware. It
 /// owns its streams: every pointer to one lives as long as the table. Not synchronised, but a table
 /// never changes, so that any thread may read it.
-class PMT {
+class VESTA_EXPORTED PMT {
 public:
     /// Parses one complete section. Neither table id, CRC nor syntax are verified; nothing after
     /// the end that section_length states is read, and of a section whose inner lengths leave it

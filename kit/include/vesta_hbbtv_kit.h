@@ -1,3 +1,4 @@
+/// @file
 /// The kit: what an integration of the HbbTV application manager needs beside it, for C and C++.
 ///
 /// The feed's functions may be called on any thread, one at a time; everything else belongs to the
@@ -49,6 +50,8 @@ typedef struct HBBTV_KitXMLAITResult {
 /// @param length its size in bytes
 /// @param documentUrl where the document came from, percent-encoded, for its relative URLs; null
 ///        where that is not known: they are faults then
+/// @return its status, and where a fault is
+/// @thread{browser} @since 1.0
 HBBTV_KitXMLAITResult hbbtv_kit_load_xml_ait(void* window, const void* bytes, size_t length,
                                              const char* documentUrl);
 
@@ -116,18 +119,19 @@ enum HBBTV_KitFeedEvent {
     HBBTV_KIT_FEED_TABLE_INCOMPLETE = 7
 };
 
+/// One report. What its event does not name is 0.
 typedef struct HBBTV_KitFeedReport {
-    size_t size;  ///< of this record, which may grow
-    int event;    ///< an HBBTV_KitFeedEvent, which says what is set besides
-    int fault;
-    unsigned int pid;
-    unsigned int version;      ///< as broadcast
-    unsigned int sentVersion;  ///< as the application manager gets it
-    unsigned int sections;
-    unsigned int applications;
-    unsigned int tag;      ///< of the descriptor
-    size_t offset;         ///< in the section, from table_id
-    unsigned int missing;  ///< the number of the first section that did not come
+    size_t size;                ///< of this record, which may grow
+    int event;                  ///< an HBBTV_KitFeedEvent, which says what is set besides
+    int fault;                  ///< as the event says
+    unsigned int pid;           ///< where it came from
+    unsigned int version;       ///< as broadcast
+    unsigned int sentVersion;   ///< as the application manager gets it
+    unsigned int sections;      ///< of the table
+    unsigned int applications;  ///< of the table
+    unsigned int tag;           ///< of the descriptor
+    size_t offset;              ///< in the section, from table_id
+    unsigned int missing;       ///< the number of the first section that did not come
 } HBBTV_KitFeedReport;
 
 /// Called at the end of the function that brought it about. It may call the feed's functions, but
@@ -154,8 +158,8 @@ typedef struct HBBTV_KitFeedOptions {
     /// The version of HbbTV up to which this terminal carries applications: profiles up to it ask
     /// for 1.1.1 in what is sent. 0, 0, 0: they stay as they are.
     unsigned char carriedMajor;
-    unsigned char carriedMinor;
-    unsigned char carriedMicro;
+    unsigned char carriedMinor;  ///< likewise
+    unsigned char carriedMicro;  ///< likewise
 
     /// The application_type whose tables count: 0x0010, HbbTV; 0: every one.
     uint16_t applicationType;
@@ -180,13 +184,15 @@ typedef struct HBBTV_KitFeedOptions {
     /// @}
 
     HBBTV_KitFeedListener listener;  ///< null: nothing is reported
-    void* context;
+    void* context;                   ///< the listener's
 } HBBTV_KitFeedOptions;
 
+/// A feed; opaque.
 typedef struct HBBTV_KitAITFeed HBBTV_KitAITFeed;
 
 /// Sets everything to the values that the fields name.
 /// @param options its `size` included
+/// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
 
 /// A feed, for the time between vesta_hbbtv_init() and vesta_hbbtv_shutdown(): while the
@@ -195,9 +201,12 @@ void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
 /// vesta_hbbtv_send_event() locks.
 /// @param options copied; null for the defaults
 /// @return to be destroyed; null where there is no memory
+/// @thread{one at a time} @since 1.0
 HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
 
+/// Frees a feed. Nothing is sent.
 /// @param feed null is ignored
+/// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 
 /// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. Where the
@@ -206,8 +215,13 @@ void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 /// again, for the same service, where the application manager was started anew or was given another
 /// broadcast window: what was sent before that is not sent again.
 /// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
+/// @param feed null is ignored: the answer is 0 then
+/// @param originalNetworkId of the service
+/// @param transportStreamId of the service
+/// @param serviceId its program_number
 /// @return what tells the service's sections from those of services that were left: to be given
 ///         with each; never 0
+/// @thread{one at a time} @since 1.0
 uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
                              uint16_t transportStreamId, uint16_t serviceId, void* channel);
 
@@ -217,27 +231,44 @@ uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
 /// @param section of program_number `serviceId`; borrowed for the call
 /// @param size of what is there; only the section's own bytes are read
 /// @param now a time that does not go back, in milliseconds
+/// @param feed null is ignored
+/// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_pmt(HBBTV_KitAITFeed* feed, uint32_t tuning, const unsigned char* section,
                         size_t size, uint64_t now);
 
 /// A section of one of the PIDs that the PMT lists.
 /// @param size of what is there; only the section's own bytes are read
+/// @param feed null is ignored
+/// @param tuning as hbbtv_kit_feed_tune() answered
+/// @param pid where it came from
+/// @param section borrowed for the call; null is ignored
+/// @param now a time that does not go back, in milliseconds
+/// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_section(HBBTV_KitAITFeed* feed, uint32_t tuning, unsigned int pid,
                             const unsigned char* section, size_t size, uint64_t now);
 
 /// Time goes on though no section comes; once a second is often enough.
+/// @param feed null is ignored
+/// @param now a time that does not go back, in milliseconds
+/// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_time(HBBTV_KitAITFeed* feed, uint64_t now);
 
 /// @param fault an HBBTV_KitSectionFault
+/// @param feed null has none
 /// @return how many sections had it since the feed was made; 0 for any other number
+/// @thread{one at a time} @since 1.0
 uint64_t hbbtv_kit_feed_get_count(const HBBTV_KitAITFeed* feed, int fault);
 
 /// For log and developer, such as "a descriptor leaves its loop".
-/// @param fault an HBBTV_KitSectionFault @return static; empty for HBBTV_KIT_SECTION_OK, and for
-///        any other number
+/// @param fault an HBBTV_KitSectionFault
+/// @return static; empty for HBBTV_KIT_SECTION_OK, and for any other number
+/// @thread{any} @since 1.0
 const char* hbbtv_kit_section_fault_text(int fault);
 
-/// Likewise, such as "more applications than the limit". @param fault an HBBTV_KitTableFault
+/// Likewise, such as "more applications than the limit".
+/// @param fault an HBBTV_KitTableFault
+/// @return static; empty for HBBTV_KIT_TABLE_OK, and for any other number
+/// @thread{any} @since 1.0
 const char* hbbtv_kit_table_fault_text(int fault);
 /// @}
 

@@ -2,15 +2,17 @@
 #ifndef VESTA_OIPF_NATIVES_APPLICATION_NATIVES_H
 #define VESTA_OIPF_NATIVES_APPLICATION_NATIVES_H
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 class Application;
 
 /// The application shown in a window of the browser's number; null when there is none.
-Application* get_application_from_window(long windowId);
+VESTA_EXPORTED Application* get_application_from_window(long windowId);
 
 /// The application of an id as scripts carry it; null for a null or unknown id.
-Application* get_application_from_id(void* appId);
+VESTA_EXPORTED Application* get_application_from_id(void* appId);
 
 }  // namespace VestaHbbTV
 

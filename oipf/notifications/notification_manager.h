@@ -6,19 +6,21 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/visibility.h"
+
 namespace VestaHbbTV {
 
 class Notification;
 
 /// Singleton of the browser thread.
-class NotificationManager {
+class VESTA_EXPORTED NotificationManager {
 public:
     /// The one instance, created without listeners on first use.
     static NotificationManager* getInstance();
 
     /// Broadcasts through the existing instance; without one nobody hears of it, and the
     /// caller's answers become the record's initial values. @param notification ownership passes
-    static void broadcastIfAny(Notification* notification);
+    VESTA_HIDDEN static void broadcastIfAny(Notification* notification);
 
     /// Whether a broadcast would reach anybody: a record that is large need not be built else.
     static bool hasListeners() { return instance && !instance->listeners_.empty(); }

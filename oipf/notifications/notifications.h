@@ -10,6 +10,7 @@
 
 #include "vesta_hbbtv_appman.h"
 
+#include "foundation/visibility.h"
 #include "oipf/notifications/text_store.h"
 
 namespace VestaHbbTV {
@@ -17,7 +18,7 @@ namespace VestaHbbTV {
 class AIT;
 class AITApplication;
 
-class Notification {
+class VESTA_EXPORTED Notification {
 public:
     Notification(const Notification&) = delete;
     Notification& operator=(const Notification&) = delete;
@@ -38,7 +39,7 @@ private:
 };
 
 /// May this application start? The answer starts as START.
-class StartApplicationNotification : public Notification {
+class VESTA_EXPORTED StartApplicationNotification : public Notification {
 public:
     StartApplicationNotification(void* window, bool broadcastRelated, bool serviceBound,
                                  unsigned long orgId, unsigned short appId, const char* url,
@@ -47,14 +48,14 @@ public:
     ~StartApplicationNotification() override;
 
     /// The answer that stands when no listener gives another.
-    void presetAction(HBBTV_ApplicationActionType action);
+    VESTA_HIDDEN void presetAction(HBBTV_ApplicationActionType action);
 
 private:
     HBBTV_ApplicationActionType* answer_;
 };
 
 /// An application stopped. Listeners may overwrite whether the table is activated again.
-class StopApplicationNotification : public Notification {
+class VESTA_EXPORTED StopApplicationNotification : public Notification {
 public:
     /// @param reactivateAIT the caller's flag, handed to the listeners as it is
     StopApplicationNotification(void* window, bool broadcastRelated, unsigned long orgId,
@@ -64,7 +65,7 @@ public:
 
 /// An application cannot run on this terminal. The record's window, serviceBound, trusted and
 /// usageType are not set, and its empty URL is the library's.
-class RejectApplicationNotification : public Notification {
+class VESTA_EXPORTED RejectApplicationNotification : public Notification {
 public:
     RejectApplicationNotification(bool broadcastRelated, unsigned long orgId, unsigned short appId,
                                   bool autostart);
@@ -72,7 +73,7 @@ public:
 
 /// A table was taken in. A record can be much larger than its table: without listeners there is no
 /// need for one. Equal addresses of an application are one text.
-class AITUpdateNotification : public Notification {
+class VESTA_EXPORTED AITUpdateNotification : public Notification {
 public:
     /// @param ait null gives a null record
     AITUpdateNotification(void* window, AIT* ait);
@@ -85,7 +86,7 @@ private:
 };
 
 /// Is this application trusted? The listeners see the library's verdict and may overrule it.
-class TrustedNotification : public Notification {
+class VESTA_EXPORTED TrustedNotification : public Notification {
 public:
     /// @param answer in/out
     TrustedNotification(void* window, const char* url, bool* answer, bool broadcastRelated,
@@ -98,7 +99,7 @@ private:
 };
 
 /// An application became broadcast-related or broadcast-independent.
-class BroadcastRelatedChangeNotification : public Notification {
+class VESTA_EXPORTED BroadcastRelatedChangeNotification : public Notification {
 public:
     BroadcastRelatedChangeNotification(void* window, bool broadcastRelated, bool trusted,
                                        bool autostart, unsigned long orgId, unsigned short appId,
@@ -107,7 +108,7 @@ public:
 };
 
 /// May this XMLHttpRequest go ahead? The answer starts as ALLOW.
-class XHRNotification : public Notification {
+class VESTA_EXPORTED XHRNotification : public Notification {
 public:
     XHRNotification(const char* documentUrl, const char* requestUrl, HBBTV_XHR_Permission* answer);
     ~XHRNotification() override;
@@ -119,7 +120,7 @@ private:
 };
 
 /// Asks for a browser window: the listener stores it through the slot and reports success.
-class RequestWindowNotification : public Notification {
+class VESTA_EXPORTED RequestWindowNotification : public Notification {
 public:
     RequestWindowNotification(TAVO_VestaWindow** tavoWindow, bool* answer, void* window);
     ~RequestWindowNotification() override;
@@ -129,7 +130,7 @@ private:
 };
 
 /// Gives a browser window back.
-class ReleaseWindowNotification : public Notification {
+class VESTA_EXPORTED ReleaseWindowNotification : public Notification {
 public:
     ReleaseWindowNotification(TAVO_VestaWindow** tavoWindow, bool* answer);
     ~ReleaseWindowNotification() override;
@@ -138,24 +139,24 @@ private:
     bool* answer_;
 };
 
-class ShowWindowNotification : public Notification {
+class VESTA_EXPORTED ShowWindowNotification : public Notification {
 public:
     explicit ShowWindowNotification(TAVO_VestaWindow** tavoWindow);
 };
 
-class HideWindowNotification : public Notification {
+class VESTA_EXPORTED HideWindowNotification : public Notification {
 public:
     explicit HideWindowNotification(TAVO_VestaWindow** tavoWindow);
 };
 
 /// An application changed its key set.
-class KeysetChangedNotification : public Notification {
+class VESTA_EXPORTED KeysetChangedNotification : public Notification {
 public:
     KeysetChangedNotification(TAVO_VestaWindow* tavoWindow, int keysetValue);
 };
 
 /// How much memory is free? Listeners write through the caller's pointer.
-class GetFreeMemoryNotification : public Notification {
+class VESTA_EXPORTED GetFreeMemoryNotification : public Notification {
 public:
     explicit GetFreeMemoryNotification(long* freeMemory);
 };

@@ -297,6 +297,7 @@ struct HandleNotification {
     template <typename Fields>
     void asked(Fields& fields)
     {
+        fields.laterHandle("browser", Handle::browser, browser);
         fields.handle("page", Handle::page, tavoWindow);
         fields.choice("event", event, browserEvents);
         if (fields.record("data", data)) {
@@ -624,6 +625,7 @@ struct GetApplicationId {
     void asked(Fields& fields)
     {
         fields.number("windowId", windowId);
+        fields.laterHandle("reserved", Handle::passed, reserved);
         fields.room("appId", appId);
     }
     template <typename Fields>

@@ -13,8 +13,8 @@
 
 namespace recorder {
 
-/// What stands in a record in the place of an address, of bytes and of URLs. The recorder gives
-/// names; the replay asks the record how it called what comes for the first time.
+/// What stands in a record in the place of an address, of bytes, of URLs and of texts. The recorder
+/// gives names; the replay asks the record how it called what comes for the first time.
 class Stand {
 public:
     Stand() = default;
@@ -31,6 +31,9 @@ public:
 
     /// A URL as it is written down.
     virtual std::string urlFor(const char* member, std::string_view url) = 0;
+
+    /// A text as it is written down, which may have URLs in it.
+    virtual std::string textFor(const char* member, std::string_view text) = 0;
 };
 
 /// The `fields` that write. A member is written as soon as it is named.
@@ -47,6 +50,13 @@ public:
     void handle(const char* member, Handle kind, Pointer* const& value)
     {
         name(member, kind, reinterpret_cast<uintptr_t>(value), false);
+    }
+
+    /// A handle that records of the first recorders do not have.
+    template <typename Pointer>
+    void laterHandle(const char* member, Handle kind, Pointer* const& value)
+    {
+        handle(member, kind, value);
     }
 
     template <typename Pointer>
@@ -105,17 +115,18 @@ public:
     {
         begin(member);
         if (value)
-            appendString(json_, value);
+            appendString(json_, stand_.textFor(member, value));
         else
             json_ += "null";
     }
 
     void url(const char* member, const char* value)
     {
+        begin(member);
         if (value)
-            text(member, stand_.urlFor(member, value).c_str());
+            appendString(json_, stand_.urlFor(member, value));
         else
-            text(member, nullptr);
+            json_ += "null";
     }
 
     /// A whole section, by its own length.
@@ -140,10 +151,11 @@ public:
         begin(member);
         json_ += "{\"length\":";
         appendNumber(json_, length);
-        if (bytes) {
-            json_ += ",\"sha256\":";
+        json_ += ",\"sha256\":";
+        if (bytes)
             appendString(json_, stand_.hashOf(bytes, length));
-        }
+        else
+            json_ += "null";
         json_ += '}';
     }
 

@@ -51,9 +51,14 @@ find_with_cmake() {
 record() {
     [[ -z ${EMULATOR:-} && ${FLAGS:-} != *-fsanitize* ]] || return 0
     VESTA_RECORD="$WORK/record" LD_PRELOAD="$WORK/installed/$LIBDIR/libvesta_hbbtv_recorder.so" "$1"
+    expect_record
+}
+
+expect_record() {
     grep -q '"in":"vesta_hbbtv_init"' "$WORK/record"
     grep -q '"out":"dsmcc_start"' "$WORK/record"
-    [[ ! -x $WORK/installed/bin/vesta_replay ]] || "$WORK/installed/bin/vesta_replay" "$WORK/record"
+    [[ ! -x $WORK/installed/bin/vesta_replay ]] ||
+        "${emulator[@]}" "$WORK/installed/bin/vesta_replay" "$WORK/record"
 }
 
 # link_with_kit OUTPUT OPTION...: a C program and the browser in C++.
@@ -82,6 +87,15 @@ needs_none_of_ours() {
     ! "$READELF" -d "$1" | grep 'NEEDED.*libvesta'
 }
 
+# Whatever an installed header does inline needs no name that the library keeps to itself.
+link_every_inline_function() {
+    "$CXX" --version | grep -qi clang && return  # which cannot be told to keep them all
+    "$CXX" -std=c++17 -fkeep-inline-functions "${flags[@]}" "${compile[@]}" -x c++ \
+        -c "$WORK/generated/installed_headers.h" -o "$WORK/inline.o"
+    "$CXX" "${flags[@]}" "$WORK/inline.o" "$outside"/{main,browser}.cpp -std=c++17 "${compile[@]}" -I"$WORK/generated" \
+        -I"$outside/own" -o "$WORK/outside_inline" "$@"
+}
+
 # build_hosts SUFFIX OPTION...: in C++, where the package's headers come before the project's own, and in C.
 build_hosts() {
     local suffix=$1
@@ -94,6 +108,15 @@ build_hosts() {
     "${emulator[@]}" "$WORK/outside_c$suffix"
 }
 
+# The recorder on the link line: after build_hosts() has run without it.
+link_recorder_with_pkg_config() {
+    local compile link
+    read -r -a compile <<<"$(pkg-config --cflags vesta_hbbtv_recorder)"
+    read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_recorder)"
+    VESTA_RECORD="$WORK/record" build_hosts _recorded "${link[@]}" -Wl,-rpath,"$WORK/installed/$LIBDIR"
+    expect_record
+}
+
 find_with_pkg_config() {
     local library="$WORK/installed/$LIBDIR" compile link
     export PKG_CONFIG_LIBDIR="$library/pkgconfig"
@@ -101,11 +124,13 @@ find_with_pkg_config() {
     read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_appman)"
     [[ $(pkg-config --modversion vesta_hbbtv_appman) == 1.* ]]
     build_hosts "" "${link[@]}" -Wl,-rpath,"$library"
+    link_every_inline_function "${link[@]}" -Wl,-rpath,"$library"
     "$READELF" -d "$WORK/outside" | grep -q 'NEEDED.*libvesta_hbbtv_appman[.]so[.]1'
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"
     build_hosts _static "${link[@]}"
     needs_none_of_ours "$WORK/outside_static"
     needs_none_of_ours "$WORK/outside_c_static"
+    link_recorder_with_pkg_config
     [[ -z ${KIT:-} ]] || find_kit_with_pkg_config
 }
 

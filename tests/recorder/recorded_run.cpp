@@ -16,7 +16,7 @@ extern char** environ;
 
 namespace vesta::test {
 
-const std::vector<std::string> ways = {"lazy", "now", "no_pie", "linked"};
+const std::vector<std::string> ways = {"lazy", "now", "no_pie", "linked", "local"};
 
 namespace {
 

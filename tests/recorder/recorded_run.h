@@ -30,7 +30,8 @@ struct ProgramResult {
 };
 
 /// How the program is linked, and so how the recorder comes before the library: "lazy", "now",
-/// "no_pie" have it preloaded, "linked" was linked with it.
+/// "no_pie" have it preloaded, "linked" was linked with it, and "local" is a plugin of a program
+/// that has it preloaded.
 extern const std::vector<std::string> ways;
 
 /// @param recorderVariables VESTA_RECORD and what else; none: it runs without the recorder, or with

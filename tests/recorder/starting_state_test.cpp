@@ -11,6 +11,15 @@ void* const window = reinterpret_cast<void*>(0x100);
 TAVO_VestaWindow* const page = reinterpret_cast<TAVO_VestaWindow*>(0x200);
 void* const file = reinterpret_cast<void*>(0x300);
 
+class Plain : public Stand {
+public:
+    std::string nameOf(const char*, Handle, uintptr_t, bool) override { return {}; }
+    std::string hashOf(const void*, size_t) override { return {}; }
+    std::string urlFor(const char*, std::string_view url) override { return std::string(url); }
+    std::string textFor(const char*, std::string_view text) override { return std::string(text); }
+};
+Plain plain;
+
 template <typename Call>
 void happens(StartingState& state, Call call)
 {
@@ -45,7 +54,7 @@ std::vector<std::string> callsOf(const StartingState& state, void* broadcastWind
 
 TEST(StartingState, IsNotReachedWhileThereMayBeATable)
 {
-    StartingState state;
+    StartingState state(plain);
     EXPECT_TRUE(state.isReached());
     for (const HBBTV_EventType type :
          {E_AIT_SECTION, E_START_APPLICATION, E_START_BROADCAST_INDEPENDENT_APPLICATION}) {
@@ -62,7 +71,7 @@ TEST(StartingState, IsNotReachedWhileThereMayBeATable)
 
 TEST(StartingState, IsNotReachedWhileAWindowHasADocumentsTable)
 {
-    StartingState state;
+    StartingState state(plain);
     happens(state, LoadXmlAit{window, nullptr, 0, nullptr, {}});
     send(state, E_CHANNEL_CHANGE);
     EXPECT_FALSE(state.isReached());
@@ -72,7 +81,7 @@ TEST(StartingState, IsNotReachedWhileAWindowHasADocumentsTable)
 
 TEST(StartingState, IsNotReachedWhileABrowserWindowIsLent)
 {
-    StartingState state;
+    StartingState state(plain);
     notify(state, HBBTV_NOTIFICATION_REQUEST_WINDOW, page, 0);
     notify(state, HBBTV_NOTIFICATION_REQUEST_WINDOW, nullptr, 1);
     notify(state, HBBTV_NOTIFICATION_SHOW_WINDOW, page, 1);
@@ -86,7 +95,7 @@ TEST(StartingState, IsNotReachedWhileABrowserWindowIsLent)
 
 TEST(StartingState, IsNotReachedWhileAFileIsLoaded)
 {
-    StartingState state;
+    StartingState state(plain);
     happens(state, DsmccGetFile{"file", file, DSMCC_PENDING});
     EXPECT_FALSE(state.isReached());
     happens(state, DsmccCloseFile{file, DSMCC_OK});
@@ -98,7 +107,7 @@ TEST(StartingState, IsNotReachedWhileAFileIsLoaded)
 
 TEST(StartingState, HasWhatLastsInAnOrderThatBringsItBack)
 {
-    StartingState state;
+    StartingState state(plain);
     EXPECT_EQ(callsOf(state, nullptr), std::vector<std::string>());
     void* const other = reinterpret_cast<void*>(0x101);
     happens(state, CreateWindow{window});
@@ -124,7 +133,7 @@ TEST(StartingState, HasWhatLastsInAnOrderThatBringsItBack)
 
 TEST(StartingState, IsAlmostEmptyAfterAShutdown)
 {
-    StartingState state;
+    StartingState state(plain);
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
     happens(state, SetSendeventCondition{&condition, nullptr});
     happens(state, Init{nullptr});

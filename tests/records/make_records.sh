@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
 # make_records.sh BUILD
 # Records the receiver's sessions, the stories and a television anew, from a build tree that has
-# vesta_receiver, vesta_station, vesta_make_streams, vesta_recordable_stories, vesta_hbbtv_recorder and
-# vesta_replay. What replays
-# then, is kept here; a story that works with the library's classes beside its entry functions does
-# not. Bytes of large files are left out.
+# vesta_receiver, vesta_station, vesta_make_streams, vesta_recordable_stories, vesta_hbbtv_recorder,
+# vesta_hbbtv_kit and vesta_replay. What replays then is kept here. Bytes of large files are left out.
+#
+# A story does what an integrator could, and asks the library's classes for nothing but how things
+# are. Of all of them one does more, so that it does not replay: CallReasons.
+# NativesOfAnApplicationWithoutTransport takes an application's transport away, which no
+# entry function does. StartReasons.TheWindowIsClosing asks a window for a start while the library is
+# being shut down, which comes to nothing: it replays without that.
 set -euo pipefail
 
 build=$(realpath "$1")

@@ -30,6 +30,17 @@ TEST(ExpectingStand, KnowsTheQueriesOfListsInTheirOrder)
     EXPECT_EQ(stand.urlFor("url", "http://a/?z"), "http://a/?z");
 }
 
+TEST(ExpectingStand, KnowsQueriesBesideLettersOfAnyKind)
+{
+    const Bodies bodies;
+    Meaning meaning(bodies);
+    ExpectingStand stand(meaning, true);
+    stand.expect(
+        Json::parse(R"({"url":"http://a/\u00c3\u00a4?~1","name":"\u00c3\u00a4 http://a/#~2"})"));
+    EXPECT_EQ(stand.urlFor("url", "http://a/\xC3\xA4?x"), "http://a/\xC3\xA4?~1");
+    EXPECT_EQ(stand.textFor("name", "\xC3\xA4 http://a/#y"), "\xC3\xA4 http://a/#~2");
+}
+
 TEST(ExpectingStand, LeavesQueriesAloneWhereTheRecordDoes)
 {
     const Bodies bodies;
@@ -39,22 +50,61 @@ TEST(ExpectingStand, LeavesQueriesAloneWhereTheRecordDoes)
     EXPECT_EQ(stand.urlFor("url", "http://a/?x"), "http://a/?x");
 }
 
-TEST(ExpectingStand, TakesPiecesOfBytesThatWereLeftOut)
-{
-    const std::string piece(64, 'a');
+/// A file whose bytes were left out, as are those of its piece.
+class LeftOutFile : public testing::Test {
+protected:
+    LeftOutFile()
+    {
+        EXPECT_TRUE(bodies.addLeftOut(file, 2000));
+        EXPECT_TRUE(bodies.addLeftOut(piece, 1000));
+    }
+
+    const std::string& bytes() const { return bodies.find(file)->bytes; }
+
+    /// How the record has those bytes of the file, where the piece is expected.
+    std::string hashOf(size_t begin, size_t length)
+    {
+        stand.expect({{"bytes", {{"length", length}, {"sha256", piece}}}});
+        return stand.hashOf(bytes().data() + begin, length);
+    }
+
+    const std::string file = std::string(64, 'a');
+    const std::string piece = std::string(64, 'b');
     Bodies bodies;
-    ASSERT_TRUE(bodies.addLeftOut(piece, 3));
-    Meaning meaning(bodies);
-    ExpectingStand stand(meaning, false);
-    const Json expected = {{"bytes", {{"length", 3}, {"sha256", piece}}}};
-    stand.expect(expected);
-    EXPECT_EQ(stand.hashOf("ABC", 3), piece);
-    stand.expect(expected);
-    EXPECT_EQ(stand.hashOf("ABC", 3), piece);
-    stand.expect(expected);
-    EXPECT_NE(stand.hashOf("ABD", 3), piece) << "another one";
-    stand.expect(expected);
-    EXPECT_NE(stand.hashOf("ABCD", 4), piece) << "of another length";
+    Meaning meaning{bodies};
+    ExpectingStand stand{meaning, false};
+};
+
+TEST_F(LeftOutFile, GoesOnPieceByPiece)
+{
+    meaning.pieces.begin(*bodies.find(file));
+    EXPECT_EQ(hashOf(0, 1000), piece);
+    EXPECT_EQ(hashOf(1000, 1000), piece) << "its bytes were the same as those of the first";
+    EXPECT_NE(hashOf(0, 1000), piece) << "it has been handed on";
+    meaning.pieces.begin(*bodies.find(file));
+    EXPECT_EQ(hashOf(0, 1000), piece) << "it was read again";
+}
+
+TEST_F(LeftOutFile, HasPiecesOfNoOtherPlaceAndLength)
+{
+    EXPECT_NE(hashOf(0, 1000), piece) << "nobody has read it";
+    meaning.pieces.begin(*bodies.find(file));
+    EXPECT_NE(hashOf(1, 1000), piece);
+    EXPECT_NE(hashOf(64, 1000), piece);
+    EXPECT_NE(hashOf(1000, 1000), piece);
+    EXPECT_NE(hashOf(0, 999), piece);
+    EXPECT_NE(hashOf(0, 2000), piece) << "it is known itself";
+    EXPECT_EQ(hashOf(0, 2000), file);
+}
+
+TEST_F(LeftOutFile, GoesOnWhereAnotherWasReadInBetween)
+{
+    const std::string between(64, 'c');
+    ASSERT_TRUE(bodies.addLeftOut(between, 3000));
+    meaning.pieces.begin(*bodies.find(file));
+    EXPECT_EQ(hashOf(0, 1000), piece);
+    meaning.pieces.begin(*bodies.find(between));
+    EXPECT_EQ(hashOf(1000, 1000), piece);
 }
 
 TEST(Agreement, IsThatEverythingTheLibrarySaysStandsInTheRecord)

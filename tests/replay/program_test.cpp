@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "tests/replay/support/record_text.h"
@@ -238,7 +239,7 @@ TEST_F(ReplayProgram, GoesToTheEndOfARecordThatBecameFullInsideACall)
     const Ended got = play(
         RecordText().in("vesta_hbbtv_init", R"({"browser":"browser:1"})").line(R"({"full":true})"));
     EXPECT_EQ(got.code, 0);
-    EXPECT_SAYS(got, "the same, and the record ends here inside:\n");
+    EXPECT_SAYS(got, "the same, and the record is full and ends here inside:\n");
 }
 
 TEST_F(ReplayProgram, LeavesOutWhatIsNoWholeLineAtTheEnd)
@@ -414,6 +415,69 @@ TEST_F(ReplayProgram, KnowsQueriesThatWereLeftOutByTheirFirst)
     EXPECT_SAYS(other, R"(>>"http://a.example/?real=2"<<)");
 }
 
+/// A file of 2000 bytes that is handed on in halves.
+RecordText handsOn(const std::string& how, const std::string& second)
+{
+    const std::string file(64, 'a');
+    const std::string first(64, 'b');
+    RecordText record("\"bodies\"");
+    for (const std::string& half : {first, second})
+        record.line(R"({"body":")" + half + R"(","length":1000})");
+    return record.line(R"({"body":")" + file + R"(","length":2000})")
+        .in(question, R"({"window":null,"url":"hand on )" + how + "\"}")
+        .out("dsmcc_read", R"({"id":null})")
+        .end(R"({"result":0,"bytes":{"length":2000,"sha256":")" + file + "\"}}")
+        .out("ve_protocol_write",
+             R"({"id":null,"bytes":{"length":1000,"sha256":")" + first + "\"}}")
+        .end(R"({"result":0})")
+        .out("ve_protocol_write",
+             R"({"id":null,"bytes":{"length":1000,"sha256":")" + second + "\"}}")
+        .end(R"({"result":0})")
+        .end(R"({"result":true})");
+}
+
+TEST_F(ReplayProgram, NoticesWrongPiecesOfBytesThatWereLeftOut)
+{
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"as they are", 0, "the same"},
+        {"a wrong byte", 3, "difference at step 4 "},
+        {"a wrong offset", 3, "difference at step 4 "},
+        {"a wrong order", 3, "difference at step 3 "},
+        {"the same again", 3, "difference at step 4 "},
+        {"null", 3, "difference at step 4 "},
+    };
+    for (const auto& [how, code, said] : cases) {
+        const Ended got = playSmall(handsOn(how, std::string(64, 'c')));
+        EXPECT_EQ(got.code, code) << how;
+        EXPECT_SAYS(got, said) << how;
+    }
+    const Ended alike = playSmall(handsOn("as they are", std::string(64, 'b')));
+    EXPECT_EQ(alike.code, 0) << "pieces whose bytes were the same: " << alike.output;
+}
+
+TEST_F(ReplayProgram, TellsBytesFromNone)
+{
+    const std::string piece = R"({"id":null,"bytes":{"length":1000,"sha256":)";
+    const std::string file(64, 'a');
+    const auto record = [&](const std::string& how) {
+        return RecordText("\"bodies\"")
+            .line(R"({"body":")" + file + R"(","length":2000})")
+            .line(R"({"body":")" + std::string(64, 'b') + R"(","length":1000})")
+            .in(question, R"({"window":null,"url":"hand on )" + how + "\"}")
+            .out("dsmcc_read", R"({"id":null})")
+            .end(R"({"result":0,"bytes":{"length":2000,"sha256":")" + file + "\"}}")
+            .out("ve_protocol_write", piece + "\"" + std::string(64, 'b') + "\"}}")
+            .end(R"({"result":0})")
+            .out("ve_protocol_write", piece + "null}}")
+            .end(R"({"result":0})")
+            .end(R"({"result":true})");
+    };
+    EXPECT_EQ(playSmall(record("null")).code, 0);
+    const Ended bytes = playSmall(record("as they are"));
+    EXPECT_EQ(bytes.code, 3);
+    EXPECT_SAYS(bytes, R"("sha256":>>null<<)");
+}
+
 // Cannot be played.
 
 TEST_F(ReplayProgram, CannotPlayExceptions)
@@ -510,7 +574,15 @@ TEST_F(ReplayProgram, StopsBeforeAStep)
               "stopped before step 3 (line 5):\n"
               "      3  out  hbbtv_ait_start {}\n"
               "inside:\n"
-              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n");
+              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n"
+              "before it:\n"
+              "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n"
+              "      2  out  hbbtv_keyset_get_supported_values {}\n"
+              "      2  end  hbbtv_keyset_get_supported_values {\"result\":1023}\n");
+    EXPECT_SAYS(play(record, "--until 3 --steps 1"),
+                "before it:\n"
+                "      2  end  hbbtv_keyset_get_supported_values {\"result\":1023}\n");
+    EXPECT_EQ(play(record, "--until 3 --steps 0").output.find("before it"), std::string::npos);
     EXPECT_EQ(play(record, "--until 1").output,
               "stopped before step 1 (line 2):\n"
               "      1  in   vesta_hbbtv_init {\"browser\":\"browser:1\"}\n");
@@ -554,6 +626,72 @@ TEST_F(ReplayProgram, WritesATestOfWhatAgrees)
     EXPECT_EQ(different.code, 3);
     EXPECT_EQ(contentsOf("other.vesta"), "");
     EXPECT_EQ(playSmall(record, "--test t --into '" + folder.file("nowhere") + "'").code, 1);
+}
+
+TEST_F(ReplayProgram, WritesATestOfTheFirstSteps)
+{
+    const RecordText record = RecordText().ask("a").ask("b").ask("no");
+    const std::string into = " --into '" + folder.file("") + "'";
+    const Ended got = playSmall(record, "--until 3 --test first" + into);
+    EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(got, "the same: 2 calls");
+    EXPECT_SAYS(got, ", 2 calls\n");
+    EXPECT_EQ(contentsOf("first.vesta"),
+              R"({"vesta_recording":1,"pointer_bits":64,"left_out":[]}
+{"n":1,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"a"}}
+{"end":1,"gave":{"result":true}}
+{"n":2,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"b"}}
+{"end":2,"gave":{"result":true}}
+)");
+    const Ended none = playSmall(record, "--until 1 --test none" + into);
+    EXPECT_EQ(none.code, 1);
+    EXPECT_SAYS(none, "no call of the library ends before step 1");
+}
+
+TEST_F(ReplayProgram, RefusesWhatIsCutOffWhereItHasToBeWhole)
+{
+    const RecordText whole = RecordText().ask("a");
+    EXPECT_EQ(playSmall(whole, "--whole").code, 0);
+    RecordText cutOff = whole;
+    cutOff.in("vesta_hbbtv_tick").line(R"({"full":true})");
+    EXPECT_EQ(playSmall(cutOff).code, 0);
+    const Ended inside = playSmall(cutOff, "--whole");
+    EXPECT_EQ(inside.code, 4);
+    EXPECT_SAYS(inside, "it is not whole: it ends inside vesta_hbbtv_tick, step 2 (line 4)\n");
+    const Ended torn =
+        run("--whole --library '" VESTA_SMALL_LIBRARY "' " + recordOf(whole, "{\"n\":2,"));
+    EXPECT_EQ(torn.code, 4);
+    EXPECT_SAYS(torn, "it is not whole: line 4, the last one, is no whole line");
+    EXPECT_EQ(torn.output.find("it is left out"), std::string::npos);
+    const Ended crash =
+        playSmall(RecordText().in("vesta_hbbtv_tick").line(R"({"crash":true})"), "--whole");
+    EXPECT_EQ(crash.code, 0) << crash.output;
+}
+
+TEST_F(ReplayProgram, WritesNoTestOfWhatIsCutOffUnlessItCrashed)
+{
+    const RecordText cutOff = RecordText().ask("a").in("vesta_hbbtv_tick");
+    const std::string into = " --into '" + folder.file("") + "'";
+    const Ended refused = playSmall(cutOff, "--test cut" + into);
+    EXPECT_EQ(refused.code, 4);
+    EXPECT_SAYS(refused, "it ends inside vesta_hbbtv_tick, step 2 (line 4)");
+    EXPECT_SAYS(refused, "--until 2 keeps what is before that, --crash a record of a crash");
+    EXPECT_EQ(contentsOf("cut.vesta"), "");
+    EXPECT_EQ(playSmall(cutOff, "--until 2 --test cut" + into).code, 0);
+    EXPECT_NE(contentsOf("cut.vesta"), "");
+    EXPECT_EQ(playSmall(cutOff, "--crash --test crash" + into).code, 0);
+    EXPECT_NE(contentsOf("crash.vesta").find("\"with\":{}}\n{\"crash\":true}\n"),
+              std::string::npos);
+    const Ended kept =
+        run("--whole --library '" VESTA_SMALL_LIBRARY "' '" + folder.file("crash.vesta") + "'");
+    EXPECT_EQ(kept.code, 0) << kept.output;
+    const Ended whole = playSmall(RecordText().ask("a"), "--crash --test whole" + into);
+    EXPECT_EQ(whole.code, 1);
+    EXPECT_SAYS(whole, "this record does not end inside a call");
+    RecordText full = cutOff;
+    const Ended isFull = playSmall(full.line(R"({"full":true})"), "--crash --test full" + into);
+    EXPECT_EQ(isFull.code, 1);
+    EXPECT_SAYS(isFull, "this record ends since it is full");
 }
 
 TEST_F(ReplayProgram, StaysACrashAndSaysWhere)
@@ -603,11 +741,34 @@ TEST_F(ReplayProgram, ShrinksADifferenceToTheCallsThatItTakes)
     record.ask("no").ask("three").ask("no");
     const Ended got = playSmall(record, "--shrink '" + folder.file("least.vesta") + "'");
     EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(
+        got,
+        "difference inside vesta_hbbtv_is_within_boundaries\n"
+        "  the record:  returns from vesta_hbbtv_is_within_boundaries {\"result\":>>true<<}\n"
+        "  the library: returns from vesta_hbbtv_is_within_boundaries {\"result\":>>false<<}\n");
     EXPECT_SAYS(got, ", 1 of 6 calls\n");
     const Ended least =
         run("--library '" VESTA_SMALL_LIBRARY "' '" + folder.file("least.vesta") + "'");
     EXPECT_EQ(least.code, 3);
     EXPECT_SAYS(least, "difference at step 4 (line 3)\n");
+}
+
+TEST_F(ReplayProgram, ShrinksACrashOfTheProgramToTheWayThere)
+{
+    RecordText record;
+    for (int calls = 0; calls < 10; ++calls)
+        record.ask("before " + std::to_string(calls));
+    record.in(question, R"({"window":null,"url":"open"})")
+        .out("ve_open_url", R"({"page":null,"url":"one"})");
+    const Ended got = playSmall(record, "--shrink '" + folder.file("least.vesta") + "'");
+    EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_SAYS(got, "the record ends inside ve_open_url\n{\"page\":null, \"url\":\"one\"}\n");
+    EXPECT_SAYS(got, ", 1 of 11 calls\n");
+    EXPECT_EQ(contentsOf("least.vesta"),
+              R"({"vesta_recording":1,"pointer_bits":64,"left_out":[]}
+{"n":11,"in":"vesta_hbbtv_is_within_boundaries","with":{"window":null,"url":"open"}}
+{"n":12,"out":"ve_open_url","with":{"page":null,"url":"one"}}
+)");
 }
 
 TEST_F(ReplayProgram, HasNothingToShrinkWhereTheReplayAgrees)

@@ -33,6 +33,18 @@ public:
     Call call = {};
 };
 
+TEST(Reader, ReadsHandlesThatTheFirstRecordersDidNotWrite)
+{
+    ReadCall<recorder::HandleNotification> without(
+        R"({"page":null,"event":0,"data":null,"handled":null})");
+    EXPECT_EQ(without.reader.problem(), "");
+    EXPECT_EQ(without.call.browser, nullptr);
+    ReadCall<recorder::GetApplicationId> with(R"({"windowId":1,"reserved":"passed:1"})");
+    EXPECT_EQ(with.reader.problem(), "");
+    EXPECT_NE(with.call.reserved, nullptr);
+    EXPECT_EQ(with.written(), with.members.dump());
+}
+
 TEST(Reader, ReadsWhatTheWriterWrote)
 {
     ReadCall<recorder::SendEvent> section(
@@ -49,7 +61,7 @@ TEST(Reader, ReadsWhatTheWriterWrote)
     EXPECT_EQ(value.written(), value.members.dump());
 
     ReadCall<recorder::HandleNotification> request(
-        R"({"page":"page:1","event":"TAVO_VESTA_EVT_XHR_PERMISSION","url":"a","second_url":null,"permission":2,"handled":-3})");
+        R"({"browser":"browser:1","page":"page:1","event":"TAVO_VESTA_EVT_XHR_PERMISSION","url":"a","second_url":null,"permission":2,"handled":-3})");
     EXPECT_EQ(request.reader.problem(), "");
     EXPECT_EQ(request.written(), request.members.dump());
 
@@ -177,7 +189,8 @@ TEST(Reader, FindsBodiesByTheirHashes)
     const std::string hash = "b5d4045c3f466fa91fe2cc6abe79232a1a57cdf104f7a26e716e0a1e2789df78";
     const std::tuple<std::string, const char*, const char*> cases[] = {
         {R"({"length":3,"sha256":")" + hash + "\"}", "ABC", ""},
-        {R"({"length":3})", nullptr, ""},
+        {R"({"length":3,"sha256":null})", nullptr, ""},
+        {R"({"length":3})", nullptr, ""},  // as null was written at first
         {R"({"length":4,"sha256":")" + hash + "\"}", nullptr,
          "\"bytes\" is a body that the record does not have, or not at this length"},
         {R"({"length":3,"sha256":"00"})", nullptr,

@@ -118,7 +118,7 @@ TEST(Record, MayEndInTheMiddleOfALine)
         const Read got = read(RecordText().tick().text() + rest);
         ASSERT_TRUE(got.record) << got.problem;
         EXPECT_EQ(got.record->lines.size(), 2u);
-        EXPECT_EQ(got.record->remark, "line 4, the last one, is no whole line: it is left out");
+        EXPECT_EQ(got.record->remark, "line 4, the last one, is no whole line");
     }
 }
 
@@ -127,6 +127,18 @@ TEST(Record, MayEndInsideCalls)
     const Read got = read(RecordText().in("vesta_hbbtv_tick").out("dsmcc_start").text());
     ASSERT_TRUE(got.record) << got.problem;
     EXPECT_EQ(got.record->lines.size(), 2u);
+    EXPECT_EQ(got.record->open, (std::vector<size_t>{0, 1}));
+    EXPECT_FALSE(got.record->isOfACrash);
+    EXPECT_EQ(read(RecordText().tick().text()).record->open, std::vector<size_t>());
+}
+
+TEST(Record, SaysThatItIsOfACrash)
+{
+    const Read got = read(RecordText().in("vesta_hbbtv_tick").line(R"({"crash":true})").text());
+    ASSERT_TRUE(got.record) << got.problem;
+    EXPECT_TRUE(got.record->isOfACrash);
+    EXPECT_EQ(read(RecordText().line(R"({"crash":true})").tick().text()).problem,
+              "line 3: the record has ended before this line");
 }
 
 TEST(Record, SkipsKindsOfLinesThatItDoesNotKnow)
@@ -165,6 +177,15 @@ TEST(Record, HasOtherBytesOfThatLengthForBodiesThatWereLeftOut)
     EXPECT_EQ(body->bytes.size(), 1024u);
     EXPECT_NE(body->bytes, got.record->bodies.find(other)->bytes);
     EXPECT_EQ(got.record->bodies.hashOf(body->bytes.data(), body->bytes.size()), one);
+}
+
+TEST(Record, HasBytesForThoseLeftOutThatDifferFromPlaceToPlace)
+{
+    Bodies bodies;
+    ASSERT_TRUE(bodies.addLeftOut(std::string(64, 'a'), 1 << 20));
+    const std::string& bytes = bodies.find(std::string(64, 'a'))->bytes;
+    for (size_t length = 1; length < bytes.size(); length *= 2)
+        EXPECT_NE(bytes.compare(length, 16, bytes, 0, 16), 0) << length;
 }
 
 TEST(Record, KnowsWhetherQueriesWereLeftOut)

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sstream>
+#include <utility>
 
 #include "replay/record_writer.h"
 #include "tests/replay/support/record_text.h"
@@ -49,6 +50,32 @@ TEST(RecordWriter, LeavesOutTimesAndThreadsAlone)
 {"end":3,"threw":true}
 {"end":2,"gave":{"result":"\u00e4\"\u0001"}}
 )");
+}
+
+TEST(RecordWriter, SaysAgainWhatIsOfACrash)
+{
+    const std::string text = R"({"vesta_recording":1,"pointer_bits":64,"left_out":[]}
+{"n":1,"in":"vesta_hbbtv_tick","with":{}}
+{"crash":true}
+)";
+    const Record record = read(text);
+    EXPECT_EQ(written(record, piecesOf(record)), text);
+}
+
+TEST(RecordWriter, TakesWhatIsWholeBeforeAStep)
+{
+    const Record record = read(RecordText()
+                                   .tick()
+                                   .line(R"({"idle":4})")
+                                   .in("vesta_hbbtv_tick")
+                                   .out("dsmcc_start")
+                                   .end()
+                                   .end()
+                                   .text());
+    const std::pair<uint64_t, size_t> cases[] = {{1, 0}, {2, 2}, {3, 2}, {4, 3}, {99, 3}};
+    for (const auto& [step, count] : cases)
+        EXPECT_EQ(piecesBefore(record, step).size(), count) << step;
+    EXPECT_EQ(piecesBefore(read(RecordText().tick().in("vesta_hbbtv_tick").text()), 99).size(), 1u);
 }
 
 TEST(RecordWriter, WritesBodiesOnceAndOnlyThoseThatAreNamed)

@@ -21,19 +21,20 @@ run_recorded() {
         >/dev/null 2>&1 </dev/null || true
 } 2>/dev/null  # where the shell would say that the program crashed
 
-# expect_replay CODE TEXT-IN-THE-OUTPUT WHAT
+# expect_replay CODE TEXT-IN-THE-OUTPUT WHAT [OPTION...]
 expect_replay() {
     local code=0 output
-    output=$("${emulator[@]}" "$replay" --library "$library" "$folder/record" 2>&1) || code=$?
+    output=$("${emulator[@]}" "$replay" --library "$library" "${@:4}" "$folder/record" 2>&1) || code=$?
     if [[ $code -ne $1 || $output != *"$2"* ]]; then
         printf '%s: exit code %s where %s is expected, with "%s":\n%s\n' "$3" "$code" "$1" "$2" "$output"
         status=1
     fi
 }
 
-for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody zaps-once; do
+for story in everything shutdown-from-inside calls-back files another-thread sends-to-nobody many-to-nobody \
+    secrets zaps-once; do
     run_recorded "$story"
-    expect_replay 0 "the same" "$story"
+    expect_replay 0 "the same" "$story" --whole
     run_recorded "$story" VESTA_RECORD_LEAVE_OUT=bodies,queries
     expect_replay 0 "the same" "$story, with much left out"
 done
@@ -45,12 +46,24 @@ grep -q '"state":"begin"' "$folder/record" || {
 }
 expect_replay 0 "the same" "a part of zaps"
 
+run_recorded stays-and-zaps VESTA_RECORD_LIMIT=8K
+grep -q '"state":"begin"' "$folder/record" || {
+    echo "the record does not go on after it was full"
+    status=1
+}
+expect_replay 0 "the same" "what comes after a pause"
+
 run_recorded throws
 expect_replay 4 "threw an exception" throws
 
 run_recorded crashes
 expect_replay 0 '"type":"HBBTV_NOTIFICATION_START_APPLICATION"' crashes
 expect_replay 0 "the record ends here inside:" crashes
+expect_replay 4 "it is not whole: it ends inside" "crashes, cut off" --whole
+expect_replay 4 "a test has to be whole" "crashes, cut off" --test cut-off --into "$folder"
+expect_replay 0 "written: " "crashes, kept" --test crash --into "$folder" --crash
+mv "$folder/crash.vesta" "$folder/record"
+expect_replay 0 "the record ends here inside:" "crashes, as a test" --whole
 run_recorded crashes-inside-the-library
 expect_replay 0 "the record ends here, but the library comes back, inside:" "crashes in the library"
 

@@ -42,6 +42,34 @@ TEST(Shrink, KeepsWhatItTakesAndNothingElse)
     }
 }
 
+/// Whether a part has all of them, or none.
+bool goTogether(const std::set<size_t>& places, const std::set<size_t>& group)
+{
+    const auto count = static_cast<size_t>(std::count_if(
+        group.begin(), group.end(), [&](size_t place) { return places.count(place) > 0; }));
+    return count == 0 || count == group.size();
+}
+
+TEST(Shrink, LeavesOutNeighboursThatGoTogetherWhereverTheyStand)
+{
+    const auto fails = [](const std::vector<Piece>& pieces) {
+        const std::set<size_t> places = placesOf(pieces);
+        return places.count(0) && places.count(99) && goTogether(places, {7, 8, 9}) &&
+               goTogether(places, {13, 14}) && goTogether(places, {33, 34, 35, 36, 37});
+    };
+    EXPECT_EQ(placesOf(shrink(piecesUpTo(100), fails)), (std::set<size_t>{0, 99}));
+}
+
+TEST(Shrink, LeavesOutPairsThatGoTogether)
+{
+    const auto fails = [](const std::vector<Piece>& pieces) {
+        const std::set<size_t> places = placesOf(pieces);
+        return places.count(9) && places.count(50) && goTogether(places, {7, 60}) &&
+               goTogether(places, {3, 71});
+    };
+    EXPECT_EQ(placesOf(shrink(piecesUpTo(100), fails)), (std::set<size_t>{9, 50}));
+}
+
 TEST(Shrink, KeepsOnePieceAtLeast)
 {
     const auto always = [](const std::vector<Piece>&) { return true; };
@@ -72,8 +100,13 @@ TEST(AnotherProcess, TellsHowItFailed)
         progress->signature[0] = 'x';
         _exit(exitDifferent);
     });
-    EXPECT_EQ(trial.failure, "difference x");
+    EXPECT_EQ(trial.failure, "difference inside x");
     EXPECT_EQ(trial.line, 7u);
+    EXPECT_EQ(tryInAnotherProcess([] {
+                  progress->signature[0] = 'x';
+                  _exit(exitSame);
+              }).failure,
+              "the record ends inside x");
     EXPECT_EQ(tryInAnotherProcess([] {
                   progress->code = exitUnreadable;
                   _exit(exitUnreadable);

@@ -1,5 +1,7 @@
 // Why loads, files, keys, requests and natives come to nothing.
 
+#include <functional>
+
 #include "integration/key_set.h"
 #include "tests/stories/reasons_fixture.h"
 
@@ -35,6 +37,27 @@ protected:
         vesta_hbbtv_key_input(browser().window(windowId), &event);
     }
 
+    static void startURL(Window* shown)
+    {
+        send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(shown, page));
+        tickAll();
+    }
+
+    /// Its browser window is still there, and shows nothing any more.
+    void whileItEnds(const std::function<void()>& check)
+    {
+        bool isChecked = false;
+        listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] =
+            [&](HBBTV_NotificationData*) {
+                check();
+                isChecked = true;
+            };
+        send(E_TERMINATE_APPLICATION, windowRecord(window()));
+        tickAll();
+        listener().onNotification.clear();
+        EXPECT_TRUE(isChecked);
+    }
+
     void begin(const AITEntry& entry)
     {
         startApplication(entry);
@@ -49,7 +72,8 @@ TEST_F(CallReasons, LoadsOfNoDVBURLOrOfNoApplication)
     beginFromCarousel();
     startLoading(page);
     expectReason(HBBTV_REASON_LOAD_NOT_DVB, "1.1", 0, 0, page);
-    running()->setBroadcastRelated(false);
+    native_AppManNotifySetChannelCalled(1, "dvb://1.2.3.4/i.html", nullptr);
+    ASSERT_FALSE(running()->isBroadcastRelated());
     startLoading("dvb://1.2.3.4/a");
     expectReason(HBBTV_REASON_LOAD_NOT_RELATED, "1.1", 0, 0, "dvb://1.2.3.4/a");
 }
@@ -57,9 +81,10 @@ TEST_F(CallReasons, LoadsOfNoDVBURLOrOfNoApplication)
 TEST_F(CallReasons, LoadsOfAWindowThatShowsNoApplication)
 {
     beginFromCarousel();
-    window()->unregisterApplication(running());
-    startLoading("dvb://1.2.3.4/a");
-    expectReason(HBBTV_REASON_LOAD_NO_APPLICATION, "0.0", 0, 0, "dvb://1.2.3.4/a");
+    whileItEnds([this] {
+        startLoading("dvb://1.2.3.4/a");
+        expectReason(HBBTV_REASON_LOAD_NO_APPLICATION, "0.0", 0, 0, "dvb://1.2.3.4/a");
+    });
 }
 
 TEST_F(CallReasons, FilesThatThePlatformRefusesOrCannotRead)
@@ -96,7 +121,8 @@ TEST_F(CallReasons, Keys)
     press(TAVO_KEY_DOWN, TAVO_VK_RED, 7);
     expectReason(HBBTV_REASON_KEY_NO_APPLICATION, "0.0", 0, TAVO_VK_RED);
     begin(httpApplication(1, 1));
-    running()->getKeySet()->setValue(KeySet::GREEN);
+    double granted = 0;
+    native_KeySetSetValue(askForIdOf(running()), KeySet::GREEN, &granted);
     press(TAVO_KEY_DOWN, static_cast<TAVO_VIRTUAL_KEY>(1));
     expectReason(HBBTV_REASON_KEY_NOT_FOR_APPLICATIONS, "1.1", 0, 1);
     press(TAVO_KEY_DOWN, TAVO_VK_RED);
@@ -114,9 +140,8 @@ TEST_F(CallReasons, AKeySetThatIsCut)
     vesta_hbbtv_shutdown();
     vesta_hbbtv_init(browser().handle());
     Window* const shown = createWindow("shown");
-    shown->startBroadcastIndependentApplication(HbbTVURL(page));
     vesta_hbbtv_add_notification_listener(RecordingListener::listen);
-    tickAll();
+    startURL(shown);
     double granted = 0;
     native_KeySetSetValue(askForIdOf(shown->getRunningApplication()), 0x13, &granted);
     expectReason(HBBTV_REASON_KEYS_CUT, "0.0", 0x13, 0x11);
@@ -132,9 +157,10 @@ TEST_F(CallReasons, Requests)
     listener().xhrPermission = HBBTV_XHR_DENY;
     request("http://a.example/data");
     expectReason(HBBTV_REASON_REQUEST_DENIED, "1.1", 0, 0, "http://a.example/data");
-    window()->unregisterApplication(running());
-    request(page);
-    expectReason(HBBTV_REASON_REQUEST_NO_APPLICATION, "0.0", 0, 0, page);
+    whileItEnds([this] {
+        request(page);
+        expectReason(HBBTV_REASON_REQUEST_NO_APPLICATION, "0.0", 0, 0, page);
+    });
 }
 
 TEST_F(CallReasons, NativesWithoutAPlaceForTheAnswer)
@@ -178,8 +204,7 @@ TEST_F(CallReasons, NativesOfNobody)
 
 TEST_F(CallReasons, NativesOfAnApplicationWithoutEntryOrChannel)
 {
-    window()->startBroadcastIndependentApplication(HbbTVURL(page));
-    tickAll();
+    startURL(window());
     native_BroadcastAddStreamEventListener("e", nullptr, nullptr, nullptr, nullptr, 1);
     expectReason(HBBTV_REASON_NATIVE_NO_ENTRY);
     void* channel = nullptr;
@@ -209,8 +234,7 @@ TEST_F(CallReasons, NativesWithoutABrowser)
     native_BroadcastAddStreamEventListener("e", nullptr, nullptr, nullptr, nullptr, 1);
     expectReason(HBBTV_REASON_NATIVE_NO_BROWSER);
     Window* const shown = createWindow("shown");
-    shown->startBroadcastIndependentApplication(HbbTVURL(page));
-    tickAll();
+    startURL(shown);
     long windowId = 0;
     native_AppManGetWindowOfApplication(askForIdOf(shown->getRunningApplication()), &windowId);
     expectReason(HBBTV_REASON_NATIVE_NO_BROWSER);

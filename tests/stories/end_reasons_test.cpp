@@ -18,6 +18,12 @@ protected:
         forgetReasons();
     }
 
+    void startURL()
+    {
+        send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(window(), page));
+        tickAll();
+    }
+
     static AITSection next() { return AITSection().version(1); }
 
     /// An application of an XML AIT runs.
@@ -54,8 +60,7 @@ TEST_F(EndReasons, ItIsBoundToItsService)
 
 TEST_F(EndReasons, NoTableStartedIt)
 {
-    window()->startBroadcastIndependentApplication(HbbTVURL(page));
-    tickAll();
+    startURL();
     forgetReasons();
     tune(next());
     expectReason(HBBTV_REASON_END_WITHOUT_ENTRY);
@@ -64,8 +69,7 @@ TEST_F(EndReasons, NoTableStartedIt)
 TEST_F(EndReasons, AnotherOneTakesItsPlace)
 {
     begin(httpApplication(1, 1));
-    window()->startBroadcastIndependentApplication(HbbTVURL(page));
-    tickAll();
+    startURL();
     expectReason(HBBTV_REASON_END_REPLACED, "1.1");
 }
 
@@ -240,7 +244,7 @@ TEST_F(EndReasons, TheServiceHasNoTableAnyMore)
 TEST_F(EndReasons, TheServiceIsTimeShifted)
 {
     begin(httpApplication(1, 1));
-    window()->setTimeShifted(true);
+    vesta_hbbtv_set_time_shifted(window(), 1);
     expectReason(HBBTV_REASON_END_TIME_SHIFT, "1.1");
 }
 

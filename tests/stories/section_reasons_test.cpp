@@ -15,6 +15,16 @@ protected:
     /// A table whose entry is these bytes.
     void tuneToEntry(const Bytes& bytes) { tune(AITSection().version(1).add(bytes)); }
 
+    /// A listener does so when it hears of the next table.
+    static void putANewerTableInForceMeanwhile()
+    {
+        listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [](HBBTV_NotificationData*) {
+            listener().onNotification.clear();
+            sendAIT(table(9));
+            vesta_hbbtv_tick();
+        };
+    }
+
     /// Where the first entry stands in a section without common descriptors.
     static constexpr uint32_t firstEntry = 12;
 };
@@ -126,20 +136,14 @@ TEST_F(SectionReasons, TheVersionIsInForce)
 
 TEST_F(SectionReasons, AListenerPutANewerTableInForce)
 {
-    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [this](HBBTV_NotificationData*) {
-        listener().onNotification.clear();
-        window()->setAIT(broadcastTable(table(9)));
-    };
+    putANewerTableInForceMeanwhile();
     tune(table(3));
     expectReason(HBBTV_REASON_TABLE_SUPERSEDED, "0.0", 0, 3);
 }
 
 TEST_F(SectionReasons, AnXMLTableThatIsOvertakenOrLateIsSaid)
 {
-    listener().onNotification[HBBTV_NOTIFICATION_AIT_UPDATE] = [this](HBBTV_NotificationData*) {
-        listener().onNotification.clear();
-        window()->setAIT(broadcastTable(table(9)));
-    };
+    putANewerTableInForceMeanwhile();
     sendXMLAIT({entry()});
     tickAll();
     expectReason(HBBTV_REASON_TABLE_SUPERSEDED);

@@ -122,7 +122,7 @@ TEST_F(StartReasons, NoLocation)
 
 TEST_F(StartReasons, TheServiceIsTimeShifted)
 {
-    window()->setTimeShifted(true);
+    vesta_hbbtv_set_time_shifted(window(), 1);
     startEntry(httpApplication(1, 1));
     expectReason(HBBTV_REASON_START_TIME_SHIFT, "1.1");
 }
@@ -168,11 +168,11 @@ TEST_F(StartReasons, TheWindowIsClosing)
 
 TEST_F(StartReasons, AnotherTableCameWhileItWasAskedFor)
 {
-    listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] =
-        [this](HBBTV_NotificationData*) {
-            listener().onNotification.clear();
-            window()->setAIT(broadcastTable(AITSection().version(9)));
-        };
+    listener().onNotification[HBBTV_NOTIFICATION_START_APPLICATION] = [](HBBTV_NotificationData*) {
+        listener().onNotification.clear();
+        sendAIT(AITSection().version(9));
+        vesta_hbbtv_tick();
+    };
     tune(AITSection().add(httpApplication(1, 1)));
     expectReason(HBBTV_REASON_START_TABLE_CHANGED, "1.1");
 }
@@ -186,9 +186,8 @@ TEST_F(StartReasons, NobodyGaveABrowserWindow)
 
 TEST_F(StartReasons, AnotherOneWasStartedAfterIt)
 {
-    window()->startBroadcastIndependentApplication(HbbTVURL("http://a.example/first"));
-    window()->startBroadcastIndependentApplication(HbbTVURL(page));
-    tickAll();
+    send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(window(), "http://a.example/first"));
+    startURL(page);
     expectReason(HBBTV_REASON_START_SUPERSEDED);
 }
 

@@ -58,15 +58,18 @@ TEST_F(WindowsAndTicksStory, TwoWindowsDoNotConcernEachOther)
 TEST_F(WindowsAndTicksStory, AScriptThatTunesInAnotherWindowTakesTheBroadcastThere)
 {
     Window* const other = createWindow("B");
-    startApplication(httpApplication(1, 2));
-    other->setAIT(broadcastTable(AITSection().add(httpApplication(3, 4, "other"))));
-    other->activateAIT();
+    // An application of the broadcast runs there, which was there before.
+    vesta_hbbtv_set_broadcast_window(other);
+    sendAIT(AITSection().add(httpApplication(3, 4, "other")));
     tickAll();
-    forgetJournal();
+    vesta_hbbtv_set_broadcast_window(window());
+    send(E_CHANNEL_CHANGE);
+    tickAll();
+    startApplication(httpApplication(1, 2));
     char channel = 0;
-    native_AppManNotifySetChannelCalled(2, "http://a.example/", &channel);
+    native_AppManNotifySetChannelCalled(1, "http://a.example/", &channel);
     EXPECT_EQ(journal(), Lines({"STOP 1.2 related reactivate=0 http://a.example/index.html @A",
-                                "RELEASE w1"}));
+                                "RELEASE w2"}));
     EXPECT_EQ(vesta_hbbtv_get_broadcast_window(), other);
     sendAIT(AITSection().version(1).add(httpApplication(3, 4, "other")));
     tickAll();
@@ -76,18 +79,18 @@ TEST_F(WindowsAndTicksStory, AScriptThatTunesInAnotherWindowTakesTheBroadcastThe
 TEST_F(WindowsAndTicksStory, EventsOfReleasedWindowsFindNothing)
 {
     Window* const other = createWindow("B");
-    other->startBroadcastIndependentApplication(HbbTVURL("http://b.example/"));
+    send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(other, "http://b.example/"));
     tickAll();
-    forgetJournal();
     void* const application = askForIdOf(other->getRunningApplication());
     finishLoading(1);
+    send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(other, "http://d.example/"));
+    EXPECT_TRUE(vesta_hbbtv_tick());  // its start is queued
     native_ApplicationHide(application);
     native_ApplicationDestroyApplication(application);
     send(E_START_APPLICATION, startRecord(other, 1, 2));
     send(E_START_BROADCAST_INDEPENDENT_APPLICATION, urlRecord(other, "http://c.example/"));
     send(E_TERMINATE_APPLICATION, windowRecord(other));
     sendXMLAIT({httpApplication(5, 6)}, other);
-    other->startBroadcastIndependentApplication(HbbTVURL("http://d.example/"));
     forgetJournal();
     vesta_hbbtv_release_window(other);
     EXPECT_EQ(journal(),

@@ -1,14 +1,13 @@
 #include "tests/support/library_test.h"
 
 #include "foundation/configuration_manager.h"
-#include "foundation/threadsafe_event_queue.h"
-#include "integration/application_events.h"
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
 #include "lifecycle/window_manager.h"
 #include "signalling/ait.h"
 #include "tests/support/counted_memory.h"
+#include "tests/support/xml_tables.h"
 
 using namespace VestaHbbTV;
 
@@ -150,8 +149,7 @@ ref_ptr<AIT> LibraryTest::xmlTable(const std::vector<AITEntry>& entries)
 
 void LibraryTest::sendXMLAIT(const std::vector<AITEntry>& entries, Window* window)
 {
-    ConfigurationManager::getInstance()->getEventQueue()->add(
-        new TAVOAITEvent(window ? window : window_, xmlTable(entries)));
+    queueXMLTable(window ? window : window_, xmlTable(entries));
 }
 
 void LibraryTest::send(HBBTV_EventType type, HBBTV_EventData* data)

@@ -24,6 +24,7 @@ public:
     {
         return std::string(member) + " " + std::string(url);
     }
+    std::string textFor(const char*, std::string_view text) override { return std::string(text); }
 };
 
 /// The object that `write` writes.
@@ -95,13 +96,13 @@ TEST(Writer, WritesASectionUpToItsOwnLength)
               R"({"section":"74f002abcd","none":null})");
 }
 
-TEST(Writer, WritesTheHashOfBytes)
+TEST(Writer, WritesTheHashOfBytesAndThatThereAreNone)
 {
     EXPECT_EQ(textOf([](Writer& fields) {
                   fields.body("bytes", "abc", 2u);
                   fields.body("lent", nullptr, 5u);
               }),
-              R"({"bytes":{"length":2,"sha256":"hash of ab"},"lent":{"length":5}})");
+              R"({"bytes":{"length":2,"sha256":"hash of ab"},"lent":{"length":5,"sha256":null}})");
 }
 
 TEST(Writer, WritesOnlyTheLackOfRoomAndOfRecords)

@@ -20,6 +20,26 @@ void crash()
     raise(SIGSEGV);
 }
 
+/// Reads a file and hands it on in two pieces of the same size. @param how what becomes of them
+void handOn(const std::string& how)
+{
+    char* buffer = nullptr;
+    unsigned int length = 0;
+    dsmcc_read(nullptr, &buffer, &length);
+    std::string file(buffer, length);
+    const unsigned int half = length / 2;
+    if (how == "a wrong byte")
+        file[half + 1] = static_cast<char>(file[half + 1] + 1);
+    const bool isSwapped = how == "a wrong order";
+    ve_protocol_write(nullptr, file.data() + (isSwapped ? half : 0), half);
+    const char* second = file.data() + (isSwapped ? 0 : half);
+    if (how == "a wrong offset")
+        second--;
+    if (how == "the same again")
+        second -= half;
+    ve_protocol_write(nullptr, how == "null" ? nullptr : second, half);
+}
+
 }  // namespace
 
 void vesta_hbbtv_init(TAVO_Vesta*)
@@ -66,6 +86,8 @@ bool vesta_hbbtv_is_within_boundaries(void*, const char* url)
         ve_open_url(nullptr, "one");
     if (what == "free a window")
         ve_clear_history(reinterpret_cast<TAVO_VestaWindow*>(&isArmed));
+    if (what.rfind("hand on ", 0) == 0)
+        handOn(what.substr(8));
     return what != "no";
 }
 

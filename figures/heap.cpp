@@ -1,0 +1,176 @@
+// What the library keeps on the heap, and what it allocates where it runs often, a line each:
+// "name: bytes allocations". Bytes are what the work leaves in use, with what the allocator needs
+// for it; allocations are how many blocks were asked for on the way.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <malloc.h>
+#include <string>
+#include <vector>
+
+#include "vesta_hbbtv_appman.h"
+
+#include "tests/support/fake_browser.h"
+#include "tests/support/fake_platform.h"
+#include "tests/support/section_builder.h"
+
+namespace {
+
+uint64_t allocations = 0;
+
+}  // namespace
+
+extern "C" void* __libc_malloc(size_t size);
+
+extern "C" void* malloc(size_t size)
+{
+    ++allocations;
+    return __libc_malloc(size);
+}
+
+namespace {
+
+using namespace VestaHbbTV;
+using namespace vesta::test;
+
+HBBTV_STATUS giveWindows(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
+        *data->window.tavoWindow = FakeBrowser::instance().window(1);
+        data->window.success = 1;
+    }
+    return HBBTV_STATUS_OK;
+}
+
+void tickAll()
+{
+    while (vesta_hbbtv_tick())
+        continue;
+}
+
+/// Prints what the work left on the heap, with what the allocator needs for it, and how many
+/// blocks it asked for.
+template <typename Work>
+void measure(const std::string& name, const Work& work)
+{
+    const struct mallinfo2 before = ::mallinfo2();
+    const uint64_t allocationsBefore = allocations;
+    work();
+    const uint64_t asked = allocations - allocationsBefore;
+    const struct mallinfo2 after = ::mallinfo2();
+    const auto inUse = [](const struct mallinfo2& info) {
+        return static_cast<long long>(info.uordblks + info.hblkhd);
+    };
+    std::printf("%s: %lld %llu\n", name.c_str(), inUse(after) - inUse(before),
+                static_cast<unsigned long long>(asked));
+}
+
+void send(const Bytes& section)
+{
+    auto* const record = static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_EventData)));
+    record->ait.section = static_cast<unsigned char*>(std::malloc(section.size()));
+    std::memcpy(record->ait.section, section.data(), section.size());
+    vesta_hbbtv_send_event(E_AIT_SECTION, record);
+}
+
+/// A table of PRESENT applications, as many as a section holds in each.
+std::vector<Bytes> tableOf(unsigned int applications)
+{
+    const unsigned int inSection = 10;
+    const uint8_t last = static_cast<uint8_t>((applications - 1) / inSection);
+    std::vector<Bytes> sections;
+    for (unsigned int first = 0; first < applications; first += inSection) {
+        AITSection section;
+        section.version(1).number(static_cast<uint8_t>(first / inSection), last);
+        for (unsigned int each = first; each < std::min(first + inSection, applications); ++each) {
+            section.add(AITEntry(1, static_cast<uint16_t>(each + 1))
+                            .controlCode(2)
+                            .http(1, "http://a.example/application/")
+                            .location("index.html"));
+        }
+        sections.push_back(section.bytes());
+    }
+    return sections;
+}
+
+class Library {
+public:
+    Library()
+    {
+        vesta_hbbtv_init(FakeBrowser::instance().handle());
+        vesta_hbbtv_add_notification_listener(giveWindows);
+        window_ = vesta_hbbtv_create_window();
+        vesta_hbbtv_set_broadcast_window(window_);
+    }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+    ~Library() { vesta_hbbtv_shutdown(); }
+
+    /// Without the event's record, which is the sender's to allocate.
+    void receive(const std::vector<Bytes>& table) const
+    {
+        for (const Bytes& section : table)
+            send(section);
+        tickAll();
+    }
+
+    void start(unsigned short applicationId) const
+    {
+        auto* const record = static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_EventData)));
+        record->start.window = window_;
+        record->start.organisationId = 1;
+        record->start.applicationId = applicationId;
+        vesta_hbbtv_send_event(E_START_APPLICATION, record);
+        tickAll();
+    }
+
+private:
+    void* window_ = nullptr;
+};
+
+void measureTables()
+{
+    for (const unsigned int applications : {1U, 10U, 100U}) {
+        const std::vector<Bytes> table = tableOf(applications);
+        const Library library;
+        measure("table of " + std::to_string(applications) + " applications",
+                [&] { library.receive(table); });
+    }
+}
+
+void measureRunning()
+{
+    const std::vector<Bytes> table = tableOf(1);
+    const Library library;
+    library.receive(table);
+    measure("an application that runs", [&] { library.start(1); });
+    measure("a tick without an event", [] { vesta_hbbtv_tick(); });
+    measure("an event without a record and its tick", [] {
+        vesta_hbbtv_send_event(E_HTTP_AVAILABLE, nullptr);
+        vesta_hbbtv_tick();
+    });
+    measure("a key that is not for the application", [] {
+        TAVO_KeyboardEvent event = {TAVO_KEY_DOWN, TAVO_VK_RED};
+        vesta_hbbtv_key_input(FakeBrowser::instance().window(1), &event);
+    });
+    measure("a repeated section, its record and its tick", [&] { library.receive(table); });
+}
+
+}  // namespace
+
+int main()
+{
+    FakeBrowser::instance().reset();
+    FakePlatform::instance().reset();
+    FakeBrowser::instance().journalling = FakePlatform::instance().journalling = false;
+    {
+        const Library first;  // what is made once and stays, of the C library too
+    }
+    measure("the library with a window and a listener", [] { new Library; });
+    vesta_hbbtv_shutdown();
+    measureTables();
+    measureRunning();
+}

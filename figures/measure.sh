@@ -1,0 +1,274 @@
+#!/usr/bin/env bash
+# Measures what docs/figures.md says.
+#   figures/measure.sh            everything, into docs/figures.md
+#   figures/measure.sh --check    sizes and allocations alone, against figures/limits.txt
+#   figures/measure.sh --limits   the same, into figures/limits.txt, with a little room
+# Where a target's compiler is missing its figures are left out, and said to be. The build trees are
+# build/figures/<target>-<options>; coverage and fuzzing are those of the last ./dev coverage and ./dev fuzz.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+export LC_ALL=C
+readonly trees=build/figures limits=figures/limits.txt page=docs/figures.md
+readonly targets=(x86-64 i386 armhf aarch64)
+
+say() {
+    printf '== %s\n' "$*" >&2
+}
+
+# prepare TARGET: sets compiler, tools (the prefix of the binutils) and configuration.
+prepare() {
+    tools=
+    case $1 in
+    x86-64) compiler=g++ configuration=(-DCMAKE_CXX_COMPILER=g++) ;;
+    i386) compiler="g++ -m32" configuration=(-DCMAKE_CXX_COMPILER=g++ -DVESTA_32BIT=ON) ;;
+    armhf)
+        tools=arm-linux-gnueabihf- compiler=arm-linux-gnueabihf-g++
+        configuration=(-DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake)
+        ;;
+    aarch64)
+        tools=aarch64-linux-gnu- compiler=aarch64-linux-gnu-g++
+        configuration=(-DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake)
+        ;;
+    esac
+}
+
+can_compile() {
+    printf '#include <string>\nint main() { return 0; }\n' |
+        $compiler -x c++ - -o /dev/null 2>/dev/null
+}
+
+# build_library TARGET LEVEL LTO: prints the library's path.
+build_library() {
+    local tree="$trees/$1-$2-$3"
+    cmake -S . -B "$tree" -Wno-dev "${configuration[@]}" -DCMAKE_BUILD_TYPE=Release \
+        "-DCMAKE_CXX_FLAGS_RELEASE=-$2 -DNDEBUG" -DVESTA_LTO="$3" -DVESTA_BUILD_TESTS=OFF \
+        -DVESTA_BUILD_KIT=OFF -DVESTA_BUILD_RECEIVER=OFF -DVESTA_BUILD_STATION=OFF \
+        -DVESTA_BUILD_REPLAY=OFF >"$tree.log" 2>&1 &&
+        cmake --build "$tree" --parallel "${JOBS:-$(nproc)}" --target vesta_hbbtv_appman \
+            >>"$tree.log" 2>&1 || {
+        cat "$tree.log" >&2
+        return 1
+    }
+    printf '%s/libvesta_hbbtv_appman.so' "$tree"
+}
+
+# Lines "size TARGET LEVEL LTO TEXT DATA BSS EXPORTS".
+measure_sizes() {
+    local target level lto library
+    for target in "${targets[@]}"; do
+        prepare "$target"
+        can_compile || { say "no compiler for $target"; continue; }
+        for lto in OFF ON; do
+            # What flash costs is asked for receivers.
+            [[ $lto == OFF || $target == armhf ]] || continue
+            for level in O2 Os; do
+                say "$target -$level, link-time optimisation $lto"
+                library=$(build_library "$target" "$level" "$lto")
+                printf 'size %s %s %s %s %s\n' "$target" "$level" "$lto" \
+                    "$("${tools}size" "$library" | awk 'NR == 2 { print $1, $2, $3 }')" \
+                    "$("${tools}nm" -D --defined-only "$library" | wc -l)"
+            done
+        done
+    done
+}
+
+# Lines "heap TARGET BYTES ALLOCATIONS WHAT". Under an emulator the numbers are the same.
+measure_heap() {
+    local target program
+    for target in x86-64 i386; do
+        prepare "$target"
+        can_compile || continue
+        say "$target heap"
+        program="$trees/heap-$target"
+        # The fakes of the tests play browser and platform.
+        $compiler -std=c++17 -O2 -Iinclude -I. figures/heap.cpp tests/support/fake_*.cpp \
+            tests/support/section_builder.cpp tests/support/counted_memory.cpp \
+            {foundation,signalling,security,lifecycle,integration}/*.cpp oipf/*/*.cpp \
+            -pthread -o "$program"
+        "$program" | sed -E "s/^(.*): ([-0-9]+) ([0-9]+)$/heap $target \2 \3 \1/"
+    done
+}
+
+measure_what_is_limited() {
+    mkdir -p "$trees"
+    measure_sizes
+    measure_heap
+}
+
+# Two per cent of room for text, so that a compiler's update is no alarm; none for allocations.
+write_limits() {
+    {
+        echo "# What ./dev figures --check holds the library to: text of the shared library in bytes, and"
+        echo "# bytes and allocations on the heap. Written by figures/measure.sh --limits."
+        measure_what_is_limited | awk '
+            $1 == "size" { printf "size %s %s %s %d\n", $2, $3, $4, $5 * 1.02 }
+            $1 == "heap" { print }'
+    } >"$trees/limits"
+    mv "$trees/limits" "$limits"
+}
+
+check() {
+    measure_what_is_limited >"$trees/measured"
+    awk '
+        FNR == NR && $1 == "size" { limit[$2, $3, $4] = $5 }
+        FNR == NR && $1 == "heap" { what = $2; for (i = 5; i <= NF; ++i) what = what " " $i
+                                    bytes[what] = $3; blocks[what] = $4 }
+        FNR == NR { next }
+        $1 == "size" && !(($2, $3, $4) in limit) { print "no limit for " $0; failed = 1 }
+        $1 == "size" && $5 > limit[$2, $3, $4] {
+            print $2 " -" $3 " (link-time optimisation " $4 "): text of " $5 " bytes, the limit is " limit[$2, $3, $4]
+            failed = 1
+        }
+        $1 == "heap" {
+            what = $2; for (i = 5; i <= NF; ++i) what = what " " $i
+            if (!(what in bytes)) { print "no limit for " $0; failed = 1 }
+            else if ($3 > bytes[what] || $4 > blocks[what]) {
+                print what ": " $3 " bytes, " $4 " allocations; the limits are " bytes[what] " and " blocks[what]
+                failed = 1
+            }
+        }
+        END { exit failed }' "$limits" "$trees/measured"
+}
+
+print_sizes() {
+    echo "| Processor | Options | Text | Data | Zeroed | Exported names |"
+    echo "|---|---|---:|---:|---:|---:|"
+    awk '$1 == "size" {
+        printf "| %s | -%s%s | %.1f KiB | %d bytes | %d bytes | %d |\n", $2, $3, $4 == "ON" ? ", link-time optimisation" : "", $5 / 1024, $6, $7, $8
+    }' "$1"
+}
+
+print_heap() {
+    echo "| What | x86-64: bytes | allocations | i386: bytes | allocations |"
+    echo "|---|---:|---:|---:|---:|"
+    awk '$1 == "heap" {
+        what = $5; for (i = 6; i <= NF; ++i) what = what " " $i
+        if (!(what in known)) order[++count] = what
+        known[what] = 1; bytes[what, $2] = $3; blocks[what, $2] = $4
+    }
+    END { for (i = 1; i <= count; ++i) { w = order[i]
+        printf "| %s | %s | %s | %s | %s |\n", w, bytes[w, "x86-64"], blocks[w, "x86-64"], bytes[w, "i386"], blocks[w, "i386"] } }' "$1"
+}
+
+# figures/ratios.txt: program, benchmark, its peer, what that says.
+print_ratios() {
+    local program ours peer text result
+    echo "| What | Peer | Ratio |"
+    echo "|---|---|---:|"
+    grep -v '^#' figures/ratios.txt | while IFS='|' read -r program ours peer text; do
+        [[ -x build/bench/benchmarks/$program ]] || continue
+        say "$program $ours"
+        result=$(OPENSSL_ia32cap="${OPENSSL_ia32cap:-~0x1000020000000000:~0x20000128}" \
+            "build/bench/benchmarks/$program" --benchmark_filter="^($ours|$peer)\$" --benchmark_format=csv \
+            --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true \
+            --benchmark_report_aggregates_only=true 2>/dev/null |
+            awk -F, -v ours="\"${ours}_median\"" -v peer="\"${peer}_median\"" '
+                $1 == ours { a = $4 } $1 == peer { b = $4 } END { if (a && b) printf "%.2f", a / b }')
+        [[ -z $result ]] || printf '| %s | %s |\n' "$text" "$result"
+    done
+}
+
+print_coverage() {
+    if [[ -r build/coverage/summary.txt ]]; then
+        sed -nE 's/^(lines|branches): ([0-9.]+%).*/- \1 of the library: \2/p' build/coverage/summary.txt
+    else
+        echo "- not measured: \`./dev coverage\` does"
+    fi
+}
+
+print_tests() {
+    local preset count
+    for preset in release m32 arm arm64; do
+        [[ -r build/$preset/CTestTestfile.cmake ]] || continue
+        count=$(ctest --test-dir "build/$preset" -N | sed -nE 's/^Total Tests: //p')
+        echo "- \`build/$preset\`: $count"
+    done
+}
+
+print_fuzzing() {
+    local log found=
+    for log in build/fuzz/found/*/log; do
+        [[ -r $log ]] || continue
+        found=1
+        printf -- '- %s: %s executions\n' "$(basename "$(dirname "$log")")" \
+            "$(sed -nE 's/^stat::number_of_executed_units: +//p' "$log")"
+    done
+    [[ -n $found ]] || echo "- no run is kept here: \`./dev fuzz 30\` makes one"
+}
+
+write_page() {
+    measure_what_is_limited >"$trees/measured"
+    {
+        echo "# Figures"
+        echo
+        echo "Measured by \`./dev figures\` with $(g++ --version | sed -n 1p), GNU binutils $(ld --version | sed -nE '1s/.* //p'). Times are"
+        echo "ratios from one run: machines differ, and so do their moods."
+        echo
+        echo "## The shared library"
+        echo
+        print_sizes "$trees/measured"
+        echo
+        echo "## Heap"
+        echo
+        echo "What the work leaves in use, with what the allocator needs for it, and how many blocks were asked"
+        echo "for on the way. An event's record is its sender's, and counts with the event."
+        echo
+        print_heap "$trees/measured"
+        echo
+        echo "## Speed"
+        echo
+        echo "Processor time, as a multiple of the peer's; less is faster."
+        echo
+        print_ratios
+        echo
+        echo "## Tests"
+        echo
+        print_tests
+        echo
+        echo "## Coverage"
+        echo
+        print_coverage
+        echo
+        echo "## Fuzzing"
+        echo
+        echo "The last run of each target:"
+        echo
+        print_fuzzing
+    } >"$trees/page"
+    mv "$trees/page" "$page"
+    write_readme
+}
+
+# The README's table, between its marks.
+print_summary() {
+    echo "| | |"
+    echo "|---|---|"
+    awk '$1 == "size" && $2 == "armhf" && $4 == "OFF" { text[$3] = $5 / 1024 }
+        END { if (text["O2"]) printf "| The library on armhf | %.0f KiB of text with -O2, %.0f KiB with -Os |\n", text["O2"], text["Os"] }' "$trees/measured"
+    awk '$1 == "heap" && $2 == "i386" && /table of 10 applications/ { printf "| Heap of a table of 10 applications | %.1f KiB on 32 bits |\n", $3 / 1024 }
+        $1 == "heap" && $2 == "i386" && /tick without/ { printf "| A tick without an event | %s allocations |\n", $4 }' "$trees/measured"
+    sed -nE '/^## Speed/,/^## /s/^\| ([^|]*(section of an AIT|line of the log)[^|]*) \| ([^|]*) \| ([0-9.]+) \|$/| \1 | \4 times the time of \3 |/p' "$page"
+    sed -nE 's/^- `build\/release`: ([0-9]+)$/| Tests | \1 |/p' "$page"
+    sed -nE 's/^- (lines|branches) of the library: (.*)$/| Coverage, \1 | \2 |/p' "$page"
+    echo
+    echo "[All figures](docs/figures.md) are measured by \`./dev figures\`."
+}
+
+write_readme() {
+    {
+        sed '/<!-- figures: begin -->/q' README.md
+        print_summary
+        sed -n '/<!-- figures: end -->/,$p' README.md
+    } >"$trees/readme"
+    cat "$trees/readme" >README.md
+}
+
+case ${1:-} in
+--check) check ;;
+--limits) write_limits ;;
+"") write_page ;;
+*)
+    echo "figures/measure.sh takes --check, --limits or nothing: $*" >&2
+    exit 2
+    ;;
+esac
