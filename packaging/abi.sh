@@ -72,19 +72,24 @@ accept() {
     echo "$3: written"
 }
 
+# change COPY FILE SED-COMMAND
+change() {
+    sed -i "$3" "$1/sources/$2"
+    ! cmp -s "$1/sources/$2" "$2" || { echo "$2 has nothing that $3 would change" >&2; exit 1; }
+}
+
 # A copy of the sources with three changes, each of a kind that the gate is there for.
 make_changed_copy() {
     local copy=$1
     rm -rf "$copy/sources"
     mkdir -p "$copy/sources"
     git ls-files -z | tar --null -T - -cf - | tar -xf - -C "$copy/sources"
-    sed -i 's/^    local:$/&\n        native_KeySetGetValue;/' "$copy/sources/cmake/exports.map"
-    sed -i 's/^    uint32_t wanted;$/    uint32_t selfCheck;\n&/' \
-        "$copy/sources/include/vesta_hbbtv_diagnosis.h"
-    sed -i 's/^    virtual void output(LogEntry& entry) = 0;$/    virtual void selfCheck() {}\n&/' \
-        "$copy/sources/foundation/logging.h"
+    change "$copy" cmake/exports.map 's/^    local:$/&\n        native_KeySetGetValue;/'
+    change "$copy" include/vesta_hbbtv_diagnosis.h 's/^    uint32_t wanted;/    uint32_t selfCheck;\n&/'
+    change "$copy" foundation/logging.h \
+        's/^    virtual void output(LogEntry& entry) = 0;/    virtual void selfCheck() {}\n&/'
     # What the compiler itself notices is not asked for here.
-    sed -i '/^#include/!d' "$copy/sources/include/vesta_hbbtv_layout.h"
+    change "$copy" include/vesta_hbbtv_layout.h '/^#include/!d'
 }
 
 # expect_notice REPORT REGEX WHAT
