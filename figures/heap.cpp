@@ -136,7 +136,8 @@ void measureTables()
     for (const unsigned int applications : {1U, 10U, 100U}) {
         const std::vector<Bytes> table = tableOf(applications);
         const Library library;
-        measure("table of " + std::to_string(applications) + " applications",
+        measure("a table of " + std::to_string(applications) +
+                    (applications == 1 ? " application" : " applications"),
                 [&] { library.receive(table); });
     }
 }
@@ -163,6 +164,7 @@ void measureRunning()
 
 int main()
 {
+    ::mallopt(M_MXFAST, 0);  // what is freed counts as free
     FakeBrowser::instance().reset();
     FakePlatform::instance().reset();
     FakeBrowser::instance().journalling = FakePlatform::instance().journalling = false;
