@@ -92,7 +92,6 @@ measure_heap() {
 }
 
 measure_what_is_limited() {
-    mkdir -p "$trees"
     measure_sizes
     measure_heap
 }
@@ -267,6 +266,7 @@ write_readme() {
     cat "$trees/readme" >README.md
 }
 
+mkdir -p "$trees"
 case ${1:-} in
 --check) check ;;
 --limits) write_limits ;;
