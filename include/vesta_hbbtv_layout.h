@@ -17,7 +17,7 @@
 
 /// @cond
 #ifdef __cplusplus
-#define VESTA_SIZE_OF_FIELD(record, field) sizeof(record::field)
+#define VESTA_SIZE_OF_FIELD(record, field) sizeof(decltype(record::field))
 namespace VestaHbbTV {
 #else
 #define VESTA_SIZE_OF_FIELD(record, field) sizeof(((record*)0)->field)
