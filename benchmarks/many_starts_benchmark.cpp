@@ -9,27 +9,15 @@
 #include "lifecycle/window.h"
 #include "tests/support/fake_browser.h"
 #include "tests/support/fake_platform.h"
+#include "tests/support/given_windows.h"
 
 namespace {
 
 using namespace VestaHbbTV;
 using vesta::test::FakeBrowser;
 using vesta::test::FakePlatform;
-
-HBBTV_STATUS giveWindows(HBBTV_NotificationType type, HBBTV_NotificationData* data)
-{
-    if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
-        *data->window.tavoWindow = FakeBrowser::instance().window(1);
-        data->window.success = 1;
-    }
-    return HBBTV_STATUS_OK;
-}
-
-void tickAll()
-{
-    while (vesta_hbbtv_tick())
-        continue;
-}
+using vesta::test::giveWindows;
+using vesta::test::tickAll;
 
 /// A library whose only window runs an application.
 class Library {

@@ -22,6 +22,8 @@ endfunction()
 # Where libraries are installed, seen from the programs, so that an installation can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_FULL_BINDIR}"
            OUTPUT_VARIABLE VESTA_LIBRARY_FOLDER)
+set_source_files_properties(receiver/installation.cpp PROPERTIES
+  COMPILE_DEFINITIONS "VESTA_LIBRARY_FOLDER=\"${VESTA_LIBRARY_FOLDER}\"")
 
 # Installs a program with its man page.
 function(vesta_install_program target component)

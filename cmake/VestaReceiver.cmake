@@ -41,8 +41,6 @@ if(VESTA_BUILD_RECEIVER)
     nlohmann_json::nlohmann_json Threads::Threads)
   set_source_files_properties(receiver/options.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
-  set_source_files_properties(receiver/installation.cpp PROPERTIES
-    COMPILE_DEFINITIONS "VESTA_LIBRARY_FOLDER=\"${VESTA_LIBRARY_FOLDER}\"")
   vesta_own_code(vesta_receiver_objects)
   add_executable(vesta_receiver receiver/main.cpp)
   target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)

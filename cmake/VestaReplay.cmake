@@ -27,8 +27,6 @@ target_link_libraries(vesta_replay_objects PUBLIC
 target_compile_options(vesta_replay_objects PUBLIC $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>)
 set_source_files_properties(replay/program.cpp PROPERTIES
   COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
-set_source_files_properties(receiver/installation.cpp PROPERTIES
-  COMPILE_DEFINITIONS "VESTA_LIBRARY_FOLDER=\"${VESTA_LIBRARY_FOLDER}\"")
 # Nothing of the program is to take the place of what the library has itself.
 set_target_properties(vesta_replay_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)

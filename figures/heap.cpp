@@ -15,6 +15,8 @@
 
 #include "tests/support/fake_browser.h"
 #include "tests/support/fake_platform.h"
+#include "tests/support/given_windows.h"
+#include "tests/support/heap_use.h"
 #include "tests/support/section_builder.h"
 
 namespace {
@@ -36,35 +38,16 @@ namespace {
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
-HBBTV_STATUS giveWindows(HBBTV_NotificationType type, HBBTV_NotificationData* data)
-{
-    if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW) {
-        *data->window.tavoWindow = FakeBrowser::instance().window(1);
-        data->window.success = 1;
-    }
-    return HBBTV_STATUS_OK;
-}
-
-void tickAll()
-{
-    while (vesta_hbbtv_tick())
-        continue;
-}
-
 /// Prints what the work left on the heap, with what the allocator needs for it, and how many
 /// blocks it asked for.
 template <typename Work>
 void measure(const std::string& name, const Work& work)
 {
-    const struct mallinfo2 before = ::mallinfo2();
+    const size_t inUse = heapInUse();
     const uint64_t allocationsBefore = allocations;
     work();
     const uint64_t asked = allocations - allocationsBefore;
-    const struct mallinfo2 after = ::mallinfo2();
-    const auto inUse = [](const struct mallinfo2& info) {
-        return static_cast<long long>(info.uordblks + info.hblkhd);
-    };
-    std::printf("%s: %lld %llu\n", name.c_str(), inUse(after) - inUse(before),
+    std::printf("%s: %lld %llu\n", name.c_str(), static_cast<long long>(heapInUse() - inUse),
                 static_cast<unsigned long long>(asked));
 }
 

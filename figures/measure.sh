@@ -75,17 +75,17 @@ measure_sizes() {
 
 # Lines "heap TARGET BYTES ALLOCATIONS WHAT". Under an emulator the numbers are the same.
 measure_heap() {
-    local target program
+    local target program library
     for target in x86-64 i386; do
         prepare "$target"
         can_compile || continue
         say "$target heap"
         program="$trees/heap-$target"
+        library=$(build_library "$target" O2 OFF)
         # The fakes of the tests play browser and platform.
         $compiler -std=c++17 -O2 -Iinclude -I. figures/heap.cpp tests/support/fake_*.cpp \
-            tests/support/section_builder.cpp tests/support/counted_memory.cpp \
-            {foundation,signalling,security,lifecycle,integration}/*.cpp oipf/*/*.cpp \
-            -pthread -o "$program"
+            tests/support/section_builder.cpp tests/support/counted_memory.cpp "$library" \
+            -Wl,-rpath,"$PWD/${library%/*}" -pthread -o "$program"
         # What is freed counts as free.
         GLIBC_TUNABLES=glibc.malloc.tcache_count=0 "$program" | sed -E "s/^(.*): ([-0-9]+) ([0-9]+)$/heap $target \2 \3 \1/"
     done
