@@ -1,6 +1,7 @@
 // Each kind of finding: something that produces it, and something much like it that does not.
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <ostream>
 #include <regex>
 #include <string_view>
+#include <unistd.h>
 
 #include "inspector/check/report.h"
 #include "inspector/input/input_reader.h"
@@ -302,6 +304,12 @@ std::vector<PmtStream> withStream(size_t index, const PmtStream& stream)
     return list;
 }
 
+/// A file that no other run of these tests writes at the same time.
+std::string ownFile(const std::string& name)
+{
+    return testing::TempDir() + "/" + std::to_string(::getpid()) + "-" + name;
+}
+
 std::vector<Row> rows()
 {
     const Bytes right = rightTable().bytes();
@@ -310,12 +318,13 @@ std::vector<Row> rows()
          [right] {
              Survey survey;
              InputReader reader(survey, ReadingOptions());
-             const std::string path = testing::TempDir() + "/cut-section.bin";
+             const std::string path = ownFile("cut-section.bin");
              const Bytes bytes = cut(right, 1);
              std::ofstream(path, std::ios::binary)
                  .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
              EXPECT_EQ(reader.read(path), "");
              reader.finish();
+             std::filesystem::remove(path);
              return check(survey);
          },
          sections({right})},
@@ -608,15 +617,14 @@ std::vector<Row> rows()
 /// The file of a row's document.
 std::string documentOf(const std::string& row)
 {
-    return testing::TempDir() + "/All-FindingKinds-AreFoundWhereTheyAreAndOnlyThere-" + row +
-           ".xml";
+    return ownFile("All-FindingKinds-AreFoundWhereTheyAreAndOnlyThere-" + row + ".xml");
 }
 
 /// How grave the first finding of a row is, and where.
 const std::map<std::string, std::string>& places()
 {
     static const std::map<std::string, std::string> places = {
-        {"section-incomplete", "error: " + testing::TempDir() + "/cut-section.bin, AIT, byte 1"},
+        {"section-incomplete", "error: " + ownFile("cut-section.bin") + ", AIT, byte 1"},
         {"section-not-ait", "warning: service 28112, PID 0x0200, table 0x75, section 0, byte 0"},
         {"section-length", "error: AIT, section 0, byte 1"},
         {"section-syntax", "error: AIT, byte 1"},

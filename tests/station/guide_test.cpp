@@ -8,6 +8,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 
 #include "station/program.h"
 #include "tests/station/support/station_text.h"
@@ -53,7 +54,8 @@ struct Answer {
 Answer check(const std::string& description, int expected)
 {
     const std::string test = testing::UnitTest::GetInstance()->current_test_info()->name();
-    const fs::path folder = fs::path(testing::TempDir()) / ("guide-" + test);
+    const fs::path folder =
+        fs::path(testing::TempDir()) / ("guide-" + std::to_string(::getpid()) + "-" + test);
     fs::create_directories(folder / "pages");
     std::ofstream(folder / "pages" / "index.html") << "<html/>";
     std::ofstream(folder / "station.json") << description;

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "station/program.h"
@@ -19,7 +20,7 @@ class Program : public testing::Test {
 protected:
     Program()
         : folder_(fs::path(testing::TempDir()) /
-                  ("station-" +
+                  ("station-" + std::to_string(::getpid()) + "-" +
                    std::string(testing::UnitTest::GetInstance()->current_test_info()->name())))
     {
         fs::remove_all(folder_);

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "station/program.h"
@@ -47,7 +48,7 @@ class ReceivedStream : public testing::Test {
 protected:
     ReceivedStream()
         : folder_(fs::path(testing::TempDir()) /
-                  ("received-" +
+                  ("received-" + std::to_string(::getpid()) + "-" +
                    std::string(testing::UnitTest::GetInstance()->current_test_info()->name())))
     {
         fs::remove_all(folder_);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "inspector/program.h"
@@ -33,7 +34,7 @@ class InFolder : public testing::Test {
 protected:
     InFolder()
         : folder_(std::filesystem::path(testing::TempDir()) /
-                  (std::string("inspector-") +
+                  (std::string("inspector-") + std::to_string(::getpid()) + "-" +
                    testing::UnitTest::GetInstance()->current_test_info()->name()))
     {
         std::filesystem::remove_all(folder_);

@@ -3,9 +3,11 @@
 #define VESTA_TESTS_INSPECTOR_SUPPORT_XML_H
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 
 #include "inspector/check/checks.h"
 #include "inspector/input/input_reader.h"
@@ -19,12 +21,13 @@ inline Findings checkXml(const std::string& document)
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test.test_suite_name()) + "-" + test.name() + ".xml";
     std::replace(name.begin(), name.end(), '/', '-');
-    const std::string path = testing::TempDir() + "/" + name;
+    const std::string path = testing::TempDir() + "/" + std::to_string(::getpid()) + "-" + name;
     std::ofstream(path, std::ios::binary) << document;
     Survey survey;
     InputReader reader(survey, ReadingOptions());
     EXPECT_EQ(reader.read(path), "");
     reader.finish();
+    std::filesystem::remove(path);
     return check(survey);
 }
 

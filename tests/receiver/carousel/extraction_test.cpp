@@ -4,6 +4,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <unistd.h>
 
 #include "receiver/carousel/extraction.h"
 #include "receiver/carousel/service_carousels.h"
@@ -70,7 +71,7 @@ protected:
 
     const fs::path folder_ =
         fs::path(::testing::TempDir()) /
-        ("extraction-" +
+        ("extraction-" + std::to_string(::getpid()) + "-" +
          std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
     std::ostringstream out_;
     EventLog log_{out_, false};

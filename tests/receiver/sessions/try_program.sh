@@ -104,7 +104,11 @@ unwritable_output() {
     done
     timeout 60 "$receiver" --loop --extract "$work/despite" "$station" </dev/null >/dev/full 2>"$work/out"
     [[ -e $work/despite ]] || fail "no extraction without standard output"
-    (trap '' PIPE; timeout 60 "$receiver" --loop "$station" </dev/null 2>"$work/out"; echo $? >"$work/code") | head -n 1 >/dev/null
+    # It has more to say once nobody reads it any more: before, all might fit into the pipe.
+    mkfifo "$work/gone"
+    { read -r _ <"$work/gone"; echo help; } |
+        (trap '' PIPE; timeout 60 "$receiver" --loop "$station" 2>"$work/out"; echo $? >"$work/code") |
+        { head -n 1 >/dev/null; exec <&-; echo >"$work/gone"; }
     [[ $(cat "$work/code") -eq 2 ]] || fail "a reader that goes away"
     timeout 60 "$receiver" "$station" </dev/null >&- 2>"$work/out"
     [[ $? -eq 2 ]] || fail "standard output closed"
