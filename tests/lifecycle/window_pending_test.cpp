@@ -536,6 +536,25 @@ TEST_F(WindowPending, AListenerMayEndTheNewcomerWhenItHearsThatTheFormerOneEnded
     EXPECT_TRUE(listener().windowsInUse.empty());
 }
 
+TEST_F(WindowPending, AListenerMayReleaseTheNewcomersWindowWhenItHearsThatTheFormerOneEnded)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    listener().nextWindows = {1};
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [this](auto*) {
+        listener().onNotification.clear();
+        vesta_hbbtv_release_window(window());
+    };
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(),
+              Lines({"REQUEST w1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}))
+        << "no page is opened";
+    EXPECT_FALSE(Window::exists(window()));
+    EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
 TEST_F(WindowPending, ABrowserWindowIsGivenBackOnceWhateverTheBrowserDoesWhenItOpensThePage)
 {
     const std::function<void()> endings[] = {
