@@ -228,7 +228,7 @@ bool Window::startFirstAutostartApplication(AITApplication* first)
 
 void Window::endTeardown()
 {
-    if (state_ == TEARDOWN && runningApplication_)
+    if (state_ == TEARDOWN)
         shutdown(runningApplication_, atOnce);
 }
 

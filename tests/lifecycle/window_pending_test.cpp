@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
 #include "foundation/configuration_manager.h"
@@ -370,6 +371,29 @@ TEST_F(WindowPending, AParentThatThePluginEndsWhenToldOfTheErrorIsNotRestored)
     tickAll();
     EXPECT_EQ(running(), nullptr);
     EXPECT_EQ(window()->getApplications().size(), 0u);
+}
+
+TEST_F(WindowPending, AParentWhoseEndThePluginBreaksOffIsNotRestored)
+{
+    static Application* parent;
+    run("http://a.example/parent");
+    parent = running();
+    createChild("child");
+    tickAll();
+    native_ApplicationManagerSetAppDestroyedListener(
+        [](void*) { throw std::runtime_error("the plugin's"); });
+    native_ApplicationManagerSetListener([](int, void*) {
+        EXPECT_THROW(parent->getWindow()->shutdownApplication(parent, true, false, true),
+                     std::runtime_error);
+        native_ApplicationManagerSetAppDestroyedListener(nullptr);
+    });
+    failLoading(2);
+    tickAll();
+    EXPECT_TRUE(parent->isEnding());
+    EXPECT_TRUE(window()->applicationExists(parent));
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    shutdown();
+    EXPECT_TRUE(listener().windowsInUse.empty()) << "both go with their window";
 }
 
 TEST_F(WindowPending, AnUnknownBrowserWindowHasNoApplicationEvenWhenAskedTwice)
