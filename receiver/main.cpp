@@ -27,8 +27,16 @@
 #include "receiver/session.h"
 #include "receiver/stream/stream_input.h"
 #include "receiver/text/printable.h"
+#include "receiver/web/chronicle.h"
+#include "receiver/web/report.h"
+#include "receiver/web/state_document.h"
+#ifdef VESTA_HAS_GLIB
+#include "receiver/glib/glib_main_loop.h"
+#endif
+#ifdef VESTA_HAS_WEB
+#include "receiver/web/server/web_server.h"
+#endif
 #ifdef VESTA_HAS_WPE
-#include "receiver/wpe/glib_main_loop.h"
 #include "receiver/wpe/wpe_browser.h"
 #endif
 
@@ -144,9 +152,12 @@ struct Screen {
 Screen makeScreen(const Options& options, EventLog& log)
 {
     Screen screen;
+#ifdef VESTA_HAS_GLIB
+    if (options.browser == "wpe" || options.web)
+        screen.loop = std::make_unique<GLibMainLoop>();
+#endif
 #ifdef VESTA_HAS_WPE
     if (options.browser == "wpe") {
-        screen.loop = std::make_unique<GLibMainLoop>();
         auto browser = std::make_unique<WpeBrowser>(log, options.sites, options.scriptLimit);
         screen.scripts = browser.get();
         screen.browser = std::move(browser);
@@ -157,8 +168,75 @@ Screen makeScreen(const Options& options, EventLog& log)
     return screen;
 }
 
+/// What outsiders see of a session, in a tab or in a report.
+class Outside {
+public:
+    /// @param options, log borrowed
+    Outside(const Options& options, EventLog& log) : options_(options), log_(log)
+    {
+        if (!options.report.empty())
+            chronicle_.emplace(log, forReports);
+        else if (options.web)
+            chronicle_.emplace(log);
+    }
+
+    /// @param session borrowed; not run yet @return what went wrong; empty for success
+    std::string open(Session& session)
+    {
+        if (!chronicle_)
+            return "";
+        session.setEnding([this, &session] { close(session); });
+#ifdef VESTA_HAS_WEB
+        if (!options_.web)
+            return "";
+        server_.emplace(session, *chronicle_);
+        const std::string problem = server_->listen(*options_.web);
+        if (!problem.empty())
+            return problem;
+        session.stayOpen();
+        log_.report(Source::Receiver, "web", "the television is at " + server_->url(),
+                    {{"url", server_->url()}});
+#endif
+        return "";
+    }
+
+    /// @return what went wrong; empty for success
+    std::string writeReport() const
+    {
+        if (options_.report.empty())
+            return "";
+        std::ofstream file(options_.report, std::ios::binary);
+        file << reportOf(*chronicle_, {options_.middleware.input, log_.secondsSinceStart(), state_})
+             << std::flush;
+        return file ? "" : options_.report + ": " + std::strerror(errno);
+    }
+
+private:
+    // A report is read once, and may be of a long run.
+    static constexpr Chronicle::Limits forReports = {50000, 20000, size_t(32) << 20};
+
+    void close(Session& session)
+    {
+        state_ = textOf(stateOf(session));
+#ifdef VESTA_HAS_WEB
+        if (server_)
+            server_->end();
+        server_.reset();
+#endif
+    }
+
+    const Options& options_;
+    EventLog& log_;
+    std::optional<Chronicle> chronicle_;
+    std::string state_;  // at the end of the session
+#ifdef VESTA_HAS_WEB
+    std::optional<WebServer> server_;
+#endif
+};
+
 int play(const Options& options, EventLog& log)
 {
+    Outside outside(options, log);
     const Screen screen = makeScreen(options, log);
     Doorbell doorbell(screen.loop.get());
     Middleware middleware(options.middleware, log, doorbell);
@@ -176,8 +254,10 @@ int play(const Options& options, EventLog& log)
         broadcast.emplace(BroadcastHost::Parts{*objects, middleware, browser, platform, log,
                                                &middleware.information()});
         streamEvents.emplace(*objects, browser, middleware.streamEvents());
-        session.setSettledListener([&broadcast] { broadcast->update(); });
+        session.addSettledListener([&broadcast] { broadcast->update(); });
     }
+    if (const std::string problem = outside.open(session); !problem.empty())
+        return complain(problem, exitUnreadable);
     session.setDuration(options.duration);
     if (options.why)
         session.decisions().showEach();
@@ -210,9 +290,10 @@ int play(const Options& options, EventLog& log)
     const int code = session.run();
     typed.reset();
     piped.reset();
+    const std::string unwritten = outside.writeReport();
     if (code != exitSuccess)
-        complain(session.problem(), ExitCode(code));
-    return code;
+        return complain(session.problem(), ExitCode(code));
+    return unwritten.empty() ? code : complain(unwritten, exitUnreadable);
 }
 
 /// As far as it could be written.
@@ -221,8 +302,10 @@ int playAndLog(const Options& options)
     EventLog log(std::cout, usesColour());
     if (!options.trace.empty() && !log.openTrace(options.trace))
         return complain(options.trace + ": cannot be written", exitUnreadable);
-    if (options.logLevel)
-        VestaHbbTV::Logging::getInstance()->addOutput(new LogBridge(*options.logLevel, log));
+    const bool isWitnessed = options.web || !options.report.empty();
+    if (options.logLevel || isWitnessed)
+        VestaHbbTV::Logging::getInstance()->addOutput(
+            new LogBridge(options.logLevel, isWitnessed, log));
     const int code = play(options, log);
     delete VestaHbbTV::Logging::getInstance();
     const bool isUnwritten = code == exitSuccess && !log.problem().empty();
@@ -249,8 +332,9 @@ int main(int argc, char** argv)
         return complain(problem, exitUnreadable);
     const bool isTyped = commanderOf(*options) == Session::Commander::Person;
     const bool hasOwnPace = isNetworkInput(options->middleware.input);
-    if (options->browser != "console" && options->middleware.speed == 0 && !hasOwnPace)
-        options->middleware.speed = 1;  // a page needs its time
+    const bool isWatched = options->browser != "console" || options->web;
+    if (isWatched && options->middleware.speed == 0 && !hasOwnPace)
+        options->middleware.speed = 1;  // a page needs its time, and so do eyes
     options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
     return playAndLog(*options);
 }
