@@ -1,6 +1,8 @@
 # GLib's main loop for the receiver, and the web server that works in it (libsoup 3): built where their
 # packages are found. The receiver works without them.
 
+option(VESTA_WITH_WEB "Give the receiver a web server, where libsoup 3 is found" ON)
+
 set(glib_found FALSE)
 set(web_found FALSE)
 find_package(PkgConfig QUIET)
@@ -17,8 +19,8 @@ if(GLIB_FOUND)
   target_link_libraries(vesta_receiver PRIVATE vesta_receiver_glib)
   target_compile_definitions(vesta_receiver PRIVATE VESTA_HAS_GLIB)
 endif()
-if(NOT SOUP_FOUND)
-  message(STATUS "The receiver has no web server: libsoup 3 is not found")
+if(NOT VESTA_WITH_WEB OR NOT SOUP_FOUND)
+  message(STATUS "The receiver has no web server: libsoup 3 is left out or not found")
   return()
 endif()
 

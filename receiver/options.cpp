@@ -131,9 +131,10 @@ std::string takeWeb(const std::string& text, Options& options)
     return "--web " + text + ": this receiver was built without libsoup 3";
 #endif
     options.web = webAddressFrom(text);
-    return options.web ? "" : "--web wants a port, or an IP address and a port such as "
-                              "127.0.0.1:8080, not " +
-                                  text;
+    return options.web ? ""
+                       : "--web wants a port, or an IP address and a port such as "
+                         "127.0.0.1:8080, not " +
+                             text;
 }
 
 std::string takeScriptLimit(const std::string& text, Options& options)
@@ -331,8 +332,10 @@ std::string usage()
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --why                  say what the application manager decides, and for what "
            "reason\n"
-           "      --web [ADDRESS:]PORT   serve the television as a page, for this machine alone unless\n"
-           "                             an address says otherwise; plays in real time unless --speed\n"
+           "      --web [ADDRESS:]PORT   serve the television as a page, for this machine alone "
+           "unless\n"
+           "                             an address says otherwise; plays in real time unless "
+           "--speed\n"
            "                             says otherwise\n"
            "      --report FILE.html     write what happened as a page, at the end\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"

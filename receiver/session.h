@@ -25,7 +25,6 @@
 
 namespace receiver {
 
-
 /// The program's exit codes.
 enum ExitCode : int {
     exitSuccess = 0,
@@ -186,8 +185,8 @@ private:
     std::function<void()> ending_;
     std::function<std::string()> afterwards_;
     std::vector<std::function<void()>> settled_;
-    std::list<Asker> askers_;   // who wait
-    Asker* asking_ = nullptr;   // whose line is being run
+    std::list<Asker> askers_;  // who wait
+    Asker* asking_ = nullptr;  // whose line is being run
     bool staysOpen_ = false;
     std::atomic<bool> quit_{false};
     ExitCode exitCode_ = exitSuccess;

@@ -39,8 +39,8 @@ public:
 struct Happening {
     double time;  ///< seconds since the start
     Source source;
-    const std::string& event;  ///< a short name that does not change, for programs
-    const std::string& text;   ///< for people, a line, as it came
+    const std::string& event;               ///< a short name that does not change, for programs
+    const std::string& text;                ///< for people, a line, as it came
     const nlohmann::ordered_json& details;  ///< null when there is nothing more to know
 };
 

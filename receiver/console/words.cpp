@@ -84,9 +84,9 @@ std::optional<Ids> idsFrom(const std::string& text)
 
 const std::vector<std::string>& keyGroups()
 {
-    static const std::vector<std::string> groups = {
-        "RED", "GREEN",  "YELLOW", "BLUE",    "NAVIGATION",
-        "VCR", "SCROLL", "INFO",   "NUMERIC", "ALPHA"};
+    static const std::vector<std::string> groups = {"RED",        "GREEN", "YELLOW", "BLUE",
+                                                    "NAVIGATION", "VCR",   "SCROLL", "INFO",
+                                                    "NUMERIC",    "ALPHA"};
     return groups;
 }
 

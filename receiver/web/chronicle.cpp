@@ -37,8 +37,8 @@ std::string entryOf(uint64_t id, const Happening& happening)
 }  // namespace
 
 Chronicle::Chronicle(EventLog& log, Limits limits)
-    : log_(log), mostBytes_(limits.bytes), run_(randomName()),
-      happenings_{limits.happenings, {}, 0}, logLines_{limits.logLines, {}, 0}
+    : log_(log), mostBytes_(limits.bytes),
+      run_(randomName()), happenings_{limits.happenings, {}, 0}, logLines_{limits.logLines, {}, 0}
 {
     log_.addWitness(this);
 }

@@ -53,10 +53,11 @@ Json servicesOf(const Middleware& middleware)
 {
     Json services = Json::array();
     for (const Service& service : middleware.services())
-        services.push_back({{"id", service.programNumber},
-                            {"name", service.name},
-                            {"signals_hbbtv", wordFor(middleware.signallingOf(service.programNumber))},
-                            {"tuned", middleware.tunedService() == service.programNumber}});
+        services.push_back(
+            {{"id", service.programNumber},
+             {"name", service.name},
+             {"signals_hbbtv", wordFor(middleware.signallingOf(service.programNumber))},
+             {"tuned", middleware.tunedService() == service.programNumber}});
     return services;
 }
 
@@ -241,10 +242,8 @@ Json screenOf(const BrowserEngine& browser)
                    {"painting", browser.paintings()},
                    {"video", nullptr}};
     if (const auto place = browser.videoPlace())
-        screen["video"] = {{"x", place->x},
-                           {"y", place->y},
-                           {"width", place->width},
-                           {"height", place->height}};
+        screen["video"] = {
+            {"x", place->x}, {"y", place->y}, {"width", place->width}, {"height", place->height}};
     return screen;
 }
 
@@ -282,16 +281,11 @@ Json jsonOf(long window, const PageSource& source)
 {
     Json resources = Json::array();
     for (const PageSource::Resource& each : source.resources)
-        resources.push_back({{"url", each.url},
-                             {"size", each.size},
-                             {"type", each.type},
-                             {"status", each.status}});
-    return {{"window", window},
-            {"url", source.url},
-            {"type", source.type},
-            {"size", source.size},
-            {"source", source.beginning},
-            {"is_cut", source.beginning.size() < source.size},
+        resources.push_back(
+            {{"url", each.url}, {"size", each.size}, {"type", each.type}, {"status", each.status}});
+    return {{"window", window},           {"url", source.url},
+            {"type", source.type},        {"size", source.size},
+            {"source", source.beginning}, {"is_cut", source.beginning.size() < source.size},
             {"resources", resources}};
 }
 

@@ -78,8 +78,7 @@ bool isForThisMachineAlone(const std::string& line)
 /// The line that the body is; without the end of the line.
 std::string lineOf(SoupServerMessage* message)
 {
-    GBytes* const body =
-        soup_message_body_flatten(soup_server_message_get_request_body(message));
+    GBytes* const body = soup_message_body_flatten(soup_server_message_get_request_body(message));
     gsize count = 0;
     const auto* const bytes = static_cast<const char*>(g_bytes_get_data(body, &count));
     std::string line(bytes ? bytes : "", count);
@@ -184,8 +183,8 @@ bool WebServer::answerDocument(SoupServerMessage* message, const std::string& pa
     else if (path == "/happenings.json")
         answerHappenings(message, query);
     else if (path == "/events")
-        streams_.answer(message, headerOf(message, "Last-Event-ID")
-                                     .value_or(parameterOf(query, "after")));
+        streams_.answer(message,
+                        headerOf(message, "Last-Event-ID").value_or(parameterOf(query, "after")));
     else
         return false;
     return true;
@@ -231,7 +230,8 @@ void WebServer::answerHappenings(SoupServerMessage* message, GHashTable* query)
                            "\",\"omitted\":" + std::to_string(chronicle_.omitted()) +
                            ",\"happenings\":[";
     const char* separator = "\n";
-    for (const Chronicle::Entry& entry : chronicle_.after(chronicle_.idIn(parameterOf(query, "after")))) {
+    for (const Chronicle::Entry& entry :
+         chronicle_.after(chronicle_.idIn(parameterOf(query, "after")))) {
         document += separator + entry.json;
         separator = ",\n";
     }
