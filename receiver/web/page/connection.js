@@ -32,7 +32,6 @@ class Connection {
 
     open() {
         this.close();
-        this.hasEnded = false;
         const position = this.position();
         const events = new EventSource(position ? `/events?after=${encodeURIComponent(position)}` : '/events');
         this.events = events;
@@ -58,6 +57,7 @@ class Connection {
 
     greeted(greeting) {
         this.pause = shortestPause;
+        this.hasEnded = false;
         this.handlers.status('connected');
         this.handlers.hello(greeting);
         this.stateQuery.ask();

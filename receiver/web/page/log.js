@@ -54,8 +54,9 @@ class Log {
 }
 
 function logLine(line) {
+    const text = line.text.replace(/^(debug|log|warn|err) +/, '');  // the level has a place of its own
     return element('li', { class: `level-${levelName(line)}` },
         element('span', { class: 'time' }, Number(line.time).toFixed(3)), ' ',
         element('span', { class: 'level' }, levelName(line)), ' ',
-        element('bdi', null, line.text));
+        element('bdi', null, text));
 }

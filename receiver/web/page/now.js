@@ -93,13 +93,14 @@ function carouselsNow(carousels, bytes) {
 }
 
 function carouselFiles(carousel) {
+    const name = `Files of carousel ${hexadecimal(carousel.component_tag)}`;
     const more = carousel.files.length - listedFiles;
     const rows = [
         ...carousel.files.slice(0, listedFiles).map(file => [file.path, withSeparators(file.size)]),
         ...carousel.stream_events.map(events => [events.path, `${events.events} stream events`]),
     ];
     return element('details', { open: true }, element('summary', null, `${carousel.files.length} files`),
-        table(`Files of carousel ${hexadecimal(carousel.component_tag)}`, ['File', 'Bytes'], rows),
+        element('div', { class: 'scroll files', tabindex: 0, role: 'region', 'aria-label': name }, table(name, ['File', 'Bytes'], rows)),
         more > 0 ? element('p', { class: 'hint' }, `and ${withSeparators(more)} more files`) : null);
 }
 

@@ -12,8 +12,8 @@ const letters = [...'ABCDEFGHIJKLMNOPQRSTUVWXYZ'];
 const aliases = ['ENTER'];  // another name of OK
 
 const keyFaces = {
-    LEFT: '◀', RIGHT: '▶', UP: '▲', DOWN: '▼', REWIND: '⏪', PLAY: '▶', PAUSE: '⏸', FORWARD: '⏩', PLAYPAUSE: '⏯',
-    STOP: '⏹', PAGEUP: '⇞', PAGEDOWN: '⇟', BACK: '↩', INFO: 'i',
+    LEFT: '◀', RIGHT: '▶', UP: '▲', DOWN: '▼', REWIND: '◀◀', PLAY: '▶', PAUSE: '❚❚', FORWARD: '▶▶', PLAYPAUSE: '▶❚❚',
+    STOP: '■', PAGEUP: 'P▲', PAGEDOWN: 'P▼', BACK: '↩', INFO: 'i',
 };
 const keySpoken = {
     LEFT: 'Left', RIGHT: 'Right', UP: 'Up', DOWN: 'Down', REWIND: 'Rewind', PLAY: 'Play', PAUSE: 'Pause',

@@ -74,10 +74,11 @@ class Screen {
         const outlines = [];
         if (find('outlines').checked && this.paints) {
             const { width, height, video } = this.state.screen;
-            for (const window of this.state.windows)
-                outlines.push(outline(`Window ${window.id}${window.shown ? '' : ', hidden'}`, 'window', 0, 0, 1, 1));
+            const windows = this.state.windows.map(window => `window ${window.id}${window.shown ? '' : ' (hidden)'}`);
+            if (windows.length > 0)  // they fill the screen
+                outlines.push(outline(windows.join(', '), 'windows', 0, 0, 1, 1));
             if (video)
-                outlines.push(outline(`Video ${video.width} × ${video.height} at ${video.x}, ${video.y}`, 'video',
+                outlines.push(outline(`video ${video.width} × ${video.height} at ${video.x}, ${video.y}`, 'video',
                     video.x / width, video.y / height, video.width / width, video.height / height));
         }
         find('screen-outlines').replaceChildren(...outlines);

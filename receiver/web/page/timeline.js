@@ -57,7 +57,7 @@ class Timeline {
     build(root) {
         this.canvas = element('canvas', { tabindex: 0, role: 'slider', 'aria-label': 'Timeline', 'aria-describedby': 'timeline-help' });
         this.span = element('output', { class: 'hint', 'aria-live': 'off' });
-        this.details = element('div', { class: 'record', role: 'region', 'aria-label': 'Record' });
+        this.details = element('div', { class: 'record', tabindex: 0, role: 'region', 'aria-label': 'Record' });
         this.list = element('ol', { class: 'lines', tabindex: 0, role: 'list', 'aria-label': 'Records in view' });
         this.filterBox = element('input', { type: 'search', id: 'timeline-filter', autocomplete: 'off', maxlength: 200 });
         const button = (name, label) => {
@@ -185,6 +185,7 @@ class Timeline {
         if (!happening)
             return;
         this.selectedId = happening.id;
+        this.isListDue = true;  // to be scrolled to it
         const { from, to } = this.currentView();
         if (happening.time < from || happening.time > to)
             this.move(happening.time - (from + to) / 2);
@@ -260,7 +261,7 @@ class Timeline {
     step(count) {
         const records = this.matching();
         const index = records.findIndex(one => one.id === this.selectedId);
-        const next = index < 0 ? (count > 0 ? 0 : records.length - 1) : index + count;
+        const next = (index < 0 && count < 0 ? records.length : index) + count;
         this.select(records[Math.min(Math.max(next, 0), records.length - 1)]);
     }
 
@@ -326,14 +327,19 @@ class Timeline {
 
     listRecords(seen) {
         const isAtEnd = this.list.scrollTop + this.list.clientHeight > this.list.scrollHeight - 8;
-        updateList(this.list, seen.slice(-listedRecords), one => one.id, recordLine);
+        const index = seen.findIndex(one => one.id === this.selectedId);
+        const end = index < 0 ? seen.length : Math.min(seen.length, index + listedRecords / 2);
+        updateList(this.list, seen.slice(Math.max(0, end - listedRecords), end), one => one.id, recordLine);
         for (const line of this.list.querySelectorAll('[aria-current]'))
             line.removeAttribute('aria-current');
         const selected = this.list.querySelector(`button[data-id="${this.selectedId}"]`);
         if (selected)
             selected.setAttribute('aria-current', 'true');
-        if (isAtEnd && this.isFollowing)
+        if (selected && this.isListDue)
+            showInList(this.list, selected);
+        else if (isAtEnd && this.isFollowing)
             this.list.scrollTop = this.list.scrollHeight;
+        this.isListDue = false;
     }
 
     paint(view, seen) {
@@ -359,6 +365,16 @@ class Timeline {
 
 function nearestOf(records, distance) {
     return records.reduce((best, one) => best && distance(best) <= distance(one) ? best : one, null);
+}
+
+/// Scrolls a list, and never the page, as little as it takes to see one of its lines.
+function showInList(list, line) {
+    const frame = list.getBoundingClientRect();
+    const place = line.getBoundingClientRect();
+    if (place.top < frame.top)
+        list.scrollTop -= frame.top - place.top + 4;
+    else if (place.bottom > frame.bottom)
+        list.scrollTop += place.bottom - frame.bottom + 4;
 }
 
 function recordLine(happening) {
