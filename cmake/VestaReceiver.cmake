@@ -32,7 +32,7 @@ vesta_decide_on(VESTA_BUILD_RECEIVER "The reference receiver" receiver_lacks ON_
 
 if(VESTA_BUILD_RECEIVER)
   file(GLOB_RECURSE receiver_sources CONFIGURE_DEPENDS "receiver/*.cpp")
-  list(FILTER receiver_sources EXCLUDE REGEX "/main\\.cpp$|/receiver/(wpe|glib|web/server)/")
+  list(FILTER receiver_sources EXCLUDE REGEX "/(main|outside)\\.cpp$|/receiver/(wpe|glib|web/server)/")
   # The page that the receiver serves, as it stands, and what a report is made of.
   file(GLOB page_files CONFIGURE_DEPENDS "receiver/web/page/*")
   set(page_source "${CMAKE_CURRENT_BINARY_DIR}/page_files.cpp")
@@ -52,7 +52,7 @@ if(VESTA_BUILD_RECEIVER)
     receiver/web/state_document.cpp receiver/web/server/event_streams.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_receiver_objects)
-  add_executable(vesta_receiver receiver/main.cpp)
+  add_executable(vesta_receiver receiver/main.cpp receiver/outside.cpp)
   target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)
   vesta_own_code(vesta_receiver)
   vesta_install_program(vesta_receiver receiver)

@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/browser/console_browser.h"
 #include "receiver/carousel/extraction.h"
 #include "receiver/console/line_input.h"
@@ -24,17 +25,12 @@
 #include "receiver/objects/object_host.h"
 #include "receiver/objects/stream_event_host.h"
 #include "receiver/options.h"
+#include "receiver/outside.h"
 #include "receiver/session.h"
 #include "receiver/stream/stream_input.h"
 #include "receiver/text/printable.h"
-#include "receiver/web/chronicle.h"
-#include "receiver/web/report.h"
-#include "receiver/web/state_document.h"
 #ifdef VESTA_HAS_GLIB
 #include "receiver/glib/glib_main_loop.h"
-#endif
-#ifdef VESTA_HAS_WEB
-#include "receiver/web/server/web_server.h"
 #endif
 #ifdef VESTA_HAS_WPE
 #include "receiver/wpe/wpe_browser.h"
@@ -168,74 +164,41 @@ Screen makeScreen(const Options& options, EventLog& log)
     return screen;
 }
 
-/// What outsiders see of a session, in a tab or in a report.
-class Outside {
+/// Passes on to the session that somebody wants the receiver to end; any thread.
+class Ending {
 public:
-    /// @param options, log borrowed
-    Outside(const Options& options, EventLog& log) : options_(options), log_(log)
+    explicit Ending(EventLog& log) : log_(log) {}
+
+    void ask(const std::string& signal)
     {
-        if (!options.report.empty())
-            chronicle_.emplace(log, forReports);
-        else if (options.web)
-            chronicle_.emplace(log);
+        log_.report(Source::Receiver, "signal", signal + ": the receiver is to end");
+        const VestaHbbTV::MutexLock lock(mutex_);
+        isAsked_ = true;
+        if (session_)
+            session_->quit();
     }
 
-    /// @param session borrowed; not run yet @return what went wrong; empty for success
-    std::string open(Session& session)
+    /// @param session borrowed until the next call; null for none
+    void setSession(Session* session)
     {
-        if (!chronicle_)
-            return "";
-        session.setEnding([this, &session] { close(session); });
-#ifdef VESTA_HAS_WEB
-        if (!options_.web)
-            return "";
-        server_.emplace(session, *chronicle_);
-        const std::string problem = server_->listen(*options_.web);
-        if (!problem.empty())
-            return problem;
-        session.stayOpen();
-        log_.report(Source::Receiver, "web", "the television is at " + server_->url(),
-                    {{"url", server_->url()}});
-#endif
-        return "";
-    }
-
-    /// @return what went wrong; empty for success
-    std::string writeReport() const
-    {
-        if (options_.report.empty())
-            return "";
-        std::ofstream file(options_.report, std::ios::binary);
-        file << reportOf(*chronicle_, {options_.middleware.input, log_.secondsSinceStart(), state_})
-             << std::flush;
-        return file ? "" : options_.report + ": " + std::strerror(errno);
+        const VestaHbbTV::MutexLock lock(mutex_);
+        session_ = session;
+        if (session_ && isAsked_)
+            session_->quit();
     }
 
 private:
-    // A report is read once, and may be of a long run.
-    static constexpr Chronicle::Limits forReports = {50000, 20000, size_t(32) << 20};
-
-    void close(Session& session)
-    {
-        state_ = textOf(stateOf(session));
-#ifdef VESTA_HAS_WEB
-        if (server_)
-            server_->end();
-        server_.reset();
-#endif
-    }
-
-    const Options& options_;
     EventLog& log_;
-    std::optional<Chronicle> chronicle_;
-    std::string state_;  // at the end of the session
-#ifdef VESTA_HAS_WEB
-    std::optional<WebServer> server_;
-#endif
+    VestaHbbTV::Mutex mutex_;
+    Session* session_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    bool isAsked_ VESTA_GUARDED_BY(mutex_) = false;
 };
 
 int play(const Options& options, EventLog& log)
 {
+    // Before anything that makes threads: signals are to come to the watch alone.
+    Ending ending(log);
+    const SignalWatch signals([&ending](const std::string& name) { ending.ask(name); });
     Outside outside(options, log);
     const Screen screen = makeScreen(options, log);
     Doorbell doorbell(screen.loop.get());
@@ -275,10 +238,6 @@ int play(const Options& options, EventLog& log)
             return complain(problem, exitUsage);
     }
 
-    const SignalWatch signals([&](const std::string& name) {
-        log.report(Source::Receiver, "signal", name + ": the receiver is to end");
-        session.quit();
-    });
     const Session::Commander commander = commanderOf(options);
     session.setCommander(commander);
     std::optional<LineInput> typed;
@@ -287,7 +246,9 @@ int play(const Options& options, EventLog& log)
         typed.emplace(session, log);
     else if (commander == Session::Commander::Program)
         piped.emplace(session, STDIN_FILENO);
+    ending.setSession(&session);
     const int code = session.run();
+    ending.setSession(nullptr);
     typed.reset();
     piped.reset();
     const std::string unwritten = outside.writeReport();

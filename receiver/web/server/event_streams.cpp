@@ -36,9 +36,9 @@ EventStreams::EventStreams(Session& session, const Chronicle& chronicle)
 
 EventStreams::~EventStreams()
 {
-    for (Stream& stream : streams_) {
-        g_signal_handlers_disconnect_by_data(stream.message, &stream);
-        g_object_unref(stream.message);
+    while (!streams_.empty()) {
+        g_signal_handlers_disconnect_by_data(streams_.front().message, &streams_.front());
+        forget(streams_.front());
     }
     if (timer_ != 0)
         g_source_remove(timer_);
@@ -69,6 +69,8 @@ void EventStreams::begin(SoupServerMessage* message, const std::string& after)
     g_signal_connect(message, "wrote-body-data", G_CALLBACK(wrote), &stream);
     g_signal_connect(message, "finished", G_CALLBACK(finished), &stream);
     g_signal_connect(message, "disconnected", G_CALLBACK(finished), &stream);
+    stream.hangUp = std::make_unique<HangUpWatch>([this, &stream] { drop(stream); });
+    stream.hangUp->start(soup_server_message_get_socket(message));
     send(stream, eventOf("hello", R"({"run":")" + chronicle_.run() + R"(","version":")" +
                                       VESTA_VERSION + "\"}"));
     send(stream, happeningsAfter(stream.sent));
@@ -88,8 +90,7 @@ void EventStreams::finished(SoupServerMessage* message, gpointer stream)
 {
     auto* const gone = static_cast<Stream*>(stream);
     g_signal_handlers_disconnect_by_data(message, gone);
-    gone->owner->streams_.erase(gone->place);
-    g_object_unref(message);
+    gone->owner->forget(*gone);
 }
 
 gboolean EventStreams::look(gpointer self)
@@ -111,10 +112,7 @@ void EventStreams::send(Stream& stream, const std::string& text)
     if (text.empty())
         return;
     if (stream.pending + text.size() > mostPendingBytes) {
-        // What is queued goes with the connection.
-        GSocket* const socket = soup_server_message_get_socket(stream.message);
-        if (socket)
-            g_socket_shutdown(socket, TRUE, TRUE, nullptr);
+        drop(stream);
         return;
     }
     stream.pending += text.size();
@@ -122,6 +120,23 @@ void EventStreams::send(Stream& stream, const std::string& text)
                              SOUP_MEMORY_COPY, text.data(), text.size());
     soup_server_message_unpause(stream.message);
     lastSign_ = Clock::now();
+}
+
+/// What is queued goes with the connection.
+void EventStreams::drop(Stream& stream)
+{
+    g_signal_handlers_disconnect_by_data(stream.message, &stream);
+    GIOStream* const connection = soup_server_message_steal_connection(stream.message);
+    g_io_stream_close(connection, nullptr, nullptr);
+    g_object_unref(connection);
+    forget(stream);
+}
+
+void EventStreams::forget(Stream& stream)
+{
+    SoupServerMessage* const message = stream.message;
+    streams_.erase(stream.place);
+    g_object_unref(message);
 }
 
 void EventStreams::sendToAll(const std::string& text)

@@ -7,8 +7,10 @@
 #include <libsoup/soup.h>
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
 
+#include "receiver/glib/hang_up_watch.h"
 #include "receiver/session.h"
 #include "receiver/web/chronicle.h"
 
@@ -44,6 +46,7 @@ private:
         uint64_t sent = 0;   // the last happening
         size_t pending = 0;  // bytes that are not written yet
         std::list<Stream>::iterator place;
+        std::unique_ptr<HangUpWatch> hangUp;
     };
 
     static void wrote(SoupServerMessage* message, guint count, gpointer stream);
@@ -57,6 +60,8 @@ private:
     void tellOfScreen();
     void tellOfState();
     void keepAlive();
+    void drop(Stream& stream);
+    void forget(Stream& stream);
 
     Session& session_;
     const Chronicle& chronicle_;
