@@ -2,7 +2,9 @@
 
 // What there is at the moment: windows, applications, the table in force, carousels, loads.
 
-const listedFiles = 500;  // of a carousel; a broadcast may have thousands
+// Of a carousel; a broadcast may have thousands.
+const listedFiles = 500;
+const listedModules = 120;
 
 /// @param root where the panel is
 /// @param canStart whether there is a receiver that could start an application
@@ -88,26 +90,46 @@ function carouselsNow(carousels, bytes) {
         facts(`${carousel.modules_complete} of ${carousel.modules_known} modules`),
         element('progress', { value: carousel.modules_complete, max: Math.max(1, carousel.modules_known),
             'aria-label': `Modules of carousel ${hexadecimal(carousel.component_tag)}` }),
+        carouselModules(carousel.modules || []),
         carousel.files.length + carousel.stream_events.length === 0 ? null : carouselFiles(carousel)))),
     element('p', { class: 'hint' }, `Together ${withSeparators(bytes)} bytes.`)];
 }
 
+function carouselModules(modules) {
+    if (modules.length === 0)
+        return null;
+    return element('ul', { class: 'modules' }, modules.slice(0, listedModules).map(carouselModule),
+        moreOf('modules', modules.length - listedModules, 'li'));
+}
+
+function carouselModule({ module, version, size, blocks, received, problem }) {
+    const name = `Module ${module}`;
+    return element('li', { class: problem ? 'problem' : null, title: `${name}, version ${version}, ${withSeparators(size)} bytes` },
+        name, ' ', element('span', { class: 'facts' }, `${received}/${blocks}`),
+        element('progress', { value: received, max: Math.max(1, blocks), 'aria-label': name }),
+        problem || null);
+}
+
+function moreOf(what, count, name = 'p') {
+    return count > 0 ? element(name, { class: 'hint' }, `and ${withSeparators(count)} more ${what}`) : null;
+}
+
 function carouselFiles(carousel) {
     const name = `Files of carousel ${hexadecimal(carousel.component_tag)}`;
-    const more = carousel.files.length - listedFiles;
+    const omitted = carousel.files_omitted || 0;  // by the receiver
     const rows = [
         ...carousel.files.slice(0, listedFiles).map(file => [file.path, withSeparators(file.size)]),
         ...carousel.stream_events.map(events => [events.path, `${events.events} stream events`]),
     ];
-    return element('details', { open: true }, element('summary', null, `${carousel.files.length} files`),
+    return element('details', { open: true }, element('summary', null, `${withSeparators(carousel.files.length + omitted)} files`),
         element('div', { class: 'scroll files', tabindex: 0, role: 'region', 'aria-label': name }, table(name, ['File', 'Bytes'], rows)),
-        more > 0 ? element('p', { class: 'hint' }, `and ${withSeparators(more)} more files`) : null);
+        moreOf('files', carousel.files.length - listedFiles + omitted));
 }
 
 function pendingNow(pending) {
     if (pending.length === 0)
         return none('Nothing is waited for.');
-    return element('ul', null, pending.map(load => element('li', null, `Window ${load.window} `,
+    return element('ul', null, pending.map(load => element('li', null, load.window ? `Window ${load.window} ` : 'File ',
         element('bdi', { class: 'address' }, load.url))));
 }
 

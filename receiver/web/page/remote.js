@@ -13,7 +13,7 @@ const aliases = ['ENTER'];  // another name of OK
 
 const keyFaces = {
     LEFT: '◀', RIGHT: '▶', UP: '▲', DOWN: '▼', REWIND: '◀◀', PLAY: '▶', PAUSE: '❚❚', FORWARD: '▶▶', PLAYPAUSE: '▶❚❚',
-    STOP: '■', PAGEUP: 'P▲', PAGEDOWN: 'P▼', BACK: '↩', INFO: 'i',
+    STOP: '■', PAGEUP: '⇑', PAGEDOWN: '⇓', BACK: '↩', INFO: 'i',
 };
 const keySpoken = {
     LEFT: 'Left', RIGHT: 'Right', UP: 'Up', DOWN: 'Down', REWIND: 'Rewind', PLAY: 'Play', PAUSE: 'Pause',
@@ -102,15 +102,14 @@ class Remote {
             this.press(key);
     }
 
-    /// The screen and the pad have every key, a button of the remote all but the one that presses it; where
-    /// nothing has the focus, what scrolls the page scrolls it, and characters are nobody's.
+    /// The screen and the remote have every key, but that Enter is for the button that has the focus. Where
+    /// nothing has it, what scrolls the page scrolls it, and characters are nobody's.
     isOurs(event) {
         const focused = document.activeElement;
         if (!focused || focused === document.body)
             return keysOfNobody.includes(event.key);
-        if (focused.closest('.takes-keys'))
-            return true;
-        return Boolean(focused.closest('#remote')) && event.key !== 'Enter';
+        const isForButton = event.key === 'Enter' && focused.matches('button, summary');
+        return Boolean(focused.closest('.takes-keys')) && !isForButton;
     }
 
     async press(key) {

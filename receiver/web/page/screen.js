@@ -15,8 +15,8 @@ class Screen {
 
     begin() {
         this.state = null;
-        this.wanted = 0;  // the number of the latest painting that is announced
-        this.drawn = 0;
+        this.wanted = -1;  // the number of the latest painting that is announced
+        this.drawn = -1;
         this.canvas.getContext('2d').clearRect(0, 0, this.canvas.width, this.canvas.height);
         update(find('screen-outlines'));
         update(find('page-source'));
@@ -103,7 +103,7 @@ class Screen {
         const resources = page ? page.resources : [];
         update(find('page-resources'), resources.length === 0 ? null :
             table('What the page loaded', ['Loaded', 'Status', 'Bytes', 'Type'], resources.map(resource =>
-                [resource.url, resource.status === null ? 'no connection' : resource.status,
+                [resource.url, resource.status || 'no connection',
                     withSeparators(resource.size), resource.type])));
     }
 }

@@ -49,8 +49,11 @@ class Timeline {
         this.redraw();
     }
 
+    /// Another run has begun, which counts its records anew.
     begin() {
         this.selectedId = 0;
+        this.list.replaceChildren();
+        this.showRecord(null);
         this.showAll();
     }
 
@@ -211,6 +214,7 @@ class Timeline {
         if (event.button !== 0)
             return;
         const start = event.clientX;
+        const place = [event.offsetX, event.offsetY];
         const view = this.currentView();
         let hasMoved = false;
         const drag = moved => {
@@ -226,7 +230,7 @@ class Timeline {
         const release = () => {
             this.canvas.removeEventListener('pointermove', drag);
             if (!hasMoved)
-                this.select(this.nearestTo(event.offsetX, event.offsetY));
+                this.select(this.nearestTo(...place));
         };
         this.canvas.setPointerCapture(event.pointerId);
         this.canvas.addEventListener('pointermove', drag);

@@ -51,10 +51,17 @@ function exampleState() {
                 reason: 'The application needs a profile that the terminal does not have.' },
         ] },
         carousels: [{ component_tag: 42, modules_complete: 3, modules_known: 5,
+            modules: [
+                { module: 1, version: 0, size: 1234, blocks: 1, received: 1, problem: '' },
+                { module: 2, version: 0, size: 40008, blocks: 10, received: 10, problem: '' },
+                { module: 3, version: 1, size: 20, blocks: 1, received: 1, problem: '' },
+                { module: 4, version: 0, size: 300000, blocks: 74, received: 30, problem: '' },
+                { module: 5, version: 0, size: 99999999, blocks: 24600, received: 0, problem: 'too large' },
+            ],
             files: [{ path: '/index.html', size: 1234 }, { path: '/img/logo.png', size: 40008 }],
-            stream_events: [{ path: '/ev', events: 2 }] }],
+            files_omitted: 0, stream_events: [{ path: '/ev', events: 2 }] }],
         carousel_bytes: 367117,
-        pending: [{ window: 2, url: 'http://b.example/child.html' }],
+        pending: [{ window: 2, url: 'http://b.example/child.html' }, { window: null, url: '20fa.441.6dd0.2a/late.png' }],
         screen: { paints: true, width: 1280, height: 720, painting: 1, video: { x: 640, y: 0, width: 640, height: 360 } },
         switches: { http: true, timeshift: false, profiles: 0, start: 'allow', request: 'allow' },
         keys: keyNames,
@@ -135,7 +142,7 @@ class FakeReceiver {
 
     async stop() {
         const closed = new Promise(done => this.server.close(done));
-        await Promise.all([...this.listeners].map(listener => new Promise(done => listener.end(done))));
+        await Promise.all([...this.listeners].map(listener => new Promise(done => { listener.once('close', done).end(); })));
         this.listeners.clear();
         this.server.closeAllConnections();
         await closed;

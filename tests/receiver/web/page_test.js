@@ -210,12 +210,15 @@ describe('Remote control', () => {
         await page.keyboard.press('ArrowDown');
         await page.keyboard.press('F2');
         await until(() => receiver.commands.length === 2, 'a colour');
+        await page.locator('#timeline-heading').click();  // focuses nothing
+        await page.keyboard.press('Backspace');
+        await until(() => receiver.commands.length === 3, 'the key');
         const green = page.getByRole('button', { name: 'Green' });
         await green.focus();
         await page.keyboard.press('Enter');
         await page.keyboard.press('ArrowLeft');
-        await until(() => receiver.commands.length === 4, 'the button and an arrow');
-        assert.deepEqual(receiver.commands, ['answer start kill', 'key GREEN', 'key GREEN', 'key LEFT']);
+        await until(() => receiver.commands.length === 5, 'the button and an arrow');
+        assert.deepEqual(receiver.commands, ['answer start kill', 'key GREEN', 'key BACK', 'key GREEN', 'key LEFT']);
     }));
 });
 
@@ -242,7 +245,7 @@ describe('Panels', () => {
             'a.2a01', 'window 1, broadcast-related, shown', 'window 2, broadcast-independent, hidden, created by a.2a01',
             'RED GREEN NAVIGATION (0x13)', 'http://a.example/', 'Launcher', 'AUTOSTART', 'runs', 'http://backup.example/index.html',
             '0x0000 with version 1.2.1', 'can start', 'cannot start', 'The application needs a profile that the terminal does not have.',
-            'Carousel 0x2a', '3 of 5 modules', '/img/logo.png', '40,008', '2 stream events', 'Together 367,117 bytes.', 'sample.ts', '204,800'])
+            'Carousel 0x2a', '3 of 5 modules', 'Module 4 30/74', 'Module 5 0/24600', 'too large', 'late.png', '/img/logo.png', '40,008', '2 stream events', 'Together 367,117 bytes.', 'sample.ts', '204,800'])
             assert.ok(now.includes(wanted), wanted);
         await page.getByRole('button', { name: 'Start a.2a02' }).click();
         await until(() => receiver.commands.includes('start a.2a02'), 'the command');
@@ -252,12 +255,15 @@ describe('Panels', () => {
     it('FillAndEmptyAsTheStateDoes', () => onPage(async page => {
         await page.getByText('2 files').click();  // closes the list, which stays closed
         const carousel = { ...exampleState().carousels[0], modules_complete: 5 };
+        carousel.modules = Array.from({ length: 300 }, (_, n) => ({ module: n, version: 0, size: n, blocks: 2, received: 1, problem: '' }));
+        carousel.files_omitted = 100;
         carousel.files = Array.from({ length: 900 }, (_, n) => ({ path: `/file-${n}`, size: n }));
         receiver.setState({ carousels: [carousel] });
         await waitForText(page, '#now-panel', '5 of 5 modules');
         assert.equal(await page.locator('#now-panel details[open]').count(), 0);
-        await page.getByText('900 files').click();
-        await waitForText(page, '#now-panel', 'and 400 more files');
+        await waitForText(page, '#now-panel', 'and 180 more modules');
+        await page.getByText('1,000 files').click();
+        await waitForText(page, '#now-panel', 'and 500 more files');
         receiver.setState(emptyState());
         for (const sentence of ['No window is open.', 'No application runs.', 'There is no table.', 'There is no carousel.', 'Nothing is waited for.'])
             await waitForText(page, '#now-panel', sentence);
