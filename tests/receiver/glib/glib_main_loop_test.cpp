@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "receiver/integration/doorbell.h"
-#include "receiver/wpe/glib_main_loop.h"
+#include "receiver/glib/glib_main_loop.h"
 
 namespace receiver {
 namespace {
