@@ -156,7 +156,7 @@ describe('Pictures', () => {
     const mostDifferent = 0.005;  // of all pixels: edges of letters, in another release of the browser
 
     async function compare(locator, name) {
-        const { default: pixelmatch } = await import('pixelmatch');
+        const { default: pixelmatch } = await import(pathToFileURL(require.resolve('pixelmatch')));  // import() knows no NODE_PATH
         const file = path.join(__dirname, 'pictures', `${name}.png`);
         const shot = await locator.screenshot();
         if (process.env.KEEP_PICTURES) {

@@ -69,7 +69,7 @@ class Receiver {
         return this.exit;
     }
 
-    /// @return { status, headers, text }
+    /// @return { status, headers, bytes, text }
     request(where, { method = 'GET', headers = {}, body } = {}) {
         const host = new URL(this.url).hostname.replace(/[[\]]/g, '');
         return new Promise((resolve, reject) => {
@@ -77,11 +77,10 @@ class Receiver {
             const request = http.request(options, response => {
                 const parts = [];
                 response.on('data', part => parts.push(part));
-                response.on('end', () => resolve({
-                    status: response.statusCode,
-                    headers: response.headers,
-                    text: Buffer.concat(parts).toString('utf8'),
-                }));
+                response.on('end', () => {
+                    const bytes = Buffer.concat(parts);
+                    resolve({ status: response.statusCode, headers: response.headers, bytes, text: bytes.toString('utf8') });
+                });
                 response.on('error', reject);
             });
             request.on('error', reject);
@@ -92,6 +91,10 @@ class Receiver {
     async json(where) {
         const response = await this.request(where);
         return JSON.parse(response.text);
+    }
+
+    picture() {
+        return this.request('/screen.png');
     }
 
     /// @return the answer's document and status

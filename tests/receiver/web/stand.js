@@ -75,4 +75,4 @@ async function until(condition, what) {
     }
 }
 
-module.exports = { Stand, until };
+module.exports = { Stand, browserArguments, until };

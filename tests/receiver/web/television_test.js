@@ -61,6 +61,15 @@ describe('Television', () => {
         assert.equal(key.details.consumed, true);
     }));
 
+    it('GivesProgramsThePictureWithItsNumber', async () => {
+        const { screen } = await state();
+        const [one, other] = await Promise.all([receiver.picture(), receiver.picture()]);
+        assert.equal(one.bytes.subarray(1, 4).toString(), 'PNG');
+        assert.deepEqual([one.bytes.readUInt32BE(16), one.bytes.readUInt32BE(20)], [1280, 720]);
+        assert.ok(Number(one.headers['x-painting']) >= screen.painting);
+        assert.ok(one.bytes.equals(other.bytes) || one.headers['x-painting'] !== other.headers['x-painting']);
+    });
+
     it('TakesTheComputersKeys', () => inTab(async page => {
         const keysNow = async () => {
             const { happenings } = await receiver.json('/happenings.json');
@@ -127,6 +136,34 @@ describe('Restart', () => {
         assert.notEqual(next, run);
         await until(() => page.evaluate(() => app.record.run).then(known => known === next), 'the new run');
     }));
+});
+
+describe('Hostile stream', () => {
+    it('IsTextToThePageAndToAReport', async () => {
+        const file = path.join(folder, 'hostile.html');
+        const hostile = await Receiver.start(['--report', file, path.join(process.env.VESTA_STREAMS, 'markup.ts')]);
+        await hostile.command('wait loaded within 60');
+        await hostile.command('say "</script><img src=x onerror=alert(1)>"');
+        const isUnharmed = async page => {
+            const injected = await page.evaluate(() => document.querySelectorAll('img[src="x"], [onclick], [onerror]').length);
+            assert.equal(injected, 0);
+            const text = await page.evaluate(() => document.body.innerText);
+            assert.match(text, /<img src=x onerror=alert\(1\)>/);
+            assert.doesNotMatch(text, /[\u001b\u202e]/);
+        };
+        await stand.visit(hostile.url, {}, async page => {
+            page.on('dialog', () => assert.fail('a script of the stream ran'));
+            await page.locator('#channel-list button').nth(1).waitFor();
+            assert.equal((await page.locator('#channel-list button').allInnerTexts()).filter(text => text.includes('<img src=x')).length, 2);
+            await until(async () => (await page.locator('#now').innerText()).includes('<img src=x onerror=alert(1)>.html'), 'the name of the file');
+            await isUnharmed(page);
+        });
+        assert.equal(await hostile.stop(), 0);
+        await stand.visit(pathToFileURL(file).href, {}, async page => {
+            page.on('dialog', () => assert.fail('a script of the stream ran'));
+            await isUnharmed(page);
+        });
+    });
 });
 
 describe('Report', () => {
