@@ -6,8 +6,10 @@ namespace receiver {
 
 namespace {
 
-/// @return false when there is no one at the other end any more
-bool isConnected(GSocket* socket)
+enum class Sign { Gone, Bytes, Nothing };
+
+/// What the other end has last shown of itself.
+Sign signOf(GSocket* socket)
 {
     char next = 0;
     GInputVector place = {&next, 1};
@@ -15,9 +17,13 @@ bool isConnected(GSocket* socket)
     GError* problem = nullptr;
     const gssize count = g_socket_receive_message(socket, nullptr, &place, 1, nullptr, nullptr,
                                                   &flags, nullptr, &problem);
-    const bool isQuiet = g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK) != 0;
+    // A socket with a time limit is woken when that is over: nothing was to be read all the same.
+    const bool isQuiet = g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK) != 0 ||
+                         g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != 0;
     g_clear_error(&problem);
-    return count > 0 || isQuiet;
+    if (count > 0)
+        return Sign::Bytes;
+    return isQuiet ? Sign::Nothing : Sign::Gone;
 }
 
 }  // namespace
@@ -44,9 +50,12 @@ void HangUpWatch::stop()
 
 gboolean HangUpWatch::look(GSocket* socket, GIOCondition /*condition*/, gpointer self)
 {
+    const Sign sign = signOf(socket);
+    if (sign == Sign::Nothing)
+        return G_SOURCE_CONTINUE;
     auto* const watch = static_cast<HangUpWatch*>(self);
     watch->stop();
-    if (!isConnected(socket))
+    if (sign == Sign::Gone)
         watch->gone_();
     return G_SOURCE_REMOVE;
 }

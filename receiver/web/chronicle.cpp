@@ -88,7 +88,7 @@ uint64_t Chronicle::omitted() const
     return omitted_;
 }
 
-std::vector<Chronicle::Entry> Chronicle::after(uint64_t id) const
+std::vector<Chronicle::Entry> Chronicle::after(uint64_t id, size_t mostBytes) const
 {
     const auto isEarlier = [](const Entry& one, const Entry& other) { return one.id < other.id; };
     const MutexLock lock(mutex_);
@@ -98,6 +98,13 @@ std::vector<Chronicle::Entry> Chronicle::after(uint64_t id) const
     std::vector<Entry> entries;
     std::merge(firstOf(happenings_), happenings_.entries.end(), firstOf(logLines_),
                logLines_.entries.end(), std::back_inserter(entries), isEarlier);
+    auto first = entries.end();
+    for (size_t bytes = 0; first != entries.begin(); --first) {
+        bytes += std::prev(first)->json.size();
+        if (bytes > mostBytes)
+            break;
+    }
+    entries.erase(entries.begin(), first);
     return entries;
 }
 

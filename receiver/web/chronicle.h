@@ -48,7 +48,8 @@ public:
     uint64_t omitted() const;
 
     /// What is kept of the happenings after this one, in their order.
-    std::vector<Entry> after(uint64_t id) const;
+    /// @param mostBytes of JSON: the latest that are no more than that, together
+    std::vector<Entry> after(uint64_t id, size_t mostBytes = SIZE_MAX) const;
 
 private:
     /// Those that push out each other.

@@ -185,10 +185,12 @@ Json modulesOf(const ObjectCarousel& carousel)
     return modules;
 }
 
-Json carouselsOf(const ServiceCarousels& carousels)
+/// @param all of them
+Json carouselsOf(const ServiceCarousels& carousels,
+                 const std::vector<ServiceCarousels::Status>& all)
 {
     Json list = Json::array();
-    for (const auto& status : carousels.status()) {
+    for (const auto& status : all) {
         Json files = Json::array();
         for (const CarouselFile& file : status.listing.files) {
             if (files.size() < mostFiles)
@@ -214,12 +216,6 @@ Json carouselsOf(const ServiceCarousels& carousels)
         }
     });
     return list;
-}
-
-size_t bytesOf(const ServiceCarousels& carousels)
-{
-    const auto status = carousels.status();
-    return status.empty() ? 0 : status.front().progress.memoryUsed;
 }
 
 Json pendingOf(Session& session)
@@ -262,6 +258,7 @@ Json stateOf(Session& session)
 {
     const Middleware& middleware = session.middleware();
     const ServiceCarousels& carousels = session.middleware().carousels();
+    const auto status = carousels.status();
     return {{"version", VESTA_VERSION},
             {"time", session.log().secondsSinceStart()},
             {"stream", streamOf(middleware)},
@@ -269,8 +266,8 @@ Json stateOf(Session& session)
             {"windows", windowsOf(session.browser())},
             {"applications", applicationsOf(session)},
             {"table", tableOf(session)},
-            {"carousels", carouselsOf(carousels)},
-            {"carousel_bytes", bytesOf(carousels)},
+            {"carousels", carouselsOf(carousels, status)},
+            {"carousel_bytes", status.empty() ? 0 : status.front().progress.memoryUsed},
             {"pending", pendingOf(session)},
             {"screen", screenOf(session.browser())},
             {"switches", switchesOf(session.integrator())},

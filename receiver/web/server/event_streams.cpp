@@ -107,19 +107,21 @@ gboolean EventStreams::look(gpointer self)
     return G_SOURCE_CONTINUE;
 }
 
-void EventStreams::send(Stream& stream, const std::string& text)
+/// @return whether it still exists: a reader who is too slow is dropped
+bool EventStreams::send(Stream& stream, const std::string& text)
 {
     if (text.empty())
-        return;
+        return true;
     if (stream.pending + text.size() > mostPendingBytes) {
         drop(stream);
-        return;
+        return false;
     }
     stream.pending += text.size();
     soup_message_body_append(soup_server_message_get_response_body(stream.message),
                              SOUP_MEMORY_COPY, text.data(), text.size());
     soup_server_message_unpause(stream.message);
     lastSign_ = Clock::now();
+    return true;
 }
 
 /// What is queued goes with the connection.
@@ -166,17 +168,10 @@ void EventStreams::sendHappenings()
 /// As much of the latest as anybody reads at once.
 std::string EventStreams::happeningsAfter(uint64_t id) const
 {
-    const std::vector<Chronicle::Entry> entries = chronicle_.after(id);
-    auto first = entries.end();
-    for (size_t bytes = 0; first != entries.begin(); --first) {
-        bytes += std::prev(first)->json.size();
-        if (bytes > mostReplayBytes)
-            break;
-    }
     std::string text;
-    for (; first != entries.end(); ++first)
-        text += "id: " + chronicle_.run() + "." + std::to_string(first->id) + "\n" +
-                eventOf("happening", first->json);
+    for (const Chronicle::Entry& entry : chronicle_.after(id, mostReplayBytes))
+        text += "id: " + chronicle_.run() + "." + std::to_string(entry.id) + "\n" +
+                eventOf("happening", entry.json);
     return text;
 }
 
@@ -218,7 +213,8 @@ void EventStreams::end()
     const std::string goodbye = eventOf("end", "{}");
     for (auto stream = streams_.begin(); stream != streams_.end();) {
         Stream& next = *stream++;
-        send(next, goodbye);
+        if (!send(next, goodbye))
+            continue;
         soup_message_body_complete(soup_server_message_get_response_body(next.message));
         soup_server_message_unpause(next.message);
     }

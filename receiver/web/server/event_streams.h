@@ -53,7 +53,7 @@ private:
     static void finished(SoupServerMessage* message, gpointer stream);
     static gboolean look(gpointer self);
     void begin(SoupServerMessage* message, const std::string& after);
-    void send(Stream& stream, const std::string& text);
+    bool send(Stream& stream, const std::string& text);
     void sendToAll(const std::string& text);
     void sendHappenings();
     std::string happeningsAfter(uint64_t id) const;

@@ -23,6 +23,9 @@ constexpr std::chrono::milliseconds stateAge(100);
 
 constexpr std::chrono::milliseconds mostGoodbye(500);
 
+// Of one answer: each connection may have one that nobody reads.
+constexpr size_t mostHappeningsBytes = size_t(4) << 20;
+
 std::optional<std::string> headerOf(SoupServerMessage* message, const char* name)
 {
     const char* const value =
@@ -226,12 +229,12 @@ void WebServer::answerPage(SoupServerMessage* message, GHashTable* query)
 
 void WebServer::answerHappenings(SoupServerMessage* message, GHashTable* query)
 {
+    const uint64_t known = chronicle_.idIn(parameterOf(query, "after"));
     std::string document = "{\"run\":\"" + chronicle_.run() +
                            "\",\"omitted\":" + std::to_string(chronicle_.omitted()) +
                            ",\"happenings\":[";
     const char* separator = "\n";
-    for (const Chronicle::Entry& entry :
-         chronicle_.after(chronicle_.idIn(parameterOf(query, "after")))) {
+    for (const Chronicle::Entry& entry : chronicle_.after(known, mostHappeningsBytes)) {
         document += separator + entry.json;
         separator = ",\n";
     }

@@ -77,6 +77,20 @@ TEST_F(HangUpWatchTest, WhatIsSentStaysToBeReadAndEndsTheLook)
     EXPECT_EQ(calls_, 1);
 }
 
+TEST_F(HangUpWatchTest, ATimeLimitOfTheSocketIsNoHangUp)
+{
+    HangUpWatch watch([this] { ++calls_; });
+    g_socket_set_timeout(watched_, 1);
+    watch.start(watched_);
+    const gint64 start = g_get_monotonic_time();
+    while (g_get_monotonic_time() - start < G_USEC_PER_SEC)  // until the limit is over
+        g_main_context_iteration(nullptr, TRUE);
+    EXPECT_EQ(calls_, 0);
+    hangUp();
+    settle();
+    EXPECT_EQ(calls_, 1);
+}
+
 TEST_F(HangUpWatchTest, OneThatIsStoppedOrGoneHearsNothing)
 {
     HangUpWatch watch([this] { ++calls_; });

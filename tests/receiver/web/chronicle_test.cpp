@@ -102,6 +102,17 @@ TEST_F(ChronicleTest, StaysWithinItsBytes)
     EXPECT_EQ(chronicle.after(0).back().id, 100u);
 }
 
+TEST_F(ChronicleTest, GivesTheLatestThatFitIntoSoManyBytes)
+{
+    const Chronicle chronicle(log_);
+    for (int count = 0; count < 5; ++count)
+        log_.report(Source::Air, "event", "text");
+    const size_t one = chronicle.after(4).front().json.size();
+    const size_t room = 2 * one + 20;  // times differ in length
+    EXPECT_EQ(idsOf(chronicle.after(0, room)), (Ids{4, 5}));
+    EXPECT_EQ(idsOf(chronicle.after(0, 1)), Ids());
+}
+
 TEST_F(ChronicleTest, ATextOfAMegabyteIsCut)
 {
     const Chronicle chronicle(log_);
