@@ -3,13 +3,18 @@
 #   figures/measure.sh            everything, into docs/figures.md
 #   figures/measure.sh --check    sizes and allocations alone, against figures/limits.txt
 #   figures/measure.sh --limits   the same, into figures/limits.txt, with a little room
+#   figures/measure.sh --stack [ENTRY...]
+#                                 the deepest path below each entry function, or below those that are
+#                                 named, function by function; fails where one is deeper than the limit
 # Where a target's compiler is missing its figures are left out, and said to be. The build trees are
 # build/figures/<target>-<options>; coverage and fuzzing are those of the last ./dev coverage and ./dev fuzz.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export LC_ALL=C
 readonly trees=build/figures limits=figures/limits.txt page=docs/figures.md
-readonly targets=(x86-64 i386 armhf aarch64)
+readonly targets=(x86-64 i386 armhf aarch64) stack_targets=(armhf x86-64) deepest_stack=4096
+# What figures/stack.py reads. It does not change the code.
+readonly stack_options="-save-temps=obj -fcallgraph-info=su -fdump-tree-optimized-lineno"
 
 say() {
     printf '== %s\n' "$*" >&2
@@ -40,9 +45,13 @@ can_compile() {
 
 # build_library TARGET LEVEL LTO: prints the library's path.
 build_library() {
-    local tree="$trees/$1-$2-$3"
+    local tree="$trees/$1-$2-$3" level=$2 options=()
+    # ccache cannot keep what the compiler says beside the object file.
+    [[ $2-$3 != O2-OFF || " ${stack_targets[*]} " != *" $1 "* ]] ||
+        level+=" $stack_options" options=(-DCMAKE_CXX_COMPILER_LAUNCHER=)
     cmake -S . -B "$tree" -Wno-dev "${configuration[@]}" -DCMAKE_BUILD_TYPE=Release \
-        "-DCMAKE_CXX_FLAGS_RELEASE=-$2 -DNDEBUG" -DVESTA_LTO="$3" -DVESTA_BUILD_TESTS=OFF \
+        "${options[@]}" \
+        "-DCMAKE_CXX_FLAGS_RELEASE=-$level -DNDEBUG" -DVESTA_LTO="$3" -DVESTA_BUILD_TESTS=OFF \
         -DVESTA_BUILD_KIT=OFF -DVESTA_BUILD_RECEIVER=OFF -DVESTA_BUILD_STATION=OFF \
         -DVESTA_BUILD_REPLAY=OFF >"$tree.log" 2>&1 &&
         cmake --build "$tree" --parallel "${JOBS:-$(nproc)}" --target vesta_hbbtv_appman \
@@ -50,6 +59,7 @@ build_library() {
         cat "$tree.log" >&2
         return 1
     }
+    find "$tree" -name '*.ii' -delete
     printf '%s/libvesta_hbbtv_appman.so' "$tree"
 }
 
@@ -91,19 +101,56 @@ measure_heap() {
     done
 }
 
+# call_graphs TARGET: prints the folder.
+call_graphs() {
+    prepare "$1"
+    local library
+    library=$(build_library "$1" O2 OFF)
+    printf '%s/CMakeFiles/vesta_objects.dir' "${library%/*}"
+}
+
+# Lines "stack TARGET BYTES ENTRY".
+measure_stack() {
+    local target folder
+    for target in "${stack_targets[@]}"; do
+        prepare "$target"
+        can_compile || continue
+        say "$target stack"
+        folder=$(call_graphs "$target")
+        python3 figures/stack.py "$folder" | sed "s/^/stack $target /"
+    done
+}
+
+show_stack() {
+    local target folder status=0
+    for target in "${stack_targets[@]}"; do
+        prepare "$target"
+        can_compile || { say "no compiler for $target"; continue; }
+        folder=$(call_graphs "$target")
+        say "$target"
+        python3 figures/stack.py --paths "$folder" "$@" | tee "$trees/stack-$target"
+        awk -v limit="$deepest_stack" '/^[0-9]/ && $1 > limit { print $2 ": " $1 " bytes of stack, the limit is " limit; failed = 1 }
+            END { exit failed }' "$trees/stack-$target" >&2 || status=1
+    done
+    return "$status"
+}
+
 measure_what_is_limited() {
     measure_sizes
     measure_heap
+    measure_stack
 }
 
 # Two per cent of room for text, so that a compiler's update is no alarm; none for allocations.
 write_limits() {
     {
         echo "# What ./dev figures --check holds the library to: text of the shared library in bytes, and"
-        echo "# bytes and allocations on the heap. Written by figures/measure.sh --limits."
+        echo "# bytes and allocations on the heap; and bytes of stack below any entry function. Written by"
+        echo "# figures/measure.sh --limits."
         measure_what_is_limited | awk '
             $1 == "size" { printf "size %s %s %s %d\n", $2, $3, $4, $5 * 1.02 }
             $1 == "heap" { print }'
+        printf "stack %s $deepest_stack\n" "${stack_targets[@]}"
     } >"$trees/limits"
     mv "$trees/limits" "$limits"
 }
@@ -114,7 +161,12 @@ check() {
         FNR == NR && $1 == "size" { limit[$2, $3, $4] = $5 }
         FNR == NR && $1 == "heap" { what = $2; for (i = 5; i <= NF; ++i) what = what " " $i
                                     bytes[what] = $3; blocks[what] = $4 }
+        FNR == NR && $1 == "stack" { deepest[$2] = $3 }
         FNR == NR { next }
+        $1 == "stack" && $3 > deepest[$2] {
+            print $4 " on " $2 ": " $3 " bytes of stack, the limit is " deepest[$2] "; ./dev stack " $4 " has the path"
+            failed = 1
+        }
         $1 == "size" && !(($2, $3, $4) in limit) { print "no limit for " $0; failed = 1 }
         $1 == "size" && $5 > limit[$2, $3, $4] {
             print $2 " -" $3 " (link-time optimisation " $4 "): text of " $5 " bytes, the limit is " limit[$2, $3, $4]
@@ -149,6 +201,16 @@ print_heap() {
     }
     END { for (i = 1; i <= count; ++i) { w = order[i]
         printf "| %s | %s | %s | %s | %s |\n", w, bytes[w, "x86-64"], blocks[w, "x86-64"], bytes[w, "i386"], blocks[w, "i386"] } }' "$1"
+}
+
+print_stack() {
+    echo "| Entry function | armhf: bytes | x86-64: bytes |"
+    echo "|---|---:|---:|"
+    # The functions in C add one frame of up to 16 bytes.
+    awk '$1 == "stack" && $4 !~ /^vesta_hbbtv_c_/ { if (!($4 in known)) order[++count] = $4; known[$4] = 1; bytes[$4, $2] = $3 }
+    END { for (i = 1; i <= count; ++i) { e = order[i]
+        printf "%d | `%s` | %s | %s |\n", bytes[e, "x86-64"], e, bytes[e, "armhf"], bytes[e, "x86-64"] } }' "$1" |
+        sort -k 1,1nr -k 3,3 | sed 's/^[0-9]* //'
 }
 
 # figures/ratios.txt: program, benchmark, its peer, what that says.
@@ -218,6 +280,16 @@ write_page() {
         echo
         print_heap "$trees/measured"
         echo
+        echo "## Stack"
+        echo
+        echo "The deepest path below an entry function, frame by frame as the compiler laid them out with -O2;"
+        echo "\`./dev stack\` prints the paths, and none is deeper than $deepest_stack bytes. It is that of the library alone: what the"
+        echo "browser, the platform, listeners and the C and C++ libraries need on top is theirs, and so is what they"
+        echo "call in return. How often a path goes round is known where \`figures/stack_rules.txt\` says so. The functions"
+        echo "in C take up to 16 bytes more."
+        echo
+        print_stack "$trees/measured"
+        echo
         echo "## Speed"
         echo
         echo "Processor time, as a multiple of the peer's; less is faster."
@@ -278,9 +350,13 @@ mkdir -p "$trees"
 case ${1:-} in
 --check) check ;;
 --limits) write_limits ;;
+--stack)
+    shift
+    show_stack "$@"
+    ;;
 "") write_page ;;
 *)
-    echo "figures/measure.sh takes --check, --limits or nothing: $*" >&2
+    echo "figures/measure.sh takes --check, --limits, --stack or nothing: $*" >&2
     exit 2
     ;;
 esac

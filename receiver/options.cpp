@@ -274,7 +274,7 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& problem)
 {
     Options options;
     opterr = 0;
-    optind = 1;
+    optind = 0;  // 1 would go on with the letters that a call before left
     for (;;) {
         const int name = getopt_long(argc, argv, ":hs:", longOptions, nullptr);
         if (name == -1)

@@ -1,7 +1,10 @@
 #include "signalling/ait.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "foundation/decision.h"
 #include "foundation/descriptor.h"
@@ -27,6 +30,38 @@ uint32_t firstMissing(const std::bitset<256>& received)
     while (received.test(number))
         ++number;
     return number;
+}
+
+using Applications = std::vector<std::unique_ptr<AITApplication>>;
+
+bool comesBefore(const Applications::value_type& one, const Applications::value_type& other)
+{
+    return one->getApplicationPriority() > other->getApplicationPriority();
+}
+
+/// Merges two lists that are in the order of priorities: of equals those of the first stay before.
+/// Deliberate: not std::inplace_merge(), which calls itself where memory is scarce.
+/// @param formerCount where the second begins
+void mergeAdded(Applications& applications, size_t formerCount)
+{
+    const auto first = applications.begin();
+    auto former = first + static_cast<Applications::difference_type>(formerCount);
+    auto place = applications.end();
+    size_t left = applications.size() - formerCount;
+    if (formerCount == 0 || left == 0)
+        return;
+    const std::unique_ptr<Applications::value_type[]> added(new (std::nothrow)
+                                                                Applications::value_type[left]);
+    if (!added) {
+        for (auto next = former; next != place; ++next)
+            std::rotate(std::upper_bound(first, next, *next, comesBefore), next, next + 1);
+        return;
+    }
+    std::move(former, place, added.get());
+    while (left > 0) {  // from the lowest priority on
+        const bool isFormer = former != first && comesBefore(added[left - 1], former[-1]);
+        *--place = std::move(isFormer ? *--former : added[--left]);
+    }
 }
 
 }  // namespace
@@ -141,11 +176,7 @@ bool AIT::parseApplications(ByteReader section, size_t loopLength)
     applications_.reserve(formerCount + loopLength / shortEntrySize);
     const bool accepted = addApplications(section, loopLength);
     // Once a section and not once an application: a table may have thousands.
-    std::inplace_merge(applications_.begin(), placeAt(formerCount), applications_.end(),
-                       [](const auto& former, const auto& added) {
-                           return former->getApplicationPriority() >
-                                  added->getApplicationPriority();
-                       });
+    mergeAdded(applications_, formerCount);
     return accepted;
 }
 

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <ostream>
 
 #include "kit/section_copy.h"
 #include "tests/support/section_builder.h"
@@ -73,6 +74,14 @@ struct VersionRow {
     Profile asked;
     Profile inCopy;
 };
+
+// A case is named by its members: what is between them has no value.
+void PrintTo(const VersionRow& row, std::ostream* out)
+{
+    const auto& [major, minor, micro] = row.carried;
+    *out << "HbbTV " << int{major} << '.' << int{minor} << '.' << int{micro} << ", asked "
+         << int{row.asked.major} << '.' << int{row.asked.minor} << '.' << int{row.asked.micro};
+}
 
 class CarriedVersions : public ::testing::TestWithParam<VersionRow> {};
 

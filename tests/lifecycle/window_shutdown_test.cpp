@@ -189,6 +189,24 @@ TEST_F(WindowShutdown, AParentEndsBeforeItsChild)
                      "RELEASE w1", "destroyed 2", "RELEASE w2"}));
 }
 
+// A page that starts a child before it has loaded may make a line of as many as get a browser
+// window.
+TEST_F(WindowShutdown, AncestorsEndFromTheEldest)
+{
+    const size_t children = 60;
+    startByURL("http://a.example/parent");
+    for (size_t child = 0; child < children; ++child)
+        startChild("child");
+    EXPECT_EQ(window()->getApplications().size(), children + 1);
+    EXPECT_TRUE(shutdownNow(running()));
+    EXPECT_EQ(window()->getApplications().size(), 0u);
+    const Lines ends = journal();
+    ASSERT_EQ(ends.size(),
+              3 * (children + 1));  // the plugin hears of it, the listener, and a release
+    for (size_t child = 0; child <= children; ++child)
+        EXPECT_EQ(ends[3 * child], "destroyed " + std::to_string(child + 1));
+}
+
 TEST_F(WindowShutdown, AParentThatEndsAloneIsForgottenByItsChild)
 {
     startByURL("http://a.example/parent");

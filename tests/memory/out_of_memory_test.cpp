@@ -2,6 +2,7 @@
 // nothing leaks, and the library works afterwards.
 
 #include <functional>
+#include <new>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -418,5 +419,41 @@ TEST_P(OutOfMemory, IsSurvivedWhereverItHappens)
 
 INSTANTIATE_TEST_SUITE_P(Everywhere, OutOfMemory, ::testing::ValuesIn(scenarios()),
                          [](const auto& each) { return std::string(each.param.name); });
+
+AITSection sectionOf(uint8_t number, const std::vector<uint8_t>& priorities)
+{
+    AITSection section;
+    auto id = static_cast<uint16_t>(10 * number);
+    for (const uint8_t priority : priorities)
+        section.add(AITEntry(1, id++).priority(priority));
+    return section.number(number, 1);
+}
+
+// An allocation that fails is refused or not needed: then the order is that of the priorities.
+TEST(OutOfMemoryInATable, ASectionComesIntoItsOrderWithoutMemoryToMerge)
+{
+    const auto first = sectionOf(0, {5, 3, 1}).exactBlock();
+    const auto second = sectionOf(1, {4, 3, 5}).exactBlock();
+    int survived = 0;
+    for (long number = 1, failed = 1; failed > 0; ++number) {
+        AIT table(1, 2, 3, nullptr);
+        ASSERT_TRUE(table.parse(first.get()));
+        FailingMemory::fail(number, false);
+        bool isParsed = false;
+        try {
+            isParsed = table.parse(second.get());
+        } catch (const std::bad_alloc&) {  // whoever called the library does not see it
+        }
+        failed = FailingMemory::stop();
+        if (!isParsed)
+            continue;
+        survived += failed > 0 ? 1 : 0;
+        std::vector<unsigned> ids;
+        for (unsigned index = 0; index < table.getNumApplications(); ++index)
+            ids.push_back(table.getAITApplication(index)->getApplicationId());
+        EXPECT_EQ(ids, std::vector<unsigned>({0, 12, 10, 1, 11, 2}));
+    }
+    EXPECT_EQ(survived, 1);
+}
 
 }  // namespace

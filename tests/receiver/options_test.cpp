@@ -101,6 +101,24 @@ TEST(Options, HelpAndVersionWantNoStream)
         EXPECT_NE(usage().find(option), std::string::npos) << option;
 }
 
+// getopt() remembers the letters that follow the one which was wrong.
+TEST(Options, WhatWasLeftOfWrongOnesIsForgotten)
+{
+    const auto taken = [](char* argument) {
+        char program[] = "vesta_receiver";
+        char* arguments[] = {program, argument, nullptr};
+        std::string problem;
+        return parseOptions(2, arguments, problem);
+    };
+    char wrong[] = "-xh";
+    char stream[] = "a.ts";
+    EXPECT_FALSE(taken(wrong));
+    const std::optional<Options> options = taken(stream);
+    ASSERT_TRUE(options);
+    EXPECT_FALSE(options->help);
+    EXPECT_EQ(options->middleware.input, "a.ts");
+}
+
 TEST(Options, WhatIsWrongIsSaid)
 {
     const std::pair<const char*, const char*> cases[] = {

@@ -61,6 +61,7 @@ TEST(SignalWatchDeathTest, TheSecondOneEndsTheProcessWhileTheFirstIsStillBeingRe
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
+            std::signal(SIGINT, SIG_DFL);  // a job in the background may ignore it
             const SignalWatch watch([](const std::string&) {
                 ::kill(::getpid(), SIGTERM);
                 std::_Exit(0);  // not reached
