@@ -248,8 +248,8 @@ Json switchesOf(const Integrator& integrator)
     return {{"http", integrator.hasBroadband},
             {"timeshift", integrator.isTimeShifted},
             {"profiles", integrator.supportedProfiles},
-            {"start", startAnswers[integrator.startAnswer]},
-            {"request", requestAnswers[integrator.requestAnswer]}};
+            {"start", startAnswers[size_t(integrator.startAnswer)]},
+            {"request", requestAnswers[size_t(integrator.requestAnswer)]}};
 }
 
 }  // namespace
