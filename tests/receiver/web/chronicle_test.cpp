@@ -131,7 +131,7 @@ TEST_F(ChronicleTest, ATextThatIsCutWithinACharacterIsStillJson)
     for (int count = 0; count < 40000; ++count)
         umlauts += "\xC3\xBC";
     log_.report(Source::Script, "debug", umlauts);
-    EXPECT_NO_THROW(Json::parse(chronicle.after(0).front().json));
+    EXPECT_TRUE(Json::accept(chronicle.after(0).front().json));
 }
 
 TEST_F(ChronicleTest, WhatATerminalOrAScriptWouldObeyIsEscaped)
