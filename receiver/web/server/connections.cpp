@@ -7,6 +7,10 @@ namespace {
 // Of one that neither sends nor takes anything.
 constexpr guint mostIdleSeconds = 60;
 
+// Who comes while the application manager is busy waits here; beyond that a system only seems to
+// connect them.
+constexpr int backlog = 128;
+
 GSocketAddress* socketAddressOf(const WebAddress& address)
 {
     return g_inet_socket_address_new_from_string(address.host.c_str(), address.port);
@@ -17,6 +21,7 @@ GSocketAddress* socketAddressOf(const WebAddress& address)
 Connections::Connections(SoupServer* server)
     : server_(server), service_(g_socket_service_new()), count_(std::make_shared<unsigned>(0))
 {
+    g_socket_listener_set_backlog(G_SOCKET_LISTENER(service_), backlog);
     g_signal_connect(service_, "incoming", G_CALLBACK(accept), this);
 }
 
