@@ -9,17 +9,20 @@ namespace {
 
 using namespace std::string_literals;
 
-Bytes entry(unsigned id, const Bytes& profiles, const std::string& name)
+Bytes entryWith(unsigned id, const Bytes& descriptors)
 {
-    const Bytes descriptors =
-        makeDescriptor(0x00, ByteWriter().with8(profiles).u8(0xFF).u8(1).u8(1)) +
-        makeDescriptor(0x01, ByteWriter().add("eng"s).with8(name));
     return ByteWriter()
         .u32(0x0A)
         .u16(id)
         .u8(1)
         .u16(0xF000 | unsigned(descriptors.size()))
         .add(descriptors);
+}
+
+Bytes entry(unsigned id, const Bytes& profiles, const std::string& name)
+{
+    return entryWith(id, makeDescriptor(0x00, ByteWriter().with8(profiles).u8(0xFF).u8(1).u8(1)) +
+                             makeDescriptor(0x01, ByteWriter().add("eng"s).with8(name)));
 }
 
 Bytes table(unsigned version, unsigned number, const Bytes& entries)
@@ -51,14 +54,6 @@ TEST(TableBook, BoundariesAreTheUrlsOfTheFirstDescriptorThatHasSome)
 {
     const auto boundary = [](const Bytes& urls, unsigned count) {
         return makeDescriptor(0x17, ByteWriter().u8(count).add(urls));
-    };
-    const auto entryWith = [](unsigned id, const Bytes& descriptors) -> Bytes {
-        return ByteWriter()
-            .u32(0x0A)
-            .u16(id)
-            .u8(1)
-            .u16(0xF000 | unsigned(descriptors.size()))
-            .add(descriptors);
     };
     const Bytes two = ByteWriter().with8("http://a.example/"s).with8("https://b.example"s);
     const Bytes other = ByteWriter().with8("http://other.example/"s);
