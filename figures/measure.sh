@@ -311,7 +311,8 @@ write_page() {
         print_fuzzing
     } >"$trees/page"
     mv "$trees/page" "$page"
-    write_readme
+    write_between_marks README.md print_summary
+    [[ ! -r build/coverage/summary.txt ]] || write_between_marks docs/coverage.md print_coverage_table
 }
 
 # The README's table, between its marks.
@@ -329,13 +330,20 @@ print_summary() {
     echo "[All figures](docs/figures.md) are measured by \`./dev figures\`."
 }
 
-write_readme() {
+print_coverage_table() {
+    echo "| | Taken | Of |"
+    echo "|---|---:|---:|"
+    sed -nE 's/^(lines|branches): [0-9.]+% \(([0-9]+) out of ([0-9]+)\)/| \1 | \2 | \3 |/p' build/coverage/summary.txt
+}
+
+# write_between_marks PAGE COMMAND: what the command prints stands there from now on.
+write_between_marks() {
     {
-        sed '/<!-- figures: begin -->/q' README.md
-        print_summary
-        sed -n '/<!-- figures: end -->/,$p' README.md
-    } >"$trees/readme"
-    cat "$trees/readme" >README.md
+        sed '/<!-- figures: begin -->/q' "$1"
+        "$2"
+        sed -n '/<!-- figures: end -->/,$p' "$1"
+    } >"$trees/marked"
+    cat "$trees/marked" >"$1"
 }
 
 mkdir -p "$trees"

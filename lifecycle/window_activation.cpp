@@ -48,14 +48,8 @@ bool Window::activateAIT()
     const ref_ptr<AIT> table(ait_);  // whoever is called may put another one in force
     tableActedOn_ = true;
     const AtFailure remember([this] { tableActedOn_ = false; });
-    switch (state_) {
-    case RUNNING:
-        return activateForRunningApplication();
-    case IDLE:
-    case TEARDOWN:
-        return activateWithoutRunningApplication();
-    }
-    return false;
+    return state_ == RUNNING ? activateForRunningApplication()
+                             : activateWithoutRunningApplication();
 }
 
 bool Window::activateForRunningApplication()
@@ -234,7 +228,7 @@ bool Window::startFirstAutostartApplication(AITApplication* first)
 
 void Window::endTeardown()
 {
-    if (state_ == TEARDOWN && runningApplication_)
+    if (state_ == TEARDOWN)
         shutdown(runningApplication_, atOnce);
 }
 

@@ -34,12 +34,6 @@ HbbTVURL pageOn(const AITApplicationTransport& transport, const AITApplication& 
     return page;
 }
 
-bool isUnknown(AITApplicationTransport::ProtocolId protocol)
-{
-    return protocol != AITApplicationTransport::OBJECT_CAROUSEL &&
-           protocol != AITApplicationTransport::HTTP;
-}
-
 /// @param answer that blocks
 HBBTV_Reason reasonOf(HBBTV_ApplicationActionType answer, bool isIdValid)
 {
@@ -68,8 +62,10 @@ Application* Window::startApplication(AITApplication* entry, HbbTVURL url,
         return nullptr;
     }
     if (chosen->getURL(entry->getApplicationLocation()).empty()) {
-        explain(isUnknown(chosen->getProtocol()) ? HBBTV_REASON_START_PROTOCOL
-                                                 : HBBTV_REASON_START_NO_LOCATION,
+        // Not of a carousel, whose addresses are never empty.
+        explain(chosen->getProtocol() == AITApplicationTransport::HTTP
+                    ? HBBTV_REASON_START_NO_LOCATION
+                    : HBBTV_REASON_START_PROTOCOL,
                 about(this, entry));
         return nullptr;
     }

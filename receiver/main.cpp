@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "foundation/mutex.h"
 #include "receiver/browser/console_browser.h"
 #include "receiver/carousel/extraction.h"
 #include "receiver/console/line_input.h"
@@ -24,11 +25,14 @@
 #include "receiver/objects/object_host.h"
 #include "receiver/objects/stream_event_host.h"
 #include "receiver/options.h"
+#include "receiver/outside.h"
 #include "receiver/session.h"
 #include "receiver/stream/stream_input.h"
 #include "receiver/text/printable.h"
+#ifdef VESTA_HAS_GLIB
+#include "receiver/glib/glib_main_loop.h"
+#endif
 #ifdef VESTA_HAS_WPE
-#include "receiver/wpe/glib_main_loop.h"
 #include "receiver/wpe/wpe_browser.h"
 #endif
 
@@ -144,9 +148,12 @@ struct Screen {
 Screen makeScreen(const Options& options, EventLog& log)
 {
     Screen screen;
+#ifdef VESTA_HAS_GLIB
+    if (options.browser == "wpe" || options.web)
+        screen.loop = std::make_unique<GLibMainLoop>();
+#endif
 #ifdef VESTA_HAS_WPE
     if (options.browser == "wpe") {
-        screen.loop = std::make_unique<GLibMainLoop>();
         auto browser = std::make_unique<WpeBrowser>(log, options.sites, options.scriptLimit);
         screen.scripts = browser.get();
         screen.browser = std::move(browser);
@@ -157,8 +164,42 @@ Screen makeScreen(const Options& options, EventLog& log)
     return screen;
 }
 
+/// Passes on to the session that somebody wants the receiver to end; any thread.
+class Ending {
+public:
+    explicit Ending(EventLog& log) : log_(log) {}
+
+    void ask(const std::string& signal)
+    {
+        log_.report(Source::Receiver, "signal", signal + ": the receiver is to end");
+        const VestaHbbTV::MutexLock lock(mutex_);
+        isAsked_ = true;
+        if (session_)
+            session_->quit();
+    }
+
+    /// @param session borrowed until the next call; null for none
+    void setSession(Session* session)
+    {
+        const VestaHbbTV::MutexLock lock(mutex_);
+        session_ = session;
+        if (session_ && isAsked_)
+            session_->quit();
+    }
+
+private:
+    EventLog& log_;
+    VestaHbbTV::Mutex mutex_;
+    Session* session_ VESTA_GUARDED_BY(mutex_) = nullptr;
+    bool isAsked_ VESTA_GUARDED_BY(mutex_) = false;
+};
+
 int play(const Options& options, EventLog& log)
 {
+    // Before anything that makes threads: signals are to come to the watch alone.
+    Ending ending(log);
+    const SignalWatch signals([&ending](const std::string& name) { ending.ask(name); });
+    Outside outside(options, log);
     const Screen screen = makeScreen(options, log);
     Doorbell doorbell(screen.loop.get());
     Middleware middleware(options.middleware, log, doorbell);
@@ -176,8 +217,10 @@ int play(const Options& options, EventLog& log)
         broadcast.emplace(BroadcastHost::Parts{*objects, middleware, browser, platform, log,
                                                &middleware.information()});
         streamEvents.emplace(*objects, browser, middleware.streamEvents());
-        session.setSettledListener([&broadcast] { broadcast->update(); });
+        session.addSettledListener([&broadcast] { broadcast->update(); });
     }
+    if (const std::string problem = outside.open(session); !problem.empty())
+        return complain(problem, exitUnreadable);
     session.setDuration(options.duration);
     if (options.why)
         session.decisions().showEach();
@@ -195,10 +238,6 @@ int play(const Options& options, EventLog& log)
             return complain(problem, exitUsage);
     }
 
-    const SignalWatch signals([&](const std::string& name) {
-        log.report(Source::Receiver, "signal", name + ": the receiver is to end");
-        session.quit();
-    });
     const Session::Commander commander = commanderOf(options);
     session.setCommander(commander);
     std::optional<LineInput> typed;
@@ -207,12 +246,15 @@ int play(const Options& options, EventLog& log)
         typed.emplace(session, log);
     else if (commander == Session::Commander::Program)
         piped.emplace(session, STDIN_FILENO);
+    ending.setSession(&session);
     const int code = session.run();
+    ending.setSession(nullptr);
     typed.reset();
     piped.reset();
+    const std::string unwritten = outside.writeReport();
     if (code != exitSuccess)
-        complain(session.problem(), ExitCode(code));
-    return code;
+        return complain(session.problem(), ExitCode(code));
+    return unwritten.empty() ? code : complain(unwritten, exitUnreadable);
 }
 
 /// As far as it could be written.
@@ -221,8 +263,10 @@ int playAndLog(const Options& options)
     EventLog log(std::cout, usesColour());
     if (!options.trace.empty() && !log.openTrace(options.trace))
         return complain(options.trace + ": cannot be written", exitUnreadable);
-    if (options.logLevel)
-        VestaHbbTV::Logging::getInstance()->addOutput(new LogBridge(*options.logLevel, log));
+    const bool isWitnessed = options.web || !options.report.empty();
+    if (options.logLevel || isWitnessed)
+        VestaHbbTV::Logging::getInstance()->addOutput(
+            new LogBridge(options.logLevel, isWitnessed, log));
     const int code = play(options, log);
     delete VestaHbbTV::Logging::getInstance();
     const bool isUnwritten = code == exitSuccess && !log.problem().empty();
@@ -249,8 +293,9 @@ int main(int argc, char** argv)
         return complain(problem, exitUnreadable);
     const bool isTyped = commanderOf(*options) == Session::Commander::Person;
     const bool hasOwnPace = isNetworkInput(options->middleware.input);
-    if (options->browser != "console" && options->middleware.speed == 0 && !hasOwnPace)
-        options->middleware.speed = 1;  // a page needs its time
+    const bool isWatched = options->browser != "console" || options->web;
+    if (isWatched && options->middleware.speed == 0 && !hasOwnPace)
+        options->middleware.speed = 1;  // a page needs its time, and so do eyes
     options->middleware.showProgress = ::isatty(STDOUT_FILENO) && !isTyped;
     return playAndLog(*options);
 }

@@ -30,6 +30,8 @@ enum Option : int {
     picturesOption,
     hbbtvOption,
     whyOption,
+    webOption,
+    reportOption,
     versionOption
 };
 
@@ -52,6 +54,8 @@ const option longOptions[] = {
     {"pictures", required_argument, nullptr, picturesOption},
     {"hbbtv-version", required_argument, nullptr, hbbtvOption},
     {"why", no_argument, nullptr, whyOption},
+    {"web", required_argument, nullptr, webOption},
+    {"report", required_argument, nullptr, reportOption},
     {"version", no_argument, nullptr, versionOption},
     {nullptr, 0, nullptr, 0},
 };
@@ -119,6 +123,18 @@ std::string takeBrowser(const std::string& text, Options& options)
 #endif
     options.browser = text;
     return "";
+}
+
+std::string takeWeb(const std::string& text, Options& options)
+{
+#ifndef VESTA_HAS_WEB
+    return "--web " + text + ": this receiver was built without libsoup 3";
+#endif
+    options.web = webAddressFrom(text);
+    return options.web ? ""
+                       : "--web wants a port, or an IP address and a port such as "
+                         "127.0.0.1:8080, not " +
+                             text;
 }
 
 std::string takeScriptLimit(const std::string& text, Options& options)
@@ -216,6 +232,11 @@ std::string takeOption(int name, const std::string& value, Options& options)
         return "";
     case durationOption:
         return takeDuration(value, options);
+    case webOption:
+        return takeWeb(value, options);
+    case reportOption:
+        options.report = value;
+        return "";
     case limitOption:
         return takeLimit(value, options);
     case hbbtvOption:
@@ -311,6 +332,12 @@ std::string usage()
            "      --log LEVEL            with the library's log: debug, log, warn or err\n"
            "      --why                  say what the application manager decides, and for what "
            "reason\n"
+           "      --web [ADDRESS:]PORT   serve the television as a page, for this machine alone "
+           "unless\n"
+           "                             an address says otherwise; plays in real time unless "
+           "--speed\n"
+           "                             says otherwise\n"
+           "      --report FILE.html     write what happened as a page, at the end\n"
            "      --trace FILE           write everything to a file too, a JSON object a line\n"
            "      --extract FOLDER       write the carousels' files to a folder at the end\n"
            "      --carousel-pid PID[:TAG]\n"

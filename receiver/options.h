@@ -9,6 +9,7 @@
 #include "foundation/logging.h"
 #include "receiver/browser/sites.h"
 #include "receiver/service/middleware.h"
+#include "receiver/web/web_address.h"
 
 namespace receiver {
 
@@ -24,6 +25,8 @@ struct Options {
     std::string pictures;             ///< a folder for pictures; empty: none
     double duration = 0;              ///< seconds; 0: as long as it takes
     bool why = false;                 ///< show each decision
+    std::optional<WebAddress> web;    ///< where the page is served; nothing: nowhere
+    std::string report;               ///< a file for it; empty: none
     bool help = false;
     bool version = false;
 };

@@ -6,7 +6,6 @@
 
 #include "vesta_hbbtv_appman.h"
 
-#include "receiver/console/commands.h"
 #include "receiver/integration/event_records.h"
 
 namespace receiver {
@@ -92,9 +91,10 @@ int Session::run()
     while (!quit_) {
         settle();
         showService();
-        if (settled_)
-            settled_();
+        for (const auto& look : settled_)
+            look();
         integrator_.reportStartsThatCameToNothing();
+        answerAskers();
         if (isDue() || runNextLine())
             continue;
         if (quit_ || (middleware_.hasEnded() && endWithStream()))
@@ -102,6 +102,9 @@ int Session::run()
         doorbell_.waitForWork([] { return vesta_hbbtv_tick(); }, deadline(),
                               [this] { return browser_.isBusy(); });
     }
+    answerAskers();
+    if (ending_)
+        ending_();
     const std::string why = decisions_.whyNothingRan();
     middleware_.stop();
     vesta_hbbtv_shutdown();
@@ -235,6 +238,8 @@ std::optional<std::string> Session::takePostedLine()
 /// Whether commands may still come.
 bool Session::mayHearMore()
 {
+    if (staysOpen_)
+        return true;
     const MutexLock lock(postedMutex_);
     return commander_ != Commander::None && !(inputEnded_ && posted_.empty());
 }
@@ -274,8 +279,54 @@ void Session::waitFor(std::string what, std::function<bool()> condition, double 
                       double lookAgain)
 {
     const size_t line = commander_ == Commander::Person ? 0 : nextLine_;
-    wait_ = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + clockTime(seconds),
-                 line, lookAgain};
+    std::optional<Wait>& wait = asking_ ? asking_->wait : wait_;
+    wait = Wait{std::move(what), std::move(condition), Doorbell::Clock::now() + clockTime(seconds),
+                line, lookAgain};
+}
+
+void Session::ask(const std::string& line, AnswerTaker taker)
+{
+    Asker asker;
+    asker.taker = std::move(taker);
+    asking_ = &asker;
+    log_.setAnswers(&asker.answer.lines);
+    asker.answer.outcome = runCommand(*this, line);
+    log_.setAnswers(nullptr);
+    asking_ = nullptr;
+    if (asker.wait)
+        askers_.push_back(std::move(asker));
+    else
+        asker.taker(asker.answer);
+}
+
+void Session::answerAskers()
+{
+    for (auto asker = askers_.begin(); asker != askers_.end();) {
+        if (!isAnswered(*asker)) {
+            ++asker;
+            continue;
+        }
+        asker->taker(asker->answer);
+        asker = askers_.erase(asker);
+    }
+}
+
+/// Whether the wait is over, for good or ill.
+bool Session::isAnswered(Asker& asker)
+{
+    if (asker.wait->condition())
+        return true;
+    std::string problem;
+    if (quit_)
+        problem = "the receiver ended before ";
+    else if (Doorbell::Clock::now() >= asker.wait->deadline)
+        problem = "waited in vain for ";
+    else if (middleware_.hasEnded() && !browser_.isBusy())
+        problem = "the stream ended before ";
+    if (problem.empty())
+        return false;
+    asker.answer.outcome = Outcome::failed(problem + asker.wait->what);
+    return true;
 }
 
 std::optional<Doorbell::Clock::time_point> Session::deadline() const
@@ -284,10 +335,15 @@ std::optional<Doorbell::Clock::time_point> Session::deadline() const
     const auto atTheLatest = [&next](Doorbell::Clock::time_point time) {
         next = next ? std::min(*next, time) : time;
     };
+    const auto asFor = [&atTheLatest](const Wait& wait) {
+        atTheLatest(wait.deadline);
+        if (wait.lookAgain > 0)
+            atTheLatest(Doorbell::Clock::now() + clockTime(wait.lookAgain));
+    };
     if (wait_)
-        atTheLatest(wait_->deadline);
-    if (wait_ && wait_->lookAgain > 0)
-        atTheLatest(Doorbell::Clock::now() + clockTime(wait_->lookAgain));
+        asFor(*wait_);
+    for (const Asker& asker : askers_)
+        asFor(*asker.wait);
     if (pictures_ && pictures_->nextLook())
         atTheLatest(*pictures_->nextLook());
     return next;

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <list>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "foundation/mutex.h"
 #include "receiver/browser/browser_engine.h"
+#include "receiver/console/commands.h"
 #include "receiver/console/event_log.h"
 #include "receiver/console/picture_series.h"
 #include "receiver/integration/decision_log.h"
@@ -22,8 +24,6 @@
 #include "receiver/service/middleware.h"
 
 namespace receiver {
-
-struct Outcome;
 
 /// The program's exit codes.
 enum ExitCode : int {
@@ -57,6 +57,21 @@ public:
     };
     void setCommander(Commander commander) { commander_ = commander; }
 
+    /// The end of the stream does not end the session: somebody else may always command it.
+    void stayOpen() { staysOpen_ = true; }
+
+    /// What became of a line that somebody asked for.
+    struct Answer {
+        Outcome outcome;
+        std::vector<std::string> lines;  ///< what the command wrote
+    };
+    using AnswerTaker = std::function<void(const Answer&)>;
+
+    /// Runs a line beside those of the script and the commander, which it neither ends nor waits
+    /// for. To be called where the browser thread sleeps in its main loop.
+    /// @param taker is called once: now, or when what the line waits for is there, or will not be
+    void ask(const std::string& line, AnswerTaker taker);
+
     /// Any thread: a line of the commander's, and that no more will come.
     void postLine(std::string line);
     void endOfInput();
@@ -71,8 +86,11 @@ public:
     /// @param work returns what went wrong; empty for success
     void setAfterwards(std::function<std::string()> work) { afterwards_ = std::move(work); }
 
+    /// @param end is called when run() is about to end, while everything is still there
+    void setEnding(std::function<void()> end) { ending_ = std::move(end); }
+
     /// @param look is called whenever everything that was queued is done
-    void setSettledListener(std::function<void()> look) { settled_ = std::move(look); }
+    void addSettledListener(std::function<void()> look) { settled_.push_back(std::move(look)); }
 
     /// Runs until a command, the script's end or the end of the stream ends it.
     /// @return an ExitCode
@@ -121,6 +139,13 @@ private:
         double lookAgain;
     };
 
+    /// Somebody whose line is under way.
+    struct Asker {
+        AnswerTaker taker;
+        Answer answer;
+        std::optional<Wait> wait;  ///< nothing: it is done
+    };
+
     void startLibrary();
     void settle();
     void showService();
@@ -130,6 +155,8 @@ private:
     std::optional<std::string> takePostedLine();
     bool mayHearMore();
     bool isWaiting();
+    void answerAskers();
+    bool isAnswered(Asker& asker);
     bool endWithStream();
     void giveUpWaiting(const std::string& why);
     void failAt(size_t line, const Outcome& outcome);
@@ -155,8 +182,12 @@ private:
     Commander commander_ = Commander::None;
     double durationSeconds_ = 0;  // 0: as long as it takes
     std::optional<Doorbell::Clock::time_point> end_;
+    std::function<void()> ending_;
     std::function<std::string()> afterwards_;
-    std::function<void()> settled_;
+    std::vector<std::function<void()>> settled_;
+    std::list<Asker> askers_;  // who wait
+    Asker* asking_ = nullptr;  // whose line is being run
+    bool staysOpen_ = false;
     std::atomic<bool> quit_{false};
     ExitCode exitCode_ = exitSuccess;
     std::string problem_;

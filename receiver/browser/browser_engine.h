@@ -3,6 +3,7 @@
 #ifndef VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 #define VESTA_RECEIVER_BROWSER_BROWSER_ENGINE_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +29,22 @@ struct TAVO_VestaWindow {
 };
 
 namespace receiver {
+
+/// What the page of a window is made of.
+struct PageSource {
+    struct Resource {
+        std::string url;
+        size_t size;
+        std::string type;
+        int status;  ///< of HTTP; 0: no connection
+    };
+
+    std::string url;
+    std::string type;
+    size_t size = 0;                  ///< in bytes
+    std::string beginning;            ///< of its bytes, as they came
+    std::vector<Resource> resources;  ///< what was loaded for it, the page itself among them
+};
 
 /// What the application manager's browser interface (vesta_browser.h) needs of an engine, and what
 /// the integrator's listener does with windows. Browser thread only.
@@ -62,14 +79,23 @@ public:
     /// @param url absolute or relative to the page
     virtual bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const = 0;
 
-    /// @name What a viewer sees; engines that paint nothing say so
+    /// @name What a viewer sees, of engines that paint
     /// @{
     /// @param service its id; 0 for none @param name UTF-8
     virtual void setService(unsigned /*service*/, const std::string& /*name*/) {}
     /// @param place nothing: the whole screen
     virtual void setVideoPlace(const std::optional<Rectangle>& /*place*/) {}
+    virtual bool paints() const { return false; }
     /// Counts up with everything that is painted anew.
     virtual unsigned long long paintings() const { return 0; }
+    /// Where the video is seen; nothing where there is none.
+    virtual std::optional<Rectangle> videoPlace() const { return std::nullopt; }
+    /// What is seen now. @return makes it a PNG file's bytes (empty: it cannot), on any thread and
+    ///         whatever becomes of the engine; null of engines that paint nothing
+    virtual std::function<std::string()> takePicture() { return nullptr; }
+    /// Instead of a picture, of engines that paint nothing; null where there is none. Valid until
+    /// the browser has something to do.
+    virtual const PageSource* sourceOf(long /*window*/) const { return nullptr; }
     /// @return what went wrong, for people; empty for success
     virtual std::string writePicture(const std::string& path);
     /// @param tolerance of each colour of a pixel, of 255

@@ -35,6 +35,23 @@ std::string windowName(const TAVO_VestaWindow* window)
     return "window " + std::to_string(window->id);
 }
 
+/// Of a page, which may be long, and of its resources, which may be many.
+constexpr size_t mostBeginning = size_t(256) << 10;
+constexpr size_t mostResources = 1000;
+
+void keepBeginning(PageSource& source, const std::string& bytes, const std::string& type)
+{
+    source.type = type;
+    source.size = bytes.size();
+    source.beginning = bytes.substr(0, mostBeginning);
+}
+
+void keepResource(PageSource& source, PageSource::Resource resource)
+{
+    if (source.resources.size() < mostResources)
+        source.resources.push_back(std::move(resource));
+}
+
 }  // namespace
 
 ConsoleBrowser::ConsoleBrowser(EventLog& log, std::vector<Site> sites)
@@ -150,6 +167,8 @@ int ConsoleBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     cancelLoads(window);
     window->url = url;
     window->resources.clear();
+    window->source = {};
+    window->source.url = url;
     window->loaded = false;
     window->openLoads = 0;
     ++window->pages;
@@ -188,8 +207,7 @@ void ConsoleBrowser::openSitePage(ConsoleWindow* window)
     const auto path = fileOfURL(sites_, window->url);
     window->loaded = true;
     if (!path) {
-        report("load-failed", window->url + ": no connection (no --site answers for it)",
-               {{"url", window->url}, {"status", nullptr}});
+        reportLoadFailed(window, window->url, 0, "no connection (no --site answers for it)");
         return reportFinished(window, TAVO_LOAD_CONNECTION_FAILED, 0);
     }
     std::ifstream file;
@@ -197,8 +215,7 @@ void ConsoleBrowser::openSitePage(ConsoleWindow* window)
     if (std::filesystem::is_regular_file(*path, problem))
         file.open(*path, std::ios::binary);
     if (!file.is_open()) {
-        report("load-failed", window->url + ": " + std::to_string(httpNotFound),
-               {{"url", window->url}, {"status", httpNotFound}});
+        reportLoadFailed(window, window->url, httpNotFound, std::to_string(httpNotFound));
         return reportFinished(window, loadOK, httpNotFound);
     }
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -207,6 +224,7 @@ void ConsoleBrowser::openSitePage(ConsoleWindow* window)
             reportFailed(window);
         return;  // no page: the application manager hears nothing more of it
     }
+    keepBeginning(window->source, bytes, mimeTypeOf(path->string()));
     reportLoaded(window, window->url, bytes.size(), mimeTypeOf(path->string()), httpOK);
     reportFinished(window, loadOK, httpOK);
 }
@@ -215,8 +233,26 @@ void ConsoleBrowser::reportLoaded(ConsoleWindow* window, const std::string& url,
                                   const std::string& mimeType, int status)
 {
     window->resources.insert(url);
+    keepResource(window->source, {url, size, mimeType, status});
     report("loaded", url + ": " + quantity(size) + (mimeType.empty() ? "" : ", " + mimeType),
            {{"url", url}, {"size", size}, {"type", mimeType}, {"status", status}});
+}
+
+/// @param status 0: no connection
+void ConsoleBrowser::reportLoadFailed(ConsoleWindow* window, const std::string& url, int status,
+                                      const std::string& reason)
+{
+    keepResource(window->source, {url, 0, "", status});
+    EventLog::Details details = {{"url", url}, {"status", nullptr}};
+    if (status != 0)
+        details["status"] = status;
+    report("load-failed", url + ": " + reason, details);
+}
+
+const PageSource* ConsoleBrowser::sourceOf(long window) const
+{
+    const auto found = windows_.find(window);
+    return found == windows_.end() ? nullptr : &found->second->source;
 }
 
 void ConsoleBrowser::reportFinished(ConsoleWindow* window, int loadStatus,
@@ -262,6 +298,7 @@ int ConsoleBrowser::finish(void* id, int status)
     reportLoaded(load->window, load->url, load->bytes.size(), load->mimeType, status);
     ConsoleWindow* const window = load->window;
     if (load->isPage) {
+        keepBeginning(window->source, load->bytes, load->mimeType);
         if (isPage(load->url, load->mimeType))
             loadSubresources(*load);
         later(window, [this, window] { reportFinished(window, loadOK, httpOK); });
@@ -310,9 +347,8 @@ int ConsoleBrowser::fail(void* id, int status)
     const std::optional<Load> load = takeLoad(id);
     if (!load)
         return 1;  // a load can be answered with a failure twice
-    report("load-failed", load->url + ": " + std::to_string(status),
-           {{"url", load->url}, {"status", status}});
     ConsoleWindow* const window = load->window;
+    reportLoadFailed(window, load->url, status, std::to_string(status));
     if (load->isPage)
         later(window, [this, window] { reportFailed(window); });
     endLoad(window);

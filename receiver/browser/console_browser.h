@@ -23,6 +23,7 @@ struct ConsoleWindow : TAVO_VestaWindow {
     size_t openLoads = 0;
     unsigned pages = 0;               ///< how many were opened here
     std::set<std::string> resources;  ///< URLs that were loaded for the page, its own among them
+    PageSource source;
 };
 
 /// `dvb:` pages and their subresources are loaded through the application manager, as a browser
@@ -38,6 +39,7 @@ public:
     /// One that is not in a carousel is left alone.
     bool loadResource(TAVO_VestaWindow* window, const std::string& url) override;
     bool hasLoaded(const TAVO_VestaWindow& window, const std::string& url) const override;
+    const PageSource* sourceOf(long window) const override;
     TAVO_VestaWindow* createWindow() override;
     void closeWindow(TAVO_VestaWindow* window) override;
     void setVisible(TAVO_VestaWindow* window, bool visible) override;
@@ -81,6 +83,8 @@ private:
                         int* result = nullptr);
     void reportLoaded(ConsoleWindow* window, const std::string& url, size_t size,
                       const std::string& mimeType, int status);
+    void reportLoadFailed(ConsoleWindow* window, const std::string& url, int status,
+                          const std::string& reason);
     std::optional<Load> takeLoad(void* id);
     Load* findLoad(void* id);
     ConsoleWindow* findOpen(const TAVO_VestaWindow* window) const;

@@ -73,6 +73,15 @@ void FileRequests::lookForPending(size_t most, const Look& look)
     }
 }
 
+std::vector<std::string> FileRequests::pendingNames() const
+{
+    std::vector<std::string> names;
+    names.reserve(pending_.size());
+    for (const auto& entry : pending_)
+        names.push_back(entry.second.name);
+    return names;
+}
+
 std::map<void*, FileRequests::PendingFile> FileRequests::takePending()
 {
     return std::exchange(pending_, {});

@@ -44,6 +44,9 @@ public:
     /// @param most so many at most; the next call goes on after them
     void lookForPending(size_t most, const Look& look);
 
+    /// @return as they were asked for
+    std::vector<std::string> pendingNames() const;
+
     /// @return all that are pending, which nobody waits for from here on
     std::map<void*, PendingFile> takePending();
 

@@ -484,6 +484,12 @@ unsigned int ServiceCarousels::close(void* id)
     return files_.forget(id) ? DSMCC_OK : DSMCC_UNKNOWN_ID;
 }
 
+std::vector<std::string> ServiceCarousels::pendingFiles() const
+{
+    const MutexLock lock(mutex_);
+    return files_.pendingNames();
+}
+
 std::vector<ServiceCarousels::Status> ServiceCarousels::status() const
 {
     const MutexLock lock(mutex_);

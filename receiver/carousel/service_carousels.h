@@ -97,6 +97,9 @@ public:
     };
     std::vector<Status> status() const;
 
+    /// The files that the application manager waits for, as it asked for them.
+    std::vector<std::string> pendingFiles() const;
+
     using CarouselVisitor = std::function<void(uint8_t componentTag, const ObjectCarousel&)>;
     /// Visits the carousels that have begun. The visitor must not call this object.
     void visit(const CarouselVisitor& visitor) const;

@@ -65,30 +65,31 @@ void EventLog::report(Source source, const std::string& event, const std::string
                       const Details& details)
 {
     const MutexLock lock(mutex_);
-    const double seconds = secondsSinceStart();
+    const Happening happening = {secondsSinceStart(), source, event, text, details};
     const SourceLook look = lookOf(source);
     std::ostringstream line;
-    line << std::fixed << std::setprecision(3) << std::setw(8) << seconds << "  "
+    line << std::fixed << std::setprecision(3) << std::setw(8) << happening.time << "  "
          << (colour_ ? look.colour : "") << std::left << std::setw(8) << look.name
          << (colour_ ? colourOff : "") << "  " << printable(text) << '\n';
     write(line.str());
-    writeTrace(seconds, look.name, event, text, details);
-    if (witness_)
-        witness_->see(source, event, text);
+    writeTrace(happening);
+    tellWitnesses(happening);
 }
 
 void EventLog::trace(Source source, const std::string& event, const std::string& text,
                      const Details& details)
 {
     const MutexLock lock(mutex_);
-    writeTrace(secondsSinceStart(), lookOf(source).name, event, text, details);
+    const Happening happening = {secondsSinceStart(), source, event, text, details};
+    writeTrace(happening);
+    tellWitnesses(happening);
 }
 
-void EventLog::mention(Source source, const std::string& event, const std::string& text)
+void EventLog::mention(Source source, const std::string& event, const std::string& text,
+                       const Details& details)
 {
     const MutexLock lock(mutex_);
-    if (witness_)
-        witness_->see(source, event, text);
+    tellWitnesses({secondsSinceStart(), source, event, text, details});
 }
 
 double EventLog::secondsSinceStart() const
@@ -96,17 +97,29 @@ double EventLog::secondsSinceStart() const
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
 }
 
-void EventLog::writeTrace(double seconds, const char* source, const std::string& event,
-                          const std::string& text, const Details& details)
+std::string jsonOf(const Happening& happening)
+{
+    EventLog::Details object = {{"time", happening.time},
+                                {"source", lookOf(happening.source).name},
+                                {"event", happening.event},
+                                {"text", happening.text}};
+    if (!happening.details.is_null())
+        object["details"] = happening.details;
+    return printableJson(object.dump(-1, ' ', false, EventLog::Details::error_handler_t::replace));
+}
+
+void EventLog::writeTrace(const Happening& happening)
 {
     if (!trace_.is_open())
         return;
-    Details object = {{"time", seconds}, {"source", source}, {"event", event}, {"text", text}};
-    if (!details.is_null())
-        object["details"] = details;
-    const std::string json = object.dump(-1, ' ', false, Details::error_handler_t::replace);
-    trace_ << printableJson(json) << '\n' << std::flush;
+    trace_ << jsonOf(happening) << '\n' << std::flush;
     check(trace_, tracePath_);
+}
+
+void EventLog::tellWitnesses(const Happening& happening)
+{
+    for (Witness* const witness : witnesses_)
+        witness->see(happening);
 }
 
 void EventLog::progress(const std::string& text)
@@ -122,7 +135,16 @@ void EventLog::print(const std::vector<std::string>& lines)
     for (const std::string& line : lines)
         text += printable(line) + '\n';
     const MutexLock lock(mutex_);
-    write(text);
+    if (answers_)
+        answers_->insert(answers_->end(), lines.begin(), lines.end());
+    else
+        write(text);
+}
+
+void EventLog::setAnswers(std::vector<std::string>* lines)
+{
+    const MutexLock lock(mutex_);
+    answers_ = lines;
 }
 
 void EventLog::setTypedLine(TypedLine* line)
@@ -131,10 +153,16 @@ void EventLog::setTypedLine(TypedLine* line)
     typedLine_ = line;
 }
 
-void EventLog::setWitness(Witness* witness)
+void EventLog::addWitness(Witness* witness)
 {
     const MutexLock lock(mutex_);
-    witness_ = witness;
+    witnesses_.insert(witness);
+}
+
+void EventLog::removeWitness(Witness* witness)
+{
+    const MutexLock lock(mutex_);
+    witnesses_.erase(witness);
 }
 
 /// Writes below the last line, in the place of a progress line.

@@ -14,7 +14,7 @@ struct KeyName {
     int code;
 };
 
-const KeyName keyNames[] = {
+const KeyName namedKeys[] = {
     {"RED", TAVO_VK_RED},
     {"GREEN", TAVO_VK_GREEN},
     {"YELLOW", TAVO_VK_YELLOW},
@@ -41,7 +41,7 @@ const KeyName keyNames[] = {
 
 std::string keyName(int code)
 {
-    for (const KeyName& key : keyNames) {
+    for (const KeyName& key : namedKeys) {
         if (key.code == code)
             return key.name;
     }
@@ -50,12 +50,26 @@ std::string keyName(int code)
     return isCharacter ? std::string(1, static_cast<char>(code)) : std::to_string(code);
 }
 
+std::vector<std::string> keyNames()
+{
+    std::vector<std::string> names;
+    for (const KeyName& key : namedKeys) {
+        if (keyName(key.code) == key.name)
+            names.emplace_back(key.name);
+    }
+    for (char digit = '0'; digit <= '9'; ++digit)
+        names.emplace_back(1, digit);
+    for (char letter = 'A'; letter <= 'Z'; ++letter)
+        names.emplace_back(1, letter);
+    return names;
+}
+
 int keyCode(const std::string& name)
 {
     std::string upper = name;
     std::transform(upper.begin(), upper.end(), upper.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    for (const KeyName& key : keyNames) {
+    for (const KeyName& key : namedKeys) {
         if (upper == key.name)
             return key.code;
     }

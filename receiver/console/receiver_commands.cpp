@@ -58,6 +58,7 @@ Outcome switchTimeShift(Session& session, const Words& words)
     if (!on)
         return Outcome::wrongUsage("expected on or off, not " + words[1]);
     session.log().report(Source::User, "timeshift", "time shift " + words[1]);
+    session.integrator().isTimeShifted = *on;
     if (vesta_hbbtv_set_time_shifted(session.window(), *on ? 1 : 0) != 0)
         session.log().report(Source::Library, "unchanged",
                              "time shift was " + words[1] + " already");
@@ -104,15 +105,12 @@ Outcome setUserAgent(Session& session, const Words& words)
 
 Outcome setAnswer(Session& session, const Words& words)
 {
-    // In the order of HBBTV_ApplicationActionType and HBBTV_XHR_Permission.
-    static const char* const toStart[] = {"allow", "kill", "keep"};
-    static const char* const toRequest[] = {"allow", "deny", "core"};
     const bool isStart = words[1] == "start";
     if (!isStart && words[1] != "request")
         return Outcome::wrongUsage("expected start or request, not " + words[1]);
-    const auto* const answers = isStart ? toStart : toRequest;
-    const auto index = std::find(answers, answers + 3, words[2]) - answers;
-    if (index == 3)
+    const auto& answers = isStart ? startAnswers : requestAnswers;
+    const auto index = std::find(answers.begin(), answers.end(), words[2]) - answers.begin();
+    if (index == static_cast<std::ptrdiff_t>(answers.size()))
         return Outcome::wrongUsage(std::string("expected ") + answers[0] + ", " + answers[1] +
                                    " or " + answers[2] + ", not " + words[2]);
     session.log().report(Source::User, "answer",

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <iterator>
 #include <sstream>
 
 namespace receiver {
@@ -83,11 +82,16 @@ std::optional<Ids> idsFrom(const std::string& text)
     return Ids{*organisationId, static_cast<uint16_t>(*applicationId)};
 }
 
+const std::vector<std::string>& keyGroups()
+{
+    static const std::vector<std::string> groups = {"RED",        "GREEN", "YELLOW", "BLUE",
+                                                    "NAVIGATION", "VCR",   "SCROLL", "INFO",
+                                                    "NUMERIC",    "ALPHA"};
+    return groups;
+}
+
 std::optional<uint32_t> keySetFrom(const std::string& text)
 {
-    // In the order of their bits (OIPF DAE, 7.2.5).
-    static const char* const groups[] = {"RED", "GREEN",  "YELLOW", "BLUE",    "NAVIGATION",
-                                         "VCR", "SCROLL", "INFO",   "NUMERIC", "ALPHA"};
     const uint32_t largestSigned = 0x7FFFFFFF;
     if (const auto number = wholeNumber(text, largestSigned))
         return number;
@@ -96,10 +100,10 @@ std::optional<uint32_t> keySetFrom(const std::string& text)
     for (std::string name; std::getline(names, name, '+');) {
         std::transform(name.begin(), name.end(), name.begin(),
                        [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-        const auto* const group = std::find(std::begin(groups), std::end(groups), name);
-        if (group == std::end(groups))
+        const auto group = std::find(keyGroups().begin(), keyGroups().end(), name);
+        if (group == keyGroups().end())
             return std::nullopt;
-        mask |= 1U << (group - std::begin(groups));
+        mask |= 1U << (group - keyGroups().begin());
     }
     return mask == 0 ? std::nullopt : std::optional<uint32_t>(mask);
 }

@@ -30,6 +30,9 @@ struct Ids {
 /// "a.2a01": organisation and application id in hexadecimal.
 std::optional<Ids> idsFrom(const std::string& text);
 
+/// The names of the groups of keys, in the order of their bits in a key set (OIPF DAE, 7.2.5).
+const std::vector<std::string>& keyGroups();
+
 /// The key set of "RED+GREEN+NAVIGATION" or of a number.
 std::optional<uint32_t> keySetFrom(const std::string& text);
 

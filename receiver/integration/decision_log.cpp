@@ -36,6 +36,14 @@ bool isObstacle(const HBBTV_Decision& decision)
            decision.reason != HBBTV_REASON_SECTION_VERSION_IN_FORCE;
 }
 
+/// Whether the same start may come to something when it is asked for next.
+bool isPassing(int reason)
+{
+    return reason == HBBTV_REASON_START_LOWER_AUTOSTART ||
+           reason == HBBTV_REASON_START_SUPERSEDED || reason == HBBTV_REASON_START_CLOSING ||
+           reason == HBBTV_REASON_START_TABLE_CHANGED;
+}
+
 }  // namespace
 
 DecisionLog::DecisionLog(EventLog& log) : log_(log)
@@ -45,12 +53,12 @@ DecisionLog::DecisionLog(EventLog& log) : log_(log)
             static_cast<DecisionLog*>(self)->hear(*decision);
         },
         this);
-    log_.setWitness(this);
+    log_.addWitness(this);
 }
 
 DecisionLog::~DecisionLog()
 {
-    log_.setWitness(nullptr);
+    log_.removeWitness(this);
     vesta_hbbtv_set_decision_listener(nullptr, nullptr);
 }
 
@@ -60,7 +68,7 @@ void DecisionLog::hear(const HBBTV_Decision& decision)
     const std::string sentence = sentenceOf(decision, vesta_hbbtv_reason_text(decision.reason));
     {
         const VestaHbbTV::MutexLock lock(mutex_);
-        keep({decision.subject, ids, sentence});
+        keep({decision.subject, ids, sentence, decision.verdict == 0, decision.reason});
         hasRun_ = hasRun_ || decision.reason == HBBTV_REASON_STARTED;
         if (isObstacle(decision))
             lastObstacle_ = sentence;
@@ -79,8 +87,9 @@ void DecisionLog::hear(const HBBTV_Decision& decision)
         log_.trace(Source::Decision, "decision", sentence, details);
 }
 
-void DecisionLog::see(Source /*source*/, const std::string& event, const std::string& text)
+void DecisionLog::see(const Happening& happening)
 {
+    const std::string& event = happening.event;
     const auto* const remark =
         std::find_if(std::begin(remarks), std::end(remarks),
                      [&event](const auto& each) { return event == each.event; });
@@ -88,7 +97,8 @@ void DecisionLog::see(Source /*source*/, const std::string& event, const std::st
         return;
     const VestaHbbTV::MutexLock lock(mutex_);
     keep({remark->subject, std::nullopt,
-          "the receiver, " + std::string(subjectName(remark->subject)) + ": " + text});
+          "the receiver, " + std::string(subjectName(remark->subject)) + ": " + happening.text,
+          true, 0});
     // What came is said rather than that nothing came.
     if (remark->isObstacle && (lastObstacle_.empty() || event != "lack"))
         lastObstacle_ = kept_.back().sentence;
@@ -113,6 +123,17 @@ std::optional<std::vector<std::string>> DecisionLog::sentencesAbout(const std::s
             sentences.push_back(each.sentence);
     }
     return sentences;
+}
+
+std::optional<DecisionLog::AgainstStart> DecisionLog::againstStart(const std::string& ids) const
+{
+    const VestaHbbTV::MutexLock lock(mutex_);
+    const auto last = std::find_if(kept_.rbegin(), kept_.rend(), [&ids](const Kept& each) {
+        return each.subject == HBBTV_DECISION_START && each.ids == ids;
+    });
+    if (last == kept_.rend() || !last->isAgainst)
+        return std::nullopt;
+    return AgainstStart{last->sentence, !isPassing(last->reason)};
 }
 
 std::string DecisionLog::whyNothingRan() const

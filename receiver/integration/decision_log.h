@@ -36,6 +36,13 @@ public:
     /// @return nothing for a word that is neither
     std::optional<std::vector<std::string>> sentencesAbout(const std::string& what) const;
 
+    struct AgainstStart {
+        std::string sentence;
+        bool isLasting;  ///< not one that had its time, or for which another one was preferred
+    };
+    /// The last decision about the start of an application, if it was against it. @param ids "a.1"
+    std::optional<AgainstStart> againstStart(const std::string& ids) const;
+
     /// @return the last reason against a section, a table or a start, in a sentence; empty where an
     ///         application ran, and where nothing was decided
     std::string whyNothingRan() const;
@@ -51,9 +58,11 @@ private:
         int subject;
         std::optional<std::string> ids;  ///< nothing for no application
         std::string sentence;
+        bool isAgainst;
+        int reason;  ///< an HBBTV_Reason; 0 of the receiver's own
     };
 
-    void see(Source source, const std::string& event, const std::string& text) override;
+    void see(const Happening& happening) override;
     void keep(Kept kept) VESTA_REQUIRES(mutex_);
 
     EventLog& log_;

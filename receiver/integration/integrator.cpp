@@ -20,13 +20,6 @@ std::string idsOf(const HBBTV_ApplicationNotificationData& record)
     return receiver::idsOf(record.organisationId, record.applicationId);
 }
 
-const char* controlCodeName(int code)
-{
-    const char* const names[] = {"?",    "AUTOSTART", "PRESENT", "DESTROY",
-                                 "KILL", "PREFETCH",  "REMOTE",  "DISABLED"};
-    return code > 0 && code <= 7 ? names[code] : names[0];
-}
-
 const char* answerName(HBBTV_ApplicationActionType answer)
 {
     switch (answer) {
@@ -51,10 +44,11 @@ const char* answerName(HBBTV_XHR_Permission answer)
     }
 }
 
-std::string titleOf(const HBBTV_AITApplicationInfo& info, const std::string& name)
+std::string titleOf(const Integrator::Listed& application)
 {
-    return receiver::idsOf(info.organisationId, info.applicationId) + " " +
-           controlCodeName(info.controlCode) + (name.empty() ? "" : " \"" + name + "\"");
+    const std::string& name = application.name;
+    return application.ids + " " + controlCodeName(application.controlCode) +
+           (name.empty() ? "" : " \"" + name + "\"");
 }
 
 /// @return the URLs of the transports in the order in which they are tried
@@ -72,6 +66,18 @@ std::vector<std::string> urlsOf(const HBBTV_AITApplicationInfo& info)
 }  // namespace
 
 Integrator* Integrator::current = nullptr;
+
+const char* controlCodeName(int code)
+{
+    const char* const names[] = {"?",    "AUTOSTART", "PRESENT", "DESTROY",
+                                 "KILL", "PREFETCH",  "REMOTE",  "DISABLED"};
+    return code > 0 && code <= 7 ? names[code] : names[0];
+}
+
+bool Integrator::Listed::isAutostart() const
+{
+    return controlCode == autostartCode;
+}
 
 std::string idsOf(unsigned long organisationId, unsigned applicationId)
 {
@@ -201,13 +207,13 @@ void Integrator::reportStartsThatCameToNothing()
     if (expectedStart_) {
         const bool isURL = expectedStart_->find(':') != std::string::npos;
         reportNotStarted(*expectedStart_, isURL ? "the application manager gives no reason"
-                                                : reasonAgainst(*expectedStart_));
+                                                : knownReason(*expectedStart_));
     }
     if (expectsAutostart_ && applications_.empty()) {
         for (const Listed& application : listed_) {
             // One that was rejected has been said to be.
-            if (application.isAutostart && rejected_.count(application.ids) == 0)
-                reportNotStarted(application.ids, reasonAgainst(application.ids));
+            if (application.isAutostart() && rejected_.count(application.ids) == 0)
+                reportNotStarted(application.ids, knownReason(application.ids));
         }
     }
     expectedStart_.reset();
@@ -220,7 +226,12 @@ void Integrator::reportNotStarted(const std::string& what, const std::string& re
                 {{"application", what}});
 }
 
-/// What the receiver knows; the application manager only does not start it.
+std::string Integrator::knownReason(const std::string& ids) const
+{
+    const std::string reason = reasonAgainst(ids);
+    return reason.empty() ? "the application manager gives no reason" : reason;
+}
+
 std::string Integrator::reasonAgainst(const std::string& ids) const
 {
     if (listed_.empty())
@@ -230,13 +241,13 @@ std::string Integrator::reasonAgainst(const std::string& ids) const
                      [&ids](const Listed& application) { return application.ids == ids; });
     if (found == listed_.end())
         return "the table does not have it";
-    if (!found->hasTransport)
+    if (found->urls.empty())
         return "the table says of no transport where to load it from";
     if (found->needsBroadband && !hasBroadband)
         return "it comes by broadband, which is off";
     if (rejected_.count(ids) != 0)
         return "it was rejected";
-    return "the application manager gives no reason";
+    return "";
 }
 
 void Integrator::change(const HBBTV_ApplicationNotificationData& record)
@@ -260,6 +271,20 @@ void Integrator::trusted(const HBBTV_ApplicationNotificationData& record)
            {{"url", record.url}, {"trusted", record.trusted != 0}});
 }
 
+Integrator::Listed Integrator::listedFrom(const HBBTV_AITApplicationInfo& info) const
+{
+    const auto organisationId = static_cast<uint32_t>(info.organisationId);
+    const std::string name = decodeDvbText(
+        book_ ? book_->wholeName(organisationId, info.applicationId, info.name) : info.name);
+    return {receiver::idsOf(info.organisationId, info.applicationId),
+            organisationId,
+            info.applicationId,
+            info.controlCode,
+            name,
+            urlsOf(info),
+            info.hasOCTransport == 0};
+}
+
 void Integrator::update(const HBBTV_NotificationData* data)
 {
     table_.clear();
@@ -273,22 +298,15 @@ void Integrator::update(const HBBTV_NotificationData* data)
            {{"applications", count}});
     for (int index = 0; index < count; ++index) {
         const HBBTV_AITApplicationInfo& info = data->ait.applications[index];
-        const std::vector<std::string> urls = urlsOf(info);
-        const std::string name =
-            decodeDvbText(book_ ? book_->wholeName(static_cast<uint32_t>(info.organisationId),
-                                                   info.applicationId, info.name)
-                                : info.name);
-        const std::string ids = receiver::idsOf(info.organisationId, info.applicationId);
-        const bool isAutostart = info.controlCode == autostartCode;
-        listed_.push_back({ids, isAutostart, !urls.empty(), info.hasOCTransport == 0});
-        expectsAutostart_ = expectsAutostart_ || isAutostart;
-        table_.push_back("  " + titleOf(info, name));
+        const Listed& application = listed_.emplace_back(listedFrom(info));
+        expectsAutostart_ = expectsAutostart_ || application.isAutostart();
+        table_.push_back("  " + titleOf(application));
         report("ait-application", table_.back(),
-               {{"application", ids},
-                {"control_code", info.controlCode},
-                {"name", name},
-                {"urls", urls}});
-        for (const std::string& url : urls) {
+               {{"application", application.ids},
+                {"control_code", application.controlCode},
+                {"name", application.name},
+                {"urls", application.urls}});
+        for (const std::string& url : application.urls) {
             table_.push_back("    " + url);
             report("ait-url", table_.back(), {{"url", url}});
         }

@@ -2,6 +2,7 @@
 #ifndef VESTA_RECEIVER_INTEGRATION_INTEGRATOR_H
 #define VESTA_RECEIVER_INTEGRATION_INTEGRATOR_H
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -46,6 +47,7 @@ public:
     unsigned supportedProfiles = 0;
     std::string version = "1.2.1";  ///< of HbbTV
     bool hasBroadband = true;
+    bool isTimeShifted = false;
     /// @}
 
     /// A start was asked for. @param what ids of an application of the table, or a URL
@@ -68,6 +70,25 @@ public:
 
     /// The applications of the last table and their URLs, for people; empty without a table.
     const std::vector<std::string>& table() const { return table_; }
+
+    /// An application of the table in force.
+    struct Listed {
+        std::string ids;
+        uint32_t organisationId;
+        uint16_t applicationId;
+        int controlCode;
+        std::string name;               ///< UTF-8
+        std::vector<std::string> urls;  ///< of its transports, in the order in which they are tried
+        bool needsBroadband;            ///< all its transports do
+
+        bool isAutostart() const;
+    };
+    const std::vector<Listed>& listed() const { return listed_; }
+
+    /// What the receiver knows against the start of an application; the application manager only
+    /// does not start it. @return for people; empty where it knows nothing
+    std::string reasonAgainst(const std::string& ids) const;
+
     /// The service changed: the table that was reported last is void. Does nothing without an
     /// integrator.
     static void forgetTable();
@@ -98,16 +119,9 @@ private:
     void setVisible(const VestaHbbTV::HBBTV_WindowNotificationData& record, bool visible);
     void report(const char* event, const std::string& text,
                 const EventLog::Details& details = nullptr);
+    Listed listedFrom(const VestaHbbTV::HBBTV_AITApplicationInfo& info) const;
+    std::string knownReason(const std::string& ids) const;
     void reportNotStarted(const std::string& what, const std::string& reason);
-    std::string reasonAgainst(const std::string& ids) const;
-
-    /// An application of the table in force.
-    struct Listed {
-        std::string ids;
-        bool isAutostart;
-        bool hasTransport;
-        bool needsBroadband;  ///< all its transports do
-    };
 
     EventLog& log_;
     BrowserEngine& browser_;
@@ -124,6 +138,13 @@ private:
 
     static Integrator* current;
 };
+
+/// The words for HBBTV_ApplicationActionType and HBBTV_XHR_Permission, in their order.
+constexpr std::array<const char*, 3> startAnswers = {"allow", "kill", "keep"};
+constexpr std::array<const char*, 3> requestAnswers = {"allow", "deny", "core"};
+
+/// "AUTOSTART"; "?" of a code that is none.
+const char* controlCodeName(int code);
 
 /// "a.2a01"
 std::string idsOf(unsigned long organisationId, unsigned applicationId);

@@ -25,8 +25,8 @@ const char* nameOf(LogLevel level)
 
 }  // namespace
 
-LogBridge::LogBridge(VestaHbbTV::LogLevel minimumLevel, EventLog& log)
-    : LoggingOutput(minimumLevel), log_(log)
+LogBridge::LogBridge(std::optional<VestaHbbTV::LogLevel> shown, bool isWitnessed, EventLog& log)
+    : LoggingOutput(isWitnessed ? DEBUG : shown.value_or(ERR)), shown_(shown), log_(log)
 {
 }
 
@@ -42,7 +42,11 @@ void LogBridge::output(VestaHbbTV::LogEntry& entry)
     text.insert(0, nameOf(entry.getLevel()));
     if (!text.empty() && text.back() == '\n')
         text.pop_back();
-    log_.report(Source::Log, "log", text, {{"level", static_cast<int>(entry.getLevel())}});
+    const EventLog::Details details = {{"level", static_cast<int>(entry.getLevel())}};
+    if (shown_ && entry.getLevel() >= *shown_)
+        log_.report(Source::Log, "log", text, details);
+    else
+        log_.mention(Source::Log, "log", text, details);
 }
 
 }  // namespace receiver

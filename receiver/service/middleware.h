@@ -48,6 +48,9 @@ public:
     Middleware(const Middleware&) = delete;
     Middleware& operator=(const Middleware&) = delete;
 
+    /// As the options have it.
+    const std::string& input() const { return options_.input; }
+
     /// Opens the input. @return an error for people; empty for success
     std::string open();
 

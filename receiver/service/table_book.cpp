@@ -14,6 +14,7 @@ namespace {
 
 constexpr uint8_t applicationTag = 0x00;
 constexpr uint8_t applicationNameTag = 0x01;
+constexpr uint8_t boundaryTag = 0x17;
 constexpr size_t languageCodeSize = 3;
 constexpr size_t profileSize = 5;
 
@@ -74,6 +75,10 @@ void TableBook::noteApplication(ByteReader descriptors, Entry& entry)
             entry.profiles = readProfiles(payload);
         if (tag == applicationNameTag && entry.name.empty())
             entry.name = readName(payload);
+        if (tag == boundaryTag && entry.boundary.empty()) {
+            payload.skip(1);  // boundary_extension_count
+            entry.boundary = payload.text(payload.remaining());
+        }
         return true;
     });
 }
@@ -108,6 +113,24 @@ std::vector<std::string> TableBook::profilesOf(uint32_t organisationId,
     while (!reader.empty())
         profiles.push_back(wordsFor(reader.take(profileSize)));
     return profiles;
+}
+
+std::vector<std::string> TableBook::boundaryOf(uint32_t organisationId,
+                                               uint16_t applicationId) const
+{
+    const MutexLock lock(mutex_);
+    std::vector<std::string> urls;
+    const std::string* const bytes = find({organisationId, applicationId}, &Entry::boundary);
+    if (!bytes)
+        return urls;
+    ByteReader reader(reinterpret_cast<const unsigned char*>(bytes->data()), bytes->size());
+    while (!reader.empty()) {
+        const std::string url = reader.text(reader.u8());
+        if (!reader.ok())
+            break;
+        urls.push_back(url);
+    }
+    return urls;
 }
 
 std::string TableBook::wholeName(uint32_t organisationId, uint16_t applicationId,

@@ -26,6 +26,10 @@ public:
     ///         "0x0000 with version 1.2.1"; empty when there are none
     std::vector<std::string> profilesOf(uint32_t organisationId, uint16_t applicationId) const;
 
+    /// @return the URLs that the first application of these ids has in its boundary beside its own
+    ///         (simple_application_boundary_descriptor: ETSI TS 102 809, 5.3.8)
+    std::vector<std::string> boundaryOf(uint32_t organisationId, uint16_t applicationId) const;
+
     /// The application's name, bytes as they came. The application manager hands names out as
     /// strings of C, which a zero ends; ISO/IEC 10646 and the selector of ISO 8859 have zeros.
     /// @param known what was handed out
@@ -37,6 +41,7 @@ private:
     struct Entry {
         std::string profiles;  ///< five bytes each
         std::string name;
+        std::string boundary;  ///< a length and a URL each
     };
     using Key = std::pair<uint32_t, uint16_t>;
 

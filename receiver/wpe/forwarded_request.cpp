@@ -1,7 +1,5 @@
 #include "receiver/wpe/forwarded_request.h"
 
-#include <sys/socket.h>
-
 namespace receiver {
 
 namespace {
@@ -19,20 +17,6 @@ void copyHeader(const char* name, const char* value, gpointer headers)
             return;
     }
     soup_message_headers_append(static_cast<SoupMessageHeaders*>(headers), name, value);
-}
-
-/// @return false when there is no one at the other end any more
-bool isConnected(GSocket* socket)
-{
-    char next = 0;
-    GInputVector place = {&next, 1};
-    gint flags = MSG_PEEK;
-    GError* problem = nullptr;
-    const gssize count = g_socket_receive_message(socket, nullptr, &place, 1, nullptr, nullptr,
-                                                  &flags, nullptr, &problem);
-    const bool isQuiet = g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK) != 0;
-    g_clear_error(&problem);
-    return count > 0 || isQuiet;
 }
 
 /// Whether an answer may have one.
@@ -64,7 +48,7 @@ ForwardedRequest::ForwardedRequest(SoupServerMessage* asked)
 
 ForwardedRequest::~ForwardedRequest()
 {
-    unwatch();
+    hangUp_.stop();
     g_signal_handlers_disconnect_by_data(asked_, this);
     if (answer_)
         g_object_unref(answer_);
@@ -89,31 +73,9 @@ void ForwardedRequest::send(SoupSession* session)
     soup_session_send_async(session, sent_, G_PRIORITY_DEFAULT, cancellable_, answered, this);
 }
 
-/// The server reads nothing of a paused request's connection, and hears of no end.
 void ForwardedRequest::watch()
 {
-    GSocket* const socket = soup_server_message_get_socket(asked_);
-    if (!socket)
-        return;
-    hangUp_ = g_socket_create_source(socket, GIOCondition(G_IO_IN | G_IO_HUP | G_IO_ERR), nullptr);
-    const GSocketSourceFunc look = [](GSocket* from, GIOCondition, gpointer self) -> gboolean {
-        auto* const request = static_cast<ForwardedRequest*>(self);
-        request->unwatch();  // what it may have sent is the server's to read
-        if (!isConnected(from))
-            request->fail();
-        return G_SOURCE_REMOVE;
-    };
-    g_source_set_callback(hangUp_, G_SOURCE_FUNC(look), this, nullptr);
-    g_source_attach(hangUp_, nullptr);
-}
-
-void ForwardedRequest::unwatch()
-{
-    if (!hangUp_)
-        return;
-    g_source_destroy(hangUp_);
-    g_source_unref(hangUp_);
-    hangUp_ = nullptr;
+    hangUp_.start(soup_server_message_get_socket(asked_));
 }
 
 void ForwardedRequest::answered(GObject* session, GAsyncResult* result, gpointer self)
@@ -121,7 +83,7 @@ void ForwardedRequest::answered(GObject* session, GAsyncResult* result, gpointer
     auto* const request = static_cast<ForwardedRequest*>(self);
     GInputStream* const answer = soup_session_send_finish(SOUP_SESSION(session), result, nullptr);
     request->isWaiting_ = false;
-    request->unwatch();
+    request->hangUp_.stop();
     request->answer_ = answer;
     if (request->isOver_)
         delete request;
@@ -162,7 +124,7 @@ void ForwardedRequest::received(GObject* stream, GAsyncResult* result, gpointer 
     auto* const request = static_cast<ForwardedRequest*>(self);
     GBytes* const piece = g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, nullptr);
     request->isWaiting_ = false;
-    request->unwatch();
+    request->hangUp_.stop();
     if (request->isOver_)
         delete request;
     else if (piece)
@@ -212,7 +174,7 @@ void ForwardedRequest::end()
     if (isOver_)
         return;
     isOver_ = true;
-    unwatch();
+    hangUp_.stop();
     g_cancellable_cancel(cancellable_);
     if (!isWaiting_)
         delete this;

@@ -4,6 +4,8 @@
 
 #include <libsoup/soup.h>
 
+#include "receiver/glib/hang_up_watch.h"
+
 namespace receiver {
 
 /// Passes the answer on as it comes, a piece at a time: one that has no end takes no more memory
@@ -27,7 +29,6 @@ private:
 
     void send(SoupSession* session);
     void watch();
-    void unwatch();
     void begin();
     void read();
     void passOn(GBytes* piece);
@@ -38,8 +39,8 @@ private:
     SoupMessage* const sent_;
     GCancellable* const cancellable_;
     GInputStream* answer_ = nullptr;
-    GSource* hangUp_ = nullptr;  // of the browser, while its request is paused
-    bool isWaiting_ = false;     // for the network
+    HangUpWatch hangUp_{[this] { fail(); }};  // of the browser, while its request is paused
+    bool isWaiting_ = false;                  // for the network
     bool isOver_ = false;
 };
 

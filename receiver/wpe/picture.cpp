@@ -170,6 +170,17 @@ Picture::Picture(const VideoPlane& video, const std::vector<const Frame*>& windo
     cairo_surface_flush(surface_.get());
 }
 
+std::string Picture::toPng() const
+{
+    std::string bytes;
+    const auto append = [](void* to, const unsigned char* from, unsigned count) {
+        static_cast<std::string*>(to)->append(reinterpret_cast<const char*>(from), count);
+        return CAIRO_STATUS_SUCCESS;
+    };
+    const cairo_status_t status = cairo_surface_write_to_png_stream(surface_.get(), append, &bytes);
+    return status == CAIRO_STATUS_SUCCESS ? bytes : "";
+}
+
 std::string Picture::writeTo(const std::string& path) const
 {
     const cairo_status_t status = cairo_surface_write_to_png(surface_.get(), path.c_str());

@@ -18,6 +18,9 @@ public:
     /// The video plane beneath the windows, the lowest first, as far as they are transparent.
     Picture(const VideoPlane& video, const std::vector<const Frame*>& windows);
 
+    /// @return the bytes of a PNG file; empty where it could not be made
+    std::string toPng() const;
+
     /// @return what went wrong, for people; empty for success
     std::string writeTo(const std::string& path) const;
 

@@ -330,6 +330,27 @@ void WpeBrowser::setVideoPlace(const std::optional<Rectangle>& place)
     ++paintings_;
 }
 
+std::optional<Rectangle> WpeBrowser::videoPlace() const
+{
+    if (video_.service == 0)
+        return std::nullopt;
+    return video_.place ? video_.place : Rectangle{0, 0, screenWidth, screenHeight};
+}
+
+std::function<std::string()> WpeBrowser::takePicture()
+{
+    std::vector<Frame> copies;
+    for (const Frame* const frame : frames())
+        copies.push_back(*frame);
+    return [video = video_, copies = std::move(copies)] {
+        std::vector<const Frame*> windows;
+        windows.reserve(copies.size());
+        for (const Frame& frame : copies)
+            windows.push_back(&frame);
+        return Picture(video, windows).toPng();
+    };
+}
+
 std::string WpeBrowser::writePicture(const std::string& path)
 {
     return Picture(video_, frames()).writeTo(path);

@@ -68,7 +68,10 @@ public:
 
     void setService(unsigned service, const std::string& name) override;
     void setVideoPlace(const std::optional<Rectangle>& place) override;
+    bool paints() const override { return true; }
     unsigned long long paintings() const override { return paintings_; }
+    std::optional<Rectangle> videoPlace() const override;
+    std::function<std::string()> takePicture() override;
     std::string writePicture(const std::string& path) override;
     std::string comparePicture(const std::string& path, int tolerance) override;
 

@@ -118,6 +118,15 @@ TEST_F(ConfigurationManagerTest, ASecondInitDeletesTheFormerQueueWhenTheNewOneIs
     EXPECT_FALSE(manager()->getEventQueue()->executeFirst());
 }
 
+TEST_F(ConfigurationManagerTest, TheEndOfAFormerOneLeavesItsSuccessorAlone)
+{
+    const ConfigurationManager* const former = manager();
+    ConfigurationManager::instance = nullptr;
+    const ConfigurationManager* const successor = manager();
+    delete former;
+    EXPECT_EQ(ConfigurationManager::instance, successor);
+}
+
 TEST(ConfigurationSession, IsOverWithTheInstanceAlsoWhenAnotherOneBegan)
 {
     delete ConfigurationManager::instance;

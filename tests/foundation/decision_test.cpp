@@ -77,6 +77,15 @@ TEST(Decision, ARecordSaysAllOfIt)
     EXPECT_EQ(other.decisions.size(), 1u);
 }
 
+TEST(Decision, ANumberThatIsNoReasonIsANo)
+{
+    HeardDecisions heard;
+    explain(static_cast<HBBTV_Reason>(0));
+    ASSERT_EQ(heard.decisions.size(), 1u);
+    EXPECT_EQ(heard.decisions[0].verdict, 0);
+    EXPECT_STREQ(vesta_hbbtv_reason_text(0), "");
+}
+
 TEST(Decision, EachReasonHasASentenceOfItsOwn)
 {
     std::set<std::string> sentences;

@@ -6,6 +6,7 @@
 #include <iomanip>
 #include <iostream>
 #include <locale>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -336,6 +337,42 @@ TEST_F(LoggingTest, SinksGetEveryEntryInTheOrderOfTheirAddition)
     EXPECT_EQ(texts_.size(), 1u);
 }
 
+TEST_F(LoggingTest, ALineThatASinkHasNoMemoryForIsLostAndTheNextIsWritten)
+{
+    class Forgetful : public TextOutput {
+    public:
+        using TextOutput::TextOutput;
+        void output(LogEntry& entry) override
+        {
+            if (std::exchange(isFirst_, false))
+                throw std::bad_alloc();
+            TextOutput::output(entry);
+        }
+
+    private:
+        bool isFirst_ = true;
+    };
+    Texts texts;
+    Logging::getInstance()->addOutput(new Forgetful(texts));
+    LogEntry(LOG, "M") << "lost";
+    LogEntry(LOG, "M") << "written";
+    EXPECT_EQ(texts, Texts({date_ + "   LOG [           M] written\n"}));
+}
+
+/// Cannot be written.
+struct Failing {};
+
+std::ostream& operator<<(std::ostream&, const Failing&)
+{
+    throw std::runtime_error("not written");
+}
+
+TEST_F(LoggingTest, WhatAPartThrowsPassesAndTheLineEndsBeforeIt)
+{
+    EXPECT_THROW(log(ERR, "Window", "begun ", Failing()), std::runtime_error);
+    EXPECT_EQ(texts_, Texts({date_ + "   ERR [      Window] begun \n"}));
+}
+
 TEST_F(LoggingTest, DeletingTheLogDeletesItsSinksAndANewOneHasNone)
 {
     int deleted = 0;
@@ -355,6 +392,18 @@ TEST_F(LoggingTest, DeletingTheLogDeletesItsSinksAndANewOneHasNone)
     Logging::getInstance()->addOutput(new TextOutput(texts));
     LogEntry(ERR, "M") << "heard";
     EXPECT_EQ(texts.size(), 1u);
+}
+
+TEST(LoggingInstance, TheEndOfAFormerOneLeavesItsSuccessorAlone)
+{
+    delete Logging::instance;  // another test's
+    const Logging* const former = Logging::getInstance();
+    Logging::instance = nullptr;
+    const Logging* const successor = Logging::getInstance();
+    delete former;
+    EXPECT_EQ(Logging::instance, successor);
+    delete successor;
+    EXPECT_EQ(Logging::instance, nullptr);
 }
 
 TEST(LoggingWithoutSinks, LinesHaveNoVisibleEffect)

@@ -52,6 +52,17 @@ TEST(SmallVector, IsCopied)
     EXPECT_THAT(copy, ElementsAre(1, 2, 3));
 }
 
+TEST(SmallVector, KeepsItsElementsWhenItIsAssignedToItself)
+{
+    SmallVector<int, 1> list;
+    const SmallVector<int, 1>& same = list;
+    for (const int element : {1, 2}) {
+        list.push_back(element);
+        list = same;
+    }
+    EXPECT_THAT(list, ElementsAre(1, 2));
+}
+
 TEST(SmallVector, StaysUsableAfterItsElementsMovedAway)
 {
     for (const size_t count : {0U, 1U, 2U, 3U, 9U}) {

@@ -7,6 +7,7 @@
 #include "integration/external_event.h"
 #include "lifecycle/application.h"
 #include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
 #include "oipf/notifications/notification_manager.h"
 #include "signalling/ait.h"
 #include "tests/support/library_test.h"
@@ -146,6 +147,18 @@ TEST_F(MissingManagers, AHideThatStillCountsIsForgottenWithoutAQueue)
     EXPECT_EQ(journal(), Lines());
     vesta_hbbtv_init(browser().handle());
     EXPECT_EQ(tickAll(), 0);
+}
+
+TEST_F(MissingManagers, AStopThatIsMadeWithoutWindowsEndsNone)
+{
+    Window* const gone = window();
+    Application* const ended = running();
+    shutdown();
+    forgetJournal();
+    ASSERT_EQ(WindowManager::instance, nullptr);
+    StopApplicationEvent(gone, ended, false, true).execute();
+    EXPECT_EQ(WindowManager::instance, nullptr);
+    EXPECT_EQ(journal(), Lines());
 }
 
 TEST_F(MissingManagers, WithoutABrowserNoWindowHasANumber)

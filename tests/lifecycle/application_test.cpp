@@ -383,6 +383,18 @@ TEST_F(ApplicationTest, OnceEndedItHasNoWindowAndNoParent)
     EXPECT_EQ(journal(), Lines({"RELEASE w3"}));
 }
 
+TEST_F(ApplicationTest, OnceEndedItDoesNotBeginToEndAgain)
+{
+    const auto application = makeByURL();
+    application->setTavoWindow(browser().window(1));
+    application->end();
+    forgetJournal();
+    application->setEnding();
+    application->end();
+    EXPECT_TRUE(application->isEnding());
+    EXPECT_EQ(journal(), Lines()) << "its end was complete";
+}
+
 TEST_F(ApplicationTest, RetiringNoneDoesNothing)
 {
     CallScope::retire(nullptr);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
 #include "foundation/configuration_manager.h"
@@ -372,6 +373,29 @@ TEST_F(WindowPending, AParentThatThePluginEndsWhenToldOfTheErrorIsNotRestored)
     EXPECT_EQ(window()->getApplications().size(), 0u);
 }
 
+TEST_F(WindowPending, AParentWhoseEndThePluginBreaksOffIsNotRestored)
+{
+    static Application* parent;
+    run("http://a.example/parent");
+    parent = running();
+    createChild("child");
+    tickAll();
+    native_ApplicationManagerSetAppDestroyedListener(
+        [](void*) { throw std::runtime_error("the plugin's"); });
+    native_ApplicationManagerSetListener([](int, void*) {
+        EXPECT_THROW(parent->getWindow()->shutdownApplication(parent, true, false, true),
+                     std::runtime_error);
+        native_ApplicationManagerSetAppDestroyedListener(nullptr);
+    });
+    failLoading(2);
+    tickAll();
+    EXPECT_TRUE(parent->isEnding());
+    EXPECT_TRUE(window()->applicationExists(parent));
+    EXPECT_EQ(runningURL(), "http://a.example/child");
+    shutdown();
+    EXPECT_TRUE(listener().windowsInUse.empty()) << "both go with their window";
+}
+
 TEST_F(WindowPending, AnUnknownBrowserWindowHasNoApplicationEvenWhenAskedTwice)
 {
     EXPECT_EQ(window()->getApplication(browser().window(5)), nullptr);
@@ -533,6 +557,25 @@ TEST_F(WindowPending, AListenerMayEndTheNewcomerWhenItHearsThatTheFormerOneEnded
     tickAll();
     EXPECT_EQ(running(), nullptr);
     EXPECT_TRUE(window()->getApplications().empty());
+    EXPECT_TRUE(listener().windowsInUse.empty());
+}
+
+TEST_F(WindowPending, AListenerMayReleaseTheNewcomersWindowWhenItHearsThatTheFormerOneEnded)
+{
+    run("http://a.example/parent");
+    createChild("child");
+    listener().nextWindows = {1};
+    listener().onNotification[HBBTV_NOTIFICATION_STOP_APPLICATION] = [this](auto*) {
+        listener().onNotification.clear();
+        vesta_hbbtv_release_window(window());
+    };
+    forget();
+    tickAll();
+    EXPECT_EQ(journal(),
+              Lines({"REQUEST w1", "STOP 0.0 independent reactivate=0 http://a.example/parent",
+                     "STOP 0.0 independent reactivate=0 http://a.example/child", "RELEASE w1"}))
+        << "no page is opened";
+    EXPECT_FALSE(Window::exists(window()));
     EXPECT_TRUE(listener().windowsInUse.empty());
 }
 

@@ -83,6 +83,13 @@ TEST_F(WindowStorageTest, AllRestWhileEventsNameSome)
     EXPECT_EQ(WindowStorage::getResting(), WindowStorage::resting);
 }
 
+TEST_F(WindowStorageTest, OfNoneDoesNotRest)
+{
+    const unsigned resting = WindowStorage::getResting();
+    WindowStorage::giveBack(nullptr, 1);
+    EXPECT_EQ(WindowStorage::getResting(), resting);
+}
+
 TEST_F(WindowStorageTest, ExistNoMore)
 {
     void* const stale = releasedWindow();

@@ -348,6 +348,14 @@ std::vector<Scenario> scenarios()
                                                        &created);
                    tickAll();
                }),
+        script("CreateApplicationByIdsThatNoStringHoldsInPlace",
+               [] {
+                   void* created = nullptr;
+                   native_ApplicationCreateApplication(
+                       "dvb://current.ait/00000000000000001.00000000000000001", 1, runningId(),
+                       &created);
+                   tickAll();
+               }),
         {"StreamEvents", runOnCarousel,
          [] {
              native_BroadcastAddStreamEventListener("an/event/object/that/is/long/enough", nullptr,

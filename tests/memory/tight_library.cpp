@@ -115,6 +115,7 @@ AITSection section(uint8_t version, uint16_t applicationId)
     return AITSection()
         .version(version)
         .common(carouselTransport(2, 7))
+        .common(httpTransport(4, "http://a.example/a/base/that/no/string/holds/in/place"))
         .add(httpApplication(applicationId).carousel(3, 8))
         .add(AITEntry(1, 99).profiles({{0, 9, 9, 9}}).carousel(1, 1).location("rejected"));
 }

@@ -166,6 +166,7 @@ TEST(Options, DecisionsAreShownWhereThatIsWanted)
 {
     EXPECT_FALSE(parse("a.ts").options->why);
     EXPECT_TRUE(parse("--why a.ts").options->why);
+    EXPECT_EQ(parse("--report r.html a.ts").options->report, "r.html");
 }
 
 TEST(Options, TheVersionOfHbbTVIsThreeNumbers)
@@ -180,6 +181,24 @@ TEST(Options, TheVersionOfHbbTVIsThreeNumbers)
     for (const std::string wrong : {"1", "1.4", "1.4.", "1.4.256", "0.4.1", "1.4.1.1", "a.b.c"})
         EXPECT_EQ(parse("--hbbtv-version " + wrong + " a.ts").problem,
                   "--hbbtv-version wants a version such as 1.4.1, not " + wrong);
+}
+
+TEST(Options, TheWebIsServedWhereTheReceiverHasAServer)
+{
+    EXPECT_FALSE(parse("a.ts").options->web);
+#ifdef VESTA_HAS_WEB
+    const auto options = parse("--web 8080 a.ts").options;
+    ASSERT_TRUE(options && options->web);
+    EXPECT_EQ(options->web->host, "127.0.0.1");
+    EXPECT_EQ(options->web->port, 8080);
+    EXPECT_EQ(parse("--web [::]:0 a.ts").options->web->host, "::");
+    EXPECT_EQ(parse("--web television:80 a.ts").problem,
+              "--web wants a port, or an IP address and a port such as 127.0.0.1:8080, not "
+              "television:80");
+#else
+    EXPECT_EQ(parse("--web 8080 a.ts").problem,
+              "--web 8080: this receiver was built without libsoup 3");
+#endif
 }
 
 }  // namespace

@@ -91,6 +91,25 @@ TEST(AITApplicationParsing, ConcatenatesTheNamesOfSeveralDescriptors)
     EXPECT_EQ(application->getApplicationName(), "abcd");
 }
 
+TEST(AITApplicationParsing, AddsTheNameOfEachEntryThatItReadsToThatOfThoseBefore)
+{
+    const auto name = [](uint8_t length) { return Bytes{0x01, 4, 'e', 'n', 'g', length}; };
+    // Each reaches to the end of the loop, so that they are together longer than that.
+    const Bytes overlapping = name(18) + name(12) + name(6) + name(0);
+    const std::string text(overlapping.begin(), overlapping.end());
+    const std::string longName = text.substr(6) + text.substr(12) + text.substr(18);
+    AITApplication application(nullptr);
+    const auto read = [&application](const Bytes& descriptors) {
+        return application.parse(plainEntry().raw(descriptors).exactBlock().get());
+    };
+    ASSERT_TRUE(read(overlapping));
+    EXPECT_EQ(application.getApplicationName(), longName);
+    ASSERT_TRUE(read({0x01, 6, 'e', 'n', 'g', 2, 'a', 'b'}));
+    EXPECT_EQ(application.getApplicationName(), longName + "ab");
+    ASSERT_TRUE(read(overlapping));
+    EXPECT_EQ(application.getApplicationName(), longName + "ab" + longName);
+}
+
 TEST(AITApplicationParsing, ReadsTheFirstLanguageOfANameAsItStands)
 {
     const Bytes twoLanguages = {0x01, 12,   'e', 'n', 'g', 3, 0x15,

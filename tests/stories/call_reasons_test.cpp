@@ -87,6 +87,16 @@ TEST_F(CallReasons, LoadsOfAWindowThatShowsNoApplication)
     });
 }
 
+TEST_F(CallReasons, AFailedLoadOfAWindowThatShowsNoApplicationHasNone)
+{
+    begin(httpApplication(1, 1));
+    whileItEnds([this] {
+        forgetReasons();
+        EXPECT_EQ(failLoading(), -3);
+        EXPECT_EQ(heard.lines(), Lines());
+    });
+}
+
 TEST_F(CallReasons, FilesThatThePlatformRefusesOrCannotRead)
 {
     beginFromCarousel();
@@ -131,6 +141,7 @@ TEST_F(CallReasons, Keys)
     expectReason(HBBTV_REASON_KEY_UP_WITHOUT_DOWN, "1.1", 0, TAVO_VK_GREEN);
     press(TAVO_KEY_DOWN, TAVO_VK_GREEN);
     press(TAVO_KEY_UP, TAVO_VK_GREEN);
+    EXPECT_EQ(vesta_hbbtv_key_input(browser().window(1), nullptr), 0) << "no key, no reason";
     EXPECT_EQ(heard.lines(), Lines());
 }
 
@@ -238,6 +249,16 @@ TEST_F(CallReasons, NativesWithoutABrowser)
     long windowId = 0;
     native_AppManGetWindowOfApplication(askForIdOf(shown->getRunningApplication()), &windowId);
     expectReason(HBBTV_REASON_NATIVE_NO_BROWSER);
+}
+
+TEST_F(CallReasons, ANativeThatSucceedsHasNone)
+{
+    begin(httpApplication(1, 1));
+    long windowId = 0;
+    EXPECT_EQ(native_AppManGetWindowOfApplication(askForIdOf(running()), &windowId),
+              VEIF_RETURN_OK);
+    EXPECT_EQ(windowId, 1);
+    EXPECT_EQ(heard.lines(), Lines());
 }
 
 TEST_F(CallReasons, CreatingByURL)

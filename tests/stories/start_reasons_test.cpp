@@ -76,6 +76,10 @@ TEST_F(StartReasons, NoProfile)
 {
     startEntry(httpApplication(1, 1).profiles({}));
     expectReason(HBBTV_REASON_START_NO_PROFILE, "1.1");
+    tune(AITSection().version(1).add(AITEntry(1, 1).withoutApplicationDescriptor()));
+    forgetReasons();
+    start(1);
+    expectReason(HBBTV_REASON_START_NO_PROFILE, "1.1");
 }
 
 TEST_F(StartReasons, ProfilesAndVersionsWithTheNumbers)
@@ -92,6 +96,8 @@ TEST_F(StartReasons, ProfilesAndVersionsWithTheNumbers)
 TEST_F(StartReasons, NoTransport)
 {
     startEntry(AITEntry(1, 1).location("index.html"));
+    expectReason(HBBTV_REASON_START_NO_TRANSPORT, "1.1");
+    tune(AITSection().version(1).add(AITEntry(1, 1).withoutApplicationDescriptor()));
     expectReason(HBBTV_REASON_START_NO_TRANSPORT, "1.1");
 }
 

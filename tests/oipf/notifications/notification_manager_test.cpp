@@ -149,6 +149,7 @@ TEST_F(NotificationManagerTest, WithoutAManagerNotificationsAreOnlyDeleted)
     int deleted = 0;
     NotificationManager::broadcastIfAny(new CountedNotification(&deleted));
     EXPECT_EQ(deleted, 1);
+    NotificationManager::broadcastIfAny(nullptr);
     EXPECT_EQ(NotificationManager::instance, nullptr);
 
     manager()->addListener(first);

@@ -191,5 +191,47 @@ TEST(EventLog, LargeNumbersAreReadInGroups)
         EXPECT_EQ(withSeparators(number), text);
 }
 
+/// Keeps the names of what it hears.
+struct Hearer : Witness {
+    void see(const Happening& happening) override
+    {
+        heard.push_back(happening.event);
+        last = jsonOf(happening);
+    }
+    std::vector<std::string> heard;
+    std::string last;
+};
+
+TEST(EventLog, EachWitnessHearsOfEverythingUntilItIsRemoved)
+{
+    std::ostringstream out;
+    EventLog log(out, false);
+    Hearer one;
+    Hearer other;
+    log.addWitness(&one);
+    log.addWitness(&other);
+    log.report(Source::Air, "reported", "text");
+    log.removeWitness(&one);
+    log.trace(Source::Air, "traced", "text", nullptr);
+    log.mention(Source::Air, "mentioned", "text", {{"more", 1}});
+    EXPECT_EQ(one.heard, (std::vector<std::string>{"reported"}));
+    EXPECT_EQ(other.heard, (std::vector<std::string>{"reported", "traced", "mentioned"}));
+    EXPECT_EQ(nlohmann::json::parse(other.last)["details"]["more"], 1);
+    EXPECT_EQ(linesOf(out.str()).size(), 1u);
+}
+
+TEST(EventLog, AnswersGoToWhoeverAsked)
+{
+    std::ostringstream out;
+    EventLog log(out, false);
+    std::vector<std::string> answers;
+    log.setAnswers(&answers);
+    log.print({"one", "two"});
+    log.setAnswers(nullptr);
+    log.print({"three"});
+    EXPECT_EQ(answers, (std::vector<std::string>{"one", "two"}));
+    EXPECT_EQ(out.str(), "three\n");
+}
+
 }  // namespace
 }  // namespace receiver

@@ -157,5 +157,30 @@ TEST_F(DecisionLogTest, WhyNothingRanIsTheLastObstacle)
     EXPECT_EQ(decisions_.whyNothingRan(), "");
 }
 
+TEST_F(DecisionLogTest, TheLastDecisionAboutAStartIsWhatSpeaksAgainstIt)
+{
+    EXPECT_FALSE(decisions_.againstStart("a.10"));
+    hear(HBBTV_REASON_START_PROFILE, 0x0A, 0x10, 3, 16);
+    hear(HBBTV_REASON_START_NO_TABLE, 0x0A, 0x11);
+    hear(HBBTV_REASON_END_REPLACED, 0x0A, 0x10);
+    ASSERT_TRUE(decisions_.againstStart("a.10"));
+    EXPECT_NE(decisions_.againstStart("a.10")->sentence.find("it wants 0x3"), std::string::npos);
+    EXPECT_TRUE(decisions_.againstStart("a.10")->isLasting);
+    EXPECT_FALSE(decisions_.againstStart("a.12"));
+    hear(HBBTV_REASON_STARTED, 0x0A, 0x10);
+    EXPECT_FALSE(decisions_.againstStart("a.10"));
+}
+
+TEST_F(DecisionLogTest, AStartThatAnotherOneWasPreferredToMayStillBeAskedFor)
+{
+    for (const HBBTV_Reason reason :
+         {HBBTV_REASON_START_LOWER_AUTOSTART, HBBTV_REASON_START_SUPERSEDED,
+          HBBTV_REASON_START_CLOSING, HBBTV_REASON_START_TABLE_CHANGED}) {
+        hear(reason, 0x0A, 0x10);
+        ASSERT_TRUE(decisions_.againstStart("a.10"));
+        EXPECT_FALSE(decisions_.againstStart("a.10")->isLasting) << reason;
+    }
+}
+
 }  // namespace
 }  // namespace receiver

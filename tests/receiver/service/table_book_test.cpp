@@ -9,17 +9,20 @@ namespace {
 
 using namespace std::string_literals;
 
-Bytes entry(unsigned id, const Bytes& profiles, const std::string& name)
+Bytes entryWith(unsigned id, const Bytes& descriptors)
 {
-    const Bytes descriptors =
-        makeDescriptor(0x00, ByteWriter().with8(profiles).u8(0xFF).u8(1).u8(1)) +
-        makeDescriptor(0x01, ByteWriter().add("eng"s).with8(name));
     return ByteWriter()
         .u32(0x0A)
         .u16(id)
         .u8(1)
         .u16(0xF000 | unsigned(descriptors.size()))
         .add(descriptors);
+}
+
+Bytes entry(unsigned id, const Bytes& profiles, const std::string& name)
+{
+    return entryWith(id, makeDescriptor(0x00, ByteWriter().with8(profiles).u8(0xFF).u8(1).u8(1)) +
+                             makeDescriptor(0x01, ByteWriter().add("eng"s).with8(name)));
 }
 
 Bytes table(unsigned version, unsigned number, const Bytes& entries)
@@ -45,6 +48,26 @@ TEST(TableBook, ProfilesAreKnownFromAllSectionsOfAVersion)
     EXPECT_EQ(book.profilesOf(0x0A, 3), Texts{"0x0001 with version 1.1.1"});
     book.clear();
     EXPECT_EQ(book.profilesOf(0x0A, 3), Texts());
+}
+
+TEST(TableBook, BoundariesAreTheUrlsOfTheFirstDescriptorThatHasSome)
+{
+    const auto boundary = [](const Bytes& urls, unsigned count) {
+        return makeDescriptor(0x17, ByteWriter().u8(count).add(urls));
+    };
+    const Bytes two = ByteWriter().with8("http://a.example/"s).with8("https://b.example"s);
+    const Bytes other = ByteWriter().with8("http://other.example/"s);
+    Bytes cut = two;
+    cut.pop_back();
+    TableBook book;
+    book.note(table(1, 0,
+                    entryWith(1, boundary(two, 2) + boundary(other, 1)) +
+                        entryWith(2, boundary(cut, 2)) + entryWith(3, boundary({}, 0)) +
+                        entryWith(4, makeDescriptor(0x17, {}))));
+    EXPECT_EQ(book.boundaryOf(0x0A, 1), (Texts{"http://a.example/", "https://b.example"}));
+    EXPECT_EQ(book.boundaryOf(0x0A, 2), Texts{"http://a.example/"});
+    for (const uint16_t id : {uint16_t(3), uint16_t(4), uint16_t(5)})
+        EXPECT_EQ(book.boundaryOf(0x0A, id), Texts());
 }
 
 TEST(TableBook, ASectionThatIsReplacedIsForgotten)

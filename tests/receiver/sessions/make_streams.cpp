@@ -544,6 +544,29 @@ Bytes information()
     return stream.bytes();
 }
 
+/// Every name and every address is markup, and would be obeyed by a terminal.
+Bytes markup()
+{
+    const unsigned pid = 0x300;
+    const std::string utf8 = "\x15";
+    const std::string hostile = "</script><img src=x onerror=alert(1)>\"'&\x1b[2J\xE2\x80\xAE";
+    const std::string file = "<img src=x onerror=alert(1)>.html";
+    const Bytes names =
+        makeDescriptor(0x01, ByteWriter().add(std::string("eng")).with8(utf8 + hostile));
+    const Bytes transports = carousel(1) + http(2, "http://one.example/<b onclick=alert(1)>/");
+    const Bytes files =
+        makeGateway("g",
+                    {{"index.html", makeIor({"fil", 1, "i"})}, {file, makeIor({"fil", 1, "h"})}}) +
+        makeFile("i", "<html><body>" + hostile + "</body></html>") + makeFile("h", hostile);
+    Stream stream;
+    stream.services({utf8 + hostile + " One", utf8 + hostile + " Two"});
+    stream.add(pmtPid, makePmt(1, 0, {tablesOn(0x200), {0x0B, pid, component(carouselTag)}}));
+    stream.add(pmtPid, makePmt(2, 0, {tablesOn(0x201)}));
+    stream.add(0x200, table(0, application(1, autostart, {1, 2}, transports + names)));
+    stream.add(0x201, table(0, namedApplication(2, present, utf8 + hostile)));
+    return addCarousel(stream, pid, files).pause().bytes();
+}
+
 bool write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes)
 {
     std::ofstream file(folder / (name + ".ts"), std::ios::binary);
@@ -582,6 +605,7 @@ int main(int argc, char** argv)
         {"scheduled-events", scheduledEvents()},
         {"television", television()},
         {"information", information()},
+        {"markup", markup()},
     };
     for (const auto& [name, bytes] : streams)
         isWritten = write(folder, name, bytes) && isWritten;

@@ -1,4 +1,4 @@
-#include "receiver/wpe/glib_main_loop.h"
+#include "receiver/glib/glib_main_loop.h"
 
 #include <algorithm>
 #include <glib.h>

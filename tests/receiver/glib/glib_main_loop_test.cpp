@@ -4,8 +4,8 @@
 #include <pthread.h>
 #include <thread>
 
+#include "receiver/glib/glib_main_loop.h"
 #include "receiver/integration/doorbell.h"
-#include "receiver/wpe/glib_main_loop.h"
 
 namespace receiver {
 namespace {

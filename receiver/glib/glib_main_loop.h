@@ -1,6 +1,6 @@
 /// GLib's main loop as the place where the browser thread waits.
-#ifndef VESTA_RECEIVER_WPE_GLIB_MAIN_LOOP_H
-#define VESTA_RECEIVER_WPE_GLIB_MAIN_LOOP_H
+#ifndef VESTA_RECEIVER_GLIB_GLIB_MAIN_LOOP_H
+#define VESTA_RECEIVER_GLIB_GLIB_MAIN_LOOP_H
 
 #include "receiver/integration/main_loop.h"
 
