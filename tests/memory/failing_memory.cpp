@@ -82,6 +82,11 @@ __attribute__((noinline)) void* operator new[](size_t size)
     return operator new(size);
 }
 
+__attribute__((noinline)) void* operator new[](size_t size, const std::nothrow_t& what) noexcept
+{
+    return operator new(size, what);
+}
+
 __attribute__((noinline)) void operator delete(void* block) noexcept
 {
     if (block)
