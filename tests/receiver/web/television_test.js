@@ -97,6 +97,24 @@ describe('Television', () => {
         await until(async () => (await state()).services.some(one => one.id === 1 && one.tuned), 'the first service');
     }));
 
+    it('TellsInItsTimelineWhatIsClicked', () => inTab(async page => {
+        const known = event => page.evaluate(wanted => app.record.happenings.filter(one => one.event === wanted).at(-1), event);
+        const record = page.locator('#timeline .record');
+        await until(() => known('zap'), 'the zap');
+        await page.getByRole('button', { name: 'All' }).click();
+        for (const event of ['zap', 'start', 'tuned', 'ait']) {
+            const { id, text } = await known(event);
+            const position = await page.evaluate(wanted => app.timeline.placeOf(app.record.happenings.find(one => one.id === wanted)), id);
+            await page.locator('#timeline canvas').click({ position });
+            // Where several lie at one place, one of them is shown, and the list goes to it.
+            await until(async () => /\d\.\d{3} s/.test(await record.innerText()), 'a record');
+            await page.getByLabel('Filter').fill(text);
+            await page.locator('#timeline .lines button').first().click();
+            await until(async () => (await record.innerText()).includes(text.slice(0, 40)), text);
+            await page.getByLabel('Filter').fill('');
+        }
+    }));
+
     it('TwoTabsSeeTheSameAndAReloadLosesNothing', () => inTab(one => inTab(async other => {
         await receiver.command('say seen by both');
         for (const page of [one, other])
