@@ -11,6 +11,7 @@ if(VESTA_BUILD_RECEIVER AND TARGET vesta_hbbtv_kit)
   set_source_files_properties(inspector/program.cpp inspector/dump/document.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_inspector_objects)
+  vesta_precompile(vesta_inspector_objects <nlohmann/json.hpp>)
   add_executable(vesta_signalling inspector/main.cpp)
   target_link_libraries(vesta_signalling PRIVATE
     vesta_inspector_objects vesta_receiver_objects vesta_kit_objects)

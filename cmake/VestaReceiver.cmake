@@ -52,6 +52,7 @@ if(VESTA_BUILD_RECEIVER)
     receiver/web/state_document.cpp receiver/web/server/event_streams.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_receiver_objects)
+  vesta_precompile(vesta_receiver_objects <nlohmann/json.hpp>)
   add_executable(vesta_receiver receiver/main.cpp receiver/outside.cpp)
   target_link_libraries(vesta_receiver PRIVATE vesta_receiver_objects)
   vesta_own_code(vesta_receiver)

@@ -31,6 +31,7 @@ set_source_files_properties(replay/program.cpp PROPERTIES
 set_target_properties(vesta_replay_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 vesta_own_code(vesta_replay_objects)
+vesta_precompile(vesta_replay_objects <nlohmann/json.hpp>)
 
 set(VESTA_REPLAY_EXPORTS "${PROJECT_SOURCE_DIR}/cmake/replay_exports.list")
 set(VESTA_REPLAY_LINK_OPTIONS "LINKER:--dynamic-list=${VESTA_REPLAY_EXPORTS}")

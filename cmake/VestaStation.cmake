@@ -22,6 +22,7 @@ if(VESTA_BUILD_STATION)
   set_source_files_properties(station/program.cpp PROPERTIES
     COMPILE_DEFINITIONS "VESTA_VERSION=\"${PROJECT_VERSION}\"")
   vesta_own_code(vesta_station_objects)
+  vesta_precompile(vesta_station_objects <nlohmann/json.hpp>)
   add_executable(vesta_station station/main.cpp)
   target_link_libraries(vesta_station PRIVATE vesta_station_objects)
   vesta_own_code(vesta_station)

@@ -163,7 +163,7 @@ private:
     struct NotYetAdopted {};
 
     /// Everything of it that nobody hears of.
-    Application(Window* window, HbbTVURL url, AITApplication* entry, NotYetAdopted);
+    VESTA_HIDDEN Application(Window* window, HbbTVURL url, AITApplication* entry, NotYetAdopted);
 
     void extendDomainFromAITApplication();
 

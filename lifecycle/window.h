@@ -239,7 +239,7 @@ private:
     VESTA_HIDDEN static constexpr Ending atOnceReactivating = {true, true, true};
     VESTA_HIDDEN static constexpr Ending onALaterTick = {false, false, true};
 
-    bool shutdown(Application* application, const Ending& ending);
+    VESTA_HIDDEN bool shutdown(Application* application, const Ending& ending);
 
     void enter(State state) { state_ = state; }
     VESTA_HIDDEN void runAgain(Application* application);

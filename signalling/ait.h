@@ -130,7 +130,7 @@ private:
     VESTA_HIDDEN bool acceptsVersion(uint8_t version) const;
     VESTA_HIDDEN void recordSection(uint8_t version, uint8_t number, uint8_t lastNumber);
     VESTA_HIDDEN bool parseBody(ByteReader section);
-    bool parseCommonDescriptorsLoop(ByteReader loop);
+    VESTA_HIDDEN bool parseCommonDescriptorsLoop(ByteReader loop);
     VESTA_HIDDEN void addCommonTransport(ByteReader payload);
     VESTA_HIDDEN bool parseApplications(ByteReader section, size_t loopLength);
     VESTA_HIDDEN bool addApplications(ByteReader section, size_t loopLength);

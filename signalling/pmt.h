@@ -110,7 +110,7 @@ private:
         return descriptor ? &*descriptor : nullptr;
     }
 
-    void parse(ByteReader& reader);
+    VESTA_HIDDEN void parse(ByteReader& reader);
     VESTA_HIDDEN void addDescriptor(uint8_t tag, ByteReader payload);
 
     uint8_t streamType_ = 0;

@@ -114,7 +114,7 @@ public:
     ~XHRNotification() override;
 
 private:
-    explicit XHRNotification(HBBTV_XHR_Permission* answer);
+    VESTA_HIDDEN explicit XHRNotification(HBBTV_XHR_Permission* answer);
 
     HBBTV_XHR_Permission* answer_;
 };
