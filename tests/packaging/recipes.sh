@@ -19,6 +19,23 @@ options_of_build() {
         sed 's/.*(//' | sort -u
 }
 
+# What a receiver needs of the project, each option with its value: the libraries, and the kit or not.
+options_of_a_receiver() {
+    printf '%s\n' "-DVESTA_BUILD_KIT=$1" -DVESTA_BUILD_RECEIVER=OFF -DVESTA_BUILD_REPLAY=OFF -DVESTA_BUILD_STATION=OFF \
+        -DVESTA_BUILD_TESTS=OFF
+}
+
+# expect_options WHERE KIT GIVEN: these and no others.
+expect_options() {
+    diff --label "expected of $1" --label "options of $1" -u <(options_of_a_receiver "$2") \
+        <(xargs -n 1 <<<"$3" | sort) >&2 || complain "$1: these are not the options of a receiver's build"
+}
+
+# The name of a release's archive, before its version.
+archive_name() {
+    sed -nE 's/^ +name=([a-z_]+)-\$\(.*/\1/p' "$1/packaging/release.sh"
+}
+
 options_are_known() {
     local option file=$2
     for option in $(grep -oE -- '-DVESTA_[A-Z0-9_]+' "$1/$file" | sed 's/^-D//'); do
@@ -75,11 +92,15 @@ check_debian() {
 }
 
 check_yocto() {
-    local project=$1 recipe files glob
+    local project=$1 recipe files glob folder
     recipe=$(cd "$project" && ls packaging/yocto/*.bb)
+    folder="$(archive_name "$project")-\${PV}"
     options_are_known "$project" "$recipe"
-    [[ $(yocto_value "$project/$recipe" SRC_URI) == '${VESTA_MIRROR}/vesta_hbbtv_appman-${PV}.tar.xz' ]] ||
+    expect_options "$recipe" ON "$(yocto_value "$project/$recipe" EXTRA_OECMAKE)"
+    [[ $(yocto_value "$project/$recipe" SRC_URI) == "\${VESTA_MIRROR}/$folder.tar.xz" ]] ||
         complain "$recipe: this is not the archive of a release"
+    [[ $(yocto_value "$project/$recipe" S) == "\${WORKDIR}/$folder" ]] ||
+        complain "$recipe: this is not the folder in the archive"
     grep -qE '^SRC_URI\[sha256sum\] = "[0-9a-f]{64}"$' "$project/$recipe" || complain "$recipe: no checksum"
     [[ $(yocto_value "$project/$recipe" DEPENDS) == expat ]] || complain "$recipe: the kit needs expat alone"
     for glob in $(sed -nE 's/^FILES:.* = "\$\{libdir\}\/(.*)"/\1/p' "$project/$recipe"); do
@@ -90,20 +111,40 @@ check_yocto() {
     done
 }
 
+# buildroot_value RECIPE KIT NAME: a variable of the recipe where the kit was chosen, which is "y", or not.
+buildroot_value() {
+    env -u MAKEFLAGS -u MAKELEVEL make -s -f "$1" "BR2_PACKAGE_VESTA_HBBTV_APPMAN_KIT=$2" \
+        --eval "print-it: ; @echo '\$(strip \$(VESTA_HBBTV_APPMAN_$3))'" print-it
+}
+
+check_buildroot_recipe() {
+    local project=$1 recipe=$2 version
+    version=$(buildroot_value "$project/$recipe" "" VERSION)
+    expect_options "$recipe, with the kit" ON "$(buildroot_value "$project/$recipe" y CONF_OPTS)"
+    expect_options "$recipe, without the kit" OFF "$(buildroot_value "$project/$recipe" "" CONF_OPTS)"
+    [[ $(buildroot_value "$project/$recipe" y DEPENDENCIES) == expat ]] || complain "$recipe: the kit needs expat alone"
+    [[ -z $(buildroot_value "$project/$recipe" "" DEPENDENCIES) ]] || complain "$recipe: the library alone needs nothing"
+    [[ $(buildroot_value "$project/$recipe" "" SOURCE) == "$(archive_name "$project")-$version.tar.xz" ]] ||
+        complain "$recipe: this is not the archive of a release"
+    [[ $(tail -n 1 "$project/$recipe") == '$(eval $(cmake-package))' ]] || complain "$recipe: is no CMake package"
+}
+
 check_buildroot() {
     local project=$1 folder=packaging/buildroot/vesta-hbbtv-appman recipe symbol archive
     recipe="$folder/vesta-hbbtv-appman.mk"
     options_are_known "$project" "$recipe"
+    check_buildroot_recipe "$project" "$recipe"
     for symbol in $(grep -oE 'BR2_PACKAGE_VESTA[A-Z_]*' "$project/$recipe" | sort -u); do
         grep -qx "config $symbol" "$project/$folder/Config.in" || complain "$recipe: there is no $symbol"
     done
     grep -qx 'config BR2_PACKAGE_VESTA_HBBTV_APPMAN' "$project/$folder/Config.in" ||
         complain "$folder/Config.in: the package itself is missing"
-    [[ $(tail -n 1 "$project/$recipe") == '$(eval $(cmake-package))' ]] || complain "$recipe: is no CMake package"
+    sed -n '/^config BR2_PACKAGE_VESTA_HBBTV_APPMAN_KIT$/,/^endif$/p' "$project/$folder/Config.in" |
+        grep -qx $'\tselect BR2_PACKAGE_EXPAT' || complain "$folder/Config.in: the kit does not select expat"
     ! grep -nE '^ +[^ ]' "$project/$recipe" "$project/$folder/Config.in" >&2 || complain "blanks instead of a tab"
     archive=$(sed -nE 's/^sha256  [0-9a-f]{64}  (.*)/\1/p' "$project/$folder/vesta-hbbtv-appman.hash")
-    [[ $archive == "vesta_hbbtv_appman-$(sed -n 's/^VESTA_HBBTV_APPMAN_VERSION = //p' \
-        "$project/$recipe").tar.xz" ]] || complain "$folder: no checksum of this version's archive"
+    [[ $archive == "$(buildroot_value "$project/$recipe" "" SOURCE)" ]] ||
+        complain "$folder: no checksum of this version's archive"
 }
 
 check_checksums() {
@@ -134,27 +175,65 @@ expect_notice() {
     cp "$copy/former" "$copy/$1"
 }
 
+# As it will be: another version, and the checksum of an archive.
+release_the_copy() {
+    local recipe
+    recipe=$(echo "$copy"/packaging/yocto/*.bb)
+    mv "$recipe" "${recipe%_*}_7.8.9.bb"
+    sed -i -E 's/\b[0-9]+\.[0-9]+\.[0-9]+\b/7.8.9/' "$copy"/packaging/buildroot/*/*.{mk,hash}
+    sed -i -E "s/\b[0-9a-f]{64}\b/$(printf '7%.0s' {1..64})/" "$copy"/packaging/yocto/*.bb "$copy"/packaging/buildroot/*/*.hash
+    check "$copy" || { echo "the recipes of a later release are not accepted" >&2; exit 1; }
+}
+
+debian_is_looked_at() {
+    expect_notice packaging/debian/rules 's/-DVESTA_WITH_WPE/-DVESTA_WITH_WPEE/'
+    expect_notice packaging/debian/vesta-hbbtv-tools.install '/usr\/share\/man/d'
+    expect_notice packaging/debian/libvesta-hbbtv-kit1.install 's/kit/appman/'
+    expect_notice packaging/debian/control 's/^Package: libvesta-hbbtv-kit1/Package: libvesta-hbbtv-kit2/'
+}
+
+yocto_is_looked_at() {
+    local recipe
+    recipe=$(cd "$copy" && ls packaging/yocto/*.bb)
+    expect_notice "$recipe" 's/-DVESTA_BUILD_KIT/-DVESTA_BUILD_KITS/'
+    expect_notice "$recipe" '/-DVESTA_BUILD_TESTS/d'
+    expect_notice "$recipe" 's/(-DVESTA_BUILD_RECEIVER)=OFF/\1=ON/'
+    expect_notice "$recipe" 's/^(S = .*)vesta_/\1/'
+    expect_notice "$recipe" 's/^(SRC_URI = .*)vesta_/\1/'
+    expect_notice "$recipe" 's/^DEPENDS = .*/DEPENDS = ""/'
+    expect_notice "$recipe" 's/libvesta_hbbtv_kit\.so/libvesta_kit.so/'
+    expect_notice "$recipe" 's/^(SRC_URI\[sha256sum\] = ").{64}/\10123/'
+    # One digit that is another one.
+    expect_notice "$recipe" '/^SRC_URI\[sha256sum\]/{s/(.)"$/\1x"/; s/0x"/1"/; s/[1-9a-f]x"/0"/}'
+}
+
+buildroot_is_looked_at() {
+    local folder=packaging/buildroot/vesta-hbbtv-appman
+    expect_notice "$folder/vesta-hbbtv-appman.mk" 's/APPMAN_KIT/APPMAN_KITS/'
+    expect_notice "$folder/vesta-hbbtv-appman.mk" '/-DVESTA_BUILD_TESTS/d'
+    expect_notice "$folder/vesta-hbbtv-appman.mk" 's/(-DVESTA_BUILD_RECEIVER)=OFF/\1=ON/'
+    expect_notice "$folder/vesta-hbbtv-appman.mk" 's/(-DVESTA_BUILD_KIT)=OFF/\1=ON/'
+    expect_notice "$folder/vesta-hbbtv-appman.mk" '/DEPENDENCIES/d'
+    expect_notice "$folder/vesta-hbbtv-appman.mk" 's/(_SOURCE = )vesta_/\1/'
+    expect_notice "$folder/vesta-hbbtv-appman.hash" 's/([0-9])\.tar/\11.tar/'
+    expect_notice "$folder/Config.in" '/select BR2_PACKAGE_EXPAT/d'
+    expect_notice "$folder/Config.in" 's/^\tbool/        bool/'
+}
+
 self_check() {
-    local recipe buildroot=packaging/buildroot/vesta-hbbtv-appman
     copy=$(mktemp -d)
     trap 'rm -rf "$copy"' EXIT
     mkdir -p "$copy/tests/packaging"
     cp -r "$root/CMakeLists.txt" "$root/cmake" "$root/packaging" "$copy/"
     cp "$root/tests/packaging/components.txt" "$copy/tests/packaging/"
     check "$copy" || { echo "the copy is not accepted" >&2; exit 1; }
-    expect_notice packaging/debian/rules 's/-DVESTA_WITH_WPE/-DVESTA_WITH_WPEE/'
-    expect_notice packaging/debian/vesta-hbbtv-tools.install '/usr\/share\/man/d'
-    expect_notice packaging/debian/libvesta-hbbtv-kit1.install 's/kit/appman/'
-    expect_notice packaging/debian/control 's/^Package: libvesta-hbbtv-kit1/Package: libvesta-hbbtv-kit2/'
+    debian_is_looked_at
     [[ -d $copy/packaging/yocto ]] || return 0
-    recipe=$(cd "$copy" && ls packaging/yocto/*.bb)
-    expect_notice "$recipe" 's/-DVESTA_BUILD_KIT/-DVESTA_BUILD_KITS/'
-    expect_notice "$recipe" 's/libvesta_hbbtv_kit\.so/libvesta_kit.so/'
-    expect_notice "$recipe" 's/^(SRC_URI\[sha256sum\] = ").{64}/\10123/'
-    expect_notice "$recipe" 's/^(SRC_URI\[sha256sum\] = "0{63})0/\11/'
-    expect_notice "$buildroot/vesta-hbbtv-appman.mk" 's/APPMAN_KIT/APPMAN_KITS/'
-    expect_notice "$buildroot/vesta-hbbtv-appman.hash" 's/1\.0\.0/1.0.1/'
-    expect_notice "$buildroot/Config.in" 's/^\tbool/        bool/'
+    yocto_is_looked_at
+    buildroot_is_looked_at
+    release_the_copy
+    yocto_is_looked_at
+    buildroot_is_looked_at
 }
 
 case ${2:-} in
