@@ -1,3 +1,4 @@
+/// @file
 /// The one place where a length read from the air meets the bytes that are really there.
 #ifndef VESTA_FOUNDATION_BYTE_READER_H
 #define VESTA_FOUNDATION_BYTE_READER_H
@@ -10,16 +11,20 @@ namespace VestaHbbTV {
 
 /// Reads big-endian fields from borrowed bytes. A read that does not fit yields 0, consumes what is
 /// left and turns ok() false for good. Counts are compared, no pointer past the end is ever formed.
+/// @thread{one at a time} @since 1.0
 class ByteReader {
 public:
+    /// Has no bytes, and is ok().
     ByteReader() = default;
 
+    /// Reads `count` bytes, fewer than 2^32.
     /// @param data borrowed while the reader and the readers taken from it live; null only with 0
     ByteReader(const unsigned char* data, size_t count)
         : data_(data), remaining_(static_cast<uint32_t>(count))
     {
     }
 
+    /// Consumes one byte.
     uint8_t u8()
     {
         if (!has(1))
@@ -28,6 +33,7 @@ public:
         return *data_++;
     }
 
+    /// Consumes two bytes, the more significant one first.
     uint16_t u16()
     {
         if (!has(2))
@@ -37,6 +43,7 @@ public:
         return static_cast<uint16_t>(value);
     }
 
+    /// Consumes four bytes, the most significant one first.
     uint32_t u32()
     {
         if (!has(4))
@@ -48,10 +55,10 @@ public:
         return value;
     }
 
-    /// The low 12 bits of a 16-bit word: the length fields of sections and loops.
+    /// Consumes two bytes for their low 12 bits: the length fields of sections and loops.
     uint16_t length12() { return u16() & 0x0FFF; }
 
-    /// The next `count` bytes as a reader of their own; an empty reader that is not ok() when they
+    /// Consumes `count` bytes as a reader of their own; an empty reader that is not ok() when they
     /// are not there.
     ByteReader take(size_t count)
     {
@@ -65,13 +72,14 @@ public:
         return part;
     }
 
+    /// Consumes `count` bytes that nobody wants.
     void skip(size_t count)
     {
         if (has(count))
             advance(count);
     }
 
-    /// The next `count` bytes as they stand; empty when they are not there.
+    /// Consumes `count` bytes as they stand; empty when they are not there.
     std::string text(size_t count)
     {
         const ByteReader part = take(count);
@@ -83,7 +91,10 @@ public:
     /// The next byte without consuming it; 0 when there is none.
     uint8_t peek() const { return remaining_ > 0 ? *data_ : uint8_t(0); }
 
+    /// How many bytes are left.
     size_t remaining() const { return remaining_; }
+
+    /// Whether no byte is left, be it that all were read or that a read did not fit.
     bool empty() const { return remaining_ == 0; }
 
     /// Whether every read so far fitted.

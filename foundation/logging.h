@@ -1,3 +1,4 @@
+/// @file
 /// The process-wide log: lines are built as LogEntry and handed to the sinks that the integrator
 /// registered. Without a sink a line of the library costs one load and a branch.
 #ifndef VESTA_FOUNDATION_LOGGING_H
@@ -25,14 +26,20 @@ namespace VestaHbbTV {
 #pragma push_macro("DEBUG")
 #undef DEBUG
 
-/// Severities; higher is more severe.
-enum LogLevel : int { DEBUG = 1, LOG = 2, WARN = 3, ERR = 4 };
+/// Severities; higher is more severe. @since 1.0
+enum LogLevel : int {
+    DEBUG = 1,  ///< each step, for whoever looks for a fault
+    LOG = 2,    ///< what happens
+    WARN = 3,   ///< something is odd; it goes on
+    ERR = 4     ///< something could not be done
+};
 
 #pragma pop_macro("DEBUG")
 
 /// One log line under construction; belongs to the thread that builds it.
 ///
 /// `LogEntry(LOG, "Window") << "text";` writes a line: it is dispatched when the entry dies.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED LogEntry {
 public:
     /// Writes the line's prefix: local date and time, level tag and module. The time zone is that
@@ -44,6 +51,8 @@ public:
     LogEntry(LogLevel level, std::string module);
     LogEntry(const LogEntry&) = delete;
     LogEntry& operator=(const LogEntry&) = delete;
+
+    /// Ends the line as output() does. A line for which there is no memory is lost.
     ~LogEntry();
 
     /// The line so far: prefix and text. Its formatting is that of a new stream; the numbered slots
@@ -57,6 +66,8 @@ public:
         stream() << value;
         return *this;
     }
+
+    /// The same for std::endl and its like, which are templates themselves.
     LogEntry& operator<<(std::ostream& (*manipulator)(std::ostream&))
     {
         stream() << manipulator;
@@ -66,11 +77,11 @@ public:
     /// Ends the line and hands it to every sink; does nothing the second time.
     void output();
 
-    /// @name As given to the constructor
-    /// @{
+    /// As given to the constructor; sinks judge by it.
     LogLevel getLevel() const { return level_; }
+
+    /// As given to the constructor. Borrowed while the entry lives.
     const std::string& getModule() const { return module_; }
-    /// @}
 
 private:
     friend class Logging;
@@ -107,18 +118,24 @@ private:
 /// A sink. It gets every entry and judges the level itself. output() runs on the logging thread and
 /// the destructor on that which deletes the log; both run under the log's mutex and must neither
 /// log nor add sinks.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED LoggingOutput {
 public:
+    /// A sink of nobody yet: Logging::addOutput() registers it, and owns it from then on.
     /// @param minimumLevel lines below it are to be dropped
     explicit LoggingOutput(LogLevel minimumLevel);
     LoggingOutput(const LoggingOutput&) = delete;
     LoggingOutput& operator=(const LoggingOutput&) = delete;
+
+    /// The log calls it for the sinks that it owns.
     virtual ~LoggingOutput();
 
+    /// Takes a line, be it to write it or to drop it.
     /// @param entry the finished line, borrowed for the call
     virtual void output(LogEntry& entry) = 0;
 
 protected:
+    /// Whether the line is severe enough for this sink.
     bool accepts(const LogEntry& entry) const { return entry.getLevel() >= minimumLevel_; }
 
 private:
@@ -126,22 +143,33 @@ private:
 };
 
 /// Writes to standard output, flushing every line.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED LoggingOutputStdout : public LoggingOutput {
 public:
+    /// Writes as soon as it is registered.
     /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputStdout(LogLevel minimumLevel);
+
+    /// Writes the line, if it is severe enough.
     void output(LogEntry& entry) override;
 };
 
 /// Appends to a file, flushing every line. Lines are lost while no file is open.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED LoggingOutputFile : public LoggingOutput {
 public:
+    /// Without a file yet.
     /// @param minimumLevel the least severe level that is written
     explicit LoggingOutputFile(LogLevel minimumLevel);
 
     /// Opens a file for appending in place of the one open before. To be called before the sink is
-    /// registered, or while no other thread logs. @return whether it is open
+    /// registered, or while no other thread logs.
+    /// @param path borrowed for the call; null opens none
+    /// @return whether it is open
     bool openFile(const char* path);
+
+    /// Appends the line, if a file is open and the line is severe enough. One that cannot be
+    /// written is lost, but not those after it.
     void output(LogEntry& entry) override;
 
 private:
@@ -150,30 +178,32 @@ private:
 
 /// The dispatcher. It is created without a lock, by vesta_hbbtv_init() at the latest; any thread
 /// may log from then on.
+/// @thread{any} @since 1.0
 class VESTA_EXPORTED Logging {
 public:
-    /// The one instance, created on first use (without a lock).
+    /// The one instance, created on first use (without a lock): no other thread may log until the
+    /// first call has returned. Never null.
     static Logging* getInstance();
 
     Logging(const Logging&) = delete;
     Logging& operator=(const Logging&) = delete;
 
-    /// Deletes the registered sinks; a later getInstance() starts anew.
+    /// Deletes the registered sinks; a later getInstance() starts anew. No other thread may log
+    /// meanwhile.
     ~Logging();
 
-    /// Appends a sink. Callable from any thread once the log exists.
+    /// Appends a sink.
     /// @param output ownership passes to the log, so that none is added twice; null is skipped at
     ///        output
     void addOutput(LoggingOutput* output);
 
-    /// Hands an entry to every sink in order of addition, one entry at a time.
+    /// Hands an entry to every sink in order of addition, one entry at a time: other threads wait.
     void output(LogEntry& entry);
 
-    /// Whether any sink is registered. Callable from any thread; a thread that sees one also sees
-    /// the instance.
+    /// Whether any sink is registered. A thread that sees one also sees the instance.
     static bool hasOutputs() { return outputCount.load(std::memory_order_acquire) != 0; }
 
-    /// Null before the first getInstance() and after the end.
+    /// What getInstance() made: null before its first call, and after the end. Not to be set.
     static Logging* instance;
 
 private:
@@ -186,7 +216,10 @@ private:
 };
 
 /// Writes one line of the library's own, made of the parts in their order. A line for which there
-/// is no memory is lost.
+/// is no memory is lost; without a sink nothing is made.
+/// @param module as LogEntry takes it; borrowed for the call, not null
+/// @param parts whatever a stream can write, manipulators too
+/// @thread{any} @since 1.0
 template <typename... Parts>
 inline void log(LogLevel level, const char* module, const Parts&... parts)
 {

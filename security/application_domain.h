@@ -1,3 +1,4 @@
+/// @file
 /// The boundary of an HbbTV application.
 #ifndef VESTA_SECURITY_APPLICATION_DOMAIN_H
 #define VESTA_SECURITY_APPLICATION_DOMAIN_H
@@ -16,11 +17,12 @@ namespace VestaHbbTV {
 /// requests count as its own, in the order in which they were added.
 ///
 /// Entries are never removed, and an origin may stand there twice. Any number of dvb: origins may
-/// be added, but only one web host (ETSI TS 102 796, 6.3). Not synchronised: a domain belongs to
-/// one thread. Nothing here fails on any text, NUL bytes included.
+/// be added, but only one web host (ETSI TS 102 796, 6.3). Nothing here fails on any text, NUL
+/// bytes included.
 ///
 /// All functions look for "http://", then "https://", then "dvb://" anywhere in a URL; the first
-/// one that occurs decides its scheme. Case counts everywhere.
+/// one that occurs decides its scheme. Case counts everywhere. Parameters are never changed.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED ApplicationDomain {
 public:
     /// Whether `url` begins with one of the entries; false while there are none.
@@ -29,6 +31,7 @@ public:
     /// "http://host.example.other/" and "http://host.example:8080/", and an empty entry admits all.
     bool isWithinBoundaries(std::string url) const;
 
+    /// Which scheme decides.
     /// @return 1 for "http://", 2 for "https://", 3 for "dvb://", 0 where none occurs
     int extractProtocol(std::string& url) const;
 

@@ -1,3 +1,5 @@
+/// @file
+/// A hasher, to name cached files for example.
 #ifndef VESTA_SECURITY_SHA256_H
 #define VESTA_SECURITY_SHA256_H
 
@@ -8,11 +10,12 @@
 #include "foundation/visibility.h"
 
 /// An incremental SHA-256 hasher (FIPS 180-4), offered to the integration, for example to name
-/// cached files. All state lies in the object and nothing is allocated while hashing. An object is
-/// not synchronised: it belongs to one thread at a time; different objects are independent.
+/// cached files. All state lies in the object, so that copies go on independently of each other.
+/// Nothing is allocated but the text of getResultString().
 ///
 /// Read the result once and call reset() before hashing something else: every result() and
 /// getResultString() pads and compresses again, so a second one without reset() differs.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED SHA256 {
 public:
     /// Ready to hash, as after reset().

@@ -1,3 +1,4 @@
+/// @file
 /// The Application Information Table of a service: which applications there are.
 #ifndef VESTA_SIGNALLING_AIT_H
 #define VESTA_SIGNALLING_AIT_H
@@ -18,6 +19,7 @@ namespace VestaHbbTV {
 
 /// A table, filled section by section or by hand. Owns its applications, which stand in the order
 /// of their priorities, highest first, and equal ones in the order of their insertion.
+/// @thread{browser} @since 1.0
 class VESTA_EXPORTED AIT : public RefCounted<AIT> {
 public:
     /// A table for the sections of this service.
@@ -29,6 +31,7 @@ public:
     /// Should it be given one nevertheless, it takes the first section, whatever number that has.
     AIT();
 
+    /// Deletes the applications. Transports live on where others hold them.
     ~AIT() override;
 
     /// Takes in one section. No byte after the section's own end (3 + section_length) is read.
@@ -44,6 +47,8 @@ public:
     bool parse(const unsigned char* section);
 
     /// Takes in the transports of a common descriptor loop and skips its other descriptors.
+    /// @param data the loop's first descriptor, borrowed for the call; null is an empty loop
+    /// @param length of the loop in bytes
     /// @return false when a descriptor leaves the loop; the ones before it are kept
     bool parseCommonDescriptorsLoop(const unsigned char* data, unsigned short length);
 
@@ -57,7 +62,8 @@ public:
     /// All results are borrowed while the table lives, and null when there is no such application.
     /// @{
 
-    /// @param index place in the table's order, from 0
+    /// The application at a place of the table's order.
+    /// @param index from 0
     AITApplication* getAITApplication(unsigned int index) const;
 
     /// The first application with both ids.
@@ -73,21 +79,25 @@ public:
                                           AITApplication::ControlCode code,
                                           bool httpAvailable) const;
 
+    /// The first application that is signalled with the usage type.
     AITApplication*
     getFirstAITApplicationOfUsageType(AITApplication::ApplicationUsageType type) const;
 
+    /// The first application that is the service's teletext.
     AITApplication* getFirstDigitalTeletextAITApplication() const;
     /// @}
 
     /// Whether this very object is in the table. `application` may be any pointer.
     bool isHandledAITApplication(const AITApplication* application) const;
 
+    /// How many applications the table has, whatever they are signalled with.
     unsigned int getNumApplications() const
     {
         return static_cast<unsigned int>(applications_.size());
     }
 
     /// The transport of this label in the common descriptor loops; null when there is none.
+    /// Borrowed until the common transports are cleared; hold a ref_ptr to keep it.
     AITApplicationTransport* getCommonTransport(uint8_t label) const;
 
     /// Releases the common transports. Applications keep those that they use.
@@ -96,9 +106,16 @@ public:
     /// Writes the table and its applications to the log.
     void printAIT() const;
 
+    /// The network of the service, as given to the constructor; 0 without a service.
     uint16_t getOriginalNetworkId() const { return originalNetworkId_; }
+
+    /// The transport stream of the service in this network; 0 without a service.
     uint16_t getTransportStreamId() const { return transportStreamId_; }
+
+    /// The service in this transport stream; 0 without a service.
     uint16_t getServiceId() const { return serviceId_; }
+
+    /// The integrator's handle of the channel, as given to the constructor; may be null.
     void* getChannelHandle() const { return channelHandle_; }
 
     /// Whether the table was not built from broadcast sections.
@@ -110,6 +127,8 @@ public:
 
     /// Whether its window has let go of the table.
     bool isStale() const { return stale_; }
+
+    /// Marks the table as one that its window has let go of. The library does so.
     void setStale(bool stale = true) { stale_ = stale; }
 
     /// The version of the first section, which all others share; 0 before.

@@ -1,3 +1,4 @@
+/// @file
 /// The URLs that applications load and that the browser reports, split for comparing and starting.
 #ifndef VESTA_SIGNALLING_HBBTV_URL_H
 #define VESTA_SIGNALLING_HBBTV_URL_H
@@ -14,7 +15,8 @@ namespace VestaHbbTV {
 /// written), and what kind of URL the address is.
 ///
 /// A value: copies are independent, and nothing is validated. A text that is no URL is an address
-/// of type `otherURL`. Like all of the application manager's state it belongs to one thread.
+/// of type `otherURL`. What the getters refer to is borrowed while the URL lives.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED HbbTVURL {
 public:
     static constexpr int otherURL = 0;          ///< http:, https:, relative, anything else
@@ -68,10 +70,11 @@ public:
     /// A `dvbURL` that contains "dvb://" is absolute; another one gets its first four characters
     /// ("dvb:"; all of them where there are fewer) replaced by the base's address up to its last
     /// "/", and stays as it is where the base has no "/". All other URLs are resolved by the
-    /// browser (`ve_resolve_relative_url`, hence the browser thread only); they stay as they are
-    /// when it succeeds without a result.
+    /// browser (ve_resolve_relative_url()); they stay as they are when it succeeds without a
+    /// result.
     /// @param base the URL to resolve against; may be this very object
     /// @return false only when the browser fails; the URL is then unchanged
+    /// @thread{browser} @since 1.0
     bool resolveRelativeUrl(const HbbTVURL& base);
 
     /// Decodes percent escapes; does not depend on the object. What follows a "%" (at most two
@@ -91,19 +94,23 @@ private:
     std::string anchor_;
 };
 
-/// Writes the full URL.
+/// Writes the full URL. @return the stream
+/// @thread{one at a time} @since 1.0
 VESTA_EXPORTED std::ostream& operator<<(std::ostream& stream, const HbbTVURL& url);
 
 /// A URL that the caller knows to be fetched from the object carousel: of type `dvbURL` whatever
 /// its text is. Deliberate: a "dvb://current.ait/" address, too, is of type `dvbURL` here.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED HbbTVDVBURL : public HbbTVURL {
 public:
+    /// Does not look at the scheme.
     /// @param url split and decoded as by HbbTVURL
     explicit HbbTVDVBURL(const std::string& url);
 };
 
 /// "dvb://current.ait/<organisation id>.<application id>" with hexadecimal ids (ETSI TS 102 796,
 /// 9.2): names an application of the current AIT. Of type `currentAITDVBURL` whatever its text is.
+/// @thread{one at a time} @since 1.0
 class VESTA_EXPORTED HbbTVCurrentAITDVBURL : public HbbTVURL {
 public:
     /// Splits and decodes as HbbTVURL does, then reads the two ids from the decoded address. They
@@ -113,11 +120,11 @@ public:
     /// Whether both ids were read.
     bool isValid() const { return valid_; }
 
-    /// 0 when not valid; an id beyond 32 bits reads as 0xFFFFFFFF.
+    /// Whose application it is. 0 when not valid; an id beyond 32 bits reads as 0xFFFFFFFF.
     uint32_t getOrganisationId() const { return organisationId_; }
 
-    /// 0 when not valid; an id beyond 32 bits reads as 0xFFFFFFFF. Applications are signalled with
-    /// 16 bits, so a larger value names none.
+    /// Which of them. 0 when not valid; an id beyond 32 bits reads as 0xFFFFFFFF. Applications are
+    /// signalled with 16 bits, so a larger value names none.
     uint32_t getApplicationId() const { return applicationId_; }
 
 private:
