@@ -1,6 +1,7 @@
 // What the library keeps on the heap, and what it allocates where it runs often, a line each:
 // "name: bytes allocations". Bytes are what the work leaves in use, with what the allocator needs
-// for it; allocations are how many blocks were asked for on the way.
+// for it; allocations are how many blocks were asked for on the way. Work that was not done costs
+// little: where something did not happen the program says what, and fails.
 
 #include <algorithm>
 #include <cstdint>
@@ -38,11 +39,41 @@ namespace {
 using namespace VestaHbbTV;
 using namespace vesta::test;
 
+/// What the library told its listener; it is cleared before each measurement.
+struct Heard {
+    int tables = 0;
+    int applications = 0;  ///< of the last table
+    int windows = 0;       ///< that were asked for
+};
+
+Heard heard;
+
+HBBTV_STATUS hearAndGiveWindows(HBBTV_NotificationType type, HBBTV_NotificationData* data)
+{
+    if (type == HBBTV_NOTIFICATION_AIT_UPDATE) {
+        ++heard.tables;
+        heard.applications = data->ait.numApplications;
+    }
+    if (type == HBBTV_NOTIFICATION_REQUEST_WINDOW)
+        ++heard.windows;
+    return giveWindows(type, data);
+}
+
+/// Ends the program where what was to be measured did not happen.
+void expect(bool happened, const char* what)
+{
+    if (happened)
+        return;
+    std::fprintf(stderr, "not what was to be measured: %s\n", what);
+    std::exit(1);
+}
+
 /// Prints what the work left on the heap, with what the allocator needs for it, and how many
 /// blocks it asked for.
 template <typename Work>
 void measure(const std::string& name, const Work& work)
 {
+    heard = Heard();
     const size_t inUse = heapInUse();
     const uint64_t allocationsBefore = allocations;
     work();
@@ -84,9 +115,11 @@ public:
     Library()
     {
         vesta_hbbtv_init(FakeBrowser::instance().handle());
-        vesta_hbbtv_add_notification_listener(giveWindows);
+        expect(vesta_hbbtv_add_notification_listener(hearAndGiveWindows), "a listener is heard");
         window_ = vesta_hbbtv_create_window();
         vesta_hbbtv_set_broadcast_window(window_);
+        expect(window_ && vesta_hbbtv_get_broadcast_window() == window_,
+               "a window shows the service");
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
@@ -110,6 +143,12 @@ public:
         tickAll();
     }
 
+    bool shows(const char* url) const
+    {
+        return vesta_hbbtv_get_tavo_window(window_) == FakeBrowser::instance().window(1) &&
+               vesta_hbbtv_is_within_boundaries(window_, url);
+    }
+
 private:
     void* window_ = nullptr;
 };
@@ -122,25 +161,55 @@ void measureTables()
         measure("a table of " + std::to_string(applications) +
                     (applications == 1 ? " application" : " applications"),
                 [&] { library.receive(table); });
+        expect(heard.tables == 1 && heard.applications == static_cast<int>(applications),
+               "one table is taken in, whole");
     }
+}
+
+/// Whether the library keeps a key from everybody else.
+bool isForTheApplication(TAVO_VIRTUAL_KEY key)
+{
+    TAVO_KeyboardEvent event = {TAVO_KEY_DOWN, key};
+    return vesta_hbbtv_key_input(FakeBrowser::instance().window(1), &event) != 0;
+}
+
+/// The red button, before the application asks for it and then.
+void measureKey()
+{
+    void* application = nullptr;
+    double granted = 0;
+    bool taken = true;
+    measure("a key that is not for the application",
+            [&] { taken = isForTheApplication(TAVO_VK_RED); });
+    expect(!taken, "the key is not for the application");
+    expect(native_AppManGetApplicationId(1, nullptr, &application) == VEIF_RETURN_OK &&
+               native_KeySetSetValue(application, 1, &granted) == VEIF_RETURN_OK &&
+               isForTheApplication(TAVO_VK_RED),
+           "it would be, had the application asked for it");
 }
 
 void measureRunning()
 {
     const std::vector<Bytes> table = tableOf(1);
+    bool ticked = true;
     const Library library;
     library.receive(table);
     measure("an application that runs", [&] { library.start(1); });
-    measure("a tick without an event", [] { vesta_hbbtv_tick(); });
-    measure("an event without a record and its tick", [] {
+    expect(heard.windows == 1 && library.shows("http://a.example/application/index.html"),
+           "the application runs in the browser's window");
+    measure("a tick without an event", [&] { ticked = vesta_hbbtv_tick(); });
+    expect(!ticked, "nothing was queued");
+    measure("an event without a record and its tick", [&] {
         vesta_hbbtv_send_event(E_HTTP_AVAILABLE, nullptr);
-        vesta_hbbtv_tick();
+        ticked = vesta_hbbtv_tick();
     });
-    measure("a key that is not for the application", [] {
-        TAVO_KeyboardEvent event = {TAVO_KEY_DOWN, TAVO_VK_RED};
-        vesta_hbbtv_key_input(FakeBrowser::instance().window(1), &event);
+    expect(ticked && !vesta_hbbtv_tick(), "one event was queued");
+    measureKey();
+    measure("a repeated section, its record and its tick", [&] {
+        send(table.front());
+        ticked = vesta_hbbtv_tick();
     });
-    measure("a repeated section, its record and its tick", [&] { library.receive(table); });
+    expect(ticked && heard.tables == 0, "the section was read, and nothing is new");
 }
 
 }  // namespace

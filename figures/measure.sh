@@ -2,11 +2,14 @@
 # Measures what docs/figures.md says.
 #   figures/measure.sh            everything, into docs/figures.md
 #   figures/measure.sh --check    sizes and allocations alone, against figures/limits.txt
+#   figures/measure.sh --self-check
+#                                 shows that what is too large, has no limit or was not measured is noticed
 #   figures/measure.sh --limits   the same, into figures/limits.txt, with a little room
 #   figures/measure.sh --stack [ENTRY...]
 #                                 the deepest path below each entry function, or below those that are
 #                                 named, function by function; fails where one is deeper than the limit
-# Where a target's compiler is missing its figures are left out, and said to be. The build trees are
+# Where a target's compiler is missing its figures are left out, and said to be; to --check that is a failure.
+# The build trees are
 # build/figures/<target>-<options>; coverage and fuzzing are those of the last ./dev coverage and ./dev fuzz.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -155,32 +158,69 @@ write_limits() {
     mv "$trees/limits" "$limits"
 }
 
+# compare LIMITS MEASURED: whether everything that has a limit was measured and keeps it.
+compare() {
+    awk '
+        function complain(text) { print text; failed = 1 }
+        /^(#|$)/ { next }
+        # Sizes and the heap have a limit each, the stack one for all entries of a processor.
+        { what = $1 " " $2 }
+        $1 == "size" { what = what " -" $3 " (link-time optimisation " $4 ")" }
+        $1 == "heap" { for (i = 5; i <= NF; ++i) what = what " " $i }
+        FNR == NR {
+            limit[what] = $1 == "size" ? $5 : $3
+            blocks[what] = $4
+            next
+        }
+        !(what in limit) { complain("no limit for " $0); next }
+        { measured[what] = 1 }
+        $1 == "size" && $5 > limit[what] {
+            complain(what ": text of " $5 " bytes, the limit is " limit[what])
+        }
+        $1 == "heap" && ($3 > limit[what] || $4 > blocks[what]) {
+            complain(what ": " $3 " bytes, " $4 " allocations; the limits are " limit[what] " and " blocks[what])
+        }
+        $1 == "stack" && $3 > limit[what] {
+            complain($4 " on " $2 ": " $3 " bytes of stack, the limit is " limit[what] "; ./dev stack " $4 " has the path")
+        }
+        END {
+            for (what in limit)
+                if (!(what in measured)) complain("has a limit, but was not measured: " what)
+            exit failed
+        }' "$1" "$2"
+}
+
 check() {
     measure_what_is_limited >"$trees/measured"
-    awk '
-        FNR == NR && $1 == "size" { limit[$2, $3, $4] = $5 }
-        FNR == NR && $1 == "heap" { what = $2; for (i = 5; i <= NF; ++i) what = what " " $i
-                                    bytes[what] = $3; blocks[what] = $4 }
-        FNR == NR && $1 == "stack" { deepest[$2] = $3 }
-        FNR == NR { next }
-        $1 == "stack" && $3 > deepest[$2] {
-            print $4 " on " $2 ": " $3 " bytes of stack, the limit is " deepest[$2] "; ./dev stack " $4 " has the path"
-            failed = 1
-        }
-        $1 == "size" && !(($2, $3, $4) in limit) { print "no limit for " $0; failed = 1 }
-        $1 == "size" && $5 > limit[$2, $3, $4] {
-            print $2 " -" $3 " (link-time optimisation " $4 "): text of " $5 " bytes, the limit is " limit[$2, $3, $4]
-            failed = 1
-        }
-        $1 == "heap" {
-            what = $2; for (i = 5; i <= NF; ++i) what = what " " $i
-            if (!(what in bytes)) { print "no limit for " $0; failed = 1 }
-            else if ($3 > bytes[what] || $4 > blocks[what]) {
-                print what ": " $3 " bytes, " $4 " allocations; the limits are " bytes[what] " and " blocks[what]
-                failed = 1
-            }
-        }
-        END { exit failed }' "$limits" "$trees/measured"
+    compare "$limits" "$trees/measured"
+}
+
+# expect_notice TEXT SED-COMMAND: what is said of measurements that were changed so.
+expect_notice() {
+    local said
+    said=$(compare "$place/limits" <(sed -E "$2" "$place/measured")) && said=nothing
+    [[ $(wc -l <<<"$said") -eq 1 && $said == *"$1"* ]] ||
+        { printf 'expected "%s", but: %s\n' "$1" "$said" >&2; exit 1; }
+}
+
+self_check() {
+    place=$(mktemp -d)
+    trap 'rm -rf "$place"' EXIT
+    printf '%s\n' '# A comment.' 'size armhf O2 OFF 1000' 'size armhf O2 ON 900' 'heap i386 48 3 a table' \
+        'heap i386 0 0 a table of two' 'stack armhf 4096' >"$place/limits"
+    printf '%s\n' 'size armhf O2 OFF 1000 9 9 5' 'size armhf O2 ON 880 9 9 5' 'heap i386 48 3 a table' \
+        'heap i386 0 0 a table of two' 'stack armhf 4096 tick' 'stack armhf 8 version' >"$place/measured"
+    compare "$place/limits" "$place/measured"
+    expect_notice "1001 bytes, the limit is 1000" 's/OFF 1000/OFF 1001/'
+    expect_notice "49 bytes, 3 allocations" 's/ 48 3/ 49 3/'
+    expect_notice "48 bytes, 4 allocations" 's/ 48 3/ 48 4/'
+    expect_notice "tick on armhf: 10000 bytes" 's/ 4096/ 10000/'
+    expect_notice "no limit for heap x86-64" '$a heap x86-64 1 1 a table'
+    expect_notice "no limit for size armhf Os" '$a size armhf Os OFF 1 1 1 1'
+    expect_notice "no limit for stack x86-64" '$a stack x86-64 1 tick'
+    expect_notice "not measured: size armhf -O2 (link-time optimisation ON)" '/ ON /d'
+    expect_notice "not measured: heap i386 a table of two" '/ two$/d'
+    expect_notice "not measured: stack armhf" '/^stack/d'
 }
 
 print_sizes() {
@@ -346,9 +386,10 @@ write_between_marks() {
     cat "$trees/marked" >"$1"
 }
 
-mkdir -p "$trees"
+[[ ${1:-} == --self-check ]] || mkdir -p "$trees"
 case ${1:-} in
 --check) check ;;
+--self-check) self_check ;;
 --limits) write_limits ;;
 --stack)
     shift
@@ -356,7 +397,7 @@ case ${1:-} in
     ;;
 "") write_page ;;
 *)
-    echo "figures/measure.sh takes --check, --limits, --stack or nothing: $*" >&2
+    echo "figures/measure.sh takes --check, --self-check, --limits, --stack or nothing: $*" >&2
     exit 2
     ;;
 esac

@@ -3,7 +3,8 @@
 # them there: an outside project is built, and the receiver plays.
 #   try_packages.sh FOLDER CHROOT    the clean Debian is made below CHROOT, once; each try has a fresh copy
 # DEBIAN_MIRROR names a mirror other than debootstrap's own.
-# Ends with 77 where it cannot be tried: debootstrap needs root, and has to make device files.
+# Ends with 77 where it cannot be tried: without root, or without debootstrap. A debootstrap that fails is a
+# failure.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 readonly folder=$1 base="$2/base.tar" root="$2/root" skipped=77
@@ -20,9 +21,10 @@ make_clean_debian() {
     mkdir -p "$root"
     debootstrap --variant=minbase --include=build-essential,cmake,pkg-config "$suite" "$root" ${DEBIAN_MIRROR:-} \
         >"$2/debootstrap.log" 2>&1 || {
-        tail -n 3 "$2/debootstrap.log"
+        tail -n 20 "$2/debootstrap.log" >&2
         rm -rf "$root"
-        skip "debootstrap cannot make a Debian here"
+        echo "debootstrap cannot make a Debian here: $2/debootstrap.log" >&2
+        exit 1
     }
     tar -cf "$base.part" --one-file-system -C "$root" .
     mv "$base.part" "$base"

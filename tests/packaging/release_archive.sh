@@ -27,7 +27,7 @@ same() {
 }
 
 make_here() {
-    (cd "$root" && packaging/release.sh "$place/here" >/dev/null 2>&1)
+    (cd "$root" && packaging/release.sh "$place/here" >/dev/null)
 }
 
 # In another folder, of another owner's habits, at another end of the world.
