@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # To be read by scripts that have the C++ compiler in CXX.
 
 # The C compiler that belongs to it.
