@@ -4,7 +4,7 @@
 #   components.sh BUILD COMPONENT...            fails and shows the difference
 #   components.sh BUILD COMPONENT... --update   writes components.txt anew: from a build that has all of
 #                                               them
-# Headers are listed in headers.txt, guides are as many as there are: the list has them as one line each.
+# Headers are listed in headers.txt: the list has them as one line.
 # A build that lacks a component is compared without its lines. CMAKE names the cmake to use, LIBDIR,
 # INCLUDEDIR and DOCDIR the folders below the prefix, VERSION the project's.
 set -euo pipefail
@@ -27,7 +27,7 @@ files_in() {
 
 readable() {
     sed -e "s,\(^[a-z-]* \)${INCLUDEDIR:-include}/.*,\1include/...," \
-        -e "s,\(^[a-z-]* \)${DOCDIR:-share/doc/vesta_hbbtv_appman}/.*,\1doc/...," \
+        -e "s,\(^[a-z-]* \)${DOCDIR:-share/doc/vesta_hbbtv_appman}/,\1doc/," \
         -e "s,\(^[a-z-]* \)${LIBDIR:-lib}/,\1lib/," \
         -e "s,\(Targets-\)[a-z]*\.cmake,\1CONFIG.cmake," -e "s,${VERSION//./\\.},VERSION," | sort -u
 }

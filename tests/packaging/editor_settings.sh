@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# .editorconfig agrees with .clang-format.
+# .editorconfig agrees with .clang-format in what both of them say.
 #   editor_settings.sh REPOSITORY
 set -euo pipefail
 cd "$1"
@@ -13,5 +13,14 @@ clang_format_setting() {
     sed -n "s/^$1: //p" .clang-format
 }
 
-[[ $(editor_setting indent_size) == "$(clang_format_setting IndentWidth)" ]]
-[[ $(editor_setting max_line_length) == "$(clang_format_setting ColumnLimit)" ]]
+# same KEY OF-CLANG-FORMAT
+same() {
+    local wanted
+    wanted=$(clang_format_setting "$2")
+    [[ -n $wanted && $(editor_setting "$1") == "$wanted" ]] && return
+    echo "$1 should be what .clang-format has for $2: ${wanted:-nothing}" >&2
+    return 1
+}
+
+same indent_size IndentWidth
+same max_line_length ColumnLimit

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Compares docs/functions.md with the public headers and the test sources.
-#   functions_table.sh SOURCE_DIRECTORY
+#   functions_table.sh SOURCE_DIRECTORY               fails and says what does not agree
+#   functions_table.sh SOURCE_DIRECTORY --self-check  shows that rows which do not agree are noticed
 # Every declared function, and every class that an installed header offers, has one row, every row
-# names one of these, and its test exists in the named source, which uses it.
+# names one of these, and its test exists in the named source and uses it: in its own lines, or in what
+# the tests of that source share.
 set -euo pipefail
 readonly root=$1
-readonly table="$root/docs/functions.md"
+table="$root/docs/functions.md"
 readonly headers=("$root/include/vesta_hbbtv_appman.h" "$root/include/vesta_hbbtv_c.h"
     "$root/include/vesta_hbbtv_diagnosis.h" "$root/include/vesta_hbbtv_version.h"
     "$root/kit/include/vesta_hbbtv_kit.h")
@@ -41,24 +43,44 @@ fixtures_of() {
     sed -nE "s,^#include \"(${1%/*}/[a-z_]+\.h)\"$,$root/\1,p" "$root/$1"
 }
 
+# lines_of SUITE TEST SOURCE: the test without the others of its source; nothing where there is no such test.
+lines_of() {
+    awk -v wanted="($1,$2)" '
+        /^TEST(_F|_P)?\(/ { head = ""; inside = 1 }
+        inside == 1 {
+            head = head $0
+            if (!/\)/) next
+            gsub(/^TEST(_F|_P)?| |{.*/, "", head)
+            inside = 2
+            if (head == wanted) found = 1
+        }
+        inside != 2 || head == wanted { kept = kept $0 "\n" }
+        /^}/ { inside = 0 }
+        END { if (found) printf "%s", kept }' "$root/$3"
+}
+
 check_tests() {
-    local function suite test source failed=0
+    local function suite test source lines failed=0
     while read -r function suite test source; do
         if [[ ! -f "$root/$source" ]]; then
             echo "$function: there is no $source"
             failed=1
-        elif ! tr -d '\n' <"$root/$source" | grep -E "TEST(_F|_P)?\( *$suite, *$test\)" >/dev/null; then
+            continue
+        fi
+        lines=$(lines_of "$suite" "$test" "$source")
+        if [[ -z $lines ]]; then
             echo "$function: $source has no test $suite.$test"
             failed=1
-        elif ! without_comments "$root/$source" $(fixtures_of "$source") | grep -wF "$function" >/dev/null; then
-            echo "$function: $source does not use it"
+        elif ! { echo "$lines"; cat /dev/null $(fixtures_of "$source"); } | without_comments |
+            grep -v '^#include' | grep -wF "$function" >/dev/null; then
+            echo "$function: $suite.$test of $source does not use it"
             failed=1
         fi
     done < <(rows)
     return "$failed"
 }
 
-main() {
+check() {
     local failed=0
     if ! diff -u --label declared --label listed <(declared) <(rows | cut -d' ' -f1 | sort); then
         failed=1
@@ -71,4 +93,27 @@ main() {
     return "$failed"
 }
 
-main
+# expect_notice TEXT SED-COMMAND: what is said of a table that was changed so.
+expect_notice() {
+    local said
+    sed -E "$2" "$root/docs/functions.md" >"$table"
+    said=$(check) && said=nothing
+    [[ $said == *"$1"* ]] || { echo "expected \"$1\", but: $said" >&2; exit 1; }
+}
+
+self_check() {
+    table=$(mktemp)
+    trap 'rm -f "$table"' EXIT
+    expect_notice "-vesta_hbbtv_tick" '/^\| `vesta_hbbtv_tick`/d'
+    expect_notice "+vesta_hbbtv_tock" 's/^\| `vesta_hbbtv_tick`/| `vesta_hbbtv_tock`/'
+    expect_notice "has no test" 's/^(\| `vesta_hbbtv_tick` \| `[A-Za-z]+\.)/\1no/'
+    expect_notice "there is no tests/none.cpp" 's,^(\| `vesta_hbbtv_tick` .*\(\.\./tests/).*\),\1none.cpp),'
+    expect_notice "TakesBrowserEventsAndKeys of tests/integration/c_interface_test.cpp does not use it" \
+        's/^(\| `vesta_hbbtv_version` \| `)[A-Za-z.]+/\1CInterface.TakesBrowserEventsAndKeys/'
+    expect_notice "is not of the form" 's/^\| `vesta_hbbtv_tick` \| `/| `vesta_hbbtv_tick` | /'
+}
+
+case ${2:-} in
+--self-check) self_check ;;
+*) check ;;
+esac

@@ -73,8 +73,11 @@ named_pages_are_there() {
 }
 
 lint() {
-    local remarks
-    remarks=$(mandoc -Tlint "$page" | grep -v 'referenced manual not found') || true
+    local remarks code=0
+    remarks=$(mandoc -Tlint "$page") || code=$?
+    # Up to 4 it says how grave its remarks are; above that it has not read the page.
+    [[ $code -le 4 ]] || { echo "mandoc failed: $code" >&2; return 1; }
+    remarks=$(grep -v 'referenced manual not found' <<<"$remarks" || true)
     if command -v man >/dev/null; then
         remarks+=$(man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 >/dev/null |
             grep -v "can't set the locale" || true)
@@ -103,6 +106,12 @@ self-check)
     expect_notice 's/^\.It Fl -version/.It Fl -versions/'
     expect_notice 's/^(\.It Fl -version)/.It Fl -colour\n\1/'
     expect_notice '/^\.It 2$/d'
+    command=$(commands_in_page "$page" | head -n 1)
+    [[ -n $command || -z $(commands_in_help) ]] || { echo "the page has no commands" >&2; exit 1; }
+    if [[ -n $command ]]; then
+        expect_notice "/^\.Sh COMMANDS/,/^\.Sh [^C]/{/^\.It (Ic|Cm) $command\b/d}"
+        expect_notice "s/^(\.It (Ic|Cm) )$command\b/\1juggle/"
+    fi
     ;;
 *)
     command -v mandoc >/dev/null || { echo "skipped: there is no mandoc"; exit $skipped; }

@@ -7,6 +7,8 @@
 set -euo pipefail
 outside="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)/outside_project"
 readonly outside skipped=77
+# shellcheck source=compilers.sh
+source "$outside/../compilers.sh"
 read -r -a flags <<<"${FLAGS:-}"
 read -r -a emulator <<<"${EMULATOR:-}"
 
@@ -96,14 +98,24 @@ link_every_inline_function() {
         -I"$outside/own" -o "$WORK/outside_inline" "$@"
 }
 
+# A host in C is linked as one, and gets what the library needs from pkg-config alone. A sanitizer's runtime
+# for C++ is not linked by a compiler of C.
+linker_of_c() {
+    case ${FLAGS:-} in
+    *-fsanitize*) printf '%s\n' "$CXX" ;;
+    *) c_compiler ;;
+    esac
+}
+
 # build_hosts SUFFIX OPTION...: in C++, where the package's headers come before the project's own, and in C.
 build_hosts() {
     local suffix=$1
     shift
     "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
         -I"$WORK/generated" -I"$outside/own" "$outside"/*.cpp -o "$WORK/outside$suffix" "$@"
-    "$CXX" -x c -std=c11 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
-        "$outside/c/host.c" -x none -o "$WORK/outside_c$suffix" "$@"
+    "$(c_compiler)" -std=c11 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        -c "$outside/c/host.c" -o "$WORK/outside_c$suffix.o"
+    "$(linker_of_c)" "${flags[@]}" "$WORK/outside_c$suffix.o" -o "$WORK/outside_c$suffix" "$@"
     "${emulator[@]}" "$WORK/outside$suffix"
     "${emulator[@]}" "$WORK/outside_c$suffix"
 }
@@ -127,6 +139,8 @@ find_with_pkg_config() {
     link_every_inline_function "${link[@]}" -Wl,-rpath,"$library"
     "$READELF" -d "$WORK/outside" | grep -q 'NEEDED.*libvesta_hbbtv_appman[.]so[.]1'
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"
+    # The linker misses it with older C libraries than glibc 2.34 alone.
+    [[ " ${link[*]} " == *" -pthread "* ]] || { echo "pkg-config --static does not say -pthread" >&2; exit 1; }
     build_hosts _static "${link[@]}"
     needs_none_of_ours "$WORK/outside_static"
     needs_none_of_ours "$WORK/outside_c_static"

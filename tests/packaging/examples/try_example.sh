@@ -10,13 +10,8 @@ readonly warnings=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-convers
 read -r -a flags <<<"${FLAGS:-}"
 read -r -a emulator <<<"${EMULATOR:-}"
 
-# The C compiler that belongs to the C++ compiler.
-c_compiler() {
-    case $CXX in
-    *clang++*) printf '%s\n' "${CXX/clang++/clang}" ;;
-    *) printf '%s\n' "${CXX/g++/gcc}" ;;
-    esac
-}
+# shellcheck source=../compilers.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../compilers.sh"
 
 program() {
     case $example in
