@@ -65,6 +65,11 @@ TEST(IntegrationGuide, QuotesTheSourcesAsTheyAre)
     expectQuotes("docs/integration.md", 20);
 }
 
+TEST(IntegrationGuide, TheFirstPageQuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("README.md", 1);
+}
+
 TEST(IntegrationGuide, TheEnginesGuideQuotesTheSourcesAsTheyAre)
 {
     expectQuotes("docs/engine.md", 6);
