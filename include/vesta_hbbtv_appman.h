@@ -451,7 +451,8 @@ typedef enum DSMCC_RESULT VESTA_AS_UNSIGNED_INT {
     DSMCC_UNKNOWN_ID = 3  ///< the platform does not know the id
 } DSMCC_RESULT;
 
-/// The terminal's OIPF key-set groups (OIPF DAE, KeySet). Default: every group, 0x3FF.
+/// The terminal's OIPF key-set groups (OIPF DAE, KeySet). Asked within vesta_hbbtv_init, before any
+/// other hook is called, and not again. Default: every group, 0x3FF.
 /// @return an OIPF key-set mask
 /// @thread{browser} @since 1.0
 int hbbtv_keyset_get_supported_values(void);
@@ -556,11 +557,11 @@ unsigned int dsmcc_stream_event_unsubscribe_all(void* p1, long windowId);
 /// @thread{browser} @since 1.0
 unsigned int dsmcc_same_carousel(const char* first, const char* second, bool* same);
 
-/// The library starts to take tables.
+/// The library starts to take tables (within vesta_hbbtv_init, before dsmcc_start).
 /// @thread{browser} @since 1.0
 void hbbtv_ait_start(void);
 
-/// The library stops to take tables.
+/// The library stops to take tables (within vesta_hbbtv_shutdown, before dsmcc_stop).
 /// @thread{browser} @since 1.0
 void hbbtv_ait_stop(void);
 

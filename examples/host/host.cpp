@@ -281,8 +281,8 @@ int main()
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 
     vesta_hbbtv_set_sendevent_condition(&condition, mutex.native_handle());
-    vesta_hbbtv_init(&browser);
-    vesta_hbbtv_add_notification_listener(listen);
+    vesta_hbbtv_init(&browser);                     // before any other thread calls in
+    vesta_hbbtv_add_notification_listener(listen);  // windows, permissions, what stopped
     vesta_hbbtv_set_broadcast_window(vesta_hbbtv_create_window());
     std::thread middleware(runMiddleware);
     while (isRunning) {

@@ -139,9 +139,13 @@ typedef struct HBBTV_KitFeedReport {
 /// @param report valid for the call @param context as the options have it
 typedef void (*HBBTV_KitFeedListener)(const HBBTV_KitFeedReport* report, void* context);
 
-/// How a feed works. hbbtv_kit_feed_get_defaults() sets everything.
+/// How a feed works. hbbtv_kit_feed_get_defaults() sets everything: call it first, and change what
+/// is to be otherwise.
 typedef struct HBBTV_KitFeedOptions {
-    size_t size;  ///< of this record, which may grow
+    /// Of this record, which may grow, in bytes: so much of it counts, and what lies behind has its
+    /// default. With 0, as in a record that was only zeroed, nothing of it counts, not even the
+    /// listener.
+    size_t size;
 
     /// @name Steps that can be left out: 0 leaves out
     /// @{
@@ -191,7 +195,7 @@ typedef struct HBBTV_KitFeedOptions {
 typedef struct HBBTV_KitAITFeed HBBTV_KitAITFeed;
 
 /// Sets everything to the values that the fields name.
-/// @param options its `size` included
+/// @param options its `size` included; null is ignored
 /// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
 
@@ -199,7 +203,7 @@ void hbbtv_kit_feed_get_defaults(HBBTV_KitFeedOptions* options);
 /// application manager does not run, nothing is sent. All its functions are to be called on one
 /// thread at a time, whichever it is; none of them waits for anything but what
 /// vesta_hbbtv_send_event() locks.
-/// @param options copied; null for the defaults
+/// @param options copied, as far as its `size` says; null for the defaults
 /// @return to be destroyed; null where there is no memory
 /// @thread{one at a time} @since 1.0
 HBBTV_KitAITFeed* hbbtv_kit_feed_create(const HBBTV_KitFeedOptions* options);
@@ -211,10 +215,12 @@ void hbbtv_kit_feed_destroy(HBBTV_KitAITFeed* feed);
 
 /// The receiver tunes to a service: sends E_CHANNEL_CHANGE, and forgets the former one. Where the
 /// service has no table, or none comes within `withdrawnAfter`, the application manager hears of
-/// that. To be called
-/// again, for the same service, where the application manager was started anew or was given another
-/// broadcast window: what was sent before that is not sent again.
-/// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData)
+/// that. To be called after vesta_hbbtv_init(): what is sent before it is lost, E_CHANNEL_CHANGE
+/// too. And to be called again, for the same service, where the application manager was started
+/// anew or was given another broadcast window: what was sent before that is not sent again.
+/// @param channel the integrator's, for the table's applications (HBBTV_AITSectionEventData); may
+///        be null. It is handed on and never followed or freed, by neither library: it must mean
+///        something as long as an application may be asked for its channel
 /// @param feed null is ignored: the answer is 0 then
 /// @param originalNetworkId of the service
 /// @param transportStreamId of the service
@@ -228,7 +234,8 @@ uint32_t hbbtv_kit_feed_tune(HBBTV_KitAITFeed* feed, uint16_t originalNetworkId,
 /// The service's PMT, at every change or at every repetition. The first eight streams that it names
 /// for tables, and the first eight of which it says nothing, are looked at.
 /// @param tuning as hbbtv_kit_feed_tune() answered
-/// @param section of program_number `serviceId`; borrowed for the call
+/// @param section of program_number `serviceId`; borrowed for the call; null counts as a damaged
+///        PMT (HBBTV_KIT_SECTION_PMT), unlike in hbbtv_kit_feed_section()
 /// @param size of what is there; only the section's own bytes are read
 /// @param now a time that does not go back, in milliseconds
 /// @param feed null is ignored
@@ -241,7 +248,8 @@ void hbbtv_kit_feed_pmt(HBBTV_KitAITFeed* feed, uint32_t tuning, const unsigned 
 /// @param feed null is ignored
 /// @param tuning as hbbtv_kit_feed_tune() answered
 /// @param pid where it came from
-/// @param section borrowed for the call; null is ignored
+/// @param section borrowed for the call; null counts as an incomplete one
+///        (HBBTV_KIT_SECTION_INCOMPLETE)
 /// @param now a time that does not go back, in milliseconds
 /// @thread{one at a time} @since 1.0
 void hbbtv_kit_feed_section(HBBTV_KitAITFeed* feed, uint32_t tuning, unsigned int pid,

@@ -28,7 +28,7 @@ std::string contentOf(const std::string& path)
     return text;
 }
 
-// A code block after a comment with the name of a file.
+// A code block right after a comment with the name of a file.
 std::vector<Excerpt> excerptsOf(const std::string& guide)
 {
     std::vector<Excerpt> excerpts;
@@ -45,6 +45,8 @@ std::vector<Excerpt> excerptsOf(const std::string& guide)
             file.clear();
         } else if (isInside) {
             excerpts.back().text += line + "\n";
+        } else {
+            file.clear();
         }
     }
     return excerpts;
@@ -63,6 +65,11 @@ void expectQuotes(const std::string& guide, size_t least)
 TEST(IntegrationGuide, QuotesTheSourcesAsTheyAre)
 {
     expectQuotes("docs/integration.md", 20);
+}
+
+TEST(IntegrationGuide, TheFirstPageQuotesTheSourcesAsTheyAre)
+{
+    expectQuotes("README.md", 1);
 }
 
 TEST(IntegrationGuide, TheEnginesGuideQuotesTheSourcesAsTheyAre)
