@@ -3,8 +3,8 @@
 # them there: an outside project is built, and the receiver plays.
 #   try_packages.sh FOLDER CHROOT    the clean Debian is made below CHROOT, once; each try has a fresh copy
 # DEBIAN_MIRROR names a mirror other than debootstrap's own.
-# Ends with 77 where it cannot be tried: without root, or without debootstrap. A debootstrap that fails is a
-# failure.
+# Ends with 77 where it cannot be tried: without root, debootstrap, device files or the mirror. A debootstrap
+# that has all of these and fails is a failure.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 readonly folder=$1 base="$2/base.tar" root="$2/root" skipped=77
@@ -15,10 +15,21 @@ skip() {
     exit $skipped
 }
 
+# What debootstrap wants of its surroundings.
+look_around() {
+    local mirror=${DEBIAN_MIRROR:-}
+    [[ -n $mirror ]] || mirror=$(sed -n 's/^DEF_MIRROR="\(.*\)"$/\1/p' "$(command -v debootstrap)")
+    mknod "$root/null" c 1 3 2>"$1/look.log" && (: >"$root/null") 2>"$1/look.log" ||
+        skip "no device files can be made here"
+    rm "$root/null"
+    wget -q -t 2 -T 30 -O /dev/null "$mirror/dists/$suite/InRelease" || skip "the mirror is not reached: $mirror"
+}
+
 make_clean_debian() {
     [[ -f $base ]] && return 0
     rm -rf "$root"
     mkdir -p "$root"
+    look_around "$2"
     debootstrap --variant=minbase --include=build-essential,cmake,pkg-config "$suite" "$root" ${DEBIAN_MIRROR:-} \
         >"$2/debootstrap.log" 2>&1 || {
         tail -n 20 "$2/debootstrap.log" >&2
