@@ -101,6 +101,21 @@ bool isWritable(const std::string& folder)
     return !problem && ::access(folder.c_str(), W_OK | X_OK) == 0;
 }
 
+/// @return why there can be no such file; empty if there can. It is not made, and none is emptied.
+std::string problemOfFile(const std::string& path)
+{
+    std::error_code problem;
+    if (std::filesystem::is_directory(path, problem))
+        return std::strerror(EISDIR);
+    std::string place = path;
+    int rights = W_OK;
+    if (!std::filesystem::exists(path, problem)) {
+        place = (std::filesystem::path(path).parent_path() / ".").string();
+        rights = W_OK | X_OK;
+    }
+    return ::access(place.c_str(), rights) == 0 ? "" : std::strerror(errno);
+}
+
 /// Nobody wants to hear at the end of a long stream that the output was never possible.
 std::string problemOf(const Options& options)
 {
@@ -118,7 +133,8 @@ std::string problemOf(const Options& options)
         if (!folder.empty() && !isWritable(folder))
             return folder + ": cannot be written";
     }
-    return "";
+    const std::string problem = options.report.empty() ? "" : problemOfFile(options.report);
+    return problem.empty() ? "" : options.report + ": " + problem;
 }
 
 /// @return what standard input is, for a session without a script
@@ -219,8 +235,6 @@ int play(const Options& options, EventLog& log)
         streamEvents.emplace(*objects, browser, middleware.streamEvents());
         session.addSettledListener([&broadcast] { broadcast->update(); });
     }
-    if (const std::string problem = outside.open(session); !problem.empty())
-        return complain(problem, exitUnreadable);
     session.setDuration(options.duration);
     if (options.why)
         session.decisions().showEach();
@@ -237,6 +251,9 @@ int play(const Options& options, EventLog& log)
         if (!problem.empty())
             return complain(problem, exitUsage);
     }
+    // From here on the session runs, and its end is that of the server, too.
+    if (const std::string problem = outside.open(session); !problem.empty())
+        return complain(problem, exitUnreadable);
 
     const Session::Commander commander = commanderOf(options);
     session.setCommander(commander);

@@ -14,7 +14,7 @@
 namespace receiver {
 
 #ifndef VESTA_HAS_WEB
-class WebServer {};
+class WebServer {};  // without libsoup there is none, but the pointer wants a destructor
 #endif
 
 namespace {
@@ -48,8 +48,10 @@ std::string Outside::serve(Session& session)
 {
     server_ = std::make_unique<WebServer>(session, *chronicle_);
     const std::string problem = server_->listen(*options_.web);
-    if (!problem.empty())
+    if (!problem.empty()) {
+        server_.reset();
         return problem;
+    }
     session.stayOpen();
     log_.report(Source::Receiver, "web", "the television is at " + server_->url(),
                 {{"url", server_->url()}});

@@ -82,8 +82,11 @@ void Session::startLibrary()
 int Session::run()
 {
     problem_ = middleware_.open();
-    if (!problem_.empty())
+    if (!problem_.empty()) {
+        if (ending_)
+            ending_();
         return exitUnreadable;
+    }
     startLibrary();
     if (durationSeconds_ > 0)
         end_ = Doorbell::Clock::now() + clockTime(durationSeconds_);
@@ -284,19 +287,30 @@ void Session::waitFor(std::string what, std::function<bool()> condition, double 
                 line, lookAgain};
 }
 
-void Session::ask(const std::string& line, AnswerTaker taker)
+uint64_t Session::ask(const std::string& line, AnswerTaker taker)
 {
-    Asker asker;
-    asker.taker = std::move(taker);
+    Asker asker = {++lastAsker_, std::move(taker), {}, std::nullopt};
     asking_ = &asker;
     log_.setAnswers(&asker.answer.lines);
     asker.answer.outcome = runCommand(*this, line);
     log_.setAnswers(nullptr);
     asking_ = nullptr;
-    if (asker.wait)
-        askers_.push_back(std::move(asker));
-    else
+    const auto latest = Doorbell::Clock::now() + clockTime(mostAskedSeconds);
+    if (asker.wait && asker.wait->deadline > latest) {
+        asker.answer.outcome = Outcome::wrongUsage("whoever asks may wait for 300 seconds at most");
+        asker.wait.reset();
+    }
+    if (!asker.wait) {
         asker.taker(asker.answer);
+        return 0;
+    }
+    askers_.push_back(std::move(asker));
+    return askers_.back().number;
+}
+
+void Session::forgetAsker(uint64_t number)
+{
+    askers_.remove_if([number](const Asker& asker) { return asker.number == number; });
 }
 
 void Session::answerAskers()
@@ -306,8 +320,9 @@ void Session::answerAskers()
             ++asker;
             continue;
         }
-        asker->taker(asker->answer);
+        const Asker answered = std::move(*asker);
         asker = askers_.erase(asker);
+        answered.taker(answered.answer);
     }
 }
 

@@ -3,6 +3,7 @@
 #define VESTA_RECEIVER_SESSION_H
 
 #include <atomic>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <list>
@@ -67,10 +68,19 @@ public:
     };
     using AnswerTaker = std::function<void(const Answer&)>;
 
+    /// A line that would wait longer for its answer is refused.
+    static constexpr double mostAskedSeconds = 300;
+
     /// Runs a line beside those of the script and the commander, which it neither ends nor waits
-    /// for. To be called where the browser thread sleeps in its main loop.
+    /// for. To be called where the browser thread handles its main loop's events, which the browser
+    /// may do between two of its tasks, too.
     /// @param taker is called once: now, or when what the line waits for is there, or will not be
-    void ask(const std::string& line, AnswerTaker taker);
+    /// @return the asker's number for forgetAsker(), while the line is under way; 0 if it is
+    ///         answered
+    uint64_t ask(const std::string& line, AnswerTaker taker);
+
+    /// Nobody waits for this answer any more: the taker is not called. Not from within a taker.
+    void forgetAsker(uint64_t number);
 
     /// Any thread: a line of the commander's, and that no more will come.
     void postLine(std::string line);
@@ -86,7 +96,8 @@ public:
     /// @param work returns what went wrong; empty for success
     void setAfterwards(std::function<std::string()> work) { afterwards_ = std::move(work); }
 
-    /// @param end is called when run() is about to end, while everything is still there
+    /// @param end is called when run() is about to end, for whatever reason, while everything is
+    ///        still there
     void setEnding(std::function<void()> end) { ending_ = std::move(end); }
 
     /// @param look is called whenever everything that was queued is done
@@ -141,6 +152,7 @@ private:
 
     /// Somebody whose line is under way.
     struct Asker {
+        uint64_t number;
         AnswerTaker taker;
         Answer answer;
         std::optional<Wait> wait;  ///< nothing: it is done
@@ -186,6 +198,7 @@ private:
     std::function<std::string()> afterwards_;
     std::vector<std::function<void()>> settled_;
     std::list<Asker> askers_;  // who wait
+    uint64_t lastAsker_ = 0;
     Asker* asking_ = nullptr;  // whose line is being run
     bool staysOpen_ = false;
     std::atomic<bool> quit_{false};

@@ -55,8 +55,9 @@ gboolean HangUpWatch::look(GSocket* socket, GIOCondition /*condition*/, gpointer
         return G_SOURCE_CONTINUE;
     auto* const watch = static_cast<HangUpWatch*>(self);
     watch->stop();
+    const std::function<void()> gone = watch->gone_;  // the watch may go with it
     if (sign == Sign::Gone)
-        watch->gone_();
+        gone();
     return G_SOURCE_REMOVE;
 }
 

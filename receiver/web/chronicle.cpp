@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <random>
 #include <sstream>
 
@@ -88,23 +87,29 @@ uint64_t Chronicle::omitted() const
     return omitted_;
 }
 
+/// From the latest backwards: no more is copied while others wait to report than is asked for.
 std::vector<Chronicle::Entry> Chronicle::after(uint64_t id, size_t mostBytes) const
 {
-    const auto isEarlier = [](const Entry& one, const Entry& other) { return one.id < other.id; };
-    const MutexLock lock(mutex_);
-    const auto firstOf = [&](const Line& line) {
-        return std::upper_bound(line.entries.begin(), line.entries.end(), Entry{id, ""}, isEarlier);
+    using Place = std::deque<Entry>::const_reverse_iterator;
+    const auto idAt = [](const Place& place, const Line& line) {
+        return place == line.entries.rend() ? 0 : place->id;
     };
     std::vector<Entry> entries;
-    std::merge(firstOf(happenings_), happenings_.entries.end(), firstOf(logLines_),
-               logLines_.entries.end(), std::back_inserter(entries), isEarlier);
-    auto first = entries.end();
-    for (size_t bytes = 0; first != entries.begin(); --first) {
-        bytes += std::prev(first)->json.size();
+    const MutexLock lock(mutex_);
+    Place happening = happenings_.entries.rbegin();
+    Place logLine = logLines_.entries.rbegin();
+    for (size_t bytes = 0;;) {
+        const uint64_t happeningId = idAt(happening, happenings_);
+        const uint64_t logLineId = idAt(logLine, logLines_);
+        if (std::max(happeningId, logLineId) <= id)
+            break;
+        Place& latest = logLineId > happeningId ? logLine : happening;
+        bytes += latest->json.size();
         if (bytes > mostBytes)
             break;
+        entries.push_back(*latest++);
     }
-    entries.erase(entries.begin(), first);
+    std::reverse(entries.begin(), entries.end());
     return entries;
 }
 

@@ -14,8 +14,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A carousel may have tens of thousands of files; whoever looks for one finds it by `why`.
-constexpr size_t mostFiles = 500;
+// Of each list that the air fills: a carousel may have tens of thousands of files, a table as many
+// entries. Whoever looks for one finds it by `why`.
+constexpr size_t mostOfOneList = 500;
+
+/// @return how many there are in excess of that
+size_t omittedOf(size_t count)
+{
+    return count - std::min(count, mostOfOneList);
+}
 
 Json streamOf(const Middleware& middleware)
 {
@@ -52,12 +59,15 @@ const char* wordFor(std::optional<ApplicationSignalling> signalling)
 Json servicesOf(const Middleware& middleware)
 {
     Json services = Json::array();
-    for (const Service& service : middleware.services())
+    for (const Service& service : middleware.services()) {
+        if (services.size() == mostOfOneList)
+            break;
         services.push_back(
             {{"id", service.programNumber},
              {"name", service.name},
              {"signals_hbbtv", wordFor(middleware.signallingOf(service.programNumber))},
              {"tuned", middleware.tunedService() == service.programNumber}});
+    }
     return services;
 }
 
@@ -167,21 +177,27 @@ Json tableOf(Session& session)
     if (session.integrator().listed().empty())
         return nullptr;
     Json applications = Json::array();
-    for (const Integrator::Listed& listed : session.integrator().listed())
-        applications.push_back(entryOf(listed, session));
-    return {{"applications", applications}};
+    for (const Integrator::Listed& listed : session.integrator().listed()) {
+        if (applications.size() < mostOfOneList)
+            applications.push_back(entryOf(listed, session));
+    }
+    return {{"applications", applications},
+            {"omitted", omittedOf(session.integrator().listed().size())}};
 }
 
 Json modulesOf(const ObjectCarousel& carousel)
 {
     Json modules = Json::array();
-    for (const CarouselModuleStatus& module : carousel.modules())
+    for (const CarouselModuleStatus& module : carousel.modules()) {
+        if (modules.size() == mostOfOneList)
+            break;
         modules.push_back({{"module", module.announcement.moduleId},
                            {"version", module.announcement.version},
                            {"size", module.announcement.size},
                            {"blocks", module.blocksNeeded},
                            {"received", module.blocksReceived},
                            {"problem", module.problem}});
+    }
     return modules;
 }
 
@@ -193,12 +209,12 @@ Json carouselsOf(const ServiceCarousels& carousels,
     for (const auto& status : all) {
         Json files = Json::array();
         for (const CarouselFile& file : status.listing.files) {
-            if (files.size() < mostFiles)
+            if (files.size() < mostOfOneList)
                 files.push_back({{"path", file.path}, {"size", file.file.size}});
         }
         Json streamEvents = Json::array();
         for (const CarouselStreamEvents& events : status.listing.streamEvents) {
-            if (streamEvents.size() < mostFiles)
+            if (streamEvents.size() < mostOfOneList)
                 streamEvents.push_back({{"path", events.path}, {"events", events.events.size()}});
         }
         list.push_back({{"component_tag", status.componentTag},
@@ -206,7 +222,7 @@ Json carouselsOf(const ServiceCarousels& carousels,
                         {"modules_known", status.progress.modulesKnown},
                         {"modules", Json::array()},
                         {"files", files},
-                        {"files_omitted", status.listing.files.size() - files.size()},
+                        {"files_omitted", omittedOf(status.listing.files.size())},
                         {"stream_events", streamEvents}});
     }
     carousels.visit([&list](uint8_t tag, const ObjectCarousel& carousel) {
@@ -225,8 +241,10 @@ Json pendingOf(Session& session)
         if (!window->loaded && !window->url.empty())
             pending.push_back({{"window", window->id}, {"url", window->url}});
     }
-    for (const std::string& name : session.middleware().carousels().pendingFiles())
-        pending.push_back({{"window", nullptr}, {"url", name}});
+    for (const std::string& name : session.middleware().carousels().pendingFiles()) {
+        if (pending.size() < mostOfOneList)
+            pending.push_back({{"window", nullptr}, {"url", name}});
+    }
     return pending;
 }
 

@@ -89,9 +89,8 @@ private:
     void beginLoad(WpeWindow& window, Opening opening);
     static bool isBeingOpened(const WpeWindow& window, const std::string& url);
     void startFromPage(const WpeWindow& window, const std::string& url);
-    void failTable(WpeWindow& window, const std::string& url, const std::string& problem);
-    void failTableLater(const WpeWindow& window, const std::string& url,
-                        const std::string& problem);
+    void failOpening(WpeWindow& window, const std::string& url, const std::string& problem);
+    void failLater(const WpeWindow& window, const std::string& url, const std::string& problem);
     void makeView(WpeWindow& window);
     void dropView(WpeWindow& window);
     unsigned notify(WpeWindow& window, TAVO_VESTA_EVENT event, TavoVestaEventData& data,

@@ -1,5 +1,8 @@
 // The pages of WpeBrowser's windows: how they are opened, and what WebKit reports of them.
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "vesta_hbbtv_appman.h"
@@ -25,6 +28,17 @@ bool isSuperseded(const GError& error)
            g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
 }
 
+/// Whatever else the engine could open lies on this machine: nobody who can name an address, be it
+/// a table, a page or somebody at another machine, is to see its files.
+bool mayBeOpened(const std::string& url)
+{
+    const char* const scheme = g_uri_peek_scheme(url.c_str());  // in small letters
+    const char* const schemes[] = {"dvb", "http", "https", "about", "data", "blob"};
+    return scheme &&
+           std::any_of(std::begin(schemes), std::end(schemes),
+                       [scheme](const char* each) { return std::strcmp(scheme, each) == 0; });
+}
+
 }  // namespace
 
 int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
@@ -44,6 +58,12 @@ int WpeBrowser::openURL(TAVO_VestaWindow* where, const std::string& url)
     window->isFresh = false;
     window->wantsFreshView = false;
     ++starts_;
+    if (!mayBeOpened(url)) {
+        webkit_web_view_stop_loading(window->view->web());
+        beginLoad(*window, Opening::No);
+        failLater(*window, url, "this is no address that a page may have");
+        return 0;
+    }
     beginLoad(*window, Opening::Asked);
     window->resources.clear();
     webkit_web_view_load_uri(window->view->web(), url.c_str());
@@ -258,6 +278,12 @@ bool WpeBrowser::decideNavigation(WpeWindow& window, WebKitNavigationPolicyDecis
         webkit_navigation_policy_decision_get_navigation_action(decision);
     const std::string url =
         textOf(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+    if (!mayBeOpened(url)) {
+        report("load-failed", url + ": this is no address that a page may have",
+               {{"url", url}, {"status", nullptr}});
+        webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+        return true;
+    }
     if (!isOfTable(url) || !webkit_navigation_action_is_redirect(action))
         return false;
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
@@ -295,7 +321,7 @@ void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* de
 {
     if (!beginsWith(url, "http://") && !beginsWith(url, "https://")) {
         webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
-        return failTableLater(window, url, "XML AITs are taken from the network alone");
+        return failLater(window, url, "XML AITs are taken from the network alone");
     }
     const unsigned status =
         webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(decision));
@@ -306,15 +332,15 @@ void WpeBrowser::decideTable(WpeWindow& window, WebKitResponsePolicyDecision* de
         return;
     }
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
-    failTableLater(window, url, std::to_string(status));
+    failLater(window, url, std::to_string(status));
 }
 
-void WpeBrowser::failTableLater(const WpeWindow& window, const std::string& url,
-                                const std::string& problem)
+void WpeBrowser::failLater(const WpeWindow& window, const std::string& url,
+                           const std::string& problem)
 {
     later(window, [this, url, problem, load = window.load](WpeWindow& opened) {
         if (opened.load == load)
-            failTable(opened, url, problem);
+            failOpening(opened, url, problem);
     });
 }
 
@@ -322,15 +348,15 @@ void WpeBrowser::takeTable(WpeWindow& window, const std::string& url,
                            const std::optional<std::string>& document)
 {
     if (!document)
-        return failTable(window, url, "the table did not come whole");
+        return failOpening(window, url, "the table did not come whole");
     if (window.start != starts_)
-        return failTable(window, url, "another application was started meanwhile");
+        return failOpening(window, url, "another application was started meanwhile");
     window.loaded = true;
     if (!takeXMLTable(log_, &window, *document, url))
         reportFailed(window, url);
 }
 
-void WpeBrowser::failTable(WpeWindow& window, const std::string& url, const std::string& problem)
+void WpeBrowser::failOpening(WpeWindow& window, const std::string& url, const std::string& problem)
 {
     window.loaded = true;
     report("load-failed", url + ": " + problem, {{"url", url}, {"status", nullptr}});

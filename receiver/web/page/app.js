@@ -15,7 +15,7 @@ class App {
         this.state = null;
         this.connection = new Connection({
             hello: greeting => this.greeted(greeting),
-            happening: happening => this.happened(happening),
+            happening: (happening, isNew) => this.happened(happening, isNew),
             state: state => this.setState(state),
             screen: painting => this.screen.announce(painting),
             status: word => this.setStatus(word),
@@ -58,7 +58,7 @@ class App {
         find('run').textContent = `version ${visible(version)}, run ${visible(run)}`;
     }
 
-    happened(happening) {
+    happened(happening, isNew) {
         if (!this.record.add(happening))
             return;
         if (happening.source === 'log') {
@@ -66,7 +66,8 @@ class App {
             return;
         }
         this.timeline.redraw();
-        this.remote.happened(happening);
+        if (isNew)  // nobody is told of a key of long ago as if it were pressed now
+            this.remote.happened(happening);
     }
 
     setState(state) {

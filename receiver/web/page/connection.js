@@ -6,8 +6,8 @@ const shortestPause = 500;  // ms until the next attempt; twice as long each tim
 const longestPause = 8000;
 
 class Connection {
-    /// @param handlers hello(greeting), happening(record), state(state), screen(painting), status(word)
-    ///        with the words connecting, connected, gone, ended
+    /// @param handlers hello(greeting), happening(record, isNew), state(state), screen(painting), status(word)
+    ///        with the words connecting, connected, gone, ended; what is not new was there before this tab looked
     /// @param position gives "RUN.N" of the last happening that is known, or ''
     constructor(handlers, position) {
         this.handlers = handlers;
@@ -16,6 +16,7 @@ class Connection {
         this.pause = shortestPause;
         this.timer = 0;
         this.hasEnded = false;
+        this.isReplayed = false;  // what was there before: a state comes after it
         this.stateQuery = new Latest(() => this.fetchState());
     }
 
@@ -41,8 +42,11 @@ class Connection {
                 handle(JSON.parse(event.data));
         });
         on('hello', greeting => this.greeted(greeting));
-        on('happening', happening => this.handlers.happening(happening));
-        on('state', () => this.stateQuery.ask());
+        on('happening', happening => this.handlers.happening(happening, this.isReplayed));
+        on('state', () => {
+            this.isReplayed = true;
+            this.stateQuery.ask();
+        });
         on('screen', ({ painting }) => this.handlers.screen(painting));
         on('end', () => { this.hasEnded = true; });
         events.onerror = () => { if (events === this.events) this.lost(); };
@@ -58,6 +62,7 @@ class Connection {
     greeted(greeting) {
         this.pause = shortestPause;
         this.hasEnded = false;
+        this.isReplayed = false;
         this.handlers.status('connected');
         this.handlers.hello(greeting);
         this.stateQuery.ask();

@@ -8,7 +8,11 @@ const maximumText = 2000;
 const maximumDetails = 8000;
 
 class Record {
-    constructor() { this.begin('', ''); }
+    /// @param isWhole whether everything is kept as it comes: somebody else has bounded it
+    constructor(isWhole = false) {
+        this.isWhole = isWhole;
+        this.begin('', '');
+    }
 
     /// Forgets everything: another run of the receiver has begun.
     begin(run, version) {
@@ -28,8 +32,8 @@ class Record {
         this.lastId = happening.id;
         const isLine = happening.source === 'log';
         const kept = isLine ? this.lines : this.happenings;
-        kept.push(bounded(happening));
-        if (kept.length > (isLine ? maximumLines : maximumHappenings)) {
+        kept.push(this.isWhole ? happening : bounded(happening));
+        if (!this.isWhole && kept.length > (isLine ? maximumLines : maximumHappenings)) {
             kept.shift();
             ++this.dropped;
         }

@@ -129,7 +129,8 @@ class Remote {
             button.classList.add('pressed');
     }
 
-    /// Decisions come before the key that they are about.
+    /// Decisions come before the key that they are about. One against an application need not be the last
+    /// word: it may have asked for the key beside its key set.
     happened({ source, event, text, details }) {
         if (source === 'decision' && details && details.subject === 'key' && !details.verdict)
             this.refusal = text;
@@ -137,10 +138,10 @@ class Remote {
             return;
         const refusal = this.refusal;
         this.refusal = null;
-        if (refusal)
-            this.show('refused', details.key, refusal);
-        else if (details.consumed)
+        if (details.consumed)
             this.show('application', details.key, 'the application has it.');
+        else if (refusal)
+            this.show('refused', details.key, refusal);
         else
             this.show('receiver', details.key, 'the receiver has it; no application does.');
     }

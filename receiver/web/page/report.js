@@ -9,7 +9,7 @@ const emptyState = {
 };
 
 function showReport(content) {
-    const record = new Record();
+    const record = new Record(true);
     record.begin(content.run, content.version);
     content.happenings.forEach(happening => record.add(happening));
     record.dropped = Math.max(record.dropped, content.omitted);

@@ -1,5 +1,9 @@
 #include "receiver/web/server/answer.h"
 
+#include <utility>
+
+#include "receiver/web/server/connections.h"
+
 namespace receiver {
 
 namespace {
@@ -48,21 +52,40 @@ void answerWithText(SoupServerMessage* message, unsigned status, const std::stri
     answerWith(message, status, "text/plain; charset=utf-8", sentence + "\n");
 }
 
-LateAnswer::LateAnswer(SoupServerMessage* message)
+void closeConnectionOf(SoupServerMessage* message)
+{
+    GIOStream* const connection = soup_server_message_steal_connection(message);
+    g_io_stream_close(connection, nullptr, nullptr);
+    g_object_unref(connection);
+}
+
+LateAnswer::LateAnswer(SoupServerMessage* message, std::function<void()> gone)
     : message_(SOUP_SERVER_MESSAGE(g_object_ref(message)))
 {
     g_signal_connect(message, "finished", G_CALLBACK(markAsOver), nullptr);
     g_signal_connect(message, "disconnected", G_CALLBACK(markAsOver), nullptr);
     soup_server_message_pause(message);
+    // The server reads nothing while a message is paused, and would never hear of it.
+    hangUp_ = std::make_unique<HangUpWatch>([message, gone = std::move(gone)] {
+        if (g_object_get_data(G_OBJECT(message), overKey))
+            return;
+        markAsOver(message, nullptr);
+        closeConnectionOf(message);
+        if (gone)
+            gone();
+    });
+    hangUp_->start(Connections::socketOf(message));
 }
 
-LateAnswer::LateAnswer(LateAnswer&& other) noexcept : message_(other.message_)
+LateAnswer::LateAnswer(LateAnswer&& other) noexcept
+    : message_(other.message_), hangUp_(std::move(other.hangUp_))
 {
     other.message_ = nullptr;
 }
 
 LateAnswer::~LateAnswer()
 {
+    hangUp_.reset();  // the bytes of the connection are the server's again
     if (SoupServerMessage* const waiting = message())
         soup_server_message_unpause(waiting);
     if (message_)

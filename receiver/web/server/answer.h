@@ -2,9 +2,13 @@
 #ifndef VESTA_RECEIVER_WEB_SERVER_ANSWER_H
 #define VESTA_RECEIVER_WEB_SERVER_ANSWER_H
 
+#include <functional>
 #include <libsoup/soup.h>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "receiver/glib/hang_up_watch.h"
 
 namespace receiver {
 
@@ -17,11 +21,16 @@ void answerWith(SoupServerMessage* message, unsigned status, const char* type,
 /// A sentence.
 void answerWithText(SoupServerMessage* message, unsigned status, const std::string& sentence);
 
-/// A request that is answered later; a move leaves the former one without.
+/// The connection goes, and with it what is queued for the other side.
+void closeConnectionOf(SoupServerMessage* message);
+
+/// A request that is answered later; a move leaves the former one without. Whoever hangs up
+/// meanwhile, even if only for what he sends, is not answered: the connection is closed.
 class LateAnswer {
 public:
     /// @param message is paused
-    explicit LateAnswer(SoupServerMessage* message);
+    /// @param gone called once at most, when nobody waits for it any more; may destroy this
+    explicit LateAnswer(SoupServerMessage* message, std::function<void()> gone = {});
     LateAnswer(LateAnswer&& other) noexcept;
     LateAnswer(const LateAnswer&) = delete;
     LateAnswer& operator=(const LateAnswer&) = delete;
@@ -33,6 +42,7 @@ public:
 
 private:
     SoupServerMessage* message_;
+    std::unique_ptr<HangUpWatch> hangUp_;
 };
 
 }  // namespace receiver

@@ -11,6 +11,10 @@ constexpr guint mostIdleSeconds = 60;
 // connect them.
 constexpr int backlog = 128;
 
+// The server knows the socket only of a connection that it has accepted itself; the address of the
+// other side it keeps.
+const char socketKey[] = "vesta-socket";
+
 GSocketAddress* socketAddressOf(const WebAddress& address)
 {
     return g_inet_socket_address_new_from_string(address.host.c_str(), address.port);
@@ -27,10 +31,15 @@ Connections::Connections(SoupServer* server)
 
 Connections::~Connections()
 {
+    stop();
+    g_object_unref(service_);
+}
+
+void Connections::stop()
+{
     g_socket_service_stop(service_);
     g_socket_listener_close(G_SOCKET_LISTENER(service_));
     g_signal_handlers_disconnect_by_data(service_, this);
-    g_object_unref(service_);
 }
 
 std::string Connections::listen(WebAddress& address)
@@ -72,9 +81,19 @@ void Connections::take(GSocketConnection* connection)
     g_socket_set_timeout(g_socket_connection_get_socket(connection), mostIdleSeconds);
     GSocketAddress* local = g_socket_connection_get_local_address(connection, nullptr);
     GSocketAddress* remote = g_socket_connection_get_remote_address(connection, nullptr);
+    if (remote)
+        g_object_set_data_full(G_OBJECT(remote), socketKey,
+                               g_object_ref(g_socket_connection_get_socket(connection)),
+                               g_object_unref);
     soup_server_accept_iostream(server_, G_IO_STREAM(connection), local, remote, nullptr);
     g_clear_object(&local);
     g_clear_object(&remote);
+}
+
+GSocket* Connections::socketOf(SoupServerMessage* message)
+{
+    GSocketAddress* const remote = soup_server_message_get_remote_address(message);
+    return remote ? static_cast<GSocket*>(g_object_get_data(G_OBJECT(remote), socketKey)) : nullptr;
 }
 
 }  // namespace receiver

@@ -25,7 +25,13 @@ public:
     /// @param address its port is known afterwards @return why not, for people; empty for success
     std::string listen(WebAddress& address);
 
+    /// Accepts no more.
+    void stop();
+
     unsigned count() const { return *count_; }
+
+    /// Of a message that came by one of them, borrowed; null where there is none any more.
+    static GSocket* socketOf(SoupServerMessage* message);
 
 private:
     static gboolean accept(GSocketService* service, GSocketConnection* connection, GObject* source,

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "receiver/web/server/answer.h"
+#include "receiver/web/server/connections.h"
 
 namespace receiver {
 
@@ -40,8 +41,14 @@ EventStreams::~EventStreams()
         g_signal_handlers_disconnect_by_data(streams_.front().message, &streams_.front());
         forget(streams_.front());
     }
+    stopLooking();
+}
+
+void EventStreams::stopLooking()
+{
     if (timer_ != 0)
         g_source_remove(timer_);
+    timer_ = 0;
 }
 
 void EventStreams::answer(SoupServerMessage* message, const std::string& after)
@@ -70,14 +77,16 @@ void EventStreams::begin(SoupServerMessage* message, const std::string& after)
     g_signal_connect(message, "finished", G_CALLBACK(finished), &stream);
     g_signal_connect(message, "disconnected", G_CALLBACK(finished), &stream);
     stream.hangUp = std::make_unique<HangUpWatch>([this, &stream] { drop(stream); });
-    stream.hangUp->start(soup_server_message_get_socket(message));
-    send(stream, eventOf("hello", R"({"run":")" + chronicle_.run() + R"(","version":")" +
-                                      VESTA_VERSION + "\"}"));
-    send(stream, happeningsAfter(stream.sent));
-    stream.sent = chronicle_.last();
-    send(stream, eventOf("state", "{\"revision\":" + std::to_string(++revision_) + "}"));
+    stream.hangUp->start(Connections::socketOf(message));
     if (timer_ == 0)
         timer_ = g_timeout_add(lookMs, look, this);
+    if (!send(stream, eventOf("hello", R"({"run":")" + chronicle_.run() + R"(","version":")" +
+                                           VESTA_VERSION + "\"}")))
+        return;
+    const Piece piece = happeningsAfter(stream.sent);
+    stream.sent = piece.last;
+    if (send(stream, piece.text))
+        send(stream, eventOf("state", "{\"revision\":" + std::to_string(++revision_) + "}"));
 }
 
 void EventStreams::wrote(SoupServerMessage* /*message*/, guint count, gpointer stream)
@@ -128,9 +137,7 @@ bool EventStreams::send(Stream& stream, const std::string& text)
 void EventStreams::drop(Stream& stream)
 {
     g_signal_handlers_disconnect_by_data(stream.message, &stream);
-    GIOStream* const connection = soup_server_message_steal_connection(stream.message);
-    g_io_stream_close(connection, nullptr, nullptr);
-    g_object_unref(connection);
+    closeConnectionOf(stream.message);
     forget(stream);
 }
 
@@ -152,27 +159,31 @@ void EventStreams::sendToAll(const std::string& text)
 void EventStreams::sendHappenings()
 {
     const uint64_t last = chronicle_.last();
-    std::map<uint64_t, std::string> texts;  // most readers are equally far
+    std::map<uint64_t, Piece> pieces;  // most readers are equally far
     for (auto stream = streams_.begin(); stream != streams_.end();) {
         Stream& next = *stream++;
-        if (next.sent == last)
+        if (next.sent >= last)
             continue;
-        auto found = texts.find(next.sent);
-        if (found == texts.end())
-            found = texts.emplace(next.sent, happeningsAfter(next.sent)).first;
-        next.sent = last;
-        send(next, found->second);
+        auto found = pieces.find(next.sent);
+        if (found == pieces.end())
+            found = pieces.emplace(next.sent, happeningsAfter(next.sent)).first;
+        next.sent = found->second.last;
+        send(next, found->second.text);
     }
 }
 
-/// As much of the latest as anybody reads at once.
-std::string EventStreams::happeningsAfter(uint64_t id) const
+/// As much of the latest as anybody reads at once; ids that are left out tell of the others.
+/// Deliberate: how far it goes is read from the entries alone, since other threads report more at
+/// any time.
+EventStreams::Piece EventStreams::happeningsAfter(uint64_t id) const
 {
-    std::string text;
-    for (const Chronicle::Entry& entry : chronicle_.after(id, mostReplayBytes))
-        text += "id: " + chronicle_.run() + "." + std::to_string(entry.id) + "\n" +
-                eventOf("happening", entry.json);
-    return text;
+    Piece piece = {"", id};
+    for (const Chronicle::Entry& entry : chronicle_.after(id, mostReplayBytes)) {
+        piece.text += "id: " + chronicle_.run() + "." + std::to_string(entry.id) + "\n" +
+                      eventOf("happening", entry.json);
+        piece.last = entry.id;
+    }
+    return piece;
 }
 
 void EventStreams::tellOfScreen()
@@ -196,6 +207,7 @@ void EventStreams::tellOfState()
     if (!isNew)
         return;
     toldState_ = now;
+    ++changes_;
     toldHappening_ = last;
     toldPackets_ = session_.middleware().statistics().packets;
     sendToAll(eventOf("state", "{\"revision\":" + std::to_string(++revision_) + "}"));
@@ -209,6 +221,7 @@ void EventStreams::keepAlive()
 
 void EventStreams::end()
 {
+    stopLooking();
     sendHappenings();
     const std::string goodbye = eventOf("end", "{}");
     for (auto stream = streams_.begin(); stream != streams_.end();) {

@@ -32,10 +32,13 @@ public:
     /// Answers with a stream of events. @param after "RUN.ID" of the last happening that is known
     void answer(SoupServerMessage* message, const std::string& after);
 
-    /// Says goodbye.
+    /// Says goodbye; nothing is sent afterwards.
     void end();
 
     size_t count() const { return streams_.size(); }
+
+    /// How often readers were told that the state has changed.
+    uint64_t changes() const { return changes_; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -49,14 +52,21 @@ private:
         std::unique_ptr<HangUpWatch> hangUp;
     };
 
+    /// Events, and the last happening that is among them.
+    struct Piece {
+        std::string text;
+        uint64_t last;
+    };
+
     static void wrote(SoupServerMessage* message, guint count, gpointer stream);
     static void finished(SoupServerMessage* message, gpointer stream);
     static gboolean look(gpointer self);
     void begin(SoupServerMessage* message, const std::string& after);
     bool send(Stream& stream, const std::string& text);
     void sendToAll(const std::string& text);
+    void stopLooking();
     void sendHappenings();
-    std::string happeningsAfter(uint64_t id) const;
+    Piece happeningsAfter(uint64_t id) const;
     void tellOfScreen();
     void tellOfState();
     void keepAlive();
@@ -69,6 +79,7 @@ private:
     guint timer_ = 0;
     unsigned long long painting_ = 0;
     uint64_t revision_ = 0;
+    uint64_t changes_ = 0;
     uint64_t toldHappening_ = 0;  // with the last revision
     uint64_t toldPackets_ = 0;    // likewise
     Clock::time_point toldState_;

@@ -20,6 +20,8 @@ void make(GTask* task, gpointer /*source*/, gpointer maker, GCancellable* /*neve
 
 ScreenPictures::~ScreenPictures()
 {
+    waiting_.clear();
+    late_.clear();  // no further one is begun
     while (isBusy_)
         g_main_context_iteration(nullptr, TRUE);
     if (last_)

@@ -18,10 +18,11 @@ using Json = nlohmann::ordered_json;
 
 constexpr char jsonType[] = "application/json; charset=utf-8";
 
-// Whoever asks more often gets the same answer.
+// Whoever asks more often gets the same answer, unless a command was given or readers of events
+// were told of something new.
 constexpr std::chrono::milliseconds stateAge(100);
 
-constexpr std::chrono::milliseconds mostGoodbye(500);
+constexpr guint mostGoodbyeMs = 500;
 
 // Of one answer: each connection may have one that nobody reads.
 constexpr size_t mostHappeningsBytes = size_t(4) << 20;
@@ -108,17 +109,20 @@ void answerOutcome(SoupServerMessage* message, const Session::Answer& answer)
 }  // namespace
 
 WebServer::WebServer(Session& session, const Chronicle& chronicle)
-    : session_(session), chronicle_(chronicle), server_(soup_server_new(nullptr, nullptr)),
-      connections_(server_), pictures_(session.browser()), streams_(session, chronicle)
+    : session_(session), chronicle_(chronicle),
+      server_(soup_server_new(nullptr, nullptr),
+              [](SoupServer* server) { g_object_unref(server); }),
+      connections_(server_.get()), pictures_(session.browser()), streams_(session, chronicle)
 {
-    soup_server_add_early_handler(server_, nullptr, check, this, nullptr);
-    soup_server_add_handler(server_, nullptr, handle, this, nullptr);
+    soup_server_add_early_handler(server_.get(), nullptr, check, this, nullptr);
+    soup_server_add_handler(server_.get(), nullptr, handle, this, nullptr);
 }
 
+/// Whoever waits for a picture iterates the main context: nothing may come in by it then.
 WebServer::~WebServer()
 {
-    soup_server_disconnect(server_);
-    g_object_unref(server_);
+    connections_.stop();
+    soup_server_disconnect(server_.get());
 }
 
 std::string WebServer::listen(const WebAddress& address)
@@ -131,14 +135,21 @@ std::string WebServer::listen(const WebAddress& address)
 void WebServer::end()
 {
     isEnding_ = true;
+    connections_.stop();
     streams_.end();
-    const auto deadline = std::chrono::steady_clock::now() + mostGoodbye;
+    bool isOver = false;
+    const GSourceFunc giveUp = [](gpointer over) -> gboolean {
+        *static_cast<bool*>(over) = true;
+        return G_SOURCE_REMOVE;
+    };
+    const guint timer = g_timeout_add(mostGoodbyeMs, giveUp, &isOver);
+    while (streams_.count() != 0 && !isOver)
+        g_main_context_iteration(nullptr, TRUE);
     // Answers that are not sent yet, too, but connections may be kept open by the other side.
-    while (streams_.count() != 0 && std::chrono::steady_clock::now() < deadline)
-        g_main_context_iteration(nullptr, FALSE);
-    while (g_main_context_iteration(nullptr, FALSE) &&
-           std::chrono::steady_clock::now() < deadline) {
+    while (!isOver && g_main_context_iteration(nullptr, FALSE)) {
     }
+    if (!isOver)
+        g_source_remove(timer);
 }
 
 /// Before the body has come.
@@ -206,11 +217,10 @@ bool WebServer::answerFile(SoupServerMessage* message, const std::string& path)
 void WebServer::answerState(SoupServerMessage* message)
 {
     const auto now = std::chrono::steady_clock::now();
-    const uint64_t last = chronicle_.last();
-    if (state_.empty() || stateHappening_ != last || now - stateTime_ >= stateAge) {
+    if (state_.empty() || stateChanges_ != streams_.changes() || now - stateTime_ >= stateAge) {
         state_ = textOf(stateOf(session_));
         stateTime_ = now;
-        stateHappening_ = last;
+        stateChanges_ = streams_.changes();
     }
     answerWith(message, SOUP_STATUS_OK, jsonType, state_);
 }
@@ -249,8 +259,11 @@ void WebServer::answerCommand(SoupServerMessage* message)
     if (isForThisMachineAlone(line))
         return answerWithText(message, SOUP_STATUS_FORBIDDEN,
                               "no files of this machine are written or read from outside");
-    auto late = std::make_shared<LateAnswer>(message);
-    session_.ask(line, [late](const Session::Answer& answer) {
+    const auto number = std::make_shared<uint64_t>(0);
+    auto late = std::make_shared<LateAnswer>(
+        message, [&session = session_, number] { session.forgetAsker(*number); });
+    *number = session_.ask(line, [this, late](const Session::Answer& answer) {
+        state_.clear();
         if (SoupServerMessage* const asked = late->message())
             answerOutcome(asked, answer);
     });

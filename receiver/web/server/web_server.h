@@ -33,7 +33,8 @@ public:
     /// "http://127.0.0.1:8080/"
     std::string url() const { return urlOf(address_); }
 
-    /// Before the session's end: says goodbye, and waits for a moment until that is sent.
+    /// Before the session's end: nobody is let in any more; says goodbye, and waits for a moment
+    /// until that is sent.
     void end();
 
 private:
@@ -52,13 +53,13 @@ private:
     Session& session_;
     const Chronicle& chronicle_;
     WebAddress address_;
-    SoupServer* const server_;
+    const std::unique_ptr<SoupServer, void (*)(SoupServer*)> server_;  // all others' until the end
     Connections connections_;
     ScreenPictures pictures_;
     EventStreams streams_;
-    std::string state_;  // of the time and the happening below
+    std::string state_;  // of the time and the change below; empty: to be made anew
     std::chrono::steady_clock::time_point stateTime_;
-    uint64_t stateHappening_ = 0;
+    uint64_t stateChanges_ = 0;
     bool isEnding_ = false;
 };
 

@@ -237,6 +237,7 @@ class FakeReceiver {
         const [run, id] = (request.headers['last-event-id'] || url.searchParams.get('after') || '').split('.');
         const last = run === this.run ? Number(id) : 0;
         this.kept.filter(happening => happening.id > last).forEach(happening => this.sendHappening(response, happening));
+        send(response, 'state', { revision: this.state.revision });
         this.listeners.add(response);
         response.on('close', () => this.listeners.delete(response));
     }

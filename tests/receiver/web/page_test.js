@@ -157,6 +157,23 @@ describe('Remote control', () => {
         await waitForText(page, '#key-answer', /RED: refused not over the web/);
     }));
 
+    it('SaysThatAnApplicationHasAKeyBesideItsKeySet', () => onPage(async page => {
+        receiver.happen('decision', 'decision', "no, key of a.2a01: The key's group is not in the application's key set.",
+            { subject: 'key', verdict: false, reason: 603, application: 'a.2a01', wanted: 8, had: 1, text: '' });
+        receiver.happen('user', 'key', 'key GREEN down', { key: 'GREEN', consumed: true });
+        await waitForText(page, '#key-answer', /GREEN: application/);
+    }));
+
+    it('SaysNothingOfKeysOfLongAgo', async () => {
+        receiver.press('RED');
+        await onPage(async page => {
+            await waitForText(page, '#timeline .lines', 'key RED down');
+            await page.reload();
+            await waitForText(page, '#timeline .lines', 'key RED down');
+            assert.equal(await textOf(page, '#key-answer'), 'No key was pressed yet.');
+        });
+    });
+
     it('HasEveryKeyOnceAndThoseThatItDoesNotKnowBelow', async () => {
         receiver.state.keys = [...receiver.state.keys, 'TELETEXT'];
         await onPage(async page => {
@@ -448,6 +465,25 @@ describe('A report', () => {
             assert.deepEqual(JSON.parse(fs.readFileSync(json, 'utf8')).happenings, receiver.kept);
         });
         await receiver.start();
+    });
+
+    it('ShowsMoreThanATabKeepsWhereItIsGivenMore', async () => {
+        let file;
+        await onPage(async page => {
+            file = await stand.saved(page, () => page.evaluate(() => {
+                const record = new Record();
+                record.happenings = Array.from({ length: 6000 }, (_, index) =>
+                    ({ id: index + 1, time: index, source: 'air', event: 'ait', text: 'x'.repeat(index === 0 ? 3000 : 10) }));
+                return saveHtml(record, app.state);
+            }));
+        });
+        await stand.visit(pathToFileURL(file).href, {}, async page => {
+            await waitForText(page, '#timeline output', /6,?000 of 6,?000 records/);
+            const json = await stand.saved(page, () => page.getByRole('button', { name: 'Save as JSON' }).click());
+            const { happenings } = JSON.parse(fs.readFileSync(json, 'utf8'));
+            assert.equal(happenings.length, 6000);
+            assert.equal(happenings[0].text.length, 3000);
+        });
     });
 
     it('SaysWhenItCannotBeMade', () => onPage(async page => {

@@ -63,6 +63,11 @@ class Receiver {
         return Number(/RssAnon:\s+(\d+) kB/.exec(status)[1]) * 1024;
     }
 
+    /// How many files and connections it has open.
+    get descriptors() {
+        return fs.readdirSync(`/proc/${this.process.pid}/fd`).length;
+    }
+
     async stop() {
         if (this.exitCode === null)
             this.process.kill('SIGTERM');

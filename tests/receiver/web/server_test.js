@@ -3,7 +3,9 @@
 // The receiver's web server, as programs see it.
 
 const assert = require('node:assert/strict');
+const { once } = require('node:events');
 const fs = require('node:fs');
+const net = require('node:net');
 const path = require('node:path');
 const { after, before, describe, it } = require('node:test');
 const { Receiver, root, sampleStream, temporaryFolder, until } = require('./receiver.js');
@@ -63,9 +65,11 @@ describe('Files', () => {
 
     it('AHeadHasNoBody', async () => {
         for (const where of ['/', '/state.json', '/events']) {
-            const response = await stand.receiver.request(where, { method: 'HEAD' });
-            assert.equal(response.status, 200);
-            assert.equal(response.text, '');
+            const socket = stand.receiver.connect();  // a client of the system would leave a body out
+            socket.write(`HEAD ${where} HTTP/1.1\r\nHost: 127.0.0.1:${stand.receiver.port}\r\nConnection: close\r\n\r\n`);
+            await until(() => socket.isOver, 'the end of the answer');
+            assert.match(socket.heard, /^HTTP\/1\.1 200 /, where);
+            assert.ok(socket.heard.endsWith('\r\n\r\n') && socket.heard.indexOf('\r\n\r\n') === socket.heard.length - 4, where);
         }
     });
 });
@@ -156,25 +160,37 @@ describe('Commands', () => {
 
     it('ThatWaitAreAnsweredAfterTheirWaitAndHoldUpNobody', async () => {
         const { receiver } = stand;
-        const order = [];
-        const waits = ['wait running ffff.1 within 0.3', 'wait running ffff.2 within 0.6'].map(
-            line => receiver.command(line).then(answer => order.push(answer.text)));
-        order.push((await receiver.command('wait running')).outcome);
-        await Promise.all(waits);
-        assert.equal(order[0], 'done');
-        assert.match(order[1], /^waited in vain for .*ffff\.1/);
-        assert.match(order[2], /^waited in vain for .*ffff\.2/);
+        let first = null;
+        const late = receiver.command('wait running ffff.1 within 5').then(answer => { first = answer.text; });
+        assert.equal((await receiver.command('wait running')).outcome, 'done');
+        assert.match((await receiver.command('wait running ffff.2 within 0.2')).text, /^waited in vain for .*ffff\.2/);
+        assert.equal(first, null);
+        await late;
+        assert.match(first, /^waited in vain for .*ffff\.1/);
     });
 
     it('OfOneWhoHasGoneAreHarmless', async () => {
         const { receiver } = stand;
-        const socket = receiver.connect();
-        const line = 'wait running ffff.3 within 0.2';
-        socket.write(`POST /command HTTP/1.1\r\nHost: 127.0.0.1:${receiver.port}\r\nContent-Length: ${line.length}\r\n\r\n${line}`);
-        await until(() => socket.bytesWritten > 0, 'the request');
-        socket.destroy();
-        await receiver.command('wait running ffff.4 within 0.4');
+        const before = receiver.descriptors;
+        const line = 'wait running ffff.3 within 60';
+        const sockets = Array.from({ length: 20 }, () => receiver.connect());
+        for (const socket of sockets)
+            socket.write(`POST /command HTTP/1.1\r\nHost: 127.0.0.1:${receiver.port}\r\nContent-Length: ${line.length}\r\n\r\n${line}`);
+        await until(() => receiver.descriptors >= before + sockets.length, 'the connections');
+        for (let number = 0; number < 5; ++number)  // what came before is taken meanwhile
+            await receiver.command('wait running ffff.4 within 0.02');
+        for (const socket of sockets) {
+            assert.equal(socket.heard, '');
+            socket.destroy();
+        }
+        await until(() => receiver.descriptors <= before + 2, 'the end of the connections', 20);
         assert.equal((await receiver.request('/state.json')).status, 200);
+    });
+
+    it('ThatWouldWaitForLongAreRefused', async () => {
+        const answer = await stand.receiver.command('wait running ffff.3 within 301');
+        assert.equal(answer.status, 400);
+        assert.match(answer.text, /300 seconds/);
     });
 
     it('KeysSayWhetherTheyWereTaken', async () => {
@@ -284,7 +300,7 @@ describe('Events', () => {
         for (let number = 0; number < 600; ++number)
             assert.equal((await receiver.command(`say ${text}`)).status, 200);
         // 36 MB were said: what the system holds, and what waits for the slow one, is less.
-        assertMemory(receiver, before, 40);
+        assertMemory(receiver, before, 24);
         await receiver.command('say the last');
         await until(() => happeningsOf(reader).some(one => one.data.text === 'the last'), 'the last');
         socket.resume();
@@ -397,6 +413,9 @@ describe('Session', () => {
     it('ListensOnThisMachineAloneUnlessToldOtherwise', async () => {
         const usual = await Receiver.start();
         assert.match(usual.url, /^http:\/\/127\.0\.0\.1:\d+\/$/);
+        const elsewhere = net.connect({ host: '127.0.0.2', port: usual.port });
+        const [problem] = await once(elsewhere, 'error');
+        assert.equal(problem.code, 'ECONNREFUSED');
         const six = await Receiver.start(['--loop', sampleStream], '[::1]:0');
         assert.match(six.url, /^http:\/\/\[::1\]:\d+\/$/);
         assert.equal((await six.request('/state.json')).status, 200);
@@ -449,9 +468,26 @@ describe('Session', () => {
         }
     });
 
-    it('AReportThatCannotBeWrittenIsSaid', async () => {
-        const receiver = new Receiver(['--report', '/nowhere/report.html', sampleStream]);
+    it('AReportThatCannotBeWrittenIsSaidBeforeAnythingIsPlayed', async () => {
+        const folder = temporaryFolder();
+        for (const [file, why] of [['/nowhere/report.html', 'No such file or directory'], [folder, 'Is a directory']]) {
+            const receiver = new Receiver(['--report', file, sampleStream]);
+            assert.equal(await receiver.exit, 2);
+            assert.equal(receiver.output, `vesta_receiver: ${file}: ${why}\n`);
+        }
+    });
+
+    it('NobodyIsLetInWhereTheScriptIsNoScript', async () => {
+        const script = path.join(temporaryFolder(), 'script');
+        fs.writeFileSync(script, 'jump\n');
+        const receiver = new Receiver(['--web', '0', '--script', script, sampleStream]);
+        assert.equal(await receiver.exit, 1);
+        assert.doesNotMatch(receiver.output, /the television is at/);
+    });
+
+    it('EndsWhereThereIsNoStream', async () => {
+        const receiver = new Receiver(['--web', '0', '/nowhere/stream.ts']);
         assert.equal(await receiver.exit, 2);
-        assert.match(receiver.output, /vesta_receiver: \/nowhere\/report\.html: No such file or directory\n$/);
+        assert.match(receiver.output, /vesta_receiver: \/nowhere\/stream\.ts: No such file or directory\n$/);
     });
 });

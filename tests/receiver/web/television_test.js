@@ -51,6 +51,8 @@ describe('Television', () => {
     it('ShowsWhatAViewerSeesAndWhatKeysChange', () => inTab(async page => {
         await until(async () => await shownNumber(page) > 0, 'a picture');
         await receiver.command('wait painted within 20');
+        const { screen } = await state();
+        await until(async () => await shownNumber(page) >= screen.painting, 'the picture that was painted');
         const before = await pixelsOf(page);
         assert.ok(new Set(before).size > 10);
         await page.getByRole('button', { name: /red/i }).first().click();
@@ -127,6 +129,21 @@ describe('Television', () => {
         for (const id of known)
             assert.ok(again.includes(id), id);
     })));
+
+    it('OpensNoFileOfThisMachine', async () => {
+        const file = path.join(folder, 'secret.html');
+        fs.writeFileSync(file, '<body style="background: #f00">secret</body>');
+        const url = pathToFileURL(file).href;
+        const other = await Receiver.start(['--browser', 'wpe', '--loop', stream]);
+        await other.command('wait shown within 60');
+        await other.command(`start ${url}`);
+        const failed = await until(async () => (await other.json('/happenings.json')).happenings
+            .find(one => one.event === 'load-failed' && one.details.url === url), 'the failure');
+        assert.match(failed.text, /no address that a page may have/);
+        const { happenings } = await other.json('/happenings.json');
+        assert.ok(!happenings.some(one => one.event === 'loaded' && /secret/.test(one.text)));
+        assert.equal(await other.stop(), 0);
+    });
 
     it('CostsTheApplicationManagerNothingThatIsSeenWhileTenTabsWatch', async () => {
         const readers = Array.from({ length: 10 }, () => receiver.listen());
