@@ -88,6 +88,34 @@ TEST(SessionAsk, AWaitThatTheSessionDoesNotOutliveIsAnswered)
     EXPECT_EQ(asking.answers[0].outcome.text.substr(0, 26), "the receiver ended before ");
 }
 
+TEST(SessionAsk, AWaitIsRefusedThatIsTooLongForAnAnswer)
+{
+    Asking asking({"wait running ffff.1 within 301"});
+    EXPECT_EQ(asking.play(script), exitSuccess) << asking.played().problem();
+    ASSERT_EQ(asking.answers.size(), 1u);
+    EXPECT_EQ(asking.answers[0].outcome.kind, Outcome::Kind::WrongUsage);
+}
+
+TEST(SessionAsk, WhoIsForgottenIsNotAnswered)
+{
+    PlayedSession played;
+    unsigned answers = 0;
+    bool hasAsked = false;
+    played.session().addSettledListener([&] {
+        if (hasAsked)
+            return;
+        hasAsked = true;
+        const auto count = [&answers](const Session::Answer&) { ++answers; };
+        EXPECT_EQ(played.session().ask("say hello", count), 0u);
+        const uint64_t number = played.session().ask("wait end within 60", count);
+        EXPECT_NE(number, 0u);
+        played.session().ask("wait running ffff.1 within 60", count);
+        played.session().forgetAsker(number);
+    });
+    EXPECT_EQ(played.play(script), exitSuccess) << played.problem();
+    EXPECT_EQ(answers, 2u);
+}
+
 TEST(SessionAsk, QuitEndsTheSession)
 {
     Asking asking({"quit"});
@@ -108,6 +136,15 @@ TEST(SessionOpen, TheEndOfTheStreamDoesNotEndOneThatStaysOpen)
     EXPECT_EQ(played.session().run(), exitSuccess);
     EXPECT_TRUE(hasEnded);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::duration<double>(seconds));
+}
+
+TEST(SessionOpen, AnEndIsAnnouncedEvenIfThereWasNoBeginning)
+{
+    PlayedSession played("/nowhere/stream.ts");
+    unsigned ends = 0;
+    played.session().setEnding([&ends] { ++ends; });
+    EXPECT_EQ(played.session().run(), exitUnreadable);
+    EXPECT_EQ(ends, 1u);
 }
 
 }  // namespace
