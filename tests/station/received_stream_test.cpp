@@ -137,7 +137,7 @@ TEST_F(ReceivedStream, HasServicesApplicationsAndFilesAsDescribed)
            "event_streams": [{"component_tag": 43, "events": [{"time": 1, "id": 1}]}]},
           {"id": 3, "name": "Zwei", "type": "radio"}]})");
     make(folder_ / "s.json");
-    const auto trace = play("wait running a.1\nwait end\nservices\nstatus\n");
+    const auto trace = play("wait running a.1\nwait end within 60\nservices\nstatus\n");
 
     const auto services = detailsOf(trace, "service");
     EXPECT_THAT(services, Contains(json{{"service", 258}, {"name", "Eins \xC3\xA4"}}));
@@ -170,7 +170,7 @@ TEST_F(ReceivedStream, NeitherPackingNorManyModulesChangeAFile)
                                     std::string(packing) + "}]"));
         make(folder_ / "s.json");
         fs::remove_all(folder_ / "extracted");
-        play("wait end\n");
+        play("wait end within 60\n");
         EXPECT_EQ(filesOf(folder_ / "extracted" / "2a"), filesOf(folder_ / "files")) << packing;
     }
 }
@@ -183,7 +183,7 @@ TEST_F(ReceivedStream, PlaysInALoopWithoutGaps)
     make(folder_ / "s.json");
     const std::string once = contentOf(folder_ / "s.ts");
     std::ofstream(folder_ / "s.ts", std::ios::binary) << once << once << once;
-    const auto trace = play("wait end\nstatus\n");
+    const auto trace = play("wait end within 60\nstatus\n");
     EXPECT_THAT(output(), HasSubstr(" 0 gaps, 0 damaged and 0 scrambled packets, 0 damaged "
                                     "sections, 0 losses of sync (0 bytes skipped)"));
     EXPECT_THAT(eventsOf(trace), testing::Not(Contains("ait-problem")));
@@ -204,7 +204,7 @@ TEST_F(ReceivedStream, EventsHappenAtTheirTimesOfTheProgramme)
           {"programme_time": 49999, "id": 32771, "text": "before"}]}])"));
     make(folder_ / "s.json");
     const auto trace = play("wait running a.1\nwait loaded\nsubscribe score late\n"
-                            "subscribe score soon\nsubscribe score past\nwait end\n");
+                            "subscribe score soon\nsubscribe score past\nwait end within 60\n");
     std::vector<std::string> happened;
     for (const json& event : detailsOf(trace, "stream-event"))
         happened.push_back(event.at("name"));
@@ -219,7 +219,7 @@ TEST_F(ReceivedStream, TheSampleRunsItsApplications)
                             "create dvb://current.ait/7e57.2\nwait running 7e57.2\nwait loaded\n"
                             "create http://vesta.example/portal/index.html\n"
                             "wait loaded http://vesta.example/portal/index.html\n"
-                            "zap 2\nwait running 7e57.1\nwait loaded\nwait end\n",
+                            "zap 2\nwait running 7e57.1\nwait loaded\nwait end within 60\n",
                             "--site http://vesta.example/=" + (sample / "site").string());
     std::vector<std::string> pages;
     for (const json& start : detailsOf(trace, "start"))

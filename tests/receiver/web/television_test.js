@@ -106,10 +106,13 @@ describe('Television', () => {
         await page.getByRole('button', { name: 'All' }).click();
         for (const event of ['zap', 'start', 'tuned', 'ait']) {
             const { id, text } = await known(event);
-            const position = await page.evaluate(wanted => app.timeline.placeOf(app.record.happenings.find(one => one.id === wanted)), id);
-            await page.locator('#timeline canvas').click({ position });
-            // Where several lie at one place, one of them is shown, and the list goes to it.
-            await until(async () => /\d\.\d{3} s/.test(await record.innerText()), 'a record');
+            // Where several lie at one place, one of them is shown, and the list goes to it. Time goes on
+            // meanwhile, and may move the place away from under the mouse.
+            await until(async () => {
+                const position = await page.evaluate(wanted => app.timeline.placeOf(app.record.happenings.find(one => one.id === wanted)), id);
+                await page.locator('#timeline canvas').click({ position });
+                return /\d\.\d{3} s/.test(await record.innerText());
+            }, 'a record');
             await page.getByLabel('Filter').fill(text);
             await page.locator('#timeline .lines button').first().click();
             await until(async () => (await record.innerText()).includes(text.slice(0, 40)), text);
