@@ -1,6 +1,7 @@
 #include "receiver/wpe/view.h"
 
 #include <cstring>
+#include <memory>
 #include <wayland-server.h>
 #include <wpe/fdo.h>
 #include <wpe/unstable/fdo-shm.h>
@@ -56,18 +57,19 @@ bool startWpe()
 }
 
 View::View(WebKitWebContext* context, WebKitSettings* settings, std::function<void()> painted)
-    : painted_(std::move(painted))
+    : painted_(std::move(painted)), exit_(new Exit{this})
 {
     static const wpe_view_backend_exportable_fdo_client client = {nullptr, nullptr, receive,
                                                                   nullptr, nullptr};
-    exportable_ = wpe_view_backend_exportable_fdo_create(&client, this, screenWidth, screenHeight);
+    exit_->exportable =
+        wpe_view_backend_exportable_fdo_create(&client, exit_, screenWidth, screenHeight);
     WebKitWebViewBackend* const backend = webkit_web_view_backend_new(
-        wpe_view_backend_exportable_fdo_get_view_backend(exportable_),
-        [](void* exportable) {
-            wpe_view_backend_exportable_fdo_destroy(
-                static_cast<wpe_view_backend_exportable_fdo*>(exportable));
+        wpe_view_backend_exportable_fdo_get_view_backend(exit_->exportable),
+        [](void* data) {
+            const std::unique_ptr<Exit> exit(static_cast<Exit*>(data));
+            wpe_view_backend_exportable_fdo_destroy(exit->exportable);
         },
-        exportable_);
+        exit_);
     WebKitUserContentManager* const styles = terminalStyles();
     web_ = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "backend", backend,
                                                     "web-context", context, "settings", settings,
@@ -76,7 +78,7 @@ View::View(WebKitWebContext* context, WebKitSettings* settings, std::function<vo
     WebKitColor transparent = {0, 0, 0, 0};
     webkit_web_view_set_background_color(web_, &transparent);
     wpe_view_backend_add_activity_state(
-        wpe_view_backend_exportable_fdo_get_view_backend(exportable_),
+        wpe_view_backend_exportable_fdo_get_view_backend(exit_->exportable),
         wpe_view_activity_state_in_window);
 }
 
@@ -84,12 +86,17 @@ View::~View()
 {
     if (timer_ != 0)
         g_source_remove(timer_);
+    exit_->view = nullptr;
+    // Its page is closed whoever keeps it: one that waits for the page's answer would else wait for
+    // as long as a script runs.
+    g_object_run_dispose(G_OBJECT(web_));
     g_object_unref(web_);  // and with it the backend
 }
 
 void View::setVisible(bool visible)
 {
-    wpe_view_backend* const backend = wpe_view_backend_exportable_fdo_get_view_backend(exportable_);
+    wpe_view_backend* const backend =
+        wpe_view_backend_exportable_fdo_get_view_backend(exit_->exportable);
     const uint32_t states = wpe_view_activity_state_visible | wpe_view_activity_state_focused;
     if (visible)
         wpe_view_backend_add_activity_state(backend, states);
@@ -105,12 +112,15 @@ void View::pressKey(int code, bool isDown)
     event.hardware_key_code = 0;
     event.pressed = isDown;
     wpe_view_backend_dispatch_keyboard_event(
-        wpe_view_backend_exportable_fdo_get_view_backend(exportable_), &event);
+        wpe_view_backend_exportable_fdo_get_view_backend(exit_->exportable), &event);
 }
 
-void View::receive(void* view, wpe_fdo_shm_exported_buffer* buffer)
+void View::receive(void* data, wpe_fdo_shm_exported_buffer* buffer)
 {
-    static_cast<View*>(view)->copy(buffer);
+    const Exit* const exit = static_cast<Exit*>(data);
+    if (exit->view)
+        exit->view->copy(buffer);
+    wpe_view_backend_exportable_fdo_dispatch_release_shm_exported_buffer(exit->exportable, buffer);
 }
 
 void View::copy(wpe_fdo_shm_exported_buffer* buffer)
@@ -123,7 +133,6 @@ void View::copy(wpe_fdo_shm_exported_buffer* buffer)
     wl_shm_buffer_begin_access(pixels);
     std::memcpy(frame_.pixels.data(), wl_shm_buffer_get_data(pixels), frame_.pixels.size());
     wl_shm_buffer_end_access(pixels);
-    wpe_view_backend_exportable_fdo_dispatch_release_shm_exported_buffer(exportable_, buffer);
     ++frame_.number;
     if (timer_ == 0)
         timer_ = g_timeout_add(
@@ -140,7 +149,7 @@ void View::copy(wpe_fdo_shm_exported_buffer* buffer)
 void View::completeFrame()
 {
     timer_ = 0;
-    wpe_view_backend_exportable_fdo_dispatch_frame_complete(exportable_);
+    wpe_view_backend_exportable_fdo_dispatch_frame_complete(exit_->exportable);
 }
 
 }  // namespace receiver

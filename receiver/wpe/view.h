@@ -48,12 +48,19 @@ public:
     void pressKey(int code, bool isDown);
 
 private:
-    static void receive(void* view, wpe_fdo_shm_exported_buffer* buffer);
+    /// Where WebKit's pictures come out. It is the web view's, which others may keep for longer
+    /// than we do: a question that its page has not answered does.
+    struct Exit {
+        View* view;  ///< null when it is gone
+        wpe_view_backend_exportable_fdo* exportable = nullptr;
+    };
+
+    static void receive(void* data, wpe_fdo_shm_exported_buffer* buffer);
     void copy(wpe_fdo_shm_exported_buffer* buffer);
     void completeFrame();
 
     std::function<void()> painted_;
-    wpe_view_backend_exportable_fdo* exportable_;
+    Exit* exit_;
     WebKitWebView* web_;
     Frame frame_;
     unsigned timer_ = 0;  // until the picture counts as shown

@@ -47,7 +47,9 @@ expect() {
         printf '%s\n' "$line" >>"$scratch/seen"
         [[ $line == *"$1"* ]] && return
     done
-    printf 'expected, and never seen: %s\nseen was:\n' "$1" >&2
+    printf 'expected, and never seen: %s\n' "$1" >&2
+    grep -A 12 'ERROR: .*Sanitizer' "$scratch/seen" >&2 || true
+    printf 'seen was:\n' >&2
     cat "$scratch/seen" >&2
     exit 1
 }
@@ -83,6 +85,21 @@ children() {
             basename "$(dirname "$status")"
         fi
     done
+}
+
+# processor_time: of all web processes together, in hundredths of a second.
+processor_time() {
+    local process
+    for process in $(children WPEWebProcess); do
+        cat "/proc/$process/stat" 2>/dev/null || true
+    done | awk '{ sum += $14 + $15 } END { print sum + 0 }'
+}
+
+busy_for_a_second() {
+    local before
+    before=$(processor_time)
+    sleep 1
+    echo $(($(processor_time) - before))
 }
 
 # resident: the receiver's memory in KiB.
@@ -150,6 +167,43 @@ endless_script() {
     expect 'begins'
     expect 'a script does not come to its end; the page is ended'
     expect '0.0 stopped'
+    page_works
+    switch_off
+}
+
+# It is left while it is asked whether its scripts answer: nobody is there to end it later.
+endless_script_is_left() {
+    local waited=0 busy
+    switch_on --script-limit 4
+    tell start http://test.example/endless_later.html
+    expect 'begins'
+    sleep 1.5
+    tell zap 2
+    expect 'http://two.example/index.html: 200'
+    # Less than nothing: a process ended meanwhile.
+    until busy=$(busy_for_a_second) && [[ $busy -ge 0 && $busy -le 50 ]]; do
+        [[ $((waited += 1)) -lt 40 ]] || {
+            printf 'a web process runs on\n' >&2
+            exit 1
+        }
+    done
+    page_works
+    switch_off
+}
+
+# While a script runs nobody answers whether it does; the pictures of an animation come nevertheless.
+pages_left_while_they_paint() {
+    local round
+    switch_on --script-limit 4
+    for round in {1..5}; do
+        tell start http://test.example/late.html
+        expect 'begins'
+        sleep 1.5
+        tell zap 2
+        expect 'http://two.example/index.html: 200'
+        tell zap 1
+        expect_first_service
+    done
     page_works
     switch_off
 }
