@@ -72,7 +72,7 @@ add_library(vesta_hbbtv_appman::kit_static ALIAS vesta_hbbtv_kit_static)
 install(TARGETS vesta_hbbtv_kit vesta_hbbtv_kit_static EXPORT vesta_hbbtv_kit
         LIBRARY COMPONENT kit-runtime NAMELINK_COMPONENT kit-development
         ARCHIVE COMPONENT kit-development)
-install(FILES kit/include/vesta_hbbtv_kit.h
+install(FILES kit/include/vesta_hbbtv_kit.h kit/include/vesta_hbbtv_kit_layout.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT kit-development)
 install(EXPORT vesta_hbbtv_kit NAMESPACE vesta_hbbtv_appman::
         FILE vesta_hbbtv_appmanKitTargets.cmake DESTINATION "${package_folder}"

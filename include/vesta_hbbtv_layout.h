@@ -164,11 +164,6 @@ VESTA_CHECK_FIELD(HBBTV_Decision, window, 32, 4, 40, 8);
 VESTA_CHECK_FIELD(HBBTV_Decision, scriptApplication, 36, 4, 48, 8);
 VESTA_CHECK_FIELD(HBBTV_Decision, text, 40, 4, 56, 8);
 
-#undef VESTA_CHECK_FIELD
-#undef VESTA_CHECK_SIZE
-#undef VESTA_SIZE_OF_FIELD
-#undef VESTA_OF_WIDTH
-
 #ifdef __cplusplus
 }  // namespace VestaHbbTV
 #endif

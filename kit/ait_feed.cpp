@@ -10,7 +10,7 @@
 #include "kit/common_transports.h"
 #include "kit/crc32.h"
 #include "signalling/ait.h"
-#include "vesta_hbbtv_layout.h"
+#include "vesta_hbbtv_kit_layout.h"
 
 namespace VestaHbbTV {
 

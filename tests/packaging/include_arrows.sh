@@ -11,18 +11,18 @@ export LC_ALL=C
 
 # Lines "FILE HEADER" of all includes from one room into a later one. What stands in quotes is the
 # project's own: a folder that is none of the rooms counts, too (include/ is named without a folder,
-# and so is the kit's header).
+# and so are the kit's headers).
 upward_includes() {
     local rooms
     rooms=$(sed -n 's/^rooms: //p' "$list")
     # shellcheck disable=SC2086 # each room is an argument
     (cd "$1" && grep -rE --include='*.h' --include='*.cpp' \
-        '^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"]([^<">]*/[^<">]*|vesta_hbbtv_kit\.h)[">]' $rooms) |
+        '^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"]([^<">]*/[^<">]*|vesta_hbbtv_kit[a-z_]*\.h)[">]' $rooms) |
         sed -E 's/^([^:]*):[^<"]*([<"])([^">]*)[">].*/\1 \3 \2/' | sort -u |
         awk -v rooms="$rooms" '
             function place(path, folder) {
-                folder = path == "vesta_hbbtv_kit.h" ? "kit/" : path
-                sub("/[^/]*$", "", folder)
+                folder = path ~ /^vesta_hbbtv_kit[a-z_]*[.]h$/ ? "kit/" : path
+                sub("(/include)?/[^/]*$", "", folder)
                 return (folder in places) ? places[folder] : 0
             }
             BEGIN {
@@ -74,6 +74,7 @@ self_check() {
     expect_notice "$root" oipf/natives/application_natives.cpp '#include "receiver/session.h"'
     expect_notice "$root" signalling/ait.cpp '#include "kit/xml_ait_document.h"'
     expect_notice "$root" oipf/natives/application_natives.cpp '#include "vesta_hbbtv_kit.h"'
+    expect_notice "$root" integration/external_event.cpp '#include "vesta_hbbtv_kit_layout.h"'
     expect_notice "$root" kit/xml_parser.cpp '#include "receiver/session.h"'
     expect_notice "$root" kit/xml_parser.cpp '#include "recorder/names.h"'
     expect_notice "$root" recorder/boundary/records.h '#include "recorder/names.h"'

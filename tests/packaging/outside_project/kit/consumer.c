@@ -7,6 +7,7 @@
 #include <string.h>
 #include <vesta_hbbtv_diagnosis.h>
 #include <vesta_hbbtv_kit.h>
+#include <vesta_hbbtv_kit_layout.h>
 
 static const char document[] =
     "<ServiceDiscovery xmlns='urn:dvb:mhp:2009'"

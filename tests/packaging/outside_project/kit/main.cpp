@@ -4,6 +4,7 @@
 #include <string>
 #include <vesta_hbbtv_appman.h>
 #include <vesta_hbbtv_kit.h>
+#include <vesta_hbbtv_kit_layout.h>
 
 #include "consumer.h"
 
