@@ -111,11 +111,14 @@ function oncePerFrame(draw) {
     };
 }
 
+// Whoever asks for one thing at a time would wait for ever for an answer that got lost.
+let longestAnswerMs = 30000;
+
 /// @param read makes what is wanted of an answer
 /// @return null where there is no such thing, or nobody answers
 async function fetched(address, read) {
     try {
-        const answer = await fetch(address, { cache: 'no-store' });
+        const answer = await fetch(address, { cache: 'no-store', signal: AbortSignal.timeout(longestAnswerMs) });
         return answer.ok ? await read(answer) : null;
     } catch {
         return null;

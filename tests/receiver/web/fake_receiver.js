@@ -116,6 +116,7 @@ class FakeReceiver {
         this.busyPictures = 0;
         this.mostBusyPictures = 0;
         this.heldPictures = null;  // answers that wait, where a test holds them
+        this.answersState = true;
         this.listeners = new Set();
         this.page = null;
         this.answers = new Map();  // a command's first word: {status, body}
@@ -193,7 +194,7 @@ class FakeReceiver {
         response.setHeader('Content-Security-Policy', contentSecurityPolicy);
         response.setHeader('X-Content-Type-Options', 'nosniff');
         const serve = {
-            '/state.json': () => answerJson(response, 200, this.state),
+            '/state.json': () => { if (this.answersState) answerJson(response, 200, this.state); },
             '/screen.png': () => this.servePicture(response),
             '/page.json': () => this.page ? answerJson(response, 200, this.page) : answer(response, 404, 'text/plain', 'no page'),
             '/events': () => this.serveEvents(request, response, url),

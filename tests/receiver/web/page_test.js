@@ -131,7 +131,8 @@ describe('A hidden tab', () => {
         receiver.happen('air', 'ait', 'while nobody looked');
         receiver.paint(picture(9, 9, 9));
         receiver.setState({ time: 77 });
-        await page.evaluate(() => new Promise(done => { requestAnimationFrame(() => requestAnimationFrame(done)); }));
+        // Longer than any of the page's pauses but those between attempts to connect.
+        await new Promise(done => { setTimeout(done, 1500); });
         assert.equal(receiver.requests.length, asked);
         await hide(page, false);
         await shownPicture(page, 2);
@@ -637,6 +638,19 @@ describe('Connection', () => {
         await waitForText(page, '#timeline .record', 'No record is chosen.');
         await waitForText(page, '#key-answer', 'No key was pressed yet.');
         await until(async () => (await colourInPicture(page))[1] === 99, 'the picture of the second run');
+    }));
+
+    it('AsksAgainWhereAnAnswerNeverCame', () => onPage(async page => {
+        await waitForText(page, '#channel-list', 'Vesta Two');
+        await page.evaluate(() => { longestAnswerMs = 200; });
+        receiver.answersState = false;
+        receiver.requests.length = 0;
+        receiver.setState({});
+        await until(() => receiver.requests.includes('/state.json'), 'the request');
+        receiver.answersState = true;
+        const [service] = receiver.state.services;
+        receiver.setState({ services: [{ ...service, name: 'After the silence' }] });
+        await waitForText(page, '#channel-list', 'After the silence');
     }));
 
     it('TriesLessAndLessOften', () => onPage(async page => {

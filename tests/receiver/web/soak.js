@@ -12,7 +12,7 @@ const { browserArguments } = require('./stand.js');
 
 const [hours = '24', browserName = 'console', speed = '240'] = process.argv.slice(2);
 const minutes = Number(hours) * 60;
-const mostGrowth = { receiver: 8 << 20, tab: 4 << 20, nodes: 500 };
+const mostGrowth = { receiver: 2 << 20, tab: 1 << 20, nodes: 100 };
 
 async function measure(receiver, client, page) {
     await client.send('HeapProfiler.collectGarbage');
