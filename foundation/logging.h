@@ -130,7 +130,7 @@ public:
     /// The log calls it for the sinks that it owns.
     virtual ~LoggingOutput();
 
-    /// Takes a line, be it to write it or to drop it.
+    /// Takes a line, be it to write it or to drop it. It must not throw.
     /// @param entry the finished line, borrowed for the call
     virtual void output(LogEntry& entry) = 0;
 
