@@ -7,7 +7,11 @@
 
 namespace receiver {
 
-/// A part of the screen, in pixels of 1280 by 720.
+/// Of HbbTV's screen, in pixels (ETSI TS 102 796, 10.2.1).
+constexpr int screenWidth = 1280;
+constexpr int screenHeight = 720;
+
+/// A part of the screen, in pixels.
 struct Rectangle {
     double x = 0;
     double y = 0;

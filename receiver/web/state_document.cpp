@@ -251,8 +251,8 @@ Json pendingOf(Session& session)
 Json screenOf(const BrowserEngine& browser)
 {
     Json screen = {{"paints", browser.paints()},
-                   {"width", 1280},
-                   {"height", 720},
+                   {"width", screenWidth},
+                   {"height", screenHeight},
                    {"painting", browser.paintings()},
                    {"video", nullptr}};
     if (const auto place = browser.videoPlace())

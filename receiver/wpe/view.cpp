@@ -9,6 +9,7 @@
 
 #include "vesta_browser.h"
 
+#include "receiver/browser/video_plane.h"
 #include "receiver/wpe/style_sheet.h"
 
 namespace receiver {

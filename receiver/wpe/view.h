@@ -13,9 +13,6 @@ struct wpe_view_backend_exportable_fdo;
 
 namespace receiver {
 
-constexpr int screenWidth = 1280;
-constexpr int screenHeight = 720;
-
 /// What a view shows, as cairo's CAIRO_FORMAT_ARGB32: premultiplied, 0 where the page is
 /// transparent.
 struct Frame {
