@@ -52,7 +52,7 @@ archive_is_whole() {
     grep -q "^## $version" "$place/here/vesta_hbbtv_appman-$version.changes.md"
     list=$(tar -tf "$place/here/vesta_hbbtv_appman-$version.tar.xz")
     grep -qx "vesta_hbbtv_appman-$version/CMakeLists.txt" <<<"$list"
-    ! grep -qE '/packaging/(yocto|buildroot)' <<<"$list" || fail "the archive has the recipes"
+    ! grep -qE "^vesta_hbbtv_appman-$version/packaging/(yocto|buildroot)" <<<"$list" || fail "the archive has the recipes"
     [[ -z $(grep -v "^vesta_hbbtv_appman-$version/" <<<"$list") ]] || fail "not all is in one folder"
 }
 
