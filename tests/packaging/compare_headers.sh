@@ -3,7 +3,7 @@
 #   compare_headers.sh BUILD            fails and shows the difference
 #   compare_headers.sh BUILD --update   writes headers.txt anew
 # The build is installed into a folder of its own. CMAKE names the cmake to use, INCLUDEDIR the
-# folder of headers below the prefix. Where there is no KIT its header is not expected.
+# folder of headers below the prefix. Where there is no KIT its headers are not expected.
 set -euo pipefail
 list="$(dirname "${BASH_SOURCE[0]}")/headers.txt"
 readonly build=$1 list
@@ -20,7 +20,7 @@ listed() {
     if [[ -n ${KIT:-} ]]; then
         cat "$list"
     else
-        grep -v '^vesta_hbbtv_kit\.h$' "$list"
+        grep -vE '^vesta_hbbtv_kit(_layout)?\.h$' "$list"
     fi
 }
 
