@@ -53,10 +53,10 @@ void Doorbell::waitForWork(const std::function<bool()>& work,
             seen_ = asked_;
             break;
         }
-        if (!isBusy()) {
+        handled_ = seen_;
+        if (!isBusy())
             settled_ = seen_;
-            pthread_cond_broadcast(&settledCondition_);
-        }
+        pthread_cond_broadcast(&settledCondition_);
         if (deadline && Clock::now() >= *deadline)
             break;
         if (loop_) {
@@ -120,12 +120,12 @@ void Doorbell::ring()
     pthread_cond_signal(&condition_);
 }
 
-void Doorbell::waitUntilSettled()
+void Doorbell::waitUntilSettled(const std::function<bool()>& isPressed)
 {
     const Hold lock(*this);
     const uint64_t mine = ++asked_;
     pthread_cond_signal(&condition_);
-    while (!closed_ && settled_ < mine)
+    while (!closed_ && settled_ < mine && !(handled_ >= mine && isPressed()))
         pthread_cond_wait(&settledCondition_, &mutex_);
 }
 

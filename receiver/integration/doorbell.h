@@ -59,8 +59,10 @@ public:
     void ring();
 
     /// Middleware thread: sleeps until the browser thread has looked at everything that happened
-    /// before this call, and waits for more.
-    void waitUntilSettled();
+    /// before this call, and waits for more, with nothing else under way.
+    /// @param isPressed whether what is under way shall not be waited for; called with the mutex
+    ///        held, whenever the browser thread waits for more
+    void waitUntilSettled(const std::function<bool()>& isPressed = [] { return false; });
 
     /// How often it was waited for so; callable from any thread.
     uint64_t waits() const;
@@ -79,7 +81,8 @@ private:
     pthread_cond_t settledCondition_;  // the middleware thread waits on it
     uint64_t asked_ = 0;               // how often the middleware thread waited
     uint64_t seen_ = 0;                // as far as the browser thread has heard of it
-    uint64_t settled_ = 0;             // as far as it has looked at everything since
+    uint64_t handled_ = 0;             // as far as it has looked at everything since
+    uint64_t settled_ = 0;             // as far as nothing was under way then
     bool rung_ = false;
     bool closed_ = false;
     MainLoop* const loop_;

@@ -95,6 +95,7 @@ void Middleware::tune(uint16_t serviceId)
         requests_.push_back(serviceId);
         ended_ = false;
     }
+    doorbell_.ring();
     wake_.notify_all();
     input_->wake();
 }
@@ -155,12 +156,21 @@ void Middleware::run()
         // The air waits for the receiver: what it says never piles up, and plays alike every time.
         // Where nothing was said the receiver waits already.
         if (hasNews)
-            doorbell_.waitUntilSettled();
+            doorbell_.waitUntilSettled([this] { return isPressed(); });
         if (stopping_)
             return;
         hasNews = step();
         pace();
     }
+}
+
+/// Whether pages are not waited for: they may take as long as they like. A viewer zaps at once and gets
+/// what the new service has, and a broadcast that comes in its own time goes on.
+bool Middleware::isPressed() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool hasOwnTime = input_->isEndless() || (options_.speed > 0 && clock_.isKnown());
+    return hasOwnTime || !requests_.empty() || follower_.isArriving();
 }
 
 /// A browser thread that sleeps sees the whole step at once, the events and how far it went.

@@ -100,6 +100,7 @@ private:
     struct Chunk;
 
     void run();
+    bool isPressed() const;
     bool step();
     Progress play(const Chunk& chunk);
     bool send(Progress progress);

@@ -83,6 +83,8 @@ public:
     const std::optional<Service>& tuned() const { return tuned_; }
     /// What the service's PMT says of applications; nothing without a PMT.
     std::optional<ApplicationSignalling> signallingOf(uint16_t serviceId) const;
+    /// Whether a service was asked for of which no table is there yet.
+    bool isArriving() const { return wanted_.value_or(0) != 0 && !feed_.hasSent(); }
     /// Whether there is no sign of the service that was asked for.
     bool lacksWantedService() const { return wanted_.value_or(0) != 0 && !tuned_; }
     /// Bytes of tables of services that may still be tuned to.

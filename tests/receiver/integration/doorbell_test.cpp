@@ -109,6 +109,34 @@ TEST(Doorbell, AThreadLooksAtItsConditionsBeforeItSettles)
     waiting.join();
 }
 
+// Whoever is pressed waits for work, but for nothing else that is under way.
+TEST(Doorbell, WhoIsPressedWaitsForWorkAlone)
+{
+    Doorbell doorbell;
+    const auto isBusy = [] { return true; };
+    std::atomic<bool> isPressed{false};
+    std::atomic<bool> isOver{false};
+    int done = 0;
+    std::thread worker([&] {
+        const auto work = [&] { return done < 3 && ++done != 0; };
+        while (!isOver)
+            doorbell.waitForWork(work, never, isBusy);
+    });
+    std::thread presser([&] {
+        while (doorbell.waits() == 0)
+            std::this_thread::yield();
+        isPressed = true;
+        doorbell.ring();
+    });
+    doorbell.waitUntilSettled([&] { return isPressed.load(); });
+    EXPECT_TRUE(isPressed);
+    EXPECT_EQ(done, 3);
+    isOver = true;
+    doorbell.close();
+    worker.join();
+    presser.join();
+}
+
 // While a hold lives, the waiting thread sees nothing of what is sent.
 TEST(Doorbell, WhatIsSentUnderAHoldIsFoundAtOnce)
 {

@@ -150,6 +150,23 @@ Bytes killedApplication()
     return stream.bytes();
 }
 
+/// By the stream's clock, the application is there for five seconds. Its page is not done by then.
+Bytes timedKill()
+{
+    const uint64_t second = 90000;
+    const std::string base = "http://test.example/";
+    Stream stream;
+    for (unsigned gone = 0; gone < 8; ++gone) {
+        const bool isOver = gone >= 5;
+        const Bytes entry = application(1, isOver ? kill : autostart, {1}, http(1, base),
+                                        "endless.html");
+        stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
+        stream.addClock(pmtPid, gone * second);
+        stream.add(0x200, table(isOver ? 1 : 0, entry)).pause();
+    }
+    return stream.bytes();
+}
+
 /// The carousel is not there, so that the second transport gets its turn.
 Bytes fallback()
 {
@@ -589,6 +606,7 @@ int main(int argc, char** argv)
     const std::pair<const char*, Bytes> streams[] = {
         {"two-services", twoServices()},
         {"killed-application", killedApplication()},
+        {"timed-kill", timedKill()},
         {"fallback", fallback()},
         {"late-carousel", lateCarousel()},
         {"stalled-script", stalledScript()},

@@ -171,6 +171,29 @@ endless_script() {
     switch_off
 }
 
+# A viewer does not wait for a page that never comes to its end of loading.
+zapped_away_from_endless_script() {
+    switch_on --script-limit 100
+    tell start http://test.example/endless.html
+    expect 'begins'
+    tell zap 2
+    expect 'http://two.example/index.html: 200'
+    page_works
+    switch_off
+    ! grep -q 'a script does not come to its end' "$scratch/seen"
+}
+
+# The broadcast does not wait for it either.
+endless_script_is_killed() {
+    stream=timed-kill
+    started='begins'
+    switch_on --script-limit 100
+    expect 'a.1 KILL'
+    expect 'a.1 stopped'
+    switch_off
+    ! grep -q 'a script does not come to its end' "$scratch/seen"
+}
+
 # It is left while it is asked whether its scripts answer: nobody is there to end it later.
 endless_script_is_left() {
     local waited=0 busy
