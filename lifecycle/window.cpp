@@ -8,6 +8,7 @@
 #include "lifecycle/application.h"
 #include "lifecycle/script_plugin.h"
 #include "lifecycle/window_manager.h"
+#include "lifecycle/window_storage.h"
 
 namespace VestaHbbTV {
 
@@ -28,6 +29,16 @@ Window::Hold::~Hold()
 {
     if (window_ && --window_->holds_ == 0 && window_->released_)
         delete window_;
+}
+
+void* Window::operator new(size_t size)
+{
+    return WindowStorage::take(size);
+}
+
+void Window::operator delete(void* storage, size_t size)
+{
+    WindowStorage::giveBack(storage, size);
 }
 
 Window::Window(WindowManager* manager)

@@ -7,6 +7,7 @@
 #ifndef VESTA_LIFECYCLE_WINDOW_H
 #define VESTA_LIFECYCLE_WINDOW_H
 
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -16,7 +17,6 @@
 #include "foundation/visibility.h"
 #include "lifecycle/application_register.h"
 #include "lifecycle/call_scope.h"
-#include "lifecycle/window_storage.h"
 #include "signalling/ait.h"
 #include "signalling/hbbtv_url.h"
 
@@ -67,8 +67,8 @@ public:
     /// The storage of a window is not used again at once, so that a handle which somebody still
     /// keeps does not name its successor.
     /// @{
-    static void* operator new(size_t size) { return WindowStorage::take(size); }
-    static void operator delete(void* storage) { WindowStorage::giveBack(storage, sizeof(Window)); }
+    static void* operator new(size_t size);
+    static void operator delete(void* storage, size_t size);
     /// @}
 
     /// Puts a table in force. Starts and stops nothing.

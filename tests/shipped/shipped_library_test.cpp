@@ -16,6 +16,8 @@
 #include "foundation/threadsafe_event_queue.h"
 #include "foundation/utilities.h"
 #include "integration/key_set.h"
+#include "lifecycle/window.h"
+#include "lifecycle/window_manager.h"
 #include "security/application_domain.h"
 #include "security/sha256.h"
 #include "signalling/ait.h"
@@ -141,6 +143,29 @@ TEST_F(ShippedLibrary, RunsAnIntegratorsOwnEvent)
     ConfigurationManager::getInstance()->getEventQueue()->add(new Flag(ran));
     EXPECT_TRUE(vesta_hbbtv_tick());
     EXPECT_TRUE(ran);
+}
+
+TEST_F(ShippedLibrary, RunsAnIntegratorsOwnKindOfWindow)
+{
+    class Counting : public Window {
+    public:
+        explicit Counting(int& count) : Window(WindowManager::getInstance()), count_(count) {}
+        bool activateAIT() override
+        {
+            ++count_;
+            return Window::activateAIT();
+        }
+
+    private:
+        int& count_;
+    };
+    int count = 0;
+    const std::unique_ptr<Window> heaped = std::make_unique<Counting>(count);
+    heaped->activateAIT();
+    EXPECT_EQ(count, 1);
+    Counting stacked(count);
+    static_cast<Window&>(stacked).activateAIT();
+    EXPECT_EQ(count, 2);
 }
 
 // A program that is not position-independent copies the library's data into itself; both must go
