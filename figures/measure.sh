@@ -48,10 +48,10 @@ can_compile() {
 
 # build_library TARGET LEVEL LTO: prints the library's path.
 build_library() {
-    local tree="$trees/$1-$2-$3" level=$2 options=()
-    # ccache cannot keep what the compiler says beside the object file.
+    local tree="$trees/$1-$2-$3" level=$2 options=(-DVESTA_PRECOMPILE=ON)
+    # Neither ccache nor headers that were compiled once can give what the compiler says beside the object file.
     [[ $2-$3 != O2-OFF || " ${stack_targets[*]} " != *" $1 "* ]] ||
-        level+=" $stack_options" options=(-DCMAKE_CXX_COMPILER_LAUNCHER=)
+        level+=" $stack_options" options=(-DVESTA_PRECOMPILE=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=)
     cmake -S . -B "$tree" -Wno-dev "${configuration[@]}" -DCMAKE_BUILD_TYPE=Release \
         "${options[@]}" \
         "-DCMAKE_CXX_FLAGS_RELEASE=-$level -DNDEBUG" -DVESTA_LTO="$3" -DVESTA_BUILD_TESTS=OFF \
