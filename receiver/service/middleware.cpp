@@ -164,8 +164,8 @@ void Middleware::run()
     }
 }
 
-/// Whether pages are not waited for: they may take as long as they like. A viewer zaps at once and gets
-/// what the new service has, and a broadcast that comes in its own time goes on.
+/// Whether pages are not waited for: they may take as long as they like. A viewer zaps at once and
+/// gets what the new service has, and a broadcast that comes in its own time goes on.
 bool Middleware::isPressed() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);

@@ -158,8 +158,8 @@ Bytes timedKill()
     Stream stream;
     for (unsigned gone = 0; gone < 8; ++gone) {
         const bool isOver = gone >= 5;
-        const Bytes entry = application(1, isOver ? kill : autostart, {1}, http(1, base),
-                                        "endless.html");
+        const Bytes entry =
+            application(1, isOver ? kill : autostart, {1}, http(1, base), "endless.html");
         stream.services({"First"}).add(pmtPid, makePmt(1, 0, {tablesOn(0x200)}));
         stream.addClock(pmtPid, gone * second);
         stream.add(0x200, table(isOver ? 1 : 0, entry)).pause();
