@@ -88,9 +88,10 @@ bool Application::init()
 void Application::loadInitialPage()
 {
     const std::string url = url_.getFullUrl();
-    ve_clear_history(getTavoWindow());
-    if (getTavoWindow())
-        ve_open_url(getTavoWindow(), url.c_str());
+    TAVO_VestaWindow* const tavoWindow = getTavoWindow();
+    ve_clear_history(tavoWindow);
+    if (getTavoWindow() == tavoWindow)  // else it was given back meanwhile
+        ve_open_url(tavoWindow, url.c_str());
 }
 
 void Application::show()
@@ -141,6 +142,16 @@ bool Application::isWithinApplicationBoundaries(const char* url) const
     return isWithinApplicationBoundaries(HbbTVURL(url ? url : ""));
 }
 
+ApplicationDomain* Application::getApplicationDomain() const
+{
+    return domain_.get();
+}
+
+void Application::setAITApplication(AITApplication* entry)
+{
+    entry_.reset(entry);
+}
+
 void Application::setCurrentURL(const HbbTVURL& url)
 {
     currentUrl_ = std::make_unique<HbbTVURL>(url);
@@ -157,6 +168,8 @@ void Application::end()
     if (Window* const window = std::exchange(window_, nullptr)) {
         isLast = window->unlinkTavoWindow(this);
         window->forget(this);
+    } else {
+        unregisterTavoWindow();
     }
     if (isLast)
         releaseTavoWindow();
@@ -202,6 +215,15 @@ void Application::loseWindow()
 {
     window_ = nullptr;
     parent_ = nullptr;
+}
+
+/// For an application that no window keeps. Another one that is shown there keeps the entry.
+void Application::unregisterTavoWindow()
+{
+    TAVO_VestaWindow* const tavoWindow = getTavoWindow();
+    WindowManager* const manager = WindowManager::instance;
+    if (tavoWindow && manager && !manager->findApplication(tavoWindow))
+        manager->unregisterTavoWindow(tavoWindow);
 }
 
 void Application::releaseTavoWindow()

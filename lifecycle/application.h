@@ -54,7 +54,8 @@ public:
     /// Asks the listeners for a browser window. @return false without one, or if there is one
     bool init();
 
-    /// Opens the start URL as the browser window's first page.
+    /// Opens the start URL as the browser window's first page. Without a browser window the browser
+    /// is asked with null.
     void loadInitialPage();
 
     /// Wants to be seen. A child whose initial page has not loaded stays behind its parent.
@@ -75,10 +76,10 @@ public:
     bool isWithinApplicationBoundaries(const char* url) const;
 
     /// The domain made of the start URL's origin and the boundary of the entry. Never null.
-    ApplicationDomain* getApplicationDomain() const { return domain_.get(); }
+    ApplicationDomain* getApplicationDomain() const;
 
     AITApplication* getAITApplication() const { return entry_.get(); }
-    void setAITApplication(AITApplication* entry) { entry_.reset(entry); }
+    void setAITApplication(AITApplication* entry);
 
     /// The transport that it was started on, or that the table which took it over has for it; null
     /// for a start by URL.
@@ -166,6 +167,7 @@ private:
     VESTA_HIDDEN Application(Window* window, HbbTVURL url, AITApplication* entry, NotYetAdopted);
 
     void extendDomainFromAITApplication();
+    VESTA_HIDDEN void unregisterTavoWindow();
 
     const unsigned long id_;
     Window* window_;

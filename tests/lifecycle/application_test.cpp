@@ -237,6 +237,12 @@ TEST_F(ApplicationTest, TheInitialPageIsOpenedWithAnEmptyHistory)
               Lines({"ve_clear_history(w7)", "ve_open_url(w7, http://a.example/i?p#a)"}));
 }
 
+TEST_F(ApplicationTest, WithoutABrowserWindowTheInitialPageIsLeftToTheBrowserAllTheSame)
+{
+    makeByURL("http://a.example/i")->loadInitialPage();
+    EXPECT_EQ(journal(), Lines({"ve_clear_history(null)", "ve_open_url(null, http://a.example/i)"}));
+}
+
 TEST_F(ApplicationTest, WithoutABrowserWindowNothingIsShownOrHidden)
 {
     const auto application = makeByURL();
@@ -297,6 +303,18 @@ TEST_F(ApplicationTest, ItsCurrentURLChangesAndItsStartURLStays)
     application->setCurrentURL(HbbTVURL("http://a.example/next"));
     EXPECT_EQ(application->getCurrentURL().getFullUrl(), "http://a.example/next");
     EXPECT_EQ(application->getURL().getFullUrl(), page);
+}
+
+TEST_F(ApplicationTest, OfNoWindowItUnregistersItsBrowserWindowWithItsEnd)
+{
+    TAVO_VestaWindow* const tavoWindow = browser().window(4);
+    manager()->registerTavoWindow(tavoWindow, window());
+    auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
+    application->setTavoWindow(tavoWindow);
+    forgetJournal();
+    application.reset();
+    EXPECT_EQ(manager()->getWindow(tavoWindow), nullptr);
+    EXPECT_EQ(journal(), Lines({"RELEASE w4"}));
 }
 
 TEST_F(ApplicationTest, ItsEndReleasesTheBrowserWindowAndUnregistersIt)
