@@ -5,6 +5,8 @@
 
 namespace VestaHbbTV {
 
+KeySet::KeySet(int value) : value_(value) {}
+
 int keyGroupOf(int key)
 {
     switch (key) {

@@ -31,7 +31,7 @@ public:
 
     /// A set of these groups.
     /// @param value stored as it is, whatever the terminal supports
-    explicit KeySet(int value) : value_(value) {}
+    explicit KeySet(int value);
 
     /// The mask of the groups.
     int getValue() const { return value_; }

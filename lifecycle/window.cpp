@@ -127,6 +127,11 @@ void Window::setPendingApplication(Application* application)
         application->setOwnedByWindow();
 }
 
+void Window::unsetPendingApplication()
+{
+    pendingApplication_ = nullptr;
+}
+
 void Window::destroyPendingApplication()
 {
     Application* const pending = pendingApplication_;

@@ -163,7 +163,7 @@ public:
 
     /// The former pending application, if there is one, awaits its own start, which frees it.
     void setPendingApplication(Application* application);
-    void unsetPendingApplication() { pendingApplication_ = nullptr; }
+    void unsetPendingApplication();
     void destroyPendingApplication();
     bool isPendingApplication(const Application* application) const;
     Application* getPendingApplication() const { return pendingApplication_; }

@@ -49,6 +49,8 @@ Application* WindowManager::getApplication(unsigned long id)
     return found == applications_.end() ? nullptr : found->second;
 }
 
+void WindowManager::init() {}
+
 Window* WindowManager::createWindow()
 {
     log(LOG, module, "WindowManager::createWindow()");
@@ -134,6 +136,11 @@ Window* WindowManager::knownWindow(void* handle) const
 bool WindowManager::windowExists(const Window* window) const
 {
     return window && std::find(windows_.begin(), windows_.end(), window) != windows_.end();
+}
+
+bool WindowManager::handledWindow(const Window* window) const
+{
+    return windowExists(window);
 }
 
 unsigned long WindowManager::getSerial(const Window* window) const

@@ -35,7 +35,7 @@ public:
     virtual Application* getApplication(unsigned long id);
 
     /// Does nothing.
-    void init() {}
+    void init();
 
     /// @return owned by this manager; null when the policy refuses
     Window* createWindow();
@@ -56,7 +56,7 @@ public:
 
     /// The window of a handle that came from outside; null for whatever is no window in the list.
     Window* knownWindow(void* handle) const;
-    bool handledWindow(const Window* window) const { return windowExists(window); }
+    bool handledWindow(const Window* window) const;
 
     /// The serial of a window in the list; 0 for any other pointer.
     VESTA_HIDDEN unsigned long getSerial(const Window* window) const;

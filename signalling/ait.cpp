@@ -221,6 +221,11 @@ AIT::Applications::iterator AIT::placeAt(size_t index)
     return applications_.begin() + static_cast<Applications::difference_type>(index);
 }
 
+unsigned int AIT::getNumApplications() const
+{
+    return static_cast<unsigned int>(applications_.size());
+}
+
 AITApplication* AIT::getAITApplication(unsigned int index) const
 {
     return index < applications_.size() ? applications_[index].get() : nullptr;

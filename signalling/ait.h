@@ -91,10 +91,7 @@ public:
     bool isHandledAITApplication(const AITApplication* application) const;
 
     /// How many applications the table has, whatever they are signalled with.
-    unsigned int getNumApplications() const
-    {
-        return static_cast<unsigned int>(applications_.size());
-    }
+    unsigned int getNumApplications() const;
 
     /// The transport of this label in the common descriptor loops; null when there is none.
     /// Borrowed until the common transports are cleared; hold a ref_ptr to keep it.

@@ -258,6 +258,16 @@ bool AITApplication::hasValidAppId() const
     return isXMLAITbased() || (applicationId_ > 0 && applicationId_ < 0x8000);
 }
 
+bool AITApplication::isSignalledWith(ControlCode code) const
+{
+    return controlCode_ == code;
+}
+
+unsigned char AITApplication::getApplicationPriority() const
+{
+    return applicationDescriptor_ ? applicationDescriptor_->getApplicationPriority() : uint8_t(0);
+}
+
 bool AITApplication::sameAITApplication(const AITApplication* other) const
 {
     return other && other->applicationId_ == applicationId_ &&

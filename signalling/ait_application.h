@@ -89,14 +89,10 @@ public:
     bool hasValidAppId() const;
 
     /// Whether the control code is this one.
-    bool isSignalledWith(ControlCode code) const { return controlCode_ == code; }
+    bool isSignalledWith(ControlCode code) const;
 
     /// The priority of the application descriptor, 0 without one.
-    unsigned char getApplicationPriority() const
-    {
-        return applicationDescriptor_ ? applicationDescriptor_->getApplicationPriority()
-                                      : static_cast<unsigned char>(0);
-    }
+    unsigned char getApplicationPriority() const;
 
     /// Whether both ids are equal; false for null.
     bool sameAITApplication(const AITApplication* other) const;

@@ -32,6 +32,11 @@ ByteReader readerFromOwnLength(const unsigned char* data, size_t before)
 
 }  // namespace
 
+bool CarouselIdentifierDescriptor::equals(const CarouselIdentifierDescriptor* other) const
+{
+    return other && other->carouselId_ == carouselId_;
+}
+
 // An entry of the stream loop: ISO/IEC 13818-1, 2.4.4.8.
 ElementaryStream::ElementaryStream(const unsigned char* entry)
 {

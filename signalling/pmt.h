@@ -43,10 +43,7 @@ public:
 
     /// Whether both name the same carousel.
     /// @param other null is equal to nothing
-    bool equals(const CarouselIdentifierDescriptor* other) const
-    {
-        return other && other->carouselId_ == carouselId_;
-    }
+    bool equals(const CarouselIdentifierDescriptor* other) const;
 
 private:
     uint32_t carouselId_;

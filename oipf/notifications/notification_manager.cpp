@@ -33,6 +33,8 @@ NotificationManager::~NotificationManager()
         instance = nullptr;
 }
 
+void NotificationManager::init() {}
+
 void NotificationManager::shutdown()
 {
     if (broadcasts_ == 0) {

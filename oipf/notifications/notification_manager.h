@@ -30,7 +30,7 @@ public:
     ~NotificationManager();
 
     /// Does nothing.
-    void init() {}
+    void init();
 
     /// Forgets every listener and deletes the instance. From inside a listener this ends the
     /// broadcast, and the deletion waits for its return.
