@@ -50,9 +50,11 @@ public:
     /// Holds no object.
     ref_ptr() = default;
 
-    /// Counts the object up. One that was just created is owned from here on.
+    /// Counts the object up. One that was just created is owned from here on. A pointer is taken
+    /// wherever a reference is wanted.
     /// @param object may be null
-    explicit ref_ptr(T* object) { reset(object); }
+    // NOLINTNEXTLINE(hicpp-explicit-conversions): meant
+    ref_ptr(T* object) { reset(object); }
 
     /// Holds a further reference on the other one's object.
     ref_ptr(const ref_ptr& other) { reset(other.object_); }

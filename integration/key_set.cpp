@@ -5,7 +5,9 @@
 
 namespace VestaHbbTV {
 
-KeySet::KeySet(int value) : value_(value) {}
+KeySet::KeySet(int value) : value_(value)
+{
+}
 
 int keyGroupOf(int key)
 {

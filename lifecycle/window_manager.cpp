@@ -49,7 +49,9 @@ Application* WindowManager::getApplication(unsigned long id)
     return found == applications_.end() ? nullptr : found->second;
 }
 
-void WindowManager::init() {}
+void WindowManager::init()
+{
+}
 
 Window* WindowManager::createWindow()
 {

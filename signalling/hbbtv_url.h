@@ -26,8 +26,10 @@ public:
     /// Splits `url` at its first "?" and its first "#", decodes the address, then recognises the
     /// type of the decoded address. With the "#" before the "?", the address ends at the "?", and
     /// query and fragment both reach to the end of `url`.
-    /// @param url any text, empty and with NUL bytes too
-    explicit HbbTVURL(const std::string& url);
+    /// @param url any text, empty and with NUL bytes too. A text stands for its URL wherever one is
+    ///        wanted.
+    // NOLINTNEXTLINE(hicpp-explicit-conversions): meant
+    HbbTVURL(const std::string& url);
 
     /// The type that the beginning of `url` names. Case counts: "DVB://" is `otherURL`.
     /// @param url taken as it stands, nothing is decoded

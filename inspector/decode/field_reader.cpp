@@ -46,7 +46,7 @@ uint32_t FieldReader::hexadecimal(Node& into, const char* name, unsigned size)
 
 std::string FieldReader::text(Node& into, const char* name, size_t length)
 {
-    const std::string bytes = raw(length);
+    std::string bytes = raw(length);
     into.addText(name, readableText(bytes));
     return bytes;
 }

@@ -125,8 +125,8 @@ std::string InputReader::readStream(StreamInput& input, const std::string& head)
     if (surveyor_)
         return input.path() + ": one transport stream at a time";
     surveyor_ = std::make_unique<StreamSurveyor>(survey_, options_.service);
-    const std::string noStream = input.path() + ": not a transport stream, nor sections, "
-                                                "hexadecimal text or an XML AIT";
+    std::string noStream = input.path() + ": not a transport stream, nor sections, "
+                                          "hexadecimal text or an XML AIT";
     std::vector<unsigned char> chunk(head.begin(), head.end());
     std::optional<size_t> count = chunk.size();
     chunk.resize(chunkBytes);

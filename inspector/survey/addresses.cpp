@@ -11,7 +11,6 @@ using namespace VestaHbbTV;
 
 namespace {
 
-using receiver::CarouselPath;
 using receiver::Lookup;
 
 constexpr size_t dvbPrefixSize = 6;  // "dvb://"
@@ -135,8 +134,8 @@ ref_ptr<AIT> readTable(const ServiceSurvey* owner, const TableVersion& table)
 {
     const receiver::Service service =
         owner && owner->service ? *owner->service : receiver::Service();
-    const ref_ptr<AIT> ait(new AIT(service.originalNetworkId.value_or(0), service.transportStreamId,
-                                   service.programNumber, nullptr));
+    ref_ptr<AIT> ait(new AIT(service.originalNetworkId.value_or(0), service.transportStreamId,
+                             service.programNumber, nullptr));
     for (const auto& [number, section] : table.sections) {
         TableCost cost;
         const ByteReader bytes(section.bytes.data(), section.bytes.size());

@@ -149,7 +149,7 @@ void Survey::takeRefusedForWantOfBetter()
 /// A file has tables of its own, but for one that lies in several files, a section in each.
 AITKey Survey::keyOf(const SectionSource& source, const SectionHeader& header) const
 {
-    const AITKey own(source, header.tableIdExtension & 0x7FFF);
+    AITKey own(source, header.tableIdExtension & 0x7FFF);
     const auto files = filesOfTypes_.find(own.second);
     if (source.pid || files == filesOfTypes_.end() || files->second.count(source) != 0)
         return own;

@@ -33,7 +33,9 @@ NotificationManager::~NotificationManager()
         instance = nullptr;
 }
 
-void NotificationManager::init() {}
+void NotificationManager::init()
+{
+}
 
 void NotificationManager::shutdown()
 {

@@ -54,6 +54,14 @@ TEST_F(RefPtr, DeletesWithTheLastReference)
     EXPECT_EQ(living, 0);
 }
 
+TEST_F(RefPtr, PointersAreTakenWhereReferencesAreWanted)
+{
+    const auto isHeld = [](const ref_ptr<Thing>& thing) { return thing && living == 1; };
+    EXPECT_TRUE(isHeld(new Thing));
+    EXPECT_FALSE(isHeld(nullptr));
+    EXPECT_EQ(living, 0);
+}
+
 TEST_F(RefPtr, CountStartsAtZeroAndUncountedObjectsStay)
 {
     Thing onStack;

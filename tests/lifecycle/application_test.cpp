@@ -240,7 +240,8 @@ TEST_F(ApplicationTest, TheInitialPageIsOpenedWithAnEmptyHistory)
 TEST_F(ApplicationTest, WithoutABrowserWindowTheInitialPageIsLeftToTheBrowserAllTheSame)
 {
     makeByURL("http://a.example/i")->loadInitialPage();
-    EXPECT_EQ(journal(), Lines({"ve_clear_history(null)", "ve_open_url(null, http://a.example/i)"}));
+    EXPECT_EQ(journal(),
+              Lines({"ve_clear_history(null)", "ve_open_url(null, http://a.example/i)"}));
 }
 
 TEST_F(ApplicationTest, WithoutABrowserWindowNothingIsShownOrHidden)
@@ -315,6 +316,26 @@ TEST_F(ApplicationTest, OfNoWindowItUnregistersItsBrowserWindowWithItsEnd)
     application.reset();
     EXPECT_EQ(manager()->getWindow(tavoWindow), nullptr);
     EXPECT_EQ(journal(), Lines({"RELEASE w4"}));
+}
+
+TEST_F(ApplicationTest, OfNoWindowItLeavesTheEntryToAnotherOneThatIsShownThere)
+{
+    startApplication(httpApplication(1, 1));
+    TAVO_VestaWindow* const shared = running()->getTavoWindow();
+    auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
+    application->setTavoWindow(shared);
+    application.reset();
+    EXPECT_EQ(manager()->getWindow(shared), window());
+}
+
+TEST_F(ApplicationTest, OfNoWindowItEndsWithoutAWindowManager)
+{
+    auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
+    application->setTavoWindow(browser().window(4));
+    delete manager();
+    application.reset();
+    EXPECT_EQ(journal(), Lines({"RELEASE w4"}));
+    EXPECT_EQ(WindowManager::instance, nullptr);
 }
 
 TEST_F(ApplicationTest, ItsEndReleasesTheBrowserWindowAndUnregistersIt)

@@ -10,8 +10,7 @@
 namespace VestaHbbTV {
 namespace {
 
-static_assert(!std::is_convertible_v<std::string, HbbTVURL>, "texts do not turn into URLs unasked");
-static_assert(!std::is_convertible_v<std::string, HbbTVDVBURL>);
+static_assert(!std::is_convertible_v<std::string, HbbTVDVBURL>, "a type of URLs is named");
 static_assert(!std::is_convertible_v<std::string, HbbTVCurrentAITDVBURL>);
 static_assert(!std::is_polymorphic_v<HbbTVURL> && std::is_copy_assignable_v<HbbTVURL>,
               "a URL is a value");
@@ -85,6 +84,12 @@ TEST(HbbTVURL, HashBeforeTheQuestionMarkLeavesBothPartsOpenAndCutsTheAddressAtTh
     EXPECT_EQ(adjacent.getURL(), "a#");
     EXPECT_EQ(adjacent.getParameters(), "b#c");
     EXPECT_EQ(adjacent.getAnchor(), "?b#c");
+}
+
+TEST(HbbTVURL, TextsAreTakenWhereURLsAreWanted)
+{
+    const auto addressOf = [](const HbbTVURL& url) { return url.getURL(); };
+    EXPECT_EQ(addressOf(std::string("http://a.example/i?p#a")), "http://a.example/i");
 }
 
 TEST(HbbTVURL, DecodesTheAddressOnly)
