@@ -222,7 +222,10 @@ void Application::unregisterTavoWindow()
 {
     TAVO_VestaWindow* const tavoWindow = getTavoWindow();
     WindowManager* const manager = WindowManager::instance;
-    if (tavoWindow && manager && !manager->findApplication(tavoWindow))
+    if (!tavoWindow || !manager)
+        return;
+    Window* const holder = manager->getWindow(tavoWindow);  // which may be stale
+    if (!manager->windowExists(holder) || !holder->getApplication(tavoWindow))
         manager->unregisterTavoWindow(tavoWindow);
 }
 

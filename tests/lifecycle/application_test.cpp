@@ -328,6 +328,17 @@ TEST_F(ApplicationTest, OfNoWindowItLeavesTheEntryToAnotherOneThatIsShownThere)
     EXPECT_EQ(manager()->getWindow(shared), window());
 }
 
+TEST_F(ApplicationTest, OfNoWindowItUnregistersItsBrowserWindowFromOneThatIsNoneAnyMore)
+{
+    int stale = 0;
+    TAVO_VestaWindow* const tavoWindow = browser().window(4);
+    manager()->registerTavoWindow(tavoWindow, reinterpret_cast<Window*>(&stale));
+    auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
+    application->setTavoWindow(tavoWindow);
+    application.reset();
+    EXPECT_EQ(manager()->getWindow(tavoWindow), nullptr);
+}
+
 TEST_F(ApplicationTest, OfNoWindowItEndsWithoutAWindowManager)
 {
     auto application = std::make_unique<Application>(nullptr, HbbTVURL(page), nullptr);
