@@ -63,9 +63,15 @@ class Receiver {
         return Number(/RssAnon:\s+(\d+) kB/.exec(status)[1]) * 1024;
     }
 
-    /// How many files and connections it has open.
-    get descriptors() {
-        return fs.readdirSync(`/proc/${this.process.pid}/fd`).length;
+    /// How many connections to its page it has accepted and not closed, whether the other side has or not.
+    get connections() {
+        const port = this.port.toString(16).toUpperCase().padStart(4, '0');
+        const established = '01', left = '08';
+        return ['tcp', 'tcp6'].flatMap(kind => fs.readFileSync(`/proc/net/${kind}`, 'utf8').split('\n'))
+            .map(line => line.trim().split(/\s+/))
+            .filter(([, local = '', , state, , , , , , inode]) => local.endsWith(`:${port}`) &&
+                [established, left].includes(state) && inode !== '0')
+            .length;
     }
 
     async stop() {

@@ -171,19 +171,19 @@ describe('Commands', () => {
 
     it('OfOneWhoHasGoneAreHarmless', async () => {
         const { receiver } = stand;
-        const before = receiver.descriptors;
+        await until(() => receiver.connections === 0, 'the end of former connections');
         const line = 'wait running ffff.3 within 60';
         const sockets = Array.from({ length: 20 }, () => receiver.connect());
         for (const socket of sockets)
             socket.write(`POST /command HTTP/1.1\r\nHost: 127.0.0.1:${receiver.port}\r\nContent-Length: ${line.length}\r\n\r\n${line}`);
-        await until(() => receiver.descriptors >= before + sockets.length, 'the connections');
+        await until(() => receiver.connections === sockets.length, 'the connections');
         for (let number = 0; number < 5; ++number)  // what came before is taken meanwhile
             await receiver.command('wait running ffff.4 within 0.02');
         for (const socket of sockets) {
             assert.equal(socket.heard, '');
             socket.destroy();
         }
-        await until(() => receiver.descriptors <= before + 2, 'the end of the connections', 20);
+        await until(() => receiver.connections === 0, 'the end of the connections', 20);
         assert.equal((await receiver.request('/state.json')).status, 200);
     });
 
