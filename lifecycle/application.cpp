@@ -220,7 +220,8 @@ void Application::loseWindow()
 /// For an application that no window keeps. Another one that is shown there keeps the entry.
 void Application::unregisterTavoWindow()
 {
-    TAVO_VestaWindow* const tavoWindow = getTavoWindow();
+    // Not virtually: the destructor asks, too.
+    TAVO_VestaWindow* const tavoWindow = Application::getTavoWindow();
     WindowManager* const manager = WindowManager::instance;
     if (!tavoWindow || !manager)
         return;
