@@ -14,7 +14,7 @@ uint32_t versionNumber(unsigned major, unsigned minor, unsigned micro)
     return (major << 16) | (minor << 8) | micro;
 }
 
-void explainProfile(const DecisionAbout& about, const PlatformProfile& profile)
+void explainProfile(const DecisionAbout& about, const AITApplication::PlatformProfile& profile)
 {
     const ConfigurationManager& terminal = *ConfigurationManager::getInstance();
     const uint32_t wanted = profile.getApplicationProfile();
@@ -58,16 +58,18 @@ DecisionAbout about(Application* application)
 
 void explainProfiles(const DecisionAbout& about, const AITApplication& entry)
 {
-    const ApplicationDescriptor* const descriptor = entry.getApplicationDescriptor();
+    const AITApplication::ApplicationDescriptor* const descriptor =
+        entry.getApplicationDescriptor();
     if (!descriptor || descriptor->getPlatformProfiles().empty())
         return explain(HBBTV_REASON_START_NO_PROFILE, about);
-    for (const PlatformProfile& profile : descriptor->getPlatformProfiles())
+    for (const AITApplication::PlatformProfile& profile : descriptor->getPlatformProfiles())
         explainProfile(about, profile);
 }
 
 void explainTransports(const DecisionAbout& about, const AITApplication& entry)
 {
-    const ApplicationDescriptor* const descriptor = entry.getApplicationDescriptor();
+    const AITApplication::ApplicationDescriptor* const descriptor =
+        entry.getApplicationDescriptor();
     if (!entry.getTransports().empty())
         return explain(HBBTV_REASON_START_BROADBAND_OFF, about);
     if (!descriptor || descriptor->getTransportProtocolLabels().empty())

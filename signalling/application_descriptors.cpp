@@ -1,12 +1,14 @@
-#include "signalling/application_descriptors.h"
+// What an AIT entry says of an application in descriptors of their own: on which terminals it may
+// run, how it is ranked and reached, and how recordings treat it.
 
 #include <cstddef>
 
 #include "foundation/descriptor.h"
+#include "signalling/ait_application.h"
 
 namespace VestaHbbTV {
 
-PlatformProfile::PlatformProfile(const unsigned char* fiveBytes)
+AITApplication::PlatformProfile::PlatformProfile(const unsigned char* fiveBytes) : PlatformProfile()
 {
     ByteReader reader(fiveBytes, fiveBytes ? size : size_t{0});
     profile_ = reader.u16();
@@ -15,8 +17,8 @@ PlatformProfile::PlatformProfile(const unsigned char* fiveBytes)
     micro_ = reader.u8();
 }
 
-bool PlatformProfile::isCompatible(unsigned short profile, unsigned char major, unsigned char minor,
-                                   unsigned char micro) const
+bool AITApplication::PlatformProfile::isCompatible(unsigned short profile, unsigned char major,
+                                                   unsigned char minor, unsigned char micro) const
 {
     if ((profile_ & profile) != profile_)
         return false;
@@ -27,19 +29,19 @@ bool PlatformProfile::isCompatible(unsigned short profile, unsigned char major, 
     return micro_ <= micro;
 }
 
-ApplicationDescriptor::ApplicationDescriptor(const unsigned char* descriptor)
+AITApplication::ApplicationDescriptor::ApplicationDescriptor(const unsigned char* descriptor)
 {
     parsePayload(descriptorPayload(descriptor));
 }
 
-ApplicationDescriptor::ApplicationDescriptor(ByteReader payload)
+AITApplication::ApplicationDescriptor::ApplicationDescriptor(ByteReader payload)
 {
     parsePayload(payload);
 }
 
 // application_descriptor(): ETSI TS 102 809, 5.3.5.3. Where the profiles overrun the descriptor,
 // nothing is kept; any other field that is missing stays 0.
-void ApplicationDescriptor::parsePayload(ByteReader payload)
+void AITApplication::ApplicationDescriptor::parsePayload(ByteReader payload)
 {
     const uint8_t profilesLength = payload.u8();
     if (profilesLength > payload.remaining())
@@ -55,19 +57,20 @@ void ApplicationDescriptor::parsePayload(ByteReader payload)
         labels_.assign(payload.data(), payload.remaining());
 }
 
-ApplicationRecordingDescriptor::ApplicationRecordingDescriptor(const unsigned char* descriptor)
+AITApplication::ApplicationRecordingDescriptor::ApplicationRecordingDescriptor(
+    const unsigned char* descriptor)
 {
     parsePayload(descriptorPayload(descriptor));
 }
 
-ApplicationRecordingDescriptor::ApplicationRecordingDescriptor(ByteReader payload)
+AITApplication::ApplicationRecordingDescriptor::ApplicationRecordingDescriptor(ByteReader payload)
 {
     parsePayload(payload);
 }
 
 // application_recording_descriptor(): ETSI TS 102 809, 5.3.5.4. Where labels or component tags
 // overrun the descriptor, the flags are kept.
-void ApplicationRecordingDescriptor::parsePayload(ByteReader payload)
+void AITApplication::ApplicationRecordingDescriptor::parsePayload(ByteReader payload)
 {
     const uint8_t flags = payload.u8();
     scheduledRecording_ = (flags & 0x80) != 0;

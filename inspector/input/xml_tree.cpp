@@ -9,10 +9,10 @@ namespace {
 
 using namespace VestaHbbTV;
 
-void addDescriptor(const ApplicationDescriptor& descriptor, Node& into)
+void addDescriptor(const AITApplication::ApplicationDescriptor& descriptor, Node& into)
 {
     Node& profiles = into.addList("profiles");
-    for (const PlatformProfile& profile : descriptor.getPlatformProfiles()) {
+    for (const AITApplication::PlatformProfile& profile : descriptor.getPlatformProfiles()) {
         Node& node = profiles.addObject("", "profile");
         node.addHexadecimal("application_profile", profile.getApplicationProfile());
         node.addNumber("version_major", profile.getVersionMajor());
@@ -35,7 +35,8 @@ void addApplication(const AITApplication& application, Node& list)
     node.addNumber("application_control_code", code, nameOfControlCode(code));
     node.addText("application_name", application.getApplicationName());
     node.addNumber("usage_type", static_cast<uint64_t>(application.getUsageType()));
-    if (const ApplicationDescriptor* const descriptor = application.getApplicationDescriptor())
+    if (const AITApplication::ApplicationDescriptor* const descriptor =
+            application.getApplicationDescriptor())
         addDescriptor(*descriptor, node);
     Node& boundaries = node.addList("boundary_extensions");
     for (const std::string& entry : application.getApplicationDomain()->getEntries())

@@ -26,7 +26,7 @@ declared() {
             tr -d ' (;'
         sed -n 's,^vesta_hbbtv_appman/\(.*/.*\),\1,p' "$root/tests/packaging/headers.txt" |
             while read -r installed; do
-                sed -nE 's,^class (VESTA_EXPORTED )?([A-Za-z0-9_]+)[^;]*$,\2,p; s,^(VESTA_EXPORTED )?(bool|int|void|const char\*) ([A-Za-z_]+)\(.*,\3,p' \
+                sed -nE 's,^class (VESTA_EXPORTED )?([A-Za-z0-9_]+)[^;]*$,\2,p; s,^ +class VESTA_EXPORTED ([A-Za-z0-9_]+)[^;]*$,\1,p; s,^(VESTA_EXPORTED )?(bool|int|void|const char\*) ([A-Za-z_]+)\(.*,\3,p' \
                     "$root/$installed"
             done |
             grep -vxE 'ApplicationTarget|ByteReader|SmallVector|VESTA_THREAD_SAFETY|forEachDescriptor'

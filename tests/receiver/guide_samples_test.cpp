@@ -29,7 +29,7 @@ AITApplication* readApplication(AIT* table)
     entry->setApplicationId(1);
     entry->setControlCode(AITApplication::AUTOSTART);
     entry->setApplicationLocation("index.html");
-    ApplicationDescriptor descriptor;
+    AITApplication::ApplicationDescriptor descriptor;
     descriptor.addPlatformProfile({0, 1, 1, 1});  // one without a profile is rejected
     entry->setApplicationDescriptor(descriptor);
     const ref_ptr<AITApplicationTransport> transport(new AITApplicationTransport);

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "signalling/ait_application.h"
-#include "signalling/application_descriptors.h"
 #include "tests/support/printed_tables.h"
 #include "tests/support/section_builder.h"
 
@@ -16,6 +15,10 @@ using namespace vesta::test;
 using testing::ElementsAre;
 
 namespace {
+
+using PlatformProfile = AITApplication::PlatformProfile;
+using ApplicationDescriptor = AITApplication::ApplicationDescriptor;
+using ApplicationRecordingDescriptor = AITApplication::ApplicationRecordingDescriptor;
 
 std::string describe(const Bytes& bytes)
 {
@@ -33,11 +36,9 @@ constexpr char nothing[] = "unbound visibility 0 priority 0 labels";
 
 TEST(ApplicationDescriptors, AreNamedByTheApplication)
 {
-    EXPECT_TRUE(
-        (std::is_constructible_v<AITApplication::ApplicationDescriptor, const unsigned char*>));
-    EXPECT_TRUE((std::is_constructible_v<AITApplication::ApplicationRecordingDescriptor,
-                                         const unsigned char*>));
-    EXPECT_TRUE((std::is_constructible_v<AITApplication::PlatformProfile, const unsigned char*>));
+    EXPECT_TRUE((std::is_constructible_v<ApplicationDescriptor, const unsigned char*>));
+    EXPECT_TRUE((std::is_constructible_v<ApplicationRecordingDescriptor, const unsigned char*>));
+    EXPECT_TRUE((std::is_constructible_v<PlatformProfile, const unsigned char*>));
 }
 
 TEST(ApplicationDescriptors, ReadProfilesFlagsPriorityAndLabels)

@@ -13,10 +13,11 @@
 namespace vesta::test {
 
 /// "profile/major.minor.micro" of each profile, then flags and numbers, then the labels.
-inline std::string print(const VestaHbbTV::ApplicationDescriptor& descriptor)
+inline std::string print(const VestaHbbTV::AITApplication::ApplicationDescriptor& descriptor)
 {
     std::ostringstream text;
-    for (const VestaHbbTV::PlatformProfile& profile : descriptor.getPlatformProfiles())
+    for (const VestaHbbTV::AITApplication::PlatformProfile& profile :
+         descriptor.getPlatformProfiles())
         text << profile.getApplicationProfile() << "/" << int{profile.getVersionMajor()} << "."
              << int{profile.getVersionMinor()} << "." << int{profile.getVersionMicro()} << " ";
     text << (descriptor.isServiceBound() ? "bound" : "unbound") << " visibility "
@@ -28,7 +29,8 @@ inline std::string print(const VestaHbbTV::ApplicationDescriptor& descriptor)
 }
 
 /// The set flags' letters in the order of signalling, then the component tags.
-inline std::string print(const VestaHbbTV::ApplicationRecordingDescriptor& descriptor)
+inline std::string
+print(const VestaHbbTV::AITApplication::ApplicationRecordingDescriptor& descriptor)
 {
     std::ostringstream text;
     text << (descriptor.isScheduledRecording() ? "S" : "")
