@@ -63,6 +63,11 @@ build_library() {
         return 1
     }
     find "$tree" -name '*.ii' -delete
+    # However it is built, the library calls the platform's hooks.
+    READELF="${tools}readelf" tests/packaging/replaceable_symbols.sh "$tree/libvesta_hbbtv_appman.so" >&2 || {
+        say "$1 -$2, link-time optimisation $3: what the platform brings is not called"
+        return 1
+    }
     printf '%s/libvesta_hbbtv_appman.so' "$tree"
 }
 
