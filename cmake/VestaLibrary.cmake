@@ -5,8 +5,16 @@ set(VESTA_REPLACEABLE "${CMAKE_CURRENT_SOURCE_DIR}/cmake/replaceable.list")
 # What the integrator can replace, and data that executables may copy into themselves, is never
 # bound inside the library.
 set(VESTA_EXPORT_OPTIONS
-  "LINKER:--version-script=${VESTA_EXPORTS}" "LINKER:--dynamic-list=${VESTA_REPLACEABLE}"
-  LINKER:--dynamic-list-data)
+  "LINKER:--version-script=${VESTA_EXPORTS}" "LINKER:--dynamic-list=${VESTA_REPLACEABLE}")
+# The browser brings its functions (ve_*): they stay undefined, also where a distribution's flags forbid that.
+include(CheckCXXSourceCompiles)
+separate_arguments(CMAKE_REQUIRED_LINK_OPTIONS UNIX_COMMAND "${CMAKE_SHARED_LINKER_FLAGS}")
+list(APPEND CMAKE_REQUIRED_LINK_OPTIONS LINKER:-z,undefs)
+check_cxx_source_compiles("int main() { return 0; }" VESTA_LINKER_LEAVES_UNDEFINED)
+unset(CMAKE_REQUIRED_LINK_OPTIONS)
+if(VESTA_LINKER_LEAVES_UNDEFINED)
+  list(APPEND VESTA_EXPORT_OPTIONS LINKER:-z,undefs)
+endif()
 
 # The headers that an integration needs, besides those of include/.
 set(VESTA_INSTALLED_HEADERS
@@ -28,7 +36,6 @@ file(GLOB signalling_headers CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_
 list(FILTER signalling_headers EXCLUDE REGEX "refused_section")
 list(APPEND VESTA_INSTALLED_HEADERS ${signalling_headers})
 
-# The browser's functions (ve_*) stay undefined: the browser brings them.
 add_library(vesta_hbbtv_appman SHARED $<TARGET_OBJECTS:vesta_objects>)
 set_target_properties(vesta_hbbtv_appman PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
