@@ -696,15 +696,20 @@ void forksAmongThreads()
     begin();
     const int children = 40;
     std::atomic<int> begun{0};
+    std::atomic<bool> areOver{false};
     std::vector<std::thread> senders;
     for (int sender = 0; sender < 3; ++sender) {
-        senders.emplace_back([&begun] {
+        senders.emplace_back([&begun, &areOver] {
             for (int child = 1; child <= children; ++child) {
                 while (begun < child)
                     std::this_thread::yield();
                 for (int sent = 0; sent < 100; ++sent)
                     vesta_hbbtv_send_event(E_LOW_MEMORY, nullptr);
             }
+            // To ThreadSanitizer a thread that has ended when a child begins is one that the child
+            // forgot to join.
+            while (!areOver)
+                std::this_thread::yield();
         });
     }
     int ended = 0;
@@ -721,6 +726,7 @@ void forksAmongThreads()
         ended += WIFEXITED(status) && WEXITSTATUS(status) == 0;
         vesta_hbbtv_tick();
     }
+    areOver = true;
     for (std::thread& sender : senders)
         sender.join();
     run();
