@@ -19,6 +19,12 @@ expect_looked_up() {
     fi
 }
 
+# Every datum that is exported, but the tables of classes.
+exported_data() {
+    "$readelf" -W --dyn-syms "$library" |
+        awk '$4 == "OBJECT" && $7 != "UND" && $8 !~ /^_ZT/ { print $8 }' | sort -u
+}
+
 relocated=$(looked_up)
 # Nothing in the library calls dsmcc_same_carousel.
 for hook in hbbtv_keyset_get_supported_values hbbtv_ait_{start,stop,invalidate,completed} \
@@ -28,7 +34,7 @@ for hook in hbbtv_keyset_get_supported_values hbbtv_ait_{start,stop,invalidate,c
 done
 for data in veif_application{Manager,Destroyed}Listener \
     _ZN10VestaHbbTV{13WindowManager,7Logging,19NotificationManager,20ConfigurationManager}8instanceE \
-    _ZN10VestaHbbTV11Application7next_idE; do
+    _ZN10VestaHbbTV11Application7next_idE $(exported_data); do
     expect_looked_up "$data"
 done
 exit "$failed"
