@@ -29,10 +29,7 @@ std::string contentOf(const std::string& path)
 std::vector<std::string> emulator()
 {
     std::istringstream words(VESTA_EMULATOR);
-    std::vector<std::string> all;
-    for (std::string word; std::getline(words, word, ';');)
-        all.push_back(word);
-    return all;
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts)
