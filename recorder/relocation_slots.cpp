@@ -1,7 +1,9 @@
 #include "recorder/relocation_slots.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <link.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -20,6 +22,10 @@ constexpr unsigned long slotTypes[] = {R_386_JMP_SLOT, R_386_GLOB_DAT};
 constexpr unsigned long slotTypes[] = {R_AARCH64_JUMP_SLOT, R_AARCH64_GLOB_DAT};
 #elif defined(__arm__)
 constexpr unsigned long slotTypes[] = {R_ARM_JUMP_SLOT, R_ARM_GLOB_DAT};
+#elif defined(__mips__) && !defined(__mips64)
+#define VESTA_SLOTS_FOLLOW_SYMBOLS
+// The first are slots of objects that are too large for one table.
+constexpr unsigned long slotTypes[] = {R_MIPS_REL32, R_MIPS_JUMP_SLOT, R_MIPS_GLOB_DAT};
 #else
 #define VESTA_UNKNOWN_SLOTS
 constexpr unsigned long slotTypes[] = {~0ul};
@@ -34,7 +40,7 @@ constexpr bool is64Bit = false;
 bool isSlot(uintptr_t info)
 {
     const uintptr_t type = is64Bit ? info & 0xFFFFFFFFu : info & 0xFFu;
-    return type == slotTypes[0] || type == slotTypes[sizeof(slotTypes) / sizeof(*slotTypes) - 1];
+    return std::find(std::begin(slotTypes), std::end(slotTypes), type) != std::end(slotTypes);
 }
 
 size_t symbolOf(uintptr_t info)
@@ -82,6 +88,15 @@ int readHeaders(dl_phdr_info* info, size_t, void* data)
     return 1;
 }
 
+/// Slots that no relocation names, on processors where the last symbols have one each, in their
+/// order (System V ABI, MIPS supplement, 5: Global Offset Table).
+struct SlotTable {
+    uintptr_t slots = 0;
+    size_t firstSlot = 0;  // that is a symbol's
+    size_t firstSymbol = 0;
+    size_t endSymbol = 0;
+};
+
 class Slots {
 public:
     Slots(const Object& object, const std::vector<Replacement>& replacements)
@@ -103,6 +118,7 @@ public:
             replaceIn<ElfW(Rela)>(plt_, pltBytes_);
         else
             replaceIn<ElfW(Rel)>(plt_, pltBytes_);
+        replaceInTable();
         return protectSlots(PROT_READ);
     }
 
@@ -137,6 +153,20 @@ private:
         case DT_PLTREL:
             pltHasAddends_ = entry.d_un.d_val == DT_RELA;
             break;
+#ifdef VESTA_SLOTS_FOLLOW_SYMBOLS
+        case DT_PLTGOT:
+            table_.slots = addressOf(entry);
+            break;
+        case DT_MIPS_LOCAL_GOTNO:
+            table_.firstSlot = entry.d_un.d_val;
+            break;
+        case DT_MIPS_GOTSYM:
+            table_.firstSymbol = entry.d_un.d_val;
+            break;
+        case DT_MIPS_SYMTABNO:
+            table_.endSymbol = entry.d_un.d_val;
+            break;
+#endif
         default:
             break;
         }
@@ -158,6 +188,14 @@ private:
             if (isSlot(relocation.r_info))
                 replace(object_.base + relocation.r_offset,
                         names_ + symbols_[symbolOf(relocation.r_info)].st_name);
+        }
+    }
+
+    void replaceInTable() const
+    {
+        for (size_t symbol = table_.firstSymbol; symbol < table_.endSymbol; ++symbol) {
+            const size_t slot = table_.firstSlot + (symbol - table_.firstSymbol);
+            replace(table_.slots + slot * sizeof(void*), names_ + symbols_[symbol].st_name);
         }
     }
 
@@ -187,6 +225,7 @@ private:
     uintptr_t plt_ = 0;
     size_t pltBytes_ = 0;
     bool pltHasAddends_ = false;
+    SlotTable table_;
 };
 
 }  // namespace

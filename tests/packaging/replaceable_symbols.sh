@@ -7,11 +7,11 @@ readonly library=$1
 readelf=${READELF:-readelf}
 failed=0
 
+# What relocations name, and on MIPS the global offset table, which has none.
 looked_up() {
-    "$readelf" -rW "$library" | awk '{ for (i = 3; i <= NF; ++i) print $i }' | sed 's/@.*//' | sort -u
+    "$readelf" -rAW "$library" | awk '{ for (i = 3; i <= NF; ++i) print $i }' | sed 's/@.*//' | sort -u
 }
 
-# A symbol is looked up if a relocation names it.
 expect_looked_up() {
     if ! grep -qxF "$1" <<<"$relocated"; then
         echo "bound inside the library: $1" >&2
