@@ -213,4 +213,15 @@ void Logging::output(LogEntry& entry)
     }
 }
 
+void logLine(LogLevel level, const char* module,
+             void (*write)(std::ostream& line, const void* parts), const void* parts)
+{
+    try {
+        LogEntry entry(level, module);
+        write(entry.stream(), parts);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
 }  // namespace VestaHbbTV

@@ -9,11 +9,11 @@
 #include <ctime>
 #include <fstream>
 #include <memory>
-#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/mutex.h"
@@ -215,6 +215,37 @@ private:
     std::vector<LoggingOutput*> outputs_ VESTA_GUARDED_BY(mutex_);
 };
 
+/// Writes one line, which log() calls with its parts: what is done about a want of memory is no
+/// caller's, who may be compiled without exceptions. A line for which there is none is lost.
+/// @param module as LogEntry takes it; borrowed for the call, not null
+/// @param write writes the parts to the line's stream
+/// @param parts for `write` alone; borrowed for the call
+/// @thread{any} @since 1.0
+VESTA_EXPORTED void logLine(LogLevel level, const char* module,
+                            void (*write)(std::ostream& line, const void* parts),
+                            const void* parts);
+
+/// A part of a line as it is handed on: a text by its address, so that its length makes no type of
+/// its own, numbers as they are, and everything else by reference.
+template <typename Part, typename Value = std::decay_t<const Part&>>
+using BorrowedPart = std::conditional_t<std::is_scalar_v<Value>, Value, const Part&>;
+
+/// log() for parts of these types, which all lines that consist of such share.
+template <typename... Borrowed>
+inline void logParts(LogLevel level, const char* module, Borrowed... parts)
+{
+    const auto write = [&parts...](std::ostream& line) {
+        static_cast<void>((line << ... << parts));
+    };
+    using Write = decltype(write);
+    logLine(
+        level, module,
+        [](std::ostream& line, const void* borrowed) {
+            (*static_cast<const Write*>(borrowed))(line);
+        },
+        &write);
+}
+
 /// Writes one line of the library's own, made of the parts in their order. A line for which there
 /// is no memory is lost; without a sink nothing is made.
 /// @param module as LogEntry takes it; borrowed for the call, not null
@@ -223,14 +254,8 @@ private:
 template <typename... Parts>
 inline void log(LogLevel level, const char* module, const Parts&... parts)
 {
-    if (!Logging::hasOutputs())
-        return;
-    try {
-        LogEntry entry(level, module);
-        (entry.stream() << ... << parts);
-    } catch (const std::bad_alloc&) {
-        return;
-    }
+    if (Logging::hasOutputs())
+        logParts<BorrowedPart<Parts>...>(level, module, parts...);
 }
 
 }  // namespace VestaHbbTV

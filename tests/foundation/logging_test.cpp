@@ -15,6 +15,7 @@
 
 #include "foundation/logging.h"
 #include "tests/foundation/local_time_zone.h"
+#include "tests/foundation/time_functions.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -36,11 +37,11 @@ int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*
     return mutexesFail ? 11 : __real_pthread_mutex_init(mutex, attributes);
 }
 
-std::time_t __real_time(std::time_t* seconds);
+std::time_t VESTA_TIME_FUNCTION(__real_, time)(std::time_t* seconds);
 
-std::time_t __wrap_time(std::time_t* seconds)
+std::time_t VESTA_TIME_FUNCTION(__wrap_, time)(std::time_t* seconds)
 {
-    return clockStandsAt ? *clockStandsAt : __real_time(seconds);
+    return clockStandsAt ? *clockStandsAt : VESTA_TIME_FUNCTION(__real_, time)(seconds);
 }
 
 }  // extern "C"
@@ -312,6 +313,44 @@ TEST_F(LoggingTest, TheLibrarysOwnLinesAreMadeOfTheirParts)
     log(DEBUG, "Window");
     EXPECT_EQ(texts_, Texts({date_ + "   ERR [      Window] value 7 end\n",
                              date_ + " DEBUG [      Window] \n"}));
+}
+
+TEST_F(LoggingTest, ALineIsWhatTheGivenFunctionWritesOfItsParts)
+{
+    const int part = 7;
+    logLine(
+        LOG, "Window",
+        [](std::ostream& line, const void* parts) {
+            line << "value " << *static_cast<const int*>(parts);
+        },
+        &part);
+    EXPECT_EQ(texts_, Texts({date_ + "   LOG [      Window] value 7\n"}));
+}
+
+TEST_F(LoggingTest, ALineWhosePartsFindNoMemoryEndsBeforeThemAndNothingIsThrown)
+{
+    EXPECT_NO_THROW(logLine(
+        ERR, "Window",
+        [](std::ostream& line, const void*) {
+            line << "begun";
+            throw std::bad_alloc();
+        },
+        nullptr));
+    EXPECT_EQ(texts_, Texts({date_ + "   ERR [      Window] begun\n"}));
+}
+
+TEST_F(LoggingTest, PartsOfALineAreWrittenAsAStreamWritesThem)
+{
+    const char text[16] = "array";
+    const char* const pointer = "pointer";
+    const unsigned char letter = 'c';
+    const bool truth = true;
+    log(LOG, "M", text, ' ', pointer, ' ', letter, ' ', truth, ' ', std::hex, 255u, ' ',
+        LogLevel(4));
+    std::ostringstream expected;
+    expected << text << ' ' << pointer << ' ' << letter << ' ' << truth << ' ' << std::hex << 255u
+             << ' ' << LogLevel(4);
+    EXPECT_EQ(texts_, Texts({date_ + "   LOG [           M] " + expected.str() + "\n"}));
 }
 
 TEST_F(LoggingTest, SinksGetEveryEntryInTheOrderOfTheirAddition)

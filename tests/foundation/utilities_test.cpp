@@ -12,6 +12,7 @@
 
 #include "foundation/utilities.h"
 #include "tests/foundation/local_time_zone.h"
+#include "tests/foundation/time_functions.h"
 
 using namespace VestaHbbTV;
 using namespace vesta::test;
@@ -25,12 +26,12 @@ std::optional<timespec> clockStandsAt;
 
 extern "C" {
 
-int __real_clock_gettime(clockid_t clock, timespec* moment);
+int VESTA_TIME_FUNCTION(__real_, clock_gettime)(clockid_t clock, timespec* moment);
 
-int __wrap_clock_gettime(clockid_t clock, timespec* moment)
+int VESTA_TIME_FUNCTION(__wrap_, clock_gettime)(clockid_t clock, timespec* moment)
 {
     if (!clockStandsAt || clock != CLOCK_REALTIME)
-        return __real_clock_gettime(clock, moment);
+        return VESTA_TIME_FUNCTION(__real_, clock_gettime)(clock, moment);
     *moment = *clockStandsAt;
     return 0;
 }

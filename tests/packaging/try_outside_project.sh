@@ -89,6 +89,13 @@ needs_none_of_ours() {
     ! "$READELF" -d "$1" | grep 'NEEDED.*libvesta'
 }
 
+# Browser engines are compiled like that.
+build_without_exceptions() {
+    "$CXX" -std=c++17 -fno-exceptions -fno-rtti -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+        -I"$WORK/generated" -I"$outside/own" "$outside"/*.cpp -o "$WORK/outside_without_exceptions" "$@"
+    "${emulator[@]}" "$WORK/outside_without_exceptions"
+}
+
 # Whatever an installed header does inline needs no name that the library keeps to itself.
 link_every_inline_function() {
     "$CXX" --version | grep -qi clang && return  # which cannot be told to keep them all
@@ -136,6 +143,7 @@ find_with_pkg_config() {
     read -r -a link <<<"$(pkg-config --libs vesta_hbbtv_appman)"
     [[ $(pkg-config --modversion vesta_hbbtv_appman) == 1.* ]]
     build_hosts "" "${link[@]}" -Wl,-rpath,"$library"
+    build_without_exceptions "${link[@]}" -Wl,-rpath,"$library"
     link_every_inline_function "${link[@]}" -Wl,-rpath,"$library"
     "$READELF" -d "$WORK/outside" | grep -q 'NEEDED.*libvesta_hbbtv_appman[.]so[.]1'
     read -r -a link <<<"$(pkg-config --static --libs vesta_hbbtv_appman)"

@@ -64,6 +64,7 @@ int main()
     vesta_hbbtv_add_notification_listener(listen);
     void* const window = vesta_hbbtv_create_window();
     startApplication(window, "http://outside.example/index.html");
+    log(LOG, "Outside", "opened ", openedPage);
     vesta_hbbtv_shutdown();
     delete Logging::getInstance();
 
