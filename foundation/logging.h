@@ -226,11 +226,15 @@ VESTA_EXPORTED void logLine(LogLevel level, const char* module,
                             const void* parts);
 
 /// A part of a line as it is handed on: a text by its address, so that its length makes no type of
-/// its own, numbers as they are, and everything else by reference.
+/// its own, numbers as they are, and everything else by reference. @since 1.0
 template <typename Part, typename Value = std::decay_t<const Part&>>
 using BorrowedPart = std::conditional_t<std::is_scalar_v<Value>, Value, const Part&>;
 
-/// log() for parts of these types, which all lines that consist of such share.
+/// log() for parts of these types, which all lines that consist of such share. Does not ask for
+/// sinks.
+/// @param module as LogEntry takes it; borrowed for the call, not null
+/// @param parts as BorrowedPart makes them
+/// @thread{any} @since 1.0
 template <typename... Borrowed>
 inline void logParts(LogLevel level, const char* module, Borrowed... parts)
 {
