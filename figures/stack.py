@@ -184,7 +184,7 @@ class Rules:
     """figures/stack_rules.txt, which says how its lines look."""
 
     def __init__(self):
-        self.pointers = set()   # source files
+        self.pointers = {}      # source file: how the functions' names begin, or none are meant
         # name: {(what is above it, and how often): how often a path may come by}
         self.times = collections.defaultdict(dict)
         self.watched = set()    # names that count
@@ -192,8 +192,8 @@ class Rules:
             if not line or line.startswith('#'):
                 continue
             rule, _, reason = line.partition(': ')
-            if pointer := re.fullmatch(r'pointers in (\S+)', rule):
-                self.pointers.add(pointer[1])
+            if pointer := re.fullmatch(r'pointers in (\S+?)(?:, to (\S+))?', rule):
+                self.pointers[pointer[1]] = pointer[2]
             elif times := re.fullmatch(r'(.+?), (\d+)(?: below (.+?)( twice)?)?', rule):
                 above = (times[3] or '', 2 if times[4] else 1)
                 self.times[times[1]][above] = int(times[2])
@@ -233,6 +233,14 @@ class Library:
             problems.append(f'no frame is known of {name}')
         return []
 
+    def beginning_with(self, begin):
+        """The functions of a rule for pointers: there are some, or the rule is of no use."""
+        nodes = [(unit, name) for name, units in self.owners.items() for unit in units
+                 if self.names[name].startswith(begin)]
+        if not nodes:
+            problems.append(f'stack_rules.txt: no function begins with {begin}')
+        return nodes
+
     def resolve(self, unit, name, classes):
         found = set()
         for callee in unit.calls[name]:
@@ -241,8 +249,10 @@ class Library:
             for other, callee in classes.targets(class_name, slot):
                 found.update(self.find(other, callee))
         for source in unit.pointers[name]:
-            if not any(source.endswith(known) for known in self.rules.pointers):
+            leads = [begin for known, begin in self.rules.pointers.items() if source.endswith(known)]
+            if not leads:
                 problems.append(f'stack_rules.txt does not know where pointers in {source} lead')
+            found.update(node for begin in leads if begin for node in self.beginning_with(begin))
         return sorted(found, key=lambda node: node[1])
 
     def below(self, node, passed=()):
