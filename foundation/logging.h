@@ -230,13 +230,13 @@ VESTA_EXPORTED void logLine(LogLevel level, const char* module,
 template <typename Part, typename Value = std::decay_t<const Part&>>
 using BorrowedPart = std::conditional_t<std::is_scalar_v<Value>, Value, const Part&>;
 
-/// log() for parts of these types, which all lines that consist of such share. Does not ask for
-/// sinks.
+/// log() for parts of these types, which all lines that consist of such share: out of line, or
+/// a large part of the library would be its log. Does not ask for sinks.
 /// @param module as LogEntry takes it; borrowed for the call, not null
 /// @param parts as BorrowedPart makes them
 /// @thread{any} @since 1.0
 template <typename... Borrowed>
-inline void logParts(LogLevel level, const char* module, Borrowed... parts)
+[[gnu::noinline]] void logParts(LogLevel level, const char* module, Borrowed... parts)
 {
     const auto write = [&parts...](std::ostream& line) {
         static_cast<void>((line << ... << parts));

@@ -88,6 +88,7 @@ int readHeaders(dl_phdr_info* info, size_t, void* data)
     return 1;
 }
 
+#ifdef VESTA_SLOTS_FOLLOW_SYMBOLS
 /// Slots that no relocation names, on processors where the last symbols have one each, in their
 /// order (System V ABI, MIPS supplement, 5: Global Offset Table).
 struct SlotTable {
@@ -96,6 +97,7 @@ struct SlotTable {
     size_t firstSymbol = 0;
     size_t endSymbol = 0;
 };
+#endif
 
 class Slots {
 public:
@@ -153,7 +155,16 @@ private:
         case DT_PLTREL:
             pltHasAddends_ = entry.d_un.d_val == DT_RELA;
             break;
+        default:
+            readTable(entry);
+            break;
+        }
+    }
+
 #ifdef VESTA_SLOTS_FOLLOW_SYMBOLS
+    void readTable(const ElfW(Dyn) & entry)
+    {
+        switch (entry.d_tag) {
         case DT_PLTGOT:
             table_.slots = addressOf(entry);
             break;
@@ -166,11 +177,26 @@ private:
         case DT_MIPS_SYMTABNO:
             table_.endSymbol = entry.d_un.d_val;
             break;
-#endif
         default:
             break;
         }
     }
+
+    void replaceInTable() const
+    {
+        for (size_t symbol = table_.firstSymbol; symbol < table_.endSymbol; ++symbol) {
+            const size_t slot = table_.firstSlot + (symbol - table_.firstSymbol);
+            replace(table_.slots + slot * sizeof(void*), names_ + symbols_[symbol].st_name);
+        }
+    }
+#else
+    static void readTable(const ElfW(Dyn) &)
+    {
+    }
+    static void replaceInTable()
+    {
+    }
+#endif
 
     /// Some dynamic linkers leave the entries as they are in the file.
     uintptr_t addressOf(const ElfW(Dyn) & entry) const
@@ -188,14 +214,6 @@ private:
             if (isSlot(relocation.r_info))
                 replace(object_.base + relocation.r_offset,
                         names_ + symbols_[symbolOf(relocation.r_info)].st_name);
-        }
-    }
-
-    void replaceInTable() const
-    {
-        for (size_t symbol = table_.firstSymbol; symbol < table_.endSymbol; ++symbol) {
-            const size_t slot = table_.firstSlot + (symbol - table_.firstSymbol);
-            replace(table_.slots + slot * sizeof(void*), names_ + symbols_[symbol].st_name);
         }
     }
 
@@ -225,7 +243,9 @@ private:
     uintptr_t plt_ = 0;
     size_t pltBytes_ = 0;
     bool pltHasAddends_ = false;
+#ifdef VESTA_SLOTS_FOLLOW_SYMBOLS
     SlotTable table_;
+#endif
 };
 
 }  // namespace
