@@ -89,9 +89,11 @@ needs_none_of_ours() {
     ! "$READELF" -d "$1" | grep 'NEEDED.*libvesta'
 }
 
-# Browser engines are compiled like that.
+# Browser engines are compiled like that. A sanitizer asks each object for its type.
 build_without_exceptions() {
-    "$CXX" -std=c++17 -fno-exceptions -fno-rtti -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
+    local without=(-fno-exceptions)
+    [[ ${FLAGS:-} == *-fsanitize* ]] || without+=(-fno-rtti)
+    "$CXX" -std=c++17 "${without[@]}" -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "${compile[@]}" \
         -I"$WORK/generated" -I"$outside/own" "$outside"/*.cpp -o "$WORK/outside_without_exceptions" "$@"
     "${emulator[@]}" "$WORK/outside_without_exceptions"
 }
