@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace recorder {
 
@@ -16,6 +17,18 @@ void appendDigits(std::string& json, Integer value)
     char digits[24];
     const std::to_chars_result end = std::to_chars(digits, digits + sizeof(digits), value);
     json.append(digits, end.ptr);
+}
+
+/// Browsers follow the user's locale, whose decimal point may be any character; JSON's is a full
+/// stop.
+void appendInCLocale(std::string& json, const char* number)
+{
+    for (; *number != '\0'; ++number) {
+        if (std::strchr("+-0123456789e", *number))
+            json += *number;
+        else if (json.back() != '.')
+            json += '.';
+    }
 }
 
 }  // namespace
@@ -54,8 +67,8 @@ void appendDouble(std::string& json, double value)
         json += value > 0 ? "\"inf\"" : "\"-inf\"";
     } else {
         char digits[40];
-        const int length = std::snprintf(digits, sizeof(digits), "%.17g", value);
-        json.append(digits, static_cast<size_t>(length));
+        std::snprintf(digits, sizeof(digits), "%.17g", value);
+        appendInCLocale(json, digits);
     }
 }
 

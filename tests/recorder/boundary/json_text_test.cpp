@@ -1,7 +1,14 @@
+#include <clocale>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <unistd.h>
 
 #include "recorder/boundary/json_text.h"
 
@@ -25,6 +32,40 @@ std::string numberOf(Value value)
 }
 
 enum Small : unsigned char { twoHundred = 200 };
+
+/// A user's locale with a decimal point of its own, made here: few machines have one.
+class UsersLocale {
+public:
+    /// @param decimalPoint as localedef takes it
+    explicit UsersLocale(const std::string& decimalPoint)
+    {
+        std::filesystem::create_directories(folder_);
+        std::ofstream(folder_ / "source")
+            << "LC_NUMERIC\ndecimal_point \"" << decimalPoint
+            << "\"\nthousands_sep \"\"\ngrouping -1\nEND LC_NUMERIC\n";
+        const std::string place = folder_.string();
+        // It warns of all that the source leaves out, and ends with 1 for that.
+        const std::string command = "localedef -c -f UTF-8 -i '" + place + "/source' '" + place +
+                                    "/users' >'" + place + "/said' 2>&1";
+        std::system(command.c_str());
+        setenv("LOCPATH", place.c_str(), 1);
+        isSet_ = std::setlocale(LC_NUMERIC, "users") != nullptr;
+    }
+
+    ~UsersLocale()
+    {
+        std::setlocale(LC_NUMERIC, "C");
+        unsetenv("LOCPATH");
+        std::filesystem::remove_all(folder_);
+    }
+
+    bool isSet() const { return isSet_; }
+
+private:
+    const std::filesystem::path folder_ =
+        std::filesystem::path(testing::TempDir()) / ("locale-" + std::to_string(getpid()));
+    bool isSet_ = false;
+};
 
 }  // namespace
 
@@ -63,6 +104,21 @@ TEST(JsonText, HasEnoughDigitsToReadTheSameNumberAgain)
     EXPECT_EQ(numberOf(std::numeric_limits<double>::quiet_NaN()), "\"nan\"");
     EXPECT_EQ(numberOf(std::numeric_limits<double>::infinity()), "\"inf\"");
     EXPECT_EQ(numberOf(-std::numeric_limits<double>::infinity()), "\"-inf\"");
+}
+
+TEST(JsonText, HasFullStopsWhateverTheUsersDecimalPoint)
+{
+    for (const char* const point : {"<U002C>", "<U066B>"}) {
+        const UsersLocale locale(point);
+        if (!locale.isSet())
+            GTEST_SKIP() << "localedef and what it needs are not here";
+        char digits[16];
+        std::snprintf(digits, sizeof(digits), "%g", 0.5);
+        ASSERT_NE(std::string(digits), "0.5");
+        EXPECT_EQ(numberOf(-0.5), "-0.5");
+        EXPECT_EQ(numberOf(1.5e22), "1.5e+22");
+        EXPECT_EQ(numberOf(17.0), "17");
+    }
 }
 
 TEST(JsonText, HasTwoHexadecimalDigitsAByte)
