@@ -7,6 +7,9 @@ if(VESTA_32BIT AND EXISTS "/usr/include/x86_64-linux-gnu/asm")
   add_compile_options("SHELL:${VESTA_32BIT_HEADERS}")
 endif()
 
+# On 32 bits nothing but this opens files of more than 2 GiB, or those of file systems with long numbers.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
+
 if(VESTA_SANITIZE)
   add_compile_options("-fsanitize=${VESTA_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options("-fsanitize=${VESTA_SANITIZE}")

@@ -229,8 +229,8 @@ void Middleware::listenToInput()
 
 void Middleware::showProgress()
 {
-    const size_t interval = size_t(8) << 20;
-    const size_t read = input_->bytesRead();
+    const uint64_t interval = 8 << 20;
+    const uint64_t read = input_->bytesRead();
     if (!options_.showProgress || read < interval || read % interval >= chunkBytes)
         return;
     std::string text = withSeparators(read >> 20) + " MiB";

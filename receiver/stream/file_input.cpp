@@ -34,7 +34,7 @@ std::string FileInput::open()
     if (isFollowed_ && !isFile_)
         return path_ + ": --follow wants a file";
     if (isFile_ && !isFollowed_)
-        size_ = static_cast<size_t>(status.st_size);
+        size_ = static_cast<uint64_t>(status.st_size);
     return "";
 }
 
@@ -68,7 +68,7 @@ void FileInput::waitForMore()
 void FileInput::beginAnewIfShorter()
 {
     struct stat status = {};
-    if (::fstat(file_, &status) != 0 || static_cast<size_t>(status.st_size) >= bytesRead_ ||
+    if (::fstat(file_, &status) != 0 || static_cast<uint64_t>(status.st_size) >= bytesRead_ ||
         !rewind())
         return;
     hasBegunAnew_ = true;

@@ -68,16 +68,16 @@ public:
 
     const std::string& path() const { return path_; }
     const std::string& error() const { return error_; }
-    size_t size() const { return size_; }            ///< 0 when it is not known
-    size_t bytesRead() const { return bytesRead_; }  ///< since the beginning or the last rewind()
+    uint64_t size() const { return size_; }            ///< 0 when it is not known
+    uint64_t bytesRead() const { return bytesRead_; }  ///< since the beginning or the last rewind()
 
 protected:
     explicit StreamInput(std::string path) : path_(std::move(path)) {}
 
     const std::string path_;
     ByteWait wait_;  // for open() to open
-    size_t size_ = 0;
-    size_t bytesRead_ = 0;
+    uint64_t size_ = 0;
+    uint64_t bytesRead_ = 0;
     std::string error_;
     std::vector<Remark> remarks_;
     bool hasBegunAnew_ = false;

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "receiver/stream/file_input.h"
 
@@ -47,6 +49,29 @@ TEST_F(FileInputTest, AFileIsReadToItsEndAndAgain)
     EXPECT_TRUE(input.rewind());
     EXPECT_EQ(input.bytesRead(), 0u);
     EXPECT_EQ(read(input, 9), "12345");
+}
+
+// Ten minutes of a multiplex are longer than what 31 bits count, an hour than what 32 do.
+TEST_F(FileInputTest, ALongRecordingIsOpened)
+{
+    const std::string path = file("long", "12345");
+    const uint64_t size = (uint64_t{1} << 32) + 5;
+    std::filesystem::resize_file(path, size);  // but for its beginning it takes no space
+    FileInput input(path);
+    ASSERT_EQ(input.open(), "");
+    EXPECT_EQ(input.size(), size);
+    EXPECT_EQ(read(input, 5), "12345");
+}
+
+TEST_F(FileInputTest, EveryByteOfALongStreamCounts)
+{
+    FileInput input("/dev/zero");
+    ASSERT_EQ(input.open(), "");
+    std::vector<unsigned char> buffer(size_t{1} << 20);
+    const uint64_t reads = (uint64_t{1} << 32) / buffer.size() + 1;
+    for (uint64_t n = 0; n < reads; ++n)
+        ASSERT_EQ(input.read(buffer.data(), buffer.size()), buffer.size());
+    EXPECT_EQ(input.bytesRead(), reads * buffer.size());
 }
 
 TEST_F(FileInputTest, WhatCannotBeReadIsSaid)
