@@ -229,8 +229,15 @@ void Parser::onDocumentType(void* self, const char* /*name*/, const char* system
 
 XMLPlace Parser::place() const
 {
-    return {static_cast<unsigned>(XML_GetCurrentLineNumber(expat_.get())),
-            static_cast<unsigned>(XML_GetCurrentColumnNumber(expat_.get()) + 1)};
+    XML_Parser const expat = expat_.get();
+#if XML_MAJOR_VERSION > 2 || (XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION >= 9)
+    // Which has the functions of before as deprecated.
+    return {static_cast<unsigned>(XML_GetCurrentLineNumber64(expat)),
+            static_cast<unsigned>(XML_GetCurrentColumnNumber64(expat) + 1)};
+#else
+    return {static_cast<unsigned>(XML_GetCurrentLineNumber(expat)),
+            static_cast<unsigned>(XML_GetCurrentColumnNumber(expat) + 1)};
+#endif
 }
 
 }  // namespace
