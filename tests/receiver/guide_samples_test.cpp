@@ -48,18 +48,27 @@ void putXMLTableInForce(void* window)
         new TAVOAITEvent(static_cast<Window*>(window), table));
 }
 
+void* copyOf(const void* bytes, size_t size)
+{
+    return std::memcpy(std::malloc(size), bytes, size);
+}
+
+template <typename Record>
+void send(HBBTV_EventType type, const Record& record)
+{
+    vesta_hbbtv_send_event(type, static_cast<HBBTV_EventData*>(copyOf(&record, sizeof(record))));
+}
+
 /// @param section of an AIT of the service 20fa.441.6dd0 @param size 3 + section_length
 void sendSection(const unsigned char* section, size_t size, void* channel)
 {
-    auto* const record =
-        static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_AITSectionEventData)));
-    record->ait.section = static_cast<unsigned char*>(std::malloc(size));
-    std::memcpy(record->ait.section, section, size);
-    record->ait.original_network_id = 0x20FA;
-    record->ait.transport_stream_id = 0x441;
-    record->ait.service_id = 0x6DD0;
-    record->ait.channelHandle = channel;
-    vesta_hbbtv_send_event(E_AIT_SECTION, record);
+    HBBTV_AITSectionEventData record = {};
+    record.section = static_cast<unsigned char*>(copyOf(section, size));
+    record.original_network_id = 0x20FA;
+    record.transport_stream_id = 0x441;
+    record.service_id = 0x6DD0;
+    record.channelHandle = channel;
+    send(E_AIT_SECTION, record);
 }
 
 void hearDecision(const HBBTV_Decision* decision, void* /*context*/)
@@ -115,12 +124,11 @@ TEST(GuideSamples, WhyAnApplicationDoesNotStartIsSaid)
     testing::internal::CaptureStdout();
     vesta_hbbtv_set_decision_listener(hearDecision, nullptr);
     vesta_hbbtv_init(nullptr);
-    auto* const request =
-        static_cast<HBBTV_EventData*>(std::calloc(1, sizeof(HBBTV_StartApplicationEventData)));
-    request->start.window = vesta_hbbtv_create_window();
-    request->start.organisationId = 0x0A;
-    request->start.applicationId = 0x10;
-    vesta_hbbtv_send_event(E_START_APPLICATION, request);
+    HBBTV_StartApplicationEventData request = {};
+    request.window = vesta_hbbtv_create_window();
+    request.organisationId = 0x0A;
+    request.applicationId = 0x10;
+    send(E_START_APPLICATION, request);
     vesta_hbbtv_tick();
     vesta_hbbtv_shutdown();
     vesta_hbbtv_set_decision_listener(nullptr, nullptr);
