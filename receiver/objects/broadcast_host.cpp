@@ -290,10 +290,9 @@ void BroadcastHost::addInformationFunctions()
     };
     for (const auto& [name, function] : functions)
         parts_.objects.add(
-            name,
-            [this, function = function](const CallingDocument&, const Json& arguments) -> Json {
+            name, [this, answer = function](const CallingDocument&, const Json& arguments) -> Json {
                 const uint16_t service = serviceArgument(arguments, 0);
-                return parts_.information ? function(*parts_.information, service) : Json::array();
+                return parts_.information ? answer(*parts_.information, service) : Json::array();
             });
     parts_.objects.add("channel.details",
                        [this](const CallingDocument&, const Json& arguments) -> Json {

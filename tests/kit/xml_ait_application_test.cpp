@@ -323,8 +323,8 @@ TEST(XMLAITApplication, HasHexadecimalNumbersOfTheirLengths)
         EXPECT_EQ(
             descriptorOf(ReadDocument(sampleWithText("priority", text))).getApplicationPriority(),
             value);
-        const auto profileWith = [text = text](const char* name) {
-            return descriptorOf(ReadDocument(sampleWithText(name, text))).getPlatformProfiles()[0];
+        const auto profileWith = [byte = text](const char* name) {
+            return descriptorOf(ReadDocument(sampleWithText(name, byte))).getPlatformProfiles()[0];
         };
         EXPECT_EQ(profileWith("versionMajor").getVersionMajor(), value);
         EXPECT_EQ(profileWith("versionMinor").getVersionMinor(), value);
